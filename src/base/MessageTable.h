@@ -1,0 +1,37 @@
+#pragma once
+// Every text that the user sees, by number. Rows 9 to 67 are the undo labels and rows 226 to 238 the
+// function categories; the other numbers are free.
+
+#include "base/Base.h"
+
+namespace tally {
+
+constexpr u16 MESSAGE_COUNT = 675;
+
+enum MessageId : u16 {
+    // 1 to 8: everywhere.
+    MSG_OUT_OF_MEMORY = 1,
+    MSG_PROTECTED_CELL = 2,
+    MSG_PART_OF_ARRAY = 3,
+    MSG_PART_OF_MERGE = 4,
+    MSG_FORMULA_ERROR = 5,
+    MSG_NO_ROOM_FOR_SHEET = 6,
+    // 9 to 67: undo labels, by undo kind.
+    // 68 to 99: files.
+    MSG_FILE_TYPE_UNKNOWN = 68,
+    MSG_CANNOT_READ_FILE = 69,
+    MSG_INVALID_DATA = 70,
+    MSG_WORKBOOK_NOT_FOUND = 71,
+    MSG_PASSWORD_PROTECTED = 72,
+    MSG_CANNOT_CREATE_FILE = 73,
+    MSG_UPDATE_LINKS = 74,
+    MSG_SAVE_CHANGES = 75,
+    MSG_MACRO_REFERENCE = 76,
+    // 226 to 238: function categories.
+    MSG_CATEGORY_FIRST = 226,
+};
+
+// The text of a row; empty for a number that is not used.
+WideView Message(u16 number);
+
+}  // namespace tally

@@ -1,0 +1,122 @@
+#include "base/Number.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace tally {
+namespace {
+
+// Turns "1e+05" into "1E+05"; to_chars already writes at least two exponent digits.
+void UpperExponent(char* text, std::size_t length) {
+    for (std::size_t i = 0; i < length; ++i) {
+        if (text[i] == 'e') text[i] = 'E';
+        else if (text[i] >= 'a' && text[i] <= 'z') text[i] = static_cast<char>(text[i] - 32);
+    }
+}
+
+// Digits and decimal exponent of the shortest form, when it has at most `precision` digits: then no
+// rounding takes place and the general form has just these digits.
+bool PrintFromShortest(double value, int precision, char* out, std::size_t& length) {
+    char digits[40];
+    const auto made = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::scientific);
+    char* p = digits;
+    const bool negative = *p == '-';
+    if (negative) ++p;
+    char* e = static_cast<char*>(std::memchr(p, 'e', static_cast<std::size_t>(made.ptr - p)));
+    if (!e) return false;
+    int exponent = 0;
+    const char* exponentStart = e + 1;
+    if (*exponentStart == '+') ++exponentStart;
+    std::from_chars(exponentStart, made.ptr, exponent);
+    char significant[24];
+    int count = 0;
+    for (char* q = p; q < e; ++q) {
+        if (*q != '.') significant[count++] = *q;
+    }
+    if (count > precision) return false;
+    char* o = out;
+    if (negative) *o++ = '-';
+    if (exponent < -4 || exponent >= precision) {
+        *o++ = significant[0];
+        if (count > 1) {
+            *o++ = '.';
+            std::memcpy(o, significant + 1, static_cast<std::size_t>(count - 1));
+            o += count - 1;
+        }
+        *o++ = 'E';
+        *o++ = exponent < 0 ? '-' : '+';
+        const int magnitude = std::abs(exponent);
+        if (magnitude < 10) *o++ = '0';
+        o = std::to_chars(o, o + 4, magnitude).ptr;
+    } else if (exponent < 0) {
+        *o++ = '0';
+        *o++ = '.';
+        for (int i = -1; i > exponent; --i) *o++ = '0';
+        std::memcpy(o, significant, static_cast<std::size_t>(count));
+        o += count;
+    } else {
+        for (int i = 0; i <= exponent; ++i) *o++ = i < count ? significant[i] : '0';
+        if (count > exponent + 1) {
+            *o++ = '.';
+            std::memcpy(o, significant + exponent + 1, static_cast<std::size_t>(count - exponent - 1));
+            o += count - exponent - 1;
+        }
+    }
+    length = static_cast<std::size_t>(o - out);
+    return true;
+}
+
+}  // namespace
+
+i32 MulDiv(i32 a, i32 b, i32 c) {
+    if (c == 0) return -1;
+    i64 product = i64{a} * b;
+    i64 divisor = c;
+    if (divisor < 0) {
+        product = -product;
+        divisor = -divisor;
+    }
+    const i64 half = divisor / 2;
+    const i64 result = product >= 0 ? (product + half) / divisor : -((-product + half) / divisor);
+    if (result > 0x7FFFFFFF || result < -0x80000000LL) return -1;
+    return static_cast<i32>(result);
+}
+
+std::size_t PrintGeneral(double value, int precision, char* out) {
+    if (value == std::trunc(value) && std::fabs(value) < 1e9 && precision >= 9 && !(value == 0 && std::signbit(value))) {
+        return PrintInteger(static_cast<i64>(value), out);
+    }
+    std::size_t length = 0;
+    if (std::isfinite(value) && value != 0 && PrintFromShortest(value, precision, out, length)) return length;
+    const auto made = std::to_chars(out, out + NUMBER_TEXT_ROOM, value, std::chars_format::general, precision);
+    length = static_cast<std::size_t>(made.ptr - out);
+    UpperExponent(out, length);
+    return length;
+}
+
+std::size_t PrintFixed(double value, int places, char* out) {
+    const auto made = std::to_chars(out, out + FIXED_TEXT_ROOM, value, std::chars_format::fixed, places);
+    return static_cast<std::size_t>(made.ptr - out);
+}
+
+std::size_t PrintShortest(double value, char* out) {
+    return static_cast<std::size_t>(std::to_chars(out, out + NUMBER_TEXT_ROOM, value).ptr - out);
+}
+
+std::size_t PrintInteger(i64 value, char* out) {
+    return static_cast<std::size_t>(std::to_chars(out, out + NUMBER_TEXT_ROOM, value).ptr - out);
+}
+
+bool AppendInteger(WideText& out, i64 value) {
+    char digits[NUMBER_TEXT_ROOM];
+    return out.AppendAscii({digits, PrintInteger(value, digits)});
+}
+
+bool ReadPlainNumber(std::string_view text, double& out) {
+    if (!text.empty() && text[0] == '+') text.remove_prefix(1);
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), out);
+    return read.ec == std::errc() && read.ptr == text.data() + text.size();
+}
+
+}  // namespace tally

@@ -1,0 +1,118 @@
+#pragma once
+// The outside world as the core needs it: one table of operations under the platform's own names.
+// The headless platform and the desktop platform each fill one in; nothing else in the core touches
+// the system.
+
+#include "base/Array.h"
+#include "base/WideText.h"
+
+namespace tally {
+
+struct SystemTime {
+    u16 year, month, day, hour, minute, second, milliseconds;
+};
+
+// Items of GetLocaleInfo, with the published numbers.
+enum LocaleItem : i32 {
+    LOCALE_SLIST = 12,
+    LOCALE_SDECIMAL = 14,
+    LOCALE_STHOUSAND = 15,
+    LOCALE_SCURRENCY = 20,
+    LOCALE_ICURRDIGITS = 25,
+    LOCALE_INEGCURR = 28,
+    LOCALE_SDATE = 29,
+    LOCALE_STIME = 30,
+    LOCALE_SSHORTDATE = 31,
+    LOCALE_IDATE = 33,
+    LOCALE_ITLZERO = 37,
+    LOCALE_S1159 = 40,
+    LOCALE_S2359 = 41,
+    LOCALE_SDAYNAME1 = 42,
+    LOCALE_SABBREVDAYNAME1 = 49,
+    LOCALE_SMONTHNAME1 = 56,
+    LOCALE_SABBREVMONTHNAME1 = 68,
+};
+
+// Buttons, icons and answers of MessageBoxW, with the published numbers.
+enum MessageBoxFlags : u32 {
+    MB_OK = 0,
+    MB_OKCANCEL = 1,
+    MB_YESNOCANCEL = 3,
+    MB_YESNO = 4,
+    MB_RETRYCANCEL = 5,
+    MB_ICONSTOP = 0x10,
+    MB_ICONQUESTION = 0x20,
+    MB_ICONWARNING = 0x30,
+    MB_ICONINFORMATION = 0x40,
+    MB_DEFBUTTON2 = 0x100,
+};
+enum MessageBoxAnswer : i32 { IDOK = 1, IDCANCEL = 2, IDRETRY = 4, IDYES = 6, IDNO = 7 };
+
+// What the screen says about the default font, in pixels.
+struct ScreenMetrics {
+    i32 fontHeight;        // tmHeight
+    i32 internalLeading;   // tmInternalLeading
+    i32 digitWidth;        // width of "0"
+    i32 logPixelsX;        // pixels per inch
+    i32 logPixelsY;
+    u8 family;             // pitch and family of the default face
+    u8 charSet;
+};
+
+// An output file. It is written beside its target and takes the target's place on a good close.
+using OutputHandle = i32;  // 0 is none
+
+// How far a file's own wishes may reach outside the program.
+enum TrustState : u8 { TRUST_CLOSED = 0, TRUST_ASK = 1, TRUST_OPEN = 2 };
+
+struct PlatformTable {
+    // ---- files -------------------------------------------------------------------------------
+    // The whole of an existing file into `out`. False when it cannot be opened or read.
+    bool (*readFile)(WideView path, Array<u8>& out);
+    bool (*fileExists)(WideView path);
+    // Output files. A failed create gives 0; a failed write or close leaves the old file whole.
+    OutputHandle (*createFile)(WideView path);
+    bool (*writeFile)(OutputHandle file, const void* bytes, std::size_t count);
+    bool (*patchFile)(OutputHandle file, u64 offset, const void* bytes, std::size_t count);
+    bool (*closeFile)(OutputHandle file);      // commits; false when the target could not be replaced
+    void (*abandonFile)(OutputHandle file);    // forgets what was written
+    // Directory of the program, with a separator at its end.
+    bool (*programDirectory)(WideText& out);
+
+    // ---- text --------------------------------------------------------------------------------
+    u32 (*getACP)();            // code page of narrow text in books, such as 1252
+    u32 (*getTextCodePage)();   // code page of delimited text files, such as 65001 for UTF-8
+    bool (*isValidCodePage)(u32 codePage);
+    bool (*isDBCSLeadByteEx)(u32 codePage, u8 byte);
+    // Appends the converted text. False when memory fails or the page is unknown.
+    bool (*multiByteToWideChar)(u32 codePage, ByteView bytes, WideText& out);
+    bool (*wideCharToMultiByte)(u32 codePage, WideView text, Array<u8>& out);
+
+    // ---- region and time ---------------------------------------------------------------------
+    bool (*getLocaleInfo)(i32 item, WideText& out);  // false when the item is unknown
+    const char* (*localeTag)();                      // such as "en-US"
+    void (*getLocalTime)(SystemTime& out);
+    u32 (*clockSeconds)();                           // seconds since 1970, for the random seed
+
+    // ---- the user ----------------------------------------------------------------------------
+    i32 (*messageBox)(WideView text, WideView title, u32 flags);  // a MessageBoxAnswer
+    void (*getScreenMetrics)(ScreenMetrics& out);
+    // Family and character set of an installed face; false when there is none of that name.
+    bool (*findFontFace)(WideView faceName, u8& family, u8& charSet);
+    TrustState (*trustState)();
+};
+
+// The platform in force. A test or program sets it before anything else; it is never null.
+const PlatformTable& Platform();
+void SetPlatform(const PlatformTable* table);
+
+constexpr WideView PROGRAM_NAME = u"Tallyman";
+
+// A box with the program's name and one OK button.
+void ShowMessage(WideView text);
+// The same for a text with one "%s".
+void ShowMessageWith(WideView pattern, WideView insert);
+// Replaces the first "%s" of `pattern`.
+[[nodiscard]] bool FormatWith(WideText& out, WideView pattern, WideView insert);
+
+}  // namespace tally

@@ -1,0 +1,73 @@
+#include "base/SharedText.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "base/Memory.h"
+
+namespace tally {
+namespace {
+
+TextBlock emptyBlock = {1, 0, {0}};
+
+std::size_t BlockBytes(std::size_t length) {
+    return offsetof(TextBlock, characters) + (length + 1) * sizeof(char16_t);
+}
+
+constexpr std::size_t MAX_TEXT = 0x3FFFFFFF;
+
+}  // namespace
+
+TextBlock* EmptyText() { return RetainText(&emptyBlock); }
+
+TextBlock* MakeTextRoom(std::size_t length) {
+    if (length > MAX_TEXT) return nullptr;
+    auto* block = static_cast<TextBlock*>(AllocateBytes(BlockBytes(length)));
+    if (!block) return nullptr;
+    block->users = 1;
+    block->length = static_cast<u32>(length);
+    block->characters[length] = 0;
+    return block;
+}
+
+TextBlock* MakeText(WideView text) {
+    if (text.empty()) return EmptyText();
+    TextBlock* block = MakeTextRoom(text.size());
+    if (block) std::memcpy(block->characters, text.data(), text.size() * sizeof(char16_t));
+    return block;
+}
+
+void ReleaseText(TextBlock* block) {
+    if (!block || block == &emptyBlock) return;
+    if (--block->users == 0) ReleaseBytes(block);
+}
+
+TextBlock* ExtendText(TextBlock* block, WideView tail) {
+    if (tail.empty()) return block;
+    const std::size_t length = std::size_t{block->length} + tail.size();
+    if (length > MAX_TEXT) {
+        ReleaseText(block);
+        return nullptr;
+    }
+    const bool overlaps = tail.data() >= block->characters && tail.data() <= block->characters + block->length;
+    if (block->users == 1 && block != &emptyBlock && !overlaps) {
+        auto* grown = static_cast<TextBlock*>(ReallocateBytes(block, BlockBytes(length)));
+        if (!grown) {
+            ReleaseText(block);
+            return nullptr;
+        }
+        std::memcpy(grown->characters + grown->length, tail.data(), tail.size() * sizeof(char16_t));
+        grown->length = static_cast<u32>(length);
+        grown->characters[length] = 0;
+        return grown;
+    }
+    TextBlock* joined = MakeTextRoom(length);
+    if (joined) {
+        std::memcpy(joined->characters, block->characters, block->length * sizeof(char16_t));
+        std::memcpy(joined->characters + block->length, tail.data(), tail.size() * sizeof(char16_t));
+    }
+    ReleaseText(block);
+    return joined;
+}
+
+}  // namespace tally

@@ -1,0 +1,36 @@
+#pragma once
+// Immutable UTF-16 text with a count of its users. Cells and values hold these blocks: a copy of a
+// value is one more user, never a copy of the characters.
+
+#include "base/Base.h"
+
+namespace tally {
+
+struct TextBlock {
+    u32 users;
+    u32 length;                 // characters without the terminator
+    char16_t characters[1];     // zero-terminated
+};
+
+// A block with one user; null when memory fails.
+[[nodiscard]] TextBlock* MakeText(WideView text);
+// A block of `length` characters for the caller to fill in before it is shared; terminated.
+[[nodiscard]] TextBlock* MakeTextRoom(std::size_t length);
+// The block of the empty text; it is never released and memory cannot fail.
+TextBlock* EmptyText();
+
+inline TextBlock* RetainText(TextBlock* block) {
+    ++block->users;
+    return block;
+}
+void ReleaseText(TextBlock* block);  // null is allowed
+
+inline WideView TextView(const TextBlock* block) {
+    return block ? WideView(block->characters, block->length) : WideView();
+}
+
+// Appends to a block: in place when the caller is its only user, else into a new one. Takes over
+// the caller's use of `block`; null when memory fails (the use is then given back).
+[[nodiscard]] TextBlock* ExtendText(TextBlock* block, WideView tail);
+
+}  // namespace tally

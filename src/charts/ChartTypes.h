@@ -1,0 +1,13 @@
+#pragma once
+// Records of the chart model.
+
+#include "base/Array.h"
+
+namespace tally {
+
+// A chart as a sheet or an object holds it.
+struct ChartModel {
+    Array<u8> records;   // body of the chart's substream as read
+};
+
+}  // namespace tally

@@ -1,0 +1,32 @@
+#pragma once
+// The stack machine that runs token strings, and the calling of functions.
+
+#include "formula/FormulaTypes.h"
+#include "model/ModelTypes.h"
+
+namespace tally {
+
+// Runs the tokens. True with what is on top of the stack in `result`; false when a macro signal
+// asked to abandon the run. `result` must own nothing on entry.
+bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalContext& context);
+// Array lifting and the call itself; frees the arguments.
+void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler handler,
+                  std::string_view signature, const EvalContext& context);
+// Adds a context's row and column to the relative fields, with wrap. The tokens must be unshared.
+void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column);
+// True when the tokens call that function number (a ptgAttr sum counts as 4).
+bool TokensCall(const FormulaTokens& tokens, u16 id);
+
+// The macro interpreter's part, filled in by it at start; the default rows yield FALSE and "#REF!".
+struct MacroCalls {
+    // Whether the context's cell is the one that a running macro stands on.
+    bool (*isRunningCell)(const EvalContext& context);
+    // Depth above 0 and side effects switched off.
+    bool (*sideEffectsBarred)();
+    // Calls the macro at a cell with arguments as a function.
+    void (*runMacro)(i32 book, i32 sheet, i32 row, i32 column, Value* arguments, i32 count, Value& result,
+                     const Value& caller);
+};
+MacroCalls& MacroEngine();
+
+}  // namespace tally

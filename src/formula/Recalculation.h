@@ -1,0 +1,39 @@
+#pragma once
+// Who becomes stale, and how a stale cell comes up to date.
+
+#include "formula/FormulaTypes.h"
+#include "model/CellStore.h"
+
+namespace tally {
+
+// Stores a cell: releases what stood there, drops the cell's hyperlink, builds precedents, calculates
+// a formula at once and, with `recalculate`, marks dependents. Value and tokens of `input` pass to
+// the store. False with the store unchanged when memory fails.
+[[nodiscard]] bool SetCell(i32 book, i32 sheet, CellInput& input, bool recalculate, bool adjustRowHeight);
+// Rebuilds the precedent list and alwaysCalculate of a worksheet formula from its tokens.
+[[nodiscard]] bool BuildPrecedents(i32 book, FormulaCell& formula);
+// Brings a cell and all it needs to CALC_CURRENT; false when a run was abandoned.
+bool CalculateCell(i32 book, i32 sheet, i32 row, i32 column);
+// Marks what depends on a cell, or on any cell of an area, as stale.
+void MarkDependents(i32 book, i32 sheet, i32 row, i32 column);
+void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area);
+// Marks what uses a name.
+void MarkDependentsOfName(i32 book, i32 name);
+// Sets the alwaysCalculate formulas of the current book's worksheets stale and marks what depends on
+// them; true when there was any.
+bool MarkVolatileCells();
+// F9: every worksheet formula of every book.
+void MarkAllStale();
+// Calculates the stale cells of a book's worksheets.
+void CalculateBook(i32 book);
+// The index of dependents no longer fits the books; it is built again when next needed.
+void DropDependents();
+
+// What the view wants to know. Harmless defaults; the shell fills them in.
+struct RecalculationCalls {
+    void (*cellChanged)(i32 book, i32 sheet, i32 row, i32 column);   // repaint it
+    void (*rowHeightWanted)(i32 book, i32 sheet, i32 row);           // refit it
+};
+RecalculationCalls& RecalculationView();
+
+}  // namespace tally
