@@ -15,7 +15,7 @@ void UpperExponent(char* text, std::size_t length) {
     }
 }
 
-// Digits and decimal exponent of the shortest form, when it has at most `precision` digits: then no
+// The shortest form, when it has at most `precision` digits and `precision` is at most 15: then no
 // rounding takes place and the general form has just these digits.
 bool PrintFromShortest(double value, int precision, char* out, std::size_t& length) {
     char digits[40];
@@ -88,7 +88,7 @@ std::size_t PrintGeneral(double value, int precision, char* out) {
         return PrintInteger(static_cast<i64>(value), out);
     }
     std::size_t length = 0;
-    if (std::isfinite(value) && value != 0 && PrintFromShortest(value, precision, out, length)) return length;
+    if (precision <= 15 && std::isfinite(value) && value != 0 && PrintFromShortest(value, precision, out, length)) return length;
     const auto made = std::to_chars(out, out + NUMBER_TEXT_ROOM, value, std::chars_format::general, precision);
     length = static_cast<std::size_t>(made.ptr - out);
     UpperExponent(out, length);
