@@ -118,6 +118,15 @@ class Array {
         return true;
     }
 
+    // A new count whose new elements hold whatever stands in memory, for the caller to fill in.
+    [[nodiscard]] bool ResizeRaw(std::size_t count)
+        requires std::is_trivially_copyable_v<T>
+    {
+        if (count > capacity_ && !Reserve(count)) return false;
+        count_ = static_cast<u32>(count);
+        return true;
+    }
+
     // Drops the elements and keeps the memory.
     void Truncate(std::size_t count) {
         while (count_ > count) RemoveLast();

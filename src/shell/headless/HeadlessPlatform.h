@@ -1,0 +1,56 @@
+#pragma once
+// The platform without a screen: for the command-line program and for tests. What it would show it
+// records, what it would ask it answers from a script, and its clock and region can be fixed.
+
+#include "base/Platform.h"
+
+namespace tally {
+
+// A box that was shown, and what it was answered.
+struct RecordedBox {
+    WideText text;
+    WideText title;
+    u32 flags = 0;
+    i32 answer = 0;
+};
+
+// A file that exists only inside this process.
+struct MemoryFile {
+    WideText path;
+    Array<u8> bytes;
+};
+
+struct HeadlessState {
+    char tag[36] = "en-US";
+    u32 ansiCodePage = 0;  // 0: that of the region
+    u32 textCodePage = 65001;
+    bool fixedClock = false;
+    SystemTime clock = {};  // when fixed
+    TrustState trust = TRUST_CLOSED;
+    // Called for each box; null records only.
+    void (*boxShown)(WideView text, u32 flags) = nullptr;
+    Array<RecordedBox> boxes;
+    // Answers of the next boxes, first first. Afterwards every box is answered with the button that
+    // changes nothing: Cancel, else No, else OK.
+    Array<i32> answers;
+    u32 answersUsed = 0;
+    // Files kept in memory instead of on disk.
+    bool filesInMemory = false;
+    Array<MemoryFile> files;
+    // The n-th file operation from now on fails, counted from 1; 0 none does.
+    u32 failFileOperation = 0;
+    u32 fileOperations = 0;
+};
+HeadlessState& Headless();
+
+// Puts the headless platform in force in its first state: en-US, the real clock, files on disk.
+void UseHeadlessPlatform();
+// False, and nothing changed, for a language that the program does not know.
+[[nodiscard]] bool SetHeadlessRegion(std::string_view tag);
+void ResetHeadlessPlatform();
+
+// ---- for tests ------------------------------------------------------------------------------------
+[[nodiscard]] bool PutMemoryFile(WideView path, ByteView bytes);
+const MemoryFile* FindMemoryFile(WideView path);
+
+}  // namespace tally

@@ -1,0 +1,16 @@
+#pragma once
+// Files that exist only inside this process, for tests. They lie in Headless().files.
+
+#include "base/Platform.h"
+
+namespace tally {
+
+bool MemoryReadFile(WideView path, Array<u8>& out);
+OutputHandle MemoryCreateFile(WideView path);
+bool MemoryWriteFile(OutputHandle file, const void* bytes, std::size_t count);
+bool MemoryPatchFile(OutputHandle file, u64 offset, const void* bytes, std::size_t count);
+bool MemoryCloseFile(OutputHandle file);
+void MemoryAbandonFile(OutputHandle file);
+void ResetMemoryFiles();
+
+}  // namespace tally
