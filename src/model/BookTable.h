@@ -48,6 +48,7 @@ struct ModelCalls {
     void (*sheetRemoved)(i32 book, i32 sheet);     // indexes above have fallen
     void (*structureChanged)();                    // the index of dependents is out of date
     void (*recordSheetInsert)(i32 book, i32 sheet, i32 kind);   // undo kinds 11, 12 and 33
+    void (*formulaGone)(FormulaCell& formula);     // an indexed formula is released or gets other tokens
     bool (*macroRunsIn)(i32 book);                 // a running macro keeps a hidden book open
 };
 ModelCalls& Calls();
