@@ -6,7 +6,7 @@
 namespace tally {
 
 struct LocaleSettings {
-    char16_t dateOrder[3];          // "0" month-day-year, "1" day-month-year, "2" year-month-day
+    char16_t dateOrder[3];  // "0" month-day-year, "1" day-month-year, "2" year-month-day
     char16_t dateSeparator[3];
     char16_t timeSeparator[3];
     char16_t decimalSeparator;
@@ -14,7 +14,7 @@ struct LocaleSettings {
     char16_t currencySymbol[5];
     i32 currencyDigits;
     char16_t listSeparator;
-    char16_t dayName[7][17];        // Monday first
+    char16_t dayName[7][17];  // Monday first
     char16_t dayShort[7][9];
     char16_t monthName[12][17];
     char16_t monthShort[12][9];

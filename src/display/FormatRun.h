@@ -1,0 +1,77 @@
+#pragma once
+// One run of a number through one section: what the scans find out, and the digits that the
+// placeholders take. Inside the display folder only.
+
+#include "base/Number.h"
+#include "display/NumberFormatter.h"
+
+namespace tally {
+
+constexpr std::size_t DECIMAL_DIGITS = 30;
+
+struct FormatRun {
+    WideView format;
+    double value = 0;     // absolute; scaled and divided by the exponent before the digits are made
+    double unscaled = 0;  // absolute, as it came
+    bool date1904 = false;
+    const TextMeasure* measure = nullptr;
+    i32 width = 0;
+    WideText* out = nullptr;
+
+    // Found by the first scan.
+    bool scientific = false;
+    bool grouping = false;
+    bool hasPoint = false;
+    bool fraction = false;
+    bool usesDates = false;
+    i32 percents = 0;
+    i32 scalingCommas = 0;
+    i32 secondDecimals = 0;
+    std::size_t exponentAt = 0;  // position of the "E"
+    std::size_t numeratorStart = 0;
+    i32 numeratorWidth = 0;
+    i32 denominatorWidth = 0;
+
+    // Placeholders.
+    i32 integerPlaces = 0;
+    i32 decimalPlaces = 0;
+    i32 exponentPlaces = 0;
+    i32 hashPlaces = 0;
+    i32 zeroPlaces = 0;
+
+    // Digits.
+    char digits[FIXED_TEXT_ROOM + 2];  // integer digits, then the decimals, without a point
+    i32 integerDigits = 0;
+    i32 decimalCount = 0;
+    i32 exponent = 0;
+    char exponentText[NUMBER_TEXT_ROOM];
+    i32 exponentDigits = 0;
+    char numeratorText[NUMBER_TEXT_ROOM];
+    i32 numeratorDigits = 0;
+    char denominatorText[NUMBER_TEXT_ROOM];
+    i32 denominatorDigits = 0;
+    bool denominatorIsZero = false;
+
+    // Calendar and clock.
+    i32 year = 0, month = 0, day = 0, weekday = 0;
+    double ticks = 0;
+    double tickScale = 1;
+    i32 hour = 0, minute = 0, second = 0;
+    bool twelveHour = false;
+    bool afternoon = false;
+};
+
+inline bool IsPlaceholder(char16_t c) { return c == u'#' || c == u'0' || c == u'?'; }
+// The position behind quoted text that opens at `at`; two quotes in a row do not close it.
+std::size_t BehindQuotedText(WideView text, std::size_t at);
+
+// The first scan and the count of the placeholders.
+void ScanFormat(FormatRun& run);
+// Calendar and time values, for formats that use them.
+void WorkOutDates(FormatRun& run);
+// Scaling, exponent, rounding, fraction and digit strings.
+void WorkOutDigits(FormatRun& run);
+// The main scan.
+[[nodiscard]] bool WriteFormatted(FormatRun& run);
+
+}  // namespace tally

@@ -1,0 +1,160 @@
+#include <algorithm>
+#include <cmath>
+
+#include "base/Text.h"
+#include "display/Calendar.h"
+#include "display/FormatRun.h"
+#include "display/LocaleSettings.h"
+
+namespace tally {
+namespace {
+
+constexpr i32 MAX_SECOND_DECIMALS = 9;
+constexpr double LAST_SERIAL = 2147480000.0;
+
+std::size_t RunLength(WideView text, std::size_t at) {
+    std::size_t i = at;
+    while (i < text.size() && IsPlaceholder(text[i])) ++i;
+    return i - at;
+}
+
+void ScanSlash(FormatRun& run, std::size_t at) {
+    std::size_t start = at;
+    while (start > 0 && IsPlaceholder(run.format[start - 1])) --start;
+    run.fraction = true;
+    run.numeratorStart = start;
+    run.numeratorWidth = static_cast<i32>(at - start);
+    run.denominatorWidth = static_cast<i32>(RunLength(run.format, at + 1));
+}
+
+void ScanComma(FormatRun& run, std::size_t at) {
+    if (at == 0 || !IsPlaceholder(run.format[at - 1])) return;
+    if (at + 1 < run.format.size() && IsPlaceholder(run.format[at + 1])) {
+        run.grouping = true;
+    } else {
+        ++run.scalingCommas;
+    }
+}
+
+// Handles one character of the first scan and returns the position behind it.
+std::size_t ScanCharacter(FormatRun& run, std::size_t at) {
+    const WideView format = run.format;
+    const char16_t next = at + 1 < format.size() ? format[at + 1] : u'\0';
+    switch (AsciiUpper(format[at])) {
+        case u'"': return BehindQuotedText(format, at);
+        case u'*':
+        case u'\\':
+        case u'_': return at + 2;
+        case u'#':
+        case u'0':
+            if (AsciiUpper(next) == u'E' && at + 2 < format.size() &&
+                (format[at + 2] == u'+' || format[at + 2] == u'-')) {
+                run.scientific = true;
+                run.exponentAt = at + 1;
+                return at + 3;
+            }
+            break;
+        case u'%': ++run.percents; break;
+        case u',': ScanComma(run, at); break;
+        case u'.': run.hasPoint = true; break;
+        case u'/': ScanSlash(run, at); break;
+        case u'S':
+            run.usesDates = true;
+            if (next == u'.') {
+                std::size_t i = at + 2;
+                while (i < format.size() && format[i] == u'0') ++i;
+                run.secondDecimals = std::min(static_cast<i32>(i - at - 2), MAX_SECOND_DECIMALS);
+            }
+            break;
+        case u'D':
+        case u'H':
+        case u'M':
+        case u'Y':
+        case u'A':
+        case u'P': run.usesDates = true; break;
+        default:
+            if (format[at] > 0x7F) run.usesDates = true;  // may begin a local half-day word
+            break;
+    }
+    return at + 1;
+}
+
+// Where the count of the integer places ends whatever stands there.
+std::size_t IntegerLimit(const FormatRun& run) {
+    std::size_t limit = run.format.size();
+    if (run.scientific) limit = std::min(limit, run.exponentAt);
+    if (run.fraction) limit = std::min(limit, run.numeratorStart);
+    return limit;
+}
+
+void CountPlaces(FormatRun& run) {
+    const WideView format = run.format;
+    const std::size_t limit = IntegerLimit(run);
+    std::size_t i = 0;
+    while (i < limit) {
+        const char16_t c = format[i];
+        if (c == u'"') {
+            i = BehindQuotedText(format, i);
+            continue;
+        }
+        if (c == u'[') {
+            const std::size_t close = format.find(u']', i);
+            i = close == WideView::npos ? format.size() : close + 1;
+            continue;
+        }
+        if (c == u'.' && run.hasPoint) break;
+        if (IsPlaceholder(c)) ++run.integerPlaces;
+        if (c == u'#') ++run.hashPlaces;
+        if (c == u'0') ++run.zeroPlaces;
+        ++i;
+    }
+    for (; i < limit; ++i) run.decimalPlaces += IsPlaceholder(format[i]);
+    if (!run.scientific) return;
+    for (i = run.exponentAt; i < format.size(); ++i) run.exponentPlaces += IsPlaceholder(format[i]);
+}
+
+bool Holds(WideView format, const WideText& word) {
+    return !word.IsEmpty() && format.find(word.View()) != WideView::npos;
+}
+
+bool IsTwelveHour(WideView format) {
+    const LocaleSettings& s = Locale();
+    return Holds(format, s.ampmUpper) || Holds(format, s.ampmLower) || Holds(format, s.apUpper) ||
+           Holds(format, s.apLower);
+}
+
+}  // namespace
+
+std::size_t BehindQuotedText(WideView text, std::size_t at) {
+    for (std::size_t i = at + 1; i < text.size(); ++i) {
+        if (text[i] != u'"') continue;
+        if (i + 1 >= text.size() || text[i + 1] != u'"') return i + 1;
+        ++i;
+    }
+    return text.size();
+}
+
+void ScanFormat(FormatRun& run) {
+    for (std::size_t i = 0; i < run.format.size();) i = ScanCharacter(run, i);
+    CountPlaces(run);
+}
+
+void WorkOutDates(FormatRun& run) {
+    const double days = std::min(std::trunc(run.unscaled), LAST_SERIAL);
+    const i32 offset = run.date1904 ? DATE_1904_OFFSET : 0;
+    SerialToDate(static_cast<i32>(days) + offset, run.year, run.month, run.day);
+    run.weekday = static_cast<i32>(std::fmod(std::trunc(run.unscaled + offset + 5), 7.0));
+    run.tickScale = std::pow(10.0, run.secondDecimals);
+    run.ticks = std::trunc((run.unscaled - std::trunc(run.unscaled)) * run.tickScale * 86400 + 0.5);
+    const i32 seconds = static_cast<i32>(run.ticks / run.tickScale);
+    run.hour = seconds / 3600;
+    run.minute = seconds / 60 % 60;
+    run.second = seconds % 60;
+    run.twelveHour = IsTwelveHour(run.format);
+    if (!run.twelveHour) return;
+    run.afternoon = run.hour >= 12;
+    if (run.hour == 0) run.hour = 12;
+    if (run.hour > 12) run.hour -= 12;
+}
+
+}  // namespace tally

@@ -1,0 +1,102 @@
+#include "display/NumberFormatter.h"
+
+#include <cmath>
+
+#include "base/Number.h"
+#include "display/FormatRun.h"
+#include "display/FormatSections.h"
+#include "display/LocaleSettings.h"
+
+namespace tally {
+namespace {
+
+constexpr WideView generalFormat = u"General";
+constexpr i32 GENERAL_DIGITS = 15;
+
+// Where the text section of a format begins and ends: semicolons count wherever they stand.
+WideView TextSection(WideView format) {
+    std::size_t start = 0;
+    for (int i = 0; i < FORMAT_SECTIONS - 1; ++i) {
+        const std::size_t semicolon = format.find(u';', start);
+        if (semicolon == WideView::npos) return {};
+        start = semicolon + 1;
+    }
+    return format.substr(start, format.find(u';', start) - start);
+}
+
+bool CopyQuoted(WideView section, std::size_t& at, WideText& out) {
+    const std::size_t close = section.find(u'"', at + 1);
+    const std::size_t end = close == WideView::npos ? section.size() : close;
+    const bool good = out.Append(section.substr(at + 1, end - at - 1));
+    at = end;
+    return good;
+}
+
+}  // namespace
+
+double RoundToInteger(double x) {
+    if (x < 0) return -std::floor(0.5 - x);
+    const double plain = std::floor(x + 0.5);
+    const double nudged = std::floor(std::nextafter(x, x + 0.05) + 0.5);
+    return nudged >= plain ? nudged : plain;
+}
+
+bool FormatGeneral(double value, i32 precision, WideText& out) {
+    char text[NUMBER_TEXT_ROOM];
+    const std::size_t length = PrintGeneral(value, precision, text);
+    const char16_t separator = Locale().decimalSeparator;
+    char16_t wide[NUMBER_TEXT_ROOM];
+    for (std::size_t i = 0; i < length; ++i) {
+        wide[i] = text[i] == '.' ? separator : static_cast<char16_t>(text[i]);
+    }
+    return out.Append(WideView(wide, length));
+}
+
+bool FormatNumber(double value, WideView format, const TextMeasure* measure, i32 width, bool date1904,
+                  u16* colour, WideText& out) {
+    out.Truncate(0);
+    FormatSection sections[FORMAT_SECTIONS];
+    ParseFormatSections(format, sections);
+    const SectionChoice choice = ChooseSection(sections, value);
+    if (choice.kind == CHOICE_BLANK) return true;
+    if (choice.minus && !out.Append(u'-')) return false;
+    if (choice.kind == CHOICE_GENERAL && !measure) return FormatGeneral(std::fabs(value), GENERAL_DIGITS, out);
+    FormatRun run;
+    run.format = choice.kind == CHOICE_GENERAL ? generalFormat : sections[choice.section].text;
+    if (choice.kind == CHOICE_SECTION && sections[choice.section].colour != NO_COLOUR && colour) {
+        *colour = sections[choice.section].colour;
+    }
+    run.value = run.unscaled = std::fabs(value);
+    run.date1904 = date1904;
+    run.measure = measure;
+    run.width = width;
+    run.out = &out;
+    ScanFormat(run);
+    if (run.usesDates) WorkOutDates(run);
+    WorkOutDigits(run);
+    return WriteFormatted(run);
+}
+
+bool FormatTextValue(WideView text, WideView format, WideText& out) {
+    out.Truncate(0);
+    const WideView section = TextSection(format);
+    if (section.empty()) return out.Append(text);
+    bool good = true;
+    for (std::size_t i = 0; good && i < section.size(); ++i) {
+        switch (section[i]) {
+            case u'"': good = CopyQuoted(section, i, out); break;
+            case u'@': good = out.Append(text); break;
+            case u'\\':
+                if (++i < section.size()) good = out.Append(section[i]);
+                break;
+            case u'_':
+                ++i;
+                good = out.Append(u' ');
+                break;
+            default: good = out.Append(section[i]); break;
+        }
+    }
+    return good;
+}
+
+}  // namespace tally

@@ -1,0 +1,220 @@
+#include "display/NumberFormatter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/Text.h"
+#include "display/LocaleSettings.h"
+#include "shell/headless/HeadlessPlatform.h"
+
+namespace tally {
+namespace {
+
+std::string Narrow(WideView text) {
+    std::string out(Utf8Length(text), '\0');
+    Utf8FromWide(text, out.data());
+    return out;
+}
+
+class NumberFormatter : public testing::Test {
+  protected:
+    void SetUp() override {
+        UseHeadlessPlatform();
+        ASSERT_TRUE(ReadLocaleSettings());
+    }
+    void TearDown() override {
+        UseHeadlessPlatform();
+        EXPECT_TRUE(ReadLocaleSettings());
+        ResetHeadlessPlatform();
+    }
+    static std::string Shown(double value, WideView format, u16* colour = nullptr) {
+        WideText out;
+        EXPECT_TRUE(FormatNumber(value, format, nullptr, 0, false, colour, out));
+        return Narrow(out);
+    }
+};
+
+struct Row {
+    double value;
+    WideView format;
+    const char* expected;
+};
+
+TEST_F(NumberFormatter, PlaceholdersGroupingAndScaling) {
+    const Row rows[] = {
+        {1234567, u"#,##0", "1,234,567"},
+        {1234, u"#,##0", "1,234"},
+        {5, u"0,000", "0,005"},
+        {0, u"#", ""},
+        {0, u"#.##", "."},
+        {1.5, u"0.00", "1.50"},
+        {1.005, u"0.00", "1.01"},
+        {-1.5, u"0", "-2"},
+        {0.5, u"0%", "50%"},
+        {0.1234, u"0.0%", "12.3%"},
+        {1234567, u"0,", "1235"},
+        {1234567, u"0.0,,", "1234.6,"},
+        {12, u"000", "012"},
+        {1.5, u"?0.0?", " 1.5 "},
+        {-0.001, u"0.00", "-0.00"},
+        {1234.5, u"$#,##0.00", "$1,234.50"},
+        {7, u"\"a\"\"b\"0", "a\"b7"},
+        {7, u"\\x0_)", "x7 "},
+        {3, u"[$kr-414] 0", "kr 3"},
+        {1234.5678, u"General", "1234.5678"},
+        {12345678901234567.0, u"0", "12345678901234600"},
+        {999999999999999.9, u"0.0", "1000000000000000.0"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, NegativeThatRoundsToZeroKeepsItsSign) { EXPECT_EQ(Shown(-0.001, u"0"), "-0"); }
+
+TEST_F(NumberFormatter, SectionsAreChosenByValueAndCondition) {
+    const Row rows[] = {
+        {-1, u"0.00;;", ""},
+        {0, u"0.00;", "0.00"},
+        {1, u";;;", ""},
+        {-1, u";;;", ""},
+        {0, u";;;", ""},
+        {5, u"[>100]0.0;0", "5"},
+        {-5, u"[>100]0.0;0", "5"},
+        {200, u"[>100]0.0;0", "200.0"},
+        {-5, u"0;(0)", "(5)"},
+        {0, u"0;(0);\"nil\"", "nil"},
+        {-5, u"0", "-5"},
+        {5, u"[=5]\"five\";[=6]\"six\";0", "five"},
+        {6, u"[=5]\"five\";[=6]\"six\";0", "six"},
+        {7, u"[=5]\"five\";[=6]\"six\";0", "7"},
+        {-7, u"[=5]\"five\";[=6]\"six\";0", "-7"},
+        {3, u"[Red]", "3"},
+        {3, u"0;0;0;0;0", "3"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, ColourIsReportedOnlyWhenTheSectionHasOne) {
+    u16 colour = 99;
+    EXPECT_EQ(Shown(-3, u"[Red]0;[Blue]0", &colour), "3");
+    EXPECT_EQ(colour, 4);
+    colour = 99;
+    EXPECT_EQ(Shown(3, u"0;[Blue]0", &colour), "3");
+    EXPECT_EQ(colour, 99);
+}
+
+TEST_F(NumberFormatter, ScientificKeepsItsOddMantissas) {
+    const Row rows[] = {
+        {0.1, u"0.00E+00", "10.00E-02"},       {0, u"0.00E+00", "0.00E-01"},
+        {12345, u"0.00E+00", "1.23E+04"},      {12345, u"0.00E-00", "1.23E04"},
+        {0.00012345, u"0.00E+00", "1.23E-04"}, {123456, u"##0.0E+0", "123.5E+3"},
+        {1, u"0.00E+00", "1.00E+00"},          {12345, u"0.00e+00", "1.23e+04"},
+        {1e100, u"0E+00", "1E+100"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, FractionsTakeTheFirstBestDenominator) {
+    const Row rows[] = {
+        {0.75, u"# ?/?", " 3/4"}, {0.99, u"# ?/?", " 2/2"},           {1.5, u"# ?/?", "1 1/2"},
+        {1.5, u"?/?", "3/2"},     {3.14159, u"# ?\?/?\?", "3 14/99"}, {2, u"# ?/?", "2    "},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, DatesAndTimes) {
+    const Row rows[] = {
+        {36526, u"yyyy-mm-dd", "2000-01-01"},
+        {36526, u"d/m/yy", "1/1/00"},
+        {60, u"yyyy-mm-dd", "1900-02-29"},
+        {1, u"dddd", "Sunday"},
+        {36526, u"dddd, mmmm d", "Saturday, January 1"},
+        {36526, u"ddd mmm mmmmm", "Sat Jan J"},
+        {0.5, u"h:mm AM/PM", "12:00 PM"},
+        {0, u"h AM/PM", "12 AM"},
+        {0.75, u"h:mm a/p", "6:00 p"},
+        {0.75, u"hh:mm:ss", "18:00:00"},
+        {1.5, u"[h]", "36"},
+        {0.2, u"[hh]", "04"},
+        {1.0 / 24, u"[mm]", "60"},
+        {1.0 / 1440, u"[ss]", "60"},
+        {0.001, u"mm:ss", "01:26"},
+        {36526, u"mm", "01"},
+        {0.001, u"h:mm", "0:01"},
+        {0.001, u"m:ss", "1:26"},
+        {0.99999, u"h:mm:ss", "23:59:59"},
+        {0.999999, u"h:mm:ss", "24:00:00"},
+        {1.23 / 86400, u"ss.00", "01.23"},
+        {1.23 / 86400, u"ss.0", "01.2"},
+        {36526, u"y", "y"},
+        {44197.5, u"m/d/yy h:mm", "1/1/21 12:00"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, The1904SystemMovesDates) {
+    WideText out;
+    ASSERT_TRUE(FormatNumber(0, u"yyyy-mm-dd", nullptr, 0, true, nullptr, out));
+    EXPECT_EQ(Narrow(out), "1904-01-01");
+}
+
+TEST_F(NumberFormatter, LocaleSeparatorsAppearInTheOutputOnly) {
+    ASSERT_TRUE(SetHeadlessRegion("de-DE"));
+    ASSERT_TRUE(ReadLocaleSettings());
+    EXPECT_EQ(Shown(1234567.5, u"#,##0.00"), "1.234.567,50");
+    EXPECT_EQ(Shown(1.5, u"General"), "1,5");
+    EXPECT_EQ(Shown(36526, u"mmmm"), "Januar");
+    ASSERT_TRUE(SetHeadlessRegion("zh-CN"));
+    ASSERT_TRUE(ReadLocaleSettings());
+    EXPECT_EQ(Shown(0.75, u"h:mm 上午/下午"), "6:00 下午");
+    EXPECT_EQ(Shown(36526, u"dddd"), "星期六");
+}
+
+TEST_F(NumberFormatter, TextGoesThroughTheFourthSection) {
+    struct TextRow {
+        WideView text, format;
+        const char* expected;
+    };
+    const TextRow rows[] = {
+        {u"abc", u"0", "abc"},           {u"abc", u"0;0;0;\"<\"@\">\"", "<abc>"}, {u"abc", u"0;0;0;", "abc"},
+        {u"abc", u"0;0;0;@@", "abcabc"}, {u"abc", u"0;0;0;x\\y_z@", "xy abc"},    {u"a", u"@", "a"},
+    };
+    for (const TextRow& row : rows) {
+        WideText out;
+        ASSERT_TRUE(FormatTextValue(row.text, row.format, out));
+        EXPECT_EQ(Narrow(out), row.expected);
+    }
+}
+
+TEST_F(NumberFormatter, RoundsPositivesWithANudgeAndNegativesWithout) {
+    EXPECT_EQ(RoundToInteger(0.5), 1);
+    EXPECT_EQ(RoundToInteger(0.49999999999999994), 1);
+    EXPECT_EQ(RoundToInteger(-0.49999999999999994), -1);
+    EXPECT_EQ(RoundToInteger(-0.5), -1);
+    EXPECT_EQ(RoundToInteger(2.4), 2);
+}
+
+TEST_F(NumberFormatter, FillAndFitUseTheMeasure) {
+    const TextMeasure sevenPixels = {
+        [](const void*, WideView text) { return static_cast<i32>(text.size()) * 7; }, nullptr};
+    WideText out;
+    ASSERT_TRUE(FormatNumber(5, u"$* 0", &sevenPixels, 70, false, nullptr, out));
+    EXPECT_EQ(Narrow(out), "$        5");
+    ASSERT_TRUE(FormatNumber(5, u"$*-0", &sevenPixels, 3, false, nullptr, out));
+    EXPECT_EQ(Narrow(out), "$5");
+    ASSERT_TRUE(FormatNumber(1.0 / 3, u"General", &sevenPixels, 42, false, nullptr, out));
+    EXPECT_EQ(Narrow(out), "0.3333");
+    ASSERT_TRUE(FormatNumber(1.23456789e30, u"General", &sevenPixels, 56, false, nullptr, out));
+    EXPECT_EQ(Narrow(out), "1.23E+30");
+}
+
+TEST_F(NumberFormatter, OddFormatsEndCleanly) {
+    for (WideView format :
+         {u"\"", u"[", u"[>", u"[$", u"*", u"_", u"\\", u"0E+", u"?/", u"/", u"[h", u"E+0", u"0/0/0/0",
+          u"0.0.0.0", u",", u"@@@", u"ss.0000000000000000000000", u"#E+E+E+", u"0/######################"}) {
+        for (double value : {0.0, 1.5, -2.25, 1e308, 5e-324, 123456789.125}) Shown(value, format);
+    }
+}
+
+}  // namespace
+}  // namespace tally
