@@ -1,0 +1,187 @@
+#include "base/MessageTable.h"
+#include "base/Platform.h"
+#include "base/Text.h"
+#include "formula/Links.h"
+#include "formula/Recalculation.h"
+#include "formula/TokenWalk.h"
+
+namespace tally {
+namespace {
+
+constexpr char16_t STORED_START = 1;  // also: the next letter is a drive
+constexpr char16_t STORED_ROOT = 2;   // the root of the referring book's drive
+constexpr char16_t STORED_SEPARATOR = 3;
+
+i32 OpenNothing(WideView) { return -1; }
+
+struct LinkState {
+    LinkOpener open = OpenNothing;
+};
+LinkState links;
+
+bool IsDrivePath(WideView path) { return path.size() > 2 && path[1] == u':'; }
+bool IsSeparator(char16_t c) { return c == u'\\' || c == u'/'; }
+
+// The separator that a path uses; "/" where none tells.
+char16_t SeparatorOf(WideView path) {
+    return path.find(u'\\') != WideView::npos && path.find(u'/') == WideView::npos ? u'\\' : u'/';
+}
+
+// Whether a token leads through a link of kind EXTERN_FILE; `externBook` gets its row.
+bool LeadsToFile(const Workbook& book, u32 externIndex, i32& externBook) {
+    if (externIndex >= book.externSheets.Count()) return false;
+    externBook = book.externSheets[externIndex].externBook;
+    return externBook >= 0 && static_cast<u32>(externBook) < book.externBooks.Count() &&
+           book.externBooks[static_cast<u32>(externBook)].kind == EXTERN_FILE;
+}
+
+enum LinkUse : u32 { USES_NONE = 0, USES_OPEN = 1, USES_CLOSED = 2 };
+
+bool IsOpenLink(const ExternBook& link) { return FindOpenBook(link.path, false) >= 0; }
+
+// Which kinds of links a formula uses.
+u32 LinksOf(const Workbook& book, const FormulaTokens& tokens) {
+    u32 use = USES_NONE;
+    for (u32 p = 0; p < tokens.length; p = NextToken(tokens.bytes, tokens.length, p) + 1) {
+        const u8 token = FoldToken(tokens.bytes[p]);
+        if ((token != ptgRef3d && token != ptgArea3d && token != ptgNameX) || p + 3 > tokens.length) continue;
+        i32 externBook = 0;
+        if (!LeadsToFile(book, ReadU16(tokens.bytes + p + 1), externBook)) continue;
+        use |= IsOpenLink(book.externBooks[static_cast<u32>(externBook)]) ? USES_OPEN : USES_CLOSED;
+    }
+    return use;
+}
+
+struct LinkedCell {
+    i32 sheet;
+    u16 row;
+    u8 column;
+};
+
+// Lists the worksheet formulas that use links of the wanted kinds; returns what all of them use.
+u32 CollectLinkedCells(const Workbook& book, u32 wanted, Array<LinkedCell>* out) {
+    u32 all = USES_NONE;
+    for (u32 i = 0; i < book.sheets.Count(); ++i) {
+        if (!(book.sheets[i]->kind & SHEET_WORKSHEET)) continue;
+        for (const FormulaCell* formula : book.sheets[i]->cells.formulas) {
+            const u32 use = LinksOf(book, formula->tokens);
+            all |= use;
+            if (!(use & wanted) || !out) continue;
+            if (!out->Append({static_cast<i32>(i), formula->row, formula->column})) return all;
+        }
+    }
+    return all;
+}
+
+void RefreshLinks(i32 book, u32 wanted) {
+    if (wanted & USES_CLOSED) {
+        for (u32 i = 0; i < BookAt(book)->externBooks.Count(); ++i) {
+            if (BookAt(book)->externBooks[i].kind == EXTERN_FILE)
+                FindOrOpenLinkedBook(book, static_cast<i32>(i));
+        }
+    }
+    Array<LinkedCell> cells;
+    CollectLinkedCells(*BookAt(book), USES_OPEN | wanted, &cells);
+    for (const LinkedCell& at : cells) {
+        CellRecord* cell = GetCell(SheetAt(book, at.sheet)->cells, at.row, at.column);
+        if (!cell || !cell->formula) continue;
+        cell->calcState = CALC_STALE;
+        MarkDependents(book, at.sheet, at.row, at.column);
+    }
+}
+
+}  // namespace
+
+void SetLinkOpener(LinkOpener opener) { links.open = opener ? opener : OpenNothing; }
+
+bool ExpandStoredPath(WideText& target, WideView stored, const Workbook& book) {
+    target.Truncate(0);
+    const WideView own = book.path;
+    const char16_t separator = SeparatorOf(own);
+    for (std::size_t i = 0; i < stored.size(); ++i) {
+        const char16_t c = stored[i];
+        bool good = true;
+        // The first character only marks a stored path.
+        if (c == STORED_START && i == 0) continue;
+        if (c == STORED_START && i + 1 < stored.size()) {
+            good = target.Append(stored[++i]) && target.Append(u":\\");
+        } else if (c == STORED_ROOT) {
+            if (IsDrivePath(own)) good = target.Append(own.substr(0, 1)) && target.Append(u":\\");
+        } else if (c == STORED_SEPARATOR) {
+            good = target.Append(separator);
+        } else {
+            good = target.Append(c);
+        }
+        if (!good) return false;
+    }
+    return true;
+}
+
+bool MakeAbsolutePath(WideText& path, const Workbook& book) {
+    const WideView view = path;
+    const bool absolute = !view.empty() && (IsSeparator(view[0]) || IsDrivePath(view));
+    if (!absolute && !path.Insert(0, DirectoryOf(book.path))) return false;
+    for (std::size_t i = 0; i + 2 < path.Length();) {
+        if (IsSeparator(path[i]) && path[i + 1] == u'.' && IsSeparator(path[i + 2])) {
+            path.Remove(i, 2);
+        } else {
+            ++i;
+        }
+    }
+    return true;
+}
+
+bool MakeStoredPath(WideText& target, WideView path, const Workbook& book) {
+    target.Truncate(0);
+    if (!target.Append(STORED_START)) return false;
+    const WideView directory = DirectoryOf(path);
+    const WideView own = DirectoryOf(book.path);
+    if (directory.empty() || EqualIgnoringCase(directory, own)) return target.Append(FileNameOf(path));
+    WideView rest = path;
+    if (IsDrivePath(path)) {
+        if (IsDrivePath(own) && AsciiUpper(own[0]) == AsciiUpper(path[0])) {
+            if (!target.Append(STORED_ROOT)) return false;
+        } else if (!target.Append(STORED_START) || !target.Append(path[0])) {
+            return false;
+        }
+        rest = path.substr(path.size() > 2 && IsSeparator(path[2]) ? 3 : 2);
+    }
+    for (char16_t c : rest) {
+        if (!target.Append(IsSeparator(c) ? STORED_SEPARATOR : c)) return false;
+    }
+    return true;
+}
+
+i32 FindOrOpenLinkedBook(i32 book, i32 externBook) {
+    const Workbook* workbook = BookAt(book);
+    if (!workbook || externBook < 0 || static_cast<u32>(externBook) >= workbook->externBooks.Count()) return -1;
+    const ExternBook& link = workbook->externBooks[static_cast<u32>(externBook)];
+    if (link.kind != EXTERN_FILE) return -1;
+    const i32 open = FindOpenBook(link.path, false);
+    if (open >= 0) return open;
+    WideText path;
+    if (!ExpandStoredPath(path, link.path, *workbook) || !MakeAbsolutePath(path, *workbook)) return -1;
+    return links.open(path);
+}
+
+void UpdateLinks(i32 book, bool prompt, bool silentAnswer) {
+    const Workbook* workbook = BookAt(book);
+    if (!workbook) return;
+    bool anyOpen = false;
+    bool anyClosed = false;
+    for (const ExternBook& link : workbook->externBooks) {
+        if (link.kind != EXTERN_FILE) continue;
+        const i32 open = FindOpenBook(link.path, true);
+        (open >= 0 && open != book ? anyOpen : anyClosed) = true;
+    }
+    if (!anyOpen && !anyClosed) return;
+    bool refreshClosed = false;
+    if (anyClosed && (CollectLinkedCells(*workbook, USES_CLOSED, nullptr) & USES_CLOSED)) {
+        refreshClosed = prompt ? Platform().messageBox(Message(MSG_UPDATE_LINKS), PROGRAM_NAME,
+                                                       MB_YESNO | MB_ICONQUESTION) == IDYES
+                               : silentAnswer;
+    }
+    RefreshLinks(book, refreshClosed ? USES_OPEN | USES_CLOSED : USES_OPEN);
+}
+
+}  // namespace tally
