@@ -28,6 +28,7 @@ constexpr MessageRow messageRows[] = {
     {MSG_UPDATE_LINKS, u"This workbook contains links. Do you want to update them now?"},
     {MSG_SAVE_CHANGES, u"是否保存对 %s 的更改？"},
     {MSG_MACRO_REFERENCE, u"宏引用无效:"},
+    {MSG_CANNOT_WRITE_FILE, u"不能写入文件\n%s"},
     {226, u"全部"},
     {227, u"财务"},
     {228, u"日期与时间"},

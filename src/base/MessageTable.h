@@ -27,6 +27,7 @@ enum MessageId : u16 {
     MSG_UPDATE_LINKS = 74,
     MSG_SAVE_CHANGES = 75,
     MSG_MACRO_REFERENCE = 76,
+    MSG_CANNOT_WRITE_FILE = 77,
     // 226 to 238: function categories.
     MSG_CATEGORY_FIRST = 226,
 };

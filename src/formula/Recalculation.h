@@ -12,6 +12,8 @@ namespace tally {
 [[nodiscard]] bool SetCell(i32 book, i32 sheet, CellInput& input, bool recalculate, bool adjustRowHeight);
 // Rebuilds the precedent list and alwaysCalculate of a worksheet formula from its tokens.
 [[nodiscard]] bool BuildPrecedents(i32 book, FormulaCell& formula);
+// Whether the tokens alone say that a formula has no fixed set of inputs.
+bool TokensAlwaysCalculate(const FormulaTokens& tokens);
 // Brings a cell and all it needs to CALC_CURRENT; false when a run was abandoned.
 bool CalculateCell(i32 book, i32 sheet, i32 row, i32 column);
 // Marks what depends on a cell, or on any cell of an area, as stale.

@@ -1,0 +1,27 @@
+#pragma once
+// What each command of tally does. Every routine returns the exit status and has told a failure on
+// standard error.
+
+#include "apps/tally/Options.h"
+#include "base/WideText.h"
+
+namespace tally {
+
+int RunSheets(const Options& options);
+int RunCells(const Options& options);
+int RunVerify(const Options& options);
+int RunConvert(const Options& options);
+int RunEval(const Options& options);
+
+// ---- shared by the commands -----------------------------------------------------------------------
+
+// One line on standard error. Returns `status`.
+int Complain(int status, std::string_view what, WideView detail = {});
+// Opens the input of a command as the current book; a failure has been told.
+[[nodiscard]] bool OpenInput(const std::string& path, const std::string& form, int& status);
+// Makes the sheet of that name current. False, and told, when there is none.
+[[nodiscard]] bool ChooseSheet(const std::string& name, int& status);
+// Sets every formula of the current book stale and calculates it.
+void RecalculateAll();
+
+}  // namespace tally

@@ -1,0 +1,52 @@
+#pragma once
+// A stream of BIFF records in memory. Nothing is read beyond its end: a short record reads as zeros.
+
+#include "base/Array.h"
+#include "base/WideText.h"
+#include "formula/TokenWalk.h"
+
+namespace tally {
+
+struct BiffStream {
+    ByteView bytes;
+    std::size_t position = 0;
+};
+
+// A record's body, cut to what the stream holds.
+struct BiffRecord {
+    u16 id = 0;
+    ByteView body;
+};
+
+// The next record; false at the end of the stream.
+[[nodiscard]] bool NextRecord(BiffStream& stream, BiffRecord& record);
+// The id of the next record without reading it; 0 at the end.
+u16 PeekRecordId(const BiffStream& stream);
+
+inline u8 ByteAt(ByteView body, std::size_t at) { return at < body.size() ? body[at] : u8{0}; }
+inline u16 WordAt(ByteView body, std::size_t at) {
+    return at + 2 <= body.size() ? ReadU16(body.data() + at) : static_cast<u16>(ByteAt(body, at));
+}
+inline u32 LongAt(ByteView body, std::size_t at) {
+    return at + 4 <= body.size() ? ReadU32(body.data() + at)
+                                 : u32{WordAt(body, at)} | u32{WordAt(body, at + 2)} << 16;
+}
+double DoubleAt(ByteView body, std::size_t at);
+// The part of a body from an offset on; empty behind the end.
+inline ByteView From(ByteView body, std::size_t at) { return at < body.size() ? body.subspan(at) : ByteView(); }
+inline ByteView Part(ByteView body, std::size_t at, std::size_t count) {
+    const ByteView rest = From(body, at);
+    return rest.first(count < rest.size() ? count : rest.size());
+}
+
+constexpr std::size_t STRING_FAILED = static_cast<std::size_t>(-1);
+
+// A string of `length` characters at the start of `bytes`, overwriting `out`: with an option byte in
+// version 8, else in the code page. Returns the bytes that it takes; STRING_FAILED when memory fails.
+std::size_t ReadBiffString(ByteView bytes, u8 biffVersion, u16 codePage, std::size_t length, WideText& out);
+// 16-bit characters, cut at the first zero.
+[[nodiscard]] bool ReadWideCharacters(ByteView bytes, WideText& out);
+// The number that an RK value stands for.
+double DecodeRk(u32 rk);
+
+}  // namespace tally

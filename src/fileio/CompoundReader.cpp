@@ -1,0 +1,137 @@
+#include "fileio/CompoundReader.h"
+
+#include "fileio/BiffReader.h"
+
+namespace tally {
+namespace {
+
+constexpr std::size_t SECTOR = 512;
+constexpr std::size_t MINI_SECTOR = 64;
+constexpr std::size_t ENTRY = 128;
+constexpr u32 END_OF_CHAIN = 0xFFFFFFFE;
+constexpr u32 HEADER_FAT_SECTORS = 109;
+constexpr u32 MINI_STREAM_LIMIT = 4096;
+
+constexpr std::size_t AT_FIRST_DIRECTORY = 48;
+constexpr std::size_t AT_FIRST_MINI_FAT = 60;
+constexpr std::size_t AT_FIRST_DIFAT = 68;
+constexpr std::size_t AT_FAT_LIST = 76;
+
+struct CompoundFile {
+    ByteView bytes;
+    u32 sectors = 0;   // that can lie in the file, the last one perhaps cut
+    Array<u32> difat;  // numbers of the FAT sectors behind the first 109
+};
+
+struct DirectoryEntry {
+    u32 start = 0;
+    u32 size = 0;
+};
+
+ByteView SectorAt(const CompoundFile& file, u32 sector) {
+    return sector < file.sectors ? Part(file.bytes, (std::size_t{sector} + 1) * SECTOR, SECTOR) : ByteView();
+}
+
+u32 FatSectorNumber(const CompoundFile& file, u32 index) {
+    if (index < HEADER_FAT_SECTORS) return LongAt(file.bytes, AT_FAT_LIST + std::size_t{index} * 4);
+    index -= HEADER_FAT_SECTORS;
+    return index < file.difat.Count() ? file.difat[index] : END_OF_CHAIN;
+}
+
+// The successor of a sector; anything that is no sector of the file ends the chain.
+u32 NextFatEntry(const CompoundFile& file, u32 sector) {
+    const ByteView fat = SectorAt(file, FatSectorNumber(file, sector / 128));
+    return fat.empty() ? END_OF_CHAIN : LongAt(fat, std::size_t{sector % 128} * 4);
+}
+
+bool ReadDifat(CompoundFile& file) {
+    u32 sector = LongAt(file.bytes, AT_FIRST_DIFAT);
+    for (u32 steps = 0; steps < file.sectors / 128 + 1; ++steps) {
+        const ByteView body = SectorAt(file, sector);
+        if (body.empty()) break;
+        for (std::size_t i = 0; i < 127; ++i) {
+            if (!file.difat.Append(LongAt(body, i * 4))) return false;
+        }
+        sector = LongAt(body, 127 * 4);
+    }
+    return true;
+}
+
+// Appends the sectors of a chain, as far as `limit` bytes go.
+bool ReadChain(const CompoundFile& file, u32 sector, std::size_t limit, Array<u8>& out) {
+    for (u32 steps = 0; steps < file.sectors && out.Count() < limit; ++steps) {
+        const ByteView body = SectorAt(file, sector);
+        if (body.empty()) break;
+        const std::size_t wanted = limit - out.Count();
+        if (!out.AppendMany(body.data(), wanted < body.size() ? wanted : body.size())) return false;
+        sector = NextFatEntry(file, sector);
+    }
+    return true;
+}
+
+bool EntryIs(ByteView entry, WideView name) {
+    const std::size_t bytes = (name.size() + 1) * 2;
+    if (WordAt(entry, 64) != bytes) return false;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (WordAt(entry, i * 2) != name[i]) return false;
+    }
+    return WordAt(entry, name.size() * 2) == 0;
+}
+
+// Finds a directory entry and the root's, the first of the directory.
+bool FindStream(const CompoundFile& file, WideView name, DirectoryEntry& found, DirectoryEntry& root) {
+    u32 sector = LongAt(file.bytes, AT_FIRST_DIRECTORY);
+    for (u32 steps = 0; steps < file.sectors; ++steps) {
+        const ByteView body = SectorAt(file, sector);
+        if (body.empty()) return false;
+        for (std::size_t at = 0; at < SECTOR; at += ENTRY) {
+            const ByteView entry = Part(body, at, ENTRY);
+            if (steps == 0 && at == 0) root = {LongAt(entry, 116), LongAt(entry, 120)};
+            if (!EntryIs(entry, name)) continue;
+            found = {LongAt(entry, 116), LongAt(entry, 120)};
+            return true;
+        }
+        sector = NextFatEntry(file, sector);
+    }
+    return false;
+}
+
+// A stream below the limit lies in 64-byte pieces of the root's stream.
+bool ReadMiniStream(const CompoundFile& file, const DirectoryEntry& entry, const DirectoryEntry& root,
+                    Array<u8>& out) {
+    Array<u8> mini, fat;
+    const std::size_t whole = std::size_t{file.sectors} * SECTOR;
+    if (!ReadChain(file, root.start, whole, mini) ||
+        !ReadChain(file, LongAt(file.bytes, AT_FIRST_MINI_FAT), whole, fat)) {
+        return false;
+    }
+    u32 piece = entry.start;
+    for (std::size_t steps = 0; steps < MINI_STREAM_LIMIT / MINI_SECTOR && out.Count() < entry.size; ++steps) {
+        const ByteView body = Part(mini.Span(), std::size_t{piece} * MINI_SECTOR, MINI_SECTOR);
+        if (body.empty()) break;
+        const std::size_t wanted = entry.size - out.Count();
+        if (!out.AppendMany(body.data(), wanted < body.size() ? wanted : body.size())) return false;
+        if (std::size_t{piece} * 4 + 4 > fat.Count()) break;
+        piece = LongAt(fat.Span(), std::size_t{piece} * 4);
+    }
+    return true;
+}
+
+}  // namespace
+
+StreamResult ReadCompoundStream(ByteView bytes, WideView name, Array<u8>& out) {
+    CompoundFile file;
+    file.bytes = bytes;
+    file.sectors = bytes.size() > SECTOR ? static_cast<u32>((bytes.size() - 1) / SECTOR) : 0;
+    DirectoryEntry entry, root;
+    if (!ReadDifat(file)) return STREAM_NO_MEMORY;
+    if (!FindStream(file, name, entry, root)) return STREAM_MISSING;
+    out.Truncate(0);
+    const std::size_t size = entry.size < bytes.size() ? entry.size : bytes.size();
+    if (!out.Reserve(size + 1)) return STREAM_NO_MEMORY;
+    const bool good = entry.size < MINI_STREAM_LIMIT ? ReadMiniStream(file, entry, root, out)
+                                                     : ReadChain(file, entry.start, entry.size, out);
+    return good ? STREAM_READ : STREAM_NO_MEMORY;
+}
+
+}  // namespace tally

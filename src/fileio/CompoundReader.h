@@ -1,0 +1,16 @@
+#pragma once
+// Reading one stream out of an OLE compound file, as published: 512-byte sectors, mini stream below
+// 4,096 bytes, FAT and DIFAT chains. Every walk has a bound, so a chain that bites its tail ends.
+
+#include "base/Array.h"
+#include "base/Base.h"
+
+namespace tally {
+
+enum StreamResult : u8 { STREAM_READ, STREAM_MISSING, STREAM_NO_MEMORY };
+
+// The bytes of the stream with that name (compared as it stands) into `out`. A chain that ends early
+// gives the bytes up to there.
+[[nodiscard]] StreamResult ReadCompoundStream(ByteView file, WideView name, Array<u8>& out);
+
+}  // namespace tally

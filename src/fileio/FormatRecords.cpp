@@ -1,0 +1,114 @@
+#include <algorithm>
+
+#include "base/Platform.h"
+#include "base/Text.h"
+#include "fileio/LoadState.h"
+#include "model/Formats.h"
+
+namespace tally {
+namespace {
+
+constexpr u8 biff5Rotations[] = {0, 255, 90, 180};
+
+u8 Bits(u32 word, u32 first, u32 count) { return static_cast<u8>(word >> first & ((1u << count) - 1)); }
+
+void ReadXf8(ByteView body, CellFormat& format) {
+    format.rotation = ByteAt(body, 7);
+    format.pattern = Bits(ByteAt(body, 17), 2, 6);
+    const u32 fill = WordAt(body, 18);
+    format.patternColour = Bits(fill, 0, 7);
+    format.backColour = Bits(fill, 7, 7);
+    const u32 styles = WordAt(body, 10);
+    format.leftStyle = Bits(styles, 0, 4);
+    format.rightStyle = Bits(styles, 4, 4);
+    format.topStyle = Bits(styles, 8, 4);
+    format.bottomStyle = Bits(styles, 12, 4);
+    format.leftColour = Bits(WordAt(body, 12), 0, 7);
+    format.rightColour = Bits(WordAt(body, 12), 7, 7);
+    format.topColour = Bits(WordAt(body, 14), 0, 7);
+    format.bottomColour = Bits(WordAt(body, 14), 7, 7);
+}
+
+void ReadXf5(ByteView body, CellFormat& format) {
+    format.rotation = biff5Rotations[ByteAt(body, 7) & 3];
+    const u32 fill = LongAt(body, 8);
+    const u32 border = LongAt(body, 12);
+    format.patternColour = Bits(fill, 0, 7);
+    format.backColour = Bits(fill, 7, 7);
+    format.pattern = Bits(fill, 16, 6);
+    format.bottomStyle = Bits(fill, 22, 3);
+    format.bottomColour = Bits(fill, 25, 7);
+    format.topStyle = Bits(border, 0, 3);
+    format.leftStyle = Bits(border, 3, 3);
+    format.rightStyle = Bits(border, 6, 3);
+    format.topColour = Bits(border, 9, 7);
+    format.leftColour = Bits(border, 16, 7);
+    format.rightColour = Bits(border, 23, 7);
+}
+
+}  // namespace
+
+bool ReadFont(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    if (!load.fontsSeen) {
+        book.fonts.Truncate(0);
+        load.fontsSeen = true;
+    }
+    FontRecord font;
+    font.height = WordAt(body, 0);
+    font.attributes = WordAt(body, 2);
+    font.colour = WordAt(body, 4);
+    font.weight = WordAt(body, 6);
+    font.underline = ByteAt(body, 10);
+    font.family = ByteAt(body, 11);
+    font.charSet = ByteAt(body, 12);
+    if (ReadBiffString(From(body, 15), load.biffVersion, book.codePage, ByteAt(body, 14), load.text) ==
+        STRING_FAILED)
+        return false;
+    const WideView name = load.text.View().substr(0, std::size(font.faceName) - 1);
+    std::copy(name.begin(), name.end(), font.faceName);
+    u8 family = 0;
+    u8 charSet = 0;
+    if (Platform().findFontFace(name, family, charSet)) font.family = family;
+    return book.fonts.Append(font);
+}
+
+bool ReadFormatRecord(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const bool wide = load.biffVersion == 8;
+    const std::size_t length = wide ? WordAt(body, 2) : ByteAt(body, 2);
+    if (ReadBiffString(From(body, wide ? 4 : 3), load.biffVersion, book.codePage, length, load.text) ==
+        STRING_FAILED)
+        return false;
+    const bool general =
+        EqualIgnoringCase(load.text, LocalGeneralWord()) || EqualIgnoringCase(load.text, u"General");
+    return ReplaceNumberFormat(book, WordAt(body, 0), general ? WideView(u"General") : load.text.View());
+}
+
+bool ReadXf(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    if (!load.formatsSeen) {
+        book.cellFormats.Truncate(0);
+        book.styles.Truncate(0);
+        load.formatsSeen = true;
+    }
+    CellFormat format;
+    const u16 font = WordAt(body, 0);
+    format.font = font > 4 ? static_cast<u16>(font - 1) : font;
+    format.numberFormat = WordAt(body, 2);
+    if (FindNumberFormat(book, format.numberFormat) == book.numberFormats.Count()) format.numberFormat = 0;
+    const u8 alignment = ByteAt(body, 6);
+    format.flags = static_cast<u16>((ByteAt(body, 4) & 15) | (alignment & 8 ? FORMAT_WRAP : 0));
+    format.horizontal = Bits(alignment, 0, 3);
+    format.vertical = Bits(alignment, 4, 3);
+    if (load.biffVersion == 8) {
+        ReadXf8(body, format);
+    } else {
+        ReadXf5(body, format);
+    }
+    // A solid cell shows its back colour in memory; the file has the two the other way round.
+    if (format.pattern == 1) std::swap(format.patternColour, format.backColour);
+    return book.cellFormats.Append(format);
+}
+
+}  // namespace tally

@@ -1,0 +1,119 @@
+#include <algorithm>
+
+#include "base/MessageTable.h"
+#include "base/Platform.h"
+#include "base/Text.h"
+#include "fileio/LoadState.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+
+namespace tally {
+namespace {
+
+enum RecordResult : u8 { RECORD_DONE, RECORD_FAILED, RECORD_END };
+
+constexpr u32 PALETTE_FIRST = 8;
+
+bool ReadBoundSheet(LoadState& load, ByteView body) {
+    constexpr i32 kinds[] = {SHEET_WORKSHEET, SHEET_MACRO, SHEET_CHART};
+    const u8 type = ByteAt(body, 5);
+    const i32 kind = type < std::size(kinds) ? kinds[type] : i32{SHEET_MODULE};
+    if (ReadBiffString(From(body, 7), load.biffVersion, LoadedBook(load).codePage, ByteAt(body, 6),
+                       load.text) == STRING_FAILED) {
+        return false;
+    }
+    Workbook& book = LoadedBook(load);
+    const WideView name = load.text.View().substr(0, MAX_SHEET_NAME);
+    // The first sheet is the one that the new book came with.
+    if (load.boundSheets && !InsertSheet(static_cast<i32>(book.sheets.Count()), &name, kind, false, false))
+        return false;
+    book.currentSheet = static_cast<i32>(book.sheets.Count()) - 1;
+    ResetSheet(kind, ByteAt(body, 4) & 3);
+    Sheet& sheet = *book.sheets.Last();
+    std::fill(std::begin(sheet.name), std::end(sheet.name), u'\0');
+    std::copy(name.begin(), name.end(), sheet.name);
+    ++load.boundSheets;
+    return true;
+}
+
+void ReadWindow1(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const u8 options = ByteAt(body, 8);
+    book.showHorizontalScrollBar = (options & 8) != 0;
+    book.showVerticalScrollBar = (options & 16) != 0;
+    book.showSheetTabs = (options & 32) != 0;
+    load.activeTab = WordAt(body, 10);
+}
+
+void ReadCodePage(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    book.fileCodePage = WordAt(body, 0);
+    if (book.fileCodePage && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
+}
+
+bool ReadWriteAccess(LoadState& load, ByteView body) {
+    const ByteView raw = From(body, load.biffVersion == 8 ? 3 : 1);
+    Array<u8>& name = LoadedBook(load).userName;
+    name.Truncate(0);
+    return name.AppendMany(raw.data(), raw.size());
+}
+
+void ReadPalette(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const u32 count = WordAt(body, 0);
+    for (u32 i = 0; i < count && PALETTE_FIRST + i < PALETTE_SIZE && 2 + i * 4 < body.size(); ++i) {
+        book.palette[PALETTE_FIRST + i] = LongAt(body, 2 + std::size_t{i} * 4) & 0xFFFFFF;
+    }
+}
+
+bool ReadStyle(LoadState& load, ByteView body) {
+    if (!(WordAt(body, 0) & 0x8000)) return true;
+    return LoadedBook(load).styles.Append({WordAt(body, 0), ByteAt(body, 2), ByteAt(body, 3)});
+}
+
+RecordResult Result(bool good) { return good ? RECORD_DONE : RECORD_FAILED; }
+
+RecordResult ReadGlobalRecord(LoadState& load, const BiffRecord& record) {
+    const ByteView body = record.body;
+    switch (record.id) {
+        case 10: return RECORD_END;
+        case 23: return Result(ReadExternSheet(load, body));
+        case 24:
+        case 536: return Result(ReadName(load, body));
+        case 34: LoadedBook(load).date1904 = ByteAt(body, 0) != 0; return RECORD_DONE;
+        case 35:
+        case 547: return Result(ReadExternName(load, body));
+        case 47: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return RECORD_FAILED;
+        case 49:
+        case 561: return Result(ReadFont(load, body));
+        case 61: ReadWindow1(load, body); return RECORD_DONE;
+        case 66: ReadCodePage(load, body); return RECORD_DONE;
+        case 92: return Result(ReadWriteAccess(load, body));
+        case 133: return Result(ReadBoundSheet(load, body));
+        case 140:
+            LoadedBook(load).country[0] = WordAt(body, 0);
+            LoadedBook(load).country[1] = WordAt(body, 2);
+            return RECORD_DONE;
+        case 146: ReadPalette(load, body); return RECORD_DONE;
+        case 224: return Result(ReadXf(load, body));
+        case 252: return Result(ReadSharedStrings(load, record));
+        case 430: return Result(ReadSupbook(load, body));
+        case 659: return Result(ReadStyle(load, body));
+        case 1054: return Result(ReadFormatRecord(load, body));
+        default: return RECORD_DONE;
+    }
+}
+
+}  // namespace
+
+bool ReadGlobals(LoadState& load) {
+    BiffRecord record;
+    while (NextRecord(load.stream, record)) {
+        const RecordResult result = ReadGlobalRecord(load, record);
+        if (result == RECORD_END) return true;
+        if (result == RECORD_FAILED) return false;
+    }
+    return false;
+}
+
+}  // namespace tally

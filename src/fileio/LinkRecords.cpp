@@ -1,0 +1,159 @@
+#include "base/Text.h"
+#include "fileio/LoadState.h"
+#include "formula/Links.h"
+
+namespace tally {
+namespace {
+
+constexpr u16 NAME_IS_BUILT_IN = 0x20;
+constexpr u16 SUPBOOK_OWN = 0x0401;
+constexpr u16 SUPBOOK_ADDIN = 0x3A01;
+constexpr u8 SAME_BOOK_MARK = 3;
+
+// Puts a built-in name in place of its code, which the text begins with.
+bool ExpandBuiltIn(WideText& text) {
+    const u16 code = text.IsEmpty() ? u16{0} : static_cast<u16>(text[0]);
+    WideText full;
+    if (!full.Assign(BuiltInName(static_cast<u8>(code < 256 ? code : 255))) ||
+        !full.Append(text.View().substr(text.IsEmpty() ? 0 : 1))) {
+        return false;
+    }
+    text = std::move(full);
+    return true;
+}
+
+bool ReadNameTokens(LoadState& load, ByteView rest, u16 length, FormulaTokens& out) {
+    if (!length) return true;
+    if (rest.size() < length) length = static_cast<u16>(rest.size());
+    const ByteView tokens = rest.first(length);
+    const ByteView extra = From(rest, length);
+    return load.biffVersion == 8 ? MakeTokens(out, tokens, extra) : WidenTokens(load, tokens, extra, out);
+}
+
+bool ReadLinkText(LoadState& load, ByteView bytes, std::size_t length, WideText& out, std::size_t& used) {
+    used = ReadBiffString(bytes, load.biffVersion, LoadedBook(load).codePage, length, out);
+    return used != STRING_FAILED;
+}
+
+bool ReadExternSheet8(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const u32 count = WordAt(body, 0);
+    for (u32 i = 0; i < count && 2 + i * 6 < body.size(); ++i) {
+        const std::size_t at = 2 + std::size_t{i} * 6;
+        const ExternSheet row = {static_cast<i16>(WordAt(body, at)), static_cast<i16>(WordAt(body, at + 2)),
+                                 static_cast<i16>(WordAt(body, at + 4))};
+        if (!book.externSheets.Append(row)) return false;
+    }
+    return true;
+}
+
+bool ReadExternSheet5(LoadState& load, ByteView body) {
+    std::size_t length = ByteAt(body, 0);
+    const u8 first = ByteAt(body, 1);
+    if (first == SAME_BOOK_MARK) ++length;
+    ExternSheetEntry* entry = load.externTable.AppendDefault();
+    if (!entry) return false;
+    if (length == 1 && first == 0) entry->kind = EXTERNSHEET_NONE;
+    if (length == 1 && first == 4) entry->kind = EXTERNSHEET_OWN;
+    if (length == 1 && first == ':') entry->kind = EXTERNSHEET_ADDIN;
+    if (entry->kind != EXTERNSHEET_TEXT) return true;
+    return ReadBiffString(From(body, 1), 7, LoadedBook(load).codePage, length, entry->text) != STRING_FAILED;
+}
+
+}  // namespace
+
+void FreeShared(Array<SharedFormula>& list) {
+    for (SharedFormula& entry : list) FreeTokens(entry.tokens);
+    list.Clear();
+}
+
+LoadState::~LoadState() {
+    for (TextBlock* text : strings) ReleaseText(text);
+    FreeShared(shared);
+    FreeShared(arrays);
+}
+
+bool ReadName(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const u16 flags = WordAt(body, 0);
+    DefinedName* name = book.names.AppendDefault();
+    if (!name) return false;
+    name->flags = flags & ~NAME_IS_BUILT_IN;
+    name->shortcut = ByteAt(body, 2);
+    name->sheet = WordAt(body, load.biffVersion == 8 ? 8 : 6);
+    std::size_t used = 0;
+    if (!ReadLinkText(load, From(body, 14), ByteAt(body, 3), name->text, used)) return false;
+    // A code of 0 is a name too, though as a character it ends a text.
+    if (flags & NAME_IS_BUILT_IN) {
+        if (name->text.IsEmpty() && !name->text.Append(u'\0')) return false;
+        if (!ExpandBuiltIn(name->text)) return false;
+    }
+    FormulaTokens tokens;
+    if (!ReadNameTokens(load, From(body, 14 + used), WordAt(body, 4), tokens)) return false;
+    book.names.Last().tokens = tokens;
+    return true;
+}
+
+bool ReadExternSheet(LoadState& load, ByteView body) {
+    return load.biffVersion == 8 ? ReadExternSheet8(load, body) : ReadExternSheet5(load, body);
+}
+
+bool ReadExternName(LoadState& load, ByteView body) {
+    const u16 flags = WordAt(body, 0);
+    WideText text;
+    std::size_t used = 0;
+    if (!ReadLinkText(load, From(body, 7), ByteAt(body, 6), text, used)) return false;
+    if (load.biffVersion != 8) {
+        return load.externTable.IsEmpty() || load.externTable.Last().names.Append(std::move(text));
+    }
+    if (flags & 1) {
+        if (text.IsEmpty() && !text.Append(u'\0')) return false;
+        if (!ExpandBuiltIn(text)) return false;
+    }
+    Workbook& book = LoadedBook(load);
+    if (book.externBooks.IsEmpty()) return true;
+    ExternName name;
+    name.text = std::move(text);
+    name.sheet = static_cast<i16>(WordAt(body, 2));
+    return book.externBooks.Last().names.Append(std::move(name));
+}
+
+bool ReadSupbook(LoadState& load, ByteView body) {
+    const u16 sheets = WordAt(body, 0);
+    const u16 length = WordAt(body, 2);
+    ExternBook* row = LoadedBook(load).externBooks.AppendDefault();
+    if (!row) return false;
+    if (length == SUPBOOK_OWN || length == SUPBOOK_ADDIN) {
+        row->kind = length == SUPBOOK_OWN ? EXTERN_SELF : EXTERN_ADDIN;
+        return true;
+    }
+    if (length == 1 && sheets == 0 && WordAt(body, 4) == 0) {
+        row->kind = EXTERN_CURRENT;
+        return true;
+    }
+    std::size_t at = 4;
+    std::size_t used = 0;
+    if (!ReadLinkText(load, From(body, at), length, row->path, used)) return false;
+    at += used;
+    for (u32 i = 0; i < sheets && at < body.size(); ++i) {
+        WideText name;
+        if (!ReadLinkText(load, From(body, at + 2), WordAt(body, at), name, used)) return false;
+        at += 2 + used;
+        if (!row->sheetNames.Append(std::move(name))) return false;
+    }
+    return true;
+}
+
+void ResolveNameSheets(LoadState& load) {
+    Workbook& book = LoadedBook(load);
+    for (DefinedName& name : book.names) {
+        if (!name.sheet) continue;
+        const u32 entry = name.sheet - 1u;
+        const WideView text =
+            entry < load.externTable.Count() ? load.externTable[entry].text.View() : WideView();
+        const i32 sheet = text.empty() ? -1 : FindSheet(load.book, text.substr(1));
+        name.sheet = static_cast<u16>(sheet + 1);
+    }
+}
+
+}  // namespace tally

@@ -1,0 +1,98 @@
+#pragma once
+// What the readers of one workbook share while it is loaded. It lives for one open.
+
+#include "base/SharedText.h"
+#include "fileio/BiffReader.h"
+#include "model/BookTable.h"
+
+namespace tally {
+
+// An EXTERNSHEET record of the 95 form with the names that follow it.
+enum ExternSheetKind : u8 {
+    EXTERNSHEET_TEXT = 0,
+    EXTERNSHEET_OWN = 1,
+    EXTERNSHEET_ADDIN = 2,
+    EXTERNSHEET_NONE = 3
+};
+struct ExternSheetEntry {
+    ExternSheetKind kind = EXTERNSHEET_TEXT;
+    WideText text;
+    Array<WideText> names;
+};
+
+// Tokens shared by several cells: SHRFMLA in the local table of a sheet, ARRAY in the other.
+struct SharedFormula {
+    u16 row = 0;
+    u8 column = 0;
+    FormulaTokens tokens;
+};
+
+struct LoadedCell {
+    i32 sheet;
+    u16 row;
+    u8 column;
+};
+
+struct LoadState {
+    BiffStream stream;
+    i32 book = -1;
+    i32 sheet = 0;  // being read
+    u8 biffVersion = 8;
+    u32 boundSheets = 0;
+    i32 activeTab = 0;
+    bool fontsSeen = false;
+    bool formatsSeen = false;
+    Array<TextBlock*> strings;  // shared strings; one use each
+    Array<ExternSheetEntry> externTable;
+    Array<SharedFormula> shared;  // of the current sheet
+    Array<SharedFormula> arrays;  // of the current sheet
+    Array<u16> bareFormats;       // formats of a bare file, in order of arrival
+    Array<LoadedCell> volatiles;  // flagged always-calculate, with a value
+    bool lastCellKnown = false;   // a cell has been added: a STRING record belongs to it
+    LoadedCell lastCell = {};
+    WideText text;  // scratch
+    ~LoadState();
+};
+
+inline Workbook& LoadedBook(const LoadState& load) { return *BookAt(load.book); }
+inline Sheet& LoadedSheet(const LoadState& load) { return *SheetAt(load.book, load.sheet); }
+void FreeShared(Array<SharedFormula>& list);
+
+// True at the EOF record, false for an end of the stream, a password or a lack of memory.
+[[nodiscard]] bool ReadGlobals(LoadState& load);
+[[nodiscard]] bool ReadSheet(LoadState& load);
+// A chart's records are kept as they stand.
+[[nodiscard]] bool ReadChartRecords(LoadState& load);
+// A bare file of BIFF2, BIFF3 or BIFF4 records into the current book.
+[[nodiscard]] bool ReadOldBook(LoadState& load, u16 bofId);
+
+// ---- pieces that several readers use ---------------------------------------------------------------
+
+// Adds a cell; it becomes the one that a STRING record belongs to. A format out of range is 0.
+[[nodiscard]] bool AddCell(LoadState& load, i32 row, i32 column, u16 format, Value value, FormulaTokens tokens);
+// A text as a value; the empty text when memory fails is a failure.
+[[nodiscard]] bool AddTextCell(LoadState& load, i32 row, i32 column, u16 format, WideView text);
+// Replaces the cached text of the last cell added.
+[[nodiscard]] bool ReplaceLastText(LoadState& load, WideView text);
+// The 8 bytes of a formula's result; false for the kinds that a STRING record follows.
+Value CachedValue(ByteView result);
+// The steps behind a formula's insertion: always-calculate flag and state from the file's flags.
+void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags);
+[[nodiscard]] bool ReadFont(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadFormatRecord(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadXf(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadName(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadExternSheet(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadExternName(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadSupbook(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadSharedStrings(LoadState& load, const BiffRecord& record);
+// After the globals of a 95 form: sheets of scoped names.
+void ResolveNameSheets(LoadState& load);
+// From the 95 token form, `length` bytes of tokens and what follows them, to BIFF8. Failure: memory or
+// a stream that does not fit.
+[[nodiscard]] bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out);
+// The same from bare files; `version` 2, 3 or 4.
+[[nodiscard]] bool WidenOldTokens(LoadState& load, int version, ByteView tokens, ByteView extra,
+                                  FormulaTokens& out);
+
+}  // namespace tally

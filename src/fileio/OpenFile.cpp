@@ -1,0 +1,213 @@
+#include "fileio/OpenFile.h"
+
+#include "base/MessageTable.h"
+#include "base/Platform.h"
+#include "base/Text.h"
+#include "fileio/CompoundReader.h"
+#include "fileio/LoadState.h"
+#include "fileio/TextFiles.h"
+#include "formula/Links.h"
+#include "formula/Recalculation.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+
+namespace tally {
+namespace {
+
+constexpr WideView extensions[] = {u"csv", u"pxl", u"xls", u"xlt", u"bmp", u"txt", u"pxt"};
+
+constexpr u16 COMPOUND_SIGNATURE = 0xCFD0;
+constexpr u16 BOF_BIFF2 = 9, BOF_BIFF3 = 521, BOF_BIFF4 = 1033, BOF_BIFF5 = 2057;
+enum SubstreamType : u16 {
+    SUBSTREAM_GLOBALS = 5,
+    SUBSTREAM_MODULE = 6,
+    SUBSTREAM_SHEET = 16,
+    SUBSTREAM_CHART = 32,
+    SUBSTREAM_MACRO = 64
+};
+
+bool IsBof(u16 id) { return id == BOF_BIFF2 || id == BOF_BIFF3 || id == BOF_BIFF4 || id == BOF_BIFF5; }
+
+// The globals and what stands behind them.
+bool ReadBookGlobals(LoadState& load, const BiffRecord& bof) {
+    load.biffVersion = bof.id != BOF_BIFF5 || ByteAt(bof.body, 1) == 5 ? 7 : 8;
+    LoadedBook(load).biffVersion = load.biffVersion;
+    if (!ReadGlobals(load)) return false;
+    if (load.biffVersion != 8) ResolveNameSheets(load);
+    return true;
+}
+
+// The next sheet in file order; a sheet that the globals did not name is not read.
+bool ReadSheetSubstream(LoadState& load, i32 type) {
+    Workbook& book = LoadedBook(load);
+    if (static_cast<u32>(load.sheet) >= book.sheets.Count()) return true;
+    book.currentSheet = load.sheet;
+    const i32 kind = LoadedSheet(load).kind;
+    if (kind != type) ResetSheet(type, LoadedSheet(load).hidden);
+    const bool good = type == SUBSTREAM_CHART ? ReadChartRecords(load) : ReadSheet(load);
+    ++load.sheet;
+    if (load.biffVersion != 8) load.externTable.Clear();
+    return good;
+}
+
+bool ReadSubstreams(LoadState& load) {
+    BiffRecord record;
+    while (NextRecord(load.stream, record)) {
+        if (!IsBof(record.id)) continue;
+        const u16 type = WordAt(record.body, 2);
+        switch (type) {
+            case SUBSTREAM_GLOBALS:
+                if (!ReadBookGlobals(load, record)) return false;
+                break;
+            case SUBSTREAM_MODULE:
+            case SUBSTREAM_SHEET:
+            case SUBSTREAM_CHART:
+            case SUBSTREAM_MACRO:
+                if (!ReadSheetSubstream(load, type)) return false;
+                if (static_cast<u32>(load.sheet) == load.boundSheets) return true;
+                break;
+            default: break;
+        }
+    }
+    return true;
+}
+
+// The cells that change by themselves are brought up to date once everything is there.
+void EvaluateVolatiles(LoadState& load) {
+    for (const LoadedCell& at : load.volatiles) {
+        const Sheet* sheet = SheetAt(load.book, at.sheet);
+        if (!sheet || !(sheet->kind & SHEET_WORKSHEET)) continue;
+        CellRecord* cell = GetCell(SheetAt(load.book, at.sheet)->cells, at.row, at.column);
+        if (!cell || !cell->formula) continue;
+        cell->calcState = CALC_STALE;
+        CalculateCell(load.book, at.sheet, at.row, at.column);
+        LoadedBook(load).dirty = 1;
+    }
+    MarkVolatileCells();
+}
+
+bool OpenCompoundWorkbook(ByteView file, LoadState& load) {
+    Array<u8> stream;
+    StreamResult result = ReadCompoundStream(file, u"Workbook", stream);
+    if (result == STREAM_MISSING) result = ReadCompoundStream(file, u"Book", stream);
+    if (result == STREAM_MISSING) ShowMessage(Message(MSG_WORKBOOK_NOT_FOUND));
+    if (result != STREAM_READ) return false;
+    load.stream.bytes = stream.Span();
+    if (!ReadSubstreams(load)) return false;
+    Workbook& book = LoadedBook(load);
+    book.currentSheet = static_cast<u32>(load.activeTab) < book.sheets.Count() ? load.activeTab : 0;
+    EvaluateVolatiles(load);
+    return true;
+}
+
+bool ReadWorkbook(ByteView file, LoadState& load) {
+    const u16 first = file.size() < 2 ? u16{0} : WordAt(file, 0);
+    if (first == BOF_BIFF2 || first == BOF_BIFF3 || first == BOF_BIFF4) {
+        load.stream.bytes = file;
+        return ReadOldBook(load, first);
+    }
+    if (first == COMPOUND_SIGNATURE) return OpenCompoundWorkbook(file, load);
+    ShowMessage(Message(MSG_INVALID_DATA));
+    return false;
+}
+
+bool ReadByType(FileType type, ByteView file, char16_t delimiter, LoadState& load) {
+    switch (type) {
+        case FILE_CSV:
+        case FILE_TXT: return ReadText(load.book, file, type, delimiter);
+        case FILE_XLS:
+        case FILE_XLT: return ReadWorkbook(file, load);
+        default: return false;
+    }
+}
+
+// The first open replaces the empty book that the program started with.
+void CloseUntouchedFirstBook() {
+    const BookTable& table = Books();
+    if (table.books.Count() != 1) return;
+    const Workbook& book = *table.books[0];
+    if (!book.dirty && book.path.View() == u"Book1") RemoveBook(0);
+}
+
+bool SameFileOpen(WideView path, u32 flags) {
+    const i32 open = FindOpenBook(path, false);
+    if (open < 0) return false;
+    if (!(flags & OPEN_HIDDEN_LINK)) {
+        BookAt(open)->hiddenLink = 0;
+        Books().currentBook = open;
+        Calls().booksChanged();
+    }
+    return true;
+}
+
+i32 OpenLink(WideView path) {
+    const i32 current = CurrentBook();
+    const bool opened = OpenFile(path, OPEN_HIDDEN_LINK | OPEN_SILENT_LINKS);
+    const i32 book = opened ? FindOpenBook(path, false) : -1;
+    Books().currentBook = current;
+    return book;
+}
+
+}  // namespace
+
+FileType FileTypeOf(WideView path) {
+    if (path.size() < 5 || path[path.size() - 4] != u'.') return FILE_UNKNOWN;
+    const WideView extension = path.substr(path.size() - 3);
+    for (i32 i = 0; i < FILE_UNKNOWN; ++i) {
+        const WideView known = extensions[i];
+        if (AsciiLower(extension[0]) == known[0] && AsciiLower(extension[1]) == known[1] &&
+            AsciiLower(extension[2]) == known[2]) {
+            return static_cast<FileType>(i);
+        }
+    }
+    return FILE_UNKNOWN;
+}
+
+bool OpenFile(WideView path, u32 flags, char16_t delimiter) {
+    if (SameFileOpen(path, flags)) return true;
+    const bool quiet = (flags & OPEN_HIDDEN_LINK) != 0;
+    if (!delimiter && FileTypeOf(path) == FILE_UNKNOWN) {
+        if (!quiet) ShowMessage(Message(MSG_FILE_TYPE_UNKNOWN));
+        return false;
+    }
+    Array<u8> bytes;
+    if (!Platform().readFile(path, bytes)) {
+        if (!quiet) ShowMessageWith(Message(MSG_CANNOT_READ_FILE), path);
+        return false;
+    }
+    return OpenFileFromMemory(path, bytes.Span(), flags, delimiter);
+}
+
+bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delimiter) {
+    const FileType type = delimiter ? FILE_CSV : FileTypeOf(path);
+    if (type == FILE_UNKNOWN) {
+        ShowMessage(Message(MSG_FILE_TYPE_UNKNOWN));
+        return false;
+    }
+    const bool hidden = (flags & OPEN_HIDDEN_LINK) != 0;
+    if (!hidden) CloseUntouchedFirstBook();
+    const i32 previous = CurrentBook();
+    if (!CreateWorkbook(&path, false)) return false;
+    const i32 book = CurrentBook();
+    BookAt(book)->hiddenLink = hidden;
+    bool good = false;
+    {
+        LoadState load;
+        load.book = book;
+        good = ReadByType(type, bytes, delimiter, load);
+    }
+    if (!good) {
+        RemoveBook(book);
+        Books().currentBook = previous < static_cast<i32>(Books().books.Count()) ? previous : -1;
+        return false;
+    }
+    DropDependents();
+    if (!BookAt(book)->externBooks.IsEmpty())
+        UpdateLinks(book, !(flags & OPEN_SILENT_LINKS), (flags & OPEN_UPDATE_LINKS) != 0);
+    if (!hidden) Calls().booksChanged();
+    return true;
+}
+
+void ConnectLinkOpener() { SetLinkOpener(OpenLink); }
+
+}  // namespace tally

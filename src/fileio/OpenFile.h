@@ -1,0 +1,37 @@
+#pragma once
+// Opening a file as a new book.
+
+#include "base/WideText.h"
+
+namespace tally {
+
+enum FileType : i32 {
+    FILE_CSV = 0,
+    FILE_PXL = 1,
+    FILE_XLS = 2,
+    FILE_XLT = 3,
+    FILE_BMP = 4,
+    FILE_TXT = 5,
+    FILE_PXT = 6,
+    FILE_UNKNOWN = 7,
+};
+// By the last four characters of the path alone.
+FileType FileTypeOf(WideView path);
+
+enum OpenFlags : u32 {
+    OPEN_VISIBLE = 0,
+    OPEN_HIDDEN_LINK = 1,   // in the background, to serve links: no box, the current book stays
+    OPEN_UPDATE_LINKS = 2,  // with OPEN_SILENT: the answer to the question about links
+    OPEN_SILENT_LINKS = 4,  // does not ask about links
+};
+
+// Opens a file and makes its book current, or makes an open book of that path current. False, with one
+// box and no new book, when that fails. `delimiter`, when not 0, forces delimited text.
+[[nodiscard]] bool OpenFile(WideView path, u32 flags, char16_t delimiter = 0);
+// The same from bytes in memory; `path` names the book and gives its type.
+[[nodiscard]] bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delimiter = 0);
+
+// Lets references open linked books.
+void ConnectLinkOpener();
+
+}  // namespace tally

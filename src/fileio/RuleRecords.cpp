@@ -1,0 +1,245 @@
+#include "base/Number.h"
+#include "display/NumberFormatter.h"
+#include "fileio/SheetRecords.h"
+#include "model/AreaList.h"
+
+namespace tally {
+namespace {
+
+constexpr u16 TOP10_MIN = 1, TOP10_MAX = 500;
+constexpr u32 NO_OBJECT = 0xFFFFFFFF;
+constexpr std::size_t FONT_BLOCK = 118, BORDER_BLOCK = 8, PATTERN_BLOCK = 4;
+
+RefArea AreaOf8(ByteView body, std::size_t at) {
+    return {WordAt(body, at), WordAt(body, at + 2), ByteAt(body, at + 4), ByteAt(body, at + 6)};
+}
+
+bool AppendAreas(ByteView body, std::size_t at, u32 count, Array<RefArea>& out) {
+    for (u32 i = 0; i < count && at + i * 8 < body.size(); ++i) {
+        if (!out.Append(AreaOf8(body, at + std::size_t{i} * 8))) return false;
+    }
+    return true;
+}
+
+// One condition of an autofilter; `at` is where the texts go on.
+bool ReadFilterCondition(LoadState& load, ByteView body, std::size_t start, std::size_t& at,
+                         FilterCondition& out) {
+    const u8 kind = ByteAt(body, start);
+    out.kind = kind;
+    out.comparison = ByteAt(body, start + 1);
+    out.text.Truncate(0);
+    if (kind == 2 || kind == 4) {
+        const double number = kind == 2 ? DecodeRk(LongAt(body, start + 2)) : DoubleAt(body, start + 2);
+        out.kind = 6;
+        return FormatGeneral(number, 15, out.text);
+    }
+    if (kind != 6) return true;
+    const std::size_t used = ReadBiffString(From(body, at), load.biffVersion, LoadedBook(load).codePage,
+                                            ByteAt(body, start + 6), out.text);
+    if (used == STRING_FAILED) return false;
+    at += used;
+    return true;
+}
+
+OverrideByte Override(bool present, u32 value) { return {present, static_cast<u8>(value)}; }
+
+void ReadFontBlock(ByteView block, ConditionalCondition& out) {
+    const u32 style = LongAt(block, 68);
+    const u32 kept = LongAt(block, 88);
+    out.strikeout = Override(!(kept & 0x80), (style >> 7) & 1);
+    out.italic = Override(!(kept & 2), (style >> 1) & 1);
+    out.bold = Override(LongAt(block, 100) == 0, WordAt(block, 72) > 400);
+    out.underline = Override(LongAt(block, 96) == 0, ByteAt(block, 76));
+    const u32 colour = LongAt(block, 80);
+    out.hasFontColour = colour != 0xFFFFFFFF;
+    out.fontColour = static_cast<u16>(colour);
+}
+
+void ReadBorderBlock(ByteView block, u32 flags, ConditionalCondition& out) {
+    const u32 styles = WordAt(block, 0);
+    const u32 colours = LongAt(block, 2);
+    out.hasBorders = true;
+    out.leftStyle = Override(!(flags & 1u << 10), styles & 15);
+    out.rightStyle = Override(!(flags & 1u << 11), styles >> 4 & 15);
+    out.topStyle = Override(!(flags & 1u << 12), styles >> 8 & 15);
+    out.bottomStyle = Override(!(flags & 1u << 13), styles >> 12 & 15);
+    out.leftColour = static_cast<u8>(colours & 127);
+    out.rightColour = static_cast<u8>(colours >> 7 & 127);
+    out.topColour = static_cast<u8>(colours >> 16 & 127);
+    out.bottomColour = static_cast<u8>(colours >> 23 & 127);
+}
+
+void ReadPatternBlock(ByteView block, u32 flags, ConditionalCondition& out) {
+    const u32 colours = WordAt(block, 2);
+    out.hasPattern = true;
+    out.pattern = Override(!(flags & 1u << 16), ByteAt(block, 1) >> 2);
+    out.patternColour = Override(!(flags & 1u << 17), colours & 127);
+    out.backColour = Override(!(flags & 1u << 18), colours >> 7 & 127);
+}
+
+// A length-prefixed text of a validation; one zero character stands for none.
+bool ReadRuleText(LoadState& load, ByteView body, std::size_t& at, WideText& out) {
+    const std::size_t used =
+        ReadBiffString(From(body, at + 2), load.biffVersion, LoadedBook(load).codePage, WordAt(body, at), out);
+    at += 2 + used;
+    return used != STRING_FAILED;
+}
+
+bool ReadRuleFormula(LoadState& load, ByteView body, std::size_t& at, FormulaTokens& out) {
+    const u16 length = WordAt(body, at);
+    const ByteView tokens = Part(body, at + 4, length);
+    at += 4u + length;
+    if (tokens.empty()) return true;
+    return load.biffVersion == 8 ? MakeTokens(out, tokens, {}) : WidenTokens(load, tokens, {}, out);
+}
+
+}  // namespace
+
+bool ReadFilterMode(LoadState& load, ByteView) {
+    LoadedSheet(load).filterState = FILTER_ADVANCED;
+    return true;
+}
+
+bool ReadFilterInfo(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    sheet.filterState = FILTER_AUTO;
+    const u32 count = WordAt(body, 0);
+    return sheet.filterColumns.Resize(count < MAX_COLUMNS ? count : MAX_COLUMNS);
+}
+
+bool ReadFilterColumn(LoadState& load, ByteView body) {
+    Array<FilterColumn>& columns = LoadedSheet(load).filterColumns;
+    const u32 index = WordAt(body, 0);
+    if (index >= columns.Count()) return true;
+    FilterColumn& column = columns[index];
+    const u16 flags = WordAt(body, 2);
+    column.joinOr = (flags & 3) == 1;
+    column.top10 = flags & 0x10;
+    column.top = flags & 0x20;
+    column.percent = flags & 0x40;
+    const u16 count = flags >> 7;
+    if (column.top10) column.count = count < TOP10_MIN ? TOP10_MIN : count > TOP10_MAX ? TOP10_MAX : count;
+    std::size_t at = 24;
+    return ReadFilterCondition(load, body, 4, at, column.conditions[0]) &&
+           ReadFilterCondition(load, body, 14, at, column.conditions[1]);
+}
+
+bool ReadConditionalFormat(LoadState& load, ByteView body) {
+    Array<ConditionalFormat>& formats = LoadedSheet(load).conditionalFormats;
+    ConditionalFormat* format = formats.AppendDefault();
+    return format && AppendAreas(body, 14, WordAt(body, 12), format->areas);
+}
+
+bool ReadCondition(LoadState& load, ByteView body) {
+    Array<ConditionalFormat>& formats = LoadedSheet(load).conditionalFormats;
+    if (formats.IsEmpty() || formats.Last().conditions.Count() >= 3) return true;
+    ConditionalCondition* out = formats.Last().conditions.AppendDefault();
+    if (!out) return false;
+    out->type = ByteAt(body, 0);
+    out->comparison = ByteAt(body, 1);
+    const std::size_t first = WordAt(body, 2);
+    const std::size_t second = WordAt(body, 4);
+    const u32 flags = LongAt(body, 6);
+    std::size_t at = 12;
+    if (flags & 1u << 26) {
+        ReadFontBlock(Part(body, at, FONT_BLOCK), *out);
+        at += FONT_BLOCK;
+    }
+    if (flags & 1u << 27) at += 8;  // alignment, which conditions do not show
+    if (flags & 1u << 28) {
+        ReadBorderBlock(Part(body, at, BORDER_BLOCK), flags, *out);
+        at += BORDER_BLOCK;
+    }
+    if (flags & 1u << 29) ReadPatternBlock(Part(body, at, PATTERN_BLOCK), flags, *out);
+    if (first + second > body.size()) return true;
+    const std::size_t start = body.size() - first - second;
+    return (!first || MakeTokens(out->formula1, Part(body, start, first), {})) &&
+           (!second || MakeTokens(out->formula2, Part(body, start + first, second), {}));
+}
+
+bool ReadValidationList(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    sheet.promptX = static_cast<i32>(LongAt(body, 2));
+    sheet.promptY = static_cast<i32>(LongAt(body, 6));
+    const u32 id = LongAt(body, 10);
+    if (id != NO_OBJECT) sheet.dropDownId = id;
+    return true;
+}
+
+bool ReadValidation(LoadState& load, ByteView body) {
+    ValidationRule* rule = LoadedSheet(load).validations.AppendDefault();
+    if (!rule) return false;
+    const u32 flags = LongAt(body, 0);
+    rule->kind = flags & 15;
+    rule->errorStyle = flags >> 4 & 7;
+    rule->literalList = flags >> 7 & 1;
+    rule->ignoreBlank = flags >> 8 & 1;
+    rule->noDropArrow = flags >> 9 & 1;
+    rule->showInput = flags >> 18 & 1;
+    rule->showError = flags >> 19 & 1;
+    rule->comparison = flags >> 20 & 15;
+    std::size_t at = 4;
+    if (!ReadRuleText(load, body, at, rule->inputTitle) || !ReadRuleText(load, body, at, rule->errorTitle) ||
+        !ReadRuleText(load, body, at, rule->inputText) || !ReadRuleText(load, body, at, rule->errorText) ||
+        !ReadRuleFormula(load, body, at, rule->formula1) || !ReadRuleFormula(load, body, at, rule->formula2)) {
+        return false;
+    }
+    if (!AppendAreas(body, at + 2, WordAt(body, at), rule->areas)) return false;
+    MergeAreas(rule->areas);
+    return true;
+}
+
+namespace {
+
+constexpr u32 LINK_TARGET = 1, LINK_DESCRIPTION = 0x14, LINK_LOCATION = 8, LINK_UNC = 0x100;
+
+// The narrow path of a file moniker, with a "..\" for each level up.
+bool ReadFileMoniker(LoadState& load, ByteView area, WideText& target, std::size_t& end) {
+    const u32 levels = WordAt(area, 16);
+    const std::size_t length = LongAt(area, 18);
+    for (u32 i = 0; i < levels && i < 256; ++i) {
+        if (!target.Append(u"..\\")) return false;
+    }
+    if (ReadBiffString(Part(area, 22, length), 7, LoadedBook(load).codePage,
+                       length < area.size() ? length : area.size(), load.text) == STRING_FAILED ||
+        !target.Append(load.text.View())) {
+        return false;
+    }
+    const std::size_t behind = 22 + length + 24;
+    end = behind + 4 + LongAt(area, behind);
+    return true;
+}
+
+bool ReadLinkTarget(LoadState& load, ByteView area, u32 flags, WideText& target, std::size_t& end) {
+    if (flags & LINK_UNC) {
+        const std::size_t bytes = std::size_t{LongAt(area, 0)} * 2;
+        end = 4 + bytes;
+        return ReadWideCharacters(Part(area, 4, bytes), target);
+    }
+    if (ByteAt(area, 0) == 3) return ReadFileMoniker(load, area, target, end);
+    const std::size_t bytes = LongAt(area, 16);
+    end = 20 + bytes;
+    return ReadWideCharacters(Part(area, 20, bytes), target);
+}
+
+}  // namespace
+
+bool ReadHyperlink(LoadState& load, ByteView body) {
+    Hyperlink link;
+    link.area = {WordAt(body, 0), WordAt(body, 2), ByteAt(body, 4), ByteAt(body, 6)};
+    const u32 flags = LongAt(body, 28);
+    std::size_t at = 32;
+    if (flags & LINK_DESCRIPTION) at = std::size_t{LongAt(body, 32)} * 2 + 36;
+    if (flags & LINK_TARGET) {
+        std::size_t end = 0;
+        if (!ReadLinkTarget(load, From(body, at), flags, link.target, end)) return false;
+        at += end;
+    }
+    if (flags & LINK_LOCATION) {
+        const std::size_t bytes = std::size_t{LongAt(body, at)} * 2;
+        if (!ReadWideCharacters(Part(body, at + 4, bytes), link.location)) return false;
+    }
+    return LoadedSheet(load).hyperlinks.Append(std::move(link));
+}
+
+}  // namespace tally

@@ -1,0 +1,122 @@
+#include <algorithm>
+
+#include "fileio/SheetRecords.h"
+
+namespace tally {
+namespace {
+
+constexpr u16 RECORD_EOF = 10;
+
+struct RecordHandler {
+    u16 id;
+    bool (*read)(LoadState& load, ByteView body);  // false ends the load: memory has failed
+};
+
+// Ascending by id. What is not listed is passed over.
+constexpr RecordHandler handlers[] = {
+    {6, ReadFormulaRecord},
+    {18, ReadProtect},
+    {19, ReadPassword},
+    {20, ReadHeader},
+    {21, ReadFooter},
+    {23, ReadExternSheet},
+    {29, ReadSelection},
+    {35, ReadExternName},
+    {38, ReadLeftMargin},
+    {39, ReadRightMargin},
+    {40, ReadTopMargin},
+    {41, ReadBottomMargin},
+    {42, ReadPrintHeaders},
+    {43, ReadPrintGridlines},
+    {65, ReadPane},
+    {77, ReadPrinter},
+    {85, ReadDefaultColumnWidth},
+    {125, ReadColumnInfo},
+    {128, ReadGuts},
+    {129, ReadSheetOptions},
+    {130, ReadGridSet},
+    {131, ReadCentreHorizontally},
+    {132, ReadCentreVertically},
+    {153, ReadStandardWidth},
+    {155, ReadFilterMode},
+    {157, ReadFilterInfo},
+    {158, ReadFilterColumn},
+    {160, ReadZoom},
+    {161, ReadPageSetup},
+    {189, ReadMulRk},
+    {190, ReadMulBlank},
+    {214, ReadRichText},
+    {229, ReadMergedCells},
+    {253, ReadSharedText},
+    {432, ReadConditionalFormat},
+    {433, ReadCondition},
+    {434, ReadValidationList},
+    {440, ReadHyperlink},
+    {446, ReadValidation},
+    {513, ReadBlank},
+    {515, ReadNumberCell},
+    {516, ReadLabel},
+    {517, ReadBoolOrError},
+    {518, ReadFormulaRecord},
+    {519, ReadStringResult},
+    {520, ReadRow},
+    {549, ReadDefaultRowHeight},
+    {574, ReadWindow2},
+    {638, ReadRkCell},
+    {1030, ReadFormulaRecord},
+    {2146, ReadSheetExtension},
+};
+
+constexpr bool HandlersAscend() {
+    for (std::size_t i = 1; i < std::size(handlers); ++i) {
+        if (handlers[i - 1].id >= handlers[i].id) return false;
+    }
+    return true;
+}
+static_assert(HandlersAscend());
+
+const RecordHandler* FindHandler(u16 id) {
+    const RecordHandler* found =
+        std::lower_bound(std::begin(handlers), std::end(handlers), id,
+                         [](const RecordHandler& h, u16 wanted) { return h.id < wanted; });
+    return found != std::end(handlers) && found->id == id ? found : nullptr;
+}
+
+}  // namespace
+
+bool ReadSheet(LoadState& load) {
+    FreeShared(load.shared);
+    FreeShared(load.arrays);
+    load.lastCellKnown = false;
+    BiffRecord record;
+    while (NextRecord(load.stream, record)) {
+        if (record.id == RECORD_EOF) {
+            FreeShared(load.shared);
+            FreeShared(load.arrays);
+            return true;
+        }
+        const RecordHandler* handler = FindHandler(record.id);
+        if (handler && !handler->read(load, record.body)) return false;
+    }
+    return false;
+}
+
+bool ReadChartRecords(LoadState& load) {
+    const std::size_t start = load.stream.position;
+    // Charts in charts do not occur, but a nested substream must not end this one.
+    u32 depth = 0;
+    BiffRecord record;
+    for (;;) {
+        const std::size_t before = load.stream.position;
+        if (!NextRecord(load.stream, record)) return false;
+        if (record.id == 2057) ++depth;
+        if (record.id != RECORD_EOF) continue;
+        if (depth == 0) {
+            Array<u8>& records = LoadedSheet(load).chart.records;
+            return records.AppendMany(load.stream.bytes.data() + start, before - start);
+        }
+        --depth;
+    }
+}
+
+}  // namespace tally

@@ -1,0 +1,62 @@
+#pragma once
+// The records of a sheet substream, one routine each. A routine works on the sheet being read and
+// returns false only when memory has failed.
+
+#include "fileio/LoadState.h"
+
+namespace tally {
+
+// CellRecords.cpp
+[[nodiscard]] bool ReadBlank(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadNumberCell(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadLabel(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadRichText(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadBoolOrError(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadRkCell(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadMulRk(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadMulBlank(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadSharedText(LoadState& load, ByteView body);
+// FormulaRecords.cpp
+[[nodiscard]] bool ReadFormulaRecord(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadStringResult(LoadState& load, ByteView body);
+// ViewRecords.cpp
+[[nodiscard]] bool ReadSelection(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadPane(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadWindow2(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadZoom(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadRow(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadColumnInfo(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadDefaultRowHeight(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadDefaultColumnWidth(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadStandardWidth(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadMergedCells(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadSheetExtension(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadProtect(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadPassword(LoadState& load, ByteView body);
+// PageRecords.cpp
+[[nodiscard]] bool ReadHeader(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadFooter(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadLeftMargin(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadRightMargin(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadTopMargin(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadBottomMargin(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadPrintHeaders(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadPrintGridlines(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadGridSet(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadCentreHorizontally(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadCentreVertically(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadSheetOptions(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadPageSetup(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadPrinter(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadGuts(LoadState& load, ByteView body);
+// RuleRecords.cpp
+[[nodiscard]] bool ReadFilterMode(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadFilterInfo(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadFilterColumn(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadConditionalFormat(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadCondition(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadValidationList(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadValidation(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadHyperlink(LoadState& load, ByteView body);
+
+}  // namespace tally

@@ -1,0 +1,131 @@
+#include <algorithm>
+
+#include "base/Number.h"
+#include "fileio/SheetRecords.h"
+#include "model/CellStore.h"
+
+namespace tally {
+
+bool ReadSelection(LoadState& load, ByteView body) {
+    SheetView& view = LoadedSheet(load).view;
+    view.activeRow = WordAt(body, 1);
+    view.activeColumn = ByteAt(body, 3);
+    const std::size_t at = 9 + std::size_t{WordAt(body, 5)} * 6;
+    view.selection = {WordAt(body, at), WordAt(body, at + 2), ByteAt(body, at + 4), ByteAt(body, at + 5)};
+    return true;
+}
+
+bool ReadWindow2(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    const u16 shown = VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN;
+    sheet.viewFlags = static_cast<u16>((sheet.viewFlags & ~shown) | (ByteAt(body, 0) & shown));
+    if (sheet.viewFlags & VIEW_FROZEN) {
+        sheet.view.frozenFirstRow = WordAt(body, 2);
+        sheet.view.frozenFirstColumn = ByteAt(body, 4);
+    } else {
+        sheet.view.firstRow = WordAt(body, 2);
+        sheet.view.firstColumn = ByteAt(body, 4);
+    }
+    return true;
+}
+
+bool ReadPane(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    if (!(sheet.viewFlags & VIEW_FROZEN)) return true;
+    SheetView& view = sheet.view;
+    const u32 columns = WordAt(body, 0);
+    const u32 rows = WordAt(body, 2);
+    if (columns) {
+        view.splitColumn = static_cast<u8>(std::min<u32>(view.frozenFirstColumn + columns, MAX_COLUMNS - 1));
+    } else {
+        view.splitColumn = view.frozenFirstColumn = 0;
+    }
+    if (rows) {
+        view.splitRow = static_cast<u16>(std::min<u32>(view.frozenFirstRow + rows, MAX_ROWS - 1));
+    } else {
+        view.splitRow = view.frozenFirstRow = 0;
+    }
+    view.firstRow = WordAt(body, 4);
+    view.firstColumn = ByteAt(body, 6);
+    return true;
+}
+
+bool ReadZoom(LoadState& load, ByteView body) {
+    const u16 denominator = WordAt(body, 2);
+    const i32 percent = denominator ? MulDiv(WordAt(body, 0), 100, denominator) : 100;
+    LoadedSheet(load).zoomPercent = std::clamp(percent, 10, 400);
+    return true;
+}
+
+bool ReadRow(LoadState& load, ByteView body) {
+    RowInfo info;
+    info.row = WordAt(body, 0);
+    info.height = WordAt(body, 6) & 0x7FFF;
+    const u8 options = ByteAt(body, 12);
+    info.flags = static_cast<u16>((options & 0x20 ? ROW_HIDDEN : 0) | (options & 0x40 ? ROW_CUSTOM_HEIGHT : 0));
+    return SetRowInfo(LoadedSheet(load).rows, info);
+}
+
+bool ReadColumnInfo(LoadState& load, ByteView body) {
+    const u32 last = std::min<u32>(WordAt(body, 2), MAX_COLUMNS - 1);
+    const u16 format = WordAt(body, 6);
+    for (u32 column = WordAt(body, 0) & 0xFF; column <= last; ++column) {
+        ColumnInfo info;
+        info.column = static_cast<u8>(column);
+        info.width = WordAt(body, 4);
+        info.format = format < LoadedBook(load).cellFormats.Count() ? format : u16{0};
+        info.flags = ByteAt(body, 8) & 1 ? u16{COLUMN_HIDDEN} : u16{0};
+        if (!SetColumnInfo(LoadedSheet(load).columns, info)) return false;
+    }
+    return true;
+}
+
+bool ReadDefaultRowHeight(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    sheet.viewFlags = static_cast<u16>(sheet.viewFlags & ~VIEW_STANDARD_HEIGHT);
+    if (ByteAt(body, 0) & 1) sheet.viewFlags |= VIEW_HEIGHT_DIFFERS;
+    sheet.defaultRowHeight = WordAt(body, 2);
+    return true;
+}
+
+bool ReadDefaultColumnWidth(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    sheet.viewFlags = static_cast<u16>(sheet.viewFlags & ~VIEW_STANDARD_WIDTH);
+    sheet.defaultColumnWidth = static_cast<u16>(WordAt(body, 0) << 8);
+    return true;
+}
+
+bool ReadStandardWidth(LoadState& load, ByteView body) {
+    Sheet& sheet = LoadedSheet(load);
+    sheet.viewFlags = static_cast<u16>(sheet.viewFlags & ~VIEW_STANDARD_WIDTH);
+    sheet.defaultColumnWidth = WordAt(body, 0);
+    return true;
+}
+
+bool ReadMergedCells(LoadState& load, ByteView body) {
+    const u32 count = WordAt(body, 0);
+    for (u32 i = 0; i < count && 2 + i * 8 < body.size(); ++i) {
+        const std::size_t at = 2 + std::size_t{i} * 8;
+        const RefArea area = {WordAt(body, at), WordAt(body, at + 2), ByteAt(body, at + 4),
+                              ByteAt(body, at + 6)};
+        if (!LoadedSheet(load).mergedAreas.Append(area)) return false;
+    }
+    return true;
+}
+
+bool ReadSheetExtension(LoadState& load, ByteView body) {
+    LoadedSheet(load).tabColour = ByteAt(body, 16);
+    return true;
+}
+
+bool ReadProtect(LoadState& load, ByteView body) {
+    if (WordAt(body, 0) == 1) LoadedSheet(load).viewFlags |= VIEW_PROTECTED;
+    return true;
+}
+
+bool ReadPassword(LoadState& load, ByteView body) {
+    LoadedSheet(load).passwordHash = WordAt(body, 0);
+    return true;
+}
+
+}  // namespace tally
