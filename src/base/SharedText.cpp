@@ -14,7 +14,7 @@ std::size_t BlockBytes(std::size_t length) {
     return offsetof(TextBlock, characters) + (length + 1) * sizeof(char16_t);
 }
 
-constexpr std::size_t MAX_TEXT = 0x3FFFFFFF;
+constexpr std::size_t MAX_TEXT = 0xFFFFFF;
 
 }  // namespace
 

@@ -176,7 +176,7 @@ bool AppendArray(Printer& p, WideText& out) {
 // ---- references -----------------------------------------------------------------------------------
 
 u16 AreaFlagsOf(u8 nibble, bool useA1) {
-    u16 flags = useA1 ? AREA_USE_A1 : u16{0};
+    u16 flags = useA1 ? u16{AREA_USE_A1} : u16{0};
     if (nibble & FIRST_ROW_RELATIVE) flags |= AREA_FIRST_ROW_RELATIVE;
     if (nibble & FIRST_COLUMN_RELATIVE) flags |= AREA_FIRST_COLUMN_RELATIVE;
     if (nibble & LAST_ROW_RELATIVE) flags |= AREA_LAST_ROW_RELATIVE;

@@ -10,8 +10,9 @@ namespace tally {
 // a formula at once and, with `recalculate`, marks dependents. Value and tokens of `input` pass to
 // the store. False with the store unchanged when memory fails.
 [[nodiscard]] bool SetCell(i32 book, i32 sheet, CellInput& input, bool recalculate, bool adjustRowHeight);
-// Rebuilds the precedent list and alwaysCalculate of a worksheet formula from its tokens.
-[[nodiscard]] bool BuildPrecedents(i32 book, FormulaCell& formula);
+// After a worksheet formula got other tokens: its alwaysCalculate, and its place in the index of
+// dependents. The references themselves are read from the tokens wherever they are needed.
+void BuildPrecedents(FormulaCell& formula);
 // Whether the tokens alone say that a formula has no fixed set of inputs.
 bool TokensAlwaysCalculate(const FormulaTokens& tokens);
 // Brings a cell and all it needs to CALC_CURRENT; false when a run was abandoned.

@@ -51,12 +51,12 @@ void ReleaseFormula(CellStore& store, CellRecord& cell) {
     FormulaCell* formula = cell.formula;
     if (!formula) return;
     if (formula->indexed) Calls().formulaGone(*formula);
+    --store.formulasInColumn[formula->column];
     FormulaCell* last = store.formulas.Last();
     store.formulas[formula->listIndex] = last;
     last->listIndex = formula->listIndex;
     store.formulas.RemoveLast();
     FreeTokens(formula->tokens);
-    ReleaseBytes(formula->precedents);
     DestroyRecord(formula);
     cell.formula = nullptr;
 }
@@ -73,6 +73,7 @@ bool AttachFormula(Sheet& sheet, i32 row, CellRecord& cell, const FormulaTokens&
     formula->sheet = &sheet;
     formula->row = static_cast<u16>(row);
     formula->column = cell.column;
+    ++sheet.cells.formulasInColumn[cell.column];
     cell.formula = formula;
     return true;
 }
@@ -194,9 +195,6 @@ bool SetCellTokens(Sheet& sheet, i32 row, CellRecord& cell, FormulaTokens tokens
     FormulaCell& formula = *cell.formula;
     if (formula.indexed) Calls().formulaGone(formula);
     FreeTokens(formula.tokens);
-    ReleaseBytes(formula.precedents);
-    formula.precedents = nullptr;
-    formula.precedentCount = 0;
     formula.alwaysCalculate = false;
     formula.tokens = tokens;
     return true;
@@ -254,8 +252,7 @@ void FreeStore(CellStore& store) {
             if (!formula) continue;
             if (formula->indexed) Calls().formulaGone(*formula);
             FreeTokens(formula->tokens);
-            ReleaseBytes(formula->precedents);
-            DestroyRecord(formula);
+                    DestroyRecord(formula);
         }
         ReleaseBytes(row.cells);
     }
@@ -264,6 +261,7 @@ void FreeStore(CellStore& store) {
     store.count = 0;
     store.lastSlot = 0;
     for (u32& version : store.columnVersion) ++version;
+    for (u32& count : store.formulasInColumn) count = 0;
 }
 
 // ---- rows, columns and sizes ----------------------------------------------------------------------

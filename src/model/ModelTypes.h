@@ -19,26 +19,18 @@ struct FormulaTokens {
     u8* bytes = nullptr;
 };
 
-// One reference of a formula. externIndex -1 is the formula's own sheet, else a row of externSheets.
-struct PrecedentRow {
-    i32 externIndex;
-    RefArea area;
-    bool operator==(const PrecedentRow&) const = default;
-};
-
 struct Sheet;
 
 // What only a formula cell needs, beside its CellRecord.
 struct FormulaCell {
     FormulaTokens tokens;
     Sheet* sheet = nullptr;             // the sheet whose store holds the cell
-    PrecedentRow* precedents = nullptr;
-    u32 precedentCount = 0;
     u32 listIndex = 0;                  // place in CellStore::formulas
     u16 row = 0;
     u8 column = 0;
     bool alwaysCalculate = false;       // its inputs cannot be told from its tokens
     bool indexed = false;               // entered in the index of dependents
+    bool usesNames = false;             // set when it is entered
     u32 dependentMark = 0;              // work word of the index of dependents
 };
 
@@ -79,6 +71,7 @@ struct CellStore {
     u32 lastSlot = 0;                // where the last search ended
     // Raised whenever a value in that column changes; sums and lookups kept from before are then old.
     u32 columnVersion[MAX_COLUMNS] = {};
+    u32 formulasInColumn[MAX_COLUMNS] = {};
 };
 
 // Where a cell stands, or would stand, in a store.

@@ -1,0 +1,23 @@
+#pragma once
+// The index of who reads what. It is derived from the books, built when it is first asked, kept up with
+// single formulas, and dropped when the structure of the books changes.
+
+#include "model/ModelTypes.h"
+
+namespace tally {
+
+// Calls visit(FormulaCell&) for each indexed formula with a precedent that holds the cell, some perhaps
+// more than once. Formulas without fixed inputs are not among them. False when memory failed.
+using DependentVisit = void (*)(FormulaCell& formula, void* context);
+[[nodiscard]] bool EnsureDependents();
+void VisitDependents(const Sheet& sheet, i32 row, i32 column, DependentVisit visit, void* context);
+// Formulas of worksheets that must follow every change.
+const Array<FormulaCell*>& AlwaysCalculated();
+// Formulas that name a defined name.
+const Array<FormulaCell*>& NameUsers();
+// Enters a formula that was stored after the index was built; without an index nothing is done.
+void EnterFormula(FormulaCell& formula);
+// Takes a formula out that is about to be released.
+void ForgetFormula(FormulaCell& formula);
+
+}  // namespace tally

@@ -1,0 +1,255 @@
+#include "base/Text.h"
+#include "formula/Dependents.h"
+#include "formula/Precedents.h"
+#include "formula/Recalculation.h"
+#include "model/BookTable.h"
+
+// Who becomes stale when something changes.
+
+namespace tally {
+namespace {
+
+struct ChangedCell {
+    Sheet* sheet;
+    u16 row;
+    u8 column;
+};
+
+struct Marking {
+    Array<ChangedCell> waiting;
+    bool namesHaveReferences = false;
+    bool anyNameStale = false;
+    bool alwaysDone = false;
+    bool failed = false;
+};
+
+void NoCell(i32, i32, i32, i32) {}
+void NoRow(i32, i32, i32) {}
+RecalculationCalls viewCalls = {NoCell, NoRow};
+
+CellRecord* CellOf(const FormulaCell& formula) { return GetCell(formula.sheet->cells, formula.row, formula.column); }
+
+// Sets a formula stale and puts it among the changed ones, unless it is stale or running already.
+void MarkFormula(FormulaCell& formula, void* context) {
+    Marking& marking = *static_cast<Marking*>(context);
+    CellRecord* cell = CellOf(formula);
+    if (!cell || cell->calcState < CALC_CURRENT) return;
+    cell->calcState = CALC_STALE;
+    // Without memory the cell is stale all the same; only its own dependents are not followed.
+    if (!marking.waiting.Append({formula.sheet, formula.row, formula.column})) marking.failed = true;
+}
+
+// ---- names ----------------------------------------------------------------------------------------
+
+void MarkName(Marking& marking, DefinedName& name) {
+    name.stale = 1;
+    marking.anyNameStale = true;
+}
+
+// Names that change with everything, and whether any name refers to cells at all.
+void BeginNames(Marking& marking) {
+    for (Workbook* book : Books().books) {
+        for (DefinedName& name : book->names) {
+            if (!HasFormula(name.tokens)) continue;
+            u32 at = 0;
+            TokenPrecedent precedent;
+            marking.namesHaveReferences = marking.namesHaveReferences || NextPrecedent(name.tokens, at, precedent);
+            if (TokensAreVolatile(name.tokens)) MarkName(marking, name);
+        }
+    }
+}
+
+// Whether a name's formula reads the cell. A plain reference lies on the sheet of the name's scope, or
+// on any sheet.
+bool NameReads(i32 book, const DefinedName& name, const ChangedCell& changed) {
+    u32 at = 0;
+    TokenPrecedent precedent;
+    while (NextPrecedent(name.tokens, at, precedent)) {
+        if (!AreaHolds(precedent.area, changed.row, changed.column)) continue;
+        if (precedent.externIndex < 0) {
+            if (changed.sheet->book == book && (!name.sheet || name.sheet == changed.sheet->index + 1)) return true;
+            continue;
+        }
+        PrecedentSheets sheets;
+        if (ResolvePrecedent(book, 0, precedent.externIndex, sheets) && sheets.book == changed.sheet->book &&
+            changed.sheet->index >= sheets.first && changed.sheet->index <= sheets.last) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void MarkNamesOf(Marking& marking, const ChangedCell& changed) {
+    for (u32 b = 0; b < Books().books.Count(); ++b) {
+        for (DefinedName& name : Books().books[b]->names) {
+            if (!name.stale && HasFormula(name.tokens) && NameReads(static_cast<i32>(b), name, changed)) MarkName(marking, name);
+        }
+    }
+}
+
+// Whether tokens of a book use a name that is stale.
+bool UsesStaleName(i32 book, const FormulaTokens& tokens) {
+    const Workbook& own = *BookAt(book);
+    for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
+        const u8 folded = FoldToken(tokens.bytes[at]);
+        if (folded == ptgName && at + 3 <= tokens.length) {
+            const u32 row = ReadU16(tokens.bytes + at + 1);
+            if (row < 1 || row > own.names.Count()) continue;
+            if (own.names[row - 1].stale) return true;
+            // A local name of the same text may stand for it.
+            for (const DefinedName& name : own.names) {
+                if (name.stale && EqualIgnoringCase(name.text, own.names[row - 1].text)) return true;
+            }
+        } else if (folded == ptgNameX && at + 5 <= tokens.length) {
+            const u32 externIndex = ReadU16(tokens.bytes + at + 1);
+            const u32 row = ReadU16(tokens.bytes + at + 3);
+            if (externIndex >= own.externSheets.Count() || row < 1) continue;
+            const i16 linkRow = own.externSheets[externIndex].externBook;
+            if (linkRow < 0 || static_cast<u32>(linkRow) >= own.externBooks.Count()) continue;
+            const ExternBook& link = own.externBooks[static_cast<u32>(linkRow)];
+            if (link.kind == EXTERN_SELF && row <= own.names.Count() && own.names[row - 1].stale) return true;
+            const i32 other = link.kind == EXTERN_FILE ? FindOpenBook(link.path, false) : -1;
+            if (other < 0 || row > link.names.Count()) continue;
+            for (const DefinedName& name : BookAt(other)->names) {
+                if (name.stale && EqualIgnoringCase(name.text, link.names[row - 1].text)) return true;
+            }
+        }
+    }
+    return false;
+}
+
+// Names that use stale names become stale, until nothing changes.
+void SpreadNames(Marking& marking) {
+    for (bool changed = true; changed;) {
+        changed = false;
+        for (u32 b = 0; b < Books().books.Count(); ++b) {
+            for (DefinedName& name : Books().books[b]->names) {
+                if (name.stale || !HasFormula(name.tokens) || !UsesStaleName(static_cast<i32>(b), name.tokens)) continue;
+                MarkName(marking, name);
+                changed = true;
+            }
+        }
+    }
+}
+
+void MarkNameUsers(Marking& marking) {
+    for (FormulaCell* formula : NameUsers()) {
+        if (UsesStaleName(formula->sheet->book, formula->tokens)) MarkFormula(*formula, &marking);
+    }
+}
+
+void ClearNames() {
+    for (Workbook* book : Books().books) {
+        for (DefinedName& name : book->names) name.stale = 0;
+    }
+}
+
+// ---- the road of a change -------------------------------------------------------------------------
+
+void MarkAlways(Marking& marking) {
+    if (marking.alwaysDone) return;
+    marking.alwaysDone = true;
+    for (FormulaCell* formula : AlwaysCalculated()) MarkFormula(*formula, &marking);
+}
+
+void Spread(Marking& marking) {
+    while (!marking.waiting.IsEmpty()) {
+        const ChangedCell changed = marking.waiting.Last();
+        marking.waiting.RemoveLast();
+        viewCalls.cellChanged(changed.sheet->book, changed.sheet->index, changed.row, changed.column);
+        if (marking.namesHaveReferences) MarkNamesOf(marking, changed);
+        VisitDependents(*changed.sheet, changed.row, changed.column, MarkFormula, &marking);
+        MarkAlways(marking);
+    }
+}
+
+void RunMarking(Marking& marking) {
+    Spread(marking);
+    // Each round of names may reach cells that other names read.
+    for (u32 rounds = 0; marking.anyNameStale && rounds < 64; ++rounds) {
+        marking.anyNameStale = false;
+        SpreadNames(marking);
+        MarkNameUsers(marking);
+        Spread(marking);
+    }
+    ClearNames();
+}
+
+// Everything stale: what is left when the index cannot be built.
+void MarkWithoutIndex() {
+    for (const Workbook* book : Books().books) {
+        for (const Sheet* sheet : book->sheets) {
+            if (!(sheet->kind & SHEET_WORKSHEET)) continue;
+            for (const FormulaCell* formula : sheet->cells.formulas) {
+                CellRecord* cell = CellOf(*formula);
+                if (cell && cell->calcState >= CALC_CURRENT) cell->calcState = CALC_STALE;
+            }
+        }
+    }
+}
+
+bool Begin(Marking& marking) {
+    if (!EnsureDependents()) {
+        MarkWithoutIndex();
+        return false;
+    }
+    BeginNames(marking);
+    return true;
+}
+
+}  // namespace
+
+RecalculationCalls& RecalculationView() { return viewCalls; }
+
+void MarkDependents(i32 book, i32 sheet, i32 row, i32 column) {
+    Sheet* changed = SheetAt(book, sheet);
+    Marking marking;
+    if (!changed || !(changed->kind & SHEET_WORKSHEET) || !Begin(marking)) return;
+    if (!marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)})) return MarkWithoutIndex();
+    RunMarking(marking);
+    if (marking.failed) MarkWithoutIndex();
+}
+
+void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area) {
+    Sheet* changed = SheetAt(book, sheet);
+    Marking marking;
+    if (!changed || !(changed->kind & SHEET_WORKSHEET) || !Begin(marking)) return;
+    for (i32 row = area.firstRow; row <= area.lastRow && !marking.failed; ++row) {
+        for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
+            marking.failed = marking.failed || !marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)});
+        }
+        Spread(marking);
+    }
+    RunMarking(marking);
+    if (marking.failed) MarkWithoutIndex();
+}
+
+void MarkDependentsOfName(i32 book, i32 name) {
+    Workbook* workbook = BookAt(book);
+    Marking marking;
+    if (!workbook || name < 0 || static_cast<u32>(name) >= workbook->names.Count()) return;
+    // The formulas that use names may have been compiled since.
+    if (!Begin(marking)) return;
+    MarkName(marking, workbook->names[static_cast<u32>(name)]);
+    RunMarking(marking);
+}
+
+bool MarkVolatileCells() {
+    const Workbook* book = CurrentWorkbook();
+    Marking marking;
+    bool any = false;
+    for (u32 i = 0; book && i < book->sheets.Count() && !any; ++i) {
+        if (!(book->sheets[i]->kind & SHEET_WORKSHEET)) continue;
+        for (const FormulaCell* formula : book->sheets[i]->cells.formulas) any = any || formula->alwaysCalculate;
+    }
+    if (!any || !Begin(marking)) return any;
+    for (FormulaCell* formula : AlwaysCalculated()) {
+        if (formula->sheet->book == CurrentBook()) MarkFormula(*formula, &marking);
+    }
+    RunMarking(marking);
+    return true;
+}
+
+void MarkAllStale() { MarkWithoutIndex(); }
+
+}  // namespace tally

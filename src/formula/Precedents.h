@@ -1,0 +1,29 @@
+#pragma once
+// What a formula reads, from its tokens.
+
+#include "formula/Recalculation.h"
+#include "formula/TokenWalk.h"
+
+namespace tally {
+
+// One reference of a token string as the marking and the calculation see it.
+struct TokenPrecedent {
+    i32 externIndex = -1;
+    RefArea area;
+};
+// The next reference at or behind `at`, which moves behind it; false at the end.
+bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out);
+// Whether the tokens name a defined name.
+bool TokensUseNames(const FormulaTokens& tokens);
+// Calls that make a name's users stale with every change.
+bool TokensAreVolatile(const FormulaTokens& tokens);
+
+// The sheets that a precedent of a formula on (book, sheet) lies on; false when it cannot be resolved.
+struct PrecedentSheets {
+    i32 book = 0;
+    i32 first = 0;
+    i32 last = 0;
+};
+bool ResolvePrecedent(i32 book, i32 sheet, i32 externIndex, PrecedentSheets& out);
+
+}  // namespace tally
