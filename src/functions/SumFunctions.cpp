@@ -1,0 +1,320 @@
+#include <algorithm>
+#include <cmath>
+
+#include "formula/AreaSums.h"
+#include "functions/Arguments.h"
+#include "functions/Criteria.h"
+#include "functions/Handlers.h"
+#include "functions/RunningMoments.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+
+namespace tally {
+namespace {
+
+// Adds one argument as SUM reads it. False with the error in `result`.
+bool AddArgument(Value& argument, double& sum, Value& result, const EvalContext& context) {
+    if (argument.type == VT_EMPTY) return true;
+    Value part;
+    if (argument.type == VT_AREA && sum != 0) {
+        // What has been added so far goes on cell by cell, so that the order of the additions stays.
+        i32 error = ERR_VALUE;
+        if (AddArea(context.book, context.sheet, argument.area, sum, error)) return true;
+        result = ErrorValue(error);
+        return false;
+    }
+    if (argument.type == VT_AREA || argument.type == VT_REF || argument.type == VT_ARRAY) {
+        part = SumValue(argument, context);
+    } else {
+        CopyValue(part, argument);
+        CoerceValue(part, VT_NUMBER, context);
+    }
+    if (part.type != VT_NUMBER) {
+        result = part.type == VT_ERROR ? part : ErrorValue(ERR_VALUE);
+        return false;
+    }
+    sum += part.number;
+    return true;
+}
+
+// The pairs of two arrays of one shape; empty places and texts count as in the sum that asks.
+bool PairArrays(Value* arguments, Value& result, const EvalContext& context) {
+    for (i32 i = 0; i < 2; ++i) {
+        if (arguments[i].type != VT_ARRAY) CoerceValue(arguments[i], VT_ARRAY, context);
+        if (arguments[i].type == VT_ARRAY) continue;
+        result = ErrorValue(arguments[i].type == VT_ERROR ? arguments[i].error : i32{ERR_VALUE});
+        return false;
+    }
+    if (ArrayRows(arguments[0]) == ArrayRows(arguments[1]) && arguments[0].columns == arguments[1].columns)
+        return true;
+    result = ErrorValue(ERR_VALUE);
+    return false;
+}
+
+template <typename Term>
+void SumPairs(Value* arguments, Value& result, const EvalContext& context, Term term) {
+    if (!PairArrays(arguments, result, context)) return;
+    double sum = 0;
+    const u32 count = ArrayElementCount(arguments[0]);
+    for (u32 i = 0; i < count; ++i) {
+        const Value& x = arguments[0].elements[i];
+        const Value& y = arguments[1].elements[i];
+        if (x.type == VT_ERROR || y.type == VT_ERROR) {
+            result = ErrorValue(x.type == VT_ERROR ? x.error : y.error);
+            return;
+        }
+        if (x.type == VT_NUMBER && y.type == VT_NUMBER) sum += term(x.number, y.number);
+    }
+    result = NumberValue(sum);
+}
+
+// An argument that must be one area on one sheet.
+bool OneArea(const Value& argument, const EvalContext& context, SheetArea& out, Value& result) {
+    i32 error = ERR_REF;
+    if (argument.type == VT_ERROR) {
+        result = ErrorValue(argument.error);
+        return false;
+    }
+    if (argument.type != VT_AREA && argument.type != VT_REF) {
+        result = ErrorValue(ERR_VALUE);
+        return false;
+    }
+    if (ResolveSingleArea(argument, context, out, error)) return true;
+    result = ErrorValue(error);
+    return false;
+}
+
+// The criteria argument as a scalar.
+void PrepareCriteria(Value& criteria, const EvalContext& context) {
+    EvalContext scalar = context;
+    scalar.arrayMode = 0;
+    ReduceToScalar(criteria, scalar);
+}
+
+struct Matching {
+    const Value& criteria;
+    const EvalContext& context;
+    u64 visited = 0;
+    u64 matches = 0;
+};
+
+bool CountMatch(const VisitedValue& visited, void* state) {
+    Matching& matching = *static_cast<Matching*>(state);
+    ++matching.visited;
+    matching.matches += CriteriaMatch(matching.criteria, *visited.value, matching.context);
+    return true;
+}
+
+struct SumMatching {
+    const Value& criteria;
+    const EvalContext& context;
+    SheetArea from;
+    SheetArea sums;
+    double sum = 0;
+    i32 error = -1;
+};
+
+bool AddMatch(SumMatching& matching, i32 row, i32 column, const Value& cell) {
+    if (!CriteriaMatch(matching.criteria, cell, matching.context)) return true;
+    const i32 sumRow = matching.sums.area.firstRow + (row - matching.from.area.firstRow);
+    const i32 sumColumn = matching.sums.area.firstColumn + (column - matching.from.area.firstColumn);
+    if (sumRow >= MAX_ROWS || sumColumn >= MAX_COLUMNS) return true;
+    Value value;
+    GetCellValue(matching.sums.book, matching.sums.sheet, sumRow, sumColumn, value);
+    if (value.type == VT_NUMBER) matching.sum += value.number;
+    FreeValue(value);
+    return true;
+}
+
+bool VisitSum(const VisitedValue& visited, void* state) {
+    return AddMatch(*static_cast<SumMatching*>(state), visited.row, visited.column, *visited.value);
+}
+
+// Cells of the sum's area whose partner in the range is no cell: they count when the criteria match empties.
+void AddEmptyMatches(SumMatching& matching) {
+    const Value empty;
+    if (!CriteriaMatch(matching.criteria, empty, matching.context)) return;
+    const RefArea& from = matching.from.area;
+    RefArea area = matching.sums.area;
+    area.lastRow = static_cast<u16>(std::min(area.firstRow + (from.lastRow - from.firstRow), MAX_ROWS - 1));
+    area.lastColumn =
+        static_cast<u8>(std::min(area.firstColumn + (from.lastColumn - from.firstColumn), MAX_COLUMNS - 1));
+    Sheet* sums = SheetAt(matching.sums.book, matching.sums.sheet);
+    const Sheet* range = SheetAt(matching.from.book, matching.from.sheet);
+    if (!sums || !range) return;
+    WalkArea(sums->cells, area, [&](u16 row, CellRecord& cell) {
+        if (cell.column < area.firstColumn) return true;
+        const i32 fromRow = from.firstRow + (row - area.firstRow);
+        const i32 fromColumn = from.firstColumn + (cell.column - area.firstColumn);
+        if (!GetCell(range->cells, fromRow, fromColumn) && cell.value.type == VT_NUMBER)
+            matching.sum += cell.value.number;
+        return true;
+    });
+}
+
+}  // namespace
+
+void CallSum(Value* arguments, Value& result, const EvalContext& context) {
+    double sum = 0;
+    for (i32 i = 0; i < MAX_ARGUMENTS; ++i) {
+        if (!AddArgument(arguments[i], sum, result, context)) return;
+    }
+    result = NumberValue(sum);
+}
+
+void CallProduct(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions options;
+    if (!CollectAll(arguments, context, options, result)) return;
+    double product = options.values.IsEmpty() ? 0 : 1;
+    for (double x : options.values) product *= x;
+    result = NumberValue(product);
+}
+
+void CallSumsq(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions options;
+    if (!CollectAll(arguments, context, options, result)) return;
+    double sum = 0;
+    for (double x : options.values) sum += x * x;
+    result = NumberValue(sum);
+}
+
+void CallSumx2my2(Value* arguments, Value& result, const EvalContext& context) {
+    SumPairs(arguments, result, context, [](double x, double y) { return x * x - y * y; });
+}
+void CallSumx2py2(Value* arguments, Value& result, const EvalContext& context) {
+    SumPairs(arguments, result, context, [](double x, double y) { return x * x + y * y; });
+}
+void CallSumxmy2(Value* arguments, Value& result, const EvalContext& context) {
+    SumPairs(arguments, result, context, [](double x, double y) { return (x - y) * (x - y); });
+}
+
+void CallSumproduct(Value* arguments, Value& result, const EvalContext& context) {
+    i32 count = 0;
+    for (; count < MAX_ARGUMENTS && !IsMissing(arguments[count]); ++count) {
+        Value& argument = arguments[count];
+        if (argument.type != VT_ARRAY) CoerceValue(argument, VT_ARRAY, context);
+        if (argument.type != VT_ARRAY) {
+            result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
+            return;
+        }
+        if (ArrayRows(argument) != ArrayRows(arguments[0]) || argument.columns != arguments[0].columns) {
+            result = ErrorValue(ERR_VALUE);
+            return;
+        }
+    }
+    double sum = 0;
+    const u32 elements = count ? ArrayElementCount(arguments[0]) : 0;
+    for (u32 e = 0; e < elements; ++e) {
+        double product = 1;
+        for (i32 i = 0; i < count; ++i) {
+            const Value& element = arguments[i].elements[e];
+            if (element.type == VT_ERROR) {
+                result = ErrorValue(element.error);
+                return;
+            }
+            product *= element.type == VT_NUMBER ? element.number : 0;
+        }
+        sum += product;
+    }
+    result = NumberValue(sum);
+}
+
+void CallCountif(Value* arguments, Value& result, const EvalContext& context) {
+    SheetArea from;
+    if (!OneArea(arguments[0], context, from, result)) return;
+    PrepareCriteria(arguments[1], context);
+    Matching matching{arguments[1], context};
+    i32 error = -1;
+    IgnoreFailure(VisitValues(arguments[0], context, CountMatch, &matching, error));
+    const u64 cells =
+        u64{from.area.lastRow - from.area.firstRow + 1u} * (from.area.lastColumn - from.area.firstColumn + 1u);
+    // Cells that are not stored match as empties do.
+    if (CriteriaMatch(arguments[1], Value(), context)) matching.matches += cells - matching.visited;
+    result = NumberValue(static_cast<double>(matching.matches));
+}
+
+void CallSumif(Value* arguments, Value& result, const EvalContext& context) {
+    SheetArea from, sums;
+    if (!OneArea(arguments[0], context, from, result)) return;
+    sums = from;
+    if (!IsMissing(arguments[2]) && !OneArea(arguments[2], context, sums, result)) return;
+    PrepareCriteria(arguments[1], context);
+    SumMatching matching{arguments[1], context, from, sums};
+    i32 error = -1;
+    IgnoreFailure(VisitValues(arguments[0], context, VisitSum, &matching, error));
+    AddEmptyMatches(matching);
+    result = NumberValue(matching.sum);
+}
+
+namespace {
+
+struct FilledCells {
+    u32 count = 0;
+};
+
+// COUNTA of a subtotal counts what is there, numbers or not.
+bool CountFilled(const VisitedValue& visited, void* state) {
+    const Sheet* sheet = SheetAt(visited.book, visited.sheet);
+    u16 flags = 0;
+    if (sheet) GetRowInfo(sheet->rows, visited.row, flags);
+    const bool hidden = sheet && sheet->filterState && (flags & ROW_HIDDEN);
+    const bool counts = visited.value->type != VT_EMPTY && !hidden &&
+                        !IsSubtotalCell(visited.book, visited.sheet, visited.row, visited.column);
+    static_cast<FilledCells*>(state)->count += counts;
+    return true;
+}
+
+Value SubtotalOf(i32 code, Array<double>& values) {
+    const u32 count = values.Count();
+    RunningMoments moments;
+    for (double x : values) moments.Add(x);
+    double total = code == 6 ? 1 : 0;
+    switch (code) {
+        case 1: return count ? NumberValue(moments.mean) : ErrorValue(ERR_DIV0);
+        case 2: return NumberValue(count);
+        case 4: return count ? NumberValue(*std::max_element(values.begin(), values.end())) : NumberValue(0);
+        case 5: return count ? NumberValue(*std::min_element(values.begin(), values.end())) : NumberValue(0);
+        case 6:
+            for (double x : values) total *= x;
+            return NumberValue(count ? total : 0);
+        case 7: return moments.Variance(1, true);
+        case 8: return moments.Variance(0, true);
+        case 9:
+            for (double x : values) total += x;
+            return NumberValue(total);
+        case 10: return moments.Variance(1, false);
+        default: return moments.Variance(0, false);
+    }
+}
+
+}  // namespace
+
+void CallSubtotal(Value* arguments, Value& result, const EvalContext& context) {
+    i32 code = 0;
+    if (!IntegerArgument(arguments[0], result, context, code)) return;
+    if (code < 1 || code > 11) {
+        result = ErrorValue(ERR_VALUE);
+        return;
+    }
+    CollectOptions options;
+    options.skipSubtotals = true;
+    options.hiddenRows = 2;
+    FilledCells filled;
+    for (i32 i = 1; i < MAX_ARGUMENTS && !IsMissing(arguments[i]); ++i) {
+        SheetArea area;
+        i32 error = -1;
+        if (!OneArea(arguments[i], context, area, result)) {
+            result = ErrorValue(ERR_VALUE);
+            return;
+        }
+        if (code == 3) {
+            IgnoreFailure(VisitValues(arguments[i], context, CountFilled, &filled, error));
+        } else if (!CollectNumbers(arguments[i], context, options)) {
+            result = ErrorValue(options.error);
+            return;
+        }
+    }
+    result = code == 3 ? NumberValue(filled.count) : SubtotalOf(code, options.values);
+}
+
+}  // namespace tally
