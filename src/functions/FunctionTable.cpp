@@ -6,7 +6,7 @@
 namespace tally {
 
 // clang-format off
-const FunctionEntry FunctionTable[FUNCTION_ROWS] = {
+constinit const FunctionEntry FunctionTable[FUNCTION_ROWS] = {
     {u"A1.R1C1", "vvvvvvvvvvvvvvvvvvvvvvvvvvvvvv", ReturnFalse, 30 | COMMAND_BIT, CATEGORY_MACRO_COMMAND, 0, u""},
     {u"ABS", "V", CallAbs, 24, CATEGORY_MATH, 0, u""},
     {u"ABSREF", "VC", HandlerPending, 79, CATEGORY_MACRO_COMMAND, 0, u""},

@@ -19,7 +19,8 @@ struct CellTexts {
 bool WriteCell(i32 book, i32 sheet, i32 row, const CellRecord& cell, CellTexts& texts) {
     const Workbook& workbook = *BookAt(book);
     texts.formula.Truncate(0);
-    if (cell.formula && !FormulaToText(book, cell.formula->tokens, row, cell.column, true, texts.formula)) return false;
+    if (cell.formula && !FormulaToText(book, cell.formula->tokens, row, cell.column, true, texts.formula))
+        return false;
     if (!DisplayText(workbook, cell.value, cell.format, texts.shown)) return false;
     CellLine line;
     line.sheet = SheetAt(book, sheet)->name;
@@ -53,7 +54,7 @@ bool WriteSheetCells(i32 book, i32 sheet) {
 
 int RunCells(const Options& options) {
     int status = EXIT_GOOD;
-    if (!OpenInput(options.input, options.from, status)) return status;
+    if (!OpenInput(options.input, options.from, options, status)) return status;
     if (!options.sheet.empty() && !ChooseSheet(options.sheet, status)) return status;
     if (options.recalculate) RecalculateAll();
     const i32 book = CurrentBook();

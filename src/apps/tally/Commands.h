@@ -18,7 +18,8 @@ int RunEval(const Options& options);
 // One line on standard error. Returns `status`.
 int Complain(int status, std::string_view what, WideView detail = {});
 // Opens the input of a command as the current book; a failure has been told.
-[[nodiscard]] bool OpenInput(const std::string& path, const std::string& form, int& status);
+[[nodiscard]] bool OpenInput(const std::string& path, const std::string& form, const Options& options,
+                             int& status);
 // Makes the sheet of that name current. False, and told, when there is none.
 [[nodiscard]] bool ChooseSheet(const std::string& name, int& status);
 // Sets every formula of the current book stale and calculates it.

@@ -1,5 +1,6 @@
 #include "apps/tally/Commands.h"
 #include "apps/tally/JsonLines.h"
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "display/DisplayText.h"
 #include "editing/EntryRecognition.h"
@@ -23,7 +24,8 @@ bool ReadCellName(const std::string& name, i32& row, i32& column) {
     RefArea area;
     u8 nibble = 0;
     const i32 length = static_cast<i32>(text.Length());
-    if (ParseReference(place, text, 0, length, nullptr, area, nibble) != length || !IsOneCell(area)) return false;
+    if (ParseReference(place, text, 0, length, nullptr, area, nibble) != length || !IsOneCell(area))
+        return false;
     row = area.firstRow;
     column = area.firstColumn;
     return true;
@@ -69,14 +71,15 @@ int RunEval(const Options& options) {
     int status = EXIT_GOOD;
     if (options.book.empty()) {
         if (!CreateWorkbook(nullptr, false)) return Complain(EXIT_DATA, "out of memory");
-    } else if (!OpenInput(options.book, "", status)) {
+    } else if (!OpenInput(options.book, "", options, status)) {
         return status;
     }
     if (!options.sheet.empty() && !ChooseSheet(options.sheet, status)) return status;
     FormulaPlace place;
     place.book = CurrentBook();
     place.sheet = BookAt(place.book)->currentSheet;
-    if (!ReadCellName(options.cell, place.row, place.column)) return Complain(EXIT_USAGE, "--cell names no cell");
+    if (!ReadCellName(options.cell, place.row, place.column))
+        return Complain(EXIT_USAGE, "--cell names no cell");
     WideText formula;
     const bool complete = !options.formula.empty() && options.formula[0] == '=';
     if ((!complete && !formula.Append(u'=')) || !AppendUtf8(formula, options.formula)) {

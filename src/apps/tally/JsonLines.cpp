@@ -1,5 +1,6 @@
 #include "apps/tally/JsonLines.h"
 
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -23,9 +24,15 @@ std::string CellName(i32 row, i32 column) {
     return CellToText(row, column, false, false, name) ? Narrow(name) : std::string();
 }
 
+// A whole number without a decimal point; both forms read back to the same double.
+Json NumberJson(double number) {
+    const bool whole = number == std::trunc(number) && std::fabs(number) < 1e15 && !(number == 0 && std::signbit(number));
+    return whole ? Json(static_cast<i64>(number)) : Json(number);
+}
+
 Json ValueJson(const Value& value) {
     switch (value.type) {
-        case VT_NUMBER: return value.number;
+        case VT_NUMBER: return NumberJson(value.number);
         case VT_STRING: return Narrow(TextOf(value));
         case VT_BOOL: return value.boolean != 0;
         case VT_ERROR: return Narrow(ErrorText(value.error));

@@ -17,15 +17,17 @@ void AddCommands(CLI::App& app, Options& options) {
     };
     CLI::App* sheets = command("sheets", "List the sheets of a book, a JSON line each", Command::Sheets);
     CLI::App* cells = command("cells", "List the stored cells, a JSON line each", Command::Cells);
-    CLI::App* verify = command("verify", "Calculate every formula anew and list what differs from the saved value",
-                               Command::Verify);
-    CLI::App* convert = command("convert", "Convert a file to the form that OUT's extension names", Command::Convert);
+    CLI::App* verify = command(
+        "verify", "Calculate every formula anew and list what differs from the saved value", Command::Verify);
+    CLI::App* convert =
+        command("convert", "Convert a file to the form that OUT's extension names", Command::Convert);
     CLI::App* eval = command("eval", "Calculate one formula", Command::Eval);
 
     for (CLI::App* sub : {sheets, cells, verify, convert}) {
         sub->add_option("IN", options.input, "The file to read; - for standard input with --from")->required();
     }
-    convert->add_option("OUT", options.output, "The file to write; - for standard output with --to")->required();
+    convert->add_option("OUT", options.output, "The file to write; - for standard output with --to")
+        ->required();
     eval->add_option("FORMULA", options.formula, "A formula such as =1+1")->required();
     for (CLI::App* sub : {cells, convert, eval}) sub->add_option("--sheet", options.sheet, "Name of a sheet");
     for (CLI::App* sub : {cells, convert}) {

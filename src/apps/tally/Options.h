@@ -12,13 +12,13 @@ struct Options {
     std::string input;
     std::string output;
     std::string formula;
-    std::string sheet;         // empty: the command's own choice
+    std::string sheet;  // empty: the command's own choice
     std::string book;
     std::string cell = "A1";
-    std::string locale;        // empty: that of the environment
+    std::string locale;  // empty: that of the environment
     std::string date;
-    std::string from, to;      // extensions, for "-"
-    unsigned codePage = 0;     // 0: that of the region, and UTF-8 for text files
+    std::string from, to;   // extensions, for "-"
+    unsigned codePage = 0;  // 0: that of the region, and UTF-8 for text files
     bool recalculate = false;
     bool trust = false;
     bool updateLinks = false;

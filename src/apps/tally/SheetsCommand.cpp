@@ -19,7 +19,7 @@ const char* KindName(i32 kind) {
 
 int RunSheets(const Options& options) {
     int status = EXIT_GOOD;
-    if (!OpenInput(options.input, options.from, status)) return status;
+    if (!OpenInput(options.input, options.from, options, status)) return status;
     const Workbook& book = *CurrentWorkbook();
     for (u32 i = 0; i < book.sheets.Count(); ++i) {
         const Sheet& sheet = *book.sheets[i];

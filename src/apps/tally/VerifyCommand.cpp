@@ -60,7 +60,8 @@ bool CollectSaved(Workbook& book, Array<SavedValue>& saved) {
 bool WriteDifference(i32 book, const SavedValue& saved, const CellRecord& cell) {
     WideText formula;
     if (!FormulaToText(book, cell.formula->tokens, saved.row, saved.column, true, formula)) return false;
-    WriteDifferenceLine(SheetAt(book, saved.sheet)->name, saved.row, saved.column, formula, saved.value, cell.value);
+    WriteDifferenceLine(SheetAt(book, saved.sheet)->name, saved.row, saved.column, formula, saved.value,
+                        cell.value);
     return true;
 }
 
@@ -68,7 +69,7 @@ bool WriteDifference(i32 book, const SavedValue& saved, const CellRecord& cell) 
 
 int RunVerify(const Options& options) {
     int status = EXIT_GOOD;
-    if (!OpenInput(options.input, options.from, status)) return status;
+    if (!OpenInput(options.input, options.from, options, status)) return status;
     const i32 book = CurrentBook();
     Array<SavedValue> saved;
     if (!CollectSaved(*BookAt(book), saved)) return Complain(EXIT_DATA, "out of memory");

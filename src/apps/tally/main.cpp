@@ -1,2 +1,93 @@
-#include "apps/tally/Options.h"
-int main(int c, char** v) { tally::Options o; int s = 0; if (!tally::ReadOptions(c, v, o, s)) return s; return 0; }
+#include <cstdio>
+#include <cstring>
+
+#include "apps/tally/Commands.h"
+#include "base/Number.h"
+#include "display/LocaleSettings.h"
+#include "fileio/OpenFile.h"
+#include "shell/headless/HeadlessPlatform.h"
+#include "shell/posix/Regions.h"
+
+namespace tally {
+namespace {
+
+struct CommandRow {
+    Command command;
+    int (*run)(const Options& options);
+};
+constexpr CommandRow commands[] = {
+    {Command::Sheets, RunSheets},   {Command::Cells, RunCells}, {Command::Verify, RunVerify},
+    {Command::Convert, RunConvert}, {Command::Eval, RunEval},
+};
+
+// YYYY-MM-DDTHH:MM:SS, or the date alone.
+bool ReadClock(const std::string& text, SystemTime& out) {
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, used = 0;
+    const int found = std::sscanf(text.c_str(), "%4d-%2d-%2d%nT%2d:%2d:%2d%n", &year, &month, &day, &used,
+                                  &hour, &minute, &second, &used);
+    if ((found != 3 && found != 6) || static_cast<std::size_t>(used) != text.size()) return false;
+    if (year < 1900 || month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 ||
+        second > 59)
+        return false;
+    out = {static_cast<u16>(year),
+           static_cast<u16>(month),
+           static_cast<u16>(day),
+           static_cast<u16>(hour),
+           static_cast<u16>(minute),
+           static_cast<u16>(second),
+           0};
+    return true;
+}
+
+// Puts the options that all commands share in force.
+bool ApplyOptions(const Options& options, int& status) {
+    status = EXIT_USAGE;
+    if (options.locale.empty()) {
+        char tag[36];
+        RegionTagFromEnvironment(tag);
+        // An environment in a language that is not known stays with the default.
+        IgnoreFailure(SetHeadlessRegion(tag));
+    } else if (!SetHeadlessRegion(options.locale)) {
+        Complain(status, "unknown --locale");
+        return false;
+    }
+    HeadlessState& headless = Headless();
+    if (options.codePage) {
+        if (!Platform().isValidCodePage(options.codePage)) {
+            Complain(status, "unknown --code-page");
+            return false;
+        }
+        headless.ansiCodePage = headless.textCodePage = options.codePage;
+    }
+    if (!options.date.empty()) {
+        if (!ReadClock(options.date, headless.clock)) {
+            Complain(status, "--date is not of the form YYYY-MM-DDTHH:MM:SS");
+            return false;
+        }
+        headless.fixedClock = true;
+    }
+    if (options.trust) headless.trust = TRUST_OPEN;
+    return true;
+}
+
+int Run(const Options& options) {
+    int status = EXIT_GOOD;
+    UseHeadlessPlatform();
+    if (!ApplyOptions(options, status)) return status;
+    if (!ReadLocaleSettings()) return Complain(EXIT_DATA, "out of memory");
+    ConnectLinkOpener();
+    for (const CommandRow& row : commands) {
+        if (row.command == options.command) return row.run(options);
+    }
+    return EXIT_USAGE;
+}
+
+}  // namespace
+}  // namespace tally
+
+int main(int count, char** arguments) {
+    tally::Options options;
+    int status = tally::EXIT_GOOD;
+    if (!tally::ReadOptions(count, arguments, options, status)) return status;
+    return tally::Run(options);
+}
