@@ -62,8 +62,11 @@ bool ReadChain(const CompoundFile& file, u32 sector, std::size_t limit, Array<u8
     for (u32 steps = 0; steps < file.sectors && out.Count() < limit; ++steps) {
         const ByteView body = SectorAt(file, sector);
         if (body.empty()) break;
-        const std::size_t wanted = limit - out.Count();
-        if (!out.AppendMany(body.data(), wanted < body.size() ? wanted : body.size())) return false;
+        const std::size_t wanted = limit - out.Count() < SECTOR ? limit - out.Count() : SECTOR;
+        const std::size_t there = wanted < body.size() ? wanted : body.size();
+        if (!out.AppendMany(body.data(), there)) return false;
+        // A sector that the end of the file cuts off reads as zeros behind it.
+        if (!out.Resize(out.Count() + wanted - there)) return false;
         sector = NextFatEntry(file, sector);
     }
     return true;

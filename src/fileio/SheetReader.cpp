@@ -5,7 +5,7 @@
 namespace tally {
 namespace {
 
-constexpr u16 RECORD_EOF = 10;
+constexpr u16 RECORD_EOF = 10, RECORD_BOF = 2057;
 
 struct RecordHandler {
     u16 id;
@@ -82,6 +82,17 @@ const RecordHandler* FindHandler(u16 id) {
     return found != std::end(handlers) && found->id == id ? found : nullptr;
 }
 
+// A substream inside the sheet's own, such as that of a chart on it. Its records are not the sheet's.
+bool SkipSubstream(BiffStream& stream) {
+    BiffRecord record;
+    for (u32 depth = 1; depth;) {
+        if (!NextRecord(stream, record)) return false;
+        if (record.id == RECORD_BOF) ++depth;
+        if (record.id == RECORD_EOF) --depth;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool ReadSheet(LoadState& load) {
@@ -94,6 +105,10 @@ bool ReadSheet(LoadState& load) {
             FreeShared(load.shared);
             FreeShared(load.arrays);
             return true;
+        }
+        if (record.id == RECORD_BOF) {
+            if (!SkipSubstream(load.stream)) return false;
+            continue;
         }
         const RecordHandler* handler = FindHandler(record.id);
         if (handler && !handler->read(load, record.body)) return false;
@@ -109,7 +124,7 @@ bool ReadChartRecords(LoadState& load) {
     for (;;) {
         const std::size_t before = load.stream.position;
         if (!NextRecord(load.stream, record)) return false;
-        if (record.id == 2057) ++depth;
+        if (record.id == RECORD_BOF) ++depth;
         if (record.id != RECORD_EOF) continue;
         if (depth == 0) {
             Array<u8>& records = LoadedSheet(load).chart.records;
