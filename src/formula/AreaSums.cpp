@@ -10,17 +10,17 @@
 namespace tally {
 namespace {
 
-constexpr i32 KEPT_ROWS = 64;     // areas with fewer rows are added up at once
+constexpr i32 KEPT_ROWS = 64;  // areas with fewer rows are added up at once
 constexpr u32 KEPT_SUMS = 16;
 
 // The sums of an area's first rows: entry i is what stands after row `rows[i]`.
 struct KeptSum {
-    u32 serial = 0;               // of the sheet; 0 is none
-    u32 version = 0;              // the columns' versions together
+    u32 serial = 0;   // of the sheet; 0 is none
+    u32 version = 0;  // the columns' versions together
     u16 firstRow = 0;
     u8 firstColumn = 0, lastColumn = 0;
-    i32 covered = 0;              // rows below this one are in the sums
-    i32 error = -1;               // met in row `errorRow`
+    i32 covered = 0;  // rows below this one are in the sums
+    i32 error = -1;   // met in row `errorRow`
     i32 errorRow = 0;
     u64 used = 0;
     Array<u16> rows;
@@ -57,8 +57,10 @@ bool AddRows(i32 book, i32 sheetIndex, const RefArea& area, double& sum, i32& er
         if (column > area.lastColumn) {
             ++position.slot;
             position.index = 0;
-            if (position.slot < sheet->cells.rows.Count()) position.index = FindInRow(sheet->cells.rows[position.slot], area.firstColumn);
-            if (position.slot < sheet->cells.rows.Count() && position.index >= sheet->cells.rows[position.slot].count) {
+            if (position.slot < sheet->cells.rows.Count())
+                position.index = FindInRow(sheet->cells.rows[position.slot], area.firstColumn);
+            if (position.slot < sheet->cells.rows.Count() &&
+                position.index >= sheet->cells.rows[position.slot].count) {
                 position.index = sheet->cells.rows[position.slot].count - 1u;
                 NextCell(sheet->cells, position);
             }
@@ -86,8 +88,8 @@ u32 VersionOf(const Sheet& sheet, const RefArea& area) {
 KeptSum& FindKept(const Sheet& sheet, const RefArea& area) {
     KeptSum* oldest = &state.kept[0];
     for (KeptSum& kept : state.kept) {
-        if (kept.serial == sheet.serial && kept.firstRow == area.firstRow && kept.firstColumn == area.firstColumn &&
-            kept.lastColumn == area.lastColumn) {
+        if (kept.serial == sheet.serial && kept.firstRow == area.firstRow &&
+            kept.firstColumn == area.firstColumn && kept.lastColumn == area.lastColumn) {
             return kept;
         }
         if (kept.used < oldest->used) oldest = &kept;
@@ -140,7 +142,8 @@ bool Extend(KeptSum& kept, Sheet& sheet, const RefArea& area) {
         kept.errorRow = at;
         return false;
     });
-    if (good && row >= 0 && kept.error < 0) good = kept.rows.Append(static_cast<u16>(row)) && kept.sums.Append(sum);
+    if (good && row >= 0 && kept.error < 0)
+        good = kept.rows.Append(static_cast<u16>(row)) && kept.sums.Append(sum);
     kept.covered = area.lastRow + 1;
     if (!good) kept.serial = 0;
     return good;
@@ -148,7 +151,8 @@ bool Extend(KeptSum& kept, Sheet& sheet, const RefArea& area) {
 
 // The kept sum through a row.
 double SumThrough(const KeptSum& kept, i32 row) {
-    const u16* found = std::upper_bound(kept.rows.begin(), kept.rows.end(), row, [](i32 wanted, u16 r) { return wanted < i32{r}; });
+    const u16* found = std::upper_bound(kept.rows.begin(), kept.rows.end(), row,
+                                        [](i32 wanted, u16 r) { return wanted < i32{r}; });
     return found == kept.rows.begin() ? 0 : kept.sums[static_cast<std::size_t>(found - kept.rows.begin()) - 1];
 }
 
@@ -221,8 +225,8 @@ Value SumValue(const Value& value, const EvalContext& context) {
 
 void ForgetSums(const Sheet& sheet, i32 row, i32 column) {
     for (KeptSum& kept : state.kept) {
-        if (kept.serial == sheet.serial && column >= kept.firstColumn && column <= kept.lastColumn && row >= kept.firstRow &&
-            row < kept.covered) {
+        if (kept.serial == sheet.serial && column >= kept.firstColumn && column <= kept.lastColumn &&
+            row >= kept.firstRow && row < kept.covered) {
             kept.serial = 0;
         }
     }

@@ -27,35 +27,44 @@ bool AppendR1C1Part(WideText& out, char16_t letter, i32 value, bool relative, i3
     return out.Append(u'[') && AppendInteger(out, value - base) && out.Append(u']');
 }
 
-bool CellToR1C1(i32 row, i32 column, bool rowRelative, bool columnRelative, i32 baseRow, i32 baseColumn, WideText& out) {
-    return AppendR1C1Part(out, u'R', row, rowRelative, baseRow) && AppendR1C1Part(out, u'C', column, columnRelative, baseColumn);
+bool CellToR1C1(i32 row, i32 column, bool rowRelative, bool columnRelative, i32 baseRow, i32 baseColumn,
+                WideText& out) {
+    return AppendR1C1Part(out, u'R', row, rowRelative, baseRow) &&
+           AppendR1C1Part(out, u'C', column, columnRelative, baseColumn);
 }
 
 bool AppendColumn(WideText& out, i32 column, bool relative) {
     return (relative || out.Append(u'$')) && AppendColumnLetters(column, out);
 }
-bool AppendRow(WideText& out, i32 row, bool relative) { return (relative || out.Append(u'$')) && AppendInteger(out, row + 1); }
+bool AppendRow(WideText& out, i32 row, bool relative) {
+    return (relative || out.Append(u'$')) && AppendInteger(out, row + 1);
+}
 
 struct AreaFlags {
-    bool firstRow, firstColumn, lastRow, lastColumn;   // relative
+    bool firstRow, firstColumn, lastRow, lastColumn;  // relative
     bool SameCorners() const { return firstRow == lastRow && firstColumn == lastColumn; }
 };
 
 bool AppendAreaA1(WideText& out, const RefArea& area, const AreaFlags& relative) {
-    if (area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1 && relative.firstColumn == relative.lastColumn) {
-        return AppendRow(out, area.firstRow, relative.firstRow) && out.Append(u':') && AppendRow(out, area.lastRow, relative.lastRow);
+    if (area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1 &&
+        relative.firstColumn == relative.lastColumn) {
+        return AppendRow(out, area.firstRow, relative.firstRow) && out.Append(u':') &&
+               AppendRow(out, area.lastRow, relative.lastRow);
     }
     if (area.firstRow == 0 && area.lastRow == MAX_ROWS - 1) {
         return AppendColumn(out, area.firstColumn, relative.firstColumn) && out.Append(u':') &&
                AppendColumn(out, area.lastColumn, relative.lastColumn);
     }
-    if (!CellToText(area.firstRow, area.firstColumn, !relative.firstRow, !relative.firstColumn, out)) return false;
+    if (!CellToText(area.firstRow, area.firstColumn, !relative.firstRow, !relative.firstColumn, out))
+        return false;
     if (IsOneCell(area) && relative.SameCorners()) return true;
-    return out.Append(u':') && CellToText(area.lastRow, area.lastColumn, !relative.lastRow, !relative.lastColumn, out);
+    return out.Append(u':') &&
+           CellToText(area.lastRow, area.lastColumn, !relative.lastRow, !relative.lastColumn, out);
 }
 
 bool AppendAreaR1C1(WideText& out, const RefArea& area, const AreaFlags& relative, i32 row, i32 column) {
-    if (area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1 && relative.firstColumn == relative.lastColumn) {
+    if (area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1 &&
+        relative.firstColumn == relative.lastColumn) {
         return AppendR1C1Part(out, u'R', area.firstRow, relative.firstRow, row) && out.Append(u':') &&
                AppendR1C1Part(out, u'R', area.lastRow, relative.lastRow, row);
     }
@@ -63,9 +72,11 @@ bool AppendAreaR1C1(WideText& out, const RefArea& area, const AreaFlags& relativ
         return AppendR1C1Part(out, u'C', area.firstColumn, relative.firstColumn, column) && out.Append(u':') &&
                AppendR1C1Part(out, u'C', area.lastColumn, relative.lastColumn, column);
     }
-    if (!CellToR1C1(area.firstRow, area.firstColumn, relative.firstRow, relative.firstColumn, row, column, out)) return false;
+    if (!CellToR1C1(area.firstRow, area.firstColumn, relative.firstRow, relative.firstColumn, row, column, out))
+        return false;
     if (IsOneCell(area) && relative.SameCorners()) return true;
-    return out.Append(u':') && CellToR1C1(area.lastRow, area.lastColumn, relative.lastRow, relative.lastColumn, row, column, out);
+    return out.Append(u':') &&
+           CellToR1C1(area.lastRow, area.lastColumn, relative.lastRow, relative.lastColumn, row, column, out);
 }
 
 bool AppendSheetAndBook(WideText& out, i32 book, i32 sheet, bool withBook) {
@@ -117,17 +128,23 @@ bool CellToText(i32 row, i32 column, bool rowAbsolute, bool columnAbsolute, Wide
 
 bool AreaToText(i32 book, i32 sheet, const RefArea& area, u16 flags, i32 row, i32 column, WideText& out) {
     if ((flags & AREA_WITH_EQUALS) && !out.Append(u'=')) return false;
-    if ((flags & (AREA_WITH_SHEET | AREA_WITH_BOOK)) && !AppendSheetAndBook(out, book, sheet, (flags & AREA_WITH_BOOK) != 0)) return false;
-    const AreaFlags relative = {(flags & AREA_FIRST_ROW_RELATIVE) != 0, (flags & AREA_FIRST_COLUMN_RELATIVE) != 0,
-                                (flags & AREA_LAST_ROW_RELATIVE) != 0, (flags & AREA_LAST_COLUMN_RELATIVE) != 0};
-    return flags & AREA_USE_A1 ? AppendAreaA1(out, area, relative) : AppendAreaR1C1(out, area, relative, row, column);
+    if ((flags & (AREA_WITH_SHEET | AREA_WITH_BOOK)) &&
+        !AppendSheetAndBook(out, book, sheet, (flags & AREA_WITH_BOOK) != 0))
+        return false;
+    const AreaFlags relative = {
+        (flags & AREA_FIRST_ROW_RELATIVE) != 0, (flags & AREA_FIRST_COLUMN_RELATIVE) != 0,
+        (flags & AREA_LAST_ROW_RELATIVE) != 0, (flags & AREA_LAST_COLUMN_RELATIVE) != 0};
+    return flags & AREA_USE_A1 ? AppendAreaA1(out, area, relative)
+                               : AppendAreaR1C1(out, area, relative, row, column);
 }
 
 bool SheetPrefix(i32 book, i32 externIndex, bool withBrackets, bool forceQuotes, WideText& out) {
     const Workbook* workbook = BookAt(book);
-    if (!workbook || externIndex < 0 || static_cast<u32>(externIndex) >= workbook->externSheets.Count()) return out.Append(u"#REF!");
+    if (!workbook || externIndex < 0 || static_cast<u32>(externIndex) >= workbook->externSheets.Count())
+        return out.Append(u"#REF!");
     const ExternSheet& row = workbook->externSheets[static_cast<u32>(externIndex)];
-    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= workbook->externBooks.Count()) return out.Append(u"#REF!");
+    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= workbook->externBooks.Count())
+        return out.Append(u"#REF!");
     const ExternBook& link = workbook->externBooks[static_cast<u32>(row.externBook)];
     if (link.kind == EXTERN_CURRENT) return out.Append(u'!');
     if (link.kind == EXTERN_SELF && row.firstSheet == -1) return out.Append(u"#REF!");
@@ -139,13 +156,14 @@ bool SheetPrefix(i32 book, i32 externIndex, bool withBrackets, bool forceQuotes,
     const WideView file = FileNameOf(path);
     const bool sameName = isFile && sheets.View() == file;
     const std::size_t colon = sheets.View().find(u':');
-    quoted = quoted || NeedsQuotes(sheets.View().substr(0, colon)) || NeedsQuotes(file) || !DirectoryOf(path).empty();
+    quoted = quoted || NeedsQuotes(sheets.View().substr(0, colon)) || NeedsQuotes(file) ||
+             !DirectoryOf(path).empty();
     if (colon != WideView::npos) quoted = quoted || NeedsQuotes(sheets.View().substr(colon + 1));
     if (quoted && !out.Append(u'\'')) return false;
     if (isFile && !sameName) {
         const bool brackets = withBrackets && !sheets.IsEmpty();
-        if (!AppendQuotable(out, DirectoryOf(path)) || (brackets && !out.Append(u'[')) || !AppendQuotable(out, file) ||
-            (brackets && !out.Append(u']'))) {
+        if (!AppendQuotable(out, DirectoryOf(path)) || (brackets && !out.Append(u'[')) ||
+            !AppendQuotable(out, file) || (brackets && !out.Append(u']'))) {
             return false;
         }
     }

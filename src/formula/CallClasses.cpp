@@ -7,9 +7,10 @@
 namespace tally {
 namespace {
 
-constexpr u16 fixedReferences[] = {79, 94, 89, 257, 1, 95};           // ABSREF ACTIVE.CELL CALLER EVALUATE IF SELECTION
-constexpr u16 variableReferences[] = {150, 100, 1, 29, 148, 78, 147};  // CALL CHOOSE IF INDEX INDIRECT OFFSET TEXTREF
-constexpr u16 variableArrays[] = {93, 166, 188};                       // DOCUMENTS FILES GET.DOCUMENT
+constexpr u16 fixedReferences[] = {79, 94, 89, 257, 1, 95};  // ABSREF ACTIVE.CELL CALLER EVALUATE IF SELECTION
+constexpr u16 variableReferences[] = {150, 100, 1,  29,
+                                      148, 78,  147};  // CALL CHOOSE IF INDEX INDIRECT OFFSET TEXTREF
+constexpr u16 variableArrays[] = {93, 166, 188};       // DOCUMENTS FILES GET.DOCUMENT
 
 template <std::size_t N>
 bool Holds(const u16 (&ids)[N], u16 id) {
@@ -40,8 +41,8 @@ char ArgumentLetter(char signature, char wanted, bool arrayMode, bool addIn) {
 }
 
 bool IsFixedFunction(const FunctionEntry& entry) {
-    return entry.id < COMMAND_BIT &&
-           std::all_of(entry.signature.begin(), entry.signature.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    return entry.id < COMMAND_BIT && std::all_of(entry.signature.begin(), entry.signature.end(),
+                                                 [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
 u32 FixedCallClass(u16 id, char wanted, bool arrayMode) {

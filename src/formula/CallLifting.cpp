@@ -36,7 +36,8 @@ void FreeAll(Value* arguments) {
 }
 
 // One element's arguments: of a lifted array the element that the result's column count leads to.
-void BuildFrame(const Value* arguments, i32 count, std::string_view signature, u32 row, u32 column, u32 columns, Value* frame) {
+void BuildFrame(const Value* arguments, i32 count, std::string_view signature, u32 row, u32 column, u32 columns,
+                Value* frame) {
     for (i32 i = 0; i < count; ++i) {
         const Value& argument = arguments[i];
         if (!IsLifted(argument, signature, i)) {
@@ -50,8 +51,8 @@ void BuildFrame(const Value* arguments, i32 count, std::string_view signature, u
 
 }  // namespace
 
-void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler handler, std::string_view signature,
-                  const EvalContext& context) {
+void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler handler,
+                  std::string_view signature, const EvalContext& context) {
     const LiftedShape shape = ShapeOf(arguments, count, signature);
     result = Value();
     if (shape.rows == 1 && shape.columns == 1) {

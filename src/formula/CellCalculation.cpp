@@ -17,12 +17,12 @@ struct Frame {
     i32 sheet = 0;
     u16 row = 0;
     u8 column = 0;
-    u32 tokenAt = 0;           // where the next precedent is looked for
-    bool walking = false;      // an area is being walked
+    u32 tokenAt = 0;       // where the next precedent is looked for
+    bool walking = false;  // an area is being walked
     PrecedentSheets sheets;
     RefArea area;
     i32 walkSheet = 0;
-    i32 walkRow = 0;           // the walk goes on with this cell
+    i32 walkRow = 0;  // the walk goes on with this cell
     i32 walkColumn = 0;
 };
 
@@ -71,7 +71,8 @@ i32 FirstUncleanRow(CalculationRun& run, const Sheet& sheet, const RefArea& area
     for (i32 c = area.firstColumn; clean && c <= area.lastColumn; ++c) {
         if (!sheet.cells.formulasInColumn[c]) continue;
         const CleanRows& rows = clean->columns[c];
-        first = std::min(first, rows.from <= area.firstRow && rows.behind > area.firstRow ? rows.behind : i32{area.firstRow});
+        first = std::min(first, rows.from <= area.firstRow && rows.behind > area.firstRow ? rows.behind
+                                                                                          : i32{area.firstRow});
     }
     return clean ? first : i32{area.firstRow};
 }
@@ -80,7 +81,8 @@ void NoteClean(CalculationRun& run, const Sheet& sheet, const RefArea& area) {
     CleanSheet* clean = area.lastRow > area.firstRow ? CleanOf(run, sheet) : nullptr;
     for (i32 c = area.firstColumn; clean && c <= area.lastColumn; ++c) {
         CleanRows& rows = clean->columns[c];
-        const bool joins = rows.from <= area.lastRow + 1 && area.firstRow <= rows.behind && rows.behind > rows.from;
+        const bool joins =
+            rows.from <= area.lastRow + 1 && area.firstRow <= rows.behind && rows.behind > rows.from;
         if (joins) {
             rows.from = std::min(rows.from, i32{area.firstRow});
             rows.behind = std::max(rows.behind, area.lastRow + 1);
@@ -127,7 +129,8 @@ bool WalkOn(CalculationRun& run, Frame& frame, i32& row, i32& column) {
             frame.walkColumn = column + 1;
             return true;
         }
-        if (const Sheet* sheet = SheetAt(frame.sheets.book, frame.walkSheet)) NoteClean(run, *sheet, frame.area);
+        if (const Sheet* sheet = SheetAt(frame.sheets.book, frame.walkSheet))
+            NoteClean(run, *sheet, frame.area);
         frame.walking = false;
         while (frame.walkSheet < frame.sheets.last && !frame.walking) {
             ++frame.walkSheet;
@@ -176,7 +179,8 @@ bool Finish(const Frame& frame) {
     if (!cell) return true;
     const Sheet& sheet = *SheetAt(frame.book, frame.sheet);
     EvalContext context{frame.book, frame.sheet, frame.row, frame.column, 0};
-    if (!sheet.arrayFormulas.IsEmpty()) context.arrayMode = FindArray(sheet, frame.row, frame.column) != nullptr;
+    if (!sheet.arrayFormulas.IsEmpty())
+        context.arrayMode = FindArray(sheet, frame.row, frame.column) != nullptr;
     Value result;
     const bool completed = EvaluateFormula(cell->formula->tokens, result, context);
     if (completed) ReduceToScalar(result, context);

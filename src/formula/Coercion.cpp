@@ -107,7 +107,9 @@ void CoerceError(Value& value, u16 wanted) {
     }
 }
 
-bool IsScalarType(u16 wanted) { return wanted == VT_NUMBER || wanted == VT_STRING || wanted == VT_BOOL || wanted == VT_ERROR; }
+bool IsScalarType(u16 wanted) {
+    return wanted == VT_NUMBER || wanted == VT_STRING || wanted == VT_BOOL || wanted == VT_ERROR;
+}
 
 // Fills an array with the cells of an area, stale ones calculated on the way.
 void GatherArea(const SheetArea& from, Value& array) {
@@ -132,7 +134,8 @@ void GatherArea(const SheetArea& from, Value& array) {
             // The calculation may have moved what stood there.
             if (!FindCell(sheet->cells, row, column, position)) continue;
         }
-        const u32 element = static_cast<u32>(row - area.firstRow) * columns + static_cast<u32>(column - area.firstColumn);
+        const u32 element =
+            static_cast<u32>(row - area.firstRow) * columns + static_cast<u32>(column - area.firstColumn);
         CopyValue(array.elements[element], CellAt(sheet->cells, position).value);
         NextCell(sheet->cells, position);
     }
@@ -174,7 +177,8 @@ void CoerceReference(Value& value, u16 wanted, const EvalContext& context) {
     if (value.type == VT_AREA && wanted == VT_REF) {
         i32 externIndex = 0;
         const RefArea area = value.area;
-        if (!AddExternRef({context.book, context.book, context.sheet, context.sheet}, externIndex)) return SetError(value, ERR_NA);
+        if (!AddExternRef({context.book, context.book, context.sheet, context.sheet}, externIndex))
+            return SetError(value, ERR_NA);
         value = RefValue(externIndex, 1);
         if (value.type == VT_REF) value.areas->areas[0] = area;
         return;
@@ -300,7 +304,8 @@ bool Percent(WideView text, double& number) {
     const std::size_t last = text.find_last_not_of(u' ');
     i32 digits = 0;
     if (last == WideView::npos || last == 0 || text[last] != u'%') return false;
-    if (!ParseNumber(text, 0, last, number, true) && !ParseMixedFraction(text, 0, last, number, digits)) return false;
+    if (!ParseNumber(text, 0, last, number, true) && !ParseMixedFraction(text, 0, last, number, digits))
+        return false;
     number *= 0.01;
     return true;
 }
@@ -319,8 +324,11 @@ bool CurrencyOrDate(WideView text, bool date1904, double& number) {
     }
     if (ErrorFromText(text) >= 0) return false;
     const WideView symbol = Locale().currencySymbol;
-    if (!symbol.empty() && StartsWithIgnoringCase(text, symbol) && ParseNumber(text, symbol.size(), text.size(), number, true)) return true;
-    if (text.size() > 2 && text.front() == u'(' && text.back() == u')' && ParseNumber(text, 1, text.size() - 1, number, true)) {
+    if (!symbol.empty() && StartsWithIgnoringCase(text, symbol) &&
+        ParseNumber(text, symbol.size(), text.size(), number, true))
+        return true;
+    if (text.size() > 2 && text.front() == u'(' && text.back() == u')' &&
+        ParseNumber(text, 1, text.size() - 1, number, true)) {
         number = -number;
         return true;
     }
@@ -340,7 +348,8 @@ bool TextToNumber(WideView text, double& number) {
     if (c == u'+' || c == u'-') return PlainNumber(text, number);
     if (!IsAsciiDigit(c) && c != Locale().decimalSeparator) return CurrencyOrDate(text, date1904, number);
     i32 id = 0;
-    return PlainNumber(text, number) || ParseDateEntry(text, date1904, number, id) || ParseTimeEntry(text, number, id);
+    return PlainNumber(text, number) || ParseDateEntry(text, date1904, number, id) ||
+           ParseTimeEntry(text, number, id);
 }
 
 namespace {
@@ -352,7 +361,8 @@ bool NameFormula(WideView text, const EvalContext& context, WideText& formula) {
     place.sheet = context.sheet;
     NameParts parts;
     const i32 end = static_cast<i32>(text.size());
-    if (!ScanName(place, text, 0, end, parts) || parts.behind != end || parts.prefix.kind == PREFIX_FILE) return false;
+    if (!ScanName(place, text, 0, end, parts) || parts.behind != end || parts.prefix.kind == PREFIX_FILE)
+        return false;
     const Workbook* book = BookAt(context.book);
     if (!book) return false;
     const i32 sheet = parts.prefix.kind == PREFIX_OWN ? parts.prefix.firstSheet : context.sheet;
@@ -360,7 +370,9 @@ bool NameFormula(WideView text, const EvalContext& context, WideText& formula) {
     if (row < 0) row = FindName(*book, parts.identifier, 0);
     if (row < 0 || !HasFormula(book->names[static_cast<u32>(row)].tokens)) return false;
     WideText whole;
-    if (!FormulaToText(context.book, book->names[static_cast<u32>(row)].tokens, context.row, context.column, true, whole)) return false;
+    if (!FormulaToText(context.book, book->names[static_cast<u32>(row)].tokens, context.row, context.column,
+                       true, whole))
+        return false;
     return formula.Assign(whole.View().substr(1));
 }
 
@@ -401,8 +413,10 @@ void TextToReference(Value& value, const EvalContext& context, bool useA1) {
     place.useA1 = useA1;
     Array<RefArea> areas;
     i32 externIndex = -1;
-    bool good = !text.empty() && text.size() <= MAX_FORMULA_TEXT && ReferenceList(text, place, externIndex, areas);
-    if (good && externIndex < 0) good = AddExternRef({context.book, context.book, context.sheet, context.sheet}, externIndex);
+    bool good =
+        !text.empty() && text.size() <= MAX_FORMULA_TEXT && ReferenceList(text, place, externIndex, areas);
+    if (good && externIndex < 0)
+        good = AddExternRef({context.book, context.book, context.sheet, context.sheet}, externIndex);
     if (!good) return SetError(value, ERR_REF);
     Value reference = RefValue(externIndex, static_cast<u16>(areas.Count()));
     FreeValue(value);

@@ -9,13 +9,13 @@ namespace tally {
 namespace {
 
 constexpr u32 NONE = 0xFFFFFFFF;
-constexpr u32 LEVELS = 17;            // row intervals of 1, 2, 4 ... 65,536 rows
-constexpr u32 ANY_COLUMN = 256;       // of an interval's key: areas of several columns
+constexpr u32 LEVELS = 17;       // row intervals of 1, 2, 4 ... 65,536 rows
+constexpr u32 ANY_COLUMN = 256;  // of an interval's key: areas of several columns
 
 // A chain of entries for each key: open addressing over the keys, the entries in one list.
 struct ChainTable {
     struct Slot {
-        u64 key = 0;      // 0 is free
+        u64 key = 0;  // 0 is free
         u32 head = NONE;
     };
     struct Entry {
@@ -66,20 +66,20 @@ struct ChainTable {
 struct IndexedRange {
     u32 serial;
     RefArea area;
-    u32 users;      // head of its chain in rangeUsers
+    u32 users;  // head of its chain in rangeUsers
 };
 
 struct DependentIndex {
     bool built = false;
-    u32 lost = 0;                    // formulas forgotten since it was built
-    Array<FormulaCell*> formulas;    // by number; null when forgotten
+    u32 lost = 0;                  // formulas forgotten since it was built
+    Array<FormulaCell*> formulas;  // by number; null when forgotten
     Array<FormulaCell*> always;
     Array<FormulaCell*> nameUsers;
-    ChainTable cells;                // (sheet, row, column) to formulas
-    ChainTable ranges;               // (sheet, area) to ranges
+    ChainTable cells;   // (sheet, row, column) to formulas
+    ChainTable ranges;  // (sheet, area) to ranges
     Array<IndexedRange> areas;
     Array<ChainTable::Entry> rangeUsers;
-    ChainTable intervals;            // (sheet, column, level, interval) to ranges
+    ChainTable intervals;  // (sheet, column, level, interval) to ranges
 };
 
 DependentIndex* index = nullptr;
@@ -96,7 +96,9 @@ u64 RangeKey(u32 serial, const RefArea& area) {
     return (ChainTable::Mix(rows << 16 | columns) ^ (u64{serial} << 1)) | 1;
 }
 
-u32 IntervalColumn(const RefArea& area) { return area.firstColumn == area.lastColumn ? area.firstColumn : ANY_COLUMN; }
+u32 IntervalColumn(const RefArea& area) {
+    return area.firstColumn == area.lastColumn ? area.firstColumn : ANY_COLUMN;
+}
 
 // Enters a range in the few row intervals that make it up.
 bool EnterIntervals(u32 range) {
@@ -104,8 +106,12 @@ bool EnterIntervals(u32 range) {
     u32 low = entry.area.firstRow;
     u32 high = entry.area.lastRow + 1u;
     for (u32 level = 0; low < high; ++level, low >>= 1, high >>= 1) {
-        if ((low & 1) && !index->intervals.Add(IntervalKey(entry.serial, IntervalColumn(entry.area), level, low++), range)) return false;
-        if ((high & 1) && !index->intervals.Add(IntervalKey(entry.serial, IntervalColumn(entry.area), level, --high), range)) return false;
+        if ((low & 1) &&
+            !index->intervals.Add(IntervalKey(entry.serial, IntervalColumn(entry.area), level, low++), range))
+            return false;
+        if ((high & 1) &&
+            !index->intervals.Add(IntervalKey(entry.serial, IntervalColumn(entry.area), level, --high), range))
+            return false;
     }
     return true;
 }
@@ -118,7 +124,8 @@ u32 PutRange(u32 serial, const RefArea& area) {
         if (index->areas[range].serial == serial && index->areas[range].area == area) return range;
     }
     const u32 range = index->areas.Count();
-    if (!index->areas.Append({serial, area, NONE}) || !index->ranges.Add(key, range) || !EnterIntervals(range)) return NONE;
+    if (!index->areas.Append({serial, area, NONE}) || !index->ranges.Add(key, range) || !EnterIntervals(range))
+        return NONE;
     return range;
 }
 
@@ -135,7 +142,8 @@ bool EnterPrecedents(const FormulaCell& formula, u32 number) {
     TokenPrecedent precedent;
     while (NextPrecedent(formula.tokens, at, precedent)) {
         PrecedentSheets sheets;
-        if (!ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets)) continue;
+        if (!ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets))
+            continue;
         for (i32 s = sheets.first; s <= sheets.last; ++s) {
             const Sheet* sheet = SheetAt(sheets.book, s);
             if (sheet && !EnterArea(sheet->serial, precedent.area, number)) return false;
@@ -170,9 +178,11 @@ void VisitChain(const Array<ChainTable::Entry>& entries, u32 head, DependentVisi
     }
 }
 
-void VisitIntervals(const Sheet& sheet, i32 row, i32 column, u32 keyColumn, DependentVisit visit, void* context) {
+void VisitIntervals(const Sheet& sheet, i32 row, i32 column, u32 keyColumn, DependentVisit visit,
+                    void* context) {
     for (u32 level = 0; level < LEVELS; ++level) {
-        const u32 head = index->intervals.Head(IntervalKey(sheet.serial, keyColumn, level, static_cast<u32>(row) >> level));
+        const u32 head =
+            index->intervals.Head(IntervalKey(sheet.serial, keyColumn, level, static_cast<u32>(row) >> level));
         for (u32 e = head; e != NONE; e = index->intervals.entries[e].next) {
             const IndexedRange& range = index->areas[index->intervals.entries[e].value];
             if (AreaHolds(range.area, row, column)) VisitChain(index->rangeUsers, range.users, visit, context);

@@ -18,7 +18,7 @@ namespace {
 
 constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
-constexpr i32 MAX_DEPTH = 200;   // nested runs: names, cells through names, INDIRECT
+constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
 
 struct EngineDepth {
     i32 depth = 0;
@@ -63,7 +63,8 @@ void CheckTop(Run& run) {
 Value CharactersValue(const u8* at, u32 count, bool wide) {
     TextBlock* text = MakeTextRoom(count);
     if (!text) return ErrorValue(ERR_NA);
-    for (u32 i = 0; i < count; ++i) text->characters[i] = wide ? static_cast<char16_t>(ReadU16(at + 2 * i)) : at[i];
+    for (u32 i = 0; i < count; ++i)
+        text->characters[i] = wide ? static_cast<char16_t>(ReadU16(at + 2 * i)) : at[i];
     return OwnedTextValue(text);
 }
 
@@ -256,7 +257,8 @@ void FreeArguments(Value* arguments, i32 count) {
 }
 
 char LetterAt(std::string_view signature, i32 index) {
-    const char letter = static_cast<std::size_t>(index) < signature.size() ? signature[static_cast<std::size_t>(index)] : 'r';
+    const char letter =
+        static_cast<std::size_t>(index) < signature.size() ? signature[static_cast<std::size_t>(index)] : 'r';
     return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 32) : letter;
 }
 
@@ -293,7 +295,8 @@ i32 AddInRow(const Value& target, const EvalContext& context) {
         return -1;
     }
     const i16 row = book->externSheets[static_cast<u32>(target.externIndex)].externBook;
-    if (row < 0 || static_cast<u32>(row) >= book->externBooks.Count() || book->externBooks[static_cast<u32>(row)].kind != EXTERN_ADDIN) {
+    if (row < 0 || static_cast<u32>(row) >= book->externBooks.Count() ||
+        book->externBooks[static_cast<u32>(row)].kind != EXTERN_ADDIN) {
         return -1;
     }
     const i32 function = MAIN_FUNCTIONS + target.areas->areas[0].firstRow;
@@ -311,13 +314,15 @@ void CallMacro(Call& call, Value& result, const EvalContext& context) {
         result = BoolValue(false);
     } else if (target.type == VT_ERROR) {
         result = target;
-    } else if ((target.type != VT_REF && target.type != VT_AREA) || !ResolveSingleArea(target, context, at, error) ||
+    } else if ((target.type != VT_REF && target.type != VT_AREA) ||
+               !ResolveSingleArea(target, context, at, error) ||
                SheetAt(at.book, at.sheet)->kind != SHEET_MACRO) {
         result = ErrorValue(ERR_REF);
     } else {
         const Value caller = AreaValue({static_cast<u16>(context.row), static_cast<u16>(context.row),
                                         static_cast<u8>(context.column), static_cast<u8>(context.column)});
-        macroCalls.runMacro(at.book, at.sheet, at.area.firstRow, at.area.firstColumn, call.frame + 1, call.count - 1, result, caller);
+        macroCalls.runMacro(at.book, at.sheet, at.area.firstRow, at.area.firstColumn, call.frame + 1,
+                            call.count - 1, result, caller);
     }
     if (target.type != VT_ERROR) FreeValue(target);
     FreeArguments(call.frame, call.count);
@@ -340,7 +345,8 @@ void RunCall(Run& run, const u8* token) {
     const bool fixed = FoldToken(*token) == ptgFunc;
     const u16 id = ReadU16(token + (fixed ? 1 : 2));
     const i32 row = !fixed && id == ID_USER_CALL ? -1 : FindFunctionById(id);
-    const u32 count = fixed ? (row < 0 ? 0 : static_cast<u32>(FunctionTable[row].signature.size())) : token[1] & 0x7Fu;
+    const u32 count =
+        fixed ? (row < 0 ? 0 : static_cast<u32>(FunctionTable[row].signature.size())) : token[1] & 0x7Fu;
     Call call;
     TakeArguments(run, count < run.stack.Count() ? count : run.stack.Count(), call);
     Value result;
@@ -379,6 +385,8 @@ void RunName(Run& run, const u8* token, bool outside) {
     if (run.stack.Failed()) return;
     Value& top = run.stack.Top();
     if (top.type != VT_REF && top.type != VT_AREA) return;
+    // The name of an add-in function is for the call that follows.
+    if (outside && AddInRow(top, run.context) >= 0) return;
     if (TokenClass(*token) == CLASS_VALUE) DerefValue(top, run.context);
     if (TokenClass(*token) == CLASS_ARRAY) CoerceValue(top, VT_ARRAY, run.context);
 }
@@ -397,7 +405,8 @@ u32 RunToken(Run& run, u32 at, u32 last) {
         case ptgPercent:
             if (!run.stack.Count()) run.stack.Push(Value());
             if (run.stack.Failed()) return next;
-            folded == ptgUminus ? NegateValue(run.stack.Top(), run.context) : PercentValue(run.stack.Top(), run.context);
+            folded == ptgUminus ? NegateValue(run.stack.Top(), run.context)
+                                : PercentValue(run.stack.Top(), run.context);
             return next;
         case ptgMissArg: run.stack.Push(Value()); return next;
         case ptgStr: run.stack.Push(CharactersValue(token + 3, token[1], token[2] & 1)); return next;
@@ -480,8 +489,10 @@ bool TokensCall(const FormulaTokens& tokens, u16 id) {
     for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
         const u8 folded = FoldToken(tokens.bytes[at]);
         if (folded == ptgFunc && at + 3 <= tokens.length && ReadU16(tokens.bytes + at + 1) == id) return true;
-        if (folded == ptgFuncVar && at + 4 <= tokens.length && ReadU16(tokens.bytes + at + 2) == id) return true;
-        if (folded == ptgAttr && id == 4 && at + 2 <= tokens.length && tokens.bytes[at + 1] == ATTR_SUM) return true;
+        if (folded == ptgFuncVar && at + 4 <= tokens.length && ReadU16(tokens.bytes + at + 2) == id)
+            return true;
+        if (folded == ptgAttr && id == 4 && at + 2 <= tokens.length && tokens.bytes[at + 1] == ATTR_SUM)
+            return true;
     }
     return false;
 }

@@ -70,7 +70,8 @@ i32 ScanNumber(WideView text, i32 at, i32 end) {
     }
     p = ScanExponent(text, p, end);
     double value = 0;
-    if (!ParseNumber(text, static_cast<std::size_t>(start), static_cast<std::size_t>(p), value, false)) return NO_POSITION;
+    if (!ParseNumber(text, static_cast<std::size_t>(start), static_cast<std::size_t>(p), value, false))
+        return NO_POSITION;
     return p;
 }
 

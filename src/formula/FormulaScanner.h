@@ -8,8 +8,8 @@
 namespace tally {
 
 constexpr i32 NO_POSITION = -1;
-constexpr i32 MAX_FORMULA_TEXT = 32767;   // characters; longer texts are faults
-constexpr i32 MAX_NESTING = 256;          // parentheses and argument lists; deeper ones are faults
+constexpr i32 MAX_FORMULA_TEXT = 32767;  // characters; longer texts are faults
+constexpr i32 MAX_NESTING = 256;         // parentheses and argument lists; deeper ones are faults
 
 inline i32 SkipBlanks(WideView text, i32 at, i32 end) {
     while (at < end && text[static_cast<std::size_t>(at)] == u' ') ++at;
@@ -37,8 +37,8 @@ i32 ScanError(WideView text, i32 at, i32 end, i32& behind);
 // One element of an array constant.
 struct ArrayElement {
     i32 start = 0;
-    i32 stop = 0;              // without trailing blanks
-    i32 separator = 0;         // position of what ends it
+    i32 stop = 0;       // without trailing blanks
+    i32 separator = 0;  // position of what ends it
 };
 bool ScanArrayElement(WideView text, i32 at, i32 end, ArrayElement& element);
 // Separator of columns in an array constant.
@@ -53,11 +53,11 @@ enum PrefixKind : u8 { PREFIX_NONE, PREFIX_BANG, PREFIX_OWN, PREFIX_FILE, PREFIX
 // What stands in front of "!".
 struct RefPrefix {
     PrefixKind kind = PREFIX_NONE;
-    i32 behind = 0;               // position behind "!"
-    i32 firstSheet = -1;          // PREFIX_OWN
+    i32 behind = 0;       // position behind "!"
+    i32 firstSheet = -1;  // PREFIX_OWN
     i32 lastSheet = -1;
-    WideText path;                // PREFIX_FILE: the book's path or name
-    WideText firstName;           // PREFIX_FILE: sheets; empty for a book's name
+    WideText path;       // PREFIX_FILE: the book's path or name
+    WideText firstName;  // PREFIX_FILE: sheets; empty for a book's name
     WideText lastName;
 };
 // Reads an optional prefix. `bookAllowed`: a prefix that is no sheet of this book may name a file.
@@ -69,8 +69,8 @@ struct NameParts {
     RefPrefix prefix;
     WideView identifier;
     i32 behind = 0;
-    i32 function = -1;      // row of FunctionTable, main or add-in; only without a prefix
-    bool isCall = false;    // "(" stands behind
+    i32 function = -1;    // row of FunctionTable, main or add-in; only without a prefix
+    bool isCall = false;  // "(" stands behind
 };
 // Reads an identifier with its prefix. False when none stands there.
 bool ScanName(const FormulaPlace& place, WideView text, i32 at, i32 end, NameParts& parts);

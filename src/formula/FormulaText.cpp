@@ -14,7 +14,7 @@ namespace {
 constexpr u16 ID_CALL_NAME = 255, ID_TABLE = 32809, ID_SUM = 4;
 constexpr i32 NUMBER_DIGITS = 15;
 constexpr u32 NONE = 0xFFFFFFFF;
-constexpr u32 MAX_TEXT = 1u << 24;   // characters of the pool: what damaged tokens can ask for at most
+constexpr u32 MAX_TEXT = 1u << 24;  // characters of the pool: what damaged tokens can ask for at most
 
 // A piece of text; the operands are chains of pieces, so that nothing is moved when they are joined.
 struct Piece {
@@ -36,7 +36,7 @@ struct Printer {
     WideText pool;
     Array<Piece> pieces;
     Array<Chain> operands;
-    u32 extraAt = 0;       // in the trailing data
+    u32 extraAt = 0;  // in the trailing data
     bool good = true;
 
     Chain Text(WideView text) {
@@ -141,7 +141,8 @@ bool AppendElement(Printer& p, Extra& extra, WideText& out) {
         u32 count = ReadU16(extra.bytes + 1);
         if (count * (wide ? 2 : 1) > extra.left - 4) count = (extra.left - 4) / (wide ? 2 : 1);
         size = 4 + count * (wide ? 2 : 1);
-        good = out.Append(u'"') && AppendCharacters(out, extra.bytes + 4, count, wide, false) && out.Append(u'"');
+        good =
+            out.Append(u'"') && AppendCharacters(out, extra.bytes + 4, count, wide, false) && out.Append(u'"');
     } else if (extra.left >= 9) {
         if (kind == VT_NUMBER) good = NumberToText(ReadF64(extra.bytes + 1), NUMBER_DIGITS, out);
         if (kind == VT_BOOL) good = out.Append(BoolText(extra.bytes[1] != 0));
@@ -217,10 +218,13 @@ void PushNameX(Printer& p, u32 at) {
         text = link.names[name - 1].text;
     }
     PushWritten(p, [&](WideText& out) {
-        if (link.kind != EXTERN_ADDIN && book->externSheets[externIndex].firstSheet == EXTERN_NO_SHEET && link.kind == EXTERN_SELF) {
+        if (link.kind != EXTERN_ADDIN && book->externSheets[externIndex].firstSheet == EXTERN_NO_SHEET &&
+            link.kind == EXTERN_SELF) {
             return out.Append(text);
         }
-        return (link.kind == EXTERN_ADDIN || SheetPrefix(p.book, static_cast<i32>(externIndex), true, false, out)) && out.Append(text);
+        return (link.kind == EXTERN_ADDIN ||
+                SheetPrefix(p.book, static_cast<i32>(externIndex), true, false, out)) &&
+               out.Append(text);
     });
 }
 
@@ -274,7 +278,8 @@ void PushLabel(Printer& p, u32 at, u32 end) {
     if (sub != 2 && sub != 3 && sub != 6 && sub != 7 && sub != 10) return;
     const Workbook* book = BookAt(p.book);
     const Sheet* sheet = book ? SheetAt(p.book, book->currentSheet) : nullptr;
-    const CellRecord* cell = sheet && at + 5 <= end ? GetCell(sheet->cells, ReadU16(p.At(at + 2)), *p.At(at + 4)) : nullptr;
+    const CellRecord* cell =
+        sheet && at + 5 <= end ? GetCell(sheet->cells, ReadU16(p.At(at + 2)), *p.At(at + 4)) : nullptr;
     WideText text;
     if (cell) p.good = p.good && DisplayText(*book, cell->value, cell->format, text);
     p.Push(p.Text(text));
@@ -288,13 +293,19 @@ void PushConstant(Printer& p, u8 token, u32 at, u32 last) {
                 const bool wide = *p.At(at + 2) & 1;
                 const u32 most = (last - at - 2) / (wide ? 2 : 1);
                 const u32 count = *p.At(at + 1) < most ? *p.At(at + 1) : most;
-                return out.Append(u'"') && AppendCharacters(out, p.At(at + 3), count, wide, true) && out.Append(u'"');
+                return out.Append(u'"') && AppendCharacters(out, p.At(at + 3), count, wide, true) &&
+                       out.Append(u'"');
             });
             return;
         case ptgErr: return p.Push(p.Text(ErrorText(ErrorFromBiff(*p.At(at + 1)))));
         case ptgBool: return p.Push(p.Text(BoolText(*p.At(at + 1) != 0)));
-        case ptgInt: PushWritten(p, [&](WideText& out) { return AppendInteger(out, ReadU16(p.At(at + 1))); }); return;
-        case ptgNum: PushWritten(p, [&](WideText& out) { return NumberToText(ReadF64(p.At(at + 1)), NUMBER_DIGITS, out); }); return;
+        case ptgInt:
+            PushWritten(p, [&](WideText& out) { return AppendInteger(out, ReadU16(p.At(at + 1))); });
+            return;
+        case ptgNum:
+            PushWritten(p,
+                        [&](WideText& out) { return NumberToText(ReadF64(p.At(at + 1)), NUMBER_DIGITS, out); });
+            return;
         default: PushWritten(p, [&](WideText& out) { return AppendArray(p, out); }); return;
     }
 }
@@ -302,7 +313,8 @@ void PushConstant(Printer& p, u8 token, u32 at, u32 last) {
 void PushName(Printer& p, u32 at) {
     const Workbook* book = BookAt(p.book);
     const u32 name = ReadU16(p.At(at + 1));
-    p.Push(p.Text(book && name >= 1 && name <= book->names.Count() ? book->names[name - 1].text.View() : WideView(u"#NAME?")));
+    p.Push(p.Text(book && name >= 1 && name <= book->names.Count() ? book->names[name - 1].text.View()
+                                                                   : WideView(u"#NAME?")));
 }
 
 // Bytes that a token's operands take at least; a token cut off by the end is not printed.

@@ -27,7 +27,9 @@ void NoCell(i32, i32, i32, i32) {}
 void NoRow(i32, i32, i32) {}
 RecalculationCalls viewCalls = {NoCell, NoRow};
 
-CellRecord* CellOf(const FormulaCell& formula) { return GetCell(formula.sheet->cells, formula.row, formula.column); }
+CellRecord* CellOf(const FormulaCell& formula) {
+    return GetCell(formula.sheet->cells, formula.row, formula.column);
+}
 
 // Sets a formula stale and puts it among the changed ones, unless it is stale or running already.
 void MarkFormula(FormulaCell& formula, void* context) {
@@ -53,7 +55,8 @@ void BeginNames(Marking& marking) {
             if (!HasFormula(name.tokens)) continue;
             u32 at = 0;
             TokenPrecedent precedent;
-            marking.namesHaveReferences = marking.namesHaveReferences || NextPrecedent(name.tokens, at, precedent);
+            marking.namesHaveReferences =
+                marking.namesHaveReferences || NextPrecedent(name.tokens, at, precedent);
             if (TokensAreVolatile(name.tokens)) MarkName(marking, name);
         }
     }
@@ -67,7 +70,8 @@ bool NameReads(i32 book, const DefinedName& name, const ChangedCell& changed) {
     while (NextPrecedent(name.tokens, at, precedent)) {
         if (!AreaHolds(precedent.area, changed.row, changed.column)) continue;
         if (precedent.externIndex < 0) {
-            if (changed.sheet->book == book && (!name.sheet || name.sheet == changed.sheet->index + 1)) return true;
+            if (changed.sheet->book == book && (!name.sheet || name.sheet == changed.sheet->index + 1))
+                return true;
             continue;
         }
         PrecedentSheets sheets;
@@ -82,7 +86,8 @@ bool NameReads(i32 book, const DefinedName& name, const ChangedCell& changed) {
 void MarkNamesOf(Marking& marking, const ChangedCell& changed) {
     for (u32 b = 0; b < Books().books.Count(); ++b) {
         for (DefinedName& name : Books().books[b]->names) {
-            if (!name.stale && HasFormula(name.tokens) && NameReads(static_cast<i32>(b), name, changed)) MarkName(marking, name);
+            if (!name.stale && HasFormula(name.tokens) && NameReads(static_cast<i32>(b), name, changed))
+                MarkName(marking, name);
         }
     }
 }
@@ -124,7 +129,8 @@ void SpreadNames(Marking& marking) {
         changed = false;
         for (u32 b = 0; b < Books().books.Count(); ++b) {
             for (DefinedName& name : Books().books[b]->names) {
-                if (name.stale || !HasFormula(name.tokens) || !UsesStaleName(static_cast<i32>(b), name.tokens)) continue;
+                if (name.stale || !HasFormula(name.tokens) || !UsesStaleName(static_cast<i32>(b), name.tokens))
+                    continue;
                 MarkName(marking, name);
                 changed = true;
             }
@@ -205,7 +211,8 @@ void MarkDependents(i32 book, i32 sheet, i32 row, i32 column) {
     Sheet* changed = SheetAt(book, sheet);
     Marking marking;
     if (!changed || !(changed->kind & SHEET_WORKSHEET) || !Begin(marking)) return;
-    if (!marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)})) return MarkWithoutIndex();
+    if (!marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)}))
+        return MarkWithoutIndex();
     RunMarking(marking);
     if (marking.failed) MarkWithoutIndex();
 }
@@ -216,7 +223,8 @@ void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area) {
     if (!changed || !(changed->kind & SHEET_WORKSHEET) || !Begin(marking)) return;
     for (i32 row = area.firstRow; row <= area.lastRow && !marking.failed; ++row) {
         for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
-            marking.failed = marking.failed || !marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)});
+            marking.failed = marking.failed ||
+                             !marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)});
         }
         Spread(marking);
     }
@@ -240,7 +248,8 @@ bool MarkVolatileCells() {
     bool any = false;
     for (u32 i = 0; book && i < book->sheets.Count() && !any; ++i) {
         if (!(book->sheets[i]->kind & SHEET_WORKSHEET)) continue;
-        for (const FormulaCell* formula : book->sheets[i]->cells.formulas) any = any || formula->alwaysCalculate;
+        for (const FormulaCell* formula : book->sheets[i]->cells.formulas)
+            any = any || formula->alwaysCalculate;
     }
     if (!any || !Begin(marking)) return any;
     for (FormulaCell* formula : AlwaysCalculated()) {

@@ -7,7 +7,9 @@
 namespace tally {
 namespace {
 
-bool HasTokens(const Workbook& book, i32 row) { return row >= 0 && HasFormula(book.names[static_cast<u32>(row)].tokens); }
+bool HasTokens(const Workbook& book, i32 row) {
+    return row >= 0 && HasFormula(book.names[static_cast<u32>(row)].tokens);
+}
 
 // The row that a token's row stands for on a sheet (1-based); -1 without a formula.
 i32 EffectiveName(const Workbook& book, u32 index, i32 sheet) {
@@ -74,7 +76,8 @@ void Reexpress(Value& value, i32 fromBook, i32 fromSheet, const EvalContext& con
 }
 
 void PushAddIn(const ExternBook& link, u32 index, u32 externIndex, Value& result) {
-    const i32 row = index >= 1 && index <= link.names.Count() ? FindAddInFunction(link.names[index - 1].text) : -1;
+    const i32 row =
+        index >= 1 && index <= link.names.Count() ? FindAddInFunction(link.names[index - 1].text) : -1;
     if (row < 0) {
         result = ErrorValue(ERR_NAME);
         return;

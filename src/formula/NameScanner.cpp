@@ -5,14 +5,20 @@
 namespace tally {
 namespace {
 
-bool IsNameStart(char16_t c) { return IsAsciiLetter(c) || c == u'_' || c == u'\\' || (c > 127 && IsLetterChar(c)); }
+bool IsNameStart(char16_t c) {
+    return IsAsciiLetter(c) || c == u'_' || c == u'\\' || (c > 127 && IsLetterChar(c));
+}
 bool IsNameChar(char16_t c) {
     return IsNameStart(c) || IsAsciiDigit(c) || c == u'.' || c == u'?' || (c > 127 && IsAlphanumericChar(c));
 }
-bool IsSheetChar(char16_t c) { return IsAsciiLetter(c) || IsAsciiDigit(c) || c == u'_' || c == u'.' || (c > 127 && IsAlphanumericChar(c)); }
+bool IsSheetChar(char16_t c) {
+    return IsAsciiLetter(c) || IsAsciiDigit(c) || c == u'_' || c == u'.' || (c > 127 && IsAlphanumericChar(c));
+}
 
 bool HoldsNone(WideView text, WideView forbidden) { return text.find_first_of(forbidden) == WideView::npos; }
-bool IsSheetName(WideView name) { return !name.empty() && name.size() <= MAX_SHEET_NAME && HoldsNone(name, u"\\/?*"); }
+bool IsSheetName(WideView name) {
+    return !name.empty() && name.size() <= MAX_SHEET_NAME && HoldsNone(name, u"\\/?*");
+}
 bool IsBookName(WideView name) { return !name.empty() && HoldsNone(name, u"\\/:*?\"<>|"); }
 
 // The text in front of "!", unquoted, and where it ends. False when no prefix stands there.
@@ -34,7 +40,8 @@ bool ReadPrefixText(WideView text, i32 at, i32 end, WideText& inner, i32& behind
         }
         const i32 sheets = p;
         while (IsSheetChar(CharAt(text, p, end)) || (p > sheets && CharAt(text, p, end) == u':')) ++p;
-        if (!inner.Append(text.substr(static_cast<std::size_t>(at), static_cast<std::size_t>(p - at)))) return false;
+        if (!inner.Append(text.substr(static_cast<std::size_t>(at), static_cast<std::size_t>(p - at))))
+            return false;
     }
     if (CharAt(text, p, end) != u'!') return false;
     behind = p + 1;
@@ -51,7 +58,8 @@ bool OwnSheets(const FormulaPlace& place, WideView first, WideView last, RefPref
 
 bool NameFile(WideView directory, WideView book, WideView first, WideView last, RefPrefix& prefix) {
     prefix.kind = PREFIX_FILE;
-    return prefix.path.Assign(directory) && prefix.path.Append(book) && prefix.firstName.Assign(first) && prefix.lastName.Assign(last);
+    return prefix.path.Assign(directory) && prefix.path.Append(book) && prefix.firstName.Assign(first) &&
+           prefix.lastName.Assign(last);
 }
 
 bool ResolvePrefixText(const FormulaPlace& place, WideView inner, bool bookAllowed, RefPrefix& prefix) {
@@ -64,7 +72,8 @@ bool ResolvePrefixText(const FormulaPlace& place, WideView inner, bool bookAllow
     const WideView last = colon == WideView::npos ? first : sheets.substr(colon + 1);
     if (!hasBook) {
         if (IsSheetName(first) && IsSheetName(last) && OwnSheets(place, first, last, prefix)) return true;
-        return bookAllowed && IsBookName(FileNameOf(inner)) && NameFile(DirectoryOf(inner), FileNameOf(inner), {}, {}, prefix);
+        return bookAllowed && IsBookName(FileNameOf(inner)) &&
+               NameFile(DirectoryOf(inner), FileNameOf(inner), {}, {}, prefix);
     }
     const WideView book = inner.substr(open + 1, close - open - 1);
     if (!IsBookName(book) || !IsSheetName(first) || !IsSheetName(last)) return false;
@@ -73,9 +82,18 @@ bool ResolvePrefixText(const FormulaPlace& place, WideView inner, bool bookAllow
     return NameFile(inner.substr(0, open), book, first, last, prefix);
 }
 
+bool LooksLikeCell(WideView identifier) {
+    const FormulaPlace plain;
+    RefArea area;
+    u8 nibble = 0;
+    const i32 length = static_cast<i32>(identifier.size());
+    return ParseReference(plain, identifier, 0, length, nullptr, area, nibble) == length;
+}
+
 }  // namespace
 
-void ScanPrefix(const FormulaPlace& place, WideView text, i32 at, i32 end, bool bookAllowed, RefPrefix& prefix) {
+void ScanPrefix(const FormulaPlace& place, WideView text, i32 at, i32 end, bool bookAllowed,
+                RefPrefix& prefix) {
     prefix.behind = at;
     if (CharAt(text, at, end) == u'!') {
         prefix.kind = PREFIX_BANG;
@@ -127,6 +145,8 @@ bool ScanName(const FormulaPlace& place, WideView text, i32 at, i32 end, NamePar
     while (IsNameChar(CharAt(text, p, end))) ++p;
     parts.identifier = text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(p - start));
     if (parts.identifier.size() > 255) return false;
+    // A cell behind a sheet that is not there is a fault, not a name in some other book.
+    if (parts.prefix.kind == PREFIX_FILE && LooksLikeCell(parts.identifier)) return false;
     parts.behind = p;
     parts.isCall = CharAt(text, p, end) == u'(';
     if (parts.isCall && parts.prefix.kind == PREFIX_NONE) {

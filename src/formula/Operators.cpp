@@ -43,7 +43,10 @@ void ArithmeticScalar(u8 token, Value& a, const Value& b) {
     }
 }
 
-void ConcatScalar(Value& a, const Value& b) { a.text = ExtendText(a.text, TextOf(b)); if (!a.text) a = ErrorValue(ERR_NA); }
+void ConcatScalar(Value& a, const Value& b) {
+    a.text = ExtendText(a.text, TextOf(b));
+    if (!a.text) a = ErrorValue(ERR_NA);
+}
 
 int CompareNumbers(double a, double b) {
     if (a == b) return 0;
@@ -54,7 +57,9 @@ int CompareNumbers(double a, double b) {
 
 int Rank(u16 type) { return type == VT_NUMBER ? 0 : type == VT_STRING ? 1 : 2; }
 
-bool Compares(const Value& v) { return v.type == VT_EMPTY || v.type == VT_NUMBER || v.type == VT_STRING || v.type == VT_BOOL; }
+bool Compares(const Value& v) {
+    return v.type == VT_EMPTY || v.type == VT_NUMBER || v.type == VT_STRING || v.type == VT_BOOL;
+}
 
 bool Truth(u8 token, int order) {
     switch (token) {

@@ -17,8 +17,10 @@ bool Holds(const u16 (&ids)[N], u16 id) {
 
 bool IsVolatileCall(const FormulaTokens& tokens, u32 at) {
     const u8 folded = FoldToken(tokens.bytes[at]);
-    if (folded == ptgFunc && at + 3 <= tokens.length) return Holds(volatileFixed, ReadU16(tokens.bytes + at + 1));
-    if (folded == ptgFuncVar && at + 4 <= tokens.length) return Holds(volatileVariable, ReadU16(tokens.bytes + at + 2));
+    if (folded == ptgFunc && at + 3 <= tokens.length)
+        return Holds(volatileFixed, ReadU16(tokens.bytes + at + 1));
+    if (folded == ptgFuncVar && at + 4 <= tokens.length)
+        return Holds(volatileVariable, ReadU16(tokens.bytes + at + 2));
     return false;
 }
 
@@ -42,7 +44,8 @@ bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out) {
         if (start + (oneCell ? 4 : 8) > tokens.length) return false;
         u8 nibble = 0;
         out.externIndex = outside ? ReadU16(tokens.bytes + here + 1) : -1;
-        out.area = Ordered(oneCell ? ReadRefOperand(tokens.bytes + start, nibble) : ReadAreaOperand(tokens.bytes + start, nibble));
+        out.area = Ordered(oneCell ? ReadRefOperand(tokens.bytes + start, nibble)
+                                   : ReadAreaOperand(tokens.bytes + start, nibble));
         return true;
     }
     return false;
@@ -77,7 +80,8 @@ bool ResolvePrecedent(i32 book, i32 sheet, i32 externIndex, PrecedentSheets& out
     }
     ResolvedRef ref;
     ref.book = book;
-    if (!ResolveOpenExternRef(externIndex, ref) || ref.firstSheet < 0 || ref.lastSheet < ref.firstSheet) return false;
+    if (!ResolveOpenExternRef(externIndex, ref) || ref.firstSheet < 0 || ref.lastSheet < ref.firstSheet)
+        return false;
     out = {ref.targetBook, ref.firstSheet, ref.lastSheet};
     return true;
 }

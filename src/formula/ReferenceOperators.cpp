@@ -68,8 +68,8 @@ bool JoinAreas(Value& list, std::span<const RefArea> more, bool inFront) {
 bool OnContextSheet(const Value& reference, const EvalContext& context) {
     ResolvedRef ref;
     ref.book = context.book;
-    return ResolveExternRef(reference.externIndex, ref) && ref.targetBook == context.book && ref.firstSheet == context.sheet &&
-           ref.lastSheet == context.sheet;
+    return ResolveExternRef(reference.externIndex, ref) && ref.targetBook == context.book &&
+           ref.firstSheet == context.sheet && ref.lastSheet == context.sheet;
 }
 
 void UniteReferences(Value& left, Value& right, const EvalContext& context) {
@@ -98,15 +98,20 @@ void UniteReferences(Value& left, Value& right, const EvalContext& context) {
 
 void IntersectRefs(Value& left, Value& right, const EvalContext& context) {
     PlacedArea a, b;
-    if (!IsReference(left) || !IsReference(right) || !PlaceArea(left, context, a) || !PlaceArea(right, context, b)) {
+    if (!IsReference(left) || !IsReference(right) || !PlaceArea(left, context, a) ||
+        !PlaceArea(right, context, b)) {
         return TakeError(left, right, ERR_REF);
     }
     const bool bothLists = left.type == VT_REF && right.type == VT_REF;
-    const bool fits = a.book == b.book && (bothLists ? b.firstSheet <= a.firstSheet && b.lastSheet >= a.lastSheet : SameSheets(a, b));
+    const bool fits =
+        a.book == b.book &&
+        (bothLists ? b.firstSheet <= a.firstSheet && b.lastSheet >= a.lastSheet : SameSheets(a, b));
     if (!fits) return TakeError(left, right, ERR_REF);
-    const RefArea common = {std::max(a.area.firstRow, b.area.firstRow), std::min(a.area.lastRow, b.area.lastRow),
-                            std::max(a.area.firstColumn, b.area.firstColumn), std::min(a.area.lastColumn, b.area.lastColumn)};
-    if (common.firstRow > common.lastRow || common.firstColumn > common.lastColumn) return TakeError(left, right, ERR_NULL);
+    const RefArea common = {
+        std::max(a.area.firstRow, b.area.firstRow), std::min(a.area.lastRow, b.area.lastRow),
+        std::max(a.area.firstColumn, b.area.firstColumn), std::min(a.area.lastColumn, b.area.lastColumn)};
+    if (common.firstRow > common.lastRow || common.firstColumn > common.lastColumn)
+        return TakeError(left, right, ERR_NULL);
     SetArea(left, common);
     FreeValue(right);
     right = Value();
@@ -132,11 +137,12 @@ void UnionRefs(Value& left, Value& right, const EvalContext& context) {
 
 void RangeRefs(Value& left, Value& right, const EvalContext& context) {
     PlacedArea a, b;
-    const bool good = IsReference(left) && IsReference(right) && PlaceArea(left, context, a) && PlaceArea(right, context, b) &&
-                      SameSheets(a, b) && a.firstSheet == a.lastSheet;
+    const bool good = IsReference(left) && IsReference(right) && PlaceArea(left, context, a) &&
+                      PlaceArea(right, context, b) && SameSheets(a, b) && a.firstSheet == a.lastSheet;
     if (!good) return TakeError(left, right, ERR_REF);
-    SetArea(left, {std::min(a.area.firstRow, b.area.firstRow), std::max(a.area.lastRow, b.area.lastRow),
-                   std::min(a.area.firstColumn, b.area.firstColumn), std::max(a.area.lastColumn, b.area.lastColumn)});
+    SetArea(left,
+            {std::min(a.area.firstRow, b.area.firstRow), std::max(a.area.lastRow, b.area.lastRow),
+             std::min(a.area.firstColumn, b.area.firstColumn), std::max(a.area.lastColumn, b.area.lastColumn)});
     FreeValue(right);
     right = Value();
 }

@@ -34,7 +34,8 @@ i32 ScanColumnLetters(WideView text, i32 at, i32 end, i32& column) {
 i32 ScanRowNumber(WideView text, i32 at, i32 end, i32& row) {
     i32 number = 0;
     i32 p = at;
-    for (; IsAsciiDigit(CharAt(text, p, end)) && number <= MAX_ROWS; ++p) number = number * 10 + (CharAt(text, p, end) - u'0');
+    for (; IsAsciiDigit(CharAt(text, p, end)) && number <= MAX_ROWS; ++p)
+        number = number * 10 + (CharAt(text, p, end) - u'0');
     if (p == at || number < 1 || number > MAX_ROWS || CharAt(text, at, end) == u'0') return at;
     row = number - 1;
     return p;
@@ -62,12 +63,14 @@ Corner ScanCornerA1(WideView text, i32 at, i32 end) {
 }
 
 // A number in a R1C1 part: none, absolute, or "[n]" as an offset. False for a malformed one.
-bool ScanR1C1Number(WideView text, i32& p, i32 end, i32 base, i32 count, i32 maxOffset, i32& out, bool& relative) {
+bool ScanR1C1Number(WideView text, i32& p, i32 end, i32 base, i32 count, i32 maxOffset, i32& out,
+                    bool& relative) {
     relative = true;
     out = base;
     if (IsAsciiDigit(CharAt(text, p, end))) {
         i32 number = 0;
-        for (; IsAsciiDigit(CharAt(text, p, end)) && number <= count; ++p) number = number * 10 + (CharAt(text, p, end) - u'0');
+        for (; IsAsciiDigit(CharAt(text, p, end)) && number <= count; ++p)
+            number = number * 10 + (CharAt(text, p, end) - u'0');
         relative = false;
         out = number - 1;
         return number >= 1 && number <= count;
@@ -78,7 +81,8 @@ bool ScanR1C1Number(WideView text, i32& p, i32 end, i32 base, i32 count, i32 max
     if (sign == u'-' || sign == u'+') ++q;
     i32 number = 0;
     const i32 start = q;
-    for (; IsAsciiDigit(CharAt(text, q, end)) && number <= maxOffset; ++q) number = number * 10 + (CharAt(text, q, end) - u'0');
+    for (; IsAsciiDigit(CharAt(text, q, end)) && number <= maxOffset; ++q)
+        number = number * 10 + (CharAt(text, q, end) - u'0');
     if (q == start || number > maxOffset || CharAt(text, q, end) != u']') return false;
     p = q + 1;
     out = ((base + (sign == u'-' ? -number : number)) % count + count) % count;
@@ -91,12 +95,15 @@ Corner ScanCornerR1C1(const FormulaPlace& place, WideView text, i32 at, i32 end)
     i32 p = at;
     if (AsciiUpper(CharAt(text, p, end)) == u'R') {
         ++p;
-        if (!ScanR1C1Number(text, p, end, place.row, MAX_ROWS, MAX_R1C1_ROW_OFFSET, corner.row, corner.rowRelative)) return Corner{};
+        if (!ScanR1C1Number(text, p, end, place.row, MAX_ROWS, MAX_R1C1_ROW_OFFSET, corner.row,
+                            corner.rowRelative))
+            return Corner{};
         corner.behind = p;
     }
     if (AsciiUpper(CharAt(text, p, end)) == u'C') {
         ++p;
-        if (!ScanR1C1Number(text, p, end, place.column, MAX_COLUMNS, MAX_R1C1_COLUMN_OFFSET, corner.column, corner.columnRelative)) {
+        if (!ScanR1C1Number(text, p, end, place.column, MAX_COLUMNS, MAX_R1C1_COLUMN_OFFSET, corner.column,
+                            corner.columnRelative)) {
             return Corner{};
         }
         corner.behind = p;
@@ -108,7 +115,9 @@ Corner ScanCorner(const FormulaPlace& place, WideView text, i32 at, i32 end) {
     return place.useA1 ? ScanCornerA1(text, at, end) : ScanCornerR1C1(place, text, at, end);
 }
 
-bool SameShape(const Corner& a, const Corner& b) { return (a.row < 0) == (b.row < 0) && (a.column < 0) == (b.column < 0); }
+bool SameShape(const Corner& a, const Corner& b) {
+    return (a.row < 0) == (b.row < 0) && (a.column < 0) == (b.column < 0);
+}
 
 void SetArea(Corner first, Corner last, RefArea& area, u8& nibble) {
     if (first.row < 0) {
@@ -129,9 +138,11 @@ void SetArea(Corner first, Corner last, RefArea& area, u8& nibble) {
         std::swap(first.column, last.column);
         std::swap(first.columnRelative, last.columnRelative);
     }
-    area = {static_cast<u16>(first.row), static_cast<u16>(last.row), static_cast<u8>(first.column), static_cast<u8>(last.column)};
-    nibble = static_cast<u8>((first.rowRelative ? FIRST_ROW_RELATIVE : 0) | (first.columnRelative ? FIRST_COLUMN_RELATIVE : 0) |
-                             (last.rowRelative ? LAST_ROW_RELATIVE : 0) | (last.columnRelative ? LAST_COLUMN_RELATIVE : 0));
+    area = {static_cast<u16>(first.row), static_cast<u16>(last.row), static_cast<u8>(first.column),
+            static_cast<u8>(last.column)};
+    nibble = static_cast<u8>(
+        (first.rowRelative ? FIRST_ROW_RELATIVE : 0) | (first.columnRelative ? FIRST_COLUMN_RELATIVE : 0) |
+        (last.rowRelative ? LAST_ROW_RELATIVE : 0) | (last.columnRelative ? LAST_COLUMN_RELATIVE : 0));
 }
 
 bool MayFollow(WideView text, i32 at, i32 end, bool callAllowed) {
@@ -141,14 +152,16 @@ bool MayFollow(WideView text, i32 at, i32 end, bool callAllowed) {
 }
 
 // The cell part behind the prefix: its end or -1.
-i32 ScanCells(const FormulaPlace& place, WideView text, i32 at, i32 end, bool prefixed, RefArea& area, u8& nibble) {
+i32 ScanCells(const FormulaPlace& place, WideView text, i32 at, i32 end, bool prefixed, RefArea& area,
+              u8& nibble) {
     const Corner first = ScanCorner(place, text, at, end);
     if (first.row < 0 && first.column < 0) return NO_POSITION;
     i32 behind = first.behind;
     Corner last = first;
     if (CharAt(text, behind, end) == u':') {
         const Corner second = ScanCorner(place, text, behind + 1, end);
-        if ((second.row >= 0 || second.column >= 0) && SameShape(first, second) && MayFollow(text, second.behind, end, prefixed)) {
+        if ((second.row >= 0 || second.column >= 0) && SameShape(first, second) &&
+            MayFollow(text, second.behind, end, prefixed)) {
             last = second;
             behind = second.behind;
         }
@@ -163,7 +176,8 @@ i32 ScanCells(const FormulaPlace& place, WideView text, i32 at, i32 end, bool pr
 
 }  // namespace
 
-i32 ParseReference(const FormulaPlace& place, WideView text, i32 start, i32 end, i32* externIndex, RefArea& area, u8& nibble) {
+i32 ParseReference(const FormulaPlace& place, WideView text, i32 start, i32 end, i32* externIndex,
+                   RefArea& area, u8& nibble) {
     RefPrefix prefix;
     ScanPrefix(place, text, start, end, false, prefix);
     if (prefix.kind == PREFIX_INVALID) return NO_POSITION;

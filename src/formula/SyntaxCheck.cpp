@@ -14,7 +14,7 @@ struct Check {
     i32 end;
     i32* resultFormat;
     bool onWorksheet;
-    bool leadingSign;   // the text begins with a sign: an unknown name makes it no formula
+    bool leadingSign;  // the text begins with a sign: an unknown name makes it no formula
     i32 depth = 0;
 
     char16_t At(i32 at) const { return CharAt(text, at, end); }
@@ -97,7 +97,8 @@ i32 CheckName(Check& c, i32 at, i32 end) {
     std::string_view signature = UNKNOWN_SIGNATURE;
     if (name.function >= 0) {
         const FunctionEntry& entry = FunctionTable[name.function];
-        if (c.onWorksheet && entry.category >= FIRST_MACRO_CATEGORY && entry.category != CATEGORY_NONE) return NO_POSITION;
+        if (c.onWorksheet && entry.category >= FIRST_MACRO_CATEGORY && entry.category != CATEGORY_NONE)
+            return NO_POSITION;
         if (c.resultFormat && *c.resultFormat == -1) *c.resultFormat = entry.proposedFormat;
         signature = entry.signature;
     }
@@ -117,7 +118,8 @@ i32 CheckOperand(Check& c, i32 at, i32 end) {
     const i32 reference = ParseReference(c.place, c.text, at, end, nullptr, area, nibble);
     if (reference >= 0) {
         if (first == u'!' && c.onWorksheet) return at;
-        return CharAt(c.text, reference, end) == u'(' ? CheckArguments(c, reference, end, UNKNOWN_SIGNATURE) : reference;
+        return CharAt(c.text, reference, end) == u'(' ? CheckArguments(c, reference, end, UNKNOWN_SIGNATURE)
+                                                      : reference;
     }
     i32 behind = 0;
     if (ScanError(c.text, at, end, behind) >= 0) return behind;
@@ -166,12 +168,18 @@ Check MakeCheck(const FormulaPlace& place, WideView text, i32 end, i32* resultFo
     const Sheet* sheet = SheetAt(place.book, place.sheet);
     const std::size_t first = text.find_first_not_of(u' ');
     const char16_t sign = first == WideView::npos ? u'\0' : text[first];
-    return {place, text, end, resultFormat, !sheet || (sheet->kind & SHEET_WORKSHEET) != 0, sign == u'+' || sign == u'-'};
+    return {place,
+            text,
+            end,
+            resultFormat,
+            !sheet || (sheet->kind & SHEET_WORKSHEET) != 0,
+            sign == u'+' || sign == u'-'};
 }
 
 }  // namespace
 
-i32 CheckFormulaSyntax(const FormulaPlace& place, WideView text, i32 start, i32 end, bool unionAllowed, i32* resultFormat) {
+i32 CheckFormulaSyntax(const FormulaPlace& place, WideView text, i32 start, i32 end, bool unionAllowed,
+                       i32* resultFormat) {
     if (end > static_cast<i32>(text.size()) || end > MAX_FORMULA_TEXT) return NO_POSITION;
     Check check = MakeCheck(place, text, end, resultFormat);
     if (start == 0 && end > 1 && text[0] == u'=') start = 1;

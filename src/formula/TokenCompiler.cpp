@@ -11,7 +11,7 @@ namespace tally {
 namespace {
 
 constexpr u16 ID_IF = 1, ID_SUM = 4, ID_CHOOSE = 100, ID_CALL_NAME = 255;
-constexpr u16 volatileIds[] = {125, 148, 244, 74, 78, 63, 221};   // CELL INDIRECT INFO NOW OFFSET RAND TODAY
+constexpr u16 volatileIds[] = {125, 148, 244, 74, 78, 63, 221};  // CELL INDIRECT INFO NOW OFFSET RAND TODAY
 constexpr i32 UNARY_LEVEL = 6;
 constexpr i32 PERCENT_LEVEL = 4;
 constexpr u32 MAX_EXTRA = 65535;
@@ -76,7 +76,10 @@ Operator ReadOperator(const Compiling& c, i32 at, i32 end) {
         case u'-': return {ptgSub, 3, 1};
         case u'&': return {ptgConcat, 2, 1};
         case u'=': return {ptgEQ, 1, 1};
-        case u'<': return next == u'=' ? Operator{ptgLE, 1, 2} : next == u'>' ? Operator{ptgNE, 1, 2} : Operator{ptgLT, 1, 1};
+        case u'<':
+            return next == u'='   ? Operator{ptgLE, 1, 2}
+                   : next == u'>' ? Operator{ptgNE, 1, 2}
+                                  : Operator{ptgLT, 1, 1};
         case u'>': return next == u'=' ? Operator{ptgGE, 1, 2} : Operator{ptgGT, 1, 1};
         default: return ch && ch == ListSeparator() ? Operator{ptgUnion, 8, 1} : Operator{};
     }
@@ -111,7 +114,7 @@ char RefineLetter(const Compiling& c, i32 behind, const SpanKind& span) {
     if (p >= span.end || ch == u')') return span.letter;
     if (ch == u':' || ch == u'(') return 'R';
     if (ch == ListSeparator()) return span.unionAllowed ? 'R' : span.letter;
-    if (!IsOperatorChar(ch)) return 'R';   // a blank as the operator of intersection
+    if (!IsOperatorChar(ch)) return 'R';  // a blank as the operator of intersection
     if (span.letter != 'R' && span.letter != 'U' && span.letter != 'W') return span.letter;
     return span.letter == 'U' || (span.letter != 'W' && c.place.arrayMode) ? 'A' : 'V';
 }
@@ -136,7 +139,8 @@ i32 CompileNumber(Compiling& c, i32 at, i32 end) {
     const i32 start = sign == u'+' || sign == u'-' ? at + 1 : at;
     const i32 behind = ScanNumber(c.text, start, end);
     double value = 0;
-    if (behind < 0 || !ParseNumber(c.text, static_cast<std::size_t>(start), static_cast<std::size_t>(behind), value, false)) {
+    if (behind < 0 ||
+        !ParseNumber(c.text, static_cast<std::size_t>(start), static_cast<std::size_t>(behind), value, false)) {
         c.Fail();
         return end;
     }
@@ -198,7 +202,8 @@ i32 CompileArray(Compiling& c, i32 at, const SpanKind& span) {
     for (i32 p = at + 1; !c.out.failed;) {
         ArrayElement element;
         Value value;
-        if (!ScanArrayElement(c.text, p, span.end, element) || !ParseConstant(c.text, element.start, element.stop, value)) {
+        if (!ScanArrayElement(c.text, p, span.end, element) ||
+            !ParseConstant(c.text, element.start, element.stop, value)) {
             c.Fail();
             break;
         }
@@ -259,7 +264,7 @@ void PutReference(Compiling& c, i32 externIndex, RefArea area, u8 nibble, char l
 
 // Compiles the argument list behind "(" at `open`; each argument with the letter that `letterOf` gives.
 struct ArgumentList {
-    i32 at;              // where the next argument begins
+    i32 at;  // where the next argument begins
     i32 end;
     bool more;
 };
@@ -315,7 +320,9 @@ i32 CompileNamedCall(Compiling& c, i32 open, i32 end, std::string_view signature
     u32 count = 0;
     while (list.more && !c.out.failed) {
         char letter = 'R';
-        if (!signature.empty()) letter = ArgumentLetter(count < signature.size() ? signature[count] : 'R', 'V', c.place.arrayMode, true);
+        if (!signature.empty())
+            letter =
+                ArgumentLetter(count < signature.size() ? signature[count] : 'R', 'V', c.place.arrayMode, true);
         CompileArgument(c, list, letter);
         ++count;
     }
@@ -417,7 +424,8 @@ void PutExternName(Compiling& c, const NameParts& name, u32 tokenClass) {
     const i32 externIndex = ExternIndexForPrefix(c.place.book, name.prefix, true);
     if (externIndex < 0) return c.Fail();
     const i32 row = book.externSheets[static_cast<u32>(externIndex)].externBook;
-    PutNameX(c, externIndex, FindOrAddExternName(book.externBooks[static_cast<u32>(row)], name.identifier), tokenClass);
+    PutNameX(c, externIndex, FindOrAddExternName(book.externBooks[static_cast<u32>(row)], name.identifier),
+             tokenClass);
 }
 
 // The row of a defined name as its text and scope name it, added when there is none.
@@ -550,7 +558,8 @@ i32 CompileExpression(Compiling& c, i32 at, const SpanKind& span, i32 minLevel) 
         }
         const Operator found = NextOperator(c, p, span, operatorAt);
         if (!found.token || found.level <= minLevel) break;
-        const char letter = IsReferenceOperator(found.token) ? 'R' : OperandLetter(span.letter, c.place.arrayMode);
+        const char letter =
+            IsReferenceOperator(found.token) ? 'R' : OperandLetter(span.letter, c.place.arrayMode);
         p = CompileExpression(c, operatorAt + found.length, {span.end, letter, span.unionAllowed}, found.level);
         c.Put(found.token);
     }

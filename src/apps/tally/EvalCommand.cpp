@@ -39,6 +39,8 @@ int Evaluate(const FormulaPlace& place, WideView formula) {
     const EvalContext context{place.book, place.sheet, place.row, place.column, 0};
     Value result;
     if (EvaluateFormula(tokens, result, context)) ReduceToScalar(result, context);
+    // As a cell keeps it.
+    if (result.type == VT_EMPTY) result = NumberValue(0);
     i32 proposal = -1;
     CheckFormulaSyntax(place, formula, 1, static_cast<i32>(formula.size()), false, &proposal);
 
