@@ -222,6 +222,9 @@ bool TakeName(Reader& r, WideView name) {
 
 bool TakeMonthName(Reader& r, DateItem& item) {
     const LocaleSettings& s = Locale();
+    const char16_t initial = AsciiLower(r.Now());
+    const bool letter = initial >= u'a' && initial <= u'z';
+    if (letter ? !(s.monthInitials >> (initial - u'a') & 1) : !s.otherMonthInitials) return false;
     const bool shortNames = s.monthShort[0][0] != u'1';
     for (i32 pass = 0; pass < (shortNames ? 2 : 1); ++pass) {
         for (i32 i = 0; i < 12; ++i) {

@@ -126,6 +126,8 @@ void MakeDigits(FormatRun& run, double value) {
 
 void WorkOutDigits(FormatRun& run) {
     Scale(run);
+    const bool anyPlace = run.integerPlaces || run.decimalPlaces || run.exponentPlaces || run.numeratorWidth || run.denominatorWidth;
+    if (!anyPlace) return;   // a date, or text alone
     WorkOutExponent(run);
     double shown = run.value;
     if (run.fraction) {

@@ -74,6 +74,23 @@ void ReadItems(LocaleSettings& s) {
     s.negativeCurrencyOrder = ReadNumber(LOCALE_INEGCURR, 0);
 }
 
+void NoteInitial(LocaleSettings& s, char16_t initial) {
+    const char16_t lower = AsciiLower(initial);
+    if (lower >= u'a' && lower <= u'z') {
+        s.monthInitials |= 1u << (lower - u'a');
+    } else if (initial) {
+        s.otherMonthInitials = true;
+    }
+}
+
+// What a text must begin with to begin with a month: nearly every text can be told from a date by it.
+void DeriveMonthInitials(LocaleSettings& s) {
+    for (i32 i = 0; i < 12; ++i) {
+        NoteInitial(s, s.monthName[i][0]);
+        NoteInitial(s, s.monthShort[i][0]);
+    }
+}
+
 bool Cased(WideText& out, WideView text, bool upper) {
     out.Truncate(0);
     for (char16_t c : text) {
@@ -205,6 +222,7 @@ const LocaleSettings& Locale() { return settings; }
 bool ReadLocaleSettings() {
     LocaleSettings fresh = MakeDefaults();
     ReadItems(fresh);
+    DeriveMonthInitials(fresh);
     if (!DeriveHalfDays(fresh) || !DeriveDates(fresh) || !SetRegionFormats(fresh)) return false;
     settings = std::move(fresh);
     return true;
