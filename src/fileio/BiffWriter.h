@@ -1,0 +1,38 @@
+#pragma once
+// A stream of BIFF records in the making, and the compound file around it. The stream stays in memory
+// until it is written, so that any place of it can be patched.
+
+#include "base/Array.h"
+#include "base/Platform.h"
+
+namespace tally {
+
+struct BiffWriter {
+    Array<u8> stream;
+    bool failed = false;  // memory ran out; nothing is written then
+};
+
+void WriteBytes(BiffWriter& writer, const void* bytes, std::size_t count);
+void WriteZeros(BiffWriter& writer, std::size_t count);
+void WriteU8(BiffWriter& writer, u32 value);
+void WriteU16(BiffWriter& writer, u32 value);
+void WriteU32(BiffWriter& writer, u32 value);
+void WriteF64(BiffWriter& writer, double value);
+void WriteRecordHeader(BiffWriter& writer, u16 id, std::size_t length);
+void WriteRecordU16(BiffWriter& writer, u16 id, u32 value);
+void WriteRecordU16Pair(BiffWriter& writer, u16 id, u32 a, u32 b);
+void WriteEmptyRecord(BiffWriter& writer, u16 id);
+void WriteEof(BiffWriter& writer);
+// Bytes of the stream so far.
+inline u32 StreamOffset(const BiffWriter& writer) { return writer.stream.Count(); }
+// Offset in the file: the header sector lies in front of the stream.
+inline u32 FileOffset(const BiffWriter& writer) { return writer.stream.Count() + 512; }
+void PatchU32(BiffWriter& writer, u32 value, u32 streamOffset);
+
+// The whole file: header, stream padded to at least 4,096 bytes, FAT, directory with the stream's entry
+// ("Workbook", or "Book" in the 95 form) and, beyond 109 FAT sectors, DIFAT. False when memory fails.
+[[nodiscard]] bool BuildCompoundFile(ByteView stream, u8 biffVersion, Array<u8>& out);
+// The same straight to a file. False when memory or a write fails.
+[[nodiscard]] bool WriteCompoundFile(const BiffWriter& writer, u8 biffVersion, OutputHandle file);
+
+}  // namespace tally

@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "fileio/BiffReader.h"
+#include "fileio/BiffWriter.h"
+#include "fileio/CompoundReader.h"
+#include "support/FailingAllocator.h"
+
+namespace tally {
+namespace {
+
+std::vector<u8> Pattern(std::size_t size) {
+    std::vector<u8> bytes(size);
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<u8>(i * 7 + i / 512);
+    return bytes;
+}
+
+Array<u8> Built(const std::vector<u8>& stream, u8 version = 8) {
+    Array<u8> file;
+    EXPECT_TRUE(BuildCompoundFile(stream, version, file));
+    return file;
+}
+
+TEST(Compound, StreamsOfEveryLengthComeBack) {
+    for (std::size_t size :
+         {0u, 1u, 4095u, 4096u, 4097u, 60000u, 65024u, 65025u, 65536u, 7087104u, 7087105u, 16000000u}) {
+        const std::vector<u8> stream = Pattern(size);
+        const Array<u8> file = Built(stream);
+        EXPECT_EQ(file.Count() % 512, 0u);
+        Array<u8> back;
+        ASSERT_EQ(ReadCompoundStream(file.Span(), u"Workbook", back), STREAM_READ) << size;
+        ASSERT_EQ(back.Count(), std::max<std::size_t>(size, 4096));
+        EXPECT_TRUE(std::equal(stream.begin(), stream.end(), back.begin())) << size;
+    }
+}
+
+TEST(Compound, ASmallBookHasAStreamOfExactly4096Bytes) {
+    const Array<u8> file = Built({1, 2, 3});
+    ASSERT_EQ(file.Count(), 512u + 4096 + 512 + 512);
+    EXPECT_EQ(LongAt(file.Span(), 44), 1u);
+    EXPECT_EQ(LongAt(file.Span(), 48), 9u);
+    EXPECT_EQ(LongAt(file.Span(), 76), 8u);
+    const ByteView directory = From(file.Span(), 512 * 10);
+    EXPECT_EQ(LongAt(directory, 128 + 120), 4096u);
+    EXPECT_EQ(WordAt(directory, 128 + 64), 18u);
+    EXPECT_EQ(WordAt(directory, 256 + 64), 40u);
+    EXPECT_EQ(WordAt(directory, 384 + 64), 56u);
+}
+
+TEST(Compound, TheNameIsThatOfTheVersionAndCaseMatters) {
+    const Array<u8> file = Built({1}, 7);
+    Array<u8> back;
+    EXPECT_EQ(ReadCompoundStream(file.Span(), u"Book", back), STREAM_READ);
+    EXPECT_EQ(ReadCompoundStream(file.Span(), u"Workbook", back), STREAM_MISSING);
+    EXPECT_EQ(ReadCompoundStream(file.Span(), u"BOOK", back), STREAM_MISSING);
+}
+
+// A stream below 4,096 bytes lies in 64-byte pieces of the root's stream.
+TEST(Compound, AStreamOf4095BytesIsReadThroughTheMiniStream) {
+    const std::vector<u8> stream = Pattern(4095);
+    Array<u8> file = Built(std::vector<u8>(4096, 0));
+    // Sectors 0 to 7 hold the mini stream; a mini FAT goes behind the directory.
+    u8* bytes = file.Data();
+    std::copy(stream.begin(), stream.end(), bytes + 512);
+    u8* directory = bytes + 512 * 10;
+    PutU32(directory + 116, 0);
+    PutU32(directory + 120, 4096);
+    PutU32(directory + 128 + 116, 0);
+    PutU32(directory + 128 + 120, 4095);
+    const u32 miniFat = file.Count() / 512 - 1;
+    ASSERT_TRUE(file.Resize(file.Count() + 512));
+    PutU32(file.Data() + 60, miniFat);
+    for (u32 i = 0; i < 128; ++i) {
+        PutU32(file.Data() + (miniFat + 1) * 512 + i * 4, i < 63 ? i + 1 : 0xFFFFFFFE);
+    }
+    Array<u8> back;
+    ASSERT_EQ(ReadCompoundStream(file.Span(), u"Workbook", back), STREAM_READ);
+    ASSERT_EQ(back.Count(), 4095u);
+    EXPECT_TRUE(std::equal(stream.begin(), stream.end(), back.begin()));
+}
+
+TEST(Compound, DamagedChainsEnd) {
+    const Array<u8> whole = Built(Pattern(60000));
+    Array<u8> back;
+    for (std::size_t at = 0; at + 4 <= whole.Count(); at += at < 512 || at > 60000 ? 4 : 512) {
+        for (u32 value : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFEu}) {
+            Array<u8> file;
+            ASSERT_TRUE(file.AppendMany(whole.Data(), whole.Count()));
+            PutU32(file.Data() + at, value);
+            IgnoreFailure(ReadCompoundStream(file.Span(), u"Workbook", back));
+        }
+    }
+    for (u32 length : {0u, 1u, 2u, 511u, 512u, 513u, 1024u, 30000u}) {
+        IgnoreFailure(ReadCompoundStream(whole.Span().first(length), u"Workbook", back));
+    }
+}
+
+TEST(BiffRecords, ShortRecordsReadAsZeros) {
+    const u8 bytes[] = {6, 0, 10, 0, 1, 2, 3};
+    BiffStream stream{bytes, 0};
+    BiffRecord record;
+    ASSERT_TRUE(NextRecord(stream, record));
+    EXPECT_EQ(record.body.size(), 3u);
+    EXPECT_EQ(WordAt(record.body, 2), 3u);
+    EXPECT_EQ(LongAt(record.body, 1), 0x0302u);
+    EXPECT_EQ(LongAt(record.body, 100), 0u);
+    EXPECT_EQ(DoubleAt(record.body, 100), 0.0);
+    EXPECT_FALSE(NextRecord(stream, record));
+}
+
+TEST(BiffRecords, RkValues) {
+    EXPECT_EQ(DecodeRk(0x3FF00000), 1.0);
+    EXPECT_EQ(DecodeRk(0x3FF00001), 0.01);
+    EXPECT_EQ(DecodeRk((12345678u << 2) | 2), 12345678.0);
+    EXPECT_EQ(DecodeRk((12345678u << 2) | 3), 123456.78);
+    EXPECT_EQ(DecodeRk(static_cast<u32>(-4 * 5) | 2), -5.0);
+}
+
+TEST(BiffRecords, TheWriterFramesAndPatches) {
+    BiffWriter writer;
+    WriteRecordU16Pair(writer, 0x20, 1, 2);
+    WriteU32(writer, 0);
+    PatchU32(writer, 0x01020304, 8);
+    WriteEof(writer);
+    const u8 expected[] = {0x20, 0, 4, 0, 1, 0, 2, 0, 4, 3, 2, 1, 10, 0, 0, 0};
+    ASSERT_EQ(writer.stream.Count(), sizeof expected);
+    EXPECT_TRUE(std::equal(std::begin(expected), std::end(expected), writer.stream.begin()));
+    EXPECT_EQ(FileOffset(writer) - StreamOffset(writer), 512u);
+}
+
+}  // namespace
+}  // namespace tally
