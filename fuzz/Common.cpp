@@ -1,0 +1,44 @@
+#include "Common.h"
+
+#include "base/Text.h"
+#include "display/LocaleSettings.h"
+#include "fileio/OpenFile.h"
+#include "fileio/TextFiles.h"
+#include "formula/AreaSums.h"
+#include "formula/Recalculation.h"
+#include "model/BookTable.h"
+#include "shell/headless/HeadlessPlatform.h"
+
+namespace tally {
+
+void BeginRun() {
+    UseHeadlessPlatform();
+    Headless().fixedClock = true;
+    Headless().clock = {2026, 1, 2, 3, 4, 5, 0};
+    Headless().filesInMemory = true;
+    IgnoreFailure(ReadLocaleSettings());
+    IgnoreFailure(CreateWorkbook(nullptr, false));
+}
+
+void EndRun() {
+    ResetBooks();
+    DropDependents();
+    ResetAreaSums();
+    ResetHeadlessPlatform();
+}
+
+bool InputText(const u8* data, std::size_t size, WideText& out) {
+    return WideFromUtf8(out, {reinterpret_cast<const char*>(data), size});
+}
+
+void OpenInput(const u8* data, std::size_t size, WideView name) {
+    BeginRun();
+    if (OpenFileFromMemory(name, ByteView(data, size), OPEN_SILENT_LINKS)) {
+        MarkAllStale();
+        CalculateBook(CurrentBook());
+        IgnoreFailure(SaveText(CurrentBook(), u"out.csv", FILE_CSV));
+    }
+    EndRun();
+}
+
+}  // namespace tally

@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "support/BiffBuilder.h"
+
+namespace tally {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+struct Outcome {
+    int status = -1;
+    std::string output;  // of both streams
+    std::vector<Json> Lines() const {
+        std::vector<Json> lines;
+        std::size_t start = 0;
+        while (start < output.size()) {
+            const std::size_t end = output.find('\n', start);
+            lines.push_back(Json::parse(output.substr(start, end - start), nullptr, false));
+            start = end == std::string::npos ? output.size() : end + 1;
+        }
+        return lines;
+    }
+};
+
+class Tally : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "tallyman-tally-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder = pattern;
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    Outcome Run(const std::string& arguments) const {
+        const std::string command =
+            "cd '" + folder.string() + "' && LC_ALL=C '" TALLY_PROGRAM "' " + arguments + " 2>&1";
+        FILE* pipe = popen(command.c_str(), "r");
+        Outcome outcome;
+        if (!pipe) return outcome;
+        char buffer[4096];
+        for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+            outcome.output.append(buffer, got);
+        const int status = pclose(pipe);
+        outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return outcome;
+    }
+    void Put(const std::string& name, const std::string& text) const {
+        std::ofstream(folder / name, std::ios::binary) << text;
+    }
+    std::string Get(const std::string& name) const {
+        std::ifstream in(folder / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    void PutBook(const std::string& name) const {
+        BiffBuilder b;
+        b.Globals({"First", "Second"});
+        b.Bof(16)
+            .Number(0, 0, 2)
+            .Formula(0, 1, {0x44, 0, 0, 0, 0xC0, 0x1E, 3, 0, 5}, 6)
+            .Formula(1, 1, {0x44, 0, 0, 0, 0xC0}, 9)
+            .Eof();
+        b.Bof(16).Label(2, 3, "here").Eof();
+        const std::vector<u8> bytes = b.File();
+        Put(name, std::string(bytes.begin(), bytes.end()));
+    }
+    fs::path folder;
+};
+
+TEST_F(Tally, EvalTellsTheValue) {
+    const Outcome outcome = Run("eval '=1+1'");
+    ASSERT_EQ(outcome.status, 0);
+    const Json line = outcome.Lines().at(0);
+    EXPECT_EQ(line, (Json{{"sheet", "Sheet1"},
+                          {"cell", "A1"},
+                          {"formula", "=1+1"},
+                          {"type", "number"},
+                          {"value", 2},
+                          {"text", "2"},
+                          {"format", "General"}}));
+    EXPECT_EQ(Run("eval '=ROW(C7)' --cell B9").Lines().at(0)["cell"], "B9");
+    EXPECT_EQ(Run("eval 'SUM(1,2)'").Lines().at(0)["value"], 3);
+    EXPECT_EQ(Run("eval '=1/3'").Lines().at(0)["value"].get<double>(), 1.0 / 3);
+    EXPECT_EQ(Run("eval '=1,5+1' --locale de-DE").Lines().at(0)["text"], "2,5");
+    EXPECT_EQ(Run("eval '=1/0'").Lines().at(0)["type"], "error");
+}
+
+TEST_F(Tally, SheetsAreListed) {
+    PutBook("a.xls");
+    const std::vector<Json> lines = Run("sheets a.xls").Lines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], (Json{{"index", 0},
+                              {"name", "First"},
+                              {"kind", "worksheet"},
+                              {"hidden", 0},
+                              {"rows", 2},
+                              {"columns", 2}}));
+    EXPECT_EQ(lines[1]["rows"], 3);
+    EXPECT_EQ(lines[1]["columns"], 4);
+}
+
+TEST_F(Tally, CellsAreListedInOrder) {
+    PutBook("a.xls");
+    const std::vector<Json> lines = Run("cells a.xls").Lines();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[0]["cell"], "A1");
+    EXPECT_FALSE(lines[0].contains("formula"));
+    EXPECT_EQ(lines[1]["formula"], "=A1*3");
+    EXPECT_EQ(lines[3]["sheet"], "Second");
+    EXPECT_EQ(Run("cells a.xls --sheet Second").Lines().size(), 1u);
+    EXPECT_EQ(Run("cells a.xls --recalculate").Lines()[2]["value"], 2);
+}
+
+TEST_F(Tally, VerifyFindsWhatDiffers) {
+    PutBook("a.xls");
+    const std::vector<Json> lines = Run("verify a.xls").Lines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0],
+              (Json{{"sheet", "First"}, {"cell", "B2"}, {"formula", "=A1"}, {"saved", 9}, {"computed", 2}}));
+    EXPECT_EQ(lines[1], (Json{{"formulas", 2}, {"equal", 1}, {"different", 1}, {"volatile", 0}}));
+    Put("v.csv", "=RAND(),=A1+1\n");
+    EXPECT_EQ(Run("verify v.csv").Lines().back()["different"], 0);
+}
+
+TEST_F(Tally, ConvertsFilesAndStandardStreams) {
+    PutBook("a.xls");
+    EXPECT_EQ(Run("convert a.xls out.csv").status, 0);
+    EXPECT_EQ(Get("out.csv"), "2,6\r\n,9\r\n");
+    EXPECT_EQ(Run("convert a.xls out.txt --sheet Second").status, 0);
+    EXPECT_EQ(Get("out.txt"), "\r\n\r\n\t\t\there\r\n");
+    Put("in.csv", "1,2");
+    EXPECT_EQ(Run("convert --from csv --to txt - - < in.csv").output, "1\t2\r\n");
+    EXPECT_EQ(Run("convert a.xls - --to csv --recalculate").output, "2,6\r\n,2\r\n");
+}
+
+TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
+    PutBook("a.xls");
+    Put("bad.xls", "no book");
+    struct Row {
+        const char* arguments;
+        int status;
+        const char* part;
+    };
+    const Row rows[] = {
+        {"", 2, "tally:"},
+        {"nonsense", 2, "tally:"},
+        {"eval", 2, "FORMULA"},
+        {"eval =1 --cell A0", 2, "--cell"},
+        {"eval =1 --locale xx", 2, "--locale"},
+        {"eval =1 --code-page 77", 2, "--code-page"},
+        {"eval =1 --date tomorrow", 2, "--date"},
+        {"eval '=SUM('", 1, "There is an error in the formula you entered"},
+        {"sheets none.xls", 3, "none.xls"},
+        {"sheets bad.xls", 1, "Invalid data in input file"},
+        {"sheets a.doc", 1, "File type not recognised"},
+        {"cells a.xls --sheet Third", 1, "Third"},
+        {"convert a.xls out.xls", 2, "csv or txt"},
+        {"convert a.xls none/out.csv", 3, "Unable to open output file"},
+        {"convert - out.csv", 2, "--from"},
+        {"convert a.xls -", 2, "--to"},
+    };
+    for (const Row& row : rows) {
+        const Outcome outcome = Run(row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << row.arguments << ": " << outcome.output;
+        EXPECT_NE(outcome.output.find(row.part), std::string::npos) << row.arguments << ": " << outcome.output;
+        EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1) << outcome.output;
+    }
+    EXPECT_EQ(Run("sheets a.xls > /dev/full").status, 3);
+}
+
+TEST_F(Tally, HelpAndVersionAreGood) {
+    EXPECT_EQ(Run("--help").status, 0);
+    EXPECT_EQ(Run("convert --help").status, 0);
+    EXPECT_EQ(Run("--version").output.substr(0, 6), "tally ");
+}
+
+TEST_F(Tally, ALinkedBookIsReadOnlyWhenAsked) {
+    Put("other.csv", "5\n");
+    BiffBuilder b;
+    b.Globals({"S"}, [](BiffBuilder& g) {
+        g.Record(430, {{1, 2},   {10, 2},  {0, 1},   {1, 1},   {'o', 1}, {'t', 1}, {'h', 1},
+                       {'e', 1}, {'r', 1}, {'.', 1}, {'c', 1}, {'s', 1}, {'v', 1}, {5, 2},
+                       {0, 1},   {'o', 1}, {'t', 1}, {'h', 1}, {'e', 1}, {'r', 1}});
+        g.Record(23, {{1, 2}, {0, 2}, {0, 2}, {0, 2}});
+    });
+    b.Bof(16).Formula(0, 0, {0x5A, 0, 0, 0, 0, 0, 0xC0}, 3).Eof();
+    const std::vector<u8> bytes = b.File();
+    Put("a.xls", std::string(bytes.begin(), bytes.end()));
+    EXPECT_EQ(Run("convert a.xls - --to csv").output, "3\r\n");
+    EXPECT_EQ(Run("convert a.xls - --to csv --update-links").output, "5\r\n");
+}
+
+}  // namespace
+}  // namespace tally
