@@ -1,21 +1,25 @@
 #include "Common.h"
 #include "formula/Compiler.h"
 #include "formula/FormulaText.h"
+#include "formula/TokenWalk.h"
 #include "model/BookTable.h"
 
-// A formula that compiles prints to a text that compiles to tokens that print the same.
+// A text to tokens, the tokens to a text, that text to tokens again, under every notation and class.
 extern "C" int LLVMFuzzerTestOneInput(const tally::u8* data, std::size_t size) {
     using namespace tally;
-    if (size > 4096) return 0;
+    if (!size || size > 4096) return 0;
     BeginRun();
-    WideText text, first, second;
+    WideText text, printed;
     FormulaPlace place;
     place.book = CurrentBook();
+    place.useA1 = !(data[0] & 1);
+    place.arrayMode = data[0] & 2;
+    place.relativeForm = data[0] & 4;
     FormulaTokens tokens, again;
-    if (InputText(data, size, text) && CompileFormula(place, text, 'V', tokens) &&
-        FormulaToText(place.book, tokens, 0, 0, true, first) && CompileFormula(place, first, 'V', again)) {
-        if (!FormulaToText(place.book, again, 0, 0, true, second) || first.View() != second.View())
-            __builtin_trap();
+    if (InputText(data + 1, size - 1, text) && CompileFormula(place, text, data[0] & 8 ? 'R' : 'V', tokens) &&
+        FormulaToText(place.book, tokens, 0, 0, place.useA1, printed) &&
+        CompileFormula(place, printed, 'V', again)) {
+        if (!TokensAreWhole(tokens) || !TokensAreWhole(again)) __builtin_trap();
     }
     FreeTokens(tokens);
     FreeTokens(again);

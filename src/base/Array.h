@@ -75,9 +75,7 @@ class Array {
     }
 
     // Appends `count` elements by bytes.
-    [[nodiscard]] bool AppendMany(const T* source, std::size_t count)
-        requires std::is_trivially_copyable_v<T>
-    {
+    [[nodiscard]] bool AppendMany(const T* source, std::size_t count) requires std::is_trivially_copyable_v<T> {
         std::size_t total = 0;
         if (!AddSizes(count_, count, total)) return false;
         if (total > capacity_ && !Reserve(GrownCapacity(total))) return false;
@@ -119,9 +117,7 @@ class Array {
     }
 
     // A new count whose new elements hold whatever stands in memory, for the caller to fill in.
-    [[nodiscard]] bool ResizeRaw(std::size_t count)
-        requires std::is_trivially_copyable_v<T>
-    {
+    [[nodiscard]] bool ResizeRaw(std::size_t count) requires std::is_trivially_copyable_v<T> {
         if (count > capacity_ && !Reserve(count)) return false;
         count_ = static_cast<u32>(count);
         return true;

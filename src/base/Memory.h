@@ -9,9 +9,9 @@
 namespace tally {
 
 struct AllocatorTable {
-    void* (*allocate)(std::size_t bytes);                     // null when it fails
-    void* (*reallocate)(void* block, std::size_t bytes);      // null when it fails, `block` then stays
-    void (*release)(void* block);                             // null is allowed
+    void* (*allocate)(std::size_t bytes);                 // null when it fails
+    void* (*reallocate)(void* block, std::size_t bytes);  // null when it fails, `block` then stays
+    void (*release)(void* block);                         // null is allowed
 };
 
 // Replaces the allocator of the process; null puts the ordinary one back. Blocks must be released

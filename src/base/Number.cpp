@@ -84,11 +84,14 @@ i32 MulDiv(i32 a, i32 b, i32 c) {
 }
 
 std::size_t PrintGeneral(double value, int precision, char* out) {
-    if (value == std::trunc(value) && std::fabs(value) < 1e9 && precision >= 9 && !(value == 0 && std::signbit(value))) {
+    if (value == std::trunc(value) && std::fabs(value) < 1e9 && precision >= 9 &&
+        !(value == 0 && std::signbit(value))) {
         return PrintInteger(static_cast<i64>(value), out);
     }
     std::size_t length = 0;
-    if (precision <= 15 && std::isfinite(value) && value != 0 && PrintFromShortest(value, precision, out, length)) return length;
+    if (precision <= 15 && std::isfinite(value) && value != 0 &&
+        PrintFromShortest(value, precision, out, length))
+        return length;
     const auto made = std::to_chars(out, out + NUMBER_TEXT_ROOM, value, std::chars_format::general, precision);
     length = static_cast<std::size_t>(made.ptr - out);
     UpperExponent(out, length);

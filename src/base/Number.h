@@ -9,8 +9,8 @@ namespace tally {
 // result that does not fit.
 i32 MulDiv(i32 a, i32 b, i32 c);
 
-constexpr std::size_t NUMBER_TEXT_ROOM = 32;    // enough for PrintGeneral
-constexpr std::size_t FIXED_TEXT_ROOM = 700;    // enough for PrintFixed with up to 323 places
+constexpr std::size_t NUMBER_TEXT_ROOM = 32;  // enough for PrintGeneral
+constexpr std::size_t FIXED_TEXT_ROOM = 700;  // enough for PrintFixed with up to 323 places
 
 // The C form "%-.*G": `precision` significant digits (1 to 17), no trailing zeros, "E+20" exponents
 // of at least two digits. Returns the length; nothing is terminated.

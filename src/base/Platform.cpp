@@ -38,9 +38,9 @@ bool NoFace(WideView, u8&, u8&) { return false; }
 TrustState ClosedTrust() { return TRUST_CLOSED; }
 
 const PlatformTable emptyPlatform = {
-    NoFile,    NoPath,     NoCreate, NoWrite,   NoPatch,  NoClose,   NoAbandon, NoDirectory,
-    LatinPage, Utf8Page,   NoPage,   NoLead,    WidenBytes, NarrowText, NoLocale, RootTag,
-    FixedTime, NoSeconds,  NoBox,    FixedMetrics, NoFace, ClosedTrust,
+    NoFile,    NoPath,    NoCreate, NoWrite,      NoPatch,    NoClose,     NoAbandon, NoDirectory,
+    LatinPage, Utf8Page,  NoPage,   NoLead,       WidenBytes, NarrowText,  NoLocale,  RootTag,
+    FixedTime, NoSeconds, NoBox,    FixedMetrics, NoFace,     ClosedTrust,
 };
 
 const PlatformTable* current = &emptyPlatform;

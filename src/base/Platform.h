@@ -50,12 +50,12 @@ enum MessageBoxAnswer : i32 { IDOK = 1, IDCANCEL = 2, IDRETRY = 4, IDYES = 6, ID
 
 // What the screen says about the default font, in pixels.
 struct ScreenMetrics {
-    i32 fontHeight;        // tmHeight
-    i32 internalLeading;   // tmInternalLeading
-    i32 digitWidth;        // width of "0"
-    i32 logPixelsX;        // pixels per inch
+    i32 fontHeight;       // tmHeight
+    i32 internalLeading;  // tmInternalLeading
+    i32 digitWidth;       // width of "0"
+    i32 logPixelsX;       // pixels per inch
     i32 logPixelsY;
-    u8 family;             // pitch and family of the default face
+    u8 family;  // pitch and family of the default face
     u8 charSet;
 };
 
@@ -74,14 +74,14 @@ struct PlatformTable {
     OutputHandle (*createFile)(WideView path);
     bool (*writeFile)(OutputHandle file, const void* bytes, std::size_t count);
     bool (*patchFile)(OutputHandle file, u64 offset, const void* bytes, std::size_t count);
-    bool (*closeFile)(OutputHandle file);      // commits; false when the target could not be replaced
-    void (*abandonFile)(OutputHandle file);    // forgets what was written
+    bool (*closeFile)(OutputHandle file);    // commits; false when the target could not be replaced
+    void (*abandonFile)(OutputHandle file);  // forgets what was written
     // Directory of the program, with a separator at its end.
     bool (*programDirectory)(WideText& out);
 
     // ---- text --------------------------------------------------------------------------------
-    u32 (*getACP)();            // code page of narrow text in books, such as 1252
-    u32 (*getTextCodePage)();   // code page of delimited text files, such as 65001 for UTF-8
+    u32 (*getACP)();           // code page of narrow text in books, such as 1252
+    u32 (*getTextCodePage)();  // code page of delimited text files, such as 65001 for UTF-8
     bool (*isValidCodePage)(u32 codePage);
     bool (*isDBCSLeadByteEx)(u32 codePage, u8 byte);
     // Appends the converted text. False when memory fails or the page is unknown.
@@ -92,7 +92,7 @@ struct PlatformTable {
     bool (*getLocaleInfo)(i32 item, WideText& out);  // false when the item is unknown
     const char* (*localeTag)();                      // such as "en-US"
     void (*getLocalTime)(SystemTime& out);
-    u32 (*clockSeconds)();                           // seconds since 1970, for the random seed
+    u32 (*clockSeconds)();  // seconds since 1970, for the random seed
 
     // ---- the user ----------------------------------------------------------------------------
     i32 (*messageBox)(WideView text, WideView title, u32 flags);  // a MessageBoxAnswer

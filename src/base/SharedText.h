@@ -8,8 +8,8 @@ namespace tally {
 
 struct TextBlock {
     u32 users;
-    u32 length;                 // characters without the terminator
-    char16_t characters[1];     // zero-terminated
+    u32 length;              // characters without the terminator
+    char16_t characters[1];  // zero-terminated
 };
 
 // A block with one user; null when memory fails.

@@ -48,10 +48,19 @@ u32 NextUtf8(std::string_view s, std::size_t& i) {
     int more = 0;
     u32 value = 0;
     u32 least = 0;
-    if (lead >= 0xC2 && lead <= 0xDF) { more = 1; value = lead & 0x1Fu; least = 0x80; }
-    else if (lead >= 0xE0 && lead <= 0xEF) { more = 2; value = lead & 0x0Fu; least = 0x800; }
-    else if (lead >= 0xF0 && lead <= 0xF4) { more = 3; value = lead & 0x07u; least = 0x10000; }
-    else return 0xFFFD;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        more = 1;
+        value = lead & 0x1Fu;
+        least = 0x80;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        more = 2;
+        value = lead & 0x0Fu;
+        least = 0x800;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        more = 3;
+        value = lead & 0x07u;
+        least = 0x10000;
+    } else return 0xFFFD;
     std::size_t at = i;
     for (; more > 0; --more) {
         if (at >= s.size() || (static_cast<u8>(s[at]) & 0xC0) != 0x80) {
@@ -104,9 +113,8 @@ int CollateText(WideView a, WideView b) {
         }
         ucol_setStrength(collation.collator, UCOL_SECONDARY);
     }
-    const UCollationResult result =
-        ucol_strcoll(collation.collator, a.data(), static_cast<int32_t>(a.size()), b.data(),
-                     static_cast<int32_t>(b.size()));
+    const UCollationResult result = ucol_strcoll(collation.collator, a.data(), static_cast<int32_t>(a.size()),
+                                                 b.data(), static_cast<int32_t>(b.size()));
     return result == UCOL_LESS ? -1 : result == UCOL_GREATER ? 1 : 0;
 }
 

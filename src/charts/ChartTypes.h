@@ -7,7 +7,7 @@ namespace tally {
 
 // A chart as a sheet or an object holds it.
 struct ChartModel {
-    Array<u8> records;   // body of the chart's substream as read
+    Array<u8> records;  // body of the chart's substream as read
 };
 
 }  // namespace tally

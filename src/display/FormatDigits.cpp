@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "display/FormatRun.h"
 
@@ -13,6 +14,8 @@ constexpr double MAX_DENOMINATOR = 1000000.0;  // tried one after the other
 void Scale(FormatRun& run) {
     for (i32 i = 0; i < run.percents; ++i) run.value *= 100.0;
     for (i32 i = 0; i < run.scalingCommas; ++i) run.value *= 0.001;
+    // Percents may leave the range of a double.
+    run.value = std::fmin(run.value, std::numeric_limits<double>::max());
 }
 
 void WorkOutExponent(FormatRun& run) {
@@ -126,8 +129,9 @@ void MakeDigits(FormatRun& run, double value) {
 
 void WorkOutDigits(FormatRun& run) {
     Scale(run);
-    const bool anyPlace = run.integerPlaces || run.decimalPlaces || run.exponentPlaces || run.numeratorWidth || run.denominatorWidth;
-    if (!anyPlace) return;   // a date, or text alone
+    const bool anyPlace = run.integerPlaces || run.decimalPlaces || run.exponentPlaces || run.numeratorWidth ||
+                          run.denominatorWidth;
+    if (!anyPlace) return;  // a date, or text alone
     WorkOutExponent(run);
     double shown = run.value;
     if (run.fraction) {

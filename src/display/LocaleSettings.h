@@ -23,8 +23,8 @@ struct LocaleSettings {
     bool timeLeadingZero;
     i32 negativeCurrencyOrder;
     // Derived.
-    u32 monthInitials;              // bit per letter a to z that a month's name begins with
-    bool otherMonthInitials;        // some name begins with something else
+    u32 monthInitials;        // bit per letter a to z that a month's name begins with
+    bool otherMonthInitials;  // some name begins with something else
     WideText ampmUpper, ampmLower, apUpper, apLower;
     WideText amUpper, pmUpper, amLower, pmLower, aUpper, pUpper, aLower, pLower;
     WideText shortDateFormat, shortTimeFormat, longDateFormat, longTimeFormat;

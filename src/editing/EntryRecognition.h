@@ -7,16 +7,21 @@
 namespace tally {
 
 enum EntryKind : i32 {
-    ENTRY_EMPTY = 0, ENTRY_FORMULA = 1, ENTRY_TEXT = 2, ENTRY_NUMBER = 3, ENTRY_BOOL = 4, ENTRY_ERROR = 5,
+    ENTRY_EMPTY = 0,
+    ENTRY_FORMULA = 1,
+    ENTRY_TEXT = 2,
+    ENTRY_NUMBER = 3,
+    ENTRY_BOOL = 4,
+    ENTRY_ERROR = 5,
 };
 
 struct EntryResult {
     double number = 0;
     i32 boolean = 0;
     i32 error = 0;
-    i32 formatKind = 0;         // 0 plain, 2 currency, 4 date, 5 time, 6 percent, 7 mixed fraction
+    i32 formatKind = 0;  // 0 plain, 2 currency, 4 date, 5 time, 6 percent, 7 mixed fraction
     i32 subKind = 0;
-    i32 formatProposal = -1;    // of a formula: the id that its first function proposes
+    i32 formatProposal = -1;  // of a formula: the id that its first function proposes
 };
 
 EntryKind ClassifyEntry(const FormulaPlace& place, WideView text, EntryResult& result);

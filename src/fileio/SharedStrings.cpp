@@ -48,6 +48,7 @@ StringHead ReadHead(StringReader& r) {
 u32 CopyCharacters(StringReader& r, bool wide, u32 wanted, char16_t* out) {
     const std::size_t room = r.at < r.body.size() ? (r.body.size() - r.at) / (wide ? 2 : 1) : 0;
     const u32 count = room < wanted ? static_cast<u32>(room) : wanted;
+    if (!count) return 0;
     const u8* from = r.body.data() + r.at;
     if (wide) {
         for (u32 i = 0; i < count; ++i) out[i] = static_cast<char16_t>(ReadU16(from + 2 * i));
@@ -94,7 +95,8 @@ bool ReadSharedStrings(LoadState& load, const BiffRecord& record) {
     const u32 count = LongAt(record.body, 4);
     StringReader r{load.stream, record.body, 8};
     // A string takes three bytes at least, so the bytes that are left bound the count.
-    const std::size_t most = (load.stream.bytes.size() - (record.body.data() - load.stream.bytes.data())) / 3;
+    const auto before = static_cast<std::size_t>(record.body.data() - load.stream.bytes.data());
+    const std::size_t most = (load.stream.bytes.size() - before) / 3;
     if (static_cast<i32>(count) < 1) return true;
     if (!load.strings.Reserve(load.strings.Count() + (count < most ? count : most))) return false;
     bool ended = false;

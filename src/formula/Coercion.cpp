@@ -17,7 +17,7 @@ namespace tally {
 namespace {
 
 constexpr i32 NUMBER_DIGITS = 15;
-constexpr u64 MAX_ARRAY_ELEMENTS = 65536u * 256u;
+constexpr u64 MAX_ARRAY_ELEMENTS = 65536u * 64u;  // 64 MB; a larger area as an array is "#N/A"
 
 // A new one-element array that takes the value over.
 void WrapInArray(Value& value) {

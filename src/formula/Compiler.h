@@ -7,21 +7,21 @@
 
 namespace tally {
 
-constexpr u32 TOKEN_ROOM = 1024;   // bytes of tokens a compiled formula may have
+constexpr u32 TOKEN_ROOM = 1024;  // bytes of tokens a compiled formula may have
 
 // Tokens in the making, in caller-owned room.
 struct TokenBuffer {
     u8 tokens[TOKEN_ROOM];
     u32 length = 0;
-    Array<u8> extra;       // array constants
-    bool failed = false;   // the room or the memory ran out
+    Array<u8> extra;      // array constants
+    bool failed = false;  // the room or the memory ran out
 };
 
 // Where a formula's text stands and how it is to be read.
 struct FormulaPlace {
     i32 book = 0;
     i32 sheet = 0;
-    i32 row = 0;            // base of R1C1 offsets and, with relativeForm, of relative references
+    i32 row = 0;  // base of R1C1 offsets and, with relativeForm, of relative references
     i32 column = 0;
     bool useA1 = true;
     bool relativeForm = false;

@@ -285,13 +285,14 @@ void PushLabel(Printer& p, u32 at, u32 end) {
     p.Push(p.Text(text));
 }
 
-void PushConstant(Printer& p, u8 token, u32 at, u32 last) {
+// `end` is the position behind the token.
+void PushConstant(Printer& p, u8 token, u32 at, u32 end) {
     switch (token) {
         case ptgMissArg: return p.Push(p.Text({}));
         case ptgStr:
             PushWritten(p, [&](WideText& out) {
                 const bool wide = *p.At(at + 2) & 1;
-                const u32 most = (last - at - 2) / (wide ? 2 : 1);
+                const u32 most = (end - at - 3) / (wide ? 2 : 1);
                 const u32 count = *p.At(at + 1) < most ? *p.At(at + 1) : most;
                 return out.Append(u'"') && AppendCharacters(out, p.At(at + 3), count, wide, true) &&
                        out.Append(u'"');

@@ -11,7 +11,7 @@ struct EvalContext {
     i32 sheet = 0;
     i32 row = 0;
     i32 column = 0;
-    i32 arrayMode = 0;   // non-zero inside an array formula
+    i32 arrayMode = 0;  // non-zero inside an array formula
 };
 
 constexpr i32 MAX_ARGUMENTS = 30;
@@ -42,12 +42,12 @@ enum FunctionCategory : u8 {
 // A row of FunctionTable. Signature letters: upper case required, lower case optional; V value,
 // W value or reference, R aggregate, C reference, Q array, T value or array, U reference or array.
 struct FunctionEntry {
-    WideView name;            // upper case, as printed
+    WideView name;  // upper case, as printed
     std::string_view signature;
     FunctionHandler handler;
-    u16 id;                   // BIFF number, bit 15 on commands; add-in rows: the category
+    u16 id;  // BIFF number, bit 15 on commands; add-in rows: the category
     u8 category;
-    i8 proposedFormat;        // built-in format id; 0 none, -1 look at the next function
+    i8 proposedFormat;  // built-in format id; 0 none, -1 look at the next function
     WideView argumentHint;
 };
 

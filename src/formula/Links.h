@@ -23,7 +23,7 @@ bool GetFilterArea(i32 book, i32 sheet, RefArea& area);
 
 // Where an extern index leads. A sheet of -2 is no sheet.
 struct ResolvedRef {
-    i32 book = 0;         // in: the referring book
+    i32 book = 0;  // in: the referring book
     i32 targetBook = 0;
     i32 firstSheet = 0;
     i32 lastSheet = 0;

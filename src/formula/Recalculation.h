@@ -34,8 +34,8 @@ void DropDependents();
 
 // What the view wants to know. Harmless defaults; the shell fills them in.
 struct RecalculationCalls {
-    void (*cellChanged)(i32 book, i32 sheet, i32 row, i32 column);   // repaint it
-    void (*rowHeightWanted)(i32 book, i32 sheet, i32 row);           // refit it
+    void (*cellChanged)(i32 book, i32 sheet, i32 row, i32 column);  // repaint it
+    void (*rowHeightWanted)(i32 book, i32 sheet, i32 row);          // refit it
 };
 RecalculationCalls& RecalculationView();
 

@@ -43,7 +43,7 @@ u32 OperandBytes(const u8* bytes, u32 length, u32 position) {
     switch (FoldToken(bytes[position])) {
         case ptgStr: return (byteAt(2) + 1u) * byteAt(1) + 2u;
         case ptgAttr:
-            if (byteAt(1) == ATTR_CHOOSE) return 2u * (byteAt(2) | byteAt(3) << 8) + 5u;
+            if (byteAt(1) == ATTR_CHOOSE) return 2u * (u32{byteAt(2)} | u32{byteAt(3)} << 8) + 5u;
             return 3;
         case ptgExtended: return ExtendedSize(byteAt(1));
         default: return tokenSizes[FoldToken(bytes[position])];

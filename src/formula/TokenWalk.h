@@ -6,20 +6,66 @@
 namespace tally {
 
 enum Ptg : u8 {
-    ptgExp = 0x01, ptgTbl = 0x02, ptgAdd = 0x03, ptgSub = 0x04, ptgMul = 0x05, ptgDiv = 0x06,
-    ptgPower = 0x07, ptgConcat = 0x08, ptgLT = 0x09, ptgLE = 0x0A, ptgEQ = 0x0B, ptgGE = 0x0C,
-    ptgGT = 0x0D, ptgNE = 0x0E, ptgIsect = 0x0F, ptgUnion = 0x10, ptgRange = 0x11, ptgUplus = 0x12,
-    ptgUminus = 0x13, ptgPercent = 0x14, ptgParen = 0x15, ptgMissArg = 0x16, ptgStr = 0x17,
-    ptgExtended = 0x18, ptgAttr = 0x19, ptgErr = 0x1C, ptgBool = 0x1D, ptgInt = 0x1E, ptgNum = 0x1F,
-    ptgArray = 0x20, ptgFunc = 0x21, ptgFuncVar = 0x22, ptgName = 0x23, ptgRef = 0x24, ptgArea = 0x25,
-    ptgMemArea = 0x26, ptgMemErr = 0x27, ptgMemNoMem = 0x28, ptgMemFunc = 0x29, ptgRefErr = 0x2A,
-    ptgAreaErr = 0x2B, ptgRefN = 0x2C, ptgAreaN = 0x2D, ptgMemAreaN = 0x2E, ptgMemNoMemN = 0x2F,
-    ptgNameX = 0x39, ptgRef3d = 0x3A, ptgArea3d = 0x3B, ptgRefErr3d = 0x3C, ptgAreaErr3d = 0x3D,
+    ptgExp = 0x01,
+    ptgTbl = 0x02,
+    ptgAdd = 0x03,
+    ptgSub = 0x04,
+    ptgMul = 0x05,
+    ptgDiv = 0x06,
+    ptgPower = 0x07,
+    ptgConcat = 0x08,
+    ptgLT = 0x09,
+    ptgLE = 0x0A,
+    ptgEQ = 0x0B,
+    ptgGE = 0x0C,
+    ptgGT = 0x0D,
+    ptgNE = 0x0E,
+    ptgIsect = 0x0F,
+    ptgUnion = 0x10,
+    ptgRange = 0x11,
+    ptgUplus = 0x12,
+    ptgUminus = 0x13,
+    ptgPercent = 0x14,
+    ptgParen = 0x15,
+    ptgMissArg = 0x16,
+    ptgStr = 0x17,
+    ptgExtended = 0x18,
+    ptgAttr = 0x19,
+    ptgErr = 0x1C,
+    ptgBool = 0x1D,
+    ptgInt = 0x1E,
+    ptgNum = 0x1F,
+    ptgArray = 0x20,
+    ptgFunc = 0x21,
+    ptgFuncVar = 0x22,
+    ptgName = 0x23,
+    ptgRef = 0x24,
+    ptgArea = 0x25,
+    ptgMemArea = 0x26,
+    ptgMemErr = 0x27,
+    ptgMemNoMem = 0x28,
+    ptgMemFunc = 0x29,
+    ptgRefErr = 0x2A,
+    ptgAreaErr = 0x2B,
+    ptgRefN = 0x2C,
+    ptgAreaN = 0x2D,
+    ptgMemAreaN = 0x2E,
+    ptgMemNoMemN = 0x2F,
+    ptgNameX = 0x39,
+    ptgRef3d = 0x3A,
+    ptgArea3d = 0x3B,
+    ptgRefErr3d = 0x3C,
+    ptgAreaErr3d = 0x3D,
 };
 
 enum AttrKind : u8 {
-    ATTR_VOLATILE = 0x01, ATTR_IF = 0x02, ATTR_CHOOSE = 0x04, ATTR_GOTO = 0x08, ATTR_SUM = 0x10,
-    ATTR_SPACE = 0x40, ATTR_SPACE_VOLATILE = 0x41,
+    ATTR_VOLATILE = 0x01,
+    ATTR_IF = 0x02,
+    ATTR_CHOOSE = 0x04,
+    ATTR_GOTO = 0x08,
+    ATTR_SUM = 0x10,
+    ATTR_SPACE = 0x40,
+    ATTR_SPACE_VOLATILE = 0x41,
 };
 
 // Class bits of a token byte.
@@ -37,9 +83,7 @@ constexpr u8 LAST_ROW_RELATIVE = 2;
 constexpr u8 LAST_COLUMN_RELATIVE = 1;
 
 // The token number without its class: 0x20, 0x40 and 0x60 forms fold to 0x20.
-inline u8 FoldToken(u8 token) {
-    return static_cast<u8>((token & 0x40 ? token | 0x20 : token) & 0x3F);
-}
+inline u8 FoldToken(u8 token) { return static_cast<u8>((token & 0x40 ? token | 0x20 : token) & 0x3F); }
 
 // The position of the last byte of the token at `position`; add one for the next token. Never
 // passes `length` - 1, so that a walk over damaged tokens ends.
@@ -48,9 +92,7 @@ u32 NextToken(const u8* bytes, u32 length, u32 position);
 bool TokensAreWhole(const FormulaTokens& tokens);
 
 inline u16 ReadU16(const u8* p) { return static_cast<u16>(p[0] | (p[1] << 8)); }
-inline u32 ReadU32(const u8* p) {
-    return u32{p[0]} | (u32{p[1]} << 8) | (u32{p[2]} << 16) | (u32{p[3]} << 24);
-}
+inline u32 ReadU32(const u8* p) { return u32{p[0]} | (u32{p[1]} << 8) | (u32{p[2]} << 16) | (u32{p[3]} << 24); }
 double ReadF64(const u8* p);
 inline void PutU16(u8* p, u32 v) {
     p[0] = static_cast<u8>(v);

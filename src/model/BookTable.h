@@ -42,14 +42,14 @@ i32 FindOpenBook(WideView path, bool visibleOnly);
 // Calls from the model to what stands above it. Each row has a harmless default; the shell and the
 // engine fill in theirs once at start.
 struct ModelCalls {
-    void (*booksChanged)();                        // a book was added, removed or made current
-    void (*bookClosing)(i32 book);                 // undo records and macro frames of it must go
-    void (*sheetInserted)(i32 book, i32 sheet);    // indexes at and above have risen
-    void (*sheetRemoved)(i32 book, i32 sheet);     // indexes above have fallen
-    void (*structureChanged)();                    // the index of dependents is out of date
-    void (*recordSheetInsert)(i32 book, i32 sheet, i32 kind);   // undo kinds 11, 12 and 33
-    void (*formulaGone)(FormulaCell& formula);     // an indexed formula is released or gets other tokens
-    bool (*macroRunsIn)(i32 book);                 // a running macro keeps a hidden book open
+    void (*booksChanged)();                                    // a book was added, removed or made current
+    void (*bookClosing)(i32 book);                             // undo records and macro frames of it must go
+    void (*sheetInserted)(i32 book, i32 sheet);                // indexes at and above have risen
+    void (*sheetRemoved)(i32 book, i32 sheet);                 // indexes above have fallen
+    void (*structureChanged)();                                // the index of dependents is out of date
+    void (*recordSheetInsert)(i32 book, i32 sheet, i32 kind);  // undo kinds 11, 12 and 33
+    void (*formulaGone)(FormulaCell& formula);  // an indexed formula is released or gets other tokens
+    bool (*macroRunsIn)(i32 book);              // a running macro keeps a hidden book open
 };
 ModelCalls& Calls();
 

@@ -252,7 +252,7 @@ void FreeStore(CellStore& store) {
             if (!formula) continue;
             if (formula->indexed) Calls().formulaGone(*formula);
             FreeTokens(formula->tokens);
-                    DestroyRecord(formula);
+            DestroyRecord(formula);
         }
         ReleaseBytes(row.cells);
     }

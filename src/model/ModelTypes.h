@@ -24,14 +24,14 @@ struct Sheet;
 // What only a formula cell needs, beside its CellRecord.
 struct FormulaCell {
     FormulaTokens tokens;
-    Sheet* sheet = nullptr;             // the sheet whose store holds the cell
-    u32 listIndex = 0;                  // place in CellStore::formulas
+    Sheet* sheet = nullptr;  // the sheet whose store holds the cell
+    u32 listIndex = 0;       // place in CellStore::formulas
     u16 row = 0;
     u8 column = 0;
-    bool alwaysCalculate = false;       // its inputs cannot be told from its tokens
-    bool indexed = false;               // entered in the index of dependents
-    bool usesNames = false;             // set when it is entered
-    u32 dependentMark = 0;              // work word of the index of dependents
+    bool alwaysCalculate = false;  // its inputs cannot be told from its tokens
+    bool indexed = false;          // entered in the index of dependents
+    bool usesNames = false;        // set when it is entered
+    u32 dependentMark = 0;         // work word of the index of dependents
 };
 
 // ---- cells ----------------------------------------------------------------------------------------
@@ -58,7 +58,7 @@ static_assert(sizeof(CellRecord) == 32);
 struct CellRow {
     CellRecord* cells = nullptr;
     u16 row = 0;
-    u16 count = 0;      // 1 to 256: a row without cells has no CellRow
+    u16 count = 0;  // 1 to 256: a row without cells has no CellRow
     u16 capacity = 0;
     u16 spare = 0;
 };
@@ -66,9 +66,9 @@ struct CellRow {
 // The cells of a sheet: rows ascending, so that a walk is in the order of row, then column.
 struct CellStore {
     Array<CellRow> rows;
-    Array<FormulaCell*> formulas;    // every formula of the sheet, in no order
-    u32 count = 0;                   // cells stored
-    u32 lastSlot = 0;                // where the last search ended
+    Array<FormulaCell*> formulas;  // every formula of the sheet, in no order
+    u32 count = 0;                 // cells stored
+    u32 lastSlot = 0;              // where the last search ended
     // Raised whenever a value in that column changes; sums and lookups kept from before are then old.
     u32 columnVersion[MAX_COLUMNS] = {};
     u32 formulasInColumn[MAX_COLUMNS] = {};
@@ -76,8 +76,8 @@ struct CellStore {
 
 // Where a cell stands, or would stand, in a store.
 struct CellPosition {
-    u32 slot = 0;    // in CellStore::rows
-    u32 index = 0;   // in CellRow::cells
+    u32 slot = 0;   // in CellStore::rows
+    u32 index = 0;  // in CellRow::cells
 };
 
 // What SetCell stores. Its value and tokens pass to the store.
@@ -95,14 +95,14 @@ enum RowFlags : u16 { ROW_HIDDEN = 1, ROW_CUSTOM_HEIGHT = 2, ROW_DEFAULT_HEIGHT 
 struct ColumnInfo {
     u8 column = 0;
     u16 flags = COLUMN_DEFAULT_WIDTH;
-    u16 width = 0;     // 1/256 of the width of "0"
-    u16 format = 15;   // for empty cells of the column
+    u16 width = 0;    // 1/256 of the width of "0"
+    u16 format = 15;  // for empty cells of the column
 };
 
 struct RowInfo {
     u16 row = 0;
     u16 flags = ROW_DEFAULT_HEIGHT;
-    u16 height = 0;    // twips
+    u16 height = 0;  // twips
 };
 
 // A rectangle whose cells belong to one array formula. `tokens` serve the readers and writers.
@@ -146,7 +146,7 @@ constexpr u16 AUTOMATIC_COLOUR = 32767;
 enum FontAttributes : u16 { FONT_ITALIC = 2, FONT_STRIKEOUT = 8 };
 
 struct FontRecord {
-    u16 height = 200;   // twips
+    u16 height = 200;  // twips
     u16 attributes = 0;
     u16 colour = AUTOMATIC_COLOUR;
     u16 weight = 400;
@@ -159,13 +159,13 @@ struct FontRecord {
 
 struct NumberFormat {
     u16 id = 0;
-    u16 flags = 0;          // bit 0: the text is one of the built-in constants
-    WideText text;          // in file form, English keywords
-    WideText localText;     // as the user sees it
+    u16 flags = 0;       // bit 0: the text is one of the built-in constants
+    WideText text;       // in file form, English keywords
+    WideText localText;  // as the user sees it
 };
 
 struct StyleRow {
-    u16 xf = 0;             // bit 15 set for a built-in style
+    u16 xf = 0;  // bit 15 set for a built-in style
     u8 builtInId = 0;
     u8 level = 255;
 };
@@ -173,23 +173,23 @@ struct StyleRow {
 // ---- names and links ------------------------------------------------------------------------------
 
 struct DefinedName {
-    u16 flags = 0;      // bit 0 hidden; the others as in the NAME record, the built-in bit cleared
+    u16 flags = 0;  // bit 0 hidden; the others as in the NAME record, the built-in bit cleared
     u8 shortcut = 0;
-    u8 stale = 0;       // work flag of marking
-    u16 sheet = 0;      // 0 global, else the 1-based sheet it is scoped to
+    u8 stale = 0;   // work flag of marking
+    u16 sheet = 0;  // 0 global, else the 1-based sheet it is scoped to
     WideText text;
-    FormulaTokens tokens;   // null: known but undefined
+    FormulaTokens tokens;  // null: known but undefined
 };
 
 struct ExternName {
     WideText text;
-    i16 sheet = 0;      // 1-based entry of sheetNames, or 0
+    i16 sheet = 0;  // 1-based entry of sheetNames, or 0
 };
 
 enum ExternBookKind : u32 { EXTERN_FILE = 0, EXTERN_SELF = 1, EXTERN_ADDIN = 2, EXTERN_CURRENT = 3 };
 
 struct ExternBook {
-    WideText path;      // EXTERN_FILE: in stored form
+    WideText path;  // EXTERN_FILE: in stored form
     Array<WideText> sheetNames;
     u32 kind = EXTERN_FILE;
     Array<ExternName> names;
@@ -199,7 +199,7 @@ constexpr i16 EXTERN_NO_SHEET = -2;
 
 struct ExternSheet {
     i16 externBook = 0;
-    i16 firstSheet = 0;   // -1: the sheet was deleted; -2: no sheet
+    i16 firstSheet = 0;  // -1: the sheet was deleted; -2: no sheet
     i16 lastSheet = 0;
 };
 
@@ -213,14 +213,14 @@ struct Hyperlink {
 };
 
 struct ValidationRule {
-    u32 kind = 0;          // 0 any, 1 whole, 2 decimal, 3 list, 4 date, 5 time, 6 text length, 7 custom
-    u32 errorStyle = 0;    // 0 stop, 1 warning, 2 information
+    u32 kind = 0;        // 0 any, 1 whole, 2 decimal, 3 list, 4 date, 5 time, 6 text length, 7 custom
+    u32 errorStyle = 0;  // 0 stop, 1 warning, 2 information
     u32 literalList = 0;
     u32 ignoreBlank = 1;
     u32 noDropArrow = 0;
     u32 showInput = 1;
     u32 showError = 1;
-    u32 comparison = 0;    // 0 between ... 7 less or equal
+    u32 comparison = 0;  // 0 between ... 7 less or equal
     WideText inputTitle, errorTitle, inputText, errorText;
     FormulaTokens formula1, formula2;
     Array<RefArea> areas;
@@ -233,8 +233,8 @@ struct OverrideByte {
 };
 
 struct ConditionalCondition {
-    u32 type = 1;          // 1 cell value, 2 formula
-    u32 comparison = 0;    // 1 between ... 8 less or equal
+    u32 type = 1;        // 1 cell value, 2 formula
+    u32 comparison = 0;  // 1 between ... 8 less or equal
     FormulaTokens formula1, formula2;
     OverrideByte strikeout, italic, bold, underline;
     bool hasFontColour = false;
@@ -248,13 +248,13 @@ struct ConditionalCondition {
 
 struct ConditionalFormat {
     u16 priority = 0;
-    Array<ConditionalCondition> conditions;   // at most three
+    Array<ConditionalCondition> conditions;  // at most three
     Array<RefArea> areas;
 };
 
 struct FilterCondition {
-    u8 kind = 0;           // 0 none, 6 compare, 12 blank, 14 not blank; 4 a number that is not kept
-    u8 comparison = 0;     // 1 less, 2 equal, 3 less or equal, 4 greater, 5 not equal, 6 greater or equal
+    u8 kind = 0;        // 0 none, 6 compare, 12 blank, 14 not blank; 4 a number that is not kept
+    u8 comparison = 0;  // 1 less, 2 equal, 3 less or equal, 4 greater, 5 not equal, 6 greater or equal
     WideText text;
 };
 
@@ -262,7 +262,7 @@ struct FilterColumn {
     bool top10 = false;
     bool top = true;
     bool percent = false;
-    u16 count = 10;        // 1 to 500
+    u16 count = 10;  // 1 to 500
     double threshold = 0;
     bool joinOr = false;
     FilterCondition conditions[2];
@@ -271,7 +271,7 @@ struct FilterColumn {
 // ---- sheets ---------------------------------------------------------------------------------------
 
 enum SheetKind : i32 { SHEET_MODULE = 6, SHEET_WORKSHEET = 16, SHEET_CHART = 32, SHEET_MACRO = 64 };
-constexpr i32 SHEET_WITH_CELLS = 80;   // mask of the kinds that have cells
+constexpr i32 SHEET_WITH_CELLS = 80;  // mask of the kinds that have cells
 
 enum ViewFlags : u16 {
     VIEW_FORMULAS = 1,
@@ -279,9 +279,9 @@ enum ViewFlags : u16 {
     VIEW_HEADERS = 4,
     VIEW_FROZEN = 8,
     VIEW_PROTECTED = 16,
-    VIEW_STANDARD_WIDTH = 32,    // default column width is 2048
-    VIEW_STANDARD_HEIGHT = 64,   // default row height is 255
-    VIEW_HEIGHT_DIFFERS = 128,   // the default height differs from the font's
+    VIEW_STANDARD_WIDTH = 32,   // default column width is 2048
+    VIEW_STANDARD_HEIGHT = 64,  // default row height is 255
+    VIEW_HEIGHT_DIFFERS = 128,  // the default height differs from the font's
 };
 
 enum FilterState : u16 { FILTER_AUTO = 1, FILTER_ADVANCED = 2 };
@@ -291,24 +291,24 @@ struct SheetView {
     u16 activeRow = 0;
     u8 activeColumn = 0;
     RefArea selection;
-    u16 firstRow = 0;           // first visible row of the moving pane
+    u16 firstRow = 0;  // first visible row of the moving pane
     u8 firstColumn = 0;
-    u16 frozenFirstRow = 0;     // first visible row of the upper-left pane
+    u16 frozenFirstRow = 0;  // first visible row of the upper-left pane
     u8 frozenFirstColumn = 0;
-    u16 splitRow = 0;           // first row below the split, 0 without one
+    u16 splitRow = 0;  // first row below the split, 0 without one
     u8 splitColumn = 0;
-    i32 lastVisibleRow = 0;     // worked out by the layout
+    i32 lastVisibleRow = 0;  // worked out by the layout
     i32 lastVisibleColumn = 0;
 };
 
 struct PageSettings {
     WideText header, footer;
-    double leftMargin = 0, rightMargin = 0, topMargin = 0, bottomMargin = 0;   // inches; 0 is not set
+    double leftMargin = 0, rightMargin = 0, topMargin = 0, bottomMargin = 0;  // inches; 0 is not set
     u8 printHeaders = 0, printGridlines = 0, gridSet = 0, centreHorizontally = 0, centreVertically = 0;
     u8 fitToPage = 0;
-    Array<u8> setup;            // SETUP record as read
-    Array<u8> printer;          // PLS block in wide form, as read
-    u16 guts[4] = {};           // outline gutter sizes
+    Array<u8> setup;    // SETUP record as read
+    Array<u8> printer;  // PLS block in wide form, as read
+    u16 guts[4] = {};   // outline gutter sizes
 };
 
 struct Sheet {
@@ -323,7 +323,7 @@ struct Sheet {
     i32 index = -1;
     u32 serial = 0;
 
-    ChartModel chart;           // kind 32
+    ChartModel chart;  // kind 32
 
     u16 viewFlags = 0;
     u16 defaultColumnWidth = 0;
@@ -341,10 +341,10 @@ struct Sheet {
     Array<ConditionalFormat> conditionalFormats;
     u16 filterState = 0;
     Array<FilterColumn> filterColumns;
-    u32 dropDownId = 0;         // object id of the validation drop-down, 0 none
+    u32 dropDownId = 0;  // object id of the validation drop-down, 0 none
     i32 promptX = 0, promptY = 0;
     u16 passwordHash = 0;
-    u8 tabColour = 0;           // palette index, 0 none
+    u8 tabColour = 0;  // palette index, 0 none
     PageSettings page;
 };
 
@@ -353,19 +353,19 @@ struct Sheet {
 constexpr i32 PALETTE_SIZE = 64;
 
 struct Workbook {
-    WideText path;              // full path, or the untitled name
-    u8 biffVersion = 8;         // 8 the 97 form, 7 the 95 form
-    u16 codePage = 0;           // converts the book's narrow text
-    u16 fileCodePage = 0;       // as the file names it
+    WideText path;         // full path, or the untitled name
+    u8 biffVersion = 8;    // 8 the 97 form, 7 the 95 form
+    u16 codePage = 0;      // converts the book's narrow text
+    u16 fileCodePage = 0;  // as the file names it
     u32 dirty = 0;
     u32 circularSeen = 0;
-    u32 palette[PALETTE_SIZE] = {};   // 0x00BBGGRR
+    u32 palette[PALETTE_SIZE] = {};  // 0x00BBGGRR
     Array<DefinedName> names;
     Array<NumberFormat> numberFormats;
     Array<CellFormat> cellFormats;
     Array<StyleRow> styles;
     Array<FontRecord> fonts;
-    Array<Sheet*> sheets;       // owned, in tab order
+    Array<Sheet*> sheets;  // owned, in tab order
     i32 currentSheet = 0;
     u32 date1904 = 0;
     u32 showVerticalScrollBar = 1;
@@ -373,11 +373,11 @@ struct Workbook {
     u32 showSheetTabs = 1;
     Array<ExternBook> externBooks;
     Array<ExternSheet> externSheets;
-    u32 hiddenLink = 0;         // opened in the background to serve links
-    bool untitled = false;      // made by CreateWorkbook without a path
-    Array<u8> userName;         // WRITEACCESS body as read
+    u32 hiddenLink = 0;     // opened in the background to serve links
+    bool untitled = false;  // made by CreateWorkbook without a path
+    Array<u8> userName;     // WRITEACCESS body as read
     u16 country[2] = {};
-    u8 trust = 0;               // 0 not asked yet, 1 refused, 2 granted: see TrustState
+    u8 trust = 0;  // 0 not asked yet, 1 refused, 2 granted: see TrustState
 };
 
 // All open books. Indexes shift when a book closes; a reference is fetched anew after any call that

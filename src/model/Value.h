@@ -17,7 +17,8 @@ struct RefArea {
 static_assert(sizeof(RefArea) == 6);
 
 inline bool AreaHolds(const RefArea& area, i32 row, i32 column) {
-    return row >= area.firstRow && row <= area.lastRow && column >= area.firstColumn && column <= area.lastColumn;
+    return row >= area.firstRow && row <= area.lastRow && column >= area.firstColumn &&
+           column <= area.lastColumn;
 }
 inline bool AreaHoldsArea(const RefArea& outer, const RefArea& inner) {
     return inner.firstRow >= outer.firstRow && inner.lastRow <= outer.lastRow &&
@@ -79,9 +80,9 @@ struct Value {
         ControlSignal control;  // VT_CONTROL
     };
     union {
-        i32 externIndex;        // VT_REF: row of the book's externSheets
+        i32 externIndex;  // VT_REF: row of the book's externSheets
         struct {
-            u16 rows;           // VT_ARRAY: 0 means 65,536
+            u16 rows;  // VT_ARRAY: 0 means 65,536
             u16 columns;
         };
     };

@@ -22,7 +22,8 @@ std::string Reference(double value, int precision) {
 }
 
 TEST(Number, GeneralHasTheFormOfTheLibrary) {
-    for (double value : {0.0, 1.0, -1.0, 0.1, 1e20, 1e-5, 123456789012345678.0, 1.0 / 3, 1e15, 1e14, 99999999999999.95}) {
+    for (double value :
+         {0.0, 1.0, -1.0, 0.1, 1e20, 1e-5, 123456789012345678.0, 1.0 / 3, 1e15, 1e14, 99999999999999.95}) {
         EXPECT_EQ(General(value, 15), Reference(value, 15));
     }
 }
@@ -36,7 +37,8 @@ TEST(Number, GeneralEqualsTheLibraryOnRandomNumbers) {
         if (!(value == value) || value > 1e308 || value < -1e308) continue;
         const int precision = 1 + static_cast<int>(random() % 17);
         ASSERT_EQ(General(value, precision), Reference(value, precision)) << precision;
-        const double decimal = static_cast<double>(static_cast<std::int64_t>(random() % 2000000000) - 1000000000) / 1000;
+        const double decimal =
+            static_cast<double>(static_cast<std::int64_t>(random() % 2000000000) - 1000000000) / 1000;
         ASSERT_EQ(General(decimal, 15), Reference(decimal, 15));
     }
 }

@@ -15,8 +15,8 @@ class FailingAllocator {
     FailingAllocator(const FailingAllocator&) = delete;
     FailingAllocator& operator=(const FailingAllocator&) = delete;
 
-    u64 Requests() const;      // allocations and growths asked for
-    u64 LiveBlocks() const;    // blocks not yet released
+    u64 Requests() const;    // allocations and growths asked for
+    u64 LiveBlocks() const;  // blocks not yet released
     bool HasFailed() const;
     void StopFailing();
 };

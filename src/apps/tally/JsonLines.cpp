@@ -26,7 +26,8 @@ std::string CellName(i32 row, i32 column) {
 
 // A whole number without a decimal point; both forms read back to the same double.
 Json NumberJson(double number) {
-    const bool whole = number == std::trunc(number) && std::fabs(number) < 1e15 && !(number == 0 && std::signbit(number));
+    const bool whole =
+        number == std::trunc(number) && std::fabs(number) < 1e15 && !(number == 0 && std::signbit(number));
     return whole ? Json(static_cast<i64>(number)) : Json(number);
 }
 
