@@ -25,7 +25,8 @@ void NoFormula(FormulaCell&) {}
 constexpr ModelCalls harmlessCalls = {NoBooks, NoBook, NoSheet, NoSheet, NoBooks, NoRecord, NoFormula, NoMacro};
 ModelCalls calls = harmlessCalls;
 
-void FreeSheet(Sheet* sheet) {
+// Gives back what a sheet's cells and rules hold beside their records.
+void FreeSheetContents(Sheet* sheet) {
     FreeStore(sheet->cells);
     for (ValidationRule& rule : sheet->validations) {
         FreeTokens(rule.formula1);
@@ -37,6 +38,10 @@ void FreeSheet(Sheet* sheet) {
             FreeTokens(condition.formula2);
         }
     }
+}
+
+void FreeSheet(Sheet* sheet) {
+    FreeSheetContents(sheet);
     DestroyRecord(sheet);
 }
 
@@ -270,7 +275,7 @@ void ResetSheet(i32 kind, i32 hidden) {
     char16_t name[MAX_SHEET_NAME + 1];
     std::memcpy(name, sheet->name, sizeof name);
     const u32 serial = sheet->serial;
-    FreeStore(sheet->cells);
+    FreeSheetContents(sheet);
     *sheet = Sheet();
     std::memcpy(sheet->name, name, sizeof name);
     sheet->serial = serial;

@@ -2,8 +2,10 @@
 
 #include "base/MessageTable.h"
 #include "formula/Links.h"
+#include "model/CellStore.h"
 #include "model/DefaultFormats.h"
 #include "model/Formats.h"
+#include "model/Tokens.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
@@ -119,7 +121,61 @@ TEST_F(BookTables, AFailedCreateLeavesNothing) {
     }
 }
 
+// A reader starts a sheet anew when two records disagree on its kind.
+TEST(BookTableMemory, ResettingASheetGivesBackItsCellsAndRules) {
+    test::FailingAllocator allocator;
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    Sheet& sheet = *CurrentSheet();
+    const u8 bytes[] = {0x1E, 1, 0};
+    ValidationRule* rule = sheet.validations.AppendDefault();
+    ASSERT_TRUE(rule && MakeTokens(rule->formula1, bytes, {}));
+    ConditionalFormat* format = sheet.conditionalFormats.AppendDefault();
+    ASSERT_TRUE(format);
+    ConditionalCondition* condition = format->conditions.AppendDefault();
+    ASSERT_TRUE(condition && MakeTokens(condition->formula2, bytes, {}));
+    ASSERT_TRUE(InsertCell(sheet, 0, 0, 15, TextValue(u"text"), FormulaTokens()));
+    ResetSheet(SHEET_MACRO, 1);
+    EXPECT_EQ(sheet.cells.count, 0u);
+    EXPECT_EQ(sheet.kind, SHEET_MACRO);
+    EXPECT_EQ(sheet.hidden, 1);
+    EXPECT_EQ(Narrow(sheet.name), "Sheet1");
+    ResetBooks();
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+}
+
 class FormatTables : public Sandbox {};
+
+// The failing growth leaves every list of the book as it was.
+TEST_F(FormatTables, AFailedAdditionLeavesTheListsAsTheyWere) {
+    ResetBooks();
+    for (u64 n = 1;; ++n) {
+        test::FailingAllocator allocator;
+        QuietMemoryScope quiet;
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        Workbook& book = *CurrentWorkbook();
+        allocator.FailAt(n);
+        const u32 formats = book.numberFormats.Count(), cells = book.cellFormats.Count();
+        const u32 fonts = book.fonts.Count();
+        u16 index = 0;
+        CellFormat candidate;
+        candidate.pattern = 3;
+        bool good = FindOrAddNumberFormat(book, u"[Red]0.000", index);
+        if (!good) EXPECT_EQ(book.numberFormats.Count(), formats);
+        if (good && !(good = ReplaceNumberFormat(book, 14, u"yyyy"))) {
+            EXPECT_EQ(Narrow(GetNumberFormatText(book, 14)).substr(0, 1), "m");
+        }
+        if (good && !(good = FindOrAddCellFormat(book, candidate, index))) {
+            EXPECT_EQ(book.cellFormats.Count(), cells);
+        }
+        if (good && !(good = FindOrAddFont(book, u"Courier", true, true, true, true, 240, 8, index))) {
+            EXPECT_EQ(book.fonts.Count(), fonts);
+        }
+        ResetBooks();
+        EXPECT_EQ(allocator.LiveBlocks(), 0u);
+        if (good) break;
+        ASSERT_LT(n, 100u);
+    }
+}
 
 TEST_F(FormatTables, EqualFormatsShareAnIndex) {
     Workbook& book = *CurrentWorkbook();

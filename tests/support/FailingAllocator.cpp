@@ -74,5 +74,6 @@ u64 FailingAllocator::Requests() const { return counters.requests; }
 u64 FailingAllocator::LiveBlocks() const { return counters.live; }
 bool FailingAllocator::HasFailed() const { return counters.failed; }
 void FailingAllocator::StopFailing() { counters.failAt = 0; }
+void FailingAllocator::FailAt(u64 request) { counters.failAt = counters.requests + request; }
 
 }  // namespace tally::test

@@ -19,6 +19,7 @@ class FailingAllocator {
     u64 LiveBlocks() const;  // blocks not yet released
     bool HasFailed() const;
     void StopFailing();
+    void FailAt(u64 request);  // fails the request of that number, counted from now on
 };
 
 }  // namespace tally::test
