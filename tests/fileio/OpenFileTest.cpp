@@ -1,8 +1,11 @@
 #include "fileio/OpenFile.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
+#include "fileio/BiffReader.h"
+#include "fileio/LoadState.h"
 #include "fileio/TextFiles.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
@@ -338,6 +341,71 @@ TEST_F(OpeningFiles, SubstreamsOfOtherKindsArePassedOver) {
     EXPECT_EQ(SheetAt(CurrentBook(), 0)->cells.count, 2u);
     EXPECT_EQ(SheetAt(CurrentBook(), 1)->kind, SHEET_MACRO);
     EXPECT_EQ(SheetAt(CurrentBook(), 2)->cells.count, 0u);
+}
+
+TEST_F(OpeningFiles, SheetsBeyondThoseOfTheGlobalsAreNotRead) {
+    BiffBuilder b;
+    b.Globals({"One", "Two"});
+    b.Bof(16).Number(0, 0, 1).Eof();
+    b.Bof(16).Number(0, 0, 2).Eof();
+    b.Bof(16).Number(0, 0, 3).Number(1, 0, 4);  // and without its end
+    ASSERT_TRUE(Open(b.File()));
+    ASSERT_EQ(CurrentWorkbook()->sheets.Count(), 2u);
+    EXPECT_EQ(SheetAt(CurrentBook(), 0)->cells.count, 1u);
+    EXPECT_EQ(SheetAt(CurrentBook(), 1)->cells.count, 1u);
+    EXPECT_EQ(Shown("A1"), "1");
+}
+
+// The directory entries of the two property sets, which are empty, are made over for the tests.
+TEST_F(OpeningFiles, WorkbookIsTakenBeforeBook) {
+    BiffBuilder b;
+    b.Globals({"New"});
+    b.Bof(16).Number(0, 0, 8).Eof();
+    std::vector<u8> file = b.File();
+    const std::size_t directory = (std::size_t{LongAt(file, 48)} + 1) * 512;
+    const auto name = [&](std::size_t entry, std::string_view text) {
+        u8* at = file.data() + directory + entry * 128;
+        std::fill(at, at + 64, u8{0});
+        for (std::size_t i = 0; i < text.size(); ++i) at[i * 2] = static_cast<u8>(text[i]);
+        at[64] = static_cast<u8>((text.size() + 1) * 2);
+    };
+    // "Book" stands first in the directory and is empty: were it read, no sheet would get its cell.
+    name(2, "Workbook");
+    std::copy_n(file.begin() + static_cast<std::ptrdiff_t>(directory + 128 + 116), 8,
+                file.begin() + static_cast<std::ptrdiff_t>(directory + 256 + 116));
+    name(1, "Book");
+    std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(directory + 128 + 116), 8, u8{0});
+    ASSERT_TRUE(Open(file));
+    EXPECT_EQ(Narrow(CurrentSheet()->name), "New");
+    EXPECT_EQ(Shown("A1"), "8");
+}
+
+TEST_F(OpeningFiles, OneCharacterExternSheetsOfThe95Form) {
+    struct Row {
+        u8 first;
+        ExternSheetKind kind;
+        const char* text;
+    };
+    const Row rows[] = {
+        {0, EXTERNSHEET_NONE, ""},    {4, EXTERNSHEET_OWN, ""},     {':', EXTERNSHEET_ADDIN, ""},
+        {'q', EXTERNSHEET_TEXT, "q"}, {';', EXTERNSHEET_TEXT, ";"},
+    };
+    LoadState load;
+    load.book = 0;
+    load.biffVersion = 7;
+    for (const Row& row : rows) {
+        const u8 body[] = {1, row.first};
+        ASSERT_TRUE(ReadExternSheet(load, body));
+        EXPECT_EQ(load.externTable.Last().kind, row.kind) << row.text;
+        EXPECT_EQ(Narrow(load.externTable.Last().text), row.text);
+    }
+    // The mark of the same book is not counted by the length, and is kept.
+    const u8 same[] = {2, 3, 'A', 'b', 'x'};
+    ASSERT_TRUE(ReadExternSheet(load, same));
+    EXPECT_EQ(Narrow(load.externTable.Last().text),
+              "\x03"
+              "Ab");
+    EXPECT_EQ(load.externTable.Count(), 6u);
 }
 
 TEST_F(OpeningFiles, Biff5FormulasAreWidened) {
