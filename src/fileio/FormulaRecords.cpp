@@ -136,10 +136,7 @@ bool ReadFormulaRecord(LoadState& load, ByteView body) {
     }
     if (!AddCell(load, row, column, WordAt(body, 4), CachedValue(Part(body, 6, 8)), tokens)) return false;
     SetFormulaState(load, row, column, flags);
-    // These are evaluated once the whole book is there.
-    if ((flags & (FLAG_ALWAYS | FLAG_ON_LOAD)) == FLAG_ALWAYS && column < MAX_COLUMNS) {
-        return load.volatiles.Append({load.sheet, row, static_cast<u8>(column)});
-    }
+    if ((flags & (FLAG_ALWAYS | FLAG_ON_LOAD)) == FLAG_ALWAYS) load.hasVolatiles = true;
     return true;
 }
 

@@ -47,7 +47,7 @@ struct LoadState {
     Array<SharedFormula> shared;  // of the current sheet
     Array<SharedFormula> arrays;  // of the current sheet
     Array<u16> bareFormats;       // formats of a bare file, in order of arrival
-    Array<LoadedCell> volatiles;  // flagged always-calculate, with a value
+    bool hasVolatiles = false;    // a formula is flagged always-calculate, with a value
     bool lastCellKnown = false;   // a cell has been added: a STRING record belongs to it
     LoadedCell lastCell = {};
     WideText text;  // scratch

@@ -72,17 +72,10 @@ bool ReadSubstreams(LoadState& load) {
     return true;
 }
 
-// The cells that change by themselves are brought up to date once everything is there.
-void EvaluateVolatiles(LoadState& load) {
-    for (const LoadedCell& at : load.volatiles) {
-        const Sheet* sheet = SheetAt(load.book, at.sheet);
-        if (!sheet || !(sheet->kind & SHEET_WORKSHEET)) continue;
-        CellRecord* cell = GetCell(SheetAt(load.book, at.sheet)->cells, at.row, at.column);
-        if (!cell || !cell->formula) continue;
-        cell->calcState = CALC_STALE;
-        CalculateCell(load.book, at.sheet, at.row, at.column);
-        LoadedBook(load).dirty = 1;
-    }
+// The cells that change by themselves are out of date once everything is there. They are calculated when
+// they are first shown, so that a book with many of them opens at once.
+void AgeVolatiles(LoadState& load) {
+    if (load.hasVolatiles) LoadedBook(load).dirty = 1;
     MarkVolatileCells();
 }
 
@@ -96,7 +89,7 @@ bool OpenCompoundWorkbook(ByteView file, LoadState& load) {
     if (!ReadSubstreams(load)) return false;
     Workbook& book = LoadedBook(load);
     book.currentSheet = static_cast<u32>(load.activeTab) < book.sheets.Count() ? load.activeTab : 0;
-    EvaluateVolatiles(load);
+    AgeVolatiles(load);
     return true;
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 
 #include "base/Number.h"
 #include "base/Text.h"
@@ -105,6 +106,16 @@ const CellRecord* CurrentCell(const TextWriter& w, u32 slot, u32 index) {
 }
 
 bool PutSeparators(TextWriter& w, i32 count) {
+    if (count <= 0) return true;
+    if (w.asciiKept && w.separator < 128) {
+        const u32 had = w.bytes.Count();
+        if (had + static_cast<u32>(count) > w.bytes.Capacity() &&
+            !w.bytes.Reserve(std::size_t{had} * 2 + static_cast<u32>(count)))
+            return false;
+        if (!w.bytes.ResizeRaw(had + static_cast<u32>(count))) return false;
+        std::memset(w.bytes.Data() + had, static_cast<int>(w.separator), static_cast<std::size_t>(count));
+        return true;
+    }
     for (i32 i = 0; i < count; ++i) {
         if (!PutCharacter(w, w.separator)) return false;
     }

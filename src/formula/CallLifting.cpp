@@ -66,7 +66,8 @@ void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler ha
         handler(arguments, result, context);
         return FreeAll(arguments);
     }
-    result = ArrayValue(shape.rows, shape.columns);
+    const bool fits = SpendElements(u64{shape.rows} * shape.columns);
+    result = fits ? ArrayValue(shape.rows, shape.columns) : ErrorValue(ERR_NA);
     for (u32 i = 0; result.type == VT_ARRAY && i < shape.rows * shape.columns; ++i) {
         Value frame[MAX_ARGUMENTS];
         BuildFrame(arguments, count, signature, i / shape.columns, i % shape.columns, shape.columns, frame);

@@ -7,6 +7,7 @@
 #include "display/EntryScanners.h"
 #include "display/LocaleSettings.h"
 #include "display/NumberFormatter.h"
+#include "formula/Evaluator.h"
 #include "formula/FormulaScanner.h"
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
@@ -150,7 +151,8 @@ void CoerceReferenceToArray(Value& value, const EvalContext& context) {
     }
     const u32 rows = static_cast<u32>(from.area.lastRow - from.area.firstRow) + 1;
     const u32 columns = static_cast<u32>(from.area.lastColumn - from.area.firstColumn) + 1;
-    Value array = u64{rows} * columns <= MAX_ARRAY_ELEMENTS ? ArrayValue(rows, columns) : ErrorValue(ERR_NA);
+    const bool fits = u64{rows} * columns <= MAX_ARRAY_ELEMENTS && SpendElements(u64{rows} * columns);
+    Value array = fits ? ArrayValue(rows, columns) : ErrorValue(ERR_NA);
     FreeValue(value);
     value = array;
     if (value.type == VT_ARRAY) GatherArea(from, value);

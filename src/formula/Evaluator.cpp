@@ -20,8 +20,11 @@ constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
 constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
 
+constexpr u64 MAX_ELEMENTS = 1u << 24;  // of arrays made by one evaluation with all that it calls
+
 struct EngineDepth {
     i32 depth = 0;
+    u64 elements = 0;
 };
 EngineDepth engine;
 
@@ -468,7 +471,7 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
         result = ErrorValue(ERR_NUM);
         return true;
     }
-    ++engine.depth;
+    if (engine.depth++ == 0) engine.elements = 0;
     QuietMemoryScope quiet;
     // Held as a user of the block: a macro or a link may drop the cell that the tokens stand in.
     FormulaTokens held;
@@ -483,6 +486,12 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
     FreeTokens(held);
     --engine.depth;
     return completed;
+}
+
+bool SpendElements(u64 count) {
+    if (!engine.depth) return true;
+    engine.elements += count;
+    return engine.elements <= MAX_ELEMENTS;
 }
 
 bool TokensCall(const FormulaTokens& tokens, u16 id) {

@@ -14,6 +14,9 @@ void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler ha
                   std::string_view signature, const EvalContext& context);
 // Adds a context's row and column to the relative fields, with wrap. The tokens must be unshared.
 void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column);
+// Counts elements of arrays against what one evaluation may make, so that a few tokens over whole sheets
+// end. False when it is used up: the array is then "#N/A".
+bool SpendElements(u64 count);
 // True when the tokens call that function number (a ptgAttr sum counts as 4).
 bool TokensCall(const FormulaTokens& tokens, u16 id);
 

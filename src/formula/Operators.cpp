@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "formula/Coercion.h"
+#include "formula/Evaluator.h"
 #include "formula/ReferenceOperators.h"
 #include "formula/TokenWalk.h"
 
@@ -153,7 +154,7 @@ void ArrayWithArray(u8 token, Value& left, Value& right, const EvalContext& cont
     const u32 leftColumns = left.columns, rightColumns = right.columns;
     const u32 rows = std::max(leftRows, rightRows);
     const u32 columns = std::max(leftColumns, rightColumns);
-    Value result = ArrayValue(rows, columns);
+    Value result = SpendElements(u64{rows} * columns) ? ArrayValue(rows, columns) : ErrorValue(ERR_NA);
     for (u32 i = 0; result.type == VT_ARRAY && i < rows * columns; ++i) {
         const u32 r = i / columns, c = i % columns;
         const u32 lr = leftRows == 1 ? 0 : r, lc = leftColumns == 1 ? 0 : c;

@@ -16,7 +16,8 @@ std::vector<u8> DoubleBytes(double value) {
 BiffBuilder& BiffBuilder::Record(u16 id, std::initializer_list<Item> items) {
     std::vector<u8> body;
     for (const Item& item : items) {
-        for (int i = 0; i < item.bytes; ++i) body.push_back(static_cast<u8>(item.value >> (8 * i)));
+        for (int i = 0; i < item.bytes; ++i)
+            body.push_back(i < 8 ? static_cast<u8>(item.value >> (8 * i)) : u8{0});
     }
     return Raw(id, body);
 }
