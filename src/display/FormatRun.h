@@ -3,6 +3,7 @@
 // placeholders take. Inside the display folder only.
 
 #include "base/Number.h"
+#include "display/FormatSections.h"
 #include "display/NumberFormatter.h"
 
 namespace tally {
@@ -62,8 +63,6 @@ struct FormatRun {
 };
 
 inline bool IsPlaceholder(char16_t c) { return c == u'#' || c == u'0' || c == u'?'; }
-// The position behind quoted text that opens at `at`; two quotes in a row do not close it.
-std::size_t BehindQuotedText(WideView text, std::size_t at);
 
 // The first scan and the count of the placeholders.
 void ScanFormat(FormatRun& run);

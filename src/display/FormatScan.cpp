@@ -125,15 +125,6 @@ bool IsTwelveHour(WideView format) {
 
 }  // namespace
 
-std::size_t BehindQuotedText(WideView text, std::size_t at) {
-    for (std::size_t i = at + 1; i < text.size(); ++i) {
-        if (text[i] != u'"') continue;
-        if (i + 1 >= text.size() || text[i + 1] != u'"') return i + 1;
-        ++i;
-    }
-    return text.size();
-}
-
 void ScanFormat(FormatRun& run) {
     for (std::size_t i = 0; i < run.format.size();) i = ScanCharacter(run, i);
     CountPlaces(run);

@@ -84,19 +84,6 @@ void CloseSection(SectionScan& scan) {
     }
 }
 
-// The position behind quoted text that opens at `at`; two quotes in a row do not close it.
-std::size_t BehindQuotes(WideView text, std::size_t at) {
-    for (std::size_t i = at + 1; i < text.size(); ++i) {
-        if (text[i] != u'"') continue;
-        if (i + 1 < text.size() && text[i + 1] == u'"') {
-            ++i;
-            continue;
-        }
-        return i + 1;
-    }
-    return text.size();
-}
-
 SectionChoice Section(int number, bool minus) { return {CHOICE_SECTION, static_cast<u8>(number - 1), minus}; }
 constexpr SectionChoice blank = {CHOICE_BLANK, 0, false};
 SectionChoice General(bool minus) { return {CHOICE_GENERAL, 0, minus}; }
@@ -152,6 +139,15 @@ SectionChoice ChooseAfterCondition(const Choosing& c) {
 
 }  // namespace
 
+std::size_t BehindQuotedText(WideView text, std::size_t at) {
+    for (std::size_t i = at + 1; i < text.size(); ++i) {
+        if (text[i] != u'"') continue;
+        if (i + 1 >= text.size() || text[i + 1] != u'"') return i + 1;
+        ++i;
+    }
+    return text.size();
+}
+
 void ParseFormatSections(WideView format, FormatSection (&sections)[FORMAT_SECTIONS]) {
     for (FormatSection& section : sections) section = FormatSection();
     int count = 0;
@@ -159,7 +155,7 @@ void ParseFormatSections(WideView format, FormatSection (&sections)[FORMAT_SECTI
     while (scan.at < format.size()) {
         const char16_t c = format[scan.at];
         if (c == u'"') {
-            scan.at = BehindQuotes(format, scan.at);
+            scan.at = BehindQuotedText(format, scan.at);
         } else if (c == u'*' || c == u'\\' || c == u'_') {
             scan.at = scan.at + 2 < format.size() ? scan.at + 2 : format.size();
         } else if (c == u'[' && scan.at == scan.start) {

@@ -29,6 +29,9 @@ struct FormatSection {
 
 constexpr int FORMAT_SECTIONS = 4;
 
+// The position behind quoted text that opens at `at`; two quotes in a row do not close it.
+std::size_t BehindQuotedText(WideView text, std::size_t at);
+
 // What a fifth section and those behind it say is not kept.
 void ParseFormatSections(WideView format, FormatSection (&sections)[FORMAT_SECTIONS]);
 // value op limit; false without an operator.

@@ -1,5 +1,7 @@
 #include "editing/EntryRecognition.h"
 
+#include <cmath>
+
 #include "base/Number.h"
 #include "base/Text.h"
 #include "display/DisplayText.h"
@@ -143,36 +145,64 @@ bool BuildEntryFormat(const Workbook& book, i32 kind, i32 n, WideView custom, Wi
     }
 }
 
-// What a number format shows, as far as the entry line asks.
-bool HoldsAny(WideView format, WideView letters) {
-    bool quoted = false;
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        const char16_t c = AsciiLower(format[i]);
-        if (c == u'"') quoted = !quoted;
-        if (quoted) continue;
-        if (c == u'\\' || c == u'_' || c == u'*') {
-            ++i;
-        } else if (letters.find(c) != WideView::npos) {
-            return true;
+// The position behind what a format shows as it stands: quoted text, a character behind "\\", "_" or
+// "*", and a bracket other than [h], [m] and [s], such as a colour's. The same position when the
+// character at it has a meaning.
+std::size_t BehindLiteral(WideView format, std::size_t at) {
+    switch (format[at]) {
+        case u'"': {
+            const std::size_t close = format.find(u'"', at + 1);
+            return close == WideView::npos ? format.size() : close + 1;
         }
+        case u'\\':
+        case u'_':
+        case u'*': return at + 2;
+        case u'[': {
+            const std::size_t close = format.find(u']', at);
+            if (close == WideView::npos) return at + 1;
+            return format.substr(at + 1, close - at - 1).find_first_not_of(u"hHmMsS") == WideView::npos
+                       ? at + 1
+                       : close + 1;
+        }
+        default: return at;
+    }
+}
+
+// Whether one of some lower-case letters stands in a format with a meaning.
+bool HoldsAny(WideView format, WideView letters) {
+    for (std::size_t i = 0; i < format.size();) {
+        const std::size_t behind = BehindLiteral(format, i);
+        if (behind == i && letters.find(AsciiLower(format[i])) != WideView::npos) return true;
+        i = behind == i ? i + 1 : behind;
     }
     return false;
 }
 
+constexpr double DAYS_PER_SECOND = 1.0 / 86400;
+
+// The date or time of a number, when typing it again gives the number to the second; else nothing.
+bool EditableMoment(double number, WideView format, bool date1904, WideText& out) {
+    const bool isDate = HoldsAny(format, u"dy");
+    if (number < 0 || (!isDate && (number >= 1 || !HoldsAny(format, u"hs")))) return true;
+    WideText pattern;
+    if (!pattern.Append(isDate ? Locale().shortDateFormat : Locale().longTimeFormat)) return false;
+    if (isDate && number != std::trunc(number) &&
+        (!pattern.Append(u' ') || !pattern.Append(Locale().longTimeFormat))) {
+        return false;
+    }
+    if (!FormatNumber(number, pattern, nullptr, 0, date1904, nullptr, out)) return false;
+    double again = 0;
+    i32 id = 0;
+    const bool read = isDate ? ParseDateEntry(out, date1904, again, id) : ParseTimeEntry(out, again, id);
+    if (!read || std::fabs(again - number) > DAYS_PER_SECOND) out.Truncate(0);
+    return true;
+}
+
 bool EditableNumber(const Workbook& book, double number, WideView format, WideText& out) {
-    const bool general = format == u"General";
-    if (!general && HoldsAny(format, u"%")) {
-        return FormatGeneral(number * 100, 15, out) && out.Append(u'%');
-    }
-    if (!general && number >= 0 && HoldsAny(format, u"dy")) {
-        const bool whole = number == static_cast<double>(static_cast<i64>(number));
-        WideText pattern;
-        if (!pattern.Assign(Locale().shortDateFormat)) return false;
-        if (!whole && (!pattern.Append(u' ') || !pattern.Append(Locale().longTimeFormat))) return false;
-        return FormatNumber(number, pattern, nullptr, 0, book.date1904 != 0, nullptr, out);
-    }
-    if (!general && number >= 0 && number < 1 && HoldsAny(format, u"hs")) {
-        return FormatNumber(number, Locale().longTimeFormat, nullptr, 0, book.date1904 != 0, nullptr, out);
+    if (format != u"General") {
+        if (HoldsAny(format, u"%")) return FormatGeneral(number * 100, 15, out) && out.Append(u'%');
+        if (!EditableMoment(number, format, book.date1904 != 0, out)) return false;
+        if (!out.IsEmpty()) return true;
     }
     return FormatGeneral(number, 15, out);
 }
