@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "fileio/SheetRecords.h"
 #include "model/CellStore.h"
 
@@ -11,6 +13,8 @@ bool AddCell(LoadState& load, i32 row, i32 column, u16 format, Value value, Form
         return true;
     }
     if (format >= LoadedBook(load).cellFormats.Count()) format = 0;
+    // What is no number in a file cannot be calculated with.
+    if (value.type == VT_NUMBER && !std::isfinite(value.number)) value = ErrorValue(ERR_NUM);
     load.lastCell = {load.sheet, static_cast<u16>(row), static_cast<u8>(column)};
     load.lastCellKnown = true;
     return InsertCell(LoadedSheet(load), row, column, format, value, tokens);

@@ -153,14 +153,9 @@ bool ParseConstant(WideView text, i32 start, i32 stop, Value& value) {
         value = NumberValue(number);
         return true;
     }
-    WideText content;
+    // Only the outer pair of quotes goes: what stands between is printed back as it is.
     const bool quoted = span.size() >= 2 && span.front() == u'"' && span.back() == u'"';
-    const WideView inner = quoted ? span.substr(1, span.size() - 2) : span;
-    for (std::size_t i = 0; i < inner.size(); ++i) {
-        if (!content.Append(inner[i])) return false;
-        if (quoted && inner[i] == u'"' && i + 1 < inner.size() && inner[i + 1] == u'"') ++i;
-    }
-    value = TextValue(content);
+    value = TextValue(quoted ? span.substr(1, span.size() - 2) : span);
     return value.type == VT_STRING;
 }
 

@@ -11,7 +11,7 @@ class ValueStack {
     ValueStack() = default;
     ~ValueStack() {
         while (count_) FreeValue(items_[--count_]);
-        if (items_ != room_) ReleaseBytes(items_);
+        if (items_ != Room()) ReleaseBytes(items_);
     }
     ValueStack(const ValueStack&) = delete;
     ValueStack& operator=(const ValueStack&) = delete;
@@ -38,14 +38,17 @@ class ValueStack {
         Value* grown = static_cast<Value*>(AllocateBytes(capacity * sizeof(Value)));
         if (!grown) return false;
         std::memcpy(static_cast<void*>(grown), static_cast<const void*>(items_), count_ * sizeof(Value));
-        if (items_ != room_) ReleaseBytes(items_);
+        if (items_ != Room()) ReleaseBytes(items_);
         items_ = grown;
         capacity_ = capacity;
         return true;
     }
 
-    Value room_[16];
-    Value* items_ = room_;
+    Value* Room() { return reinterpret_cast<Value*>(room_); }
+
+    // Not made before it is used: most runs need two or three places.
+    alignas(Value) unsigned char room_[16 * sizeof(Value)];
+    Value* items_ = Room();
     u32 count_ = 0;
     u32 capacity_ = 16;
     bool failed_ = false;

@@ -172,6 +172,7 @@ TEST_F(FormulaPrinter, PrintsBackWhatWasTyped) {
                                 "=foo+1",
                                 "=bar(1,2)",
                                 "={1,\"a\";TRUE,#N/A}",
+                                "={\"a\"\"b\"}",
                                 "=$A$1:B$2",
                                 "=1.5E+20",
                                 "=SUM((A1,B1))",
