@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 #include "display/FormatRun.h"
@@ -34,7 +35,7 @@ void WorkOutExponent(FormatRun& run) {
 }
 
 double RoundToPlaces(double value, i32 places) {
-    const double power = std::pow(10.0, places);
+    const double power = PowerOfTen(places);
     const double rounded = RoundToInteger(value * power) / power;
     return std::isfinite(rounded) ? rounded : value;
 }
@@ -113,6 +114,15 @@ void LimitSignificantDigits(FormatRun& run) {
     }
 }
 
+}  // namespace
+
+double PowerOfTen(i32 exponent) {
+    constexpr double exact[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    return exponent >= 0 && exponent < static_cast<i32>(std::size(exact)) ? exact[exponent]
+                                                                          : std::pow(10.0, exponent);
+}
+
 void MakeDigits(FormatRun& run, double value) {
     char text[FIXED_TEXT_ROOM];
     const std::size_t length = PrintFixed(value, DECIMAL_DIGITS, text);
@@ -125,7 +135,26 @@ void MakeDigits(FormatRun& run, double value) {
     LimitSignificantDigits(run);
 }
 
-}  // namespace
+bool MakeShortDigits(FormatRun& run, double value) {
+    constexpr i64 powersOfFive[] = {1, 5, 25, 125, 625, 3125, 15625};
+    constexpr double roof = 1e15;
+    if (run.decimalPlaces >= static_cast<i32>(std::size(powersOfFive))) return false;
+    const double units = RoundToInteger(value * PowerOfTen(run.decimalPlaces));
+    if (!(units < roof)) return false;
+    char text[NUMBER_TEXT_ROOM];
+    const i32 length = static_cast<i32>(PrintInteger(static_cast<i64>(units), text));
+    run.integerDigits = std::max(length - run.decimalPlaces, 0);
+    if (units == 0) run.integerDigits = 0;
+    const i32 zeros = std::max(run.decimalPlaces - length, 0);
+    std::memset(run.digits, '0', static_cast<std::size_t>(zeros));
+    std::memcpy(run.digits + zeros, text, static_cast<std::size_t>(length));
+    run.decimalCount = run.decimalPlaces;
+    // A value with an end in binary has no digits behind its own, so that its trailing zeros are none;
+    // all others are cut at the fifteenth digit and keep them.
+    if (static_cast<i64>(units) % powersOfFive[run.decimalPlaces]) return true;
+    while (run.decimalCount && run.digits[run.integerDigits + run.decimalCount - 1] == '0') --run.decimalCount;
+    return true;
+}
 
 void WorkOutDigits(FormatRun& run) {
     Scale(run);
@@ -133,13 +162,12 @@ void WorkOutDigits(FormatRun& run) {
                           run.denominatorWidth;
     if (!anyPlace) return;  // a date, or text alone
     WorkOutExponent(run);
-    double shown = run.value;
     if (run.fraction) {
         WorkOutFraction(run);
-    } else {
-        shown = RoundToPlaces(run.value, run.decimalPlaces);
+        MakeDigits(run, run.value);
+    } else if (!MakeShortDigits(run, run.value)) {
+        MakeDigits(run, RoundToPlaces(run.value, run.decimalPlaces));
     }
-    MakeDigits(run, shown);
 }
 
 }  // namespace tally

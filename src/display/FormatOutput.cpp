@@ -38,11 +38,14 @@ struct Writer {
     }
 };
 
-void PutNumber(Writer& w, double value, i32 width) {
-    char text[FIXED_TEXT_ROOM];
-    const std::size_t length = PrintFixed(value, 0, text);
+void PutPadded(Writer& w, const char* text, std::size_t length, i32 width) {
     for (i32 i = static_cast<i32>(length); i < width; ++i) w.Put(u'0');
     for (std::size_t i = 0; i < length; ++i) w.PutDigit(text[i]);
+}
+
+void PutNumber(Writer& w, i32 value, i32 width) {
+    char text[NUMBER_TEXT_ROOM];
+    PutPadded(w, text, PrintInteger(value, text), width);
 }
 
 void PutEmptyPlace(Writer& w, char16_t place) {
@@ -178,9 +181,13 @@ bool FitDecimals(const Writer& w, double value, i32 room, WideText& text) {
 
 void PutGeneral(Writer& w) {
     const double value = w.run.value;
+    if (!w.run.measure) {
+        w.good = w.good && FormatGeneral(value, GENERAL_DIGITS, w.out);
+        return;
+    }
     WideText text;
     w.good = w.good && FormatGeneral(value, GENERAL_DIGITS, text);
-    if (w.good && w.run.measure) {
+    if (w.good) {
         const i32 room = w.run.width - Measured(w, w.out);
         if (text.View().find(u'E') == WideView::npos) {
             w.good = FitDecimals(w, value, room, text);
@@ -266,7 +273,7 @@ void PutSecond(Writer& w) {
         const double scale = places == 2 ? 100.0 : 10.0;
         PutNumber(w, run.second, 2);
         w.Put(Locale().decimalSeparator);
-        PutNumber(w, std::fmod(std::trunc(run.ticks * scale / run.tickScale), scale), places);
+        PutNumber(w, static_cast<i32>(std::fmod(std::trunc(run.ticks * scale / run.tickScale), scale)), places);
         EndToken(w, u'S', static_cast<std::size_t>(places + 3));
         return;
     }
@@ -298,7 +305,8 @@ bool PutElapsed(Writer& w) {
     double total = std::trunc(run.unscaled) * 24 + run.hour + (run.afternoon ? 12 : 0);
     if (letter != u'H') total = total * 60 + run.minute;
     if (letter == u'S') total = total * 60 + run.second;
-    PutNumber(w, total, two ? 2 : 1);
+    char text[FIXED_TEXT_ROOM];
+    PutPadded(w, text, PrintFixed(total, 0, text), two ? 2 : 1);
     EndToken(w, letter, length);
     return true;
 }
@@ -436,7 +444,7 @@ void Fill(Writer& w) {
 bool WriteFormatted(FormatRun& run) {
     Writer w{run, *run.out};
     while (w.good && w.at < run.format.size()) {
-        if (run.usesDates && PutHalfDay(w)) continue;
+        if (run.twelveHour && PutHalfDay(w)) continue;
         if (PutToken(w)) continue;
         w.Put(w.At(w.at));
         ++w.at;

@@ -70,6 +70,13 @@ void ScanFormat(FormatRun& run);
 void WorkOutDates(FormatRun& run);
 // Scaling, exponent, rounding, fraction and digit strings.
 void WorkOutDigits(FormatRun& run);
+// The digit strings of a value, which is rounded to its places already: thirty decimals without their
+// trailing zeros, cut to fifteen significant digits.
+void MakeDigits(FormatRun& run, double value);
+// The same of a value yet to be rounded, as far as the format's decimal places reach, without the thirty
+// decimals; false, and nothing made, where that road is not known to give the same digits.
+bool MakeShortDigits(FormatRun& run, double value);
+double PowerOfTen(i32 exponent);
 // The main scan.
 [[nodiscard]] bool WriteFormatted(FormatRun& run);
 

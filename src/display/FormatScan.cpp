@@ -73,7 +73,11 @@ std::size_t ScanCharacter(FormatRun& run, std::size_t at) {
         case u'A':
         case u'P': run.usesDates = true; break;
         default:
-            if (format[at] > 0x7F) run.usesDates = true;  // may begin a local half-day word
+            // May begin a local half-day word.
+            if (format[at] > 0x7F || WideView(Locale().aUpper) == format.substr(at, 1) ||
+                WideView(Locale().aLower) == format.substr(at, 1)) {
+                run.usesDates = true;
+            }
             break;
     }
     return at + 1;
@@ -118,6 +122,7 @@ bool Holds(WideView format, const WideText& word) {
 }
 
 bool IsTwelveHour(WideView format) {
+    if (format.find(u'/') == WideView::npos) return false;  // all the words hold one
     const LocaleSettings& s = Locale();
     return Holds(format, s.ampmUpper) || Holds(format, s.ampmLower) || Holds(format, s.apUpper) ||
            Holds(format, s.apLower);
@@ -135,7 +140,7 @@ void WorkOutDates(FormatRun& run) {
     const i32 offset = run.date1904 ? DATE_1904_OFFSET : 0;
     SerialToDate(static_cast<i32>(days) + offset, run.year, run.month, run.day);
     run.weekday = static_cast<i32>(std::fmod(std::trunc(run.unscaled + offset + 5), 7.0));
-    run.tickScale = std::pow(10.0, run.secondDecimals);
+    run.tickScale = PowerOfTen(run.secondDecimals);
     run.ticks = std::trunc((run.unscaled - std::trunc(run.unscaled)) * run.tickScale * 86400 + 0.5);
     const i32 seconds = static_cast<i32>(run.ticks / run.tickScale);
     run.hour = seconds / 3600;

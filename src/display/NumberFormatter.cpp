@@ -55,6 +55,9 @@ bool FormatGeneral(double value, i32 precision, WideText& out) {
 bool FormatNumber(double value, WideView format, const TextMeasure* measure, i32 width, bool date1904,
                   u16* colour, WideText& out) {
     out.Truncate(0);
+    if (!measure && format == generalFormat) {
+        return (value >= 0 || out.Append(u'-')) && FormatGeneral(std::fabs(value), GENERAL_DIGITS, out);
+    }
     FormatSection sections[FORMAT_SECTIONS];
     ParseFormatSections(format, sections);
     const SectionChoice choice = ChooseSection(sections, value);

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <random>
 #include <string>
 
 #include "base/Text.h"
+#include "display/FormatRun.h"
 #include "display/LocaleSettings.h"
 #include "shell/headless/HeadlessPlatform.h"
 
@@ -206,6 +209,48 @@ TEST_F(NumberFormatter, FillAndFitUseTheMeasure) {
     EXPECT_EQ(Narrow(out), "0.3333");
     ASSERT_TRUE(FormatNumber(1.23456789e30, u"General", &sevenPixels, 56, false, nullptr, out));
     EXPECT_EQ(Narrow(out), "1.23E+30");
+}
+
+// The short road to the digits and the one over thirty decimals must agree as far as the places reach.
+TEST_F(NumberFormatter, ShortDigitsAreThoseOfThirtyDecimals) {
+    std::mt19937_64 random(20260615);
+    const auto check = [](double value, i32 places) {
+        FormatRun quick, literal;
+        quick.decimalPlaces = literal.decimalPlaces = places;
+        if (!MakeShortDigits(quick, value)) return false;
+        const double power = std::pow(10.0, places);
+        MakeDigits(literal, RoundToInteger(value * power) / power);
+        const auto shown = [places](const FormatRun& run) {
+            const i32 decimals = std::min(run.decimalCount, places);
+            return std::string(run.digits, static_cast<std::size_t>(run.integerDigits)) + "." +
+                   std::string(run.digits + run.integerDigits, static_cast<std::size_t>(decimals));
+        };
+        EXPECT_EQ(shown(quick), shown(literal)) << std::hexfloat << value << " " << places;
+        return true;
+    };
+    int taken = 0;
+    for (int i = 0; i < 200000 && !HasFailure(); ++i) {
+        const int magnitude = static_cast<int>(random() % 24) - 8;
+        const double mantissa = static_cast<double>(random() >> 11) * 0x1p-53;
+        double value = mantissa * std::pow(10.0, magnitude);
+        if (i % 3 == 0) value = std::floor(value * 1000) / 1000;
+        if (i % 7 == 0) value = std::floor(value * 64) / 64;
+        taken += check(value, static_cast<i32>(random() % 8));
+    }
+    for (double value :
+         {0.0, 0.1, 0.05, 0.95, 0.995, 1.005, 9.995, 99.9999995, 999999999999999.0, 1e15, 5e-324, 1e308})
+        for (i32 places = 0; places <= 7; ++places) check(value, places);
+    EXPECT_GT(taken, 100000);
+}
+
+TEST_F(NumberFormatter, PowersOfTenAreThoseOfTheLibrary) {
+    for (i32 n = -300; n <= 300; ++n) EXPECT_EQ(PowerOfTen(n), std::pow(10.0, n)) << n;
+}
+
+TEST_F(NumberFormatter, PlainGeneralIsThatOfItsSection) {
+    for (double value : {0.0, -0.0, 1.5, -1.5, 1e20, -1e-9, 123456.789})
+        EXPECT_EQ(Shown(value, u"General"), Shown(value, u"General;-General;General")) << value;
+    EXPECT_EQ(Shown(-0.0, u"General"), "0");
 }
 
 TEST_F(NumberFormatter, OddFormatsEndCleanly) {
