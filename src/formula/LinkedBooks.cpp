@@ -97,7 +97,7 @@ void SetLinkOpener(LinkOpener opener) { links.open = opener ? opener : OpenNothi
 bool ExpandStoredPath(WideText& target, WideView stored, const Workbook& book) {
     target.Truncate(0);
     const WideView own = book.path;
-    const char16_t separator = SeparatorOf(own);
+    char16_t separator = SeparatorOf(own);
     for (std::size_t i = 0; i < stored.size(); ++i) {
         const char16_t c = stored[i];
         bool good = true;
@@ -105,6 +105,7 @@ bool ExpandStoredPath(WideText& target, WideView stored, const Workbook& book) {
         if (c == STORED_START && i == 0) continue;
         if (c == STORED_START && i + 1 < stored.size()) {
             good = target.Append(stored[++i]) && target.Append(u":\\");
+            separator = u'\\';  // a path with a drive is of one style, wherever the book itself lies
         } else if (c == STORED_ROOT) {
             if (IsDrivePath(own)) good = target.Append(own.substr(0, 1)) && target.Append(u":\\");
         } else if (c == STORED_SEPARATOR) {

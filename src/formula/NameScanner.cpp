@@ -38,8 +38,15 @@ bool ReadPrefixText(WideView text, i32 at, i32 end, WideText& inner, i32& behind
         } else if (IsAsciiDigit(CharAt(text, p, end)) || CharAt(text, p, end) == u'.') {
             return false;
         }
+        // One ":" at most, between two sheets: a chain of ranges is not read again for each of its operands.
         const i32 sheets = p;
-        while (IsSheetChar(CharAt(text, p, end)) || (p > sheets && CharAt(text, p, end) == u':')) ++p;
+        bool colonAllowed = true;
+        for (;; ++p) {
+            const char16_t c = CharAt(text, p, end);
+            if (IsSheetChar(c)) continue;
+            if (c != u':' || p == sheets || !colonAllowed) break;
+            colonAllowed = false;
+        }
         if (!inner.Append(text.substr(static_cast<std::size_t>(at), static_cast<std::size_t>(p - at))))
             return false;
     }
