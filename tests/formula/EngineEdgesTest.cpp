@@ -1,0 +1,221 @@
+#include <random>
+
+#include "formula/AreaSums.h"
+#include "formula/Coercion.h"
+#include "formula/Compiler.h"
+#include "formula/Evaluator.h"
+#include "formula/Recalculation.h"
+#include "model/CellStore.h"
+#include "support/FailingAllocator.h"
+#include "support/Sandbox.h"
+
+namespace tally {
+namespace {
+
+class EngineEdges : public Sandbox {
+  protected:
+    // An array formula over some cells, as the entry of one leaves it.
+    static void EnterArray(RefArea area, std::string_view formula) {
+        ASSERT_TRUE(CurrentSheet()->arrayFormulas.Append({area, 0, 0}));
+        for (i32 row = area.firstRow; row <= area.lastRow; ++row) {
+            for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
+                FormulaPlace place;
+                place.book = CurrentBook();
+                place.row = area.firstRow;
+                place.column = area.firstColumn;
+                place.arrayMode = true;
+                CellInput input;
+                input.row = static_cast<u16>(row);
+                input.column = static_cast<u8>(column);
+                input.format = 15;
+                ASSERT_TRUE(CompileFormula(place, Wide(formula), 'V', input.tokens));
+                ASSERT_TRUE(SetCell(CurrentBook(), 0, input, true, false));
+            }
+        }
+    }
+};
+
+TEST_F(EngineEdges, AnArrayOverAScalarKeepsAnErrorForEachElement) {
+    EnterArray({0, 0, 0, 1}, "={1,2}/0");
+    EXPECT_EQ(Shown("A1"), "#DIV/0!");
+    EXPECT_EQ(Shown("B1"), "#DIV/0!");
+}
+
+TEST_F(EngineEdges, ARowAndAColumnMakeARectangle) {
+    EnterArray({0, 1, 0, 1}, "={1,2}+{10;20}");
+    EXPECT_EQ(Shown("A1"), "11");
+    EXPECT_EQ(Shown("B1"), "12");
+    EXPECT_EQ(Shown("A2"), "21");
+    EXPECT_EQ(Shown("B2"), "22");
+}
+
+TEST_F(EngineEdges, OutsideTheSmallerOperandIsNotAvailable) {
+    EnterArray({0, 0, 0, 2}, "={1,2,3}+{1,2}");
+    EXPECT_EQ(Shown("A1"), "2");
+    EXPECT_EQ(Shown("B1"), "4");
+    EXPECT_EQ(Shown("C1"), "#N/A");
+}
+
+TEST_F(EngineEdges, AnErrorOnTheLeftReplacesEveryElementAndOneOnTheRightOnlyTheNumbers) {
+    EnterArray({0, 0, 0, 1}, "=#NUM!+{1,#REF!}");
+    EXPECT_EQ(Shown("A1"), "#NUM!");
+    EXPECT_EQ(Shown("B1"), "#NUM!");
+    EnterArray({1, 1, 0, 1}, "={1,#REF!}+#NUM!");
+    EXPECT_EQ(Shown("A2"), "#NUM!");
+    EXPECT_EQ(Shown("B2"), "#REF!");
+}
+
+TEST_F(EngineEdges, ChooseBeyondItsChoicesIsAValueError) {
+    EXPECT_EQ(Eval("=CHOOSE(3,1,2)"), "#VALUE!");
+    EXPECT_EQ(Eval("=CHOOSE(0,1,2)"), "#VALUE!");
+    EXPECT_EQ(Eval("=CHOOSE(2,1,2)+10"), "12");
+}
+
+TEST_F(EngineEdges, ASumReachedThroughANameSeesItsStaleCells) {
+    DefineName("cells", "=Sheet1!$B$1:$B$100");
+    Enter("A1", "1");
+    for (i32 row = 1; row <= 100; ++row) Enter("B" + std::to_string(row), "=A$1");
+    Enter("C1", "=SUM(cells)");
+    Enter("C2", "=SUM(B1:B100)");
+    EXPECT_EQ(Shown("C1"), "100");
+    EXPECT_EQ(Shown("C2"), "100");
+    Enter("A1", "2");
+    // Nothing but this sum asks for the cells of column B.
+    EXPECT_EQ(Shown("C1"), "200");
+    EXPECT_EQ(Shown("C2"), "200");
+    MarkAllStale();
+    CellAtName("A1")->value = NumberValue(3);
+    EXPECT_EQ(Shown("C1"), "300");
+}
+
+TEST_F(EngineEdges, ANameOfAnotherBookCarriesChangesOver) {
+    Enter("B1", "3");
+    DefineName("base", "=Sheet1!$B$1");
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    Enter("A1", "=Book1!base+1");
+    EXPECT_EQ(Shown("A1"), "4");
+    Books().currentBook = 0;
+    Enter("B1", "10");
+    Books().currentBook = 1;
+    EXPECT_EQ(CellAtName("A1")->calcState, CALC_STALE);
+    EXPECT_EQ(Shown("A1"), "11");
+}
+
+TEST_F(EngineEdges, EveryStaleCellOfABookIsCalculatedForASave) {
+    Enter("A1", "1");
+    Enter("IV65536", "=A1+1");
+    Enter("A1", "5");
+    EXPECT_EQ(CellAtName("IV65536")->calcState, CALC_STALE);
+    CalculateBook(CurrentBook());
+    EXPECT_EQ(CellAtName("IV65536")->value.number, 6);
+}
+
+TEST_F(EngineEdges, DeepNestingThroughNamesEndsInANumberError) {
+    DefineName("above", "=Sheet1!A65536");  // one row up
+    Enter("A1", "1");
+    for (i32 row = 2; row <= 2000; ++row) {
+        FormulaPlace place;
+        place.book = CurrentBook();
+        FormulaTokens tokens;
+        ASSERT_TRUE(CompileFormula(place, u"=above+1", 'V', tokens));
+        ASSERT_TRUE(InsertCell(*CurrentSheet(), row - 1, 0, 15, Value(), tokens));
+    }
+    EXPECT_EQ(Shown("A2000"), "#NUM!");
+    EXPECT_EQ(Shown("A50"), "50");
+}
+
+TEST_F(EngineEdges, ACircleLeavesTheOldValuesWhereItCloses) {
+    Enter("A1", "5");
+    Enter("B1", "=A1");
+    EXPECT_EQ(CurrentWorkbook()->circularSeen, 0u);
+    Enter("A1", "=B1");
+    EXPECT_EQ(Shown("A1"), "5");
+    EXPECT_EQ(Shown("B1"), "5");
+}
+
+struct StoredFormula {
+    i32 row;
+    i32 column;
+    const char16_t* text;
+    const char* expected;  // once A1 holds 3
+};
+constexpr StoredFormula formulasOfALife[] = {
+    {0, 1, u"=A1*2", "6"},
+    {1, 1, u"=SUM(A1:A80)+B1", "88"},
+    {2, 1, u"=\"x\"&A1&\"y\"", "x3y"},
+    {3, 1, u"=SUM({1,2}*A1:B1)", "18"},
+    {4, 1, u"=IF(A1>2,B2,1/0)", "88"},
+    {5, 1, u"=SUM(ABS(-{1,2,3}))", "6"},
+    {6, 1, u"=B8+1", "1"},
+    {7, 1, u"=B7+1", "2"},
+};
+
+// Stores the formulas of a small book, changes what they read and calculates them. False when an
+// allocation failed on the way.
+bool LiveALife() {
+    if (!CreateWorkbook(nullptr, false)) return false;
+    bool good = true;
+    for (i32 row = 0; row < 80; ++row)
+        good = InsertCell(*CurrentSheet(), row, 0, 15, NumberValue(1), FormulaTokens()) && good;
+    for (const StoredFormula& formula : formulasOfALife) {
+        FormulaPlace place;
+        place.book = CurrentBook();
+        CellInput input;
+        input.row = static_cast<u16>(formula.row);
+        input.column = static_cast<u8>(formula.column);
+        input.format = 15;
+        good = CompileFormula(place, formula.text, 'V', input.tokens) && good;
+        good = SetCell(CurrentBook(), 0, input, true, false) && good;
+    }
+    CellInput input;
+    input.format = 15;
+    input.value = NumberValue(2);
+    good = SetCell(CurrentBook(), 0, input, true, false) && good;
+    CalculateBook(CurrentBook());
+    return good;
+}
+
+TEST_F(EngineEdges, AFailedAllocationLosesNothingAndALaterCalculationIsRight) {
+    for (const bool forEver : {false, true}) {
+        for (u64 n = 1; n < 3000; ++n) {
+            ResetBooks();
+            DropDependents();
+            ResetAreaSums();
+            test::FailingAllocator allocator(n, forEver);
+            {
+                QuietMemoryScope quiet;
+                const bool good = LiveALife();
+                allocator.StopFailing();
+                if (good) {
+                    Sheet& sheet = *CurrentSheet();
+                    CellInput input;
+                    input.format = 15;
+                    input.value = NumberValue(3);
+                    ASSERT_TRUE(SetCell(CurrentBook(), 0, input, true, false));
+                    MarkAllStale();
+                    for (const StoredFormula& formula : formulasOfALife) {
+                        if (formula.row >= 6) continue;  // a circle counts on
+                        ASSERT_TRUE(CalculateCell(CurrentBook(), 0, formula.row, formula.column));
+                        const CellRecord* cell = GetCell(sheet.cells, formula.row, formula.column);
+                        ASSERT_NE(cell, nullptr);
+                        EXPECT_EQ(cell->calcState, CALC_CURRENT);
+                        EXPECT_EQ(Shown("B" + std::to_string(formula.row + 1)), formula.expected) << n;
+                    }
+                    CalculateBook(CurrentBook());
+                    for (const FormulaCell* formula : sheet.cells.formulas)
+                        EXPECT_EQ(GetCell(sheet.cells, formula->row, formula->column)->calcState, CALC_CURRENT);
+                }
+                ResetBooks();
+                DropDependents();
+                ResetAreaSums();
+            }
+            EXPECT_EQ(allocator.LiveBlocks(), 0u) << n;
+            if (!allocator.HasFailed()) break;
+            ASSERT_LT(n, 2999u);
+        }
+    }
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+}
+
+}  // namespace
+}  // namespace tally
