@@ -10,6 +10,7 @@
 #include "display/LocaleSettings.h"
 #include "formula/AreaSums.h"
 #include "formula/Compiler.h"
+#include "formula/Links.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
 

@@ -85,7 +85,7 @@ void RefreshLinks(i32 book, u32 wanted) {
     for (const LinkedCell& at : cells) {
         CellRecord* cell = GetCell(SheetAt(book, at.sheet)->cells, at.row, at.column);
         if (!cell || !cell->formula) continue;
-        cell->calcState = CALC_STALE;
+        SetStale(SheetAt(book, at.sheet)->cells, *cell);
         MarkDependents(book, at.sheet, at.row, at.column);
     }
 }

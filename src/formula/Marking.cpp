@@ -15,9 +15,18 @@ struct ChangedCell {
     u8 column;
 };
 
+// One area that a name's formula reads, on sheets firstSheet to lastSheet of a book.
+struct NameReach {
+    DefinedName* name;
+    i32 book;
+    i32 firstSheet;
+    i32 lastSheet;
+    RefArea area;
+};
+
 struct Marking {
     Array<ChangedCell> waiting;
-    bool namesHaveReferences = false;
+    Array<NameReach> nameReach;
     bool anyNameStale = false;
     bool alwaysDone = false;
     bool failed = false;
@@ -36,7 +45,7 @@ void MarkFormula(FormulaCell& formula, void* context) {
     Marking& marking = *static_cast<Marking*>(context);
     CellRecord* cell = CellOf(formula);
     if (!cell || cell->calcState < CALC_CURRENT) return;
-    cell->calcState = CALC_STALE;
+    SetStale(formula.sheet->cells, *cell);
     // Without memory the cell is stale all the same; only its own dependents are not followed.
     if (!marking.waiting.Append({formula.sheet, formula.row, formula.column})) marking.failed = true;
 }
@@ -48,47 +57,40 @@ void MarkName(Marking& marking, DefinedName& name) {
     marking.anyNameStale = true;
 }
 
-// Names that change with everything, and whether any name refers to cells at all.
+// What a name's formula reads. A plain reference lies on the sheet of the name's scope, or on any.
+void AddNameReach(Marking& marking, i32 book, DefinedName& name) {
+    u32 at = 0;
+    TokenPrecedent precedent;
+    while (NextPrecedent(name.tokens, at, precedent)) {
+        PrecedentSheets sheets = {book, name.sheet ? name.sheet - 1 : 0,
+                                  name.sheet ? name.sheet - 1 : MAX_SHEETS};
+        if (precedent.externIndex >= 0 && !ResolvePrecedent(book, 0, precedent.externIndex, sheets)) continue;
+        marking.failed =
+            !marking.nameReach.Append({&name, sheets.book, sheets.first, sheets.last, precedent.area}) ||
+            marking.failed;
+    }
+}
+
+// Names that change with everything, and what the others read. Without a formula that uses a name
+// there is nobody to tell.
 void BeginNames(Marking& marking) {
-    for (Workbook* book : Books().books) {
-        for (DefinedName& name : book->names) {
+    if (NameUsers().IsEmpty()) return;
+    for (u32 b = 0; b < Books().books.Count(); ++b) {
+        for (DefinedName& name : Books().books[b]->names) {
             if (!HasFormula(name.tokens)) continue;
-            u32 at = 0;
-            TokenPrecedent precedent;
-            marking.namesHaveReferences =
-                marking.namesHaveReferences || NextPrecedent(name.tokens, at, precedent);
+            AddNameReach(marking, static_cast<i32>(b), name);
             if (TokensAreVolatile(name.tokens)) MarkName(marking, name);
         }
     }
 }
 
-// Whether a name's formula reads the cell. A plain reference lies on the sheet of the name's scope, or
-// on any sheet.
-bool NameReads(i32 book, const DefinedName& name, const ChangedCell& changed) {
-    u32 at = 0;
-    TokenPrecedent precedent;
-    while (NextPrecedent(name.tokens, at, precedent)) {
-        if (!AreaHolds(precedent.area, changed.row, changed.column)) continue;
-        if (precedent.externIndex < 0) {
-            if (changed.sheet->book == book && (!name.sheet || name.sheet == changed.sheet->index + 1))
-                return true;
+void MarkNamesOf(Marking& marking, const ChangedCell& changed) {
+    for (const NameReach& reach : marking.nameReach) {
+        if (reach.name->stale || reach.book != changed.sheet->book || changed.sheet->index < reach.firstSheet ||
+            changed.sheet->index > reach.lastSheet || !AreaHolds(reach.area, changed.row, changed.column)) {
             continue;
         }
-        PrecedentSheets sheets;
-        if (ResolvePrecedent(book, 0, precedent.externIndex, sheets) && sheets.book == changed.sheet->book &&
-            changed.sheet->index >= sheets.first && changed.sheet->index <= sheets.last) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void MarkNamesOf(Marking& marking, const ChangedCell& changed) {
-    for (u32 b = 0; b < Books().books.Count(); ++b) {
-        for (DefinedName& name : Books().books[b]->names) {
-            if (!name.stale && HasFormula(name.tokens) && NameReads(static_cast<i32>(b), name, changed))
-                MarkName(marking, name);
-        }
+        MarkName(marking, *reach.name);
     }
 }
 
@@ -163,9 +165,22 @@ void Spread(Marking& marking) {
         const ChangedCell changed = marking.waiting.Last();
         marking.waiting.RemoveLast();
         viewCalls.cellChanged(changed.sheet->book, changed.sheet->index, changed.row, changed.column);
-        if (marking.namesHaveReferences) MarkNamesOf(marking, changed);
+        MarkNamesOf(marking, changed);
         VisitDependents(*changed.sheet, changed.row, changed.column, MarkFormula, &marking);
         MarkAlways(marking);
+    }
+}
+
+// Everything stale: what is left when the index cannot be built.
+void MarkWithoutIndex() {
+    for (const Workbook* book : Books().books) {
+        for (Sheet* sheet : book->sheets) {
+            if (!(sheet->kind & SHEET_WORKSHEET)) continue;
+            for (const FormulaCell* formula : sheet->cells.formulas) {
+                CellRecord* cell = CellOf(*formula);
+                if (cell && cell->calcState >= CALC_CURRENT) SetStale(sheet->cells, *cell);
+            }
+        }
     }
 }
 
@@ -179,19 +194,7 @@ void RunMarking(Marking& marking) {
         Spread(marking);
     }
     ClearNames();
-}
-
-// Everything stale: what is left when the index cannot be built.
-void MarkWithoutIndex() {
-    for (const Workbook* book : Books().books) {
-        for (const Sheet* sheet : book->sheets) {
-            if (!(sheet->kind & SHEET_WORKSHEET)) continue;
-            for (const FormulaCell* formula : sheet->cells.formulas) {
-                CellRecord* cell = CellOf(*formula);
-                if (cell && cell->calcState >= CALC_CURRENT) cell->calcState = CALC_STALE;
-            }
-        }
-    }
+    if (marking.failed) MarkWithoutIndex();
 }
 
 bool Begin(Marking& marking) {
@@ -214,7 +217,6 @@ void MarkDependents(i32 book, i32 sheet, i32 row, i32 column) {
     if (!marking.waiting.Append({changed, static_cast<u16>(row), static_cast<u8>(column)}))
         return MarkWithoutIndex();
     RunMarking(marking);
-    if (marking.failed) MarkWithoutIndex();
 }
 
 void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area) {
@@ -229,7 +231,6 @@ void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area) {
         Spread(marking);
     }
     RunMarking(marking);
-    if (marking.failed) MarkWithoutIndex();
 }
 
 void MarkDependentsOfName(i32 book, i32 name) {

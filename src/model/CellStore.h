@@ -69,6 +69,11 @@ void FreeStore(CellStore& store);
 
 // A value in this column changed.
 inline void TouchColumn(CellStore& store, i32 column) { ++store.columnVersion[column]; }
+// The cell's value may no longer be read as it stands, nor what was made of it.
+inline void SetStale(CellStore& store, CellRecord& cell) {
+    cell.calcState = CALC_STALE;
+    TouchColumn(store, cell.column);
+}
 
 // ---- rows, columns and sizes ----------------------------------------------------------------------
 
