@@ -228,7 +228,9 @@ bool TakeMonthName(Reader& r, DateItem& item) {
     const bool shortNames = s.monthShort[0][0] != u'1';
     for (i32 pass = 0; pass < (shortNames ? 2 : 1); ++pass) {
         for (i32 i = 0; i < 12; ++i) {
-            if (!TakeName(r, pass ? WideView(s.monthShort[i]) : WideView(s.monthName[i]))) continue;
+            const WideView name = pass ? WideView(s.monthShort[i]) : WideView(s.monthName[i]);
+            if (letter && !name.empty() && name[0] < 0x80 && AsciiLower(name[0]) != initial) continue;
+            if (!TakeName(r, name)) continue;
             item = {i + 1, 1};
             return true;
         }
