@@ -20,7 +20,7 @@ constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
 constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
 
-constexpr u64 MAX_ELEMENTS = 1u << 24;  // of arrays made by one evaluation with all that it calls
+constexpr u64 MAX_ELEMENTS = 1u << 22;  // of arrays made by one evaluation with all that it calls
 
 struct EngineDepth {
     i32 depth = 0;
