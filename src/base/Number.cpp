@@ -67,6 +67,58 @@ bool PrintFromShortest(double value, int precision, char* out, std::size_t& leng
     return true;
 }
 
+constexpr int FIFTEEN = 15;
+constexpr double powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                                  1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+
+constexpr double smallPowers[] = {1e0, 1e-1, 1e-2, 1e-3, 1e-4};
+
+// value * 10^power as the nearest integer, ties to even. The product is taken in two exact parts, so
+// that the rounding is that of the true product; it must be below 2^52.
+i64 ScaledInteger(double value, int power) {
+    const double high = value * powersOfTen[power];
+    const double low = std::fma(value, powersOfTen[power], -high);
+    const double whole = std::floor(high);
+    const double rest = (high - whole - 0.5) + low;
+    const i64 integer = static_cast<i64>(whole);
+    return integer + (rest > 0 || (rest == 0 && (integer & 1)));
+}
+
+// The general form with fifteen digits of a number from 0.0001 up that needs no exponent. False for
+// others.
+bool PrintFifteenDigits(double value, char* out, std::size_t& length) {
+    const double size = std::fabs(value);
+    if (!(size >= 1e-4 && size < 1e15)) return false;
+    int exponent = size < 1 ? -1 : 0;  // of ten, of the first digit
+    while (exponent < 0 && size < smallPowers[-exponent]) --exponent;
+    while (exponent >= 0 && size >= powersOfTen[exponent + 1]) ++exponent;
+    i64 scaled = ScaledInteger(size, FIFTEEN - 1 - exponent);
+    if (scaled == 1000000000000000) {
+        scaled /= 10;
+        ++exponent;
+    }
+    if (exponent == FIFTEEN || scaled < 100000000000000) return false;
+    char digits[24];
+    int count = static_cast<int>(std::to_chars(digits, digits + sizeof digits, scaled).ptr - digits);
+    while (count > 1 && digits[count - 1] == '0') --count;
+    char* o = out;
+    if (value < 0) *o++ = '-';
+    const int front = exponent < 0 ? 0 : exponent + 1;
+    if (front == 0) {
+        *o++ = '0';
+        *o++ = '.';
+        for (int i = -1; i > exponent; --i) *o++ = '0';
+    }
+    for (int i = 0; i < front; ++i) *o++ = i < count ? digits[i] : '0';
+    if (front && count > front) *o++ = '.';
+    if (count > front) {
+        std::memcpy(o, digits + front, static_cast<std::size_t>(count - front));
+        o += count - front;
+    }
+    length = static_cast<std::size_t>(o - out);
+    return true;
+}
+
 }  // namespace
 
 i32 MulDiv(i32 a, i32 b, i32 c) {
@@ -89,6 +141,7 @@ std::size_t PrintGeneral(double value, int precision, char* out) {
         return PrintInteger(static_cast<i64>(value), out);
     }
     std::size_t length = 0;
+    if (precision == FIFTEEN && PrintFifteenDigits(value, out, length)) return length;
     if (precision <= 15 && std::isfinite(value) && value != 0 &&
         PrintFromShortest(value, precision, out, length))
         return length;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -41,6 +42,30 @@ TEST(Number, GeneralEqualsTheLibraryOnRandomNumbers) {
             static_cast<double>(static_cast<std::int64_t>(random() % 2000000000) - 1000000000) / 1000;
         ASSERT_EQ(General(decimal, 15), Reference(decimal, 15));
     }
+}
+
+TEST(Number, FifteenDigitsWithoutAnExponentEqualTheLibrary) {
+    std::mt19937_64 random(2);
+    for (int i = 0; i < 500000; ++i) {
+        const int magnitude = static_cast<int>(random() % 22) - 6;
+        double value = std::ldexp(static_cast<double>(random() >> 11), -53) * std::pow(10.0, magnitude);
+        // Short in binary: halves of the sixteenth digit are frequent.
+        if (i % 4 == 0) value = std::floor(std::ldexp(value, i % 24)) / std::ldexp(1.0, i % 24);
+        if (i % 4 == 1) value = std::round(value * 100) / 100;
+        if (i & 16) value = -value;
+        ASSERT_EQ(General(value, 15), Reference(value, 15)) << std::hexfloat << value;
+    }
+    for (double power : {1e-5, 1e-4, 1e-3, 1e-2, 0.1, 1.0, 10.0, 1e9, 1e13, 1e14, 1e15, 1e16}) {
+        double below = power, above = power;
+        for (int i = 0; i < 20; ++i) {
+            ASSERT_EQ(General(below, 15), Reference(below, 15)) << std::hexfloat << below;
+            ASSERT_EQ(General(above, 15), Reference(above, 15)) << std::hexfloat << above;
+            below = std::nextafter(below, 0.0);
+            above = std::nextafter(above, 1e300);
+        }
+    }
+    for (double tie : {123456789012344.5, 123456789012345.5, 12345678901234.25, 12345678901234.75})
+        EXPECT_EQ(General(tie, 15), Reference(tie, 15));
 }
 
 TEST(Number, MulDivRoundsHalvesAwayFromZero) {
