@@ -152,6 +152,31 @@ void EditUnderRunningSumsOfFormulas(benchmark::State& state) {
 }
 BENCHMARK(EditUnderRunningSumsOfFormulas)->Arg(10000)->Arg(20000)->Unit(benchmark::kMillisecond);
 
+// Each sum runs over all the sums above it.
+void EditUnderSumsOfSums(benchmark::State& state) {
+    const BenchBook book;
+    const i32 rows = static_cast<i32>(state.range(0));
+    BenchBook::PutNumber(0, 0, 1);
+    for (i32 row = 1; row < rows; ++row)
+        BenchBook::Put(row, 0, "=SUM(A$1:" + BenchBook::Name("A", row - 1) + ")/1E9");
+    EditAndMaybeCalculate(state, 0, 0, true);
+}
+BENCHMARK(EditUnderSumsOfSums)->Arg(10000)->Arg(20000)->Unit(benchmark::kMillisecond);
+
+// Running sums over two columns of formulas.
+void EditUnderWideRunningSums(benchmark::State& state) {
+    const BenchBook book;
+    const i32 rows = static_cast<i32>(state.range(0));
+    BenchBook::PutNumber(0, 0, 1);
+    for (i32 row = 0; row < rows; ++row) {
+        BenchBook::Put(row, 1, "=A$1/3");
+        BenchBook::Put(row, 2, "=A$1/7");
+        BenchBook::Put(row, 3, "=SUM(B$1:" + BenchBook::Name("C", row) + ")");
+    }
+    EditAndMaybeCalculate(state, 0, 0, true);
+}
+BENCHMARK(EditUnderWideRunningSums)->Arg(10000)->Arg(20000)->Unit(benchmark::kMillisecond);
+
 // Names that no changed cell is part of must not make a long marking slow.
 void EditChainHeadBesideNames(benchmark::State& state) {
     const BenchBook book;

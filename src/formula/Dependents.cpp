@@ -21,6 +21,7 @@ struct ChainTable {
     struct Entry {
         u32 value;
         u32 next;
+        u32 seen = 0;  // of a chain's head: the marking that has been through the whole chain
     };
     Array<Slot> slots;
     Array<Entry> entries;
@@ -51,7 +52,7 @@ struct ChainTable {
     bool Add(u64 key, u32 value) {
         if (keys * 2 >= slots.Count() && !Grow()) return false;
         Slot& slot = slots[Place(key)];
-        if (!entries.Append({value, slot.head})) return false;
+        if (!entries.Append({value, slot.head, 0})) return false;
         if (!slot.key) {
             slot.key = key;
             ++keys;
@@ -66,11 +67,13 @@ struct ChainTable {
 struct IndexedRange {
     u32 serial;
     RefArea area;
-    u32 users;  // head of its chain in rangeUsers
+    u32 users;     // head of its chain in rangeUsers
+    u32 seen = 0;  // the marking that has been through its users
 };
 
 struct DependentIndex {
     bool built = false;
+    u32 marking = 0;               // number of the marking under way
     u32 lost = 0;                  // formulas forgotten since it was built
     Array<FormulaCell*> formulas;  // by number; null when forgotten
     Array<FormulaCell*> always;
@@ -124,7 +127,8 @@ u32 PutRange(u32 serial, const RefArea& area) {
         if (index->areas[range].serial == serial && index->areas[range].area == area) return range;
     }
     const u32 range = index->areas.Count();
-    if (!index->areas.Append({serial, area, NONE}) || !index->ranges.Add(key, range) || !EnterIntervals(range))
+    if (!index->areas.Append({serial, area, NONE, 0}) || !index->ranges.Add(key, range) ||
+        !EnterIntervals(range))
         return NONE;
     return range;
 }
@@ -132,7 +136,7 @@ u32 PutRange(u32 serial, const RefArea& area) {
 bool EnterArea(u32 serial, const RefArea& area, u32 number) {
     if (IsOneCell(area)) return index->cells.Add(CellKey(serial, area.firstRow, area.firstColumn), number);
     const u32 range = PutRange(serial, area);
-    if (range == NONE || !index->rangeUsers.Append({number, index->areas[range].users})) return false;
+    if (range == NONE || !index->rangeUsers.Append({number, index->areas[range].users, 0})) return false;
     index->areas[range].users = index->rangeUsers.Count() - 1;
     return true;
 }
@@ -178,15 +182,30 @@ void VisitChain(const Array<ChainTable::Entry>& entries, u32 head, DependentVisi
     }
 }
 
+// Visits the users of the ranges of one row interval that hold the column. A range is gone through once
+// in a marking, and so is a whole interval when all its ranges hold the column: what reads many growing
+// ranges over stale cells is not met again for each of those cells.
+void VisitInterval(u32 head, i32 row, i32 column, DependentVisit visit, void* context) {
+    Array<ChainTable::Entry>& entries = index->intervals.entries;
+    if (head == NONE || entries[head].seen == index->marking) return;
+    bool all = true;
+    for (u32 e = head; e != NONE; e = entries[e].next) {
+        IndexedRange& range = index->areas[entries[e].value];
+        if (!AreaHolds(range.area, row, column)) {
+            all = false;
+        } else if (range.seen != index->marking) {
+            range.seen = index->marking;
+            VisitChain(index->rangeUsers, range.users, visit, context);
+        }
+    }
+    if (all) entries[head].seen = index->marking;
+}
+
 void VisitIntervals(const Sheet& sheet, i32 row, i32 column, u32 keyColumn, DependentVisit visit,
                     void* context) {
     for (u32 level = 0; level < LEVELS; ++level) {
-        const u32 head =
-            index->intervals.Head(IntervalKey(sheet.serial, keyColumn, level, static_cast<u32>(row) >> level));
-        for (u32 e = head; e != NONE; e = index->intervals.entries[e].next) {
-            const IndexedRange& range = index->areas[index->intervals.entries[e].value];
-            if (AreaHolds(range.area, row, column)) VisitChain(index->rangeUsers, range.users, visit, context);
-        }
+        const u64 key = IntervalKey(sheet.serial, keyColumn, level, static_cast<u32>(row) >> level);
+        VisitInterval(index->intervals.Head(key), row, column, visit, context);
     }
 }
 
@@ -221,6 +240,10 @@ bool EnsureDependents() {
     Calls().structureChanged = DropDependents;
     Calls().formulaGone = ForgetFormula;
     return true;
+}
+
+void BeginVisits() {
+    if (index) ++index->marking;
 }
 
 void VisitDependents(const Sheet& sheet, i32 row, i32 column, DependentVisit visit, void* context) {

@@ -6,10 +6,14 @@
 
 namespace tally {
 
-// Calls visit(FormulaCell&) for each indexed formula with a precedent that holds the cell, some perhaps
-// more than once. Formulas without fixed inputs are not among them. False when memory failed.
-using DependentVisit = void (*)(FormulaCell& formula, void* context);
+// Builds the index unless it stands. False when memory failed.
 [[nodiscard]] bool EnsureDependents();
+// A marking begins: ranges that the one before has been through are visited again.
+void BeginVisits();
+// Calls visit(FormulaCell&) for the indexed formulas with a precedent that holds the cell, some perhaps
+// more than once; those that read it through a range which this marking has already been through are
+// left out. Formulas without fixed inputs are not among them.
+using DependentVisit = void (*)(FormulaCell& formula, void* context);
 void VisitDependents(const Sheet& sheet, i32 row, i32 column, DependentVisit visit, void* context);
 // Formulas of worksheets that must follow every change.
 const Array<FormulaCell*>& AlwaysCalculated();

@@ -202,6 +202,7 @@ bool Begin(Marking& marking) {
         MarkWithoutIndex();
         return false;
     }
+    BeginVisits();
     BeginNames(marking);
     return true;
 }

@@ -88,6 +88,31 @@ TEST_F(EngineEdges, ASumReachedThroughANameSeesItsStaleCells) {
     EXPECT_EQ(Shown("C1"), "300");
 }
 
+// The second change finds the ranges as the first marking left them.
+TEST_F(EngineEdges, EachMarkingGoesThroughTheRangesAnew) {
+    Enter("A1", "1");
+    for (i32 row = 1; row <= 40; ++row) {
+        const std::string number = std::to_string(row);
+        Enter("B" + number, "=A$1");
+        Enter("C" + number, "=SUM(B$1:B" + number + ")");
+        Enter("D" + number, "=SUM(A$1:B" + number + ")");
+    }
+    for (i32 value = 2; value < 6; ++value) {
+        Enter("A1", std::to_string(value));
+        for (i32 row = 1; row <= 40; ++row) {
+            const std::string number = std::to_string(row);
+            EXPECT_EQ(CellAtName("C" + number)->calcState, CALC_STALE);
+            EXPECT_EQ(Shown("C" + number), std::to_string(value * row));
+            EXPECT_EQ(Shown("D" + number), std::to_string(value * (row + 1)));
+        }
+        // A range that came in between, and a cell in the middle.
+        Enter("E" + std::to_string(value), "=SUM(B" + std::to_string(value) + ":B30)");
+        Enter("B20", "=A$1");
+        EXPECT_EQ(CellAtName("C19")->calcState, CALC_CURRENT);
+        EXPECT_EQ(CellAtName("C20")->calcState, CALC_STALE);
+    }
+}
+
 TEST_F(EngineEdges, ANameOfAnotherBookCarriesChangesOver) {
     Enter("B1", "3");
     DefineName("base", "=Sheet1!$B$1");
