@@ -21,7 +21,11 @@ struct ChainTable {
     struct Entry {
         u32 value;
         u32 next;
-        u32 seen = 0;  // of a chain's head: the marking that has been through the whole chain
+        // Of a chain's head: the marking that has been through the whole chain, and the columns that
+        // its ranges lie in.
+        u32 seen = 0;
+        u8 firstColumn = 0;
+        u8 lastColumn = 255;
     };
     Array<Slot> slots;
     Array<Entry> entries;
@@ -52,7 +56,7 @@ struct ChainTable {
     bool Add(u64 key, u32 value) {
         if (keys * 2 >= slots.Count() && !Grow()) return false;
         Slot& slot = slots[Place(key)];
-        if (!entries.Append({value, slot.head, 0})) return false;
+        if (!entries.Append({value, slot.head})) return false;
         if (!slot.key) {
             slot.key = key;
             ++keys;
@@ -103,18 +107,28 @@ u32 IntervalColumn(const RefArea& area) {
     return area.firstColumn == area.lastColumn ? area.firstColumn : ANY_COLUMN;
 }
 
+bool EnterInterval(u32 range, u32 level, u32 interval) {
+    const IndexedRange& entry = index->areas[range];
+    const u64 key = IntervalKey(entry.serial, IntervalColumn(entry.area), level, interval);
+    if (!index->intervals.Add(key, range)) return false;
+    Array<ChainTable::Entry>& entries = index->intervals.entries;
+    ChainTable::Entry& head = entries.Last();
+    head.firstColumn = entry.area.firstColumn;
+    head.lastColumn = entry.area.lastColumn;
+    if (head.next == NONE) return true;
+    head.firstColumn = std::min(head.firstColumn, entries[head.next].firstColumn);
+    head.lastColumn = std::max(head.lastColumn, entries[head.next].lastColumn);
+    return true;
+}
+
 // Enters a range in the few row intervals that make it up.
 bool EnterIntervals(u32 range) {
-    const IndexedRange& entry = index->areas[range];
-    u32 low = entry.area.firstRow;
-    u32 high = entry.area.lastRow + 1u;
+    const RefArea area = index->areas[range].area;
+    u32 low = area.firstRow;
+    u32 high = area.lastRow + 1u;
     for (u32 level = 0; low < high; ++level, low >>= 1, high >>= 1) {
-        if ((low & 1) &&
-            !index->intervals.Add(IntervalKey(entry.serial, IntervalColumn(entry.area), level, low++), range))
-            return false;
-        if ((high & 1) &&
-            !index->intervals.Add(IntervalKey(entry.serial, IntervalColumn(entry.area), level, --high), range))
-            return false;
+        if ((low & 1) && !EnterInterval(range, level, low++)) return false;
+        if ((high & 1) && !EnterInterval(range, level, --high)) return false;
     }
     return true;
 }
@@ -127,8 +141,7 @@ u32 PutRange(u32 serial, const RefArea& area) {
         if (index->areas[range].serial == serial && index->areas[range].area == area) return range;
     }
     const u32 range = index->areas.Count();
-    if (!index->areas.Append({serial, area, NONE, 0}) || !index->ranges.Add(key, range) ||
-        !EnterIntervals(range))
+    if (!index->areas.Append({serial, area, NONE}) || !index->ranges.Add(key, range) || !EnterIntervals(range))
         return NONE;
     return range;
 }
@@ -136,7 +149,7 @@ u32 PutRange(u32 serial, const RefArea& area) {
 bool EnterArea(u32 serial, const RefArea& area, u32 number) {
     if (IsOneCell(area)) return index->cells.Add(CellKey(serial, area.firstRow, area.firstColumn), number);
     const u32 range = PutRange(serial, area);
-    if (range == NONE || !index->rangeUsers.Append({number, index->areas[range].users, 0})) return false;
+    if (range == NONE || !index->rangeUsers.Append({number, index->areas[range].users})) return false;
     index->areas[range].users = index->rangeUsers.Count() - 1;
     return true;
 }
@@ -187,7 +200,10 @@ void VisitChain(const Array<ChainTable::Entry>& entries, u32 head, DependentVisi
 // ranges over stale cells is not met again for each of those cells.
 void VisitInterval(u32 head, i32 row, i32 column, DependentVisit visit, void* context) {
     Array<ChainTable::Entry>& entries = index->intervals.entries;
-    if (head == NONE || entries[head].seen == index->marking) return;
+    if (head == NONE || entries[head].seen == index->marking || column < entries[head].firstColumn ||
+        column > entries[head].lastColumn) {
+        return;
+    }
     bool all = true;
     for (u32 e = head; e != NONE; e = entries[e].next) {
         IndexedRange& range = index->areas[entries[e].value];
