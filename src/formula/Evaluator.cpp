@@ -447,6 +447,25 @@ bool IsCut(const Run& run, u32 at) {
     return !TokensAreWhole(rest);
 }
 
+// Steps over an array's trailing data as over the array itself.
+void SkipArrayData(Run& run) {
+    if (run.extraLeft < 3) return;
+    const u64 elements = (run.extra[0] + u64{1}) * (ReadU16(run.extra + 1) + u64{1});
+    TakeExtra(run, 3);
+    for (u64 i = 0; i < elements && run.extraLeft; ++i) {
+        Value element = ReadElement(run);
+        FreeValue(element);
+    }
+}
+
+// The trailing data lies in the order of the tokens: what a jump passes over is passed over there too.
+void SkipJumpedArrays(Run& run, u32 from, u32 to) {
+    for (u32 at = from; run.extraLeft && at < to && at < run.length;
+         at = NextToken(run.bytes, run.length, at) + 1) {
+        if (FoldToken(run.bytes[at]) == ptgArray) SkipArrayData(run);
+    }
+}
+
 void RunTokens(Run& run) {
     for (u32 at = 0; at < run.length && !run.abandoned;) {
         const u32 last = NextToken(run.bytes, run.length, at);
@@ -455,6 +474,7 @@ void RunTokens(Run& run) {
         const u32 next = RunToken(run, at, last);
         CheckTop(run);
         if (run.stack.Failed()) return;
+        if (next > last + 1) SkipJumpedArrays(run, last + 1, next);
         // A jump backwards would not end.
         at = next > at ? next : at + 1;
     }

@@ -100,6 +100,14 @@ TEST_F(Evaluator, IfRunsOneBranchOnly) {
            {"=CHOOSE(1.9,1,2)", "1"}});
 }
 
+TEST_F(Evaluator, ArraysOfABranchNotTakenKeepTheirPlace) {
+    Check({{"=SUM(IF(TRUE,{2,3},{4,5}),{6,7})", "18"},
+           {"=SUM(IF(FALSE,{2,3},{4,5}),{6,7})", "22"},
+           {"=MMULT(IF(FALSE,{2,3},{4,5}),IF(TRUE,{6;7},{8;9}))", "59"},
+           {"=SUM(CHOOSE(2,{1},{\"a\",2},{3}),{40})", "42"},
+           {"=SUM(IF(#N/A,{1},{2}))", "#N/A"}});
+}
+
 TEST_F(Evaluator, SumsSkipTextsAndStopAtErrors) {
     Enter("A1", "1");
     Enter("A2", "#N/A");
