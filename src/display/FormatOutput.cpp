@@ -128,7 +128,8 @@ void PutDenominatorPlace(Writer& w, char16_t place, i32 index) {
 void PutExponentPlace(Writer& w, char16_t place, i32 index) {
     const FormatRun& run = w.run;
     const i32 digit = run.exponentDigits - (run.exponentPlaces - index);
-    if (digit < 0) {
+    // Places that the count passed over, such as those in a bracket, take nothing.
+    if (digit < 0 || digit >= run.exponentDigits) {
         PutEmptyPlace(w, place);
         return;
     }

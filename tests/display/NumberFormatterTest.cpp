@@ -253,6 +253,16 @@ TEST_F(NumberFormatter, PlainGeneralIsThatOfItsSection) {
     EXPECT_EQ(Shown(-0.0, u"General"), "0");
 }
 
+TEST_F(NumberFormatter, PlacesBeyondTheCountedOnesTakeNoDigit) {
+    const Row rows[] = {
+        {5, u"0 [00]", "5 [00]"},
+        {5, u"0 [0?#]", "5 [0 ]"},
+        {5, u"0.0E+0[00]", "5.0E+0[00]"},
+        {5, u"0/[00]", "0/[00]"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
 TEST_F(NumberFormatter, OddFormatsEndCleanly) {
     for (WideView format :
          {u"\"", u"[", u"[>", u"[$", u"*", u"_", u"\\", u"0E+", u"?/", u"/", u"[h", u"E+0", u"0/0/0/0",
