@@ -7,6 +7,9 @@
 namespace tally {
 namespace {
 
+// What a repeated call costs beside an element that is only read.
+constexpr u64 CALL_COST = 8;
+
 bool IsLifted(const Value& argument, std::string_view signature, i32 index) {
     if (argument.type != VT_ARRAY || static_cast<std::size_t>(index) >= signature.size()) return false;
     const char letter = signature[static_cast<std::size_t>(index)];
@@ -66,7 +69,7 @@ void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler ha
         handler(arguments, result, context);
         return FreeAll(arguments);
     }
-    const bool fits = SpendElements(u64{shape.rows} * shape.columns);
+    const bool fits = SpendElements(u64{shape.rows} * shape.columns * CALL_COST);
     result = fits ? ArrayValue(shape.rows, shape.columns) : ErrorValue(ERR_NA);
     for (u32 i = 0; result.type == VT_ARRAY && i < shape.rows * shape.columns; ++i) {
         Value frame[MAX_ARGUMENTS];
