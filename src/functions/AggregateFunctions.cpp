@@ -1,20 +1,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "functions/Arguments.h"
+#include "functions/Aggregate.h"
 #include "functions/Handlers.h"
 #include "functions/RunningMoments.h"
 
 namespace tally {
 namespace {
-
-// Calls `finish` with all the numbers of the arguments; `allKinds` is that of the forms ending in A.
-template <typename Finish>
-void Aggregate(Value* arguments, Value& result, const EvalContext& context, bool allKinds, Finish finish) {
-    CollectOptions options;
-    options.allKinds = allKinds;
-    if (CollectAll(arguments, context, options, result)) result = finish(options.values);
-}
 
 Value Average(Array<double>& values) {
     double sum = 0;
@@ -103,6 +95,18 @@ void CallStdev(Value* arguments, Value& result, const EvalContext& context) {
 }
 void CallStdevp(Value* arguments, Value& result, const EvalContext& context) {
     Aggregate(arguments, result, context, false, [](Array<double>& v) { return Spread(v, 0, true); });
+}
+void CallVara(Value* arguments, Value& result, const EvalContext& context) {
+    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 1, false); });
+}
+void CallVarpa(Value* arguments, Value& result, const EvalContext& context) {
+    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 0, false); });
+}
+void CallStdeva(Value* arguments, Value& result, const EvalContext& context) {
+    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 1, true); });
+}
+void CallStdevpa(Value* arguments, Value& result, const EvalContext& context) {
+    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 0, true); });
 }
 
 }  // namespace tally

@@ -1,0 +1,174 @@
+#include <algorithm>
+#include <cmath>
+
+#include "functions/Aggregate.h"
+#include "functions/Handlers.h"
+#include "functions/RoundDigits.h"
+
+// Order statistics.
+
+namespace tally {
+namespace {
+
+constexpr u32 MAX_BINS = 65535;  // one row less than an array can have
+
+bool IsNear(double a, double b) { return std::fabs(a - b) <= std::min(std::fabs(a), std::fabs(b)) * 1e-15; }
+
+void Sort(Array<double>& values) { std::sort(values.begin(), values.end()); }
+
+// The numbers of the first argument and the number of the second; false with the error in `result`.
+bool DataAndNumber(Value* arguments, Value& result, const EvalContext& context, CollectOptions& data,
+                   double& x) {
+    return ReadNumbers(arguments[0], context, data, result) && NumberArgument(arguments[1], result, context, x);
+}
+
+Value Median(Array<double>& values) {
+    if (values.IsEmpty()) return ErrorValue(ERR_NUM);
+    Sort(values);
+    const u32 middle = values.Count() / 2;
+    return NumberValue(values.Count() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2);
+}
+
+Value Mode(Array<double>& values) {
+    Sort(values);
+    u32 longest = 1;
+    double mode = 0;
+    for (u32 i = 0; i < values.Count();) {
+        u32 end = i + 1;
+        while (end < values.Count() && values[end] == values[i]) ++end;
+        if (end - i > longest) {
+            longest = end - i;
+            mode = values[i];
+        }
+        i = end;
+    }
+    return longest == 1 ? ErrorValue(ERR_NA) : NumberValue(mode);
+}
+
+// The value that the share `k` of the data lies below.
+Value Percentile(Array<double>& values, double k) {
+    if (values.IsEmpty() || !(k >= 0 && k <= 1)) return ErrorValue(ERR_NUM);
+    Sort(values);
+    const double x = (values.Count() - 1) * k;
+    const u32 i = static_cast<u32>(x);
+    if (i + 1 >= values.Count()) return NumberValue(values[values.Count() - 1]);
+    return NumberValue(values[i] + (values[i + 1] - values[i]) * (x - i));
+}
+
+// The k-th value from the top or from the bottom.
+void Ranked(Value* arguments, Value& result, const EvalContext& context, bool fromTop) {
+    CollectOptions data;
+    double k = 0;
+    if (!DataAndNumber(arguments, result, context, data, k)) return;
+    k = std::trunc(k);
+    result = ErrorValue(ERR_NUM);
+    const u32 count = data.values.Count();
+    if (!(k >= 1 && k <= count)) return;
+    const u32 place = static_cast<u32>(k) - 1;
+    double* at = data.values.begin() + (fromTop ? count - 1 - place : place);
+    std::nth_element(data.values.begin(), at, data.values.end());
+    result = NumberValue(*at);
+}
+
+// The share of the data below x, between two neighbours in proportion.
+Value PercentRank(Array<double>& values, double x, i32 digits) {
+    if (digits < 1 || values.IsEmpty()) return ErrorValue(ERR_NUM);
+    Sort(values);
+    if (x < values[0] || x > values[values.Count() - 1]) return ErrorValue(ERR_NA);
+    const double* at = std::lower_bound(values.begin(), values.end(), x);
+    double rank = static_cast<double>(at - values.begin());
+    if (*at != x) rank += (x - at[-1]) / (*at - at[-1]) - 1;
+    rank /= values.Count() - 1;
+    // A single value has no share of the rest.
+    if (!std::isfinite(rank)) return ErrorValue(ERR_NUM);
+    return NumberValue(RoundDigits(rank, digits, ROUND_DOWN));
+}
+
+}  // namespace
+
+void CallMedian(Value* arguments, Value& result, const EvalContext& context) {
+    Aggregate(arguments, result, context, false, Median);
+}
+void CallMode(Value* arguments, Value& result, const EvalContext& context) {
+    Aggregate(arguments, result, context, false, Mode);
+}
+void CallLarge(Value* arguments, Value& result, const EvalContext& context) {
+    Ranked(arguments, result, context, true);
+}
+void CallSmall(Value* arguments, Value& result, const EvalContext& context) {
+    Ranked(arguments, result, context, false);
+}
+
+void CallPercentile(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions data;
+    double k = 0;
+    if (DataAndNumber(arguments, result, context, data, k)) result = Percentile(data.values, k);
+}
+
+void CallQuartile(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions data;
+    double quarter = 0;
+    if (!DataAndNumber(arguments, result, context, data, quarter)) return;
+    result = Percentile(data.values, std::trunc(quarter) * 0.25);
+}
+
+void CallRank(Value* arguments, Value& result, const EvalContext& context) {
+    double x = 0, order = 0;
+    CollectOptions data;
+    if (!NumberArgument(arguments[0], result, context, x)) return;
+    if (!ReadNumbers(arguments[1], context, data, result)) return;
+    if (!OptionalNumber(arguments[2], result, context, 0, order)) return;
+    const bool ascending = std::trunc(order) != 0;
+    bool present = false;
+    double rank = 1;
+    for (double value : data.values) {
+        const bool same = IsNear(value, x);
+        present = present || same;
+        rank += !same && (ascending ? value < x : value > x);
+    }
+    result = present ? NumberValue(rank) : ErrorValue(ERR_NA);
+}
+
+void CallPercentrank(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions data;
+    double x = 0;
+    i32 digits = 0;
+    if (!DataAndNumber(arguments, result, context, data, x)) return;
+    if (OptionalInteger(arguments[2], result, context, 3, digits)) result = PercentRank(data.values, x, digits);
+}
+
+void CallTrimmean(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions data;
+    double share = 0;
+    if (!DataAndNumber(arguments, result, context, data, share)) return;
+    result = ErrorValue(ERR_NUM);
+    if (!(share >= 0 && share <= 1)) return;
+    Sort(data.values);
+    const u32 count = data.values.Count();
+    const u32 drop = static_cast<u32>(count * share / 2);
+    if (count <= 2 * drop) return;
+    double sum = 0;
+    for (u32 i = drop; i < count - drop; ++i) sum += data.values[i];
+    result = NumberValue(sum / (count - 2 * drop));
+}
+
+void CallFrequency(Value* arguments, Value& result, const EvalContext& context) {
+    CollectOptions data, bins;
+    data.numbersOnly = bins.numbersOnly = true;
+    if (!ReadNumbers(arguments[0], context, data, result)) return;
+    if (!ReadNumbers(arguments[1], context, bins, result)) return;
+    Array<double>& limits = bins.values;
+    result = ErrorValue(ERR_NA);
+    if (limits.IsEmpty() && !limits.Append(0)) return;
+    Sort(limits);
+    limits.Truncate(static_cast<std::size_t>(std::unique(limits.begin(), limits.end()) - limits.begin()));
+    result = ErrorValue(ERR_NUM);
+    if (limits.Count() > MAX_BINS) return;
+    result = ArrayValue(limits.Count() + 1, 1);
+    if (result.type != VT_ARRAY) return;
+    for (u32 i = 0; i <= limits.Count(); ++i) result.elements[i] = NumberValue(0);
+    for (double value : data.values)
+        result.elements[std::lower_bound(limits.begin(), limits.end(), value) - limits.begin()].number += 1;
+}
+
+}  // namespace tally
