@@ -100,6 +100,12 @@ struct PlatformTable {
     // Family and character set of an installed face; false when there is none of that name.
     bool (*findFontFace)(WideView faceName, u8& family, u8& charSet);
     TrustState (*trustState)();
+
+    // ---- the system: null, or false, when it is not known ------------------------------------
+    // Bytes of physical memory.
+    bool (*globalMemoryStatus)(u64& total, u64& available) = nullptr;
+    bool (*getVersion)(u32& major, u32& minor) = nullptr;
+    bool (*currentDirectory)(WideText& out) = nullptr;
 };
 
 // The platform in force. A test or program sets it before anything else; it is never null.

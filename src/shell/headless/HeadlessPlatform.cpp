@@ -9,6 +9,7 @@
 #include "shell/posix/CodePages.h"
 #include "shell/posix/PosixFiles.h"
 #include "shell/posix/Regions.h"
+#include "shell/posix/SystemFacts.h"
 
 namespace tally {
 namespace {
@@ -110,6 +111,9 @@ void HeadlessMetrics(ScreenMetrics& out) { out = {16, 3, 7, 96, 96, 34, 0}; }
 
 bool HeadlessFontFace(WideView, u8&, u8&) { return false; }
 TrustState HeadlessTrust() { return state.trust; }
+bool HeadlessDirectory(WideText& out) {
+    return state.filesInMemory ? out.Assign(u"/") : PosixCurrentDirectory(out);
+}
 
 const PlatformTable headlessTable = {
     HeadlessReadFile,  HeadlessFileExists,   HeadlessCreateFile,  HeadlessWriteFile,
@@ -117,7 +121,8 @@ const PlatformTable headlessTable = {
     HeadlessGetACP,    HeadlessTextCodePage, IcuIsValidCodePage,  IcuIsLeadByte,
     IcuToWide,         IcuToBytes,           HeadlessLocaleInfo,  HeadlessLocaleTag,
     HeadlessLocalTime, HeadlessClockSeconds, HeadlessMessageBox,  HeadlessMetrics,
-    HeadlessFontFace,  HeadlessTrust,
+    HeadlessFontFace,  HeadlessTrust,        PosixMemoryStatus,   PosixVersion,
+    HeadlessDirectory,
 };
 
 }  // namespace
