@@ -154,6 +154,23 @@ bool IntegerArgument(Value& argument, Value& result, const EvalContext& context,
     return true;
 }
 
+bool PositionArgument(Value& argument, Value& result, const EvalContext& context, i32& out) {
+    double number = 0;
+    if (!NumberArgument(argument, result, context, number)) return false;
+    out = static_cast<i32>(std::fmax(INT32_MIN, std::fmin(INT32_MAX, std::trunc(number))));
+    return true;
+}
+
+bool OptionalPosition(Value& argument, Value& result, const EvalContext& context, i32 missing, i32& out) {
+    out = missing;
+    return IsMissing(argument) || PositionArgument(argument, result, context, out);
+}
+
+bool OptionalBool(Value& argument, Value& result, const EvalContext& context, bool missing, bool& out) {
+    out = missing;
+    return IsMissing(argument) || BoolArgument(argument, result, context, out);
+}
+
 bool OptionalNumber(Value& argument, Value& result, const EvalContext& context, double missing, double& out) {
     out = missing;
     return IsMissing(argument) || NumberArgument(argument, result, context, out);

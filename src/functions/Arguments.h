@@ -16,7 +16,11 @@ bool BoolArgument(Value& argument, Value& result, const EvalContext& context, bo
 bool TextArgument(Value& argument, Value& result, const EvalContext& context, WideView& out);
 // Truncated; out of the range of an i32 it is "#NUM!".
 bool IntegerArgument(Value& argument, Value& result, const EvalContext& context, i32& out);
+// Truncated, and cut to what an i32 holds: for positions, whose range the handler tests itself.
+bool PositionArgument(Value& argument, Value& result, const EvalContext& context, i32& out);
 // `missing` for an argument that is not there.
+bool OptionalPosition(Value& argument, Value& result, const EvalContext& context, i32 missing, i32& out);
+bool OptionalBool(Value& argument, Value& result, const EvalContext& context, bool missing, bool& out);
 bool OptionalNumber(Value& argument, Value& result, const EvalContext& context, double missing, double& out);
 bool OptionalInteger(Value& argument, Value& result, const EvalContext& context, i32 missing, i32& out);
 // Two numbers.

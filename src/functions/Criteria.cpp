@@ -10,8 +10,6 @@ namespace {
 
 constexpr double NEAR = 1e-15;
 
-bool Near(double a, double b) { return std::fabs(a - b) <= std::fmin(std::fabs(a), std::fabs(b)) * NEAR; }
-
 bool EqualCharacters(char16_t a, char16_t b, bool caseSensitive) {
     return a == b || (!caseSensitive && FoldChar(a) == FoldChar(b));
 }
@@ -123,6 +121,8 @@ bool TextCriteria(WideView c, const Value& cell) {
 }
 
 }  // namespace
+
+bool Near(double a, double b) { return std::fabs(a - b) <= std::fmin(std::fabs(a), std::fabs(b)) * NEAR; }
 
 bool WildcardMatch(WideView pattern, WideView text, bool caseSensitive) {
     std::size_t p = 0, t = 0;

@@ -1,0 +1,263 @@
+#include <algorithm>
+
+#include "base/Text.h"
+#include "formula/Evaluator.h"
+#include "formula/Links.h"
+#include "functions/Arguments.h"
+#include "functions/Criteria.h"
+#include "functions/Handlers.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+
+// The lookups read a table where it lies: an array's elements, or the cells of an area. All scan in
+// order; nothing relies on the table being sorted.
+
+namespace tally {
+namespace {
+
+struct Table {
+    const Value* array = nullptr;  // null: the cells of `from`
+    SheetArea from;
+    i32 rows = 0;
+    i32 columns = 0;
+};
+
+// One row or column of a table, by its number.
+struct Line {
+    const Table& table;
+    bool vertical;
+    i32 fixed;
+    i32 Length() const { return vertical ? table.rows : table.columns; }
+};
+
+bool Pass(const VisitedValue&, void*) { return true; }
+
+// Brings an area's cells up to date, where there are formulas at all.
+void CalculateTable(const Value& argument, const EvalContext& context, const SheetArea& from) {
+    const Sheet* sheet = SheetAt(from.book, from.sheet);
+    if (!sheet) return;
+    const auto* first = sheet->cells.formulasInColumn + from.area.firstColumn;
+    const auto* last = sheet->cells.formulasInColumn + from.area.lastColumn + 1;
+    if (std::all_of(first, last, [](u32 count) { return count == 0; })) return;
+    i32 error = -1;
+    IgnoreFailure(VisitValues(argument, context, Pass, nullptr, error));
+}
+
+i32 ReferenceFault(const Value& argument, const EvalContext& context) {
+    if (argument.areas->count != 1) return ERR_NA;
+    ResolvedRef ref;
+    ref.book = context.book;
+    if (!ResolveExternRef(argument.externIndex, ref) || ref.firstSheet < 0) return ERR_REF;
+    return ref.firstSheet == ref.lastSheet ? ERR_REF : ERR_VALUE;
+}
+
+// False with the error in `result`.
+bool OpenTable(const Value& argument, const EvalContext& context, Table& table, Value& result) {
+    if (argument.type == VT_ARRAY) {
+        table.array = &argument;
+        table.rows = static_cast<i32>(ArrayRows(argument));
+        table.columns = argument.columns;
+        return true;
+    }
+    i32 error = ERR_REF;
+    const bool isReference = argument.type == VT_REF || argument.type == VT_AREA;
+    if (!isReference || !ResolveSingleArea(argument, context, table.from, error)) {
+        result = ErrorValue(argument.type == VT_REF ? ReferenceFault(argument, context)
+                            : isReference           ? i32{ERR_REF}
+                                                    : i32{ERR_NA});
+        return false;
+    }
+    table.rows = table.from.area.lastRow - table.from.area.firstRow + 1;
+    table.columns = table.from.area.lastColumn - table.from.area.firstColumn + 1;
+    CalculateTable(argument, context, table.from);
+    return true;
+}
+
+void CopyElement(const Table& table, i32 row, i32 column, Value& result) {
+    if (table.array) {
+        const u32 index = static_cast<u32>(row) * static_cast<u32>(table.columns) + static_cast<u32>(column);
+        return CopyValue(result, table.array->elements[index]);
+    }
+    const RefArea& area = table.from.area;
+    GetCellValue(table.from.book, table.from.sheet, area.firstRow + row, area.firstColumn + column, result);
+}
+
+template <typename Visit>
+void WalkElements(const Line& line, bool backwards, Visit& visit) {
+    const Table& table = line.table;
+    const i32 length = line.Length();
+    for (i32 i = 0; i < length; ++i) {
+        const i32 at = backwards ? length - 1 - i : i;
+        const i32 index = line.vertical ? at * table.columns + line.fixed : line.fixed * table.columns + at;
+        if (!visit(at, table.array->elements[index])) return;
+    }
+}
+
+template <typename Visit>
+void WalkColumn(const CellStore& store, const RefArea& area, i32 column, bool backwards, Visit& visit) {
+    const u32 begin = FindRowSlot(store, area.firstRow);
+    const u32 end = area.lastRow == MAX_ROWS - 1 ? store.rows.Count() : FindRowSlot(store, area.lastRow + 1);
+    for (u32 i = begin; i < end; ++i) {
+        const CellRow& row = store.rows[backwards ? begin + (end - 1 - i) : i];
+        const u32 index = FindInRow(row, column);
+        if (index >= row.count || row.cells[index].column != column) continue;
+        if (!visit(row.row - area.firstRow, row.cells[index].value)) return;
+    }
+}
+
+template <typename Visit>
+void WalkRow(const CellStore& store, const RefArea& area, i32 rowNumber, bool backwards, Visit& visit) {
+    const u32 slot = FindRowSlot(store, rowNumber);
+    if (slot >= store.rows.Count() || store.rows[slot].row != rowNumber) return;
+    const CellRow& row = store.rows[slot];
+    const u32 begin = FindInRow(row, area.firstColumn);
+    const u32 end = area.lastColumn == MAX_COLUMNS - 1 ? row.count : FindInRow(row, area.lastColumn + 1);
+    for (u32 i = begin; i < end; ++i) {
+        const CellRecord& cell = row.cells[backwards ? begin + (end - 1 - i) : i];
+        if (!visit(cell.column - area.firstColumn, cell.value)) return;
+    }
+}
+
+// Calls visit(index from 0, element) along a line; what is empty may be left out. A visit that returns
+// false ends the walk.
+template <typename Visit>
+void WalkLine(const Line& line, bool backwards, Visit visit) {
+    if (line.table.array) return WalkElements(line, backwards, visit);
+    const SheetArea& from = line.table.from;
+    const Sheet* sheet = SheetAt(from.book, from.sheet);
+    if (!sheet) return;
+    if (line.vertical)
+        return WalkColumn(sheet->cells, from.area, from.area.firstColumn + line.fixed, backwards, visit);
+    WalkRow(sheet->cells, from.area, from.area.firstRow + line.fixed, backwards, visit);
+}
+
+// Below zero when the first value is less; both of one type.
+int Order(const Value& a, const Value& b) {
+    if (a.type == VT_NUMBER) return a.number < b.number ? -1 : a.number > b.number;
+    if (a.type == VT_BOOL) return a.boolean - b.boolean;
+    return a.type == VT_STRING ? CompareIgnoringCase(TextOf(a), TextOf(b)) : 0;
+}
+
+bool MatchesExactly(const Value& value, const Value& element) {
+    switch (value.type) {
+        case VT_NUMBER: return Near(value.number, element.number);
+        case VT_STRING: return WildcardMatch(TextOf(value), TextOf(element), false);
+        default: return value.type == VT_BOOL && value.boolean == element.boolean;
+    }
+}
+
+bool MatchesFromAbove(const Value& value, const Value& element) {
+    if (value.type == VT_BOOL) return value.boolean == element.boolean;
+    return (value.type == VT_NUMBER || value.type == VT_STRING) && Order(value, element) >= 0;
+}
+
+constexpr i32 NOT_FOUND = -1;
+
+// The place of the lowest line element that the value reaches, looking from the end; or the first equal one.
+i32 FindInLine(const Line& line, const Value& value, bool approximate) {
+    i32 found = NOT_FOUND;
+    WalkLine(line, approximate, [&](i32 at, const Value& element) {
+        if (element.type != value.type) return true;
+        if (!(approximate ? MatchesFromAbove(value, element) : MatchesExactly(value, element))) return true;
+        found = at;
+        return false;
+    });
+    return found;
+}
+
+// The value that is looked for, as a scalar.
+bool LookupValue(Value& argument, Value& result, const EvalContext& context) {
+    if (argument.type == VT_REF || argument.type == VT_AREA) DerefValue(argument, context);
+    if (argument.type == VT_ARRAY) ArrayValueToScalar(argument, context);
+    if (argument.type != VT_ERROR) return true;
+    result = argument;
+    return false;
+}
+
+void LookUp(Value* arguments, Value& result, const EvalContext& context, bool vertical) {
+    Table table;
+    i32 position = 0;
+    bool approximate = true;
+    if (!LookupValue(arguments[0], result, context) || !OpenTable(arguments[1], context, table, result) ||
+        !PositionArgument(arguments[2], result, context, position)) {
+        return;
+    }
+    if (position < 1 || position > (vertical ? table.columns : table.rows)) {
+        result = ErrorValue(position < 1 ? ERR_VALUE : ERR_REF);
+        return;
+    }
+    if (!OptionalBool(arguments[3], result, context, true, approximate)) return;
+    const i32 found = FindInLine({table, vertical, 0}, arguments[0], approximate);
+    if (found == NOT_FOUND) {
+        result = ErrorValue(ERR_NA);
+    } else if (vertical) {
+        CopyElement(table, found, position - 1, result);
+    } else {
+        CopyElement(table, position - 1, found, result);
+    }
+}
+
+i32 MatchInLine(const Line& line, const Value& value, i32 kind) {
+    i32 best = NOT_FOUND;
+    WalkLine(line, false, [&](i32 at, const Value& element) {
+        if (element.type != value.type) return true;
+        const int order = Order(value, element);
+        const bool plainText = value.type == VT_STRING && kind != 0;
+        if (plainText ? order == 0 : MatchesExactly(value, element)) {
+            best = at;
+            return false;
+        }
+        if (kind == 0) return true;
+        if (kind > 0 ? order <= 0 : order >= 0) return false;
+        best = at;
+        return true;
+    });
+    return best;
+}
+
+bool OneLine(const Table& table) { return table.rows == 1 || table.columns == 1; }
+
+}  // namespace
+
+void CallVlookup(Value* arguments, Value& result, const EvalContext& context) {
+    LookUp(arguments, result, context, true);
+}
+void CallHlookup(Value* arguments, Value& result, const EvalContext& context) {
+    LookUp(arguments, result, context, false);
+}
+
+void CallMatch(Value* arguments, Value& result, const EvalContext& context) {
+    Table table;
+    i32 kind = 1;
+    if (!LookupValue(arguments[0], result, context) || !OpenTable(arguments[1], context, table, result) ||
+        !OptionalPosition(arguments[2], result, context, 1, kind)) {
+        return;
+    }
+    const bool vertical = table.columns == 1;
+    const i32 found = OneLine(table) ? MatchInLine({table, vertical, 0}, arguments[0], kind) : NOT_FOUND;
+    result = found == NOT_FOUND ? ErrorValue(ERR_NA) : NumberValue(found + 1);
+}
+
+void CallLookup(Value* arguments, Value& result, const EvalContext& context) {
+    Table table, results;
+    if (!LookupValue(arguments[0], result, context) || !OpenTable(arguments[1], context, table, result)) return;
+    const bool hasResults = !IsMissing(arguments[2]);
+    if (hasResults && !OpenTable(arguments[2], context, results, result)) return;
+    const bool vertical = table.rows >= table.columns;
+    const i32 found = FindInLine({table, vertical, 0}, arguments[0], true);
+    if (found == NOT_FOUND || (hasResults && !OneLine(results))) {
+        result = ErrorValue(ERR_NA);
+        return;
+    }
+    const Table& from = hasResults ? results : table;
+    const bool alongColumn = hasResults ? from.columns == 1 : vertical;
+    if (found >= (alongColumn ? from.rows : from.columns)) {
+        result = ErrorValue(ERR_REF);
+    } else if (alongColumn) {
+        CopyElement(from, found, from.columns - 1, result);
+    } else {
+        CopyElement(from, from.rows - 1, found, result);
+    }
+}
+
+}  // namespace tally
