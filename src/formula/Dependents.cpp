@@ -277,6 +277,12 @@ void EnterFormula(FormulaCell& formula) {
     if (index && !formula.indexed && !Enter(formula)) DropDependents();
 }
 
+void EnterAlwaysCalculated(FormulaCell& formula) {
+    if (formula.alwaysCalculate) return;
+    formula.alwaysCalculate = true;
+    if (index && formula.indexed && !index->always.Append(&formula)) DropDependents();
+}
+
 void ForgetFormula(FormulaCell& formula) {
     if (!index || !formula.indexed) return;
     formula.indexed = false;

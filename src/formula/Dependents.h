@@ -21,6 +21,8 @@ const Array<FormulaCell*>& AlwaysCalculated();
 const Array<FormulaCell*>& NameUsers();
 // Enters a formula that was stored after the index was built; without an index nothing is done.
 void EnterFormula(FormulaCell& formula);
+// Sets alwaysCalculate of a formula that may have been entered without it.
+void EnterAlwaysCalculated(FormulaCell& formula);
 // Takes a formula out that is about to be released.
 void ForgetFormula(FormulaCell& formula);
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "formula/Dependents.h"
 #include "formula/Evaluator.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
@@ -111,6 +112,13 @@ bool CollectOne(const VisitedValue& visited, void* state) {
 }
 
 }  // namespace
+
+void CalculateAlways(const EvalContext& context) {
+    Sheet* sheet = SheetAt(context.book, context.sheet);
+    if (!sheet || !(sheet->kind & SHEET_WORKSHEET)) return;
+    CellRecord* cell = GetCell(sheet->cells, context.row, context.column);
+    if (cell && cell->formula) EnterAlwaysCalculated(*cell->formula);
+}
 
 bool IsSubtotalCell(i32 book, i32 sheet, i32 row, i32 column) {
     const Sheet* at = SheetAt(book, sheet);

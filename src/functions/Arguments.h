@@ -26,6 +26,9 @@ bool OptionalInteger(Value& argument, Value& result, const EvalContext& context,
 // Two numbers.
 bool TwoNumbers(Value* arguments, Value& result, const EvalContext& context, double& a, double& b);
 
+// The calling cell, when it holds a worksheet's formula, is calculated after every change from now on.
+void CalculateAlways(const EvalContext& context);
+
 enum ValueSource : u8 { SOURCE_CELL, SOURCE_ARRAY, SOURCE_DIRECT };
 
 // Where a visited value stands; sheet and place count only for cells.

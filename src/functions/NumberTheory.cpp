@@ -4,8 +4,6 @@
 #include "functions/Arguments.h"
 #include "functions/Handlers.h"
 #include "functions/Random.h"
-#include "model/BookTable.h"
-#include "model/CellStore.h"
 
 namespace tally {
 namespace {
@@ -64,10 +62,7 @@ void CallRandbetween(Value* arguments, Value& result, const EvalContext& context
         result = ErrorValue(ERR_NUM);
         return;
     }
-    Sheet* sheet = SheetAt(context.book, context.sheet);
-    CellRecord* cell =
-        sheet && (sheet->kind & SHEET_WORKSHEET) ? GetCell(sheet->cells, context.row, context.column) : nullptr;
-    if (cell && cell->formula) cell->formula->alwaysCalculate = true;
+    CalculateAlways(context);
     result = NumberValue(std::floor(NextRandom() * (high - low + 1)) + low);
 }
 
