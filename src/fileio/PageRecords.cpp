@@ -51,42 +51,6 @@ bool ReadFooter(LoadState& load, ByteView body) {
     return ReadPageText(load, body, LoadedSheet(load).page.footer);
 }
 
-bool ReadLeftMargin(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.leftMargin = DoubleAt(body, 0);
-    return true;
-}
-bool ReadRightMargin(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.rightMargin = DoubleAt(body, 0);
-    return true;
-}
-bool ReadTopMargin(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.topMargin = DoubleAt(body, 0);
-    return true;
-}
-bool ReadBottomMargin(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.bottomMargin = DoubleAt(body, 0);
-    return true;
-}
-bool ReadPrintHeaders(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.printHeaders = ByteAt(body, 0);
-    return true;
-}
-bool ReadPrintGridlines(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.printGridlines = ByteAt(body, 0);
-    return true;
-}
-bool ReadGridSet(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.gridSet = ByteAt(body, 0);
-    return true;
-}
-bool ReadCentreHorizontally(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.centreHorizontally = ByteAt(body, 0);
-    return true;
-}
-bool ReadCentreVertically(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.centreVertically = ByteAt(body, 0);
-    return true;
-}
 bool ReadSheetOptions(LoadState& load, ByteView body) {
     LoadedSheet(load).page.fitToPage = ByteAt(body, 1) & 1;
     return true;

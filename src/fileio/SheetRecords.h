@@ -36,15 +36,17 @@ namespace tally {
 // PageRecords.cpp
 [[nodiscard]] bool ReadHeader(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadFooter(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadLeftMargin(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadRightMargin(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadTopMargin(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadBottomMargin(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadPrintHeaders(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadPrintGridlines(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadGridSet(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadCentreHorizontally(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadCentreVertically(LoadState& load, ByteView body);
+// A margin, and a flag of the page, by the field that takes it.
+template <double PageSettings::*field>
+[[nodiscard]] bool ReadMargin(LoadState& load, ByteView body) {
+    LoadedSheet(load).page.*field = DoubleAt(body, 0);
+    return true;
+}
+template <u8 PageSettings::*field>
+[[nodiscard]] bool ReadPageFlag(LoadState& load, ByteView body) {
+    LoadedSheet(load).page.*field = ByteAt(body, 0);
+    return true;
+}
 [[nodiscard]] bool ReadSheetOptions(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadPageSetup(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadPrinter(LoadState& load, ByteView body);
