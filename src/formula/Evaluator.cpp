@@ -22,9 +22,12 @@ constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDI
 
 constexpr u64 MAX_ELEMENTS = 1u << 22;  // of arrays made by one evaluation with all that it calls
 
+constexpr u64 MAX_STEPS = 1u << 26;     // over elements of arrays, each token by itself
+
 struct EngineDepth {
     i32 depth = 0;
     u64 elements = 0;
+    u64 steps = 0;
 };
 EngineDepth engine;
 
@@ -46,7 +49,8 @@ struct Run {
 
 u32 TokenClass(u8 byte) { return byte & 0x60; }
 
-// Numbers that have left the range become errors at once.
+// Numbers that have left the range become errors at once. An array counts with every token that leaves
+// it on top, so that a long row of operators over a large one ends.
 void CheckTop(Run& run) {
     if (!run.stack.Count()) return;
     Value& top = run.stack.Top();
@@ -54,6 +58,8 @@ void CheckTop(Run& run) {
         if (!std::isfinite(top.number)) top = ErrorValue(ERR_NUM);
     } else if (top.type == VT_ARRAY) {
         const u32 count = ArrayElementCount(top);
+        engine.steps += count;
+        if (engine.steps > MAX_STEPS) return SetError(top, ERR_NA);
         for (u32 i = 0; i < count; ++i) {
             Value& element = top.elements[i];
             if (element.type == VT_NUMBER && !std::isfinite(element.number)) element = ErrorValue(ERR_NUM);
@@ -491,7 +497,7 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
         result = ErrorValue(ERR_NUM);
         return true;
     }
-    if (engine.depth++ == 0) engine.elements = 0;
+    if (engine.depth++ == 0) engine.elements = engine.steps = 0;
     QuietMemoryScope quiet;
     // Held as a user of the block: a macro or a link may drop the cell that the tokens stand in.
     FormulaTokens held;

@@ -1,4 +1,4 @@
-#include <random>
+#include <vector>
 
 #include "formula/AreaSums.h"
 #include "formula/Coercion.h"
@@ -147,6 +147,24 @@ TEST_F(EngineEdges, DeepNestingThroughNamesEndsInANumberError) {
     }
     EXPECT_EQ(Shown("A2000"), "#NUM!");
     EXPECT_EQ(Shown("A50"), "50");
+}
+
+// Tens of thousands of operators over a large array, as only a damaged file holds them.
+TEST_F(EngineEdges, AnEndlessRowOfOperatorsOverALargeArrayEnds) {
+    for (const u8 closing : {u8{0x14}, u8{0x15}, u8{0x13}}) {             // percent, parentheses, minus
+        std::vector<u8> bytes = {0x65, 0, 0, 0xFF, 0x3F, 0, 0, 0x7F, 0};  // A1:DX16384 as an array
+        bytes.insert(bytes.end(), 60000, closing);
+        FormulaTokens tokens;
+        ASSERT_TRUE(MakeTokens(tokens, ByteView(bytes.data(), bytes.size()), {}));
+        Value result;
+        ASSERT_TRUE(EvaluateFormula(tokens, result, {CurrentBook(), 0, 0, 0, 0}));
+        EXPECT_EQ(result.type, VT_ERROR);
+        EXPECT_EQ(result.error, ERR_NA);
+        FreeValue(result);
+        FreeTokens(tokens);
+    }
+    // The next evaluation begins anew.
+    EXPECT_EQ(Eval("=SUM(ABS({-1,2}))"), "3");
 }
 
 TEST_F(EngineEdges, ACircleLeavesTheOldValuesWhereItCloses) {
