@@ -201,13 +201,15 @@ i32 MatchInLine(const Line& line, const Value& value, i32 kind) {
     i32 best = NOT_FOUND;
     WalkLine(line, false, [&](i32 at, const Value& element) {
         if (element.type != value.type) return true;
+        if (kind == 0) {
+            if (MatchesExactly(value, element)) best = at;
+            return best == NOT_FOUND;
+        }
         const int order = Order(value, element);
-        const bool plainText = value.type == VT_STRING && kind != 0;
-        if (plainText ? order == 0 : MatchesExactly(value, element)) {
+        if (value.type == VT_NUMBER ? Near(value.number, element.number) : order == 0) {
             best = at;
             return false;
         }
-        if (kind == 0) return true;
         if (kind > 0 ? order <= 0 : order >= 0) return false;
         best = at;
         return true;

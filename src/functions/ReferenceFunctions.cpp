@@ -12,6 +12,10 @@ namespace {
 
 constexpr u16 ID_HYPERLINK = 359;
 
+// Which parts of an address are relative, by its kind from 1.
+constexpr u16 addressKinds[] = {0, AREA_FIRST_COLUMN_RELATIVE | AREA_LAST_COLUMN_RELATIVE,
+                                AREA_FIRST_ROW_RELATIVE | AREA_LAST_ROW_RELATIVE, AREA_ALL_RELATIVE};
+
 bool IsReference(const Value& value) { return value.type == VT_REF || value.type == VT_AREA; }
 i32 AreaCount(const Value& reference) { return reference.type == VT_AREA ? 1 : reference.areas->count; }
 const RefArea& AreaOf(const Value& reference, i32 index) {
@@ -205,9 +209,6 @@ void CallIndirect(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallAddress(Value* arguments, Value& result, const EvalContext& context) {
-    // Which parts are relative, by the kind from 1.
-    static constexpr u16 kinds[] = {0, AREA_FIRST_COLUMN_RELATIVE | AREA_LAST_COLUMN_RELATIVE,
-                                    AREA_FIRST_ROW_RELATIVE | AREA_LAST_ROW_RELATIVE, AREA_ALL_RELATIVE};
     i32 row = 0, column = 0, kind = 0;
     bool useA1 = true;
     WideView sheet;
@@ -225,7 +226,7 @@ void CallAddress(Value* arguments, Value& result, const EvalContext& context) {
     }
     const auto line = static_cast<u16>(row - 1);
     const auto place = static_cast<u8>(column - 1);
-    const u16 flags = static_cast<u16>(kinds[kind - 1] | (useA1 ? AREA_USE_A1 : 0));
+    const u16 flags = static_cast<u16>(addressKinds[kind - 1] | (useA1 ? AREA_USE_A1 : 0));
     WideText text;
     // Relative parts of the R1C1 form show the numbers given: the base is the cell before the first.
     const bool good = (!withSheet || AppendSheetText(text, sheet)) &&

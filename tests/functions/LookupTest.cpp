@@ -1,7 +1,9 @@
+#include "base/Number.h"
 #include "formula/Compiler.h"
+#include "formula/Evaluator.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
-#include "model/CellStore.h"
+#include "model/Tokens.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -15,6 +17,28 @@ class Lookup : public Sandbox {
     };
     static void Check(std::initializer_list<Row> rows) {
         for (const Row& row : rows) EXPECT_EQ(Eval(row.formula), row.expected) << row.formula;
+    }
+    // The numbers of an array formula's result, rows apart by ";".
+    static std::string EvalArray(std::string_view formula) {
+        FormulaPlace place;
+        place.book = CurrentBook();
+        place.sheet = CurrentWorkbook()->currentSheet;
+        place.arrayMode = true;
+        FormulaTokens tokens;
+        if (!CompileFormula(place, Wide(formula), 'A', tokens)) return "fault";
+        const EvalContext context{place.book, place.sheet, 0, 0, 1};
+        Value result;
+        EXPECT_TRUE(EvaluateFormula(tokens, result, context));
+        WideText text;
+        for (u32 i = 0; result.type == VT_ARRAY && i < ArrayElementCount(result); ++i) {
+            const Value& element = result.elements[i];
+            if (i) EXPECT_TRUE(text.Append(i % result.columns ? u',' : u';'));
+            EXPECT_TRUE(element.type == VT_NUMBER ? AppendInteger(text, static_cast<i64>(element.number))
+                                                  : text.Append(u'?'));
+        }
+        FreeValue(result);
+        FreeTokens(tokens);
+        return Narrow(text);
     }
     // Fruits and prices in B1:C5.
     static void FillTable() {
@@ -262,6 +286,26 @@ TEST_F(Lookup, TransposeSwapsTheSides) {
            {"=ROWS(TRANSPOSE({1,2,3;4,5,6}))", "3"},
            {"=COLUMNS(TRANSPOSE({1,2,3;4,5,6}))", "2"},
            {"=TRANSPOSE(5)", "5"}});
+}
+
+TEST_F(Lookup, ArrayFormulasGetWholeLines) {
+    Enter("B1", "1");
+    Enter("C1", "2");
+    Enter("B2", "3");
+    Enter("C2", "4");
+    EXPECT_EQ(EvalArray("=ROW(C5:D8)"), "5;6;7;8");
+    EXPECT_EQ(EvalArray("=COLUMN(C5:E8)"), "3,4,5");
+    EXPECT_EQ(EvalArray("=TRANSPOSE(B1:C2)"), "1,3;2,4");
+    EXPECT_EQ(EvalArray("=MATCH({3,1},B1:B2,0)"), "2,1");
+    EXPECT_EQ(EvalArray("=VLOOKUP({1;3},B1:C2,2,FALSE)"), "2;4");
+    EXPECT_EQ(EvalArray("=N({TRUE,2})"), "1,2");
+}
+
+// The columns hold more cells than an array may: a lookup that copied its table would yield "#N/A".
+TEST_F(Lookup, LongTablesAreReadWhereTheyLie) {
+    for (int i = 0; i < 2000; ++i) Enter("B" + std::to_string(i + 1), std::to_string(i));
+    Enter("C2000", "7");
+    for (int i = 0; i < 1000; ++i) ASSERT_EQ(Eval("=VLOOKUP(1999,B:IV,2,FALSE)"), "7");
 }
 
 TEST_F(Lookup, HyperlinkShowsItsNameAndMarksTheCell) {
