@@ -96,7 +96,11 @@ bool ReadOldArray(OldReader& r, ByteView tokens, FormulaTokens& out) {
     CopyTokens(out, entry.tokens);
     ArrayEntry area;
     area.area = {row, std::max(row, WordAt(record.body, 2)), column, std::max(column, ByteAt(record.body, 5))};
-    if (r.load.arrays.Append(entry) && LoadedSheet(r.load).arrayFormulas.Append(area)) return true;
+    if (!r.load.arrays.Append(entry)) {
+        FreeTokens(entry.tokens);
+    } else if (LoadedSheet(r.load).arrayFormulas.Append(area)) {
+        return true;
+    }
     FreeTokens(out);
     return false;
 }

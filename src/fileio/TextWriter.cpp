@@ -27,7 +27,8 @@ struct TextWriter {
     char16_t separator;
     char16_t listSeparator;
     bool formulas;
-    Array<u8> bytes;  // not yet handed to the file
+    Array<u8> separators;  // of the longest line, in the bytes of the file
+    Array<u8> bytes;       // not yet handed to the file
     WideText shown;
     WideText quoted;
 };
@@ -105,21 +106,11 @@ const CellRecord* CurrentCell(const TextWriter& w, u32 slot, u32 index) {
     return GetCell(SheetAt(w.book, w.sheet)->cells, row, column);
 }
 
+// At most one for each column, all of them at once.
 bool PutSeparators(TextWriter& w, i32 count) {
     if (count <= 0) return true;
-    if (w.asciiKept && w.separator < 128) {
-        const u32 had = w.bytes.Count();
-        if (had + static_cast<u32>(count) > w.bytes.Capacity() &&
-            !w.bytes.Reserve(std::size_t{had} * 2 + static_cast<u32>(count)))
-            return false;
-        if (!w.bytes.ResizeRaw(had + static_cast<u32>(count))) return false;
-        std::memset(w.bytes.Data() + had, static_cast<int>(w.separator), static_cast<std::size_t>(count));
-        return true;
-    }
-    for (i32 i = 0; i < count; ++i) {
-        if (!PutCharacter(w, w.separator)) return false;
-    }
-    return true;
+    const std::size_t bytes = w.separators.Count() / (MAX_COLUMNS - 1);
+    return w.bytes.AppendMany(w.separators.Data(), bytes * static_cast<std::size_t>(count));
 }
 
 // The cells of one slot; `column` is where the line stands afterwards.
@@ -148,6 +139,16 @@ bool PutRows(TextWriter& w, bool padded, i32 lastColumn) {
     return Flush(w);
 }
 
+// Fills w.separators; a page that has no such character leaves it empty.
+bool MakeSeparators(TextWriter& w) {
+    for (i32 i = 0; i < MAX_COLUMNS - 1; ++i) {
+        if (!PutCharacter(w, w.separator)) return false;
+    }
+    const bool done = w.separators.AppendMany(w.bytes.Data(), w.bytes.Count());
+    w.bytes.Truncate(0);
+    return done;
+}
+
 i32 LastCellColumn(const CellStore& store) {
     i32 last = 0;
     for (const CellRow& row : store.rows) last = std::max(last, i32{row.cells[row.count - 1].column});
@@ -169,7 +170,8 @@ bool WriteText(i32 book, OutputHandle file, FileType type) {
     w.listSeparator = Locale().listSeparator;
     w.separator = type == FILE_TXT ? u'\t' : w.listSeparator;
     w.formulas = (sheet->viewFlags & VIEW_FORMULAS) != 0;
-    return w.bytes.Reserve(FLUSH_BYTES * 2) && PutRows(w, type != FILE_TXT, LastCellColumn(sheet->cells));
+    return w.bytes.Reserve(FLUSH_BYTES * 2) && MakeSeparators(w) &&
+           PutRows(w, type != FILE_TXT, LastCellColumn(sheet->cells));
 }
 
 }  // namespace tally
