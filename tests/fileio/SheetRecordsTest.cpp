@@ -339,7 +339,67 @@ TEST_F(WidenedTokens, CutOffTokensEndCleanly) {
     }
 }
 
+// ---- bare files -----------------------------------------------------------------------------------
+
+Bytes BareRecord(u32 id, const Bytes& body) { return Word(id) + Word(static_cast<u32>(body.size())) + body; }
+
+// An array formula over A1:A2 in the oldest form.
+Bytes BareArray() {
+    const auto formula = [](u32 row) {
+        return BareRecord(6, Word(row) + Zeros(5) + DoubleBytes(5) + Bytes{0, 4, 1, 0, 0, 0});
+    };
+    return BareRecord(9, {2, 0, 16, 0}) + formula(0) +
+           BareRecord(33, Word(0) + Word(1) + Bytes{0, 0, 0, 3, 0x1E, 5, 0}) + formula(1);
+}
+
+TEST_F(SheetRecords, ArraysOfTheOldestForm) {
+    ASSERT_TRUE(OpenFileFromMemory(u"old.xls", BareArray(), OPEN_SILENT_LINKS));
+    EXPECT_EQ(FormulaOf("A1"), "=5");
+    EXPECT_EQ(FormulaOf("A2"), "=5");
+    ASSERT_EQ(CurrentSheet()->arrayFormulas.Count(), 1u);
+    EXPECT_EQ(CurrentSheet()->arrayFormulas[0].area, (RefArea{0, 1, 0, 0}));
+}
+
+TEST_F(SheetRecords, BareFilesOfTheFourthForm) {
+    const auto cell = [](u32 row, u32 format) { return Word(row) + Word(0) + Word(format); };
+    const Bytes file = BareRecord(1033, {4, 0, 16, 0}) +
+                       BareRecord(1054, Word(0) + Bytes{7, 'G', 'e', 'n', 'e', 'r', 'a', 'l'}) +
+                       BareRecord(1054, Word(0) + Bytes{4, '0', '.', '0', '0'}) + BareRecord(1091, Zeros(12)) +
+                       BareRecord(1091, Bytes{0, 1} + Zeros(10)) +
+                       BareRecord(515, cell(0, 1) + DoubleBytes(2)) +
+                       BareRecord(516, cell(1, 0) + Word(2) + Bytes{'h', 'i'}) +
+                       BareRecord(1030, cell(2, 1) + DoubleBytes(4) + Word(0) + Word(10) +
+                                            Bytes{0x44, 0, 0xC0, 0, 0x1E, 2, 0, 5, 0x12, 0x15}) +
+                       BareRecord(638, cell(3, 9) + Long((7u << 2) | 2));  // a format beyond the table
+    ASSERT_TRUE(OpenFileFromMemory(u"four.xls", file, OPEN_SILENT_LINKS));
+    EXPECT_EQ(Shown("A1"), "2.00");
+    EXPECT_EQ(Shown("A2"), "hi");
+    EXPECT_EQ(FormulaOf("A3"), "=(+A1*2)");
+    EXPECT_EQ(Shown("A3"), "4.00");
+    EXPECT_EQ(Shown("A4"), "7");
+}
+
 // ---- lack of memory -------------------------------------------------------------------------------
+
+// Opens with the n-th allocation failing, for every n; nothing may be left behind.
+void OpenWithoutMemory(const Bytes& bytes) {
+    ResetBooks();
+    bool done = false;
+    for (u64 n = 1; !done; ++n) {
+        ASSERT_LT(n, 2000u);
+        test::FailingAllocator allocator(n);
+        {
+            QuietMemoryScope quiet;
+            IgnoreFailure(OpenFileFromMemory(u"m.xls", bytes, OPEN_SILENT_LINKS));
+            ResetBooks();
+            Headless().boxes.Clear();
+        }
+        EXPECT_EQ(allocator.LiveBlocks(), 0u) << n;
+        done = !allocator.HasFailed();
+    }
+}
+
+TEST_F(SheetRecords, NoAllocationFailureBreaksABareFile) { OpenWithoutMemory(BareArray()); }
 
 TEST_F(SheetRecords, NoAllocationFailureBreaksTheRules) {
     const Bytes absent = Word(1) + Bytes{0, 0};
@@ -355,20 +415,7 @@ TEST_F(SheetRecords, NoAllocationFailureBreaksTheRules) {
             .Raw(77, Zeros(40));
         b.Formula(0, 0, {1, 0, 0, 0, 0}, 1).Raw(545, Zeros(12) + Word(3) + Bytes{0x1E, 5, 0});
     });
-    ResetBooks();
-    bool done = false;
-    for (u64 n = 1; !done; ++n) {
-        ASSERT_LT(n, 2000u);
-        test::FailingAllocator allocator(n);
-        {
-            QuietMemoryScope quiet;
-            IgnoreFailure(OpenFileFromMemory(u"m.xls", bytes, OPEN_SILENT_LINKS));
-            ResetBooks();
-            Headless().boxes.Clear();
-        }
-        EXPECT_EQ(allocator.LiveBlocks(), 0u) << n;
-        done = !allocator.HasFailed();
-    }
+    OpenWithoutMemory(bytes);
 }
 
 }  // namespace
