@@ -88,8 +88,10 @@ u32 LowerBound(const Array<Record>& list, Key Record::*key, i32 wanted) {
 
 template <typename Record, typename Key>
 bool PutSorted(Array<Record>& list, Key Record::*key, const Record& record) {
+    // Files list them in ascending order.
+    if (list.IsEmpty() || list.Last().*key < record.*key) return list.Append(record);
     const u32 at = LowerBound(list, key, record.*key);
-    if (at < list.Count() && list[at].*key == record.*key) {
+    if (list[at].*key == record.*key) {
         list[at] = record;
         return true;
     }
