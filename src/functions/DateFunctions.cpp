@@ -322,18 +322,15 @@ void CallWorkday(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallWeeknum(Value* arguments, Value& result, const EvalContext& context) {
-    i32 serial = 0, type = 0;
+    i32 serial = 0;
+    double type = 0;
     if (!DateArgument(arguments[0], result, context, serial) ||
-        !OptionalInteger(arguments[1], result, context, 1, type)) {
-        return;
-    }
-    if (type != 1 && type != 2) {
-        result = ErrorValue(ERR_NUM);
+        !OptionalNumber(arguments[1], result, context, 1, type)) {
         return;
     }
     const i32 newYear = DateToSerial(PartsOf(serial).year, 1, 1);
     // Days of the first week before 1 January.
-    const i64 before = type == 2 ? WeekdayOf(newYear) : (WeekdayOf(newYear) + 1) % 7;
+    const i64 before = std::trunc(type) == 2 ? WeekdayOf(newYear) : (WeekdayOf(newYear) + 1) % 7;
     result = NumberValue(static_cast<double>((i64{serial} - newYear + before) / 7 + 1));
 }
 

@@ -104,7 +104,8 @@ TEST_F(DateFunctions, Weekdays) {
            {"=WEEKNUM(DATE(2008,1,7),2)", "2"},
            {"=WEEKNUM(DATE(2008,12,31))", "53"},
            {"=WEEKNUM(DATE(2000,12,31))", "54"},
-           {"=WEEKNUM(DATE(2008,1,1),3)", "#NUM!"}});
+           {"=WEEKNUM(DATE(2008,1,6),2.9)", "1"},
+           {"=WEEKNUM(DATE(2008,1,6),-1)", "2"}});
 }
 
 TEST_F(DateFunctions, MonthsOfThirtyDays) {

@@ -1,7 +1,10 @@
 #include <chrono>
 #include <string>
+#include <vector>
 
+#include "functions/Handlers.h"
 #include "functions/TextSearch.h"
+#include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -177,6 +180,58 @@ TEST_F(TextFunctions, TextsBeyondTheBoundAreNotAvailable) {
     for (int i = 1; i < 2; ++i) sum += "+LEN(REPT(\"x\",16000000))";
     EXPECT_EQ(Eval(sum), "32000000");
     EXPECT_EQ(Eval(sum + "+LEN(REPT(\"x\",16000000))"), "#N/A");
+}
+
+TEST_F(TextFunctions, WithoutMemoryTheResultIsNotAvailable) {
+    struct Call {
+        const char* name;
+        FunctionHandler handler;
+        std::vector<std::u16string> texts;
+        std::vector<double> numbers;  // behind the texts
+    };
+    const std::u16string lengthy(40, u'a');
+    const Call calls[] = {
+        {"CHAR", CallChar, {}, {65}},
+        {"CONCATENATE", CallConcatenate, {u"ab", u"cd"}, {12}},
+        {"UPPER", CallUpper, {u"ab"}, {}},
+        {"LEFT", CallLeft, {u"abc"}, {2}},
+        {"MID", CallMid, {u"abc"}, {2, 1}},
+        {"REPT", CallRept, {u"abc"}, {5}},
+        {"TRIM", CallTrim, {u" a  b "}, {}},
+        {"FIND", CallFind, {lengthy, u"b" + lengthy}, {}},
+        {"SEARCH", CallSearch, {u"a?", u"baa"}, {}},
+        {"SUBSTITUTE", CallSubstitute, {u"b" + lengthy, lengthy, u"cd"}, {}},
+        {"SUBSTITUTE 2", CallSubstitute, {u"abab", u"a", u"cd"}, {2}},
+        {"REPLACE", CallReplace, {u"abc"}, {2, 1}},
+        {"FIXED", CallFixed, {}, {1234.5, 30}},
+        {"DOLLAR", CallDollar, {}, {-1234.5, 30}},
+    };
+    for (const Call& call : calls) {
+        u64 failures = 0;
+        for (u64 n = 1; n < 100; ++n) {
+            test::FailingAllocator memory;
+            Value arguments[MAX_ARGUMENTS];
+            int count = 0;
+            for (const auto& one : call.texts) arguments[count++] = TextValue(one);
+            for (const double number : call.numbers) arguments[count++] = NumberValue(number);
+            memory.FailAt(n);
+            Value result;
+            call.handler(arguments, result, {});
+            memory.StopFailing();
+            const bool failed = memory.HasFailed();
+            if (failed) {
+                ++failures;
+                EXPECT_TRUE(result.type == VT_ERROR && result.error == ERR_NA) << call.name << " " << n;
+            } else {
+                EXPECT_NE(result.type, VT_ERROR) << call.name;
+            }
+            FreeValue(result);
+            for (Value& argument : arguments) ClearValue(argument);
+            EXPECT_EQ(memory.LiveBlocks(), 0u) << call.name << " " << n;
+            if (!failed) break;
+        }
+        EXPECT_GT(failures, 0u) << call.name;
+    }
 }
 
 TEST_F(TextFunctions, SearchesEndOnLongTexts) {
