@@ -111,13 +111,22 @@ void CountLines(const Value& argument, Value& result, bool rows) {
     RefArea area;
     if (argument.type == VT_ARRAY) {
         result = NumberValue(rows ? ArrayRows(argument) : argument.columns);
+    } else if (argument.type == VT_NUMBER || argument.type == VT_STRING || argument.type == VT_BOOL) {
+        result = NumberValue(1);
     } else if (OnlyArea(argument, area, result)) {
         result = NumberValue(rows ? RowCount(area) : ColumnCount(area));
     }
 }
 
+// "[Book]Sheet" is quoted when either of the two needs it, as in a formula.
+bool SheetTextNeedsQuotes(WideView sheet) {
+    const std::size_t close = sheet.find(u']');
+    if (sheet.empty() || sheet[0] != u'[' || close == WideView::npos) return NeedsQuotes(sheet);
+    return NeedsQuotes(sheet.substr(1, close - 1)) || NeedsQuotes(sheet.substr(close + 1));
+}
+
 [[nodiscard]] bool AppendSheetText(WideText& out, WideView sheet) {
-    const bool quoted = NeedsQuotes(sheet);
+    const bool quoted = SheetTextNeedsQuotes(sheet);
     if (quoted && !out.Append(u'\'')) return false;
     for (char16_t c : sheet) {
         if (c == u'\'' && !out.Append(c)) return false;
