@@ -71,6 +71,16 @@ TEST_F(EngineEdges, ChooseBeyondItsChoicesIsAValueError) {
     EXPECT_EQ(Eval("=CHOOSE(2,1,2)+10"), "12");
 }
 
+TEST_F(EngineEdges, AnIndirectReferenceFollowsTheChangedCell) {
+    Enter("A1", "1");
+    Enter("B1", "=INDIRECT(\"A1\")*10");
+    Enter("C1", "=B1+1");
+    EXPECT_EQ(Shown("C1"), "11");
+    Enter("A1", "2");
+    EXPECT_EQ(Shown("B1"), "20");
+    EXPECT_EQ(Shown("C1"), "21");
+}
+
 TEST_F(EngineEdges, ASumReachedThroughANameSeesItsStaleCells) {
     DefineName("cells", "=Sheet1!$B$1:$B$100");
     Enter("A1", "1");
