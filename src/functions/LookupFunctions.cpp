@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "base/Text.h"
 #include "formula/Evaluator.h"
 #include "formula/Links.h"
@@ -30,15 +28,37 @@ struct Line {
     i32 Length() const { return vertical ? table.rows : table.columns; }
 };
 
+// Calls visit(row number, cell) for the stored cells of a column within an area's rows.
+template <typename Visit>
+void WalkColumn(const CellStore& store, const RefArea& area, i32 column, bool backwards, Visit visit) {
+    const u32 begin = FindRowSlot(store, area.firstRow);
+    const u32 end = area.lastRow == MAX_ROWS - 1 ? store.rows.Count() : FindRowSlot(store, area.lastRow + 1);
+    for (u32 i = begin; i < end; ++i) {
+        const CellRow& row = store.rows[backwards ? begin + (end - 1 - i) : i];
+        const u32 index = FindInRow(row, column);
+        if (index >= row.count || row.cells[index].column != column) continue;
+        if (!visit(row.row, row.cells[index])) return;
+    }
+}
+
+bool HasStaleCells(const CellStore& store, const RefArea& area) {
+    bool found = false;
+    for (i32 column = area.firstColumn; column <= area.lastColumn && !found; ++column) {
+        if (!store.formulasInColumn[column]) continue;
+        WalkColumn(store, area, column, false, [&](i32, const CellRecord& cell) {
+            found = cell.calcState < CALC_CURRENT;
+            return !found;
+        });
+    }
+    return found;
+}
+
 bool Pass(const VisitedValue&, void*) { return true; }
 
-// Brings an area's cells up to date, where there are formulas at all.
+// Brings an area's cells up to date.
 void CalculateTable(const Value& argument, const EvalContext& context, const SheetArea& from) {
     const Sheet* sheet = SheetAt(from.book, from.sheet);
-    if (!sheet) return;
-    const auto* first = sheet->cells.formulasInColumn + from.area.firstColumn;
-    const auto* last = sheet->cells.formulasInColumn + from.area.lastColumn + 1;
-    if (std::all_of(first, last, [](u32 count) { return count == 0; })) return;
+    if (!sheet || !HasStaleCells(sheet->cells, from.area)) return;
     i32 error = -1;
     IgnoreFailure(VisitValues(argument, context, Pass, nullptr, error));
 }
@@ -94,18 +114,6 @@ void WalkElements(const Line& line, bool backwards, Visit& visit) {
 }
 
 template <typename Visit>
-void WalkColumn(const CellStore& store, const RefArea& area, i32 column, bool backwards, Visit& visit) {
-    const u32 begin = FindRowSlot(store, area.firstRow);
-    const u32 end = area.lastRow == MAX_ROWS - 1 ? store.rows.Count() : FindRowSlot(store, area.lastRow + 1);
-    for (u32 i = begin; i < end; ++i) {
-        const CellRow& row = store.rows[backwards ? begin + (end - 1 - i) : i];
-        const u32 index = FindInRow(row, column);
-        if (index >= row.count || row.cells[index].column != column) continue;
-        if (!visit(row.row - area.firstRow, row.cells[index].value)) return;
-    }
-}
-
-template <typename Visit>
 void WalkRow(const CellStore& store, const RefArea& area, i32 rowNumber, bool backwards, Visit& visit) {
     const u32 slot = FindRowSlot(store, rowNumber);
     if (slot >= store.rows.Count() || store.rows[slot].row != rowNumber) return;
@@ -126,8 +134,11 @@ void WalkLine(const Line& line, bool backwards, Visit visit) {
     const SheetArea& from = line.table.from;
     const Sheet* sheet = SheetAt(from.book, from.sheet);
     if (!sheet) return;
-    if (line.vertical)
-        return WalkColumn(sheet->cells, from.area, from.area.firstColumn + line.fixed, backwards, visit);
+    if (line.vertical) {
+        return WalkColumn(
+            sheet->cells, from.area, from.area.firstColumn + line.fixed, backwards,
+            [&](i32 row, const CellRecord& cell) { return visit(row - from.area.firstRow, cell.value); });
+    }
     WalkRow(sheet->cells, from.area, from.area.firstRow + line.fixed, backwards, visit);
 }
 
