@@ -136,5 +136,103 @@ TEST_F(Statistics, FrequenciesAreAColumnWithOneRowMoreThanBins) {
            {"=SUM(FREQUENCY({1},{1,#N/A}))", "#N/A"}});
 }
 
+TEST_F(Statistics, NormalFamily) {
+    Check({{"=ROUND(NORMSDIST(1.333333),8)", "0.90878873"},
+           {"=NORMSDIST(0)", "0.5"},
+           {"=NORMSDIST(50)", "1"},
+           {"=NORMSDIST(-50)", "0"},
+           {"=NORMDIST(42,40,1.5,TRUE)", "0.908788780274132"},
+           {"=NORMDIST(42,40,1.5,FALSE)", "0.109340049783996"},
+           {"=NORMDIST(42,40,0,TRUE)", "#NUM!"},
+           {"=NORMSINV(0.908788780274132)", "1.33333333333333"},
+           {"=NORMSINV(0)", "#NUM!"},
+           {"=NORMSINV(1.1)", "#NUM!"},
+           {"=NORMSINV(0.5)", "0"},
+           {"=ROUND(NORMINV(0.908789,40,1.5),4)", "42"},
+           {"=NORMINV(0.5,40,0)", "#NUM!"},
+           {"=NORMINV(-0.5,40,1)", "#NUM!"},
+           {"=ROUND(LOGNORMDIST(4,3.5,1.2),9)", "0.039083556"},
+           {"=LOGNORMDIST(0,3.5,1.2)", "#NUM!"},
+           {"=ROUND(LOGINV(0.039084,3.5,1.2),4)", "4"},
+           {"=LOGINV(0,3.5,1.2)", "#NUM!"},
+           {"=LOGINV(1,3.5,1.2)", "#NUM!"},
+           {"=ROUND(STANDARDIZE(42,40,1.5),9)", "1.333333333"},
+           {"=STANDARDIZE(42,40,0)", "#NUM!"},
+           {"=ROUND(CONFIDENCE(0.05,2.5,50),6)", "0.692952"},
+           {"=CONFIDENCE(0,2.5,50)", "#NUM!"},
+           {"=CONFIDENCE(0.05,2.5,0.9)", "#NUM!"},
+           {"=ROUND(FISHER(0.75),9)", "0.972955075"},
+           {"=FISHER(1)", "#NUM!"},
+           {"=FISHER(-1)", "#NUM!"},
+           {"=ROUND(FISHERINV(0.972955),6)", "0.75"}});
+}
+
+TEST_F(Statistics, GammaAndBetaFamilies) {
+    Check({{"=ROUND(GAMMALN(4),9)", "1.791759469"},
+           {"=GAMMALN(1)", "0"},
+           {"=GAMMALN(0)", "#NUM!"},
+           {"=ROUND(GAMMADIST(10,9,2,FALSE),9)", "0.03263902"},
+           {"=ROUND(GAMMADIST(10,9,2,TRUE),9)", "0.068093635"},
+           {"=GAMMADIST(0,1,1,FALSE)", "0"},
+           {"=GAMMADIST(1,171,1,FALSE)", "#NUM!"},
+           {"=GAMMADIST(171,171,1,TRUE)>0.5", "TRUE"},
+           {"=GAMMADIST(-1,1,1,TRUE)", "#NUM!"},
+           {"=GAMMADIST(1,0,1,TRUE)", "#NUM!"},
+           {"=GAMMADIST(1,1,0,TRUE)", "#NUM!"},
+           {"=ROUND(GAMMAINV(0.068094,9,2),2)", "10"},
+           {"=GAMMAINV(1.1,9,2)", "#NUM!"},
+           {"=GAMMAINV(0.5,0,2)", "#NUM!"},
+           {"=ROUND(CHIDIST(18.307,10),8)", "0.05000059"},
+           {"=CHIDIST(1,0.9)", "#NUM!"},
+           {"=CHIDIST(-1,2)", "#NUM!"},
+           {"=CHIDIST(2,2.9)=CHIDIST(2,2)", "TRUE"},
+           {"=ROUND(CHIINV(0.05,10),6)", "18.307038"},
+           {"=CHIINV(1,10)", "0"},
+           {"=CHIINV(1.1,10)", "#NUM!"},
+           {"=CHIINV(0.5,0)", "#NUM!"},
+           {"=CHIINV(0.5,100000000000)", "#NUM!"},
+           {"=ROUND(BETADIST(2,8,10,1,3),9)", "0.685470581"},
+           {"=BETADIST(0,8,10)", "0"},
+           {"=BETADIST(1,8,10)", "1"},
+           {"=BETADIST(2,8,10)", "#NUM!"},
+           {"=BETADIST(1,8,10,1,1)", "#NUM!"},
+           {"=BETADIST(0.5,0,10)", "#NUM!"},
+           {"=ROUND(BETAINV(0.685470581,8,10,1,3),6)", "2"},
+           {"=BETAINV(-0.1,8,10)", "#NUM!"},
+           {"=ROUND(WEIBULL(105,20,100,TRUE),9)", "0.92958139"},
+           {"=ROUND(WEIBULL(105,20,100,FALSE),9)", "0.035588864"},
+           {"=WEIBULL(-1,20,100,TRUE)", "#NUM!"},
+           {"=ROUND(EXPONDIST(0.2,10,TRUE),9)", "0.864664717"},
+           {"=ROUND(EXPONDIST(0.2,10,FALSE),8)", "1.35335283"},
+           {"=EXPONDIST(1,0,TRUE)", "#NUM!"}});
+}
+
+TEST_F(Statistics, StudentAndFisherFamilies) {
+    Check({{"=ROUND(TDIST(1.959999998,60,2),9)", "0.05464493"},
+           {"=ROUND(TDIST(1.959999998,60,1),9)", "0.027322465"},
+           {"=TDIST(0,5.9,2)", "1"},
+           {"=TDIST(-1,5,2)", "#NUM!"},
+           {"=TDIST(1,0.9,2)", "#NUM!"},
+           {"=TDIST(1,5,3)", "#NUM!"},
+           {"=ROUND(FDIST(15.20686486,6,4),8)", "0.01"},
+           {"=FDIST(-1,6,4)", "#NUM!"},
+           {"=FDIST(1,0,4)", "#NUM!"},
+           {"=FDIST(0,6,4)", "1"},
+           {"=TINV(2,10)", "#NUM!"},
+           {"=TINV(0.5,100000000000)", "#NUM!"},
+           {"=FINV(-1,1,1)", "#NUM!"},
+           {"=TINV(0.05,0)", "#NUM!"}});
+}
+
+TEST_F(Statistics, InversesStopCloseToTheirTarget) {
+    Check({{"=ABS(TDIST(TINV(0.05,10),10,2)-0.05)<0.0000003", "TRUE"},
+           {"=TINV(0.05,10)=2.22813885198627", "FALSE"},
+           {"=ABS(TINV(0.05,10)-2.22813885198627)<0.00001", "TRUE"},
+           {"=ABS(FDIST(FINV(0.3,6,4),6,4)-0.3)<0.0000003", "TRUE"},
+           {"=ABS(GAMMADIST(GAMMAINV(0.9,9,2),9,2,TRUE)-0.9)<0.0000003", "TRUE"},
+           // The first step leads below zero, where nothing points the way back.
+           {"=GAMMAINV(0.5,3,1)", "#N/A"}});
+}
+
 }  // namespace
 }  // namespace tally
