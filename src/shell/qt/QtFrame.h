@@ -1,0 +1,87 @@
+#pragma once
+// The frame's widgets and how their events become messages.
+
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QTimer>
+#include <QWidget>
+
+#include "shell/qt/QtDesktop.h"
+
+namespace tally {
+
+constexpr i32 TIMER_COUNT = 8;  // numbered from 1
+
+// Hands every event of what it is installed on to a routine, which tells whether the event ends there.
+class EventTap : public QObject {
+  public:
+    using Handler = bool (*)(QEvent* event);
+    explicit EventTap(Handler handler) : handler_(handler) {}
+    bool eventFilter(QObject*, QEvent* event) override { return handler_(event); }
+
+  private:
+    Handler handler_;
+};
+
+struct Frame {
+    explicit Frame(const FrameCalls& frameCalls);
+
+    FrameCalls calls;
+    EventTap windowTap, clientTap, entryTap, entryClickTap;
+    QWidget window;
+    QMenuBar menuBar{&window};
+    QWidget client{&window};
+    QPlainTextEdit entry{&client};
+    QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
+    QTimer timers[TIMER_COUNT];
+    bool composing = false;  // an input method has an unfinished text
+};
+
+// Null before OpenFrame.
+Frame* FrameInUse();
+bool Send(const ShellMessage& message);
+// The parent of dialogs: the frame, when there is one.
+QWidget* DialogParent();
+
+// ---- events ------------------------------------------------------------------------------------------
+bool HandleWindowEvent(QEvent* event);
+bool HandleClientEvent(QEvent* event);
+bool HandleEntryEvent(QEvent* event);
+bool HandleEntryClick(QEvent* event);
+void ConnectScrollBar(QScrollBar& bar, u32 message);
+void PlaceChildren();
+
+// ---- keys --------------------------------------------------------------------------------------------
+// The KeyCode of a key of the toolkit; 0 when it has none. The digits of the number pad are told apart.
+u32 KeyCodeOf(int key, Qt::KeyboardModifiers modifiers);
+u32 ModifiersOf(Qt::KeyboardModifiers modifiers);
+// The text that a key types, as characters arrive: nothing while Ctrl or Alt is held.
+QString TypedText(int key, Qt::KeyboardModifiers modifiers, const QString& text);
+
+// ---- menus -------------------------------------------------------------------------------------------
+// Fills the menu bar anew; its popups fill themselves when they open.
+void FillMenuBar();
+i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y);
+
+// ---- rows of the tables --------------------------------------------------------------------------------
+i32 QtMessageBox(WideView text, WideView title, u32 flags);
+bool QtOpenFileDialog(std::span<const FileFilter> filters, WideText& path);
+bool QtSaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path);
+bool QtReadSetting(WideView section, WideView key, WideText& out);
+bool QtWriteSetting(WideView section, WideView key, WideView value);
+void CloseSettings();
+bool QtOpenExternally(WideView path);
+
+void QtPlaceEntryLine(const PixelRect& place, bool shown);
+bool QtEntryText(WideText& out);
+void QtSetEntryText(WideView text);
+void QtEntrySelection(i32& start, i32& end);
+void QtSelectEntry(i32 start, i32 end);
+void QtReplaceEntrySelection(WideView text);
+void QtFocusEntryLine();
+void QtEntryAction(EntryEditAction action);
+bool QtEntryCanUndo();
+
+}  // namespace tally

@@ -1,0 +1,77 @@
+// The rows of PlatformTable: files, code pages and regions are those of the system, the rest the toolkit's.
+
+#include <QDateTime>
+
+#include "base/Text.h"
+#include "shell/posix/CodePages.h"
+#include "shell/posix/PosixFiles.h"
+#include "shell/posix/Regions.h"
+#include "shell/qt/QtFonts.h"
+#include "shell/qt/QtFrame.h"
+
+namespace tally {
+namespace {
+
+constexpr u32 UTF8_CODE_PAGE = 65001;
+
+struct RegionState {
+    char tag[36] = "";  // empty before the first question
+};
+RegionState region;
+
+// The user's region, read once.
+const Region& UserRegion() {
+    if (!region.tag[0]) {
+        RegionTagFromEnvironment(region.tag);
+        SetCollationLocale(FindRegion(region.tag, nullptr).tag);
+    }
+    return FindRegion(region.tag, nullptr);
+}
+
+u32 QtGetACP() { return UserRegion().ansiCodePage; }
+u32 QtTextCodePage() { return UTF8_CODE_PAGE; }
+bool QtLocaleInfo(i32 item, WideText& out) { return RegionItem(UserRegion(), item, out); }
+const char* QtLocaleTag() { return UserRegion().tag; }
+
+void QtLocalTime(SystemTime& out) {
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDate date = now.date();
+    const QTime time = now.time();
+    out = {static_cast<u16>(date.year()), static_cast<u16>(date.month()),  static_cast<u16>(date.day()),
+           static_cast<u16>(time.hour()), static_cast<u16>(time.minute()), static_cast<u16>(time.second()),
+           static_cast<u16>(time.msec())};
+}
+
+u32 QtClockSeconds() { return static_cast<u32>(QDateTime::currentSecsSinceEpoch()); }
+TrustState QtTrust() { return TRUST_ASK; }
+
+const PlatformTable platformTable = {
+    .readFile = PosixReadFile,
+    .fileExists = PosixFileExists,
+    .createFile = PosixCreateFile,
+    .writeFile = PosixWriteFile,
+    .patchFile = PosixPatchFile,
+    .closeFile = PosixCloseFile,
+    .abandonFile = PosixAbandonFile,
+    .programDirectory = PosixProgramDirectory,
+    .getACP = QtGetACP,
+    .getTextCodePage = QtTextCodePage,
+    .isValidCodePage = IcuIsValidCodePage,
+    .isDBCSLeadByteEx = IcuIsLeadByte,
+    .multiByteToWideChar = IcuToWide,
+    .wideCharToMultiByte = IcuToBytes,
+    .getLocaleInfo = QtLocaleInfo,
+    .localeTag = QtLocaleTag,
+    .getLocalTime = QtLocalTime,
+    .clockSeconds = QtClockSeconds,
+    .messageBox = QtMessageBox,
+    .getScreenMetrics = QtScreenMetrics,
+    .findFontFace = QtFindFontFace,
+    .trustState = QtTrust,
+};
+
+}  // namespace
+
+const PlatformTable& QtPlatform() { return platformTable; }
+
+}  // namespace tally

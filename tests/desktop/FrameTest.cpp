@@ -1,0 +1,411 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <string>
+#include <vector>
+
+#include "shell/qt/QtFrame.h"
+#include "support/Sandbox.h"
+
+namespace tally {
+namespace {
+
+struct Heard {
+    std::vector<ShellMessage> messages;
+    std::vector<u32> entryCharacters, entryKeys;
+    u32 accelerator = 0;  // the key that is taken
+    bool swallowCharacters = false;
+    bool clicksPass = true;
+    bool quitOnClose = true;
+};
+Heard heard;
+
+bool HearMessage(const ShellMessage& message) {
+    heard.messages.push_back(message);
+    if (message.message == WM_PAINT) QtDrawing().fillRect(message.target, message.paint, 0x00FF00);
+    if (message.message == WM_CLOSE && heard.quitOnClose) QtShellPlatform().quit();
+    return true;
+}
+bool TakeAccelerator(u32 key, u32) { return key == heard.accelerator; }
+bool HearEntryKey(u32 key, u32) {
+    heard.entryKeys.push_back(key);
+    return false;
+}
+bool HearEntryCharacter(u32 character, u32) {
+    heard.entryCharacters.push_back(character);
+    return heard.swallowCharacters;
+}
+bool HearEntryClick() { return heard.clicksPass; }
+
+bool AddItem(Array<MenuItem>& items, WideView text, i32 command, MenuId popup, bool enabled = true,
+             bool checked = false) {
+    MenuItem item;
+    item.command = command;
+    item.popup = popup;
+    item.enabled = enabled;
+    item.checked = checked;
+    return item.text.Assign(text) && items.Append(std::move(item));
+}
+bool GiveItems(MenuId menu, Array<MenuItem>& items) {
+    switch (menu) {
+        case MENU_BAR:
+            return AddItem(items, u"文件(&F)", 0, MENU_FILE) && AddItem(items, u"编辑(&E)", 0, MENU_EDIT);
+        case MENU_FILE:
+            return AddItem(items, u"新建(&N)\tCtrl+N", 110, MENU_NONE) && AddItem(items, u"", 0, MENU_NONE) &&
+                   AddItem(items, u"最近的(&R)", 0, MENU_RECENT) &&
+                   AddItem(items, u"关闭(&C)", 112, MENU_NONE, false, true);
+        case MENU_RECENT: return AddItem(items, u"a.xls", 118, MENU_NONE);
+        default: return true;
+    }
+}
+
+class FrameTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        heard = Heard();
+        OpenFrame({HearMessage, TakeAccelerator, HearEntryKey, HearEntryCharacter, HearEntryClick, GiveItems});
+        ShowFrame();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));
+        Settle();
+        heard.messages.clear();
+    }
+    static void Settle() {
+        for (int i = 0; i < 5; ++i) QApplication::processEvents();
+    }
+    static std::vector<ShellMessage> Of(u32 number) {
+        std::vector<ShellMessage> found;
+        for (const ShellMessage& message : heard.messages) {
+            if (message.message == number) found.push_back(message);
+        }
+        return found;
+    }
+    static std::string EntryText() {
+        WideText text;
+        EXPECT_TRUE(QtShellPlatform().entryText(text));
+        return Narrow(text);
+    }
+
+    const ShellPlatformTable& shell = QtShellPlatform();
+};
+
+TEST(FrameLife, OpensPaintsOnceAndCloses) {
+    heard = Heard();
+    OpenFrame({HearMessage, TakeAccelerator, HearEntryKey, HearEntryCharacter, HearEntryClick, GiveItems});
+    ShowFrame();
+    QTimer::singleShot(50, [] { FrameInUse()->window.close(); });
+    EXPECT_EQ(RunMessageLoop(), 0);
+    int paints = 0, closes = 0;
+    for (const ShellMessage& message : heard.messages) {
+        paints += message.message == WM_PAINT;
+        closes += message.message == WM_CLOSE;
+    }
+    EXPECT_EQ(paints, 1);
+    EXPECT_EQ(closes, 1);
+}
+
+TEST_F(FrameTest, TheFrameStaysWhenTheShellDoesNotQuit) {
+    heard.quitOnClose = false;
+    FrameInUse()->window.close();
+    EXPECT_EQ(Of(WM_CLOSE).size(), 1u);
+    EXPECT_TRUE(FrameInUse()->window.isVisible());
+}
+
+TEST_F(FrameTest, ManyInvalidationsArePaintedOnce) {
+    shell.invalidate({10, 10, 20, 20});
+    shell.invalidate({40, 15, 50, 30});
+    shell.invalidate({60, 60, 60, 90});
+    Settle();
+    const auto paints = Of(WM_PAINT);
+    ASSERT_EQ(paints.size(), 1u);
+    EXPECT_TRUE(paints[0].paint == (PixelRect{10, 10, 50, 30}));
+}
+
+TEST_F(FrameTest, WhatIsPaintedIsShown) {
+    const QImage shown = FrameInUse()->client.grab().toImage();
+    EXPECT_EQ(shown.pixelColor(100, 100), QColor(0, 255, 0));
+    i32 width = 0, height = 0;
+    shell.clientSize(width, height);
+    EXPECT_EQ(shown.width(), width);
+    EXPECT_EQ(shown.height(), height);
+    EXPECT_LT(height, FrameInUse()->window.height());  // the menu bar lies above
+}
+
+TEST_F(FrameTest, KeysComeAsKeysAndCharacters) {
+    QTest::keyClick(&FrameInUse()->client, Qt::Key_A, Qt::ShiftModifier);
+    ASSERT_EQ(Of(WM_KEYDOWN).size(), 1u);
+    EXPECT_EQ(Of(WM_KEYDOWN)[0].key, u32{'A'});
+    EXPECT_EQ(Of(WM_KEYDOWN)[0].modifiers, u32{KEY_SHIFT});
+    ASSERT_EQ(Of(WM_CHAR).size(), 1u);
+    EXPECT_EQ(Of(WM_CHAR)[0].key, u32{'A'});
+}
+
+TEST_F(FrameTest, CtrlTypesNothing) {
+    QTest::keyClick(&FrameInUse()->client, Qt::Key_Semicolon, Qt::ControlModifier);
+    ASSERT_EQ(Of(WM_KEYDOWN).size(), 1u);
+    EXPECT_EQ(Of(WM_KEYDOWN)[0].key, u32{VK_OEM_1});
+    EXPECT_TRUE(Of(WM_CHAR).empty());
+}
+
+TEST_F(FrameTest, AcceleratorsComeFirstInBothWindows) {
+    heard.accelerator = 'S';
+    QTest::keyClick(&FrameInUse()->client, Qt::Key_S, Qt::ControlModifier);
+    shell.placeEntryLine({0, 0, 200, 24}, true);
+    QTest::keyClick(&FrameInUse()->entry, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_TRUE(Of(WM_KEYDOWN).empty());
+    EXPECT_TRUE(heard.entryKeys.empty());
+}
+
+TEST(KeyCodes, KeysHaveTheirPublishedNumbers) {
+    const struct {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+        u32 code;
+    } rows[] = {
+        {Qt::Key_PageUp, Qt::NoModifier, VK_PRIOR},
+        {Qt::Key_PageDown, Qt::ControlModifier, VK_NEXT},
+        {Qt::Key_F2, Qt::NoModifier, VK_F2},
+        {Qt::Key_F9, Qt::NoModifier, VK_F9},
+        {Qt::Key_Backtab, Qt::ShiftModifier, VK_TAB},
+        {Qt::Key_Enter, Qt::KeypadModifier, VK_RETURN},
+        {Qt::Key_Left, Qt::KeypadModifier, VK_LEFT},
+        {Qt::Key_5, Qt::KeypadModifier, 0x65},
+        {Qt::Key_Dollar, Qt::ShiftModifier, '4'},
+        {Qt::Key_Colon, Qt::ShiftModifier, VK_OEM_1},
+        {Qt::Key_AsciiTilde, Qt::ShiftModifier, VK_OEM_3},
+        {Qt::Key_Shift, Qt::ShiftModifier, 0},
+    };
+    for (const auto& row : rows) EXPECT_EQ(KeyCodeOf(row.key, row.modifiers), row.code) << row.key;
+    EXPECT_EQ(TypedText(Qt::Key_Backtab, Qt::ShiftModifier, ""), "\t");
+    EXPECT_EQ(TypedText(Qt::Key_Enter, Qt::KeypadModifier, "\n"), "\r");
+    EXPECT_EQ(TypedText(Qt::Key_Delete, Qt::NoModifier, "\x7f"), "");
+}
+
+TEST_F(FrameTest, TheMouseComesInPixelsOfTheClient) {
+    QTest::mousePress(&FrameInUse()->client, Qt::LeftButton, Qt::ControlModifier, QPoint(33, 44));
+    QTest::mouseRelease(&FrameInUse()->client, Qt::LeftButton, Qt::NoModifier, QPoint(35, 46));
+    QTest::mousePress(&FrameInUse()->client, Qt::RightButton, Qt::NoModifier, QPoint(3, 4));
+    ASSERT_EQ(Of(WM_LBUTTONDOWN).size(), 1u);
+    EXPECT_EQ(Of(WM_LBUTTONDOWN)[0].x, 33);
+    EXPECT_EQ(Of(WM_LBUTTONDOWN)[0].y, 44);
+    EXPECT_EQ(Of(WM_LBUTTONDOWN)[0].modifiers, u32{KEY_CTRL});
+    ASSERT_EQ(Of(WM_LBUTTONUP).size(), 1u);
+    EXPECT_EQ(Of(WM_LBUTTONUP)[0].x, 35);
+    EXPECT_EQ(Of(WM_RBUTTONDOWN).size(), 1u);
+}
+
+TEST_F(FrameTest, TheEntryLineKeepsItsTextAsItIs) {
+    shell.setEntryText(u"a\u00A0b\nc\u4E2D");
+    EXPECT_EQ(EntryText(), "a\u00A0b\nc\u4E2D");
+    i32 start = -1, end = -1;
+    shell.entrySelection(start, end);
+    EXPECT_EQ(start, 0);
+    EXPECT_EQ(end, 0);
+    shell.selectEntry(1, 3);
+    shell.entrySelection(start, end);
+    EXPECT_EQ(start, 1);
+    EXPECT_EQ(end, 3);
+    shell.replaceEntrySelection(u"XYZ");
+    EXPECT_EQ(EntryText(), "aXYZ\nc\u4E2D");
+    shell.entrySelection(start, end);
+    EXPECT_EQ(start, 4);
+    EXPECT_EQ(end, 4);
+    EXPECT_TRUE(shell.entryCanUndo());
+    shell.entryAction(ENTRY_UNDO);
+    EXPECT_EQ(EntryText(), "a\u00A0b\nc\u4E2D");
+    shell.selectEntry(-5, 9999);
+    shell.entrySelection(start, end);
+    EXPECT_EQ(start, 0);
+    EXPECT_EQ(end, 6);
+}
+
+TEST_F(FrameTest, TypingInTheEntryLineAsksTheShellFirst) {
+    shell.placeEntryLine({0, 0, 200, 24}, true);
+    shell.focusEntryLine();
+    QTest::keyClicks(&FrameInUse()->entry, "12");
+    EXPECT_EQ(EntryText(), "12");
+    heard.swallowCharacters = true;
+    QTest::keyClick(&FrameInUse()->entry, Qt::Key_Return);
+    EXPECT_EQ(EntryText(), "12");
+    EXPECT_EQ(heard.entryCharacters, (std::vector<u32>{'1', '2', '\r'}));
+    EXPECT_EQ(heard.entryKeys, (std::vector<u32>{'1', '2', VK_RETURN}));
+    QTest::keyClick(&FrameInUse()->entry, Qt::Key_Return, Qt::AltModifier);
+    EXPECT_EQ(EntryText(), "12\n");
+}
+
+TEST_F(FrameTest, AClickThatTheShellSwallowsDoesNotMoveTheCaret) {
+    shell.placeEntryLine({0, 0, 200, 24}, true);
+    shell.setEntryText(u"123456");
+    heard.clicksPass = false;
+    QTest::mouseClick(FrameInUse()->entry.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
+    i32 start = -1, end = -1;
+    shell.entrySelection(start, end);
+    EXPECT_EQ(start, 0);
+    heard.clicksPass = true;
+    QTest::mouseClick(FrameInUse()->entry.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
+    shell.entrySelection(start, end);
+    EXPECT_EQ(start, 6);
+}
+
+TEST_F(FrameTest, ScrollBarsSendTheirStepsAndStandWhereTheShellSays) {
+    ScrollBarState state;
+    state.shown = true;
+    state.place = {300, 0, 316, 200};
+    state.position = 10;
+    state.page = 20;
+    state.maximum = 100;
+    shell.setScrollBar(true, state);
+    EXPECT_TRUE(heard.messages.empty());
+    QScrollBar& bar = FrameInUse()->vertical;
+    EXPECT_EQ(bar.geometry(), QRect(300, 0, 16, 200));
+    bar.triggerAction(QAbstractSlider::SliderSingleStepAdd);
+    bar.triggerAction(QAbstractSlider::SliderPageStepSub);
+    const auto scrolls = Of(WM_VSCROLL);
+    ASSERT_EQ(scrolls.size(), 2u);
+    EXPECT_EQ(scrolls[0].scrollCode, SB_LINEDOWN);
+    EXPECT_EQ(scrolls[1].scrollCode, SB_PAGEUP);
+    EXPECT_EQ(bar.value(), 10);
+    bar.setSliderPosition(42);
+    bar.triggerAction(QAbstractSlider::SliderMove);
+    ASSERT_FALSE(Of(WM_VSCROLL).empty());
+    EXPECT_EQ(Of(WM_VSCROLL).back().scrollCode, SB_THUMBTRACK);
+    EXPECT_EQ(Of(WM_VSCROLL).back().scrollPosition, 42);
+}
+
+TEST_F(FrameTest, MenusFillThemselvesWhenTheyOpen) {
+    const auto bar = FrameInUse()->menuBar.actions();
+    ASSERT_EQ(bar.size(), 2);
+    EXPECT_EQ(bar[0]->text(), QStringLiteral("文件(&F)"));
+    QMenu* file = bar[0]->menu<QMenu*>();
+    ASSERT_NE(file, nullptr);
+    for (int i = 0; i < 2; ++i) file->popup(QPoint(0, 0)), file->close();
+    ASSERT_EQ(Of(WM_INITMENUPOPUP).size(), 2u);
+    EXPECT_EQ(Of(WM_INITMENUPOPUP)[0].command, MENU_FILE);
+    const auto items = file->actions();
+    ASSERT_EQ(items.size(), 4);
+    EXPECT_EQ(items[0]->text(), QStringLiteral("新建(&N)\tCtrl+N"));
+    EXPECT_TRUE(items[0]->shortcut().isEmpty());
+    EXPECT_TRUE(items[1]->isSeparator());
+    EXPECT_FALSE(items[3]->isEnabled());
+    EXPECT_TRUE(items[3]->isChecked());
+    items[0]->trigger();
+    QMenu* recent = items[2]->menu<QMenu*>();
+    ASSERT_NE(recent, nullptr);
+    recent->popup(QPoint(0, 0));
+    recent->close();
+    ASSERT_EQ(recent->actions().size(), 1);
+    recent->actions()[0]->trigger();
+    const auto commands = Of(WM_COMMAND);
+    ASSERT_EQ(commands.size(), 2u);
+    EXPECT_EQ(commands[0].command, 110);
+    EXPECT_EQ(commands[1].command, 118);
+    EXPECT_EQ(commands[1].sender, SENDER_MENU);
+}
+
+TEST_F(FrameTest, TrackPopupGivesTheChosenCommandOrNone) {
+    Array<MenuItem> items;
+    ASSERT_TRUE(AddItem(items, u"一", 31, MENU_NONE) && AddItem(items, u"二", 32, MENU_NONE));
+    QTimer::singleShot(20, [] {
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Return);
+    });
+    EXPECT_EQ(shell.trackPopup(items, 20, 20), 32);
+    QTimer::singleShot(20, [] { QApplication::activePopupWidget()->close(); });
+    EXPECT_EQ(shell.trackPopup(items, 20, 20), 0);
+    EXPECT_TRUE(Of(WM_COMMAND).empty());
+}
+
+TEST_F(FrameTest, TimersComeUntilTheyAreKilled) {
+    shell.startTimer(TIMER_AUTO_SCROLL, 5);
+    shell.startTimer(99, 1);
+    QTest::qWait(60);
+    shell.killTimer(TIMER_AUTO_SCROLL);
+    const std::size_t count = Of(WM_TIMER).size();
+    EXPECT_GE(count, 2u);
+    EXPECT_EQ(Of(WM_TIMER)[0].command, TIMER_AUTO_SCROLL);
+    QTest::qWait(30);
+    EXPECT_EQ(Of(WM_TIMER).size(), count);
+}
+
+struct BoxCase {
+    u32 flags;
+    std::vector<const char*> texts;
+    const char* pressed;  // null: Esc
+    i32 answer;
+};
+
+TEST_F(FrameTest, BoxesHaveTheirButtonsAndAnswers) {
+    const BoxCase rows[] = {
+        {MB_OK, {"确定"}, "确定", IDOK},
+        {MB_OK | MB_ICONSTOP, {"确定"}, nullptr, IDOK},
+        {MB_OKCANCEL, {"确定", "取消"}, "确定", IDOK},
+        {MB_YESNOCANCEL | MB_ICONQUESTION, {"是(&Y)", "否(&N)", "取消"}, "否(&N)", IDNO},
+        {MB_YESNOCANCEL, {"是(&Y)", "否(&N)", "取消"}, nullptr, IDCANCEL},
+        {MB_YESNO | MB_DEFBUTTON2, {"是(&Y)", "否(&N)"}, "是(&Y)", IDYES},
+        {MB_RETRYCANCEL, {"重试(&R)", "取消"}, "重试(&R)", IDRETRY},
+    };
+    for (const BoxCase& row : rows) {
+        QTimer::singleShot(10, [&row] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            EXPECT_EQ(box->text(), "<b>A</b> & B");
+            EXPECT_EQ(box->textFormat(), Qt::PlainText);
+            EXPECT_EQ(box->windowTitle(), "Tallyman");
+            EXPECT_EQ(static_cast<std::size_t>(box->buttons().size()), row.texts.size());
+            QAbstractButton* press = nullptr;
+            for (const char* text : row.texts) {
+                QAbstractButton* found = nullptr;
+                for (QAbstractButton* button : box->buttons()) {
+                    if (button->text() == QString::fromUtf8(text)) found = button;
+                }
+                EXPECT_NE(found, nullptr) << text;
+                if (row.pressed && std::string(row.pressed) == text) press = found;
+            }
+            EXPECT_EQ(box->defaultButton()->text(),
+                      QString::fromUtf8(row.texts[row.flags & MB_DEFBUTTON2 ? 1 : 0]));
+            if (press) press->click();
+            else QTest::keyClick(box, Qt::Key_Escape);
+        });
+        EXPECT_EQ(QtPlatform().messageBox(u"<b>A</b> & B", PROGRAM_NAME, row.flags), row.answer);
+    }
+}
+
+TEST_F(FrameTest, SettingsComeBack) {
+    QTemporaryDir folder;
+    CloseSettings();
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+    WideText value;
+    EXPECT_FALSE(shell.readSetting(u"Recent files", u"File1", value));
+    ASSERT_TRUE(shell.writeSetting(u"Recent files", u"File1", u"/tmp/表, 1; \"x\".xls"));
+    CloseSettings();
+    ASSERT_TRUE(shell.readSetting(u"Recent files", u"File1", value));
+    EXPECT_EQ(value.View(), WideView(u"/tmp/表, 1; \"x\".xls"));
+    CloseSettings();
+}
+
+TEST_F(FrameTest, TheClipboardHoldsText) {
+    ASSERT_TRUE(shell.setClipboardText(u"1\t2\r\n中\t4\r\n"));
+    WideText text;
+    EXPECT_TRUE(shell.clipboardHasText());
+    ASSERT_TRUE(shell.clipboardText(text));
+    EXPECT_EQ(text.View(), WideView(u"1\t2\r\n中\t4\r\n"));
+}
+
+TEST_F(FrameTest, TheFrameFillsTheScreenAndComesBack) {
+    shell.setFullScreen(true);
+    EXPECT_TRUE(FrameInUse()->window.isFullScreen());
+    shell.setFullScreen(false);
+    EXPECT_FALSE(FrameInUse()->window.isFullScreen());
+    shell.setTitle(u"Tallyman - 表1");
+    EXPECT_EQ(FrameInUse()->window.windowTitle(), QStringLiteral("Tallyman - 表1"));
+}
+
+}  // namespace
+}  // namespace tally
