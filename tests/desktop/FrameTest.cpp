@@ -138,7 +138,7 @@ TEST_F(FrameTest, WhatIsPaintedIsShown) {
 }
 
 TEST_F(FrameTest, KeysComeAsKeysAndCharacters) {
-    QTest::keyClick(&FrameInUse()->client, Qt::Key_A, Qt::ShiftModifier);
+    QTest::keyClick(&FrameInUse()->client, 'A', Qt::ShiftModifier);
     ASSERT_EQ(Of(WM_KEYDOWN).size(), 1u);
     EXPECT_EQ(Of(WM_KEYDOWN)[0].key, u32{'A'});
     EXPECT_EQ(Of(WM_KEYDOWN)[0].modifiers, u32{KEY_SHIFT});

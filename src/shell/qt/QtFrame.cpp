@@ -3,8 +3,11 @@
 #include <QApplication>
 #include <QClipboard>
 #include <algorithm>
+#include <clocale>
 #include <optional>
 
+#include "shell/posix/CodePages.h"
+#include "shell/posix/PosixFiles.h"
 #include "shell/qt/QtFonts.h"
 #include "shell/qt/QtText.h"
 
@@ -168,6 +171,9 @@ void OpenDesktop(int& count, char** arguments) {
     qunsetenv("QT_SCALE_FACTOR");
     qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
     application.emplace(count, arguments);
+    // The toolkit takes over the user's locale; numbers in the core are always read and written in one form.
+    setlocale(LC_NUMERIC, "C");
+    ReadUserRegion();
     QApplication::setFont(FontOf(0).font);
     QApplication::setQuitOnLastWindowClosed(false);
     SetPlatform(&QtPlatform());
@@ -197,17 +203,11 @@ void ShowFrame() {
 int RunMessageLoop() { return QApplication::exec(); }
 
 void CloseDesktop() {
-    if (frame) {
-        for (QObject* watched : {static_cast<QObject*>(&frame->window), static_cast<QObject*>(&frame->client),
-                                 static_cast<QObject*>(&frame->entry)}) {
-            for (EventTap* tap : {&frame->windowTap, &frame->clientTap, &frame->entryTap}) {
-                watched->removeEventFilter(tap);
-            }
-        }
-        frame.reset();
-    }
+    frame.reset();
     CloseSettings();
     ResetFonts();
+    ResetPosixFiles();
+    ResetCodePages();
     application.reset();
     SetPlatform(nullptr);
 }

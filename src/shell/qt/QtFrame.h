@@ -14,12 +14,17 @@ namespace tally {
 
 constexpr i32 TIMER_COUNT = 8;  // numbered from 1
 
-// Hands every event of what it is installed on to a routine, which tells whether the event ends there.
+// Null before OpenFrame.
+struct Frame;
+Frame* FrameInUse();
+
+// Hands every event of what it is installed on to a routine, which tells whether the event ends there. What
+// comes while the frame is taken down is nobody's.
 class EventTap : public QObject {
   public:
     using Handler = bool (*)(QEvent* event);
     explicit EventTap(Handler handler) : handler_(handler) {}
-    bool eventFilter(QObject*, QEvent* event) override { return handler_(event); }
+    bool eventFilter(QObject*, QEvent* event) override { return FrameInUse() && handler_(event); }
 
   private:
     Handler handler_;
@@ -39,8 +44,6 @@ struct Frame {
     bool composing = false;  // an input method has an unfinished text
 };
 
-// Null before OpenFrame.
-Frame* FrameInUse();
 bool Send(const ShellMessage& message);
 // The parent of dialogs: the frame, when there is one.
 QWidget* DialogParent();
@@ -66,6 +69,8 @@ void FillMenuBar();
 i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y);
 
 // ---- rows of the tables --------------------------------------------------------------------------------
+// The region of the environment, for the rows that tell of it.
+void ReadUserRegion();
 i32 QtMessageBox(WideView text, WideView title, u32 flags);
 bool QtOpenFileDialog(std::span<const FileFilter> filters, WideText& path);
 bool QtSaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path);

@@ -6,6 +6,7 @@
 #include "shell/posix/CodePages.h"
 #include "shell/posix/PosixFiles.h"
 #include "shell/posix/Regions.h"
+#include "shell/posix/SystemFacts.h"
 #include "shell/qt/QtFonts.h"
 #include "shell/qt/QtFrame.h"
 
@@ -14,19 +15,9 @@ namespace {
 
 constexpr u32 UTF8_CODE_PAGE = 65001;
 
-struct RegionState {
-    char tag[36] = "";  // empty before the first question
-};
-RegionState region;
+char regionTag[36] = "";
 
-// The user's region, read once.
-const Region& UserRegion() {
-    if (!region.tag[0]) {
-        RegionTagFromEnvironment(region.tag);
-        SetCollationLocale(FindRegion(region.tag, nullptr).tag);
-    }
-    return FindRegion(region.tag, nullptr);
-}
+const Region& UserRegion() { return FindRegion(regionTag, nullptr); }
 
 u32 QtGetACP() { return UserRegion().ansiCodePage; }
 u32 QtTextCodePage() { return UTF8_CODE_PAGE; }
@@ -68,9 +59,17 @@ const PlatformTable platformTable = {
     .getScreenMetrics = QtScreenMetrics,
     .findFontFace = QtFindFontFace,
     .trustState = QtTrust,
+    .globalMemoryStatus = PosixMemoryStatus,
+    .getVersion = PosixVersion,
+    .currentDirectory = PosixCurrentDirectory,
 };
 
 }  // namespace
+
+void ReadUserRegion() {
+    RegionTagFromEnvironment(regionTag);
+    SetCollationLocale(UserRegion().tag);
+}
 
 const PlatformTable& QtPlatform() { return platformTable; }
 
