@@ -1,43 +1,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "functions/Arguments.h"
 #include "functions/Handlers.h"
+#include "functions/Matrix.h"
 
 namespace tally {
 namespace {
 
 constexpr u32 MAX_ORDER = 512;  // of a square matrix: larger ones would take minutes
-
-struct Matrix {
-    u32 rows = 0;
-    u32 columns = 0;
-    Array<double> cells;
-    double& At(u32 row, u32 column) { return cells[row * columns + column]; }
-};
-
-// An argument whose elements must all be numbers. False with the error in `result`.
-bool ReadMatrix(Value& argument, Matrix& out, Value& result, const EvalContext& context) {
-    if (argument.type != VT_ARRAY) CoerceValue(argument, VT_ARRAY, context);
-    if (argument.type != VT_ARRAY) {
-        result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
-        return false;
-    }
-    out.rows = ArrayRows(argument);
-    out.columns = argument.columns;
-    const u32 count = ArrayElementCount(argument);
-    result = ErrorValue(ERR_NA);
-    if (!out.cells.Reserve(count)) return false;
-    for (u32 i = 0; i < count; ++i) {
-        const Value& element = argument.elements[i];
-        if (element.type != VT_NUMBER) {
-            result = ErrorValue(element.type == VT_ERROR ? element.error : i32{ERR_VALUE});
-            return false;
-        }
-        if (!out.cells.Append(element.number)) return false;
-    }
-    return true;
-}
 
 bool ReadSquare(Value& argument, Matrix& out, Value& result, const EvalContext& context) {
     if (!ReadMatrix(argument, out, result, context)) return false;
@@ -134,6 +104,28 @@ void InvertSmall(const Matrix& m, double determinant, Matrix& inverse) {
 }
 
 }  // namespace
+
+bool ReadMatrix(Value& argument, Matrix& out, Value& result, const EvalContext& context) {
+    if (argument.type != VT_ARRAY) CoerceValue(argument, VT_ARRAY, context);
+    if (argument.type != VT_ARRAY) {
+        result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
+        return false;
+    }
+    out.rows = ArrayRows(argument);
+    out.columns = argument.columns;
+    const u32 count = ArrayElementCount(argument);
+    result = ErrorValue(ERR_NA);
+    if (!out.cells.Reserve(count)) return false;
+    for (u32 i = 0; i < count; ++i) {
+        const Value& element = argument.elements[i];
+        if (element.type != VT_NUMBER) {
+            result = ErrorValue(element.type == VT_ERROR ? element.error : i32{ERR_VALUE});
+            return false;
+        }
+        if (!out.cells.Append(element.number)) return false;
+    }
+    return true;
+}
 
 void CallMmult(Value* arguments, Value& result, const EvalContext& context) {
     Matrix a, b, product;
