@@ -247,10 +247,14 @@ TEST_F(FrameTest, AClickThatTheShellSwallowsDoesNotMoveTheCaret) {
     i32 start = -1, end = -1;
     shell.entrySelection(start, end);
     EXPECT_EQ(start, 0);
+    EXPECT_EQ(FrameInUse()->window.focusWidget(), &FrameInUse()->client);
     heard.clicksPass = true;
     QTest::mouseClick(FrameInUse()->entry.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
     shell.entrySelection(start, end);
     EXPECT_EQ(start, 6);
+    EXPECT_EQ(FrameInUse()->window.focusWidget(), &FrameInUse()->entry);
+    QTest::keyClick(&FrameInUse()->entry, 'x', Qt::AltModifier);
+    EXPECT_EQ(EntryText(), "123456");
 }
 
 TEST_F(FrameTest, ScrollBarsSendTheirStepsAndStandWhereTheShellSays) {

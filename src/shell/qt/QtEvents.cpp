@@ -123,6 +123,8 @@ bool PressEntryKey(const QKeyEvent* event) {
         QtReplaceEntrySelection(u"\n");
         return true;
     }
+    // With Alt a key is the menu bar's, and its character nobody's.
+    if (modifiers & KEY_ALT) return !event->text().isEmpty();
     return OfferEntryCharacters(TypedText(event->key(), event->modifiers(), event->text()), modifiers);
 }
 
@@ -170,7 +172,11 @@ bool HandleEntryEvent(QEvent* event) {
 }
 
 bool HandleEntryClick(QEvent* event) {
-    return event->type() == QEvent::MouseButtonPress && !FrameInUse()->calls.entryLineClick();
+    if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseButtonDblClick) return false;
+    if (FrameInUse()->calls.entryLineClick()) return false;
+    // The toolkit has given the line the focus already.
+    FrameInUse()->client.setFocus();
+    return true;
 }
 
 void ConnectScrollBar(QScrollBar& bar, u32 number) {

@@ -139,6 +139,9 @@ Frame::Frame(const FrameCalls& frameCalls)
     client.setAttribute(Qt::WA_InputMethodEnabled);
     client.setFocusPolicy(Qt::StrongFocus);
     client.setMouseTracking(true);
+    // Into the line leads only what the shell allows: a click, or its own word.
+    entry.setFocusPolicy(Qt::ClickFocus);
+    entry.viewport()->setAcceptDrops(false);
     entry.setContextMenuPolicy(Qt::NoContextMenu);
     entry.setLineWrapMode(QPlainTextEdit::NoWrap);
     entry.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
