@@ -67,7 +67,9 @@ void CallCritbinom(Value* arguments, Value& result, const EvalContext& context) 
     double below = -1, reached = x[0];
     for (i32 i = 0; i < MAX_HALVINGS && reached - below > 1; ++i) {
         const double middle = std::floor((below + reached) / 2);
-        (BinomialSum(middle, x[0], x[1]) >= wanted ? reached : below) = middle;
+        const double sum = BinomialSum(middle, x[0], x[1]);
+        if (std::isnan(sum)) return;
+        (sum >= wanted ? reached : below) = middle;
     }
     result = NumberValue(reached);
 }

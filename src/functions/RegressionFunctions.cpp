@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "functions/Handlers.h"
 #include "functions/Matrix.h"
@@ -69,7 +70,7 @@ void DropCollinear(LeastSquares& fit) {
     for (u32 i = 0; i < fit.columns; ++i) {
         double length = fit.diagonal[i];
         for (u32 row = 0; row < i; ++row) length += fit.diagonal[row] * fit.Upper(row, i) * fit.Upper(row, i);
-        if (fit.diagonal[i] > COLLINEAR * COLLINEAR * length) continue;
+        if (!std::isfinite(length) || fit.diagonal[i] > COLLINEAR * COLLINEAR * length) continue;
         const double weight = fit.diagonal[i], y = fit.theta[i];
         for (u32 k = i + 1; k < fit.columns; ++k) {
             fit.observation[k] = fit.Upper(i, k);
@@ -80,13 +81,17 @@ void DropCollinear(LeastSquares& fit) {
     }
 }
 
+// A length beyond all numbers leaves no coefficient.
+double CoefficientAt(LeastSquares& fit, u32 i) {
+    if (fit.diagonal[i] == 0) return 0;
+    if (!std::isfinite(fit.diagonal[i])) return std::numeric_limits<double>::quiet_NaN();
+    double value = fit.theta[i];
+    for (u32 k = i + 1; k < fit.columns; ++k) value -= fit.Upper(i, k) * fit.coefficients[k];
+    return value;
+}
+
 void Solve(LeastSquares& fit) {
-    for (u32 i = fit.columns; i-- > 0;) {
-        double value = fit.diagonal[i] == 0 ? 0 : fit.theta[i];
-        for (u32 k = i + 1; fit.diagonal[i] != 0 && k < fit.columns; ++k)
-            value -= fit.Upper(i, k) * fit.coefficients[k];
-        fit.coefficients[i] = value;
-    }
+    for (u32 i = fit.columns; i-- > 0;) fit.coefficients[i] = CoefficientAt(fit, i);
 }
 
 // The standard errors: the lengths of the rows of the inverse triangle, column by column.

@@ -125,14 +125,16 @@ double BetaFraction(double x, double a, double b) {
     return NOT_A_NUMBER;
 }
 
-// Halves the doubles between 0 and `high`, which their bits put in order: the lowest for which `reached`
-// holds, in at most 64 steps.
-template <typename Reached>
-double LowestReached(double high, Reached reached) {
+// Halves the doubles between 0 and `high`, which their bits put in order: the lowest at which `gap` is
+// no longer below zero, in at most 64 steps.
+template <typename Gap>
+double LowestReached(double high, Gap gap) {
     u64 below = 0, above = std::bit_cast<u64>(high);
     while (above - below > 1) {
         const u64 middle = below + (above - below) / 2;
-        (reached(std::bit_cast<double>(middle)) ? above : below) = middle;
+        const double at = gap(std::bit_cast<double>(middle));
+        if (std::isnan(at)) return NOT_A_NUMBER;
+        (at >= 0 ? above : below) = middle;
     }
     return std::bit_cast<double>(above);
 }
@@ -228,14 +230,14 @@ double IncompleteBeta(double x, double a, double b) { return IncompleteBetaOf(x,
 double InverseBeta(double p, double a, double b) {
     if (!(p > 0)) return p == 0 ? 0 : NOT_A_NUMBER;
     if (p >= 1) return p == 1 ? 1 : NOT_A_NUMBER;
-    return LowestReached(1, [&](double x) { return !(IncompleteBeta(x, a, b) < p); });
+    return LowestReached(1, [&](double x) { return IncompleteBeta(x, a, b) - p; });
 }
 
 double InverseChiHalf(double a, double p) {
     if (p >= 1) return p == 1 ? 0 : NOT_A_NUMBER;
     if (!(p > 0)) return p == 0 ? std::numeric_limits<double>::infinity() : NOT_A_NUMBER;
     return LowestReached(std::numeric_limits<double>::max(),
-                         [&](double x) { return !(IncompleteGammaQ(x, a) > p); });
+                         [&](double x) { return p - IncompleteGammaQ(x, a); });
 }
 
 double StudentTail(double t, double freedom) {

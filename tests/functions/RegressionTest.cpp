@@ -84,5 +84,19 @@ TEST_F(Regression, LogarithmicForms) {
            {"=GROWTH({1;-1},{1;2})", "#NUM!"}});
 }
 
+TEST_F(Regression, KnownValuesMayBeReferences) {
+    for (int i = 1; i <= 4; ++i) {
+        Enter("B" + std::to_string(i), std::to_string(2 * i + 5));
+        Enter("C" + std::to_string(i), std::to_string(i));
+        Enter("D" + std::to_string(i), std::to_string(i * i));
+    }
+    Check({{"=ROUND(INDEX(LINEST(B1:B4,C1:C4),1,2),9)", "5"},
+           {"=ROUND(INDEX(LINEST(B1:B4,C1:D4),1,2),9)", "2"},
+           {"=ROUND(INDEX(LINEST(B1:B4,C1:D4),1,1),9)", "0"},
+           {"=ROUND(TREND(B1:B4,C1:C4,10),9)", "25"},
+           {"=LINEST(B1:B5,C1:C5)", "#VALUE!"},
+           {"=LINEST(B1:B4,C1:C3)", "#REF!"}});
+}
+
 }  // namespace
 }  // namespace tally

@@ -336,5 +336,39 @@ TEST_F(Statistics, TestsOfMeansVariancesAndShares) {
            {"=CHITEST({1,2},{1,2,3})", "#N/A"}});
 }
 
+TEST_F(Statistics, ArgumentsFarBeyondUseEndWithoutAWrongNumber) {
+    Check({{"=BETAINV(0.5,1E-300,1E300)", "#NUM!"},
+           {"=BETADIST(0.5,1E300,1E300)", "#NUM!"},
+           {"=BINOMDIST(5E14,1E15,0.5,TRUE)", "#NUM!"},
+           {"=CRITBINOM(1E15,0.5,0.3)", "#NUM!"},
+           {"=FINV(0.3,99999999999,99999999999)", "#N/A"},
+           {"=GAMMAINV(0.3,1E300,1E300)", "#N/A"},
+           {"=GAMMALN(1E308)", "#NUM!"},
+           {"=TDIST(1E300,5,2)", "0"},
+           {"=TDIST(1E-300,5,2)", "1"},
+           {"=LARGE({1,2},1E300)", "#NUM!"},
+           {"=QUARTILE({1,2,3},1E300)", "#NUM!"},
+           {"=PERCENTRANK({1,2,4},3,2147483647)", "0.75"},
+           {"=WEIBULL(0,0.5,1,FALSE)", "#NUM!"},
+           {"=ROUND(BINOMDIST(5000000,10000000,0.5,TRUE),12)", "0.500126156623"},
+           {"=INDEX(LINEST({1E+300;2E+300},{1E+300;2E+300}),1,1)", "#NUM!"}});
+}
+
+TEST_F(Statistics, EveryAreaOfAReferenceIsRead) {
+    for (const char* cell : {"B1", "B2", "B3", "D1", "D2"}) Enter(cell, cell[0] == 'B' ? "3" : "8");
+    Enter("C1", "text");
+    Enter("F1", "=1/0");
+    Check({{"=MEDIAN((B1:C3,D1:D2))", "3"},
+           {"=MEDIAN((B1,C1:D2))", "8"},
+           {"=MODE(B1:B3,D1:D2)", "3"},
+           {"=LARGE((B1:B3,D1:D2),2)", "8"},
+           {"=RANK(3,(B1:B3,D1:D2))", "3"},
+           {"=MEDIAN(B1:F3)", "#DIV/0!"},
+           {"=SMALL(F1:F3,1)", "#DIV/0!"},
+           {"=PERCENTILE(B1:B3,F1)", "#DIV/0!"},
+           {"=CORREL(B1:B3,F1:F3)", "#DIV/0!"},
+           {"=CORREL(B1:B3,D1:D2)", "#N/A"}});
+}
+
 }  // namespace
 }  // namespace tally
