@@ -42,6 +42,8 @@ constexpr MessageRow messageRows[] = {
     {236, u"科学记数"},
     {237, u"宏控件"},
     {238, u"宏命令"},
+    {MSG_SAVE_FORM_MISSING, u"不能以此格式保存，请另存为 csv 或 txt 文件"},
+    {MSG_ARRAY_OVER_MERGE, u"在合并单元格中数组公式无效"},
 };
 
 constexpr bool RowsAscend() {

@@ -30,6 +30,9 @@ enum MessageId : u16 {
     MSG_CANNOT_WRITE_FILE = 77,
     // 226 to 238: function categories.
     MSG_CATEGORY_FIRST = 226,
+    // 400 to 449: the shell.
+    MSG_SAVE_FORM_MISSING = 400,
+    MSG_ARRAY_OVER_MERGE = 401,
 };
 
 // The text of a row; empty for a number that is not used.

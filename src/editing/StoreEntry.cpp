@@ -1,0 +1,158 @@
+#include "editing/StoreEntry.h"
+
+#include "formula/Compiler.h"
+#include "formula/Evaluator.h"
+#include "formula/FormulaTypes.h"
+#include "formula/Recalculation.h"
+#include "formula/TokenWalk.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+
+namespace tally {
+namespace {
+
+constexpr u16 TEXT_FORMAT = 49;
+constexpr u16 HYPERLINK_FUNCTION = 359;
+constexpr u16 HYPERLINK_COLOUR = 12;
+
+struct Content {
+    EntryKind kind = ENTRY_EMPTY;
+    EntryResult result;
+    FormulaTokens tokens;
+    u16 proposed = 0;  // number format id, 0 none
+    WideView text;
+    bool lineFeed = false;
+    bool quoted = false;
+};
+
+FormulaPlace PlaceOf(const EntryTarget& target) {
+    FormulaPlace place;
+    place.book = target.book;
+    place.sheet = target.sheet;
+    place.row = target.refRow;
+    place.column = target.refColumn;
+    place.arrayMode = target.isArray;
+    return place;
+}
+
+u16 NumberFormatOf(const Workbook& book, const Sheet& sheet, i32 row, i32 column) {
+    return ResolveCellFormat(book, GetCellFormat(sheet, row, column)).numberFormat;
+}
+
+// A text that was meant as a formula and is none.
+bool IsFailedFormula(WideView text) {
+    return text.size() > 1 && (text[0] == u'=' || text[0] == u'-' || text[0] == u'+');
+}
+
+bool Recognise(const EntryTarget& target, WideView text, Content& content, i32& outcome) {
+    const Workbook& book = *BookAt(target.book);
+    content.text = text;
+    if (NumberFormatOf(book, *SheetAt(target.book, target.sheet), target.area.firstRow,
+                       target.area.firstColumn) == TEXT_FORMAT) {
+        content.kind = text.empty() ? ENTRY_EMPTY : ENTRY_TEXT;
+        return true;
+    }
+    FormulaPlace place = PlaceOf(target);
+    content.kind = ClassifyEntry(place, text, content.result);
+    if (content.kind == ENTRY_TEXT && IsFailedFormula(text)) {
+        outcome = ENTRY_BAD_FORMULA;
+        return false;
+    }
+    if (content.kind == ENTRY_NUMBER)
+        return FormatForEntry(target.book, content.result.formatKind, content.result.subKind, WideView(),
+                              content.proposed);
+    if (content.kind != ENTRY_FORMULA) return true;
+    // A fill stores offsets first, which each cell turns into references of its own.
+    place.relativeForm = target.isFill && !target.isArray;
+    if (!CompileFormula(place, text, 'V', content.tokens)) {
+        outcome = ENTRY_BAD_FORMULA;
+        return false;
+    }
+    if (content.result.formatProposal > 0) content.proposed = static_cast<u16>(content.result.formatProposal);
+    return true;
+}
+
+bool HyperlinkFont(Workbook& book, CellFormat& format) {
+    const FontRecord& font = ResolveFont(book, 0);
+    return FindOrAddFont(book, WideView(font.faceName), false, false, true, false, font.height,
+                         HYPERLINK_COLOUR, format.font);
+}
+
+// The cell's format with what the entry brings, merged into the book's table.
+bool ApplyEntryFormat(Workbook& book, const Content& content, u16& index) {
+    CellFormat format = ResolveCellFormat(book, index);
+    format.flags = static_cast<u16>(content.quoted ? format.flags | FORMAT_QUOTE_PREFIX
+                                                   : format.flags & ~FORMAT_QUOTE_PREFIX);
+    if ((content.kind == ENTRY_FORMULA || content.kind == ENTRY_NUMBER) &&
+        TakesProposedFormat(format.numberFormat, content.proposed))
+        format.numberFormat = content.proposed;
+    if (content.kind == ENTRY_FORMULA && TokensCall(content.tokens, HYPERLINK_FUNCTION) &&
+        !HyperlinkFont(book, format))
+        return false;
+    if (content.kind == ENTRY_TEXT && content.lineFeed) format.flags |= FORMAT_WRAP;
+    return FindOrAddCellFormat(book, format, index);
+}
+
+bool TokensFor(const EntryTarget& target, const Content& content, i32 row, i32 column, FormulaTokens& out) {
+    CopyTokens(out, content.tokens);
+    if (!target.isFill || target.isArray) return true;
+    if (!UnshareTokens(out)) {
+        FreeTokens(out);
+        return false;
+    }
+    AbsoluteTokens(out, row, column);
+    return true;
+}
+
+bool StoreOne(const EntryTarget& target, const Content& content, i32 row, i32 column) {
+    CellInput input;
+    input.row = static_cast<u16>(row);
+    input.column = static_cast<u8>(column);
+    input.format = GetCellFormat(*SheetAt(target.book, target.sheet), row, column);
+    if (!ApplyEntryFormat(*BookAt(target.book), content, input.format)) return false;
+    switch (content.kind) {
+        case ENTRY_FORMULA:
+            if (!TokensFor(target, content, row, column, input.tokens)) return false;
+            break;
+        case ENTRY_NUMBER: input.value = NumberValue(content.result.number); break;
+        case ENTRY_BOOL: input.value = BoolValue(content.result.boolean != 0); break;
+        case ENTRY_ERROR: input.value = ErrorValue(content.result.error); break;
+        case ENTRY_TEXT: input.value = TextValue(content.quoted ? content.text.substr(1) : content.text); break;
+        default: break;
+    }
+    return SetCell(target.book, target.sheet, input, true, true);
+}
+
+// Arrays that lie wholly in the area give way to what is stored over them.
+void RemoveArraysInside(Sheet& sheet, const RefArea& area) {
+    for (u32 i = sheet.arrayFormulas.Count(); i-- > 0;)
+        if (AreaHoldsArea(area, sheet.arrayFormulas[i].area)) sheet.arrayFormulas.RemoveAt(i);
+}
+
+}  // namespace
+
+bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
+    outcome = ENTRY_STORED;
+    Sheet* sheet = SheetAt(target.book, target.sheet);
+    if (!sheet || !(sheet->kind & SHEET_WITH_CELLS)) return false;
+    Content content;
+    if (!Recognise(target, text, content, outcome)) {
+        FreeTokens(content.tokens);
+        return false;
+    }
+    content.lineFeed = text.find(u'\n') != WideView::npos;
+    content.quoted = content.kind == ENTRY_TEXT && !text.empty() && text[0] == u'\'';
+    RemoveArraysInside(*sheet, target.area);
+    bool good = true;
+    if (target.isArray && content.kind == ENTRY_FORMULA)
+        good = sheet->arrayFormulas.Append({target.area, 0, 0});
+    for (i32 row = target.area.firstRow; good && row <= target.area.lastRow; ++row)
+        for (i32 column = target.area.firstColumn; good && column <= target.area.lastColumn; ++column)
+            good = StoreOne(target, content, row, column);
+    FreeTokens(content.tokens);
+    BookAt(target.book)->dirty = 1;
+    return good;
+}
+
+}  // namespace tally

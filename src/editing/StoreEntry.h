@@ -1,0 +1,23 @@
+#pragma once
+// From the text of an entry to stored cells.
+
+#include "editing/EntryRecognition.h"
+
+namespace tally {
+
+enum EntryOutcome : i32 { ENTRY_STORED = 0, ENTRY_BAD_FORMULA = 1, ENTRY_RETRY = 2, ENTRY_CANCELLED = 3 };
+
+struct EntryTarget {
+    i32 book = 0;
+    i32 sheet = 0;
+    RefArea area;
+    i32 refRow = 0, refColumn = 0;  // the cell that relative references of the text are meant from
+    bool isArray = false;
+    bool isFill = false;
+};
+
+// Stores one text over an area. False, with the reason in `outcome`, when nothing was stored; out of
+// memory leaves 0 there.
+[[nodiscard]] bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome);
+
+}  // namespace tally

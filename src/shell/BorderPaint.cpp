@@ -1,0 +1,82 @@
+#include "shell/BorderPaint.h"
+
+#include <array>
+
+#include "model/CellStore.h"
+#include "model/Formats.h"
+
+namespace tally {
+namespace {
+
+struct BorderLine {
+    i32 width;
+    PenStyle pen;
+};
+// By the border style of the file format, 0 none to 13.
+constexpr std::array<BorderLine, 14> borderLines = {{
+    {0, PEN_SOLID},
+    {1, PEN_SOLID},
+    {2, PEN_SOLID},
+    {1, PEN_DASH},
+    {1, PEN_DOT},
+    {3, PEN_SOLID},
+    {3, PEN_SOLID},
+    {1, PEN_DOT},
+    {2, PEN_DASH},
+    {1, PEN_DASH_DOT},
+    {2, PEN_DASH_DOT},
+    {1, PEN_DASH_DOT_DOT},
+    {2, PEN_DASH_DOT_DOT},
+    {2, PEN_DASH_DOT},
+}};
+constexpr u8 BORDER_DOUBLE = 6;
+
+struct Edge {
+    u8 style;
+    u8 colour;
+};
+
+// Along x when horizontal; `at` is the pixel of the grid line.
+void PaintEdge(void* target, const Workbook& book, bool horizontal, i32 at, i32 from, i32 to, Edge edge) {
+    const BorderLine& line = borderLines[edge.style < borderLines.size() ? edge.style : 1];
+    const u32 colour = PaletteColour(book, edge.colour, 0);
+    const i32 first = at - (line.width > 1 ? 1 : 0);
+    for (i32 i = 0; i < line.width; ++i) {
+        if (edge.style == BORDER_DOUBLE && i == 1) continue;
+        const i32 place = first + i;
+        if (horizontal) Drawing().line(target, from, place, to, place, colour, line.pen);
+        else Drawing().line(target, place, from, place, to, colour, line.pen);
+    }
+}
+
+const CellFormat& FormatAt(const Workbook& book, const Sheet& sheet, i32 row, i32 column) {
+    return ResolveCellFormat(book, GetCellFormat(sheet, row, column));
+}
+
+Edge Either(Edge own, Edge neighbour) { return own.style ? own : neighbour; }
+
+}  // namespace
+
+void PaintCellBorders(void* target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
+                      const PixelRect& rect, const RefArea* merge) {
+    const CellFormat& own = FormatAt(book, sheet, row, column);
+    Edge right{own.rightStyle, own.rightColour}, bottom{own.bottomStyle, own.bottomColour};
+    if (column + 1 < MAX_COLUMNS) {
+        const CellFormat& next = FormatAt(book, sheet, row, column + 1);
+        right = Either(right, {next.leftStyle, next.leftColour});
+    }
+    if (row + 1 < MAX_ROWS) {
+        const CellFormat& below = FormatAt(book, sheet, row + 1, column);
+        bottom = Either(bottom, {below.topStyle, below.topColour});
+    }
+    if (right.style && !(merge && column < merge->lastColumn))
+        PaintEdge(target, book, false, rect.right - 1, rect.top - 1, rect.bottom, right);
+    if (bottom.style && !(merge && row < merge->lastRow))
+        PaintEdge(target, book, true, rect.bottom - 1, rect.left - 1, rect.right, bottom);
+    if (!column && own.leftStyle)
+        PaintEdge(target, book, false, rect.left, rect.top - 1, rect.bottom, {own.leftStyle, own.leftColour});
+    if (!row && own.topStyle)
+        PaintEdge(target, book, true, rect.top, rect.left - 1, rect.right, {own.topStyle, own.topColour});
+}
+
+}  // namespace tally

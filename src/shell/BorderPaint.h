@@ -1,0 +1,13 @@
+#pragma once
+// Borders of cells.
+
+#include "shell/ShellState.h"
+
+namespace tally {
+
+// Draws the right and bottom edges of a cell, and the left and top ones of the first row and column. An
+// edge inside `merge` (which may be null) has none.
+void PaintCellBorders(void* target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
+                      const PixelRect& rect, const RefArea* merge);
+
+}  // namespace tally

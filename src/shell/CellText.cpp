@@ -1,0 +1,173 @@
+// The placing of a text in its cell.
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/Number.h"
+#include "model/Formats.h"
+#include "shell/GridPaint.h"
+
+namespace tally {
+namespace {
+
+constexpr u8 ALIGN_LEFT = 1, ALIGN_CENTRE = 2, ALIGN_RIGHT = 3, ALIGN_FILL = 4, ALIGN_ACROSS = 6,
+             ALIGN_SPREAD = 7;
+constexpr u8 STACKED = 255;
+constexpr double RADIANS = 0.017453292519943295;
+
+i32 TextLeft(const PixelRect& cell, u8 alignment, i32 width) {
+    switch (alignment) {
+        case ALIGN_CENTRE:
+        case ALIGN_ACROSS:
+        case ALIGN_SPREAD: return cell.left + (cell.right - cell.left - width - 1) / 2;
+        case ALIGN_RIGHT: return cell.right - width - 2;
+        default: return cell.left + 1;
+    }
+}
+
+i32 TextTop(const PixelRect& cell, u8 alignment, i32 height) {
+    if (alignment == 1) return cell.top + (cell.bottom - cell.top - height) / 2;
+    return alignment == 2 ? cell.bottom - height - 1 : cell.top;
+}
+
+// The text as often as the width allows, at least once.
+void PaintFilled(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
+    const i32 room = cell.right - cell.left - 3;
+    const i32 width = std::max(text.width, 1);
+    const i32 y = TextTop(cell, text.format->vertical, text.height);
+    for (i32 i = 0; i < std::max(1, room / width); ++i)
+        Drawing().text(target, cell.left + 1 + i * width, y, clip, text.font, text.colour, text.text);
+}
+
+void PaintStacked(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
+    const i32 total = text.height * static_cast<i32>(std::min<std::size_t>(text.text.size(), 1000));
+    i32 y = TextTop(cell, text.format->vertical, total);
+    const u8 across = text.format->horizontal ? text.format->horizontal : ALIGN_CENTRE;
+    for (std::size_t i = 0; i < text.text.size() && y < clip.bottom; ++i, y += text.height) {
+        const WideView one = text.text.substr(i, 1);
+        i32 width = 0, height = 0;
+        Drawing().textExtent(text.font, one, width, height);
+        Drawing().text(target, TextLeft(cell, across, width), y, clip, text.font, text.colour, one);
+    }
+}
+
+// Length of the line that begins `text`, and of what is passed before the next one.
+std::size_t FitLine(FontHandle font, WideView text, i32 room, std::size_t& skip) {
+    std::size_t fits = 0;
+    skip = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == u'\n') {
+            skip = 1;
+            return i;
+        }
+        const bool wide = text[i] >= 12288 && text[i] <= 40959;
+        if (text[i] != u' ' && i + 1 < text.size() && text[i + 1] != u' ' && text[i + 1] != u'\n' && !wide)
+            continue;
+        i32 width = 0, height = 0;
+        Drawing().textExtent(font, text.substr(0, i + 1), width, height);
+        if (width > room) break;
+        fits = i + 1;
+    }
+    if (fits) return fits;
+    // Not even a word fits: as many characters as do.
+    std::size_t low = 1, high = std::min(text.find(u'\n'), text.size());
+    while (low < high) {
+        const std::size_t middle = (low + high + 1) / 2;
+        i32 width = 0, height = 0;
+        Drawing().textExtent(font, text.substr(0, middle), width, height);
+        if (width <= room) low = middle;
+        else high = middle - 1;
+    }
+    return low;
+}
+
+void PaintWrapped(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text,
+                  u8 alignment) {
+    constexpr std::size_t MAX_LINES = 512;
+    struct Line {
+        u32 start, length;
+    };
+    Array<Line> lines;
+    const i32 room = std::max(1, cell.right - cell.left - 3);
+    for (std::size_t at = 0; at < text.text.size() && lines.Count() < MAX_LINES;) {
+        std::size_t skip = 0;
+        const std::size_t length = FitLine(text.font, text.text.substr(at), room, skip);
+        if (!lines.Append({static_cast<u32>(at), static_cast<u32>(length)})) return;
+        at += length + skip;
+        if (length + skip == 0) break;
+    }
+    i32 y = TextTop(cell, text.format->vertical, text.height * static_cast<i32>(lines.Count()));
+    y = std::max(y, cell.top);
+    for (const Line& line : lines) {
+        if (y >= clip.bottom) return;
+        WideView part = text.text.substr(line.start, line.length);
+        while (!part.empty() && part.back() == u' ') part.remove_suffix(1);
+        i32 width = 0, height = 0;
+        Drawing().textExtent(text.font, part, width, height);
+        if (y + height > clip.top)
+            Drawing().text(target, TextLeft(cell, alignment, width), y, clip, text.font, text.colour, part);
+        y += text.height;
+    }
+}
+
+// The box of a turned text takes the place of the plain one.
+void TurnedBox(CellText& text) {
+    const u8 rotation = text.format->rotation;
+    const double angle = (rotation > 90 ? rotation - 90 : rotation) * RADIANS;
+    const double w = text.width, h = text.height;
+    text.width = static_cast<i32>(std::lround(w * std::cos(angle) + h * std::sin(angle)));
+    text.height = static_cast<i32>(std::lround(w * std::sin(angle) + h * std::cos(angle)));
+}
+
+}  // namespace
+
+u8 EffectiveAlignment(const CellFormat& format, u16 valueType) {
+    const u8 alignment = format.horizontal;
+    if (alignment == ALIGN_SPREAD && valueType != VT_STRING) return ALIGN_LEFT;
+    if (alignment) return alignment;
+    if (format.rotation == STACKED || valueType == VT_BOOL || valueType == VT_ERROR) return ALIGN_CENTRE;
+    return valueType == VT_NUMBER ? ALIGN_RIGHT : ALIGN_LEFT;
+}
+
+FontHandle CellFont(const Workbook& book, const CellFormat& format, i32 dpiY) {
+    const FontRecord& font = ResolveFont(book, format.font);
+    FontRequest request;
+    request.faceName = WideView(font.faceName);
+    request.pixelHeight = std::max(1, MulDiv(font.height, dpiY, 1440));
+    request.weight = font.weight;
+    request.italic = (font.attributes & FONT_ITALIC) != 0;
+    request.strikeout = (font.attributes & FONT_STRIKEOUT) != 0;
+    request.underline = font.underline != 0;
+    request.charSet = font.charSet;
+    const u8 rotation = format.rotation;
+    if (rotation >= 1 && rotation <= 90) request.escapement = rotation * 10;
+    else if (rotation > 90 && rotation <= 180) request.escapement = (450 - rotation) * 10;
+    return Drawing().findFont(request);
+}
+
+void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, CellText text) {
+    const CellFormat& format = *text.format;
+    u8 alignment = EffectiveAlignment(format, text.valueType);
+    if (text.valueType == VT_STRING && alignment != ALIGN_FILL && (format.flags & FORMAT_WRAP)) {
+        PaintWrapped(target, cell, clip, text, alignment);
+        return;
+    }
+    if (format.rotation == STACKED) {
+        PaintStacked(target, cell, clip, text);
+        return;
+    }
+    if (format.rotation && format.rotation <= 180) TurnedBox(text);
+    if (text.valueType != VT_STRING && text.width > cell.right - cell.left - 1) {
+        text.text = u"#";
+        Drawing().textExtent(text.font, text.text, text.width, text.height);
+        alignment = ALIGN_FILL;
+    }
+    if (alignment == ALIGN_FILL) {
+        PaintFilled(target, cell, clip, text);
+        return;
+    }
+    Drawing().text(target, TextLeft(cell, alignment, text.width), TextTop(cell, format.vertical, text.height),
+                   clip, text.font, text.colour, text.text);
+}
+
+}  // namespace tally

@@ -1,0 +1,48 @@
+#pragma once
+// What the commands do.
+
+#include "shell/ShellState.h"
+
+namespace tally {
+
+// Files.
+void NewBookCommand(i32 command);
+void OpenBookCommand(i32 command);
+void RecentFileCommand(i32 command);
+void CloseBookCommand(i32 command);
+void SaveCommand(i32 command);
+void SaveAsCommand(i32 command);
+void ExitCommand(i32 command);
+// Editing and sheets.
+void EditLineCommand(i32 command);
+void ClearContentsCommand(i32 command);
+void EditCellCommand(i32 command);
+void InsertSheetCommand(i32 command);
+void ClockCommand(i32 command);
+void EntryBarCommand(i32 command);
+void ScreenSidewaysCommand(i32 command);
+// Views.
+void HideSheetCommand(i32 command);
+void ViewFlagCommand(i32 command);
+void ZoomCommand(i32 command);
+void BookBarCommand(i32 command);
+void BarCommand(i32 command);
+void FullScreenCommand(i32 command);
+void FreezeCommand(i32 command);
+
+// ---- books -------------------------------------------------------------------------------------------
+enum CloseMode : i32 { CLOSE_ASK = 0, CLOSE_DISCARD = 1, CLOSE_SAVE = 2 };
+// True when the user cancelled, or the book could not be saved as wished.
+bool CloseBook(i32 book, CloseMode mode);
+// Closes every book, current first. False when one was cancelled.
+bool CloseAllBooks();
+bool OpenBookFile(WideView path, bool addToRecent);
+bool MakeFirstBook();
+bool SaveBook(i32 book);
+void AddRecentFile(WideView path);
+
+// ---- settings -----------------------------------------------------------------------------------------
+void LoadSettings();
+void SaveSettings();
+
+}  // namespace tally

@@ -1,0 +1,310 @@
+#include "shell/EntryEditor.h"
+
+#include <algorithm>
+
+#include "base/MessageTable.h"
+#include "display/Calendar.h"
+#include "display/LocaleSettings.h"
+#include "editing/StoreEntry.h"
+#include "formula/FormulaText.h"
+#include "formula/Recalculation.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+#include "shell/Layout.h"
+#include "shell/Selection.h"
+#include "shell/Shell.h"
+#include "shell/Tables.h"
+
+namespace tally {
+namespace {
+
+void LeaveEdit() {
+    EndPoint();
+    Shell().entryMode = ENTRY_NONE;
+    ShellPlatform().focusFrame();
+}
+
+RefArea ActiveArea(const Sheet& sheet) {
+    const SheetView& view = sheet.view;
+    if (const RefArea* merge = FindMerge(sheet, view.activeRow, view.activeColumn)) return *merge;
+    return {view.activeRow, view.activeRow, view.activeColumn, view.activeColumn};
+}
+
+u16 ActiveNumberFormat() {
+    const Sheet* sheet = CurrentSheet();
+    return ResolveCellFormat(*CurrentWorkbook(),
+                             GetCellFormat(*sheet, sheet->view.activeRow, sheet->view.activeColumn))
+        .numberFormat;
+}
+
+void CaretAtEnd() {
+    WideText text;
+    if (!ShellPlatform().entryText(text)) return;
+    const i32 end = static_cast<i32>(text.Length());
+    ShellPlatform().selectEntry(end, end);
+}
+
+// The text that the line shows for a cell; left empty for a hidden one.
+bool LineText(const Sheet& sheet, i32 row, i32 column, WideText& out) {
+    const Workbook& book = *CurrentWorkbook();
+    const CellRecord* cell = GetCell(sheet.cells, row, column);
+    if (!cell) return true;
+    const CellFormat& format = ResolveCellFormat(book, cell->format);
+    if ((sheet.viewFlags & VIEW_PROTECTED) && (format.flags & FORMAT_HIDDEN)) return true;
+    if (!cell->formula) {
+        if (!EditableText(CurrentBook(), cell->value, format.numberFormat, out)) return false;
+        return cell->value.type != VT_STRING || !(format.flags & FORMAT_QUOTE_PREFIX) || out.Insert(0, u"'");
+    }
+    if (!FormulaToText(CurrentBook(), cell->formula->tokens, row, column, true, out)) return false;
+    if (!FindArray(sheet, row, column) || Shell().entryMode == ENTRY_EDIT) return true;
+    return out.Insert(0, u"{") && out.Append(u'}');
+}
+
+// Keys that in mode 1 commit and then move.
+bool IsMoveKey(u32 key) { return key >= VK_PRIOR && key <= VK_DOWN; }
+
+bool CommitThenMove(u32 key, u32 modifiers) {
+    if (!RefuseActiveArray() && CommitEntry(false, false)) IgnoreFailure(GridKey(key, modifiers));
+    return true;
+}
+
+bool EnterModeKey(u32 key, u32 modifiers) {
+    if (PointKey(key, modifiers)) return true;
+    if (key == VK_END && !(modifiers & KEY_CTRL)) {
+        SetEndMode(!Shell().endMode);
+        return true;
+    }
+    if (key == VK_SPACE) {
+        if (!(modifiers & KEY_CTRL)) return false;
+        return CommitThenMove(key, modifiers);
+    }
+    return CommitThenMove(key, modifiers);
+}
+
+bool EnterKeyDown(u32 modifiers) {
+    EndPoint();
+    if (!(modifiers & KEY_CTRL)) return false;
+    const Sheet* sheet = CurrentSheet();
+    const bool shift = (modifiers & KEY_SHIFT) != 0;
+    if (shift) {
+        for (const RefArea& merge : sheet->mergedAreas) {
+            if (!AreasMeet(merge, sheet->view.selection)) continue;
+            ShowMessage(Message(MSG_ARRAY_OVER_MERGE));
+            return true;
+        }
+    }
+    if (!RefuseActiveArray()) IgnoreFailure(CommitEntry(shift, !shift));
+    return true;
+}
+
+void ShowBadFormula() {
+    ShowMessage(Message(MSG_FORMULA_ERROR));
+    Shell().entryMode = ENTRY_EDIT;
+    ShellPlatform().focusEntryLine();
+}
+
+}  // namespace
+
+bool RefuseProtected(const RefArea& area) {
+    const Sheet* sheet = CurrentSheet();
+    if (!sheet || !(sheet->viewFlags & VIEW_PROTECTED)) return false;
+    const Workbook& book = *CurrentWorkbook();
+    // Beyond what is used every cell of a column has the column's format, so one row of them is enough.
+    const i32 lastRow = std::min<i32>(area.lastRow, LastUsedRow(*sheet) + 1);
+    for (i32 row = area.firstRow; row <= std::max<i32>(lastRow, area.firstRow); ++row) {
+        for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
+            if (!(ResolveCellFormat(book, GetCellFormat(*sheet, row, column)).flags & FORMAT_LOCKED)) continue;
+            ShowMessage(Message(MSG_PROTECTED_CELL));
+            return true;
+        }
+    }
+    return false;
+}
+
+bool RefuseArrayPart(const RefArea& area) {
+    const Sheet* sheet = CurrentSheet();
+    if (!sheet) return false;
+    for (const ArrayEntry& entry : sheet->arrayFormulas) {
+        if (!AreasMeet(entry.area, area) || AreaHoldsArea(area, entry.area)) continue;
+        ShowMessage(Message(MSG_PART_OF_ARRAY));
+        return true;
+    }
+    return false;
+}
+
+bool RefuseActiveArray() {
+    const Sheet* sheet = CurrentSheet();
+    if (!sheet) return false;
+    const ArrayEntry* entry = FindArray(*sheet, sheet->view.activeRow, sheet->view.activeColumn);
+    if (!entry || IsOneCell(entry->area)) return false;
+    ShowMessage(Message(MSG_PART_OF_ARRAY));
+    return true;
+}
+
+void BeginEdit(i32 mode) {
+    Shell().entryMode = mode;
+    ShellPlatform().focusEntryLine();
+}
+
+bool CommitEntry(bool isArray, bool isFill) {
+    const Sheet* sheet = CurrentSheet();
+    WideText text;
+    if (!HasCells(sheet) || !ShellPlatform().entryText(text)) return false;
+    EntryTarget target;
+    target.book = CurrentBook();
+    target.sheet = CurrentWorkbook()->currentSheet;
+    target.refRow = sheet->view.activeRow;
+    target.refColumn = sheet->view.activeColumn;
+    target.isArray = isArray;
+    target.isFill = isFill;
+    if (isArray || isFill) {
+        target.area = sheet->view.selection;
+    } else {
+        const RefArea active = ActiveArea(*sheet);
+        target.area = {active.firstRow, active.firstRow, active.firstColumn, active.firstColumn};
+    }
+    EndPoint();
+    Shell().entryMode = ENTRY_ENTER;
+    i32 outcome = ENTRY_STORED;
+    if (!StoreEntry(target, text, outcome)) {
+        if (outcome == ENTRY_BAD_FORMULA) ShowBadFormula();
+        return false;
+    }
+    LeaveEdit();
+    IgnoreFailure(MarkVolatileCells());
+    RefreshEntryLine();
+    UpdateTitle();
+    // A value may reach any cell shown through formulas, and a text may spill.
+    ShellPlatform().invalidate(Shell().layout.grid);
+    InvalidateStatus();
+    return true;
+}
+
+void CancelEntry() {
+    LeaveEdit();
+    RefreshEntryLine();
+}
+
+bool CommitBeforeMove() {
+    if (!IsEditing()) return true;
+    return !RefuseActiveArray() && CommitEntry(false, false);
+}
+
+void RefreshEntryLine() {
+    if (IsEditing()) return;
+    const Sheet* sheet = CurrentSheet();
+    WideText text;
+    if (HasCells(sheet)) {
+        const RefArea active = ActiveArea(*sheet);
+        if (!LineText(*sheet, active.firstRow, active.firstColumn, text)) text.Truncate(0);
+    }
+    ShellPlatform().setEntryText(text);
+}
+
+void StartTyping(char16_t character) {
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || (character < 32 && character != VK_BACK)) return;
+    const RefArea area = ActiveArea(*sheet);
+    if (RefuseProtected(area) || RefuseArrayPart(area)) return;
+    if (!IsEditing()) {
+        const u16 format = ActiveNumberFormat();
+        const bool percent = character >= u'0' && character <= u'9' && (format == 9 || format == 10);
+        ShellPlatform().setEntryText(percent ? u"%" : u"");
+        ShellPlatform().selectEntry(0, 0);
+        BeginEdit(ENTRY_ENTER);
+    }
+    if (character != VK_BACK) ShellPlatform().replaceEntrySelection(WideView(&character, 1));
+}
+
+void StartEditAtEnd() {
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || IsEditing()) return;
+    if (!EntryLineClick()) return;
+    ShellPlatform().focusEntryLine();
+    CaretAtEnd();
+}
+
+void InsertLineFeed() {
+    if (IsEditing()) ShellPlatform().replaceEntrySelection(u"\n");
+}
+
+// Today or now, as the entry line shows such a value.
+void InsertClock(bool time) {
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || RefuseProtected(ActiveArea(*sheet)) || RefuseArrayPart(ActiveArea(*sheet))) return;
+    SystemTime now = {};
+    Platform().getLocalTime(now);
+    const i32 days = DateToSerial(now.year, now.month, now.day);
+    const double serial =
+        time ? (now.hour * 60 + now.minute) / 1440.0 : days - (CurrentWorkbook()->date1904 ? 1462 : 0);
+    WideText text;
+    if (!EditableText(CurrentBook(), NumberValue(serial), time ? 20 : 14, text)) return;
+    if (!IsEditing()) {
+        ShellPlatform().setEntryText(u"");
+        BeginEdit(ENTRY_ENTER);
+    }
+    ShellPlatform().replaceEntrySelection(text);
+}
+
+bool EntryLineKeyDown(u32 key, u32 modifiers) {
+    if (!IsEditing()) return false;
+    ShellState& shell = Shell();
+    if ((key == VK_RETURN) && (modifiers & KEY_ALT)) {
+        InsertLineFeed();
+        return true;
+    }
+    if (key == VK_RETURN) return EnterKeyDown(modifiers);
+    if (key == VK_TAB) {
+        EndPoint();
+        return false;
+    }
+    if (key == VK_F2) {
+        shell.entryMode = 3 - shell.entryMode;
+        return true;
+    }
+    if (!IsMoveKey(key) && key != VK_SPACE) return false;
+    if (shell.entryMode == ENTRY_ENTER) return EnterModeKey(key, modifiers);
+    return key == VK_SPACE && shell.point.active && PointKey(key, modifiers);
+}
+
+bool EntryLineChar(u32 character, u32 modifiers) {
+    if (!IsEditing()) return false;
+    const bool shift = (modifiers & KEY_SHIFT) != 0;
+    if (character == u' ' && ((modifiers & KEY_CTRL) || (shift && Shell().point.active))) return true;
+    EndPoint();
+    switch (character) {
+        case VK_TAB:
+            if (CommitBeforeMove()) TabMove(shift);
+            return true;
+        case u'\r':
+        case u'\n':
+            if (CommitBeforeMove()) EnterMove(shift);
+            return true;
+        case VK_ESCAPE: CancelEntry(); return true;
+        default: return false;
+    }
+}
+
+bool EntryLineClick() {
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet)) return false;
+    SetEndMode(false);
+    EndPoint();
+    if (IsEditing()) return true;
+    const RefArea active = ActiveArea(*sheet);
+    if (RefuseProtected(active)) return false;
+    const ArrayEntry* entry = FindArray(*sheet, active.firstRow, active.firstColumn);
+    if (entry && entry->area != sheet->view.selection) {
+        ShowMessage(Message(MSG_PART_OF_ARRAY));
+        return false;
+    }
+    Shell().entryMode = ENTRY_EDIT;
+    // An array shows without its braces while it is edited.
+    WideText text;
+    if (entry && LineText(*sheet, active.firstRow, active.firstColumn, text))
+        ShellPlatform().setEntryText(text);
+    return true;
+}
+
+}  // namespace tally

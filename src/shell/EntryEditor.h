@@ -1,0 +1,34 @@
+#pragma once
+// The entry line: what starts an edit, what keys do in it, and the commit.
+
+#include "shell/ShellState.h"
+
+namespace tally {
+
+void BeginEdit(i32 mode);
+// Stores the line's text: into the active cell, or with `isArray` or `isFill` into the selection. False
+// when nothing was stored; the user has then been told.
+bool CommitEntry(bool isArray, bool isFill);
+void CancelEntry();
+// Shows the active cell's text in the line.
+void RefreshEntryLine();
+// A character typed on the grid.
+void StartTyping(char16_t character);
+void StartEditAtEnd();
+// Today's date or the time of day into the line.
+void InsertClock(bool time);
+void InsertLineFeed();
+// Commits a running edit before something that needs the grid; false when the commit failed.
+bool CommitBeforeMove();
+
+// The refusals, each with its box. True: refused.
+bool RefuseProtected(const RefArea& area);
+bool RefuseArrayPart(const RefArea& area);
+bool RefuseActiveArray();
+
+// References that are written into the line with keys or the mouse.
+bool PointKey(u32 key, u32 modifiers);
+bool PointMouse(i32 row, i32 column, bool extend);
+void EndPoint();
+
+}  // namespace tally

@@ -1,0 +1,194 @@
+#include <algorithm>
+
+#include "base/MessageTable.h"
+#include "base/Text.h"
+#include "fileio/OpenFile.h"
+#include "fileio/TextFiles.h"
+#include "model/BookTable.h"
+#include "shell/Commands.h"
+#include "shell/EntryEditor.h"
+#include "shell/Layout.h"
+#include "shell/Selection.h"
+#include "shell/Shell.h"
+
+namespace tally {
+namespace {
+
+constexpr FileFilter openFilters[] = {
+    {u"工作簿", u"*.xls *.xlt"}, {u"文本", u"*.csv *.txt"}, {u"所有文件", u"*"}};
+constexpr FileFilter saveFilters[] = {{u"CSV", u"*.csv"}, {u"文本", u"*.txt"}};
+
+void ForgetEdit() {
+    if (IsEditing()) CancelEntry();
+}
+
+// Everything that shows a book, after the current one changed.
+void ShowCurrentBook() {
+    Shell().firstTab = 0;
+    Shell().endMode = false;
+    if (CurrentBook() >= 0) {
+        SelectBook(CurrentBook());
+    } else {
+        UpdateTitle();
+        RefreshChrome();
+        RefreshEntryLine();
+    }
+}
+
+bool EndsLike(WideView path, WideView extension) {
+    return path.size() >= extension.size() &&
+           EqualIgnoringCase(path.substr(path.size() - extension.size()), extension);
+}
+
+bool SaveTo(i32 book, WideView path) {
+    const FileType type = FileTypeOf(path);
+    if (type != FILE_CSV && type != FILE_TXT) {
+        ShowMessage(Message(MSG_SAVE_FORM_MISSING));
+        return false;
+    }
+    if (!SaveText(book, path, type)) return false;
+    BookAt(book)->dirty = 0;
+    return true;
+}
+
+bool SaveAs(i32 book) {
+    i32 filter = 0;
+    WideText path;
+    if (!path.Assign(BookAt(book)->path) ||
+        !ShellPlatform().saveFileDialog(std::span(saveFilters), filter, path))
+        return false;
+    const WideView extension = filter == 1 ? u".txt" : u".csv";
+    const bool bare = FileNameOf(path).find(u'.') == WideView::npos;
+    if (bare && !EndsLike(path, extension) && !path.Append(extension)) return false;
+    Workbook* target = BookAt(book);
+    if (!target || !SaveTo(book, path)) return false;
+    AddRecentFile(path);
+    target->path = std::move(path);
+    target->untitled = false;
+    UpdateTitle();
+    return true;
+}
+
+}  // namespace
+
+bool SaveBook(i32 book) { return BookAt(book)->untitled ? SaveAs(book) : SaveTo(book, BookAt(book)->path); }
+
+void AddRecentFile(WideView path) {
+    Array<WideText>& recent = Shell().recent;
+    WideText own;
+    if (!own.Assign(path)) return;
+    for (u32 i = 0; i < recent.Count(); ++i) {
+        if (!EqualIgnoringCase(recent[i], own)) continue;
+        recent.RemoveAt(i);
+        break;
+    }
+    if (recent.InsertAt(0, std::move(own))) recent.Truncate(RECENT_FILES);
+}
+
+bool OpenBookFile(WideView path, bool addToRecent) {
+    WideText own;
+    if (!own.Assign(path)) return false;
+    const i32 open = FindOpenBook(own, false);
+    if (open >= 0) BookAt(open)->hiddenLink = 0;
+    const bool good = OpenFile(own, OPEN_VISIBLE);
+    if (good && addToRecent) AddRecentFile(own);
+    ShowCurrentBook();
+    return good;
+}
+
+bool MakeFirstBook() {
+    WideText templatePath;
+    if (Platform().programDirectory(templatePath) && templatePath.Append(u"Book.xlt") &&
+        Platform().fileExists(templatePath) && OpenFile(templatePath, OPEN_VISIBLE)) {
+        WideText name;
+        char digits[16];
+        std::size_t length = 0;
+        for (u32 n = ++Books().newBookNumber; n || !length; n /= 10)
+            digits[15 - length++] = static_cast<char>('0' + n % 10);
+        Workbook* book = CurrentWorkbook();
+        if (name.Assign(u"Book") && name.AppendAscii({digits + 16 - length, length})) {
+            book->path = std::move(name);
+            book->untitled = true;
+        }
+        return true;
+    }
+    return CreateWorkbook(nullptr, true);
+}
+
+void NewBookCommand(i32) {
+    if (IsEditing() || !MakeFirstBook()) return;
+    ShowCurrentBook();
+}
+
+void OpenBookCommand(i32) {
+    if (IsEditing()) return;
+    WideText path;
+    if (ShellPlatform().openFileDialog(std::span(openFilters), path)) IgnoreFailure(OpenBookFile(path, true));
+}
+
+void RecentFileCommand(i32 command) {
+    const u32 index = static_cast<u32>(command - 118);
+    if (IsEditing() || index >= Shell().recent.Count()) return;
+    WideText path;
+    if (!path.Assign(Shell().recent[index])) return;
+    if (OpenBookFile(path, true)) return;
+    Array<WideText>& recent = Shell().recent;
+    if (index < recent.Count()) recent.RemoveAt(index);
+}
+
+bool CloseBook(i32 book, CloseMode mode) {
+    if (!BookAt(book)) return false;
+    ForgetEdit();
+    if (mode == CLOSE_SAVE || (mode == CLOSE_ASK && BookAt(book)->dirty)) {
+        i32 answer = IDYES;
+        if (mode == CLOSE_ASK) {
+            WideText text;
+            if (!FormatWith(text, Message(MSG_SAVE_CHANGES), FileNameOf(BookAt(book)->path))) return true;
+            answer = Platform().messageBox(text, PROGRAM_NAME, MB_YESNOCANCEL);
+        }
+        if (answer != IDYES && answer != IDNO) return true;
+        // A book that could not be saved stays open, so that nothing is lost.
+        if (answer == IDYES && !SaveBook(book)) return true;
+    }
+    RemoveBook(book);
+    return false;
+}
+
+void CloseBookCommand(i32) {
+    if (CurrentBook() < 0) return;
+    IgnoreFailure(CloseBook(CurrentBook(), CLOSE_ASK));
+    ShowCurrentBook();
+}
+
+bool CloseAllBooks() {
+    while (CurrentBook() >= 0) {
+        const bool cancelled = CloseBook(CurrentBook(), CLOSE_ASK);
+        ShowCurrentBook();
+        if (cancelled) return false;
+    }
+    return true;
+}
+
+void SaveCommand(i32) {
+    if (CurrentBook() >= 0) IgnoreFailure(SaveBook(CurrentBook()));
+}
+
+void SaveAsCommand(i32) {
+    if (CurrentBook() >= 0) IgnoreFailure(SaveAs(CurrentBook()));
+}
+
+void ExitCommand(i32) {
+    ShellMessage close;
+    close.message = WM_CLOSE;
+    IgnoreFailure(SendShellMessage(close));
+}
+
+void UpdateTitle() {
+    WideText title;
+    const Workbook* book = CurrentWorkbook();
+    bool good = title.Assign(PROGRAM_NAME);
+    if (book) good = good && title.Append(u" - ") && title.Append(FileNameOf(book->path));
+    if (good) ShellPlatform().setTitle(title);
+}
+
+}  // namespace tally

@@ -1,0 +1,26 @@
+#pragma once
+// Painting the frame's client area. The work follows what lies in the rectangle to paint.
+
+#include "shell/ShellState.h"
+
+namespace tally {
+
+void PaintFrame(void* target, const PixelRect& paint);
+
+// What painting a cell's text needs to know.
+struct CellText {
+    WideView text;
+    u16 valueType = 0;
+    const CellFormat* format = nullptr;
+    FontHandle font = 0;
+    i32 width = 0, height = 0;  // of the text on one line
+    u32 colour = 0;
+};
+
+// Draws a text into the rectangle of its cell, inside `clip`.
+void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, CellText text);
+// The alignment in force, general worked out by the type of the value.
+u8 EffectiveAlignment(const CellFormat& format, u16 valueType);
+FontHandle CellFont(const Workbook& book, const CellFormat& format, i32 dpiY);
+
+}  // namespace tally

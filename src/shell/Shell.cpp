@@ -1,0 +1,188 @@
+#include "shell/Shell.h"
+
+#include "display/LocaleSettings.h"
+#include "fileio/OpenFile.h"
+#include "formula/Recalculation.h"
+#include "functions/Random.h"
+#include "model/BookTable.h"
+#include "shell/Commands.h"
+#include "shell/EntryEditor.h"
+#include "shell/GridPaint.h"
+#include "shell/Layout.h"
+#include "shell/MouseInput.h"
+#include "shell/Selection.h"
+#include "shell/ShellState.h"
+#include "shell/Tables.h"
+
+namespace tally {
+namespace {
+
+ShellState state;
+
+bool OnChar(const ShellMessage& message) {
+    if (message.modifiers & KEY_CTRL) return true;
+    if (!HasCells(CurrentSheet())) return true;
+    if (IsEditing()) {
+        // The frame has no keyboard of its own while something is typed.
+        if (!EntryLineChar(message.key, message.modifiers)) StartTyping(static_cast<char16_t>(message.key));
+        return true;
+    }
+    const bool shift = (message.modifiers & KEY_SHIFT) != 0;
+    switch (message.key) {
+        case VK_TAB: TabMove(shift); break;
+        case u'\r': EnterMove(shift); break;
+        case VK_ESCAPE: break;
+        default:
+            if (message.key == u' ' && shift) break;
+            SetEndMode(false);
+            StartTyping(static_cast<char16_t>(message.key));
+    }
+    return true;
+}
+
+bool OnClose(const ShellMessage&) {
+    if (!CloseAllBooks()) return true;
+    state.closing = true;
+    ShellPlatform().quit();
+    return true;
+}
+
+bool OnCommand(const ShellMessage& message) {
+    if (message.sender != SENDER_ENTRY_LINE) SetEndMode(false);
+    if (message.sender <= SENDER_TOOLBAR && RunCommand(message.command)) return true;
+    const i32 book = message.command - 540;
+    if (book >= 0 && BookAt(book) && CommitBeforeMove()) SelectBook(book);
+    return true;
+}
+
+bool OnHelp(const ShellMessage&) {
+    WideText path;
+    if (Platform().programDirectory(path) && path.Append(u"TlyHelp.htm"))
+        IgnoreFailure(ShellPlatform().openExternally(path));
+    return true;
+}
+
+bool OnScroll(const ShellMessage& message) {
+    ScrollBy(message.message == WM_VSCROLL, message.scrollCode, message.scrollPosition);
+    return true;
+}
+
+bool OnComposition(const ShellMessage&) {
+    if (!IsEditing() && HasCells(CurrentSheet())) {
+        ShellPlatform().setEntryText(u"");
+        BeginEdit(ENTRY_ENTER);
+    }
+    return false;
+}
+
+bool OnMenu(const ShellMessage&) { return true; }
+
+bool OnKey(const ShellMessage& message) {
+    if (IsEditing()) return EntryLineKeyDown(message.key, message.modifiers);
+    return GridKey(message.key, message.modifiers);
+}
+
+bool OnPaint(const ShellMessage& message) {
+    PaintFrame(message.target, message.paint);
+    return true;
+}
+
+bool OnFocus(const ShellMessage&) {
+    if (IsEditing()) ShellPlatform().focusEntryLine();
+    return true;
+}
+
+bool OnSize(const ShellMessage& message) {
+    if (message.minimised) return true;
+    RefreshChrome();
+    ScrollTabs();
+    return true;
+}
+
+constexpr FrameMessageRow frameMessages[] = {
+    {WM_CHAR, OnChar},
+    {WM_CLOSE, OnClose},
+    {WM_COMMAND, OnCommand},
+    {WM_HELP, OnHelp},
+    {WM_HSCROLL, OnScroll},
+    {WM_VSCROLL, OnScroll},
+    {WM_IME_STARTCOMPOSITION, OnComposition},
+    {WM_INITMENUPOPUP, OnMenu},
+    {WM_KEYDOWN, OnKey},
+    {WM_LBUTTONDBLCLK, MouseDouble},
+    {WM_LBUTTONDOWN, MouseDown},
+    {WM_LBUTTONUP, MouseUp},
+    {WM_MOUSEMOVE, MouseMove},
+    {WM_RBUTTONDOWN, MouseRight},
+    {WM_MOUSEWHEEL, MouseWheel},
+    {WM_PAINT, OnPaint},
+    {WM_SETFOCUS, OnFocus},
+    {WM_SIZE, OnSize},
+    {WM_TIMER, GestureTimer},
+};
+
+void CellChanged(i32 book, i32 sheet, i32 row, i32 column) {
+    if (book != CurrentBook() || !CurrentWorkbook() || CurrentWorkbook()->currentSheet != sheet) return;
+    if (!state.platform) return;
+    InvalidateArea(
+        {static_cast<u16>(row), static_cast<u16>(row), static_cast<u8>(column), static_cast<u8>(column)});
+}
+
+// The path of a command line, without the quotes around it.
+WideView CommandPath(WideView line) {
+    if (line.size() >= 2 && line.front() == u'"' && line.back() == u'"') return line.substr(1, line.size() - 2);
+    return line;
+}
+
+}  // namespace
+
+ShellState& Shell() { return state; }
+const ShellPlatformTable& ShellPlatform() { return *state.platform; }
+void SetShellPlatform(const ShellPlatformTable* table) { state.platform = table; }
+std::span<const FrameMessageRow> FrameMessageTable() { return frameMessages; }
+
+void StartShell(WideView commandLine) {
+    IgnoreFailure(ReadLocaleSettings());
+    RecalculationView().cellChanged = CellChanged;
+    ConnectLinkOpener();
+    LoadSettings();
+    const WideView path = CommandPath(commandLine);
+    const bool opened = !path.empty() && Platform().fileExists(path) && OpenBookFile(path, true);
+    if (!opened) IgnoreFailure(MakeFirstBook());
+    if (state.options5 & OPTION_FULL_SCREEN) ShellPlatform().setFullScreen(true);
+    if (CurrentBook() >= 0) SelectBook(CurrentBook());
+    else RefreshChrome();
+    ShellPlatform().focusFrame();
+}
+
+void StopShell() {
+    SaveSettings();
+    ResetBooks();
+    ResetShell();
+}
+
+bool SendShellMessage(const ShellMessage& message) {
+    for (const FrameMessageRow& row : frameMessages)
+        if (row.message == message.message) return row.handler(message);
+    return false;
+}
+
+bool TranslateShellAccelerator(u32 key, u32 modifiers) {
+    for (const Accelerator& row : AcceleratorTable()) {
+        if (row.key != key || row.modifiers != modifiers) continue;
+        ShellMessage message;
+        message.message = WM_COMMAND;
+        message.command = row.command;
+        IgnoreFailure(SendShellMessage(message));
+        return true;
+    }
+    return false;
+}
+
+void ResetShell() {
+    const ShellPlatformTable* platform = state.platform;
+    state = ShellState();
+    state.platform = platform;
+}
+
+}  // namespace tally

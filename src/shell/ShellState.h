@@ -1,0 +1,83 @@
+#pragma once
+// What the shell remembers between messages: one record, one reset.
+
+#include "model/ModelTypes.h"
+#include "shell/ShellPlatform.h"
+
+namespace tally {
+
+constexpr u32 RECENT_FILES = 9;
+
+enum EntryModeValue : i32 { ENTRY_NONE = 0, ENTRY_ENTER = 1, ENTRY_EDIT = 2 };
+
+enum Gesture : u8 {
+    GESTURE_NONE,
+    GESTURE_CELLS,
+    GESTURE_ROWS,
+    GESTURE_COLUMNS,
+    GESTURE_RESIZE_ROW,
+    GESTURE_RESIZE_COLUMN,
+    GESTURE_POINT
+};
+
+// A row or column on the screen; `end` lies outside.
+struct ShownLine {
+    i32 index = 0;
+    i32 start = 0;
+    i32 end = 0;
+};
+
+// Where everything in the client area lies, worked out by RefreshChrome.
+struct Layout {
+    i32 width = 0, height = 0;
+    i32 digitWidth = 7;  // zoomed
+    i32 dpiX = 96, dpiY = 96;
+    i32 headerHeight = 0, headerWidth = 0;
+    PixelRect entryLine;
+    PixelRect grid;   // GridArea: headers and cells
+    PixelRect cells;  // without the headers
+    PixelRect tabScroller;
+    PixelRect tabs;
+    PixelRect statusBar;
+    // Shown rows and columns in the order of the screen: those of the fixed pane first.
+    Array<ShownLine> rows, columns;
+    u32 fixedRows = 0, fixedColumns = 0;  // how many of them are in the fixed pane
+};
+
+// While a reference is written into the entry line by keys or the mouse.
+struct PointState {
+    bool active = false;
+    i32 start = 0, end = 0;  // the span of the reference in the entry line
+    RefArea area;
+    i32 anchorRow = 0, anchorColumn = 0;
+    i32 row = 0, column = 0;  // the moving corner
+};
+
+struct ShellState {
+    const ShellPlatformTable* platform = nullptr;
+    Layout layout;
+    i32 entryMode = ENTRY_NONE;
+    bool endMode = false;
+    Gesture gesture = GESTURE_NONE;
+    i32 gestureLine = 0;                  // row or column that is being resized
+    i32 gestureOffset = 0;                // distance of the pointer from its edge
+    i32 gestureX = 0, gestureY = 0;       // last pointer position
+    i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
+    PointState point;
+    i32 firstTab = 0;  // first sheet tab shown
+    Array<WideText> recent;
+    bool bandHidden[4] = {false, false, true, true};  // standard, formula, format, entry
+    bool statusBarShown = true;
+    i32 aggregate = 6;
+    u32 options5 = 0;
+    bool closing = false;
+};
+ShellState& Shell();
+
+constexpr u32 OPTION_FULL_SCREEN = 32;
+enum BandNumber : i32 { BAND_STANDARD, BAND_FORMULA, BAND_FORMAT, BAND_ENTRY };
+
+inline bool IsEditing() { return Shell().entryMode != ENTRY_NONE; }
+inline bool HasCells(const Sheet* sheet) { return sheet && (sheet->kind & SHEET_WITH_CELLS); }
+
+}  // namespace tally

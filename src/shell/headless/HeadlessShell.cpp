@@ -1,0 +1,307 @@
+#include "shell/headless/HeadlessShell.h"
+
+#include <algorithm>
+
+#include "base/Text.h"
+
+namespace tally {
+namespace {
+
+HeadlessShellState frame;
+
+// ---- drawing: a character is half as wide as the font is high, a wide one as wide --------------------------
+
+FontHandle FindFont(const FontRequest& request) {
+    HeadlessFont font;
+    const std::size_t length = std::min<std::size_t>(request.faceName.size(), 31);
+    std::copy_n(request.faceName.data(), length, font.faceName);
+    font.pixelHeight = request.pixelHeight;
+    font.weight = request.weight;
+    font.italic = request.italic;
+    font.underline = request.underline;
+    font.strikeout = request.strikeout;
+    font.escapement = request.escapement;
+    for (u32 i = 0; i < frame.fonts.Count(); ++i) {
+        const HeadlessFont& known = frame.fonts[i];
+        if (WideView(known.faceName) == WideView(font.faceName) && known.pixelHeight == font.pixelHeight &&
+            known.weight == font.weight && known.italic == font.italic && known.underline == font.underline &&
+            known.strikeout == font.strikeout && known.escapement == font.escapement)
+            return static_cast<FontHandle>(i + 1);
+    }
+    return frame.fonts.Append(font) ? static_cast<FontHandle>(frame.fonts.Count()) : 0;
+}
+
+void TextExtent(FontHandle font, WideView text, i32& width, i32& height) {
+    const u32 row = static_cast<u32>(font) - 1;
+    const i32 size = font > 0 && row < frame.fonts.Count() ? frame.fonts[row].pixelHeight : 13;
+    width = 0;
+    for (const char16_t c : text) width += c >= 0x2E80 ? size : (size + 1) / 2;
+    height = size + 3;
+}
+
+void Record(DrawKind kind, const PixelRect& rect, u32 colour, FontHandle font = 0, WideView text = {}) {
+    DrawRecord* record = frame.drawing.AppendDefault();
+    if (!record) return;
+    record->kind = kind;
+    record->rect = rect;
+    record->clip = frame.clip;
+    record->colour = colour;
+    record->font = font;
+    IgnoreFailure(record->text.Assign(text));
+}
+
+void SetClip(void*, const PixelRect& clip) { frame.clip = clip; }
+void FillRect(void*, const PixelRect& rect, u32 colour) { Record(DRAW_FILL, rect, colour); }
+void PatternRect(void*, const PixelRect& rect, u8, u32 colour, u32) { Record(DRAW_PATTERN, rect, colour); }
+void Line(void*, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, PenStyle) {
+    Record(DRAW_LINE, {x1, y1, x2, y2}, colour);
+}
+void InvertRect(void*, const PixelRect& rect) { Record(DRAW_INVERT, rect, 0); }
+void DrawText(void*, i32 x, i32 y, const PixelRect& clip, FontHandle font, u32 colour, WideView text) {
+    i32 width = 0, height = 0;
+    TextExtent(font, text, width, height);
+    Record(DRAW_TEXT, {x, y, x + width, y + height}, colour, font, text);
+    if (!frame.drawing.IsEmpty()) frame.drawing.Last().clip = IntersectRects(clip, frame.clip);
+}
+
+constexpr DrawingTable drawingTable = {FindFont,    TextExtent, SetClip,    FillRect,
+                                       PatternRect, Line,       InvertRect, DrawText};
+
+// ---- the frame ------------------------------------------------------------------------------------------
+
+void SetTitle(WideView title) { IgnoreFailure(frame.title.Assign(title)); }
+void ClientSize(i32& width, i32& height) {
+    width = frame.width;
+    height = frame.height;
+}
+void Invalidate(const PixelRect& rect) {
+    if (IsEmptyRect(rect)) return;
+    ++frame.invalidations;
+    if (IsEmptyRect(frame.dirty)) {
+        frame.dirty = rect;
+        return;
+    }
+    frame.dirty = {std::min(frame.dirty.left, rect.left), std::min(frame.dirty.top, rect.top),
+                   std::max(frame.dirty.right, rect.right), std::max(frame.dirty.bottom, rect.bottom)};
+}
+void SetCapture(bool on) { frame.captured = on; }
+void StartTimer(i32 timer, i32) { frame.timers[timer & 7] = true; }
+void KillTimer(i32 timer) { frame.timers[timer & 7] = false; }
+void SetFullScreen(bool) {}
+void Quit() { frame.hasQuit = true; }
+void FocusFrame() { frame.entryFocused = false; }
+i32 TrackPopup(const Array<MenuItem>& items, i32, i32) {
+    frame.popupTexts.Truncate(0);
+    for (const MenuItem& item : items) {
+        WideText text;
+        if (!text.Assign(item.text) || !frame.popupTexts.Append(std::move(text))) break;
+    }
+    return std::exchange(frame.popupAnswer, 0);
+}
+
+// ---- the entry line ------------------------------------------------------------------------------------
+
+void PlaceEntryLine(const PixelRect& place, bool shown) { frame.entryPlace = shown ? place : PixelRect(); }
+bool EntryText(WideText& out) { return out.Assign(frame.entry); }
+void SetEntryText(WideView text) {
+    IgnoreFailure(frame.entry.Assign(text));
+    frame.entryStart = frame.entryEnd = 0;
+}
+void EntrySelection(i32& start, i32& end) {
+    start = frame.entryStart;
+    end = frame.entryEnd;
+}
+void SelectEntry(i32 start, i32 end) {
+    const i32 length = static_cast<i32>(frame.entry.Length());
+    frame.entryStart = std::clamp(start, 0, length);
+    frame.entryEnd = std::clamp(end, frame.entryStart, length);
+}
+void ReplaceEntrySelection(WideView text) {
+    const u32 start = static_cast<u32>(frame.entryStart);
+    frame.entry.Remove(start, static_cast<u32>(frame.entryEnd) - start);
+    IgnoreFailure(frame.entry.Insert(start, text));
+    frame.entryStart = frame.entryEnd = static_cast<i32>(start + text.size());
+}
+void FocusEntryLine() { frame.entryFocused = true; }
+void EntryAction(EntryEditAction action) {
+    if (action == ENTRY_PASTE) ReplaceEntrySelection(frame.clipboard);
+    if (action == ENTRY_CUT || action == ENTRY_COPY)
+        IgnoreFailure(frame.clipboard.Assign(frame.entry.View().substr(
+            static_cast<u32>(frame.entryStart), static_cast<u32>(frame.entryEnd - frame.entryStart))));
+    if (action == ENTRY_CUT) ReplaceEntrySelection(u"");
+}
+bool EntryCanUndo() { return false; }
+
+void SetScrollBar(bool vertical, const ScrollBarState& state) {
+    (vertical ? frame.verticalBar : frame.horizontalBar) = state;
+}
+
+// ---- dialogs, settings, clipboard -------------------------------------------------------------------------
+
+bool OpenFileDialog(std::span<const FileFilter>, WideText& path) {
+    const bool chosen = !frame.dialogPath.IsEmpty() && path.Assign(frame.dialogPath);
+    frame.dialogPath.Truncate(0);
+    return chosen;
+}
+bool SaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path) {
+    filter = frame.dialogFilter;
+    return OpenFileDialog(filters, path);
+}
+SettingRow* FindSetting(WideView section, WideView key) {
+    for (SettingRow& row : frame.settings)
+        if (EqualIgnoringCase(row.section, section) && EqualIgnoringCase(row.key, key)) return &row;
+    return nullptr;
+}
+bool ReadSetting(WideView section, WideView key, WideText& out) {
+    const SettingRow* row = FindSetting(section, key);
+    return row && out.Assign(row->value);
+}
+bool WriteSetting(WideView section, WideView key, WideView value) {
+    SettingRow* row = FindSetting(section, key);
+    if (!row) {
+        row = frame.settings.AppendDefault();
+        if (!row || !row->section.Assign(section) || !row->key.Assign(key)) return false;
+    }
+    return row->value.Assign(value);
+}
+bool ClipboardText(WideText& out) { return out.Assign(frame.clipboard); }
+bool SetClipboardText(WideView text) { return frame.clipboard.Assign(text); }
+bool ClipboardHasText() { return !frame.clipboard.IsEmpty(); }
+bool OpenExternally(WideView) { return false; }
+
+constexpr ShellPlatformTable shellTable = {
+    SetTitle,
+    ClientSize,
+    Invalidate,
+    SetCapture,
+    StartTimer,
+    KillTimer,
+    SetFullScreen,
+    Quit,
+    FocusFrame,
+    &drawingTable,
+    TrackPopup,
+    PlaceEntryLine,
+    EntryText,
+    SetEntryText,
+    EntrySelection,
+    SelectEntry,
+    ReplaceEntrySelection,
+    FocusEntryLine,
+    EntryAction,
+    EntryCanUndo,
+    SetScrollBar,
+    OpenFileDialog,
+    SaveFileDialog,
+    ReadSetting,
+    WriteSetting,
+    ClipboardText,
+    SetClipboardText,
+    ClipboardHasText,
+    OpenExternally,
+};
+
+ShellMessage MouseMessage(u32 number, i32 x, i32 y, u32 modifiers = 0) {
+    ShellMessage message;
+    message.message = number;
+    message.x = x;
+    message.y = y;
+    message.modifiers = modifiers;
+    return message;
+}
+
+// What the edit control does with a key that nobody swallowed.
+void EditKey(u32 key) {
+    const i32 start = frame.entryStart;
+    if (key == VK_LEFT) SelectEntry(start - 1, start - 1);
+    if (key == VK_RIGHT) SelectEntry(frame.entryEnd + 1, frame.entryEnd + 1);
+    if (key == VK_HOME) SelectEntry(0, 0);
+    if (key == VK_END)
+        SelectEntry(static_cast<i32>(frame.entry.Length()), static_cast<i32>(frame.entry.Length()));
+    if (key == VK_BACK && frame.entryStart == frame.entryEnd && start > 0) frame.entryStart = start - 1;
+    if (key == VK_BACK) ReplaceEntrySelection(u"");
+}
+
+void SendChar(char16_t c, u32 modifiers) {
+    if (frame.entryFocused) {
+        if (!EntryLineChar(c, modifiers) && c >= 32) ReplaceEntrySelection(WideView(&c, 1));
+        return;
+    }
+    ShellMessage message;
+    message.message = WM_CHAR;
+    message.key = c;
+    message.modifiers = modifiers;
+    IgnoreFailure(SendShellMessage(message));
+}
+
+}  // namespace
+
+HeadlessShellState& HeadlessFrame() { return frame; }
+void UseHeadlessShell() { SetShellPlatform(&shellTable); }
+void ResetHeadlessShell() { frame = HeadlessShellState(); }
+
+void PressKey(u32 key, u32 modifiers) {
+    if (TranslateShellAccelerator(key, modifiers)) return;
+    if (frame.entryFocused) {
+        if (EntryLineKeyDown(key, modifiers)) return;
+        if (key != VK_RETURN && key != VK_TAB && key != VK_ESCAPE) {
+            EditKey(key);
+            return;
+        }
+    } else {
+        ShellMessage message;
+        message.message = WM_KEYDOWN;
+        message.key = key;
+        message.modifiers = modifiers;
+        if (SendShellMessage(message)) return;
+    }
+    if (key == VK_RETURN || key == VK_TAB || key == VK_ESCAPE || key == VK_BACK)
+        SendChar(static_cast<char16_t>(key), modifiers);
+}
+
+void TypeText(WideView text) {
+    for (const char16_t c : text) SendChar(c, 0);
+}
+
+void ClickMouse(i32 x, i32 y, u32 modifiers) {
+    IgnoreFailure(SendShellMessage(MouseMessage(WM_LBUTTONDOWN, x, y, modifiers)));
+    IgnoreFailure(SendShellMessage(MouseMessage(WM_LBUTTONUP, x, y, modifiers)));
+}
+
+void DragMouse(i32 fromX, i32 fromY, i32 toX, i32 toY) {
+    IgnoreFailure(SendShellMessage(MouseMessage(WM_LBUTTONDOWN, fromX, fromY)));
+    IgnoreFailure(SendShellMessage(MouseMessage(WM_MOUSEMOVE, toX, toY)));
+    IgnoreFailure(SendShellMessage(MouseMessage(WM_LBUTTONUP, toX, toY)));
+}
+
+void TurnWheel(i32 notches) {
+    ShellMessage message;
+    message.message = WM_MOUSEWHEEL;
+    message.wheel = notches < 0 ? -120 : 120;
+    for (i32 i = 0; i < (notches < 0 ? -notches : notches); ++i) IgnoreFailure(SendShellMessage(message));
+}
+
+void PickCommand(i32 command) {
+    ShellMessage message;
+    message.message = WM_COMMAND;
+    message.command = command;
+    IgnoreFailure(SendShellMessage(message));
+}
+
+void CloseFrame() {
+    ShellMessage message;
+    message.message = WM_CLOSE;
+    IgnoreFailure(SendShellMessage(message));
+}
+
+void PaintHeadless(bool all) {
+    frame.drawing.Truncate(0);
+    ShellMessage message;
+    message.message = WM_PAINT;
+    message.paint = all ? PixelRect{0, 0, frame.width, frame.height} : frame.dirty;
+    frame.clip = message.paint;
+    frame.dirty = PixelRect();
+    if (!IsEmptyRect(message.paint)) IgnoreFailure(SendShellMessage(message));
+}
+
+}  // namespace tally

@@ -1,0 +1,73 @@
+#pragma once
+// The windowing toolkit without a screen: a frame of a fixed size, an entry line in memory, recorded drawing
+// with fixed metrics, scripted dialogs. What a user does comes in through the helpers below.
+
+#include "shell/Shell.h"
+
+namespace tally {
+
+enum DrawKind : u8 { DRAW_FILL, DRAW_PATTERN, DRAW_LINE, DRAW_INVERT, DRAW_TEXT };
+
+// One drawing operation, as it reached the target.
+struct DrawRecord {
+    DrawKind kind = DRAW_FILL;
+    PixelRect rect;  // of a line its ends, of a text its box
+    PixelRect clip;
+    u32 colour = 0;
+    FontHandle font = 0;
+    WideText text;
+};
+
+struct HeadlessFont {
+    char16_t faceName[32] = {};
+    i32 pixelHeight = 13;
+    u16 weight = 400;
+    bool italic = false, underline = false, strikeout = false;
+    i32 escapement = 0;
+};
+
+struct SettingRow {
+    WideText section, key, value;
+};
+
+struct HeadlessShellState {
+    i32 width = 800, height = 600;
+    WideText title;
+    bool entryFocused = false;
+    bool hasQuit = false;
+    bool captured = false;
+    WideText entry;
+    i32 entryStart = 0, entryEnd = 0;
+    PixelRect entryPlace;
+    ScrollBarState verticalBar, horizontalBar;
+    bool timers[8] = {};
+    u32 invalidations = 0;
+    PixelRect dirty;      // all that was invalidated since the last paint
+    WideText dialogPath;  // answer of the next file dialog; empty cancels
+    i32 dialogFilter = 0;
+    i32 popupAnswer = 0;  // command that the next popup gives
+    Array<WideText> popupTexts;
+    Array<HeadlessFont> fonts;
+    PixelRect clip;
+    Array<DrawRecord> drawing;  // of the last paint
+    WideText clipboard;
+    Array<SettingRow> settings;
+};
+HeadlessShellState& HeadlessFrame();
+
+void UseHeadlessShell();
+void ResetHeadlessShell();
+
+// ---- what a user does ----------------------------------------------------------------------------------
+// A key as the toolkit delivers it: accelerators, then the line or the frame, then its character.
+void PressKey(u32 key, u32 modifiers = 0);
+void TypeText(WideView text);
+void ClickMouse(i32 x, i32 y, u32 modifiers = 0);
+void DragMouse(i32 fromX, i32 fromY, i32 toX, i32 toY);
+void TurnWheel(i32 notches);
+void PickCommand(i32 command);
+void CloseFrame();
+// Paints what was invalidated, or all.
+void PaintHeadless(bool all = true);
+
+}  // namespace tally
