@@ -102,6 +102,12 @@ bool TokensFor(const EntryTarget& target, const Content& content, i32 row, i32 c
         return false;
     }
     AbsoluteTokens(out, row, column);
+    // What were offsets are references of this cell now.
+    for (u32 at = 0; at < out.length; at = NextToken(out.bytes, out.length, at) + 1) {
+        const u8 token = FoldToken(out.bytes[at]);
+        if (token == ptgRefN || token == ptgAreaN)
+            out.bytes[at] = static_cast<u8>(out.bytes[at] - (ptgRefN - ptgRef));
+    }
     return true;
 }
 

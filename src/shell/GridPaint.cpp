@@ -78,24 +78,31 @@ i32 ColumnPixel(const Pane& pane, i32 column) {
     return place;
 }
 
-// A cell's text, measured and ready to paint. False when it shows nothing.
-bool PrepareText(const Pane& pane, i32 row, CellRecord& cell, WideText& room, CellText& out) {
+i32 MeasureText(const void* context, WideView text) {
+    i32 width = 0, height = 0;
+    Drawing().textExtent(*static_cast<const FontHandle*>(context), text, width, height);
+    return width;
+}
+
+// A cell's text, measured and ready to paint into `width` pixels. False when it shows nothing.
+bool PrepareText(const Pane& pane, i32 row, const CellRecord& cell, i32 width, WideText& room, CellText& out) {
     const bool formulas = (pane.sheet->viewFlags & VIEW_FORMULAS) != 0 && cell.formula;
     out.format = &ResolveCellFormat(*pane.book, cell.format);
     out.valueType = formulas ? u16{VT_STRING} : cell.value.type;
+    out.font = CellFont(*pane.book, *out.format, Shell().layout.dpiY);
+    const TextMeasure measure{MeasureText, &out.font};
     u16 sectionColour = AUTOMATIC_COLOUR;
     if (formulas) {
         if (!FormulaToText(pane.sheet->book, cell.formula->tokens, row, cell.column, true, room)) return false;
     } else if (cell.value.type == VT_NUMBER) {
-        if (!FormatNumber(cell.value.number, GetNumberFormatText(*pane.book, out.format->numberFormat), nullptr,
-                          0, pane.book->date1904 != 0, &sectionColour, room))
+        if (!FormatNumber(cell.value.number, GetNumberFormatText(*pane.book, out.format->numberFormat),
+                          &measure, width - 1, pane.book->date1904 != 0, &sectionColour, room))
             return false;
     } else if (!DisplayText(*pane.book, cell.value, cell.format, room)) {
         return false;
     }
     out.text = room;
     if (out.text.empty()) return false;
-    out.font = CellFont(*pane.book, *out.format, Shell().layout.dpiY);
     Drawing().textExtent(out.font, out.text, out.width, out.height);
     const u16 fontColour = ResolveFont(*pane.book, out.format->font).colour;
     out.colour = PaletteColour(*pane.book, sectionColour != AUTOMATIC_COLOUR ? sectionColour : fontColour, 0);
@@ -158,7 +165,7 @@ void PaintRowText(RowPainter& painter, CellRecord& cell) {
     if (MergeAt(pane, row, cell.column) || !GetColumnWidth(*pane.sheet, cell.column)) return;
     WideText room;
     CellText text;
-    if (!PrepareText(pane, row, cell, room, text)) return;
+    if (!PrepareText(pane, row, cell, ColumnPixels(*pane.sheet, cell.column), room, text)) return;
     i32 first = 0, last = 0;
     SpillRange(pane, row, cell.column, text, first, last);
     if (last < pane.columns.front().index || first > pane.columns.back().index) return;
@@ -242,7 +249,7 @@ void PaintMerge(Pane& pane, const RefArea& merge) {
     CellRecord* cell = GetCell(pane.sheet->cells, merge.firstRow, merge.firstColumn);
     WideText room;
     CellText text;
-    if (!cell || !PrepareText(pane, merge.firstRow, *cell, room, text)) return;
+    if (!cell || !PrepareText(pane, merge.firstRow, *cell, rect.right - rect.left, room, text)) return;
     if (inverted) text.colour ^= WHITE;
     PaintCellText(pane.target, rect, clip, text);
 }

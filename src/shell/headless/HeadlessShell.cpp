@@ -77,12 +77,7 @@ void ClientSize(i32& width, i32& height) {
 void Invalidate(const PixelRect& rect) {
     if (IsEmptyRect(rect)) return;
     ++frame.invalidations;
-    if (IsEmptyRect(frame.dirty)) {
-        frame.dirty = rect;
-        return;
-    }
-    frame.dirty = {std::min(frame.dirty.left, rect.left), std::min(frame.dirty.top, rect.top),
-                   std::max(frame.dirty.right, rect.right), std::max(frame.dirty.bottom, rect.bottom)};
+    IgnoreFailure(frame.dirty.Append(rect));
 }
 void SetCapture(bool on) { frame.captured = on; }
 void StartTimer(i32 timer, i32) { frame.timers[timer & 7] = true; }
@@ -296,12 +291,17 @@ void CloseFrame() {
 
 void PaintHeadless(bool all) {
     frame.drawing.Truncate(0);
-    ShellMessage message;
-    message.message = WM_PAINT;
-    message.paint = all ? PixelRect{0, 0, frame.width, frame.height} : frame.dirty;
-    frame.clip = message.paint;
-    frame.dirty = PixelRect();
-    if (!IsEmptyRect(message.paint)) IgnoreFailure(SendShellMessage(message));
+    Array<PixelRect> rects = std::move(frame.dirty);
+    if (all) {
+        rects.Truncate(0);
+        IgnoreFailure(rects.Append({0, 0, frame.width, frame.height}));
+    }
+    for (const PixelRect& rect : rects) {
+        ShellMessage message;
+        message.message = WM_PAINT;
+        message.paint = frame.clip = rect;
+        IgnoreFailure(SendShellMessage(message));
+    }
 }
 
 }  // namespace tally

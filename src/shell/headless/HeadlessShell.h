@@ -42,8 +42,8 @@ struct HeadlessShellState {
     ScrollBarState verticalBar, horizontalBar;
     bool timers[8] = {};
     u32 invalidations = 0;
-    PixelRect dirty;      // all that was invalidated since the last paint
-    WideText dialogPath;  // answer of the next file dialog; empty cancels
+    Array<PixelRect> dirty;  // what was invalidated since the last paint
+    WideText dialogPath;     // answer of the next file dialog; empty cancels
     i32 dialogFilter = 0;
     i32 popupAnswer = 0;  // command that the next popup gives
     Array<WideText> popupTexts;

@@ -1,0 +1,97 @@
+#include "support/ShellSandbox.h"
+
+#include "base/Memory.h"
+#include "formula/FormulaText.h"
+#include "formula/Recalculation.h"
+#include "shell/FramePaint.h"
+#include "shell/Layout.h"
+#include "shell/Selection.h"
+#include "shell/ShellState.h"
+#include "shell/headless/HeadlessPlatform.h"
+
+namespace tally {
+
+void ShellSandbox::SetUp() {
+    Sandbox::SetUp();
+    ResetBooks();
+    Headless().filesInMemory = true;
+    ResetHeadlessShell();
+    UseHeadlessShell();
+    ResetShell();
+    StartShell(u"");
+    ASSERT_EQ(CurrentBook(), 0);
+}
+
+void ShellSandbox::TearDown() {
+    ResetShell();
+    ResetHeadlessShell();
+    RecalculationView().cellChanged = [](i32, i32, i32, i32) {};
+    Sandbox::TearDown();
+}
+
+void ShellSandbox::Select(std::string_view cell) {
+    i32 row = 0, column = 0;
+    ReadCellName(cell, row, column);
+    SelectCell(row, column, true);
+}
+
+std::string ShellSandbox::Active() {
+    WideText text;
+    EXPECT_TRUE(StatusText(0, text));
+    return Narrow(text);
+}
+
+std::string ShellSandbox::Selection() {
+    WideText text;
+    EXPECT_TRUE(AreaToText(CurrentBook(), CurrentWorkbook()->currentSheet, CurrentSheet()->view.selection,
+                           AREA_ALL_RELATIVE | AREA_USE_A1, 0, 0, text));
+    return Narrow(text);
+}
+
+std::string ShellSandbox::Line() { return Narrow(HeadlessFrame().entry); }
+
+std::string ShellSandbox::Readout() {
+    WideText text;
+    EXPECT_TRUE(StatusText(1, text));
+    return Narrow(text);
+}
+
+void ShellSandbox::CellPoint(std::string_view cell, i32& x, i32& y) {
+    i32 row = 0, column = 0;
+    ReadCellName(cell, row, column);
+    const PixelRect rect = AreaPixels(
+        {static_cast<u16>(row), static_cast<u16>(row), static_cast<u8>(column), static_cast<u8>(column)});
+    ASSERT_FALSE(IsEmptyRect(rect)) << cell << " is not shown";
+    x = (rect.left + rect.right) / 2;
+    y = (rect.top + rect.bottom) / 2;
+}
+
+void ShellSandbox::ClickCell(std::string_view cell, u32 modifiers) {
+    i32 x = 0, y = 0;
+    CellPoint(cell, x, y);
+    ClickMouse(x, y, modifiers);
+}
+
+int ShellSandbox::CountDrawn(std::string_view text) {
+    int count = 0;
+    for (const DrawRecord& record : HeadlessFrame().drawing)
+        count += record.kind == DRAW_TEXT && Narrow(record.text) == text;
+    return count;
+}
+
+const DrawRecord* ShellSandbox::FindDrawn(std::string_view text) {
+    for (const DrawRecord& record : HeadlessFrame().drawing)
+        if (record.kind == DRAW_TEXT && Narrow(record.text) == text) return &record;
+    return nullptr;
+}
+
+bool ShellSandbox::IsEnabled(MenuId menu, i32 command) {
+    Array<MenuItem> items;
+    EXPECT_TRUE(MenuItems(menu, items));
+    for (const MenuItem& item : items)
+        if (item.command == command) return item.enabled;
+    ADD_FAILURE() << "no item " << command;
+    return false;
+}
+
+}  // namespace tally

@@ -1,0 +1,28 @@
+#pragma once
+// The whole program without a screen: a started shell with its first book.
+
+#include "shell/headless/HeadlessShell.h"
+#include "support/Sandbox.h"
+
+namespace tally {
+
+class ShellSandbox : public Sandbox {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    static void Select(std::string_view cell);
+    static std::string Active();     // address in the status bar
+    static std::string Selection();  // "A1:B2"
+    static std::string Line();       // text of the entry line
+    static std::string Readout();
+    // Middle of a shown cell, in pixels.
+    static void CellPoint(std::string_view cell, i32& x, i32& y);
+    static void ClickCell(std::string_view cell, u32 modifiers = 0);
+    // The texts that the last paint drew, in its order.
+    static int CountDrawn(std::string_view text);
+    static const DrawRecord* FindDrawn(std::string_view text);
+    static bool IsEnabled(MenuId menu, i32 command);
+};
+
+}  // namespace tally
