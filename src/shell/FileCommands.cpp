@@ -138,7 +138,6 @@ void RecentFileCommand(i32 command) {
 
 bool CloseBook(i32 book, CloseMode mode) {
     if (!BookAt(book)) return false;
-    ForgetEdit();
     if (mode == CLOSE_SAVE || (mode == CLOSE_ASK && BookAt(book)->dirty)) {
         i32 answer = IDYES;
         if (mode == CLOSE_ASK) {
@@ -150,6 +149,7 @@ bool CloseBook(i32 book, CloseMode mode) {
         // A book that could not be saved stays open, so that nothing is lost.
         if (answer == IDYES && !SaveBook(book)) return true;
     }
+    ForgetEdit();
     RemoveBook(book);
     return false;
 }

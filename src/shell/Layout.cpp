@@ -299,6 +299,12 @@ void InvalidateArea(const RefArea& area) {
     ShellPlatform().invalidate(IntersectRects(rect, Shell().layout.grid));
 }
 
+void InvalidateHeaders() {
+    const Layout& layout = Shell().layout;
+    ShellPlatform().invalidate({layout.grid.left, layout.grid.top, layout.grid.right, layout.cells.top});
+    ShellPlatform().invalidate({layout.grid.left, layout.cells.top, layout.cells.left, layout.grid.bottom});
+}
+
 void InvalidateStatus() { ShellPlatform().invalidate(Shell().layout.statusBar); }
 
 }  // namespace tally

@@ -38,6 +38,7 @@ void StepTabs(i32 direction);
 
 void InvalidateAll();
 void InvalidateArea(const RefArea& area);
+void InvalidateHeaders();
 void InvalidateStatus();
 
 }  // namespace tally

@@ -71,6 +71,7 @@ void SelectArea(RefArea area, bool setActive, i32 row, i32 column, bool scrollIn
     if (oldArea != area) {
         InvalidateArea(oldArea);
         InvalidateArea(area);
+        InvalidateHeaders();
     } else if (moved) {
         for (const auto& [r, c] :
              {std::pair{oldRow, oldColumn}, {i32{view.activeRow}, i32{view.activeColumn}}}) {

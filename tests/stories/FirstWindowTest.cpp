@@ -307,6 +307,17 @@ TEST_F(FirstWindow, ClosingAsksAndCancelKeepsTheBook) {
     EXPECT_EQ(CurrentBook(), -1);
 }
 
+TEST_F(FirstWindow, ACancelledCloseKeepsWhatIsBeingTyped) {
+    TypeAndEnter("hello");
+    TypeText(u"half");
+    CloseFrame();
+    EXPECT_FALSE(HeadlessFrame().hasQuit);
+    EXPECT_TRUE(IsEditing());
+    EXPECT_EQ(Line(), "half");
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Shown("A2"), "half");
+}
+
 TEST_F(FirstWindow, YesWithoutAFormToSaveInKeepsTheBookOpen) {
     TypeAndEnter("hello");
     CurrentWorkbook()->untitled = false;
