@@ -94,7 +94,7 @@ bool EnterKeyDown(u32 modifiers) {
             return true;
         }
     }
-    if (!RefuseActiveArray()) IgnoreFailure(CommitEntry(shift, !shift));
+    if (!RefuseArrayPart(sheet->view.selection)) IgnoreFailure(CommitEntry(shift, !shift));
     return true;
 }
 
@@ -205,8 +205,8 @@ void RefreshEntryLine() {
 void StartTyping(char16_t character) {
     const Sheet* sheet = CurrentSheet();
     if (!HasCells(sheet) || (character < 32 && character != VK_BACK)) return;
-    const RefArea area = ActiveArea(*sheet);
-    if (RefuseProtected(area) || RefuseArrayPart(area)) return;
+    const RefArea area = sheet->view.selection;
+    if (!IsEditing() && (RefuseProtected(area) || RefuseArrayPart(area))) return;
     if (!IsEditing()) {
         const u16 format = ActiveNumberFormat();
         const bool percent = character >= u'0' && character <= u'9' && (format == 9 || format == 10);
@@ -232,7 +232,9 @@ void InsertLineFeed() {
 // Today or now, as the entry line shows such a value.
 void InsertClock(bool time) {
     const Sheet* sheet = CurrentSheet();
-    if (!HasCells(sheet) || RefuseProtected(ActiveArea(*sheet)) || RefuseArrayPart(ActiveArea(*sheet))) return;
+    if (!HasCells(sheet)) return;
+    const RefArea area = sheet->view.selection;
+    if (RefuseProtected(area) || RefuseArrayPart(area)) return;
     SystemTime now = {};
     Platform().getLocalTime(now);
     const i32 days = DateToSerial(now.year, now.month, now.day);

@@ -128,6 +128,17 @@ TEST_F(FirstWindow, AnArrayFormulaFillsItsAreaAndItsPartsAreGuarded) {
     EXPECT_FALSE(IsEditing());
 }
 
+TEST_F(FirstWindow, AnArraySelectedWholeIsReplacedByANewOne) {
+    SelectArea({0, 1, 1, 1}, true, 0, 1, true);
+    TypeText(u"={1;2}*10");
+    PressKey(VK_RETURN, KEY_CTRL | KEY_SHIFT);
+    TypeText(u"={1;2}*100");
+    PressKey(VK_RETURN, KEY_CTRL | KEY_SHIFT);
+    EXPECT_TRUE(Headless().boxes.IsEmpty());
+    EXPECT_EQ(Shown("B2"), "200");
+    EXPECT_EQ(CurrentSheet()->arrayFormulas.Count(), 1u);
+}
+
 TEST_F(FirstWindow, ATextCellKeepsAFormulaAsText) {
     GiveNumberFormat("A1", 49);
     TypeAndEnter("=1+1");
