@@ -31,20 +31,50 @@ double Discounted(const Array<double>& values, double rate) {
     return sum;
 }
 
-// Newton's method with central differences over a step that shrinks.
-Value RateOfReturn(const Array<double>& values, double rate) {
-    constexpr i32 ROUNDS = 20;
+// Newton's method with central differences over a step that shrinks from `h`.
+template <typename Worth>
+Value RateOfReturn(const Worth& worth, double rate, double h, i32 rounds) {
     constexpr double GOOD_ENOUGH = 1e-7;
-    double h = 0.01;
-    for (i32 round = 0; round < ROUNDS; ++round) {
-        const double y = Discounted(values, rate);
+    for (i32 round = 0; round < rounds; ++round) {
+        const double y = worth(rate);
         if (std::fabs(y) < GOOD_ENOUGH) return NumberValue(rate);
-        const double below = Discounted(values, rate - h), above = Discounted(values, rate + h);
+        const double below = worth(rate - h), above = worth(rate + h);
         if (below == above) return ErrorValue(ERR_NUM);
         rate -= 2 * y * h / (above - below);
         h /= 4;
     }
     return ErrorValue(ERR_NUM);
+}
+
+// Payments at dates of their own, the first date being the day of the value.
+struct DatedFlow {
+    CollectOptions values;
+    CollectOptions dates;
+    double operator()(double rate) const {
+        constexpr double YEARS_PER_DAY = 0.0027397260273972603;
+        double sum = 0;
+        for (u32 i = 0; i < values.values.Count(); ++i) {
+            const double years = (dates.values[i] - dates.values[0]) * YEARS_PER_DAY;
+            sum += values.values[i] / std::pow(1 + rate, years);
+        }
+        return sum;
+    }
+};
+
+bool ReadDatedFlow(Value* arguments, Value& result, const EvalContext& context, DatedFlow& flow) {
+    CollectOptions* lists[] = {&flow.values, &flow.dates};
+    for (i32 i = 0; i < 2; ++i) {
+        if (CollectNumbers(arguments[i], context, *lists[i])) continue;
+        result = ErrorValue(lists[i]->error >= 0 ? lists[i]->error : i32{ERR_NA});
+        return false;
+    }
+    bool good = flow.values.values.Count() == flow.dates.values.Count() && flow.values.values.Count() >= 2;
+    for (double& date : flow.dates.values) {
+        date = std::trunc(date);
+        good = good && date >= flow.dates.values[0];
+    }
+    if (!good) result = ErrorValue(ERR_NUM);
+    return good;
 }
 
 }  // namespace
@@ -66,7 +96,8 @@ void CallIrr(Value* arguments, Value& result, const EvalContext& context) {
     double guess = 0;
     if (!ReadSeries(arguments[0], context, ERR_NUM, options, result)) return;
     if (!OptionalNumber(arguments[1], result, context, 0.1, guess)) return;
-    result = options.values.IsEmpty() ? ErrorValue(ERR_NUM) : RateOfReturn(options.values, guess);
+    const auto worth = [&](double rate) { return Discounted(options.values, rate); };
+    result = options.values.IsEmpty() ? ErrorValue(ERR_NUM) : RateOfReturn(worth, guess, 0.01, 20);
 }
 
 void CallMirr(Value* arguments, Value& result, const EvalContext& context) {
@@ -89,6 +120,26 @@ void CallMirr(Value* arguments, Value& result, const EvalContext& context) {
     const double periods = gainCount + lossCount - 1;
     const double growth = -gains * std::pow(1 + reinvest, periods) / (losses * (1 + finance));
     result = NumberValue(std::pow(growth, 1 / periods) - 1);
+}
+
+void CallXirr(Value* arguments, Value& result, const EvalContext& context) {
+    DatedFlow flow;
+    double guess = 0;
+    if (!ReadDatedFlow(arguments, result, context, flow)) return;
+    if (!OptionalNumber(arguments[2], result, context, 0.1, guess)) return;
+    bool gains = false, losses = false;
+    for (double x : flow.values.values) {
+        gains = gains || x > 0;
+        losses = losses || x < 0;
+    }
+    result = gains && losses ? RateOfReturn(flow, guess, 0.1, 100) : ErrorValue(ERR_NUM);
+}
+
+void CallXnpv(Value* arguments, Value& result, const EvalContext& context) {
+    DatedFlow flow;
+    double rate = 0;
+    if (!NumberArgument(arguments[0], result, context, rate)) return;
+    if (ReadDatedFlow(arguments + 1, result, context, flow)) result = NumberValue(flow(rate));
 }
 
 }  // namespace tally

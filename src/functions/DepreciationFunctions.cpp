@@ -25,7 +25,7 @@ struct Declining {
     double part;
     double left;  // what the asset is worth now
 
-    // Infinite parts are cut, so that a part of nothing is not undefined.
+    // What the next year takes; negative when the asset is worth less than its salvage.
     double Amount() const {
         const double amount = left * part;
         return left - salvage < amount ? left - salvage : amount;

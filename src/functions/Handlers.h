@@ -256,6 +256,8 @@ void CallWeekday(Value* arguments, Value& result, const EvalContext& context);
 void CallWeeknum(Value* arguments, Value& result, const EvalContext& context);
 void CallWeibull(Value* arguments, Value& result, const EvalContext& context);
 void CallWorkday(Value* arguments, Value& result, const EvalContext& context);
+void CallXirr(Value* arguments, Value& result, const EvalContext& context);
+void CallXnpv(Value* arguments, Value& result, const EvalContext& context);
 void CallYear(Value* arguments, Value& result, const EvalContext& context);
 void CallYearfrac(Value* arguments, Value& result, const EvalContext& context);
 void CallZtest(Value* arguments, Value& result, const EvalContext& context);

@@ -114,6 +114,32 @@ TEST_F(Financial, InternalRateOfGainsOnlyFails) {
     Check({{"=IRR({100,100,100})", "#NUM!"}, {"=IRR({100,200,300},0.5)", "#NUM!"}, {"=IRR({5})", "#NUM!"}});
 }
 
+TEST_F(Financial, DatedPayments) {
+    const char* values[] = {"-10000", "2750", "4250", "3250", "2750"};
+    const char* dates[] = {"=DATE(2008,1,1)", "=DATE(2008,3,1)", "=DATE(2008,10,30)", "=DATE(2009,2,15)",
+                           "=DATE(2009,4,1)+0.5"};
+    for (int i = 0; i < 5; ++i) {
+        Enter("B" + std::to_string(i + 1), values[i]);
+        Enter("C" + std::to_string(i + 1), dates[i]);
+    }
+    Check({{"=ROUND(XIRR(B1:B5,C1:C5),6)", "0.373363"},
+           {"=ROUND(XIRR(B1:B5,C1:C5,0.3),6)", "0.373363"},
+           {"=ROUND(XNPV(0.09,B1:B5,C1:C5),2)", "2086.65"},
+           {"=XIRR(B1:B5,C1:C4)", "#NUM!"},
+           {"=XIRR({-1},{5})", "#NUM!"},
+           {"=XIRR(B2:B5,C2:C5)", "#NUM!"},
+           {"=XIRR({-1,-2},{5,6})", "#NUM!"},
+           {"=XIRR({-1,#N/A},{5,6})", "#N/A"},
+           {"=XNPV(\"x\",B1:B5,C1:C5)", "#VALUE!"}});
+}
+
+TEST_F(Financial, ADateAheadOfTheFirstFails) {
+    Check({{"=XIRR({-100,110,5},{400,800,399})", "#NUM!"},
+           {"=XNPV(0.1,{-100,110},{400,399})", "#NUM!"},
+           {"=ROUND(XIRR({-100,110},{400.9,400.1}),3)", "#NUM!"},
+           {"=ROUND(XNPV(0.1,{-100,110},{400.9,400.1}),3)", "10"}});
+}
+
 TEST_F(Financial, ModifiedInternalRate) {
     Check({{"=ROUND(MIRR({-120000,39000,30000,21000,37000,46000},0.1,0.12),4)", "0.1261"},
            {"=ROUND(MIRR({-120000,39000,30000,21000},0.1,0.12),4)", "-0.048"},
