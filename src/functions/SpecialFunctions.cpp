@@ -11,7 +11,6 @@ namespace {
 constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 constexpr double EPSILON = 1e-16;
 constexpr double TINY = 1e-300;
-constexpr double LOG_ROOT_TWO_PI = 0.9189385332046728;
 constexpr double ROOT_TWO_PI = 2.5066282746310002;
 constexpr i32 MAX_STEPS = 300000;
 // Gamma functions of a higher order are so close to the normal that a short expansion carries them.

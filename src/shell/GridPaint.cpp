@@ -17,7 +17,6 @@ namespace tally {
 namespace {
 
 constexpr u32 GRID_COLOUR = 0xC0C0C0;
-constexpr u32 MARKER_COLOUR = 0x0000FF;
 constexpr u32 WHITE = 0xFFFFFF;
 
 // One pane of the grid: its shown lines, and what of it must be painted.
