@@ -5,36 +5,12 @@
 #include "base/Text.h"
 #include "display/Calendar.h"
 #include "display/EntryScanners.h"
-#include "functions/Arguments.h"
+#include "functions/DateArguments.h"
 #include "functions/DateMath.h"
 #include "functions/Handlers.h"
-#include "model/BookTable.h"
 
 namespace tally {
 namespace {
-
-i32 SystemOffset(const EvalContext& context) {
-    const Workbook* book = BookAt(context.book);
-    return book && book->date1904 ? DATE_1904_OFFSET : 0;
-}
-
-// A date as a serial of the 1900 system.
-bool DateArgument(Value& argument, Value& result, const EvalContext& context, i32& out) {
-    if (!IntegerArgument(argument, result, context, out)) return false;
-    if (!__builtin_add_overflow(out, SystemOffset(context), &out)) return true;
-    result = ErrorValue(ERR_NUM);
-    return false;
-}
-
-bool TwoDates(Value* arguments, Value& result, const EvalContext& context, i32& start, i32& end) {
-    return DateArgument(arguments[0], result, context, start) &&
-           DateArgument(arguments[1], result, context, end);
-}
-
-// A serial of the 1900 system as the book counts it.
-Value DateValue(double serial, const EvalContext& context) {
-    return NumberValue(serial - SystemOffset(context));
-}
 
 bool ThreeIntegers(Value* arguments, Value& result, const EvalContext& context, i32& a, i32& b, i32& c) {
     return IntegerArgument(arguments[0], result, context, a) &&
