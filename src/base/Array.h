@@ -84,6 +84,17 @@ class Array {
         return true;
     }
 
+    // Room for `count` more elements that count from now on and hold whatever stands in memory, for the
+    // caller to fill in; null when memory fails. Never null for a count of 0 on an array that has memory.
+    [[nodiscard]] T* AppendRaw(std::size_t count) requires std::is_trivially_copyable_v<T> {
+        std::size_t total = 0;
+        if (!AddSizes(count_, count, total)) return nullptr;
+        if ((total > capacity_ || !items_) && !Reserve(GrownCapacity(total))) return nullptr;
+        T* const place = items_ + count_;
+        count_ = static_cast<u32>(total);
+        return place;
+    }
+
     [[nodiscard]] bool InsertAt(std::size_t index, T item) {
         if (!GrowByOne()) return false;
         std::memmove(static_cast<void*>(items_ + index + 1), static_cast<const void*>(items_ + index),

@@ -70,15 +70,6 @@ bool WideText::Insert(std::size_t position, WideView text) {
 
 bool WideText::Append(WideView text) { return Insert(length_, text); }
 
-bool WideText::Append(char16_t character) {
-    if (length_ >= capacity_ || !characters_) {
-        if (!Reserve(std::size_t{length_} + 1)) return false;
-    }
-    characters_[length_++] = character;
-    characters_[length_] = 0;
-    return true;
-}
-
 bool WideText::AppendRun(char16_t character, std::size_t count) {
     if (!Reserve(std::size_t{length_} + count)) return false;
     std::fill_n(characters_ + length_, count, character);
@@ -89,7 +80,9 @@ bool WideText::AppendRun(char16_t character, std::size_t count) {
 
 bool WideText::AppendAscii(std::string_view text) {
     if (!Reserve(std::size_t{length_} + text.size())) return false;
-    for (char c : text) characters_[length_++] = static_cast<unsigned char>(c);
+    char16_t* out = characters_ + length_;
+    for (char c : text) *out++ = static_cast<unsigned char>(c);
+    length_ += static_cast<u32>(text.size());
     characters_[length_] = 0;
     return true;
 }

@@ -25,7 +25,12 @@ class WideText {
 
     [[nodiscard]] bool Assign(WideView text);
     [[nodiscard]] bool Append(WideView text);
-    [[nodiscard]] bool Append(char16_t character);
+    [[nodiscard]] bool Append(char16_t character) {
+        if ((length_ >= capacity_ || !characters_) && !Reserve(std::size_t{length_} + 1)) return false;
+        characters_[length_++] = character;
+        characters_[length_] = 0;
+        return true;
+    }
     // `count` copies of one character.
     [[nodiscard]] bool AppendRun(char16_t character, std::size_t count);
     [[nodiscard]] bool AppendAscii(std::string_view text);

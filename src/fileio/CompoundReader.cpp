@@ -72,6 +72,18 @@ bool ReadChain(const CompoundFile& file, u32 sector, std::size_t limit, Array<u8
     return true;
 }
 
+// Whether a stream's sectors follow each other and none is cut.
+bool LiesInOnePiece(const CompoundFile& file, const DirectoryEntry& entry) {
+    const std::size_t count = (std::size_t{entry.size} + SECTOR - 1) / SECTOR;
+    if (entry.start >= file.sectors || count > file.sectors - entry.start) return false;
+    if (entry.size > file.bytes.size() - (std::size_t{entry.start} + 1) * SECTOR) return false;
+    const u32 last = entry.start + static_cast<u32>(count) - 1;
+    for (u32 sector = entry.start; sector < last; ++sector) {
+        if (NextFatEntry(file, sector) != sector + 1) return false;
+    }
+    return true;
+}
+
 bool EntryIs(ByteView entry, WideView name) {
     const std::size_t bytes = (name.size() + 1) * 2;
     if (WordAt(entry, 64) != bytes) return false;
@@ -122,18 +134,23 @@ bool ReadMiniStream(const CompoundFile& file, const DirectoryEntry& entry, const
 
 }  // namespace
 
-StreamResult ReadCompoundStream(ByteView bytes, WideView name, Array<u8>& out) {
+StreamResult ReadCompoundStream(ByteView bytes, WideView name, Array<u8>& pieces, ByteView& stream) {
     CompoundFile file;
     file.bytes = bytes;
     file.sectors = bytes.size() > SECTOR ? static_cast<u32>((bytes.size() - 1) / SECTOR) : 0;
     DirectoryEntry entry, root;
     if (!ReadDifat(file)) return STREAM_NO_MEMORY;
     if (!FindStream(file, name, entry, root)) return STREAM_MISSING;
-    out.Truncate(0);
+    if (entry.size >= MINI_STREAM_LIMIT && LiesInOnePiece(file, entry)) {
+        stream = bytes.subspan((std::size_t{entry.start} + 1) * SECTOR, entry.size);
+        return STREAM_READ;
+    }
+    pieces.Truncate(0);
     const std::size_t size = entry.size < bytes.size() ? entry.size : bytes.size();
-    if (!out.Reserve(size + 1)) return STREAM_NO_MEMORY;
-    const bool good = entry.size < MINI_STREAM_LIMIT ? ReadMiniStream(file, entry, root, out)
-                                                     : ReadChain(file, entry.start, entry.size, out);
+    if (!pieces.Reserve(size + 1)) return STREAM_NO_MEMORY;
+    const bool good = entry.size < MINI_STREAM_LIMIT ? ReadMiniStream(file, entry, root, pieces)
+                                                     : ReadChain(file, entry.start, entry.size, pieces);
+    stream = pieces.Span();
     return good ? STREAM_READ : STREAM_NO_MEMORY;
 }
 

@@ -9,8 +9,10 @@ namespace tally {
 
 enum StreamResult : u8 { STREAM_READ, STREAM_MISSING, STREAM_NO_MEMORY };
 
-// The bytes of the stream with that name (compared as it stands) into `out`. A chain that ends early
-// gives the bytes up to there.
-[[nodiscard]] StreamResult ReadCompoundStream(ByteView file, WideView name, Array<u8>& out);
+// The bytes of the stream with that name (compared as it stands). A chain that ends early gives the bytes
+// up to there. A stream that lies in one piece is a part of `file`, any other is put together in `pieces`;
+// `stream` is good as long as both.
+[[nodiscard]] StreamResult ReadCompoundStream(ByteView file, WideView name, Array<u8>& pieces,
+                                              ByteView& stream);
 
 }  // namespace tally

@@ -1,8 +1,7 @@
 #include <algorithm>
 
 #include "fileio/SheetRecords.h"
-#include "formula/Evaluator.h"
-#include "formula/Recalculation.h"
+#include "formula/Precedents.h"
 #include "model/CellStore.h"
 
 namespace tally {
@@ -10,7 +9,6 @@ namespace {
 
 constexpr u16 RECORD_ARRAY = 545;
 constexpr u16 RECORD_SHARED = 1212;
-constexpr u16 FUNCTION_HYPERLINK = 359;
 constexpr u16 FLAG_ALWAYS = 1;
 constexpr u16 FLAG_ON_LOAD = 2;
 constexpr u16 FLAG_SHARED = 8;
@@ -115,13 +113,24 @@ Value CachedValue(ByteView result) {
     }
 }
 
-void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags) {
-    CellRecord* cell = column < MAX_COLUMNS ? GetCell(LoadedSheet(load).cells, row, column) : nullptr;
+namespace {
+
+void StateFormula(CellRecord* cell, const TokenTraits& traits, u16 flags) {
     if (!cell || !cell->formula) return;
-    const FormulaTokens& tokens = cell->formula->tokens;
-    cell->formula->alwaysCalculate = (flags & FLAG_ALWAYS) || TokensAlwaysCalculate(tokens);
-    const bool current = !(flags & FLAG_ON_LOAD) && !TokensCall(tokens, FUNCTION_HYPERLINK);
+    cell->formula->alwaysCalculate = (flags & FLAG_ALWAYS) || traits.alwaysCalculate;
+    const bool current = !(flags & FLAG_ON_LOAD) && !traits.hyperlink;
     cell->calcState = current ? CALC_CURRENT : CALC_STALE;
+}
+
+CellRecord* CellOfRecord(LoadState& load, i32 row, i32 column) {
+    return column < MAX_COLUMNS ? GetCell(LoadedSheet(load).cells, row, column) : nullptr;
+}
+
+}  // namespace
+
+void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags) {
+    CellRecord* cell = CellOfRecord(load, row, column);
+    if (cell && cell->formula) StateFormula(cell, ReadTokenTraits(cell->formula->tokens), flags);
 }
 
 bool ReadFormulaRecord(LoadState& load, ByteView body) {
@@ -130,12 +139,14 @@ bool ReadFormulaRecord(LoadState& load, ByteView body) {
     const u16 flags = WordAt(body, 14);
     FormulaTokens tokens;
     if (!FormulaTokensOf(load, body, tokens)) return false;
-    if (HasFormula(tokens) && column < MAX_COLUMNS && !Rebase(tokens, row, static_cast<u8>(column))) {
+    TokenTraits traits;
+    if (HasFormula(tokens)) traits = ReadTokenTraits(tokens);
+    if (traits.offsets && column < MAX_COLUMNS && !Rebase(tokens, row, static_cast<u8>(column))) {
         FreeTokens(tokens);
         return false;
     }
     if (!AddCell(load, row, column, WordAt(body, 4), CachedValue(Part(body, 6, 8)), tokens)) return false;
-    SetFormulaState(load, row, column, flags);
+    StateFormula(CellOfRecord(load, row, column), traits, flags);
     if ((flags & (FLAG_ALWAYS | FLAG_ON_LOAD)) == FLAG_ALWAYS) load.hasVolatiles = true;
     return true;
 }

@@ -80,12 +80,13 @@ void AgeVolatiles(LoadState& load) {
 }
 
 bool OpenCompoundWorkbook(ByteView file, LoadState& load) {
-    Array<u8> stream;
-    StreamResult result = ReadCompoundStream(file, u"Workbook", stream);
-    if (result == STREAM_MISSING) result = ReadCompoundStream(file, u"Book", stream);
+    Array<u8> pieces;
+    ByteView stream;
+    StreamResult result = ReadCompoundStream(file, u"Workbook", pieces, stream);
+    if (result == STREAM_MISSING) result = ReadCompoundStream(file, u"Book", pieces, stream);
     if (result == STREAM_MISSING) ShowMessage(Message(MSG_WORKBOOK_NOT_FOUND));
     if (result != STREAM_READ) return false;
-    load.stream.bytes = stream.Span();
+    load.stream.bytes = stream;
     if (!ReadSubstreams(load)) return false;
     Workbook& book = LoadedBook(load);
     book.currentSheet = static_cast<u32>(load.activeTab) < book.sheets.Count() ? load.activeTab : 0;

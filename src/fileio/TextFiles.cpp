@@ -42,6 +42,13 @@ FieldEnd TakeFieldEnd(TextReader& r) {
 
 enum FieldResult : u8 { FIELD_READ, FIELD_BAD, FIELD_NO_MEMORY };
 
+// Takes a run of characters that mean nothing inside quotes.
+bool TakeOrdinary(TextReader& r) {
+    const std::size_t start = r.at;
+    while (r.at < r.text.size() && r.text[r.at] != u'"' && r.text[r.at] != CR && r.text[r.at] != LF) ++r.at;
+    return r.field.Append(r.text.substr(start, r.at - start));
+}
+
 // A field that begins with a quote, into r.field. `quoted`: nothing stood behind the closing quote.
 FieldResult ReadQuoted(TextReader& r, bool& quoted) {
     r.field.Truncate(0);
@@ -54,7 +61,7 @@ FieldResult ReadQuoted(TextReader& r, bool& quoted) {
             if (r.AtEnd() || r.text[r.at] != u'"') break;
             ++r.at;
         }
-        if (!r.field.Append(c)) return FIELD_NO_MEMORY;
+        if (!r.field.Append(c) || !TakeOrdinary(r)) return FIELD_NO_MEMORY;
     }
     quoted = r.AtFieldEnd();
     while (!r.AtFieldEnd()) {

@@ -30,7 +30,6 @@ struct TextWriter {
     Array<u8> separators;  // of the longest line, in the bytes of the file
     Array<u8> bytes;       // not yet handed to the file
     WideText shown;
-    WideText quoted;
 };
 
 bool Flush(TextWriter& w) {
@@ -40,27 +39,36 @@ bool Flush(TextWriter& w) {
     return true;
 }
 
-bool PutText(TextWriter& w, WideView text) { return Platform().wideCharToMultiByte(w.codePage, text, w.bytes); }
+// Text that is its own bytes, which most is, goes out without asking the platform.
+bool PutText(TextWriter& w, WideView text) {
+    char16_t all = 0;
+    for (char16_t c : text) all |= c;
+    if (!w.asciiKept || all >= 128) return Platform().wideCharToMultiByte(w.codePage, text, w.bytes);
+    u8* out = w.bytes.AppendRaw(text.size());
+    if (!out) return false;
+    for (char16_t c : text) *out++ = static_cast<u8>(c);
+    return true;
+}
 bool PutCharacter(TextWriter& w, char16_t c) {
     return w.asciiKept && c < 128 ? w.bytes.Append(static_cast<u8>(c)) : PutText(w, WideView(&c, 1));
 }
 
 bool NeedsQuoting(const TextWriter& w, WideView text) {
-    for (char16_t c : text) {
-        if (c == u'"' || c == u'\r' || c == u'\n' || c == w.listSeparator) return true;
-    }
-    return false;
+    bool needed = false;
+    for (char16_t c : text) needed |= c == u'"' || c == u'\r' || c == u'\n' || c == w.listSeparator;
+    return needed;
 }
 
 bool PutField(TextWriter& w, WideView text, bool prefixed) {
     if (!prefixed && !NeedsQuoting(w, text)) return PutText(w, text);
-    w.quoted.Truncate(0);
-    if (!w.quoted.Append(u'"')) return false;
-    for (char16_t c : text) {
-        if (c == u'"' && !w.quoted.Append(c)) return false;
-        if (!w.quoted.Append(c)) return false;
+    if (!PutCharacter(w, u'"')) return false;
+    // Each quote ends a piece and begins the next one, so that it goes out twice.
+    for (std::size_t at = 0;;) {
+        const std::size_t quote = text.find(u'"', at);
+        if (quote == WideView::npos) return PutText(w, text.substr(at)) && PutCharacter(w, u'"');
+        if (!PutText(w, text.substr(at, quote + 1 - at)) || !PutCharacter(w, u'"')) return false;
+        at = quote + 1;
     }
-    return w.quoted.Append(u'"') && PutText(w, w.quoted);
 }
 
 // A number under General goes straight to bytes. False with `done` clear when it needs the long way.

@@ -22,7 +22,7 @@ constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDI
 
 constexpr u64 MAX_ELEMENTS = 1u << 22;  // of arrays made by one evaluation with all that it calls
 
-constexpr u64 MAX_STEPS = 1u << 26;     // over elements of arrays, each token by itself
+constexpr u64 MAX_STEPS = 1u << 26;  // over elements of arrays, each token by itself
 
 struct EngineDepth {
     i32 depth = 0;

@@ -10,6 +10,8 @@ namespace {
 constexpr u16 volatileFixed[] = {244, 74, 63, 221};      // INFO NOW RAND TODAY
 constexpr u16 volatileVariable[] = {125, 148, 78, 344};  // CELL INDIRECT OFFSET SUBTOTAL
 
+constexpr u16 FUNCTION_HYPERLINK = 359;
+
 template <std::size_t N>
 bool Holds(const u16 (&ids)[N], u16 id) {
     return std::find(std::begin(ids), std::end(ids), id) != std::end(ids);
@@ -22,6 +24,11 @@ bool IsVolatileCall(const FormulaTokens& tokens, u32 at) {
     if (folded == ptgFuncVar && at + 4 <= tokens.length)
         return Holds(volatileVariable, ReadU16(tokens.bytes + at + 2));
     return false;
+}
+
+bool IsHyperlinkCall(const FormulaTokens& tokens, u32 at) {
+    return FoldToken(tokens.bytes[at]) == ptgFuncVar && at + 4 <= tokens.length &&
+           ReadU16(tokens.bytes + at + 2) == FUNCTION_HYPERLINK;
 }
 
 RefArea Ordered(RefArea area) {
@@ -66,12 +73,25 @@ bool TokensAreVolatile(const FormulaTokens& tokens) {
     return false;
 }
 
-bool TokensAlwaysCalculate(const FormulaTokens& tokens) {
+TokenTraits ReadTokenTraits(const FormulaTokens& tokens) {
+    TokenTraits traits;
     for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
-        if (FoldToken(tokens.bytes[at]) == ptgRange || IsVolatileCall(tokens, at)) return true;
+        switch (FoldToken(tokens.bytes[at])) {
+            case ptgRange: traits.alwaysCalculate = true; break;
+            case ptgRefN:
+            case ptgAreaN: traits.offsets = true; break;
+            case ptgFunc:
+            case ptgFuncVar:
+                traits.alwaysCalculate |= IsVolatileCall(tokens, at);
+                traits.hyperlink |= IsHyperlinkCall(tokens, at);
+                break;
+            default: break;
+        }
     }
-    return false;
+    return traits;
 }
+
+bool TokensAlwaysCalculate(const FormulaTokens& tokens) { return ReadTokenTraits(tokens).alwaysCalculate; }
 
 bool ResolvePrecedent(i32 book, i32 sheet, i32 externIndex, PrecedentSheets& out) {
     if (externIndex < 0) {

@@ -15,6 +15,13 @@ struct TokenPrecedent {
 bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out);
 // Whether the tokens name a defined name.
 bool TokensUseNames(const FormulaTokens& tokens);
+// What a load asks of a formula, found in one walk.
+struct TokenTraits {
+    bool alwaysCalculate = false;  // as TokensAlwaysCalculate
+    bool hyperlink = false;        // calls HYPERLINK
+    bool offsets = false;          // holds references as offsets from the cell
+};
+TokenTraits ReadTokenTraits(const FormulaTokens& tokens);
 // Calls that make a name's users stale with every change.
 bool TokensAreVolatile(const FormulaTokens& tokens);
 

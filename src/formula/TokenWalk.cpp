@@ -6,16 +6,6 @@
 namespace tally {
 namespace {
 
-constexpr u8 NONE = 255;  // not stepped by the table
-
-// Bytes behind the first byte, by folded token number.
-constexpr u8 tokenSizes[64] = {
-    /* 00 */ 0, 4, 4, 0, 0, 0, 0, 0,    0,    0,    0, 0,  0, 0,  0, 0,
-    /* 10 */ 0, 0, 0, 0, 0, 0, 0, NONE, NONE, NONE, 0, 0,  1, 1,  2, 8,
-    /* 20 */ 7, 2, 3, 4, 4, 8, 6, 6,    6,    2,    4, 8,  4, 8,  2, 2,
-    /* 30 */ 0, 0, 0, 0, 0, 0, 0, 0,    0,    6,    6, 10, 6, 10, 0, 0,
-};
-
 u32 ExtendedSize(u8 sub) {
     switch (sub) {
         case 1:
@@ -35,8 +25,9 @@ u32 ExtendedSize(u8 sub) {
     }
 }
 
-// Bytes behind the first byte, whatever lies behind `length`; missing operand bytes read as zero.
-u32 OperandBytes(const u8* bytes, u32 length, u32 position) {
+}  // namespace
+
+u32 VariableOperandBytes(const u8* bytes, u32 length, u32 position) {
     const auto byteAt = [&](u32 offset) {
         return position + offset < length ? bytes[position + offset] : u8{0};
     };
@@ -45,17 +36,8 @@ u32 OperandBytes(const u8* bytes, u32 length, u32 position) {
         case ptgAttr:
             if (byteAt(1) == ATTR_CHOOSE) return 2u * (u32{byteAt(2)} | u32{byteAt(3)} << 8) + 5u;
             return 3;
-        case ptgExtended: return ExtendedSize(byteAt(1));
-        default: return tokenSizes[FoldToken(bytes[position])];
+        default: return ExtendedSize(byteAt(1));
     }
-}
-
-}  // namespace
-
-u32 NextToken(const u8* bytes, u32 length, u32 position) {
-    if (position >= length) return position;
-    const u32 size = OperandBytes(bytes, length, position);
-    return size >= length - position ? length - 1 : position + size;
 }
 
 bool TokensAreWhole(const FormulaTokens& tokens) {

@@ -85,9 +85,29 @@ constexpr u8 LAST_COLUMN_RELATIVE = 1;
 // The token number without its class: 0x20, 0x40 and 0x60 forms fold to 0x20.
 inline u8 FoldToken(u8 token) { return static_cast<u8>((token & 0x40 ? token | 0x20 : token) & 0x3F); }
 
+// Stands in tokenSizes for a token whose operands tell their size themselves.
+constexpr u8 VARIABLE_OPERANDS = 255;
+// Bytes behind the first byte, by folded token number.
+inline constexpr u8 tokenSizes[64] = {
+    /* 00 */ 0, 4, 4, 0, 0, 0, 0, 0,   0,   0,   0, 0,  0, 0,  0, 0,
+    /* 10 */ 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 0, 0,  1, 1,  2, 8,
+    /* 20 */ 7, 2, 3, 4, 4, 8, 6, 6,   6,   2,   4, 8,  4, 8,  2, 2,
+    /* 30 */ 0, 0, 0, 0, 0, 0, 0, 0,   0,   6,   6, 10, 6, 10, 0, 0,
+};
+// The same for those; missing operand bytes read as zero.
+u32 VariableOperandBytes(const u8* bytes, u32 length, u32 position);
+// The same for any token, whatever lies behind `length`.
+inline u32 OperandBytes(const u8* bytes, u32 length, u32 position) {
+    const u8 size = tokenSizes[FoldToken(bytes[position])];
+    return size == VARIABLE_OPERANDS ? VariableOperandBytes(bytes, length, position) : size;
+}
 // The position of the last byte of the token at `position`; add one for the next token. Never
 // passes `length` - 1, so that a walk over damaged tokens ends.
-u32 NextToken(const u8* bytes, u32 length, u32 position);
+inline u32 NextToken(const u8* bytes, u32 length, u32 position) {
+    if (position >= length) return position;
+    const u32 size = OperandBytes(bytes, length, position);
+    return size >= length - position ? length - 1 : position + size;
+}
 // True when every token of the stream and its operands lie inside `length`.
 bool TokensAreWhole(const FormulaTokens& tokens);
 

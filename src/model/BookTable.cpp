@@ -11,9 +11,10 @@
 #include "model/Tokens.h"
 
 namespace tally {
-namespace {
 
-BookTable table;
+BookTable bookTable;
+
+namespace {
 
 void NoBooks() {}
 void NoBook(i32) {}
@@ -61,17 +62,17 @@ void RenumberSheets(Workbook& book, i32 bookIndex) {
 // Frees a book's element and closes the gap; `currentBook` keeps pointing to the same book.
 void DropBook(i32 book) {
     calls.bookClosing(book);
-    FreeBook(table.books[static_cast<u32>(book)]);
-    table.books.RemoveAt(static_cast<u32>(book));
-    if (table.currentBook > book) --table.currentBook;
-    for (u32 i = static_cast<u32>(book); i < table.books.Count(); ++i) {
-        RenumberSheets(*table.books[i], static_cast<i32>(i));
+    FreeBook(bookTable.books[static_cast<u32>(book)]);
+    bookTable.books.RemoveAt(static_cast<u32>(book));
+    if (bookTable.currentBook > book) --bookTable.currentBook;
+    for (u32 i = static_cast<u32>(book); i < bookTable.books.Count(); ++i) {
+        RenumberSheets(*bookTable.books[i], static_cast<i32>(i));
     }
 }
 
 // The visible book that follows `book`, else the nearest visible one before it, else -1.
 i32 NextVisibleBook(i32 book) {
-    const i32 count = static_cast<i32>(table.books.Count());
+    const i32 count = static_cast<i32>(bookTable.books.Count());
     for (i32 i = book + 1; i < count; ++i) {
         if (!BookAt(i)->hiddenLink) return i;
     }
@@ -97,8 +98,9 @@ bool MarkReached(i32 book, Array<u8>& reached) {
         waiting.RemoveLast();
         for (const ExternBook& link : from.externBooks) {
             if (link.kind != EXTERN_FILE) continue;
-            for (u32 i = 0; i < table.books.Count(); ++i) {
-                if (reached[i] || !EqualIgnoringCase(LastElement(link.path), FileNameOf(table.books[i]->path)))
+            for (u32 i = 0; i < bookTable.books.Count(); ++i) {
+                if (reached[i] ||
+                    !EqualIgnoringCase(LastElement(link.path), FileNameOf(bookTable.books[i]->path)))
                     continue;
                 reached[i] = 1;
                 if (!waiting.Append(static_cast<i32>(i))) return false;
@@ -112,12 +114,12 @@ bool MarkReached(i32 book, Array<u8>& reached) {
 // marks they stay: the next close sweeps them.
 void SweepHiddenBooks() {
     Array<u8> reached;
-    if (!reached.Resize(table.books.Count())) return;
-    for (u32 i = 0; i < table.books.Count(); ++i) {
-        const bool root = !table.books[i]->hiddenLink || calls.macroRunsIn(static_cast<i32>(i));
+    if (!reached.Resize(bookTable.books.Count())) return;
+    for (u32 i = 0; i < bookTable.books.Count(); ++i) {
+        const bool root = !bookTable.books[i]->hiddenLink || calls.macroRunsIn(static_cast<i32>(i));
         if (root && !reached[i] && !MarkReached(static_cast<i32>(i), reached)) return;
     }
-    for (u32 i = table.books.Count(); i-- > 0;) {
+    for (u32 i = bookTable.books.Count(); i-- > 0;) {
         if (!reached[i]) DropBook(static_cast<i32>(i));
     }
 }
@@ -163,7 +165,7 @@ bool FillNewBook(Workbook& book, const WideView* path) {
         if (!book.path.Assign(*path)) return false;
     } else {
         book.untitled = true;
-        if (!NumberedName(book.path, "Book", ++table.newBookNumber)) return false;
+        if (!NumberedName(book.path, "Book", ++bookTable.newBookNumber)) return false;
     }
     book.codePage = static_cast<u16>(Platform().getACP());
     book.fileCodePage = book.codePage;
@@ -172,40 +174,27 @@ bool FillNewBook(Workbook& book, const WideView* path) {
 
 }  // namespace
 
-BookTable& Books() { return table; }
 ModelCalls& Calls() { return calls; }
 
-Workbook* BookAt(i32 book) {
-    return book >= 0 && static_cast<u32>(book) < table.books.Count() ? table.books[static_cast<u32>(book)]
-                                                                     : nullptr;
-}
-
-Sheet* SheetAt(i32 book, i32 sheet) {
-    Workbook* workbook = BookAt(book);
-    return workbook && sheet >= 0 && static_cast<u32>(sheet) < workbook->sheets.Count()
-               ? workbook->sheets[static_cast<u32>(sheet)]
-               : nullptr;
-}
-
-Workbook* CurrentWorkbook() { return BookAt(table.currentBook); }
+Workbook* CurrentWorkbook() { return BookAt(bookTable.currentBook); }
 Sheet* CurrentSheet() {
     const Workbook* book = CurrentWorkbook();
-    return book ? SheetAt(table.currentBook, book->currentSheet) : nullptr;
+    return book ? SheetAt(bookTable.currentBook, book->currentSheet) : nullptr;
 }
 
 bool CreateWorkbook(const WideView* path, bool redraw) {
     Workbook* book = CreateRecord<Workbook>();
     if (!book) return false;
-    if (!table.books.Append(book)) {
+    if (!bookTable.books.Append(book)) {
         DestroyRecord(book);
         return false;
     }
-    const i32 previous = table.currentBook;
-    table.currentBook = static_cast<i32>(table.books.Count()) - 1;
+    const i32 previous = bookTable.currentBook;
+    bookTable.currentBook = static_cast<i32>(bookTable.books.Count()) - 1;
     if (!FillNewBook(*book, path)) {
         FreeBook(book);
-        table.books.RemoveLast();
-        table.currentBook = previous;
+        bookTable.books.RemoveLast();
+        bookTable.currentBook = previous;
         return false;
     }
     if (redraw) calls.booksChanged();
@@ -214,7 +203,7 @@ bool CreateWorkbook(const WideView* path, bool redraw) {
 
 void RemoveBook(i32 book) {
     if (!BookAt(book)) return;
-    if (table.currentBook == book) table.currentBook = NextVisibleBook(book);
+    if (bookTable.currentBook == book) bookTable.currentBook = NextVisibleBook(book);
     DropBook(book);
     SweepHiddenBooks();
     calls.structureChanged();
@@ -222,8 +211,8 @@ void RemoveBook(i32 book) {
 }
 
 void ResetBooks() {
-    while (!table.books.IsEmpty()) DropBook(static_cast<i32>(table.books.Count()) - 1);
-    table = BookTable();
+    while (!bookTable.books.IsEmpty()) DropBook(static_cast<i32>(bookTable.books.Count()) - 1);
+    bookTable = BookTable();
     calls.structureChanged();
     calls = harmlessCalls;
 }
@@ -246,21 +235,21 @@ bool InsertSheet(i32 position, const WideView* name, i32 kind, bool recordUndo, 
     }
     if (position < 0 || position > count) position = count;
     WideText ownName;
-    if (!name && !DefaultSheetName(table.currentBook, kind, ownName)) return false;
+    if (!name && !DefaultSheetName(bookTable.currentBook, kind, ownName)) return false;
     Sheet* sheet = CreateRecord<Sheet>();
     if (!sheet) return false;
     if (!book->sheets.InsertAt(static_cast<u32>(position), sheet)) {
         DestroyRecord(sheet);
         return false;
     }
-    if (recordUndo) calls.recordSheetInsert(table.currentBook, position, kind);
-    sheet->serial = ++table.sheetSerial;
+    if (recordUndo) calls.recordSheetInsert(bookTable.currentBook, position, kind);
+    sheet->serial = ++bookTable.sheetSerial;
     book->currentSheet = position;
     ResetSheet(kind, 0);
     SetSheetName(*sheet, name ? *name : ownName.View());
-    RenumberSheets(*book, table.currentBook);
+    RenumberSheets(*book, bookTable.currentBook);
     RaiseSheetReferences(*book, position, (kind & SHEET_WITH_CELLS) != 0);
-    calls.sheetInserted(table.currentBook, position);
+    calls.sheetInserted(bookTable.currentBook, position);
     calls.structureChanged();
     if (recordUndo) book->dirty = 1;
     if (redraw) calls.booksChanged();
@@ -279,7 +268,7 @@ void ResetSheet(i32 kind, i32 hidden) {
     *sheet = Sheet();
     std::memcpy(sheet->name, name, sizeof name);
     sheet->serial = serial;
-    sheet->book = table.currentBook;
+    sheet->book = bookTable.currentBook;
     sheet->index = book->currentSheet;
     sheet->kind = kind;
     sheet->hidden = hidden;
@@ -314,9 +303,9 @@ i32 NextSheet(i32 book) { return StepToSheet(book, 1); }
 
 i32 FindOpenBook(WideView path, bool visibleOnly) {
     const WideView wanted = LastElement(path);
-    for (u32 i = 0; i < table.books.Count(); ++i) {
-        if (visibleOnly && table.books[i]->hiddenLink) continue;
-        if (EqualIgnoringCase(FileNameOf(table.books[i]->path), wanted)) return static_cast<i32>(i);
+    for (u32 i = 0; i < bookTable.books.Count(); ++i) {
+        if (visibleOnly && bookTable.books[i]->hiddenLink) continue;
+        if (EqualIgnoringCase(FileNameOf(bookTable.books[i]->path), wanted)) return static_cast<i32>(i);
     }
     return -1;
 }

@@ -5,10 +5,21 @@
 
 namespace tally {
 
-BookTable& Books();
+// The one table; reached through the routines below.
+extern BookTable bookTable;
+inline BookTable& Books() { return bookTable; }
 // Null for an index out of range.
-Workbook* BookAt(i32 book);
-Sheet* SheetAt(i32 book, i32 sheet);
+inline Workbook* BookAt(i32 book) {
+    return book >= 0 && static_cast<u32>(book) < bookTable.books.Count()
+               ? bookTable.books[static_cast<u32>(book)]
+               : nullptr;
+}
+inline Sheet* SheetAt(i32 book, i32 sheet) {
+    const Workbook* workbook = BookAt(book);
+    return workbook && sheet >= 0 && static_cast<u32>(sheet) < workbook->sheets.Count()
+               ? workbook->sheets[static_cast<u32>(sheet)]
+               : nullptr;
+}
 inline i32 CurrentBook() { return Books().currentBook; }
 Workbook* CurrentWorkbook();
 Sheet* CurrentSheet();
