@@ -13,19 +13,19 @@ constexpr i32 SIGNIFICANT_DIGITS = 15;
 constexpr double MAX_DENOMINATOR = 1000000.0;  // tried one after the other
 
 void Scale(FormatRun& run) {
-    for (i32 i = 0; i < run.percents; ++i) run.value *= 100.0;
-    for (i32 i = 0; i < run.scalingCommas; ++i) run.value *= 0.001;
+    for (i32 i = 0; i < run.scan.percents; ++i) run.value *= 100.0;
+    for (i32 i = 0; i < run.scan.scalingCommas; ++i) run.value *= 0.001;
     // Percents may leave the range of a double.
     run.value = std::fmin(run.value, std::numeric_limits<double>::max());
 }
 
 void WorkOutExponent(FormatRun& run) {
-    if (!run.scientific) return;
+    if (!run.scan.scientific) return;
     const i32 magnitude = run.value == 0 ? 0 : static_cast<i32>(std::trunc(std::log10(run.value)));
-    if (run.hashPlaces > 0) {
-        run.exponent = (magnitude - std::max(run.zeroPlaces, 1) + 1) / 3 * 3;
+    if (run.scan.hashPlaces > 0) {
+        run.exponent = (magnitude - std::max(run.scan.zeroPlaces, 1) + 1) / 3 * 3;
     } else {
-        run.exponent = magnitude + (run.value >= 1 ? 1 : 0) - run.integerPlaces;
+        run.exponent = magnitude + (run.value >= 1 ? 1 : 0) - run.scan.integerPlaces;
     }
     // In two steps where one power would leave the range of a double.
     if (run.exponent < -300) run.value *= 1e300;
@@ -61,13 +61,13 @@ void WorkOutFraction(FormatRun& run) {
     double numerator = 0;
     double denominator = 1;
     if (fraction != 0) {
-        const double limit = std::min(std::pow(10.0, run.denominatorWidth), MAX_DENOMINATOR);
+        const double limit = std::min(std::pow(10.0, run.scan.denominatorWidth), MAX_DENOMINATOR);
         if (limit > 2) denominator = BestDenominator(fraction, limit);
         numerator = std::trunc(denominator * fraction + 0.5);
     }
-    if (fraction != 0 && run.integerPlaces == 0) numerator += whole * denominator;
+    if (fraction != 0 && run.scan.integerPlaces == 0) numerator += whole * denominator;
     const bool blank = numerator == 0 || fraction == 0;
-    if (blank) denominator = run.integerPlaces == 0 ? 1 : 0;
+    if (blank) denominator = run.scan.integerPlaces == 0 ? 1 : 0;
     run.denominatorIsZero = denominator == 0;
     run.numeratorDigits = !blank && numerator < 1e18
                               ? static_cast<i32>(PrintInteger(static_cast<i64>(numerator), run.numeratorText))
@@ -138,35 +138,35 @@ void MakeDigits(FormatRun& run, double value) {
 bool MakeShortDigits(FormatRun& run, double value) {
     constexpr i64 powersOfFive[] = {1, 5, 25, 125, 625, 3125, 15625};
     constexpr double roof = 1e15;
-    if (run.decimalPlaces >= static_cast<i32>(std::size(powersOfFive))) return false;
-    const double units = RoundToInteger(value * PowerOfTen(run.decimalPlaces));
+    if (run.scan.decimalPlaces >= static_cast<i32>(std::size(powersOfFive))) return false;
+    const double units = RoundToInteger(value * PowerOfTen(run.scan.decimalPlaces));
     if (!(units < roof)) return false;
     char text[NUMBER_TEXT_ROOM];
     const i32 length = static_cast<i32>(PrintInteger(static_cast<i64>(units), text));
-    run.integerDigits = std::max(length - run.decimalPlaces, 0);
+    run.integerDigits = std::max(length - run.scan.decimalPlaces, 0);
     if (units == 0) run.integerDigits = 0;
-    const i32 zeros = std::max(run.decimalPlaces - length, 0);
+    const i32 zeros = std::max(run.scan.decimalPlaces - length, 0);
     std::memset(run.digits, '0', static_cast<std::size_t>(zeros));
     std::memcpy(run.digits + zeros, text, static_cast<std::size_t>(length));
-    run.decimalCount = run.decimalPlaces;
+    run.decimalCount = run.scan.decimalPlaces;
     // A value with an end in binary has no digits behind its own, so that its trailing zeros are none;
     // all others are cut at the fifteenth digit and keep them.
-    if (static_cast<i64>(units) % powersOfFive[run.decimalPlaces]) return true;
+    if (static_cast<i64>(units) % powersOfFive[run.scan.decimalPlaces]) return true;
     while (run.decimalCount && run.digits[run.integerDigits + run.decimalCount - 1] == '0') --run.decimalCount;
     return true;
 }
 
 void WorkOutDigits(FormatRun& run) {
     Scale(run);
-    const bool anyPlace = run.integerPlaces || run.decimalPlaces || run.exponentPlaces || run.numeratorWidth ||
-                          run.denominatorWidth;
+    const bool anyPlace = run.scan.integerPlaces || run.scan.decimalPlaces || run.scan.exponentPlaces ||
+                          run.scan.numeratorWidth || run.scan.denominatorWidth;
     if (!anyPlace) return;  // a date, or text alone
     WorkOutExponent(run);
-    if (run.fraction) {
+    if (run.scan.fraction) {
         WorkOutFraction(run);
         MakeDigits(run, run.value);
     } else if (!MakeShortDigits(run, run.value)) {
-        MakeDigits(run, RoundToPlaces(run.value, run.decimalPlaces));
+        MakeDigits(run, RoundToPlaces(run.value, run.scan.decimalPlaces));
     }
 }
 

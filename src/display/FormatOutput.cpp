@@ -57,8 +57,8 @@ void PutEmptyPlace(Writer& w, char16_t place) {
 
 void PutIntegerPlace(Writer& w, char16_t place) {
     const FormatRun& run = w.run;
-    const i32 remaining = run.integerPlaces - w.placeholder;  // places to the right of this one
-    const i32 index = run.integerDigits - 1 - remaining;      // the digit that belongs here
+    const i32 remaining = run.scan.integerPlaces - w.placeholder;  // places to the right of this one
+    const i32 index = run.integerDigits - 1 - remaining;           // the digit that belongs here
     if (index < 0) {
         PutEmptyPlace(w, place);
         return;
@@ -70,7 +70,7 @@ void PutIntegerPlace(Writer& w, char16_t place) {
     for (i32 i = 0; i <= index; ++i) {
         w.PutDigit(run.digits[i]);
         const i32 right = run.integerDigits - 1 - i;
-        if (run.grouping && right && right % 3 == 0) w.Put(Locale().thousandsSeparator);
+        if (run.scan.grouping && right && right % 3 == 0) w.Put(Locale().thousandsSeparator);
     }
 }
 
@@ -111,7 +111,7 @@ void PutNumeratorPlace(Writer& w, char16_t place, i32 index) {
 void PutDenominatorPlace(Writer& w, char16_t place, i32 index) {
     const FormatRun& run = w.run;
     if (!run.denominatorIsZero) {
-        const i32 digit = index - (run.denominatorWidth - run.denominatorDigits);
+        const i32 digit = index - (run.scan.denominatorWidth - run.denominatorDigits);
         if (digit >= 0 && digit < run.denominatorDigits) {
             w.PutDigit(run.denominatorText[digit]);
         } else {
@@ -127,7 +127,7 @@ void PutDenominatorPlace(Writer& w, char16_t place, i32 index) {
 
 void PutExponentPlace(Writer& w, char16_t place, i32 index) {
     const FormatRun& run = w.run;
-    const i32 digit = run.exponentDigits - (run.exponentPlaces - index);
+    const i32 digit = run.exponentDigits - (run.scan.exponentPlaces - index);
     // Places that the count passed over, such as those in a bracket, take nothing.
     if (digit < 0 || digit >= run.exponentDigits) {
         PutEmptyPlace(w, place);
@@ -139,25 +139,25 @@ void PutExponentPlace(Writer& w, char16_t place, i32 index) {
 void PutPlaceholder(Writer& w) {
     const FormatRun& run = w.run;
     const char16_t place = w.At(w.at);
-    i32 index = ++w.placeholder - run.integerPlaces - 1;
+    i32 index = ++w.placeholder - run.scan.integerPlaces - 1;
     if (index < 0) {
         PutIntegerPlace(w, place);
-    } else if (run.fraction && w.at >= run.numeratorStart) {
+    } else if (run.scan.fraction && w.at >= run.scan.numeratorStart) {
         // Places in front of the numerator that are not whole digits take nothing of the fraction.
-        const i32 offset = static_cast<i32>(w.at - run.numeratorStart);
-        if (offset < run.numeratorWidth) {
+        const i32 offset = static_cast<i32>(w.at - run.scan.numeratorStart);
+        if (offset < run.scan.numeratorWidth) {
             PutNumeratorPlace(w, place, offset);
         } else {
-            PutDenominatorPlace(w, place, offset - run.numeratorWidth - 1);
+            PutDenominatorPlace(w, place, offset - run.scan.numeratorWidth - 1);
         }
-    } else if (index < run.decimalPlaces) {
+    } else if (index < run.scan.decimalPlaces) {
         if (index < run.decimalCount) {
             w.PutDigit(run.digits[run.integerDigits + index]);
         } else {
             PutEmptyPlace(w, place);
         }
     } else {
-        PutExponentPlace(w, place, index - run.decimalPlaces);
+        PutExponentPlace(w, place, index - run.scan.decimalPlaces);
     }
     ++w.at;
 }
@@ -445,7 +445,7 @@ void Fill(Writer& w) {
 bool WriteFormatted(FormatRun& run) {
     Writer w{run, *run.out};
     while (w.good && w.at < run.format.size()) {
-        if (run.twelveHour && PutHalfDay(w)) continue;
+        if (run.scan.twelveHour && PutHalfDay(w)) continue;
         if (PutToken(w)) continue;
         w.Put(w.At(w.at));
         ++w.at;

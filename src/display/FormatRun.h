@@ -10,21 +10,14 @@ namespace tally {
 
 constexpr std::size_t DECIMAL_DIGITS = 30;
 
-struct FormatRun {
-    WideView format;
-    double value = 0;     // absolute; scaled and divided by the exponent before the digits are made
-    double unscaled = 0;  // absolute, as it came
-    bool date1904 = false;
-    const TextMeasure* measure = nullptr;
-    i32 width = 0;
-    WideText* out = nullptr;
-
-    // Found by the first scan.
+// What the first scan finds in one section, whatever the value.
+struct FormatScan {
     bool scientific = false;
     bool grouping = false;
     bool hasPoint = false;
     bool fraction = false;
     bool usesDates = false;
+    bool twelveHour = false;
     i32 percents = 0;
     i32 scalingCommas = 0;
     i32 secondDecimals = 0;
@@ -32,13 +25,23 @@ struct FormatRun {
     std::size_t numeratorStart = 0;
     i32 numeratorWidth = 0;
     i32 denominatorWidth = 0;
-
     // Placeholders.
     i32 integerPlaces = 0;
     i32 decimalPlaces = 0;
     i32 exponentPlaces = 0;
     i32 hashPlaces = 0;
     i32 zeroPlaces = 0;
+};
+
+struct FormatRun {
+    WideView format;
+    FormatScan scan;
+    double value = 0;     // absolute; scaled and divided by the exponent before the digits are made
+    double unscaled = 0;  // absolute, as it came
+    bool date1904 = false;
+    const TextMeasure* measure = nullptr;
+    i32 width = 0;
+    WideText* out = nullptr;
 
     // Digits.
     char digits[FIXED_TEXT_ROOM + 2];  // integer digits, then the decimals, without a point
@@ -58,14 +61,13 @@ struct FormatRun {
     double ticks = 0;
     double tickScale = 1;
     i32 hour = 0, minute = 0, second = 0;
-    bool twelveHour = false;
     bool afternoon = false;
 };
 
 inline bool IsPlaceholder(char16_t c) { return c == u'#' || c == u'0' || c == u'?'; }
 
-// The first scan and the count of the placeholders.
-void ScanFormat(FormatRun& run);
+// The first scan and the count of the placeholders of a section.
+FormatScan ScanFormat(WideView section);
 // Calendar and time values, for formats that use them.
 void WorkOutDates(FormatRun& run);
 // Scaling, exponent, rounding, fraction and digit strings.

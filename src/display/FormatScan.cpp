@@ -18,27 +18,26 @@ std::size_t RunLength(WideView text, std::size_t at) {
     return i - at;
 }
 
-void ScanSlash(FormatRun& run, std::size_t at) {
+void ScanSlash(FormatScan& scan, WideView format, std::size_t at) {
     std::size_t start = at;
-    while (start > 0 && IsPlaceholder(run.format[start - 1])) --start;
-    run.fraction = true;
-    run.numeratorStart = start;
-    run.numeratorWidth = static_cast<i32>(at - start);
-    run.denominatorWidth = static_cast<i32>(RunLength(run.format, at + 1));
+    while (start > 0 && IsPlaceholder(format[start - 1])) --start;
+    scan.fraction = true;
+    scan.numeratorStart = start;
+    scan.numeratorWidth = static_cast<i32>(at - start);
+    scan.denominatorWidth = static_cast<i32>(RunLength(format, at + 1));
 }
 
-void ScanComma(FormatRun& run, std::size_t at) {
-    if (at == 0 || !IsPlaceholder(run.format[at - 1])) return;
-    if (at + 1 < run.format.size() && IsPlaceholder(run.format[at + 1])) {
-        run.grouping = true;
+void ScanComma(FormatScan& scan, WideView format, std::size_t at) {
+    if (at == 0 || !IsPlaceholder(format[at - 1])) return;
+    if (at + 1 < format.size() && IsPlaceholder(format[at + 1])) {
+        scan.grouping = true;
     } else {
-        ++run.scalingCommas;
+        ++scan.scalingCommas;
     }
 }
 
 // Handles one character of the first scan and returns the position behind it.
-std::size_t ScanCharacter(FormatRun& run, std::size_t at) {
-    const WideView format = run.format;
+std::size_t ScanCharacter(FormatScan& scan, WideView format, std::size_t at) {
     const char16_t next = at + 1 < format.size() ? format[at + 1] : u'\0';
     switch (AsciiUpper(format[at])) {
         case u'"': return BehindQuotedText(format, at);
@@ -49,21 +48,21 @@ std::size_t ScanCharacter(FormatRun& run, std::size_t at) {
         case u'0':
             if (AsciiUpper(next) == u'E' && at + 2 < format.size() &&
                 (format[at + 2] == u'+' || format[at + 2] == u'-')) {
-                run.scientific = true;
-                run.exponentAt = at + 1;
+                scan.scientific = true;
+                scan.exponentAt = at + 1;
                 return at + 3;
             }
             break;
-        case u'%': ++run.percents; break;
-        case u',': ScanComma(run, at); break;
-        case u'.': run.hasPoint = true; break;
-        case u'/': ScanSlash(run, at); break;
+        case u'%': ++scan.percents; break;
+        case u',': ScanComma(scan, format, at); break;
+        case u'.': scan.hasPoint = true; break;
+        case u'/': ScanSlash(scan, format, at); break;
         case u'S':
-            run.usesDates = true;
+            scan.usesDates = true;
             if (next == u'.') {
                 std::size_t i = at + 2;
                 while (i < format.size() && format[i] == u'0') ++i;
-                run.secondDecimals = std::min(static_cast<i32>(i - at - 2), MAX_SECOND_DECIMALS);
+                scan.secondDecimals = std::min(static_cast<i32>(i - at - 2), MAX_SECOND_DECIMALS);
             }
             break;
         case u'D':
@@ -71,12 +70,12 @@ std::size_t ScanCharacter(FormatRun& run, std::size_t at) {
         case u'M':
         case u'Y':
         case u'A':
-        case u'P': run.usesDates = true; break;
+        case u'P': scan.usesDates = true; break;
         default:
             // May begin a local half-day word.
             if (format[at] > 0x7F || WideView(Locale().aUpper) == format.substr(at, 1) ||
                 WideView(Locale().aLower) == format.substr(at, 1)) {
-                run.usesDates = true;
+                scan.usesDates = true;
             }
             break;
     }
@@ -84,16 +83,15 @@ std::size_t ScanCharacter(FormatRun& run, std::size_t at) {
 }
 
 // Where the count of the integer places ends whatever stands there.
-std::size_t IntegerLimit(const FormatRun& run) {
-    std::size_t limit = run.format.size();
-    if (run.scientific) limit = std::min(limit, run.exponentAt);
-    if (run.fraction) limit = std::min(limit, run.numeratorStart);
+std::size_t IntegerLimit(const FormatScan& scan, WideView format) {
+    std::size_t limit = format.size();
+    if (scan.scientific) limit = std::min(limit, scan.exponentAt);
+    if (scan.fraction) limit = std::min(limit, scan.numeratorStart);
     return limit;
 }
 
-void CountPlaces(FormatRun& run) {
-    const WideView format = run.format;
-    const std::size_t limit = IntegerLimit(run);
+void CountPlaces(FormatScan& scan, WideView format) {
+    const std::size_t limit = IntegerLimit(scan, format);
     std::size_t i = 0;
     while (i < limit) {
         const char16_t c = format[i];
@@ -106,15 +104,15 @@ void CountPlaces(FormatRun& run) {
             i = close == WideView::npos ? format.size() : close + 1;
             continue;
         }
-        if (c == u'.' && run.hasPoint) break;
-        if (IsPlaceholder(c)) ++run.integerPlaces;
-        if (c == u'#') ++run.hashPlaces;
-        if (c == u'0') ++run.zeroPlaces;
+        if (c == u'.' && scan.hasPoint) break;
+        if (IsPlaceholder(c)) ++scan.integerPlaces;
+        if (c == u'#') ++scan.hashPlaces;
+        if (c == u'0') ++scan.zeroPlaces;
         ++i;
     }
-    for (; i < limit; ++i) run.decimalPlaces += IsPlaceholder(format[i]);
-    if (!run.scientific) return;
-    for (i = run.exponentAt; i < format.size(); ++i) run.exponentPlaces += IsPlaceholder(format[i]);
+    for (; i < limit; ++i) scan.decimalPlaces += IsPlaceholder(format[i]);
+    if (!scan.scientific) return;
+    for (i = scan.exponentAt; i < format.size(); ++i) scan.exponentPlaces += IsPlaceholder(format[i]);
 }
 
 bool Holds(WideView format, const WideText& word) {
@@ -130,24 +128,28 @@ bool IsTwelveHour(WideView format) {
 
 }  // namespace
 
-void ScanFormat(FormatRun& run) {
-    for (std::size_t i = 0; i < run.format.size();) i = ScanCharacter(run, i);
-    CountPlaces(run);
+FormatScan ScanFormat(WideView section) {
+    FormatScan scan;
+    for (std::size_t i = 0; i < section.size();) i = ScanCharacter(scan, section, i);
+    CountPlaces(scan, section);
+    scan.twelveHour = scan.usesDates && IsTwelveHour(section);
+    return scan;
 }
 
 void WorkOutDates(FormatRun& run) {
     const double days = std::min(std::trunc(run.unscaled), LAST_SERIAL);
     const i32 offset = run.date1904 ? DATE_1904_OFFSET : 0;
     SerialToDate(static_cast<i32>(days) + offset, run.year, run.month, run.day);
-    run.weekday = static_cast<i32>(std::fmod(std::trunc(run.unscaled + offset + 5), 7.0));
-    run.tickScale = PowerOfTen(run.secondDecimals);
+    const double weekday = std::trunc(run.unscaled + offset + 5);
+    run.weekday = static_cast<i32>(weekday < 2147483648.0 ? static_cast<double>(static_cast<i64>(weekday) % 7)
+                                                          : std::fmod(weekday, 7.0));
+    run.tickScale = PowerOfTen(run.scan.secondDecimals);
     run.ticks = std::trunc((run.unscaled - std::trunc(run.unscaled)) * run.tickScale * 86400 + 0.5);
     const i32 seconds = static_cast<i32>(run.ticks / run.tickScale);
     run.hour = seconds / 3600;
     run.minute = seconds / 60 % 60;
     run.second = seconds % 60;
-    run.twelveHour = IsTwelveHour(run.format);
-    if (!run.twelveHour) return;
+    if (!run.scan.twelveHour) return;
     run.afternoon = run.hour >= 12;
     if (run.hour == 0) run.hour = 12;
     if (run.hour > 12) run.hour -= 12;

@@ -4,6 +4,7 @@
 
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "display/ScannedFormats.h"
 #include "model/Formats.h"
 
 namespace tally {
@@ -225,6 +226,7 @@ bool ReadLocaleSettings() {
     DeriveMonthInitials(fresh);
     if (!DeriveHalfDays(fresh) || !DeriveDates(fresh) || !SetRegionFormats(fresh)) return false;
     settings = std::move(fresh);
+    ForgetScannedFormats();
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "display/FormatRun.h"
 #include "display/FormatSections.h"
 #include "display/LocaleSettings.h"
+#include "display/ScannedFormats.h"
 
 namespace tally {
 namespace {
@@ -58,8 +59,10 @@ bool FormatNumber(double value, WideView format, const TextMeasure* measure, i32
     if (!measure && format == generalFormat) {
         return (value >= 0 || out.Append(u'-')) && FormatGeneral(std::fabs(value), GENERAL_DIGITS, out);
     }
-    FormatSection sections[FORMAT_SECTIONS];
-    ParseFormatSections(format, sections);
+    const ScannedFormat* kept = FindScannedFormat(format);
+    FormatSection parsed[FORMAT_SECTIONS];
+    if (!kept) ParseFormatSections(format, parsed);
+    const FormatSection(&sections)[FORMAT_SECTIONS] = kept ? kept->sections : parsed;
     const SectionChoice choice = ChooseSection(sections, value);
     if (choice.kind == CHOICE_BLANK) return true;
     if (choice.minus && !out.Append(u'-')) return false;
@@ -74,8 +77,8 @@ bool FormatNumber(double value, WideView format, const TextMeasure* measure, i32
     run.measure = measure;
     run.width = width;
     run.out = &out;
-    ScanFormat(run);
-    if (run.usesDates) WorkOutDates(run);
+    run.scan = kept && choice.kind == CHOICE_SECTION ? kept->scans[choice.section] : ScanFormat(run.format);
+    if (run.scan.usesDates) WorkOutDates(run);
     WorkOutDigits(run);
     return WriteFormatted(run);
 }

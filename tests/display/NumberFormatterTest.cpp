@@ -211,12 +211,29 @@ TEST_F(NumberFormatter, FillAndFitUseTheMeasure) {
     EXPECT_EQ(Narrow(out), "1.23E+30");
 }
 
+// A format is taken apart once and kept: neither formats that share a kept place nor long ones are mixed up.
+TEST_F(NumberFormatter, KeptFormatsAreThoseOfTheirText) {
+    for (int round = 0; round < 2; ++round) {
+        for (char16_t letter = u'a'; letter <= u'z'; ++letter) {
+            std::u16string text = u"..-..";
+            text[1] = letter;
+            const std::u16string format = u"0.0\"" + text + u"\"";
+            EXPECT_EQ(Shown(2.5, format), "2.5" + Narrow(text));
+        }
+    }
+    for (std::size_t length = 30; length < 60; ++length) {
+        const std::u16string text(length, u'y');
+        EXPECT_EQ(Shown(2.5, u"\"" + text + u"\"0.00"), Narrow(text) + "2.50");
+        EXPECT_EQ(Shown(0.5, u"h \"" + text + u"\""), "12 " + Narrow(text));
+    }
+}
+
 // The short road to the digits and the one over thirty decimals must agree as far as the places reach.
 TEST_F(NumberFormatter, ShortDigitsAreThoseOfThirtyDecimals) {
     std::mt19937_64 random(20260615);
     const auto check = [](double value, i32 places) {
         FormatRun quick, literal;
-        quick.decimalPlaces = literal.decimalPlaces = places;
+        quick.scan.decimalPlaces = literal.scan.decimalPlaces = places;
         if (!MakeShortDigits(quick, value)) return false;
         const double power = std::pow(10.0, places);
         MakeDigits(literal, RoundToInteger(value * power) / power);
