@@ -104,7 +104,8 @@ void NumberLines(Value* arguments, Value& result, const EvalContext& context, bo
         return;
     }
     result = rows ? BoundedArray(count, 1) : BoundedArray(1, count);
-    for (u32 i = 0; result.type == VT_ARRAY && i < count; ++i) result.elements[i] = NumberValue(first + static_cast<i32>(i));
+    for (u32 i = 0; result.type == VT_ARRAY && i < count; ++i)
+        result.elements[i] = NumberValue(first + static_cast<i32>(i));
 }
 
 void CountLines(const Value& argument, Value& result, bool rows) {
