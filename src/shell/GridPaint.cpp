@@ -59,7 +59,7 @@ void PaintBackground(const Pane& pane, const PixelRect& rect, const CellFormat& 
     const u32 fore = PaletteColour(*pane.book, format.patternColour, 0) ^ flip;
     if (format.pattern > 1 && format.pattern <= 18)
         Drawing().patternRect(pane.target, rect, format.pattern, fore, back);
-    else Drawing().fillRect(pane.target, rect, format.pattern == 1 ? fore : back);
+    else Drawing().fillRect(pane.target, rect, back);  // a solid cell shows its back colour
 }
 
 // The pixel at which a column begins, also one that lies left of what the pane shows.

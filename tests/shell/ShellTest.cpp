@@ -8,6 +8,7 @@
 #include "shell/ShellState.h"
 #include "shell/Tables.h"
 #include "shell/headless/HeadlessPlatform.h"
+#include "support/BiffBuilder.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -370,6 +371,29 @@ TEST_F(ShellTest, AMergedCellIsDrawnOnceAcrossTheMerge) {
     for (const DrawRecord& record : HeadlessFrame().drawing)
         filled |= record.kind == DRAW_FILL && record.rect == merge;
     EXPECT_TRUE(filled);
+}
+
+TEST_F(ShellTest, ASolidCellShowsTheForeColourOfItsFile) {
+    BiffBuilder builder;
+    builder.Globals({"Sheet1"}, [](BiffBuilder& globals) {
+        // A cell format with pattern 1, fore colour 42 (pale green), back colour 27.
+        const std::initializer_list<BiffBuilder::Item> format = {
+            {0, 2}, {0, 2}, {1, 2}, {0x20, 2}, {0, 4}, {0, 4}, {1u << 26, 4}, {42 | 27 << 7, 2}};
+        for (int i = 0; i < 22; ++i) globals.Record(0xE0, format);
+    });
+    builder.Bof(0x10).Number(1, 1, 5, 21).Eof();
+    const std::vector<u8> file = builder.File();
+    ASSERT_TRUE(PutMemoryFile(u"/solid.xls", ByteView(file.data(), file.size())));
+    ASSERT_TRUE(OpenBookFile(u"/solid.xls", true));
+    PaintHeadless();
+    const PixelRect cell = AreaPixels({1, 1, 1, 1});
+    int fills = 0;
+    for (const DrawRecord& record : HeadlessFrame().drawing) {
+        if (record.kind != DRAW_FILL || !(record.rect == cell)) continue;
+        EXPECT_EQ(record.colour, 0xCCFFCCu);
+        ++fills;
+    }
+    EXPECT_EQ(fills, 1);
 }
 
 TEST_F(ShellTest, ShowingFormulasDoublesTheColumnsAndStoresNothing) {
