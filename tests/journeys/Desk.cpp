@@ -1,0 +1,220 @@
+#include "journeys/Desk.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+extern char** environ;
+
+namespace tally::journeys {
+namespace {
+
+// A slow machine may take its time; nothing waits longer than it must.
+constexpr auto PATIENCE = std::chrono::seconds(30);
+constexpr auto STEP = std::chrono::milliseconds(10);
+
+struct DeskState {
+    pid_t server = 0, manager = 0, program = 0;
+    std::string scratch;
+};
+DeskState desk;
+
+template <typename Condition>
+bool WaitFor(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(STEP);
+    }
+    return true;
+}
+
+// Its output goes to `out`, or nowhere.
+pid_t Spawn(const std::vector<std::string>& arguments, int out) {
+    std::vector<char*> pointers;
+    for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
+    pointers.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    if (out >= 0) posix_spawn_file_actions_adddup2(&actions, out, 1);
+    else posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    pid_t child = 0;
+    if (posix_spawnp(&child, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) child = 0;
+    posix_spawn_file_actions_destroy(&actions);
+    return child;
+}
+
+std::string ReadAll(int from) {
+    std::string text;
+    char buffer[512];
+    for (ssize_t count; (count = read(from, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(count));
+    return text;
+}
+
+int CodeOf(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status); }
+
+// True when the process ended by itself within the patience.
+bool Ended(pid_t child, int& code) {
+    int status = 0;
+    if (!WaitFor([&] { return waitpid(child, &status, WNOHANG) == child; })) return false;
+    code = CodeOf(status);
+    return true;
+}
+
+void End(pid_t& child) {
+    if (!child) return;
+    kill(child, SIGTERM);
+    int code = 0;
+    if (!Ended(child, code)) kill(child, SIGKILL), waitpid(child, nullptr, 0);
+    child = 0;
+}
+
+Output Tool(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"timeout", "20", "xdotool"});
+    return Run(arguments);
+}
+
+bool CanRun(const std::string& name) { return Run({"sh", "-c", "command -v " + name}).code == 0; }
+
+std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+// The display's number, as the server tells it once it takes clients.
+bool StartServer() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    // The server writes to its standard output here.
+    desk.server = Spawn({"Xvfb", "-displayfd", "1", "-screen", "0",
+                         std::to_string(SCREEN_WIDTH) + "x" + std::to_string(SCREEN_HEIGHT) + "x24",
+                         "-nolisten", "tcp", "-dpi", "96"},
+                        ends[1]);
+    close(ends[1]);
+    std::string number;
+    char digit = 0;
+    while (read(ends[0], &digit, 1) == 1 && digit != '\n') number += digit;
+    close(ends[0]);
+    if (number.empty()) return false;
+    setenv("DISPLAY", (":" + number).c_str(), 1);
+    return true;
+}
+
+}  // namespace
+
+Output Run(const std::vector<std::string>& arguments) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return {};
+    const pid_t child = Spawn(arguments, ends[1]);
+    close(ends[1]);
+    if (!child) {
+        close(ends[0]);
+        return {127, ""};
+    }
+    Output output;
+    output.text = ReadAll(ends[0]);
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    output.code = CodeOf(status);
+    return output;
+}
+
+bool OpenDisplay(std::string& missing) {
+    for (const char* name : {"Xvfb", "xdotool", "matchbox-window-manager"})
+        if (!CanRun(name)) missing += std::string(missing.empty() ? "" : ", ") + name;
+    if (!missing.empty()) return false;
+    std::string pattern = (std::filesystem::temp_directory_path() / "journey-XXXXXX").string();
+    desk.scratch = mkdtemp(pattern.data());
+    // Nothing of the user's own: settings, region and scale are those of a first start.
+    setenv("HOME", desk.scratch.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (desk.scratch + "/settings").c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", desk.scratch.c_str(), 1);
+    setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    setenv("LC_ALL", "C.UTF-8", 1);
+    setenv("LANG", "en_US.UTF-8", 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    for (const char* name : {"QT_SCALE_FACTOR", "QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "WAYLAND_DISPLAY"})
+        unsetenv(name);
+    if (!StartServer()) {
+        missing = "a display: Xvfb does not start";
+        return false;
+    }
+    desk.manager = Spawn({"matchbox-window-manager", "-use_titlebar", "no"}, -1);
+    return true;
+}
+
+void CloseDisplay() {
+    StopProgram();
+    End(desk.manager);
+    End(desk.server);
+    if (!desk.scratch.empty()) std::filesystem::remove_all(desk.scratch);
+    desk = DeskState();
+}
+
+void StartProgram(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all = arguments;
+    all.insert(all.begin(), TALLYMAN_PROGRAM);
+    desk.program = Spawn(all, -1);
+}
+
+int ProgramEnd() {
+    int code = -1;
+    if (desk.program && Ended(desk.program, code)) desk.program = 0;
+    return code;
+}
+
+void StopProgram() { End(desk.program); }
+
+std::string Scratch() { return desk.scratch + "/"; }
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+void Press(const std::vector<std::string>& keys) {
+    std::vector<std::string> arguments{"key", "--delay", "2"};
+    arguments.insert(arguments.end(), keys.begin(), keys.end());
+    Tool(arguments);
+}
+
+void Type(const std::string& text) { Tool({"type", "--delay", "2", text}); }
+
+void Click(int x, int y) { Tool({"mousemove", std::to_string(x), std::to_string(y), "click", "1"}); }
+
+void Drag(int fromX, int fromY, int toX, int toY) {
+    Tool({"mousemove", std::to_string(fromX), std::to_string(fromY), "mousedown", "1", "mousemove",
+          std::to_string((fromX + toX) / 2), std::to_string((fromY + toY) / 2), "mousemove",
+          std::to_string(toX), std::to_string(toY), "mouseup", "1"});
+}
+
+void Wheel(int x, int y, int notches) {
+    Tool({"mousemove", std::to_string(x), std::to_string(y), "click", "--repeat",
+          std::to_string(notches < 0 ? -notches : notches), "--delay", "2", notches < 0 ? "5" : "4"});
+}
+
+std::string Title() { return FirstLine(Tool({"getwindowfocus", "getwindowname"}).text); }
+
+bool WaitForTitle(const std::string& title) {
+    return WaitFor([&] { return Title() == title; });
+}
+
+std::string SavedText(const std::string& path) {
+    // A saved file takes its place whole.
+    if (!WaitFor([&] { return std::filesystem::exists(path); })) return "";
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+}  // namespace tally::journeys

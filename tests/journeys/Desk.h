@@ -1,0 +1,49 @@
+#pragma once
+// The desktop program in a real window on a virtual display: what a user types and clicks goes through the
+// display server, and what comes of it is read from window titles and saved files.
+
+#include <string>
+#include <vector>
+
+namespace tally::journeys {
+
+struct Output {
+    int code = -1;
+    std::string text;
+};
+// Runs a program to its end; code 127 when it is not there.
+Output Run(const std::vector<std::string>& arguments);
+
+// Starts the display server and a window manager, once. False, with what is missing, when they cannot be had.
+bool OpenDisplay(std::string& missing);
+void CloseDisplay();
+
+// Starts the program with these arguments; one at a time.
+void StartProgram(const std::vector<std::string>& arguments);
+// Waits for the end of the program and gives its exit code; -1 when it does not end.
+int ProgramEnd();
+// Ends a program that a failed test has left running.
+void StopProgram();
+
+// A directory of this run's own, with a separator at its end.
+std::string Scratch();
+void WriteBytes(const std::string& path, const std::string& bytes);
+
+// ---- what a user does ----------------------------------------------------------------------------------
+void Press(const std::vector<std::string>& keys);
+void Type(const std::string& text);
+// One press, move and release with the left button, in pixels of the screen.
+void Click(int x, int y);
+void Drag(int fromX, int fromY, int toX, int toY);
+void Wheel(int x, int y, int notches);  // below zero towards the user
+constexpr int SCREEN_WIDTH = 1280, SCREEN_HEIGHT = 800;
+
+// ---- what a user sees ------------------------------------------------------------------------------------
+// Waits until the window in front has this title and the keyboard. False when it never comes.
+bool WaitForTitle(const std::string& title);
+// Title of the window in front now.
+std::string Title();
+// Waits for a file and gives its bytes; empty when it never comes.
+std::string SavedText(const std::string& path);
+
+}  // namespace tally::journeys

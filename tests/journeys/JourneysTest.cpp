@@ -1,0 +1,130 @@
+// Journeys of a user through the desktop program, in a real window.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "journeys/Desk.h"
+#include "support/BiffBuilder.h"
+
+namespace tally::journeys {
+namespace {
+
+class Journey : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { open_ = OpenDisplay(missing_); }
+    static void TearDownTestSuite() { CloseDisplay(); }
+    void SetUp() override {
+        if (!open_) GTEST_SKIP() << "No virtual display; missing: " << missing_;
+    }
+    void TearDown() override { StopProgram(); }
+
+    // From the menu, into a file of this name; the window's title tells the end.
+    static std::string SaveAsText(const std::string& name) {
+        Press({"alt+f", "a"});
+        if (!WaitForTitle("另存为")) return "no dialog to save in, but " + Title();
+        Type(Scratch() + name);
+        Press({"Return"});
+        const std::string text = SavedText(Scratch() + name);
+        return WaitForTitle("Tallyman - " + name) ? text : "the title is " + Title();
+    }
+    static void Exit() {
+        Press({"alt+f", "x"});
+        EXPECT_EQ(ProgramEnd(), 0);
+    }
+
+  private:
+    static inline bool open_ = false;
+    static inline std::string missing_;
+};
+
+// Places on the screen: the window fills it, with the sheet tabs over the status bar.
+constexpr int MIDDLE_X = 500, MIDDLE_Y = 400;
+constexpr int TABS_Y = SCREEN_HEIGHT - 29, FIRST_TAB_X = 50;
+constexpr int ROW_HEIGHT = 17;
+
+std::string SmallWorkbook() {
+    BiffBuilder book;
+    book.Globals({"First", "Second"});
+    book.Bof(16).Number(0, 0, 10).Number(1, 0, 20).Label(2, 0, "sum").Eof();
+    book.Bof(16).Label(0, 0, "other").Eof();
+    const std::vector<u8> file = book.File();
+    return {file.begin(), file.end()};
+}
+
+TEST_F(Journey, AWorkbookIsOpenedEditedWithKeysAndSavedAsText) {
+    WriteBytes(Scratch() + "book.xls", SmallWorkbook());
+    StartProgram({Scratch() + "book.xls"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - book.xls"));
+    Press({"Right"});
+    Type("7");
+    Press({"Tab"});  // B1, to C1
+    Type("thrown away");
+    Press({"Escape", "Down", "Down", "Left"});
+    Type("=SUM(A1:A2)*B1");
+    Press({"Return"});  // B3, to B4
+    Press({"Up", "F2", "BackSpace", "BackSpace", "2", "Return"});
+    Type("=A1");
+    Press({"BackSpace", "BackSpace", "Up", "Return"});  // a reference written with the arrow: B3
+    EXPECT_EQ(SaveAsText("keys.csv"), "10,7\r\n20,\r\nsum,60\r\n,60\r\n");
+    Exit();
+}
+
+TEST_F(Journey, TheMouseSelectsAndTheWheelScrolls) {
+    StartProgram({});
+    ASSERT_TRUE(WaitForTitle("Tallyman - Book1"));
+    Drag(MIDDLE_X, MIDDLE_Y, MIDDLE_X, MIDDLE_Y + 2 * ROW_HEIGHT);
+    Type("1");
+    Press({"ctrl+Return"});
+    Wheel(MIDDLE_X, MIDDLE_Y, -10);
+    Click(MIDDLE_X, MIDDLE_Y);
+    Type("2");
+    Press({"Return", "ctrl+Home", "x", "Return"});
+    const std::string text = SaveAsText("mouse.csv");
+    const std::size_t one = text.find('1');
+    ASSERT_NE(one, std::string::npos) << text;
+    const auto linesBefore = [&](std::size_t at) {
+        return std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+    };
+    EXPECT_EQ(std::count(text.begin(), text.end(), '1'), 3);
+    EXPECT_EQ(linesBefore(text.rfind('1')) - linesBefore(one), 2);
+    EXPECT_EQ(linesBefore(text.find('2')) - linesBefore(one), 10);
+    EXPECT_EQ(text[0], 'x');
+    Exit();
+}
+
+TEST_F(Journey, ATabShowsItsSheetAndTextIsSavedOfTheSheetThatIsShown) {
+    WriteBytes(Scratch() + "two.xls", SmallWorkbook());
+    StartProgram({Scratch() + "two.xls"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - two.xls"));
+    Press({"ctrl+Next"});
+    EXPECT_EQ(SaveAsText("second.csv"), "other\r\n");
+    Click(FIRST_TAB_X, TABS_Y);
+    EXPECT_EQ(SaveAsText("first.csv"), "10\r\n20\r\nsum\r\n");
+    Exit();
+}
+
+TEST_F(Journey, AFileIsOpenedFromTheMenuAndClosingAsksWhetherToSave) {
+    WriteBytes(Scratch() + "list.csv", "apple,3\r\npear,4\r\n");
+    StartProgram({});
+    ASSERT_TRUE(WaitForTitle("Tallyman - Book1"));
+    Press({"ctrl+o"});
+    ASSERT_TRUE(WaitForTitle("打开"));
+    Type(Scratch() + "list.csv");
+    Press({"Return"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - list.csv"));
+    Press({"Down", "Down"});
+    Type("plum");
+    Press({"Return", "alt+f", "x"});
+    ASSERT_TRUE(WaitForTitle("Tallyman"));
+    Press({"Escape"});  // Cancel: the book stays
+    ASSERT_TRUE(WaitForTitle("Tallyman - list.csv"));
+    Press({"alt+f", "x"});
+    ASSERT_TRUE(WaitForTitle("Tallyman"));
+    Press({"y"});
+    EXPECT_EQ(ProgramEnd(), 0);
+    EXPECT_EQ(SavedText(Scratch() + "list.csv"), "apple,3\r\npear,4\r\nplum,\r\n");
+}
+
+}  // namespace
+}  // namespace tally::journeys
