@@ -378,7 +378,7 @@ TEST_F(ShellTest, ASolidCellShowsTheForeColourOfItsFile) {
     builder.Globals({"Sheet1"}, [](BiffBuilder& globals) {
         // A cell format with pattern 1, fore colour 42 (pale green), back colour 27.
         const std::initializer_list<BiffBuilder::Item> format = {
-            {0, 2}, {0, 2}, {1, 2}, {0x20, 2}, {0, 4}, {0, 4}, {1u << 26, 4}, {42 | 27 << 7, 2}};
+            {0, 2}, {0, 2}, {1, 2}, {0x20, 4}, {0, 4}, {1u << 26, 4}, {42 | 27 << 7, 2}};
         for (int i = 0; i < 22; ++i) globals.Record(0xE0, format);
     });
     builder.Bof(0x10).Number(1, 1, 5, 21).Eof();
