@@ -68,7 +68,12 @@ std::size_t FitLine(FontHandle font, WideView text, i32 room, std::size_t& skip)
         if (width > room) break;
         fits = i + 1;
     }
-    if (fits) return fits;
+    if (fits) {
+        // Blanks at the break belong to neither line, nor does a line feed right behind them.
+        const std::size_t next = std::min(text.find_first_not_of(u' ', fits), text.size());
+        skip = next - fits + (next > fits && next < text.size() && text[next] == u'\n');
+        return fits;
+    }
     // Not even a word fits: as many characters as do.
     std::size_t low = 1, high = std::min(text.find(u'\n'), text.size());
     while (low < high) {

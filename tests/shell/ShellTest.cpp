@@ -373,6 +373,18 @@ TEST_F(ShellTest, AMergedCellIsDrawnOnceAcrossTheMerge) {
     EXPECT_TRUE(filled);
 }
 
+TEST_F(ShellTest, AWrappedTextBreaksAtBlanksAndKeepsThemOffTheNextLine) {
+    Enter("A1", "first   second third");
+    CellFormat format;
+    format.flags |= FORMAT_WRAP;
+    ASSERT_TRUE(FindOrAddCellFormat(*CurrentWorkbook(), format, PutCell(CurrentSheet()->cells, 0, 0)->format));
+    ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {0, 0, 1200}));
+    PaintHeadless();
+    EXPECT_EQ(CountDrawn("first"), 1);
+    EXPECT_EQ(CountDrawn("second"), 1);
+    EXPECT_EQ(CountDrawn("third"), 1);
+}
+
 TEST_F(ShellTest, ASolidCellShowsTheForeColourOfItsFile) {
     BiffBuilder builder;
     builder.Globals({"Sheet1"}, [](BiffBuilder& globals) {
