@@ -379,6 +379,7 @@ TEST_F(ShellTest, AWrappedTextBreaksAtBlanksAndKeepsThemOffTheNextLine) {
     format.flags |= FORMAT_WRAP;
     ASSERT_TRUE(FindOrAddCellFormat(*CurrentWorkbook(), format, PutCell(CurrentSheet()->cells, 0, 0)->format));
     ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {0, 0, 1200}));
+    RefreshView();
     PaintHeadless();
     EXPECT_EQ(CountDrawn("first"), 1);
     EXPECT_EQ(CountDrawn("second"), 1);
