@@ -1,0 +1,94 @@
+#pragma once
+// The calendar and the prices of securities. Dates are serials of the 1900 system; `frequency` is 1, 2 or 4
+// coupons a year, and `basis` says how days are counted: 0 months of 30 days as in the United States,
+// 1 actual days, 2 actual days in years of 360, 3 actual days in years of 365, 4 months of 30 days as in
+// Europe.
+
+#include <cmath>
+
+#include "functions/ArgumentReader.h"
+
+namespace tally {
+
+enum DayBasis : i32 {
+    BASIS_US360 = 0,
+    BASIS_ACTUAL = 1,
+    BASIS_YEAR360 = 2,
+    BASIS_YEAR365 = 3,
+    BASIS_EU360 = 4
+};
+
+// What is longer than this is not added up.
+constexpr i32 MAX_COUPONS = 100000;
+
+// The argument of that meaning, its domain tested.
+i32 FrequencyArgument(ArgumentReader& in);
+// 0 when missing.
+i32 BasisArgument(ArgumentReader& in);
+
+// Days from one date to another as the basis counts them.
+double BasisDays(i32 start, i32 end, i32 basis);
+// The same as a part of a year. By basis 1 the year has the mean length of the years from start to end,
+// and for no more than one year 366 days when 29 February lies in it.
+double YearPart(i32 start, i32 end, i32 basis);
+
+// The coupon dates around settlement, stepped back from maturity by whole periods, each step from the day
+// that the one before it reached. A maturity that is not behind settlement is both dates, after 0 steps.
+struct CouponWalk {
+    i32 previous;
+    i32 next;
+    i32 count;  // coupons behind settlement
+};
+CouponWalk WalkCoupons(i32 settlement, i32 maturity, i32 frequency);
+// Days of the coupon period from `start` to `end`.
+double PeriodDays(i32 start, i32 end, i32 frequency, i32 basis);
+
+// The coupon periods that are counted from `anchor`, forwards and backwards, wherever a coupon is paid.
+struct PeriodGrid {
+    i32 anchor;
+    i32 frequency;
+    i32 basis;
+};
+struct PeriodSpan {
+    i64 index;  // 0 begins at the anchor
+    i32 start;
+    i32 end;
+};
+// The period that holds a date; its start belongs to it.
+PeriodSpan PeriodAt(const PeriodGrid& grid, i32 date);
+// The time from one date to another in coupon periods, each by its own length. NaN beyond MAX_COUPONS.
+double PeriodsBetween(const PeriodGrid& grid, i32 start, i32 end);
+
+// The value of 1 due in `periods` coupon periods, by a yield for one period; and of `count` payments of 1,
+// the first due at once.
+double DiscountFactor(double yield, double periods);
+double AnnuityFactor(double yield, double count);
+
+// Where a settlement stands between its coupons.
+struct CouponPlace {
+    i32 count;
+    double toNext;   // the part of a period to the next coupon
+    double accrued;  // the part of a period since the previous one
+};
+CouponPlace PlaceCoupons(i32 settlement, i32 maturity, i32 frequency, i32 basis);
+// The price of a bond of the face value 100, without the interest accrued. Rates are for a year.
+double PriceCore(const CouponPlace& place, double rate, double yield, double redemption, i32 frequency);
+
+// The yield at which `priceAt` gives `price`: Newton's steps with central differences from 10 %.
+template <typename Price>
+Value SolveYield(double price, Price priceAt) {
+    constexpr i32 ROUNDS = 100;
+    constexpr double GOOD_ENOUGH = 1e-7;
+    double yield = 0.1, h = 0.01;
+    for (i32 round = 0; round < ROUNDS; ++round) {
+        const double f = priceAt(yield) - price;
+        if (std::fabs(f) < GOOD_ENOUGH) return NumberValue(yield);
+        const double below = priceAt(yield - h), above = priceAt(yield + h);
+        if (below == above) break;
+        yield -= 2 * f * h / (above - below);
+        h /= 4;
+    }
+    return ErrorValue(ERR_NUM);
+}
+
+}  // namespace tally
