@@ -46,7 +46,7 @@ void ReadBond(ArgumentReader& in, bool withRedemption, Bond& out) {
 // The yield with one coupon left, simple interest from settlement to redemption.
 double LastPeriodYield(const Bond& bond, const CouponPlace& place) {
     const double coupon = bond.rate / bond.frequency;
-    const double paid = bond.second / 100 + place.accrued * coupon;
+    const double paid = bond.second / 100 + place.accruedDays / place.periodDays * coupon;
     return (bond.redemption / 100 + coupon - paid) / paid * bond.frequency / place.toNext;
 }
 

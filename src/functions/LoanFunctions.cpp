@@ -10,13 +10,13 @@
 namespace tally {
 namespace {
 
-// The longest walk through the periods of a depreciation.
+// The longest walk through the periods of a loan or a depreciation.
 constexpr i32 MAX_PERIODS = 100000;
 
 // The payment of a loan and the two parts of it, summed over a range of periods.
 struct LoanRange {
-    double interest;
-    double principal;
+    double interest = 0;
+    double principal = 0;
 };
 bool ReadLoanRange(Value* arguments, Value& result, const EvalContext& context, LoanRange& out) {
     ArgumentReader in{arguments, result, context};
@@ -28,10 +28,23 @@ bool ReadLoanRange(Value* arguments, Value& result, const EvalContext& context, 
     in.Require(type == 0 || type == 1);
     if (!in.Done()) return false;
     const double payment = PaymentCore(rate, nper, pv, 0, type);
-    // InterestCore is the fall of the future value in one period: the falls of a range are one fall.
-    out.interest =
-        FutureValueCore(rate, start - 1, payment, pv, type) - FutureValueCore(rate, end, payment, pv, type);
-    out.principal = payment * (static_cast<double>(end) - start + 1) - out.interest;
+    const auto balance = [&](i64 period) {
+        return FutureValueCore(rate, static_cast<double>(period), payment, pv, type);
+    };
+    const double periods = static_cast<double>(end) - start + 1;
+    double before = balance(i64{start} - 1);
+    if (periods > MAX_PERIODS) {
+        // The interest of a period is the fall of the future value: the falls of a range are one fall.
+        out.interest = before - balance(end);
+        out.principal = payment * periods - out.interest;
+        return true;
+    }
+    for (i64 period = start; period <= end; ++period) {
+        const double after = balance(period);
+        out.interest += before - after;
+        out.principal += payment - (before - after);
+        before = after;
+    }
     return true;
 }
 

@@ -18,8 +18,8 @@ enum DayBasis : i32 {
     BASIS_EU360 = 4
 };
 
-// What is longer than this is not added up.
-constexpr i32 MAX_COUPONS = 100000;
+// Enough for every span up to the year 9999; what is longer is not added up one by one.
+constexpr i32 MAX_COUPONS = 40000;
 
 // The argument of that meaning, its domain tested.
 i32 FrequencyArgument(ArgumentReader& in);
@@ -67,11 +67,13 @@ double AnnuityFactor(double yield, double count);
 // Where a settlement stands between its coupons.
 struct CouponPlace {
     i32 count;
-    double toNext;   // the part of a period to the next coupon
-    double accrued;  // the part of a period since the previous one
+    double periodDays;
+    double accruedDays;  // since the previous coupon
+    double toNext;       // the part of a period to the next coupon
 };
 CouponPlace PlaceCoupons(i32 settlement, i32 maturity, i32 frequency, i32 basis);
-// The price of a bond of the face value 100, without the interest accrued. Rates are for a year.
+// The price of a bond of the face value 100, without the interest accrued. Rates are for a year. The coupons
+// are discounted one by one, as long as they change the sum.
 double PriceCore(const CouponPlace& place, double rate, double yield, double redemption, i32 frequency);
 
 // The yield at which `priceAt` gives `price`: Newton's steps with central differences from 10 %.
@@ -82,6 +84,7 @@ Value SolveYield(double price, Price priceAt) {
     double yield = 0.1, h = 0.01;
     for (i32 round = 0; round < ROUNDS; ++round) {
         const double f = priceAt(yield) - price;
+        if (!std::isfinite(f)) break;
         if (std::fabs(f) < GOOD_ENOUGH) return NumberValue(yield);
         const double below = priceAt(yield - h), above = priceAt(yield + h);
         if (below == above) break;

@@ -5,7 +5,8 @@ namespace {
 
 class Securities : public FormulaFile {};
 
-TEST_F(Securities, Coupons) { Check("coupons.txt"); }
+TEST_F(Securities, BondsAgreeWithWorkedOutValues) { Check("bonds.txt"); }
+TEST_F(Securities, Rules) { Check("securities.txt"); }
 
 }  // namespace
 }  // namespace tally
