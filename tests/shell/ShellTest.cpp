@@ -338,6 +338,44 @@ TEST_F(ShellTest, ANumberThatDoesNotFitFillsWithHashes) {
     EXPECT_EQ(CountDrawn("1234567"), 0);
 }
 
+TEST_F(ShellTest, AGeneralNumberGivesUpDecimalsBeforeItGivesWay) {
+    // A digit measures 7 pixels here, a column of n characters 7 n, of which one is the grid line's.
+    struct Row {
+        const char* entry;
+        u16 characters;
+        const char* shown;
+    };
+    const Row rows[] = {
+        {"=1/3", 16, "0.3333333333333"},
+        {"=1/3", 8, "0.33333"},
+        {"=1/3", 4, "0.3"},
+        {"=1/3", 3, "0"},
+        {"=-2/3", 8, "-0.6667"},
+        {"=-2/3", 4, "-1"},
+        {"1234.56", 6, "1235"},
+        {"1234.56", 5, "1235"},
+        {"1234.56", 4, "#"},
+        {"=15*10^19/7", 8, "2.1E+19"},
+        {"=15*10^19/7", 6, "#"},
+        {"99.999", 5, "100"},
+    };
+    for (const Row& row : rows) {
+        Enter("B2", row.entry);
+        ColumnInfo column;
+        column.column = 1;
+        column.flags = 0;
+        column.width = static_cast<u16>(row.characters * 256);
+        ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, column));
+        RefreshChrome();
+        HeadlessFrame().drawing.Truncate(0);
+        ShellMessage paint;
+        paint.message = WM_PAINT;
+        paint.paint = AreaPixels({1, 1, 1, 1});
+        EXPECT_TRUE(SendShellMessage(paint));
+        EXPECT_GE(CountDrawn(row.shown), 1) << row.entry << " in " << row.characters;
+    }
+}
+
 TEST_F(ShellTest, ATextIsClippedByItsNeighbourAndRunsOverEmptyOnes) {
     Enter("A1", "a text that is far too long for one column");
     PaintHeadless();
