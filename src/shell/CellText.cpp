@@ -51,59 +51,75 @@ void PaintStacked(void* target, const PixelRect& cell, const PixelRect& clip, co
     }
 }
 
-// Length of the line that begins `text`, and of what is passed before the next one.
-std::size_t FitLine(FontHandle font, WideView text, i32 room, std::size_t& skip) {
-    std::size_t fits = 0;
-    skip = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == u'\n') {
-            skip = 1;
-            return i;
-        }
-        const bool wide = text[i] >= 12288 && text[i] <= 40959;
-        if (text[i] != u' ' && i + 1 < text.size() && text[i + 1] != u' ' && text[i + 1] != u'\n' && !wide)
-            continue;
-        i32 width = 0, height = 0;
-        Drawing().textExtent(font, text.substr(0, i + 1), width, height);
-        if (width > room) break;
-        fits = i + 1;
+i32 TextWidth(FontHandle font, WideView text) {
+    i32 width = 0, height = 0;
+    Drawing().textExtent(font, text, width, height);
+    return width;
+}
+
+// How many characters of a text fit into `room`, at least one of a text that is not empty.
+std::size_t FittingLength(FontHandle font, WideView text, i32 room) {
+    std::size_t low = 1, high = 16;
+    while (high < text.size() && TextWidth(font, text.substr(0, high)) <= room) {
+        low = high;
+        high *= 2;
     }
-    if (fits) {
-        // Blanks at the break belong to neither line, nor does a line feed right behind them.
-        const std::size_t next = std::min(text.find_first_not_of(u' ', fits), text.size());
-        skip = next - fits + (next > fits && next < text.size() && text[next] == u'\n');
-        return fits;
-    }
-    // Not even a word fits: as many characters as do.
-    std::size_t low = 1, high = std::min(text.find(u'\n'), text.size());
+    high = std::min(high, text.size());
     while (low < high) {
         const std::size_t middle = (low + high + 1) / 2;
-        i32 width = 0, height = 0;
-        Drawing().textExtent(font, text.substr(0, middle), width, height);
-        if (width <= room) low = middle;
+        if (TextWidth(font, text.substr(0, middle)) <= room) low = middle;
         else high = middle - 1;
     }
-    return low;
+    return std::min(low, text.size());
 }
+
+bool IsWide(char16_t c) { return c >= 12288 && c <= 40959; }
+
+// Length of the line that begins `text`, and of what is passed before the next one. A line ends at a line
+// feed, behind a blank or at a wide character; the blanks behind it hang over.
+std::size_t FitLine(FontHandle font, WideView text, i32 room, std::size_t& skip) {
+    std::size_t fits = FittingLength(font, text, room);
+    const std::size_t lineFeed = text.substr(0, fits + 1).find(u'\n');
+    skip = lineFeed != WideView::npos;
+    if (skip) return lineFeed;
+    if (fits == text.size()) return fits;
+    for (std::size_t end = fits; end > 0; --end) {
+        if (text[end - 1] != u' ' && text[end] != u' ' && !IsWide(text[end - 1]) && !IsWide(text[end]))
+            continue;
+        fits = end;
+        break;
+    }
+    while (fits < text.size() && text[fits] == u' ') ++fits;
+    skip = fits < text.size() && text[fits] == u'\n';
+    return fits;
+}
+
+struct TextLine {
+    u32 start, length;
+};
+
+bool SplitLines(FontHandle font, WideView text, i32 room, Array<TextLine>& lines) {
+    constexpr u32 MAX_LINES = 512;
+    for (std::size_t at = 0; at < text.size() && lines.Count() < MAX_LINES;) {
+        std::size_t skip = 0;
+        const std::size_t length = FitLine(font, text.substr(at), room, skip);
+        if (!lines.Append({static_cast<u32>(at), static_cast<u32>(length)})) return false;
+        at += length + skip;
+    }
+    // A line feed at the end opens one more line.
+    return text.empty() || text.back() != u'\n' || lines.Append({static_cast<u32>(text.size()), 0});
+}
+
+// What the wrap layout leaves free of a cell's width.
+constexpr i32 WRAP_MARGIN = 3;
 
 void PaintWrapped(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text,
                   u8 alignment) {
-    constexpr std::size_t MAX_LINES = 512;
-    struct Line {
-        u32 start, length;
-    };
-    Array<Line> lines;
-    const i32 room = std::max(1, cell.right - cell.left - 3);
-    for (std::size_t at = 0; at < text.text.size() && lines.Count() < MAX_LINES;) {
-        std::size_t skip = 0;
-        const std::size_t length = FitLine(text.font, text.text.substr(at), room, skip);
-        if (!lines.Append({static_cast<u32>(at), static_cast<u32>(length)})) return;
-        at += length + skip;
-        if (length + skip == 0) break;
-    }
+    Array<TextLine> lines;
+    if (!SplitLines(text.font, text.text, std::max(1, cell.right - cell.left - WRAP_MARGIN), lines)) return;
     i32 y = TextTop(cell, text.format->vertical, text.height * static_cast<i32>(lines.Count()));
     y = std::max(y, cell.top);
-    for (const Line& line : lines) {
+    for (const TextLine& line : lines) {
         if (y >= clip.bottom) return;
         WideView part = text.text.substr(line.start, line.length);
         while (!part.empty() && part.back() == u' ') part.remove_suffix(1);
@@ -125,6 +141,12 @@ void TurnedBox(CellText& text) {
 }
 
 }  // namespace
+
+i32 CountTextLines(FontHandle font, WideView text, i32 cellWidth) {
+    Array<TextLine> lines;
+    if (!SplitLines(font, text, std::max(1, cellWidth - WRAP_MARGIN), lines)) return 1;
+    return std::max(1, static_cast<i32>(lines.Count()));
+}
 
 u8 EffectiveAlignment(const CellFormat& format, u16 valueType) {
     const u8 alignment = format.horizontal;

@@ -21,6 +21,9 @@ void InsertSheetCommand(i32 command);
 void ClockCommand(i32 command);
 void EntryBarCommand(i32 command);
 void ScreenSidewaysCommand(i32 command);
+// Sizes.
+void FitCommand(i32 command);
+void HideLinesCommand(i32 command);
 // Views.
 void HideSheetCommand(i32 command);
 void ViewFlagCommand(i32 command);

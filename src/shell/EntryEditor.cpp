@@ -14,6 +14,7 @@
 #include "shell/Layout.h"
 #include "shell/Selection.h"
 #include "shell/Shell.h"
+#include "shell/Sizes.h"
 #include "shell/Tables.h"
 
 namespace tally {
@@ -172,6 +173,7 @@ bool CommitEntry(bool isArray, bool isFill) {
         return false;
     }
     LeaveEdit();
+    FitWantedRows();
     IgnoreFailure(MarkVolatileCells());
     RefreshEntryLine();
     UpdateTitle();

@@ -5,13 +5,13 @@
 #include "display/DisplayText.h"
 #include "display/NumberFormatter.h"
 #include "formula/FormulaText.h"
-#include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/BorderPaint.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
+#include "shell/SheetCalculation.h"
 
 namespace tally {
 namespace {
@@ -276,18 +276,9 @@ void PaintOutline(const Pane& pane, const RefArea& area) {
 
 // Stale cells of the pane come up to date before any of it is drawn: a calculation may reach any cell.
 void CalculatePane(const Pane& pane) {
-    if (pane.rows.empty() || pane.columns.empty()) return;
-    const i32 book = pane.sheet->book, index = pane.sheet->index;
-    CellStore& store = pane.sheet->cells;
-    for (u32 slot = FindRowSlot(store, pane.rows.front().index);
-         slot < store.rows.Count() && store.rows[slot].row <= pane.rows.back().index; ++slot) {
-        for (u32 i = 0; slot < store.rows.Count() && i < store.rows[slot].count; ++i) {
-            const CellRecord& cell = store.rows[slot].cells[i];
-            if (cell.column > pane.columns.back().index) break;
-            if (cell.formula && cell.calcState == CALC_STALE)
-                IgnoreFailure(CalculateCell(book, index, store.rows[slot].row, cell.column));
-        }
-    }
+    CalculateArea(*pane.sheet,
+                  {static_cast<u16>(pane.rows.front().index), static_cast<u16>(pane.rows.back().index), 0,
+                   static_cast<u8>(pane.columns.back().index)});
 }
 
 void PaintPane(Pane& pane) {
@@ -335,6 +326,24 @@ void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
     }
 }
 
+// Where the edge of a row or column stands while it is dragged.
+void PaintResizeEdge(void* target, const PixelRect& paint) {
+    const ShellState& shell = Shell();
+    const PixelRect& grid = shell.layout.grid;
+    PixelRect line = grid;
+    if (shell.gesture == GESTURE_RESIZE_COLUMN) {
+        line.right = shell.gestureX - shell.gestureOffset;
+        line.left = line.right - 1;
+    } else if (shell.gesture == GESTURE_RESIZE_ROW) {
+        line.bottom = shell.gestureY - shell.gestureOffset;
+        line.top = line.bottom - 1;
+    } else {
+        return;
+    }
+    Drawing().setClip(target, IntersectRects(grid, paint));
+    Drawing().invertRect(target, line);
+}
+
 }  // namespace
 
 void PaintFrame(void* target, const PixelRect& paint) {
@@ -346,6 +355,7 @@ void PaintFrame(void* target, const PixelRect& paint) {
         Drawing().setClip(target, IntersectRects(layout.grid, paint));
         if (sheet->viewFlags & VIEW_HEADERS) PaintHeaders(target, *sheet, paint);
     }
+    PaintResizeEdge(target, paint);
     Drawing().setClip(target, paint);
     if (RectsMeet(layout.tabScroller, paint) || RectsMeet(layout.tabs, paint)) PaintTabs(target);
     if (RectsMeet(layout.statusBar, paint)) PaintStatusBar(target);

@@ -2,19 +2,20 @@
 
 #include <algorithm>
 
-#include "base/Number.h"
 #include "model/BookTable.h"
-#include "model/CellStore.h"
 #include "shell/EntryEditor.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
 #include "shell/Selection.h"
+#include "shell/Sizes.h"
 #include "shell/Tables.h"
 
 namespace tally {
 namespace {
 
 constexpr i32 SCROLL_STEP_MILLISECONDS = 60;
+
+bool IsResizing() { return Shell().gesture == GESTURE_RESIZE_ROW || Shell().gesture == GESTURE_RESIZE_COLUMN; }
 
 void StartGesture(Gesture gesture) {
     Shell().gesture = gesture;
@@ -76,6 +77,8 @@ void ClickHeader(const ShellMessage& message, bool column) {
         shell.gestureLine = edge;
         const ShownLine* line = FindShown(lines, edge);
         shell.gestureOffset = pixel - line->end;
+        shell.gestureX = message.x;
+        shell.gestureY = message.y;
         StartGesture(column ? GESTURE_RESIZE_COLUMN : GESTURE_RESIZE_ROW);
         return;
     }
@@ -107,34 +110,40 @@ void ClickCell(const ShellMessage& message) {
     else SelectCell(row, column, true);
 }
 
+// The pixel at which the edge of a line that is being resized stands now.
+i32 ResizeEdge() {
+    const ShellState& shell = Shell();
+    const i32 pixel = shell.gesture == GESTURE_RESIZE_COLUMN ? shell.gestureX : shell.gestureY;
+    return pixel - shell.gestureOffset;
+}
+
+void InvalidateResizeEdge() {
+    const PixelRect& grid = Shell().layout.grid;
+    const i32 at = ResizeEdge() - 1;
+    const bool column = Shell().gesture == GESTURE_RESIZE_COLUMN;
+    ShellPlatform().invalidate(IntersectRects(grid, column ? PixelRect{at, grid.top, at + 1, grid.bottom}
+                                                           : PixelRect{grid.left, at, grid.right, at + 1}));
+}
+
 // The new size of a line is stored as its dialog would; drawn to nothing it hides.
-void StoreSize(i32 pixel) {
-    ShellState& shell = Shell();
-    Sheet* sheet = CurrentSheet();
+void StoreSize() {
+    const ShellState& shell = Shell();
     const bool column = shell.gesture == GESTURE_RESIZE_COLUMN;
     const ShownLine* line = FindShown(column ? shell.layout.columns : shell.layout.rows, shell.gestureLine);
-    if (!line) return;
-    const i32 size = std::max(0, pixel - shell.gestureOffset - line->start);
-    if (size == line->end - line->start) return;
-    if (column) {
-        ColumnInfo info;
-        info.column = static_cast<u8>(shell.gestureLine);
-        info.width = GetColumnInfo(sheet->columns, shell.gestureLine, info.flags, info.format);
-        const i32 width = MulDiv(size, 256, std::max(1, shell.layout.digitWidth));
-        info.flags = size ? u16{0} : static_cast<u16>(COLUMN_HIDDEN);
-        if (size) info.width = static_cast<u16>(std::clamp(width, 1, 255 * 256));
-        IgnoreFailure(SetColumnInfo(sheet->columns, info));
-    } else {
-        RowInfo info;
-        info.row = static_cast<u16>(shell.gestureLine);
-        info.height = GetRowInfo(sheet->rows, shell.gestureLine, info.flags);
-        const i32 height = MulDiv(size, 1440, std::max(1, shell.layout.dpiY));
-        info.flags = size ? static_cast<u16>(ROW_CUSTOM_HEIGHT) : static_cast<u16>(ROW_HIDDEN);
-        if (size) info.height = static_cast<u16>(std::clamp(height, 1, 409 * 20));
-        IgnoreFailure(SetRowInfo(sheet->rows, info));
-    }
-    CurrentWorkbook()->dirty = 1;
-    RefreshView();
+    if (!line || ResizeEdge() == line->end) return;
+    SizeHeaderLines(column, shell.gestureLine, std::max(0, ResizeEdge() - line->start));
+}
+
+// A double click near the edge of a header; false when there is none.
+bool FitAtEdge(const ShellMessage& message) {
+    const Layout& layout = Shell().layout;
+    if (!HasCells(CurrentSheet()) || IsEditing() || !RectHolds(layout.grid, message.x, message.y)) return false;
+    const bool inColumns = message.y < layout.cells.top, inRows = message.x < layout.cells.left;
+    if (inColumns == inRows) return false;
+    const i32 line = inColumns ? EdgeAt(layout.columns, message.x, 5, 4) : EdgeAt(layout.rows, message.y, 5, 4);
+    if (line < 0) return false;
+    FitHeaderLines(inColumns, line);
+    return true;
 }
 
 void AggregatePopup(i32 x, i32 y) {
@@ -190,9 +199,13 @@ bool MouseDown(const ShellMessage& message) {
 bool MouseMove(const ShellMessage& message) {
     ShellState& shell = Shell();
     if (shell.gesture == GESTURE_NONE || !HasCells(CurrentSheet())) return true;
+    if (IsResizing()) InvalidateResizeEdge();
     shell.gestureX = message.x;
     shell.gestureY = message.y;
-    if (shell.gesture == GESTURE_RESIZE_ROW || shell.gesture == GESTURE_RESIZE_COLUMN) return true;
+    if (IsResizing()) {
+        InvalidateResizeEdge();
+        return true;
+    }
     const PixelRect& cells = shell.layout.cells;
     if (!RectHolds(cells, message.x, message.y))
         ShellPlatform().startTimer(TIMER_AUTO_SCROLL, SCROLL_STEP_MILLISECONDS);
@@ -208,8 +221,12 @@ bool MouseMove(const ShellMessage& message) {
 
 bool MouseUp(const ShellMessage& message) {
     ShellState& shell = Shell();
-    if (shell.gesture == GESTURE_RESIZE_COLUMN) StoreSize(message.x);
-    if (shell.gesture == GESTURE_RESIZE_ROW) StoreSize(message.y);
+    if (IsResizing()) {
+        InvalidateResizeEdge();
+        shell.gestureX = message.x;
+        shell.gestureY = message.y;
+        StoreSize();
+    }
     if (shell.gesture != GESTURE_NONE) EndGesture();
     return true;
 }
@@ -218,7 +235,7 @@ bool MouseDouble(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
     if (RectHolds(layout.statusBar, message.x, message.y)) AggregatePopup(message.x, message.y);
     else if (RectHolds(layout.tabs, message.x, message.y)) TabsPopup(message.x, message.y);
-    else return MouseDown(message);
+    else if (!FitAtEdge(message)) return MouseDown(message);
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include "shell/MouseInput.h"
 #include "shell/Selection.h"
 #include "shell/ShellState.h"
+#include "shell/Sizes.h"
 #include "shell/Tables.h"
 
 namespace tally {
@@ -144,6 +145,7 @@ std::span<const FrameMessageRow> FrameMessageTable() { return frameMessages; }
 void StartShell(WideView commandLine) {
     IgnoreFailure(ReadLocaleSettings());
     RecalculationView().cellChanged = CellChanged;
+    RecalculationView().rowHeightWanted = WantRowHeight;
     ConnectLinkOpener();
     LoadSettings();
     const WideView path = CommandPath(commandLine);
@@ -162,8 +164,12 @@ void StopShell() {
 }
 
 bool SendShellMessage(const ShellMessage& message) {
-    for (const FrameMessageRow& row : frameMessages)
-        if (row.message == message.message) return row.handler(message);
+    for (const FrameMessageRow& row : frameMessages) {
+        if (row.message != message.message) continue;
+        const bool taken = row.handler(message);
+        if (message.message != WM_PAINT) FitWantedRows();
+        return taken;
+    }
     return false;
 }
 

@@ -53,6 +53,13 @@ struct PointState {
     i32 row = 0, column = 0;  // the moving corner
 };
 
+// Rows that wait to be fitted to what was stored in them.
+struct WantedRows {
+    i32 book = -1;
+    i32 sheet = -1;
+    RefArea area;
+};
+
 struct ShellState {
     const ShellPlatformTable* platform = nullptr;
     Layout layout;
@@ -64,6 +71,7 @@ struct ShellState {
     i32 gestureX = 0, gestureY = 0;       // last pointer position
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
+    WantedRows wantedRows;
     i32 firstTab = 0;  // first sheet tab shown
     Array<WideText> recent;
     bool bandHidden[4] = {false, false, true, true};  // standard, formula, format, entry

@@ -2,10 +2,10 @@
 
 #include "base/Number.h"
 #include "formula/Coercion.h"
-#include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/FramePaint.h"
+#include "shell/SheetCalculation.h"
 
 namespace tally {
 namespace {
@@ -29,22 +29,6 @@ void AddNumber(Totals& totals, double x) {
     if (x > totals.maximum) totals.maximum = x;
     if (x < totals.minimum) totals.minimum = x;
     totals.sum += x;
-}
-
-// Stale cells first, one by one, as a calculation may change the store.
-void CalculateArea(Sheet& sheet, const RefArea& area) {
-    const i32 book = sheet.book, index = sheet.index;
-    CellStore& store = sheet.cells;
-    if (store.formulas.IsEmpty()) return;
-    for (u32 slot = FindRowSlot(store, area.firstRow);
-         slot < store.rows.Count() && store.rows[slot].row <= area.lastRow; ++slot) {
-        for (u32 i = 0; slot < store.rows.Count() && i < store.rows[slot].count; ++i) {
-            const CellRecord& cell = store.rows[slot].cells[i];
-            if (cell.formula && cell.calcState == CALC_STALE && cell.column >= area.firstColumn &&
-                cell.column <= area.lastColumn)
-                IgnoreFailure(CalculateCell(book, index, store.rows[slot].row, cell.column));
-        }
-    }
 }
 
 }  // namespace

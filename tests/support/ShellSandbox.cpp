@@ -26,6 +26,7 @@ void ShellSandbox::TearDown() {
     ResetShell();
     ResetHeadlessShell();
     RecalculationView().cellChanged = [](i32, i32, i32, i32) {};
+    RecalculationView().rowHeightWanted = [](i32, i32, i32) {};
     Sandbox::TearDown();
 }
 
