@@ -189,6 +189,13 @@ bool OptionalInteger(Value& argument, Value& result, const EvalContext& context,
     return IsMissing(argument) || IntegerArgument(argument, result, context, out);
 }
 
+bool ArrayArgument(Value& argument, Value& result, const EvalContext& context) {
+    if (argument.type != VT_ARRAY && argument.type != VT_ERROR) CoerceValue(argument, VT_ARRAY, context);
+    if (argument.type == VT_ARRAY) return true;
+    result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
+    return false;
+}
+
 bool TwoNumbers(Value* arguments, Value& result, const EvalContext& context, double& a, double& b) {
     return NumberArgument(arguments[0], result, context, a) && NumberArgument(arguments[1], result, context, b);
 }

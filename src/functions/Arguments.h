@@ -23,6 +23,8 @@ bool OptionalPosition(Value& argument, Value& result, const EvalContext& context
 bool OptionalBool(Value& argument, Value& result, const EvalContext& context, bool missing, bool& out);
 bool OptionalNumber(Value& argument, Value& result, const EvalContext& context, double missing, double& out);
 bool OptionalInteger(Value& argument, Value& result, const EvalContext& context, i32 missing, i32& out);
+// An argument as an array; one that is an error itself ends the call with it.
+bool ArrayArgument(Value& argument, Value& result, const EvalContext& context);
 // Two numbers.
 bool TwoNumbers(Value* arguments, Value& result, const EvalContext& context, double& a, double& b);
 

@@ -106,11 +106,7 @@ void InvertSmall(const Matrix& m, double determinant, Matrix& inverse) {
 }  // namespace
 
 bool ReadMatrix(Value& argument, Matrix& out, Value& result, const EvalContext& context) {
-    if (argument.type != VT_ARRAY) CoerceValue(argument, VT_ARRAY, context);
-    if (argument.type != VT_ARRAY) {
-        result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
-        return false;
-    }
+    if (!ArrayArgument(argument, result, context)) return false;
     out.rows = ArrayRows(argument);
     out.columns = argument.columns;
     const u32 count = ArrayElementCount(argument);

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cmath>
+#include <functional>
 
 #include "base/Platform.h"
 #include "functions/Arguments.h"
@@ -85,10 +87,16 @@ void CallLcm(Value* arguments, Value& result, const EvalContext& context) {
 void CallMultinomial(Value* arguments, Value& result, const EvalContext& context) {
     CollectOptions options;
     if (!WholeNumbers(arguments, result, context, options)) return;
+    // The order does not count. Behind the largest each step at least doubles, so that large numbers soon
+    // leave the range of a double, where they stay.
+    std::sort(options.values.begin(), options.values.end(), std::greater<>());
     double total = 0;
     double value = 1;
     for (double x : options.values) {
-        // What leaves the range of a double stays there.
+        if (total == 0) {
+            total = x;
+            continue;
+        }
         for (double i = 1; i <= x && std::isfinite(value); ++i) value = value * ++total / i;
     }
     result = NumberValue(value);

@@ -15,18 +15,12 @@ constexpr double SHARES_TOLERANCE = 1e-10;
 
 Value NumberOr(double x, i32 error) { return std::isfinite(x) ? NumberValue(x) : ErrorValue(error); }
 
-bool MakeArray(Value& argument, Value& result, const EvalContext& context) {
-    if (argument.type != VT_ARRAY) CoerceValue(argument, VT_ARRAY, context);
-    if (argument.type == VT_ARRAY) return true;
-    result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
-    return false;
-}
-
 // Calls `visit` with the places where both hold numbers. False with the error in `result`: that of an
 // element, or "#N/A" for differing counts.
 template <typename Visit>
 bool WalkPairs(Value* arguments, Value& result, const EvalContext& context, Visit visit) {
-    if (!MakeArray(arguments[0], result, context) || !MakeArray(arguments[1], result, context)) return false;
+    if (!ArrayArgument(arguments[0], result, context) || !ArrayArgument(arguments[1], result, context))
+        return false;
     const u32 count = ArrayElementCount(arguments[0]);
     if (count != ArrayElementCount(arguments[1])) {
         result = ErrorValue(ERR_NA);
@@ -192,7 +186,7 @@ void CallZtest(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallProb(Value* arguments, Value& result, const EvalContext& context) {
-    if (!MakeArray(arguments[0], result, context) || !MakeArray(arguments[1], result, context)) return;
+    if (!ArrayArgument(arguments[0], result, context) || !ArrayArgument(arguments[1], result, context)) return;
     double low = 0, high = 0;
     if (!NumberArgument(arguments[2], result, context, low)) return;
     if (!OptionalNumber(arguments[3], result, context, low, high)) return;

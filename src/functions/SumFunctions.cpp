@@ -40,10 +40,7 @@ bool AddArgument(Value& argument, double& sum, Value& result, const EvalContext&
 // The pairs of two arrays of one shape; empty places and texts count as in the sum that asks.
 bool PairArrays(Value* arguments, Value& result, const EvalContext& context) {
     for (i32 i = 0; i < 2; ++i) {
-        if (arguments[i].type != VT_ARRAY) CoerceValue(arguments[i], VT_ARRAY, context);
-        if (arguments[i].type == VT_ARRAY) continue;
-        result = ErrorValue(arguments[i].type == VT_ERROR ? arguments[i].error : i32{ERR_VALUE});
-        return false;
+        if (!ArrayArgument(arguments[i], result, context)) return false;
     }
     if (ArrayRows(arguments[0]) == ArrayRows(arguments[1]) && arguments[0].columns == arguments[1].columns)
         return true;
@@ -192,11 +189,7 @@ void CallSumproduct(Value* arguments, Value& result, const EvalContext& context)
     i32 count = 0;
     for (; count < MAX_ARGUMENTS && !IsMissing(arguments[count]); ++count) {
         Value& argument = arguments[count];
-        if (argument.type != VT_ARRAY) CoerceValue(argument, VT_ARRAY, context);
-        if (argument.type != VT_ARRAY) {
-            result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
-            return;
-        }
+        if (!ArrayArgument(argument, result, context)) return;
         if (ArrayRows(argument) != ArrayRows(arguments[0]) || argument.columns != arguments[0].columns) {
             result = ErrorValue(ERR_VALUE);
             return;

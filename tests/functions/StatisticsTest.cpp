@@ -303,6 +303,8 @@ TEST_F(Statistics, CorrelationAndTheLineThroughPairs) {
            {"=SLOPE({1,2},{3,3})", "#DIV/0!"},
            {"=STEYX({1,2},{1,2})", "#DIV/0!"},
            {"=SLOPE({1,#NUM!},{1,2})", "#NUM!"},
+           {"=SLOPE(#NAME?,{1,2})", "#NAME?"},
+           {"=FTEST({1,2},#NAME?)", "#NAME?"},
            {"=FORECAST(\"x\",{1,2},{1,2})", "#VALUE!"}});
 }
 
