@@ -124,8 +124,10 @@ TEST_F(RealWorkbooks, ShowWhatAnotherProgramWroteOfThem) {
         total.same += score.same;
     }
     std::printf("%u of %u cells show the same text\n", total.same, total.compared);
-    // The rest: years of two digits, ten digits under General, code pages and functions that differ.
-    EXPECT_GE(total.same * 100, total.compared * 89);
+    // The rest: letters that the other program's code page lacked, years of two digits, ten digits under
+    // General in a narrow column, "####", texts written from another state of the same book, fractions and
+    // scaling commas.
+    EXPECT_GE(total.same * 100, total.compared * 96);
     EXPECT_GT(total.compared, 50000u);
 }
 
