@@ -48,6 +48,8 @@ void FreeTokens(FormulaTokens& tokens) {
     tokens = FormulaTokens();
 }
 
+u32 TokenUsers(const FormulaTokens& tokens) { return tokens.bytes ? HeadOf(tokens.bytes)->users : 0; }
+
 bool UnshareTokens(FormulaTokens& tokens) {
     if (!tokens.bytes || HeadOf(tokens.bytes)->users == 1) return true;
     FormulaTokens own;

@@ -15,6 +15,8 @@ inline u32 TokenBytes(const FormulaTokens& tokens) { return u32{tokens.length} +
 void CopyTokens(FormulaTokens& target, const FormulaTokens& source);
 // Clears the lengths and gives the bytes back.
 void FreeTokens(FormulaTokens& tokens);
+// How many holders use the same bytes; 0 for no formula.
+u32 TokenUsers(const FormulaTokens& tokens);
 // Makes this holder the only user of its bytes, so that they may be written.
 [[nodiscard]] bool UnshareTokens(FormulaTokens& tokens);
 bool EqualTokens(const FormulaTokens& a, const FormulaTokens& b);
