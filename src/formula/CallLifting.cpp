@@ -34,6 +34,16 @@ LiftedShape ShapeOf(const Value* arguments, i32 count, std::string_view signatur
     return shape;
 }
 
+// The elements of the arrays that each repetition is given whole.
+u64 CarriedElements(const Value* arguments, i32 count, std::string_view signature) {
+    u64 elements = 0;
+    for (i32 i = 0; i < count; ++i) {
+        if (arguments[i].type == VT_ARRAY && !IsLifted(arguments[i], signature, i))
+            elements += ArrayElementCount(arguments[i]);
+    }
+    return elements;
+}
+
 void FreeAll(Value* arguments) {
     for (i32 i = 0; i < MAX_ARGUMENTS; ++i) ClearValue(arguments[i]);
 }
@@ -69,7 +79,9 @@ void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler ha
         handler(arguments, result, context);
         return FreeAll(arguments);
     }
-    const bool fits = SpendElements(u64{shape.rows} * shape.columns * CALL_COST);
+    const u64 calls = u64{shape.rows} * shape.columns;
+    const bool fits =
+        SpendElements(calls * CALL_COST) && SpendSteps(calls * CarriedElements(arguments, count, signature));
     result = fits ? ArrayValue(shape.rows, shape.columns) : ErrorValue(ERR_NA);
     for (u32 i = 0; result.type == VT_ARRAY && i < shape.rows * shape.columns; ++i) {
         Value frame[MAX_ARGUMENTS];

@@ -520,6 +520,12 @@ bool SpendElements(u64 count) {
     return engine.elements <= MAX_ELEMENTS;
 }
 
+bool SpendSteps(u64 count) {
+    if (!engine.depth) return true;
+    engine.steps += count;
+    return engine.steps <= MAX_STEPS;
+}
+
 bool TokensCall(const FormulaTokens& tokens, u16 id) {
     for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
         const u8 folded = FoldToken(tokens.bytes[at]);

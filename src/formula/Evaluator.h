@@ -17,6 +17,8 @@ void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column);
 // Counts elements of arrays against what one evaluation may make, so that a few tokens over whole sheets
 // end. False when it is used up: the array is then "#N/A".
 bool SpendElements(u64 count);
+// The same for elements that are gone over again and again.
+bool SpendSteps(u64 count);
 // True when the tokens call that function number (a ptgAttr sum counts as 4).
 bool TokensCall(const FormulaTokens& tokens, u16 id);
 

@@ -126,5 +126,10 @@ TEST_F(EveryFunction, LeavesAProperValueWhateverItIsGiven) {
     EXPECT_GT(called, 4000);
 }
 
+TEST_F(EveryFunction, AFunctionRepeatedOverAnArrayEndsHoweverLargeTheOtherIs) {
+    EXPECT_EQ(Eval("=SUMPRODUCT(LARGE(ROW(1:300)*1,ROW(1:300)))"), "45150");
+    EXPECT_EQ(Eval("=SUMPRODUCT(LARGE(Z1:Z9000+2,Z1:Z9000+1))"), "#N/A");
+}
+
 }  // namespace
 }  // namespace tally
