@@ -35,7 +35,7 @@ constexpr CommandRange commandRanges[] = {
     {172, 184, nullptr},
     {185, 323, nullptr},
     {330, 330, nullptr},
-    {389, 389, nullptr},
+    {389, 389, AutoSumCommand},
     {390, 391, nullptr},
     {392, 392, FitCommand},
     {393, 394, HideLinesCommand},

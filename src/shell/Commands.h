@@ -17,6 +17,7 @@ void ExitCommand(i32 command);
 void EditLineCommand(i32 command);
 void ClearContentsCommand(i32 command);
 void EditCellCommand(i32 command);
+void AutoSumCommand(i32 command);
 void InsertSheetCommand(i32 command);
 void ClockCommand(i32 command);
 void EntryBarCommand(i32 command);

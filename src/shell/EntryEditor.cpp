@@ -1,6 +1,7 @@
 #include "shell/EntryEditor.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/MessageTable.h"
 #include "display/Calendar.h"
@@ -60,6 +61,13 @@ bool LineText(const Sheet& sheet, i32 row, i32 column, WideText& out) {
     if (!FormulaToText(CurrentBook(), cell->formula->tokens, row, column, true, out)) return false;
     if (!FindArray(sheet, row, column) || Shell().entryMode == ENTRY_EDIT) return true;
     return out.Insert(0, u"{") && out.Append(u'}');
+}
+
+// One text over more cells than this is refused.
+constexpr i64 MAX_FILLED_CELLS = 4'194'304;
+
+i64 AreaCells(const RefArea& area) {
+    return i64{area.lastRow - area.firstRow + 1} * (area.lastColumn - area.firstColumn + 1);
 }
 
 // Keys that in mode 1 commit and then move.
@@ -165,6 +173,10 @@ bool CommitEntry(bool isArray, bool isFill) {
         const RefArea active = ActiveArea(*sheet);
         target.area = {active.firstRow, active.firstRow, active.firstColumn, active.firstColumn};
     }
+    if (AreaCells(target.area) > MAX_FILLED_CELLS) {
+        ShowMessage(Message(MSG_OUT_OF_MEMORY));
+        return false;
+    }
     EndPoint();
     Shell().entryMode = ENTRY_ENTER;
     i32 outcome = ENTRY_STORED;
@@ -173,14 +185,17 @@ bool CommitEntry(bool isArray, bool isFill) {
         return false;
     }
     LeaveEdit();
+    ShowChangedCells();
+    UpdateTitle();
+    return true;
+}
+
+void ShowChangedCells() {
     FitWantedRows();
     IgnoreFailure(MarkVolatileCells());
     RefreshEntryLine();
-    UpdateTitle();
-    // A value may reach any cell shown through formulas, and a text may spill.
     ShellPlatform().invalidate(Shell().layout.grid);
     InvalidateStatus();
-    return true;
 }
 
 void CancelEntry() {
@@ -251,9 +266,17 @@ void InsertClock(bool time) {
     ShellPlatform().replaceEntrySelection(text);
 }
 
+void NoteDecimalKey(u32 key) { Shell().decimalKey = key == VK_DECIMAL; }
+
+char16_t TypedSeparator(u32 character) {
+    const bool pad = std::exchange(Shell().decimalKey, false) && (character == u'.' || character == u',');
+    return pad ? Locale().decimalSeparator : static_cast<char16_t>(character);
+}
+
 bool EntryLineKeyDown(u32 key, u32 modifiers) {
     if (!IsEditing()) return false;
     ShellState& shell = Shell();
+    NoteDecimalKey(key);
     if ((key == VK_RETURN) && (modifiers & KEY_ALT)) {
         InsertLineFeed();
         return true;
@@ -277,6 +300,10 @@ bool EntryLineChar(u32 character, u32 modifiers) {
     const bool shift = (modifiers & KEY_SHIFT) != 0;
     if (character == u' ' && ((modifiers & KEY_CTRL) || (shift && Shell().point.active))) return true;
     EndPoint();
+    if (const char16_t separator = TypedSeparator(character); separator != character) {
+        ShellPlatform().replaceEntrySelection(WideView(&separator, 1));
+        return true;
+    }
     switch (character) {
         case VK_TAB:
             if (CommitBeforeMove()) TabMove(shift);

@@ -10,6 +10,9 @@ void BeginEdit(i32 mode);
 // when nothing was stored; the user has then been told.
 bool CommitEntry(bool isArray, bool isFill);
 void CancelEntry();
+// After cells of the current sheet were stored or cleared: what depends on the moment, the heights of their
+// rows, the line and the whole grid, as a value may reach any cell shown and a text may spill.
+void ShowChangedCells();
 // Shows the active cell's text in the line.
 void RefreshEntryLine();
 // A character typed on the grid.
@@ -18,6 +21,9 @@ void StartEditAtEnd();
 // Today's date or the time of day into the line.
 void InsertClock(bool time);
 void InsertLineFeed();
+// The decimal key of the number pad types the region's separator: its key is noted, its character replaced.
+void NoteDecimalKey(u32 key);
+char16_t TypedSeparator(u32 character);
 // Commits a running edit before something that needs the grid; false when the commit failed.
 bool CommitBeforeMove();
 
@@ -29,6 +35,8 @@ bool RefuseActiveArray();
 // References that are written into the line with keys or the mouse.
 bool PointKey(u32 key, u32 modifiers);
 bool PointMouse(i32 row, i32 column, bool extend);
+// The same on a header or, with both, the corner box: whole rows and columns.
+bool PointLines(i32 row, i32 column, bool extend, bool wholeRows, bool wholeColumns);
 void EndPoint();
 
 }  // namespace tally

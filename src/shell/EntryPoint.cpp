@@ -31,6 +31,7 @@ bool StartPoint() {
     point.active = true;
     point.row = point.anchorRow = sheet->view.activeRow;
     point.column = point.anchorColumn = sheet->view.activeColumn;
+    point.wholeRows = point.wholeColumns = false;
     return true;
 }
 
@@ -60,10 +61,12 @@ void PointTo(i32 row, i32 column, bool extend) {
                   static_cast<u16>(std::max(row, point.anchorRow)),
                   static_cast<u8>(std::min(column, point.anchorColumn)),
                   static_cast<u8>(std::max(column, point.anchorColumn))};
+    if (point.wholeRows) point.area.firstColumn = 0, point.area.lastColumn = MAX_COLUMNS - 1;
+    if (point.wholeColumns) point.area.firstRow = 0, point.area.lastRow = MAX_ROWS - 1;
     WidenOverMerges(*CurrentSheet(), point.area);
     InvalidateArea(old);
     ReplacePointText();
-    ScrollIntoView(row, column);
+    ScrollIntoView(row, column, !point.wholeColumns, !point.wholeRows);
     InvalidateArea(point.area);
 }
 
@@ -81,11 +84,10 @@ bool PointKey(u32 key, u32 modifiers) {
     const bool shift = (modifiers & KEY_SHIFT) != 0, ctrl = (modifiers & KEY_CTRL) != 0;
     PointState& point = Shell().point;
     if (key == VK_SPACE) {
-        if ((!shift && !ctrl) || !point.active) return false;
-        if (shift) point.area.firstColumn = 0, point.area.lastColumn = MAX_COLUMNS - 1;
-        if (ctrl) point.area.firstRow = 0, point.area.lastRow = MAX_ROWS - 1;
-        ReplacePointText();
-        ShellPlatform().invalidate(Shell().layout.cells);
+        if ((!shift && !ctrl) || !StartPoint()) return false;
+        point.wholeRows = point.wholeRows || shift;
+        point.wholeColumns = point.wholeColumns || ctrl;
+        PointTo(point.row, point.column, true);
         return true;
     }
     if ((key == VK_PRIOR || key == VK_NEXT) && ctrl) return false;
@@ -94,14 +96,19 @@ bool PointKey(u32 key, u32 modifiers) {
     MoveRequest move{key, ctrl || (Shell().endMode && key >= VK_LEFT), point.row, point.column};
     if (!MovePosition(*CurrentSheet(), move)) return false;
     SetEndMode(false);
+    point.wholeRows = point.wholeColumns = false;
     PointTo(move.row, move.column, shift);
     return true;
 }
 
-bool PointMouse(i32 row, i32 column, bool extend) {
+bool PointLines(i32 row, i32 column, bool extend, bool wholeRows, bool wholeColumns) {
     if (!IsEditing() || !StartPoint()) return false;
+    Shell().point.wholeRows = wholeRows;
+    Shell().point.wholeColumns = wholeColumns;
     PointTo(row, column, extend);
     return true;
 }
+
+bool PointMouse(i32 row, i32 column, bool extend) { return PointLines(row, column, extend, false, false); }
 
 }  // namespace tally

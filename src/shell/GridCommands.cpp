@@ -30,9 +30,7 @@ void ClearContentsCommand(i32) {
     });
     MarkDependentsOfArea(CurrentBook(), CurrentWorkbook()->currentSheet, area);
     CurrentWorkbook()->dirty = 1;
-    RefreshEntryLine();
-    ShellPlatform().invalidate(Shell().layout.grid);
-    InvalidateStatus();
+    ShowChangedCells();
 }
 
 void EditCellCommand(i32) { StartEditAtEnd(); }

@@ -82,9 +82,14 @@ void ClickHeader(const ShellMessage& message, bool column) {
         StartGesture(column ? GESTURE_RESIZE_COLUMN : GESTURE_RESIZE_ROW);
         return;
     }
+    const i32 picked = LineAtPixel(lines, pixel);
+    if (PointLines(column ? 0 : picked, column ? picked : 0, (message.modifiers & KEY_SHIFT) != 0, !column,
+                   column)) {
+        StartGesture(GESTURE_POINT);
+        return;
+    }
     if (!CommitBeforeMove()) return;
     sheet = CurrentSheet();
-    const i32 picked = LineAtPixel(lines, pixel);
     const SheetView& view = sheet->view;
     StartGesture(column ? GESTURE_COLUMNS : GESTURE_ROWS);
     if (message.modifiers & KEY_SHIFT) {
@@ -184,7 +189,7 @@ bool MouseDown(const ShellMessage& message) {
     if (!HasCells(CurrentSheet()) || !RectHolds(layout.grid, message.x, message.y)) return true;
     const bool inColumns = message.y < layout.cells.top, inRows = message.x < layout.cells.left;
     if (inColumns && inRows) {
-        if (CommitBeforeMove()) {
+        if (!PointLines(0, 0, false, true, true) && CommitBeforeMove()) {
             const SheetView& view = CurrentSheet()->view;
             SelectArea({0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}, false, view.activeRow, view.activeColumn, false);
         }
@@ -214,7 +219,9 @@ bool MouseMove(const ShellMessage& message) {
         LineAtPixel(shell.layout.rows, std::clamp(message.y, cells.top, std::max(cells.top, cells.bottom - 1)));
     const i32 column = LineAtPixel(shell.layout.columns,
                                    std::clamp(message.x, cells.left, std::max(cells.left, cells.right - 1)));
-    if (shell.gesture == GESTURE_POINT) IgnoreFailure(PointMouse(row, column, true));
+    const PointState& point = shell.point;
+    if (shell.gesture == GESTURE_POINT)
+        IgnoreFailure(PointLines(row, column, true, point.wholeRows, point.wholeColumns));
     else if (row != shell.cornerRow || column != shell.cornerColumn) DragTo(row, column);
     return true;
 }

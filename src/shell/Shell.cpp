@@ -36,7 +36,7 @@ bool OnChar(const ShellMessage& message) {
         default:
             if (message.key == u' ' && shift) break;
             SetEndMode(false);
-            StartTyping(static_cast<char16_t>(message.key));
+            StartTyping(TypedSeparator(message.key));
     }
     return true;
 }
@@ -80,6 +80,7 @@ bool OnMenu(const ShellMessage&) { return true; }
 
 bool OnKey(const ShellMessage& message) {
     if (IsEditing()) return EntryLineKeyDown(message.key, message.modifiers);
+    NoteDecimalKey(message.key);
     return GridKey(message.key, message.modifiers);
 }
 

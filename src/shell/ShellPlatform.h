@@ -52,6 +52,7 @@ enum KeyCode : u32 {
     VK_DOWN = 0x28,
     VK_INSERT = 0x2D,
     VK_DELETE = 0x2E,
+    VK_DECIMAL = 0x6E,  // of the number pad
     VK_F2 = 0x71,
     VK_F9 = 0x78,
     VK_OEM_1 = 0xBA,       // ;

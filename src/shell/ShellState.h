@@ -51,6 +51,7 @@ struct PointState {
     RefArea area;
     i32 anchorRow = 0, anchorColumn = 0;
     i32 row = 0, column = 0;  // the moving corner
+    bool wholeRows = false, wholeColumns = false;
 };
 
 // Rows that wait to be fitted to what was stored in them.
@@ -72,7 +73,8 @@ struct ShellState {
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
     WantedRows wantedRows;
-    i32 firstTab = 0;  // first sheet tab shown
+    bool decimalKey = false;  // the last key was the number pad's decimal key
+    i32 firstTab = 0;         // first sheet tab shown
     Array<WideText> recent;
     bool bandHidden[4] = {false, false, true, true};  // standard, formula, format, entry
     bool statusBarShown = true;
