@@ -159,6 +159,8 @@ struct FileFilter {
     WideView pattern;
 };
 
+struct Form;
+
 struct ShellPlatformTable {
     // ---- the frame ---------------------------------------------------------------------------------
     void (*setTitle)(WideView title);
@@ -195,6 +197,8 @@ struct ShellPlatformTable {
     // The chosen path; false when the user cancelled. `filter` comes in as the row to start with.
     bool (*openFileDialog)(std::span<const FileFilter> filters, WideText& path);
     bool (*saveFileDialog)(std::span<const FileFilter> filters, i32& filter, WideText& path);
+    // Shows a form of the shell's own and waits: ShowForm (Forms.h).
+    bool (*showForm)(Form& form);
 
     // ---- settings ----------------------------------------------------------------------------------
     // Values of the user's own store, by section and key; false when there is none.

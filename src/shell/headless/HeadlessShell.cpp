@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Text.h"
+#include "shell/headless/HeadlessForms.h"
 
 namespace tally {
 namespace {
@@ -188,6 +189,7 @@ constexpr ShellPlatformTable shellTable = {
     SetScrollBar,
     OpenFileDialog,
     SaveFileDialog,
+    RunHeadlessForm,
     ReadSetting,
     WriteSetting,
     ClipboardText,
@@ -233,7 +235,10 @@ void SendChar(char16_t c, u32 modifiers) {
 
 HeadlessShellState& HeadlessFrame() { return frame; }
 void UseHeadlessShell() { SetShellPlatform(&shellTable); }
-void ResetHeadlessShell() { frame = HeadlessShellState(); }
+void ResetHeadlessShell() {
+    frame = HeadlessShellState();
+    ResetHeadlessForms();
+}
 
 void PressKey(u32 key, u32 modifiers) {
     if (TranslateShellAccelerator(key, modifiers)) return;

@@ -109,6 +109,7 @@ const ShellPlatformTable shellTable = {
     .setScrollBar = QtSetScrollBar,
     .openFileDialog = QtOpenFileDialog,
     .saveFileDialog = QtSaveFileDialog,
+    .showForm = QtShowForm,
     .readSetting = QtReadSetting,
     .writeSetting = QtWriteSetting,
     .clipboardText = QtClipboardText,

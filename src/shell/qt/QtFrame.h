@@ -74,6 +74,7 @@ void ReadUserRegion();
 i32 QtMessageBox(WideView text, WideView title, u32 flags);
 bool QtOpenFileDialog(std::span<const FileFilter> filters, WideText& path);
 bool QtSaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path);
+bool QtShowForm(Form& form);
 bool QtReadSetting(WideView section, WideView key, WideText& out);
 bool QtWriteSetting(WideView section, WideView key, WideView value);
 void CloseSettings();
