@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "formula/FormulaTypes.h"
 #include "functions/Criteria.h"
@@ -46,6 +48,54 @@ TEST(FunctionTable, RowsAreFoundByNameAndNumber) {
     EXPECT_EQ(Narrow(FunctionNameById(0x8000 | 14)), "WINDOW.MOVE");
     EXPECT_EQ(Narrow(FunctionNameById(0x8000 | 207)), "OBJECT.PROPERTIES");
     EXPECT_EQ(Narrow(FunctionNameById(32809)), "TABLE");
+}
+
+// The names of a hint, an open tail counted once.
+std::vector<std::string> HintNames(std::string hint, bool& open) {
+    open = hint.ends_with(", ...]");
+    if (open) hint.replace(hint.size() - 6, 6, "]");
+    std::vector<std::string> names;
+    for (std::size_t at = 0; at <= hint.size();) {
+        const std::size_t end = std::min(hint.find(", ", at), hint.size());
+        names.push_back(hint.substr(at, end - at));
+        at = end + 2;
+    }
+    return names;
+}
+
+TEST(FunctionTable, HintsOfWorksheetFunctionsFollowTheirSignatures) {
+    for (const FunctionEntry& entry : FunctionTable) {
+        const std::string name = Narrow(entry.name);
+        const bool left =
+            (entry.handler == ReturnFalse && name != "FALSE") || (entry.handler == ReturnNA && name != "NA");
+        if (left || entry.category >= CATEGORY_MACRO_CONTROL) {
+            EXPECT_TRUE(!left || entry.argumentHint.empty()) << name;
+            continue;
+        }
+        ASSERT_FALSE(entry.argumentHint.empty()) << name;
+        if (entry.signature.empty()) {
+            // Listed, with nothing to fill in.
+            EXPECT_EQ(Narrow(entry.argumentHint), " ") << name;
+            continue;
+        }
+        bool open = false;
+        const std::vector<std::string> names = HintNames(Narrow(entry.argumentHint), open);
+        if (open) {
+            EXPECT_LT(names.size(), entry.signature.size()) << name;
+            EXPECT_GE(entry.signature.size(), 29u) << name;
+        } else {
+            EXPECT_EQ(names.size(), entry.signature.size()) << name;
+        }
+        for (std::size_t i = 0; i < std::min(names.size(), entry.signature.size()); ++i) {
+            const bool optional = entry.signature[i] >= 'a';
+            EXPECT_EQ(names[i].front() == '[' && names[i].back() == ']', optional) << name << " " << names[i];
+            EXPECT_EQ(names[i].find_first_not_of("[]abcdefghijklmnopqrstuvwxyz0123456789_"), std::string::npos)
+                << name;
+        }
+    }
+    EXPECT_EQ(Narrow(FunctionTable[FindFunction(u"PMT")].argumentHint), "rate, term, [pv], [fv], [type]");
+    EXPECT_EQ(Narrow(FunctionTable[FindFunction(u"SUBTOTAL")].argumentHint), "function_num, ref1, [ref2, ...]");
+    EXPECT_EQ(Narrow(FunctionTable[FindFunction(u"DCOUNT")].argumentHint), "database, [field], criteria");
 }
 
 class Functions : public Sandbox {
