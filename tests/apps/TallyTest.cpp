@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -128,6 +129,30 @@ TEST_F(Tally, VerifyFindsWhatDiffers) {
     EXPECT_EQ(lines[1], (Json{{"formulas", 2}, {"equal", 1}, {"different", 1}, {"volatile", 0}}));
     Put("v.csv", "=RAND(),=A1+1\n");
     EXPECT_EQ(Run("verify v.csv").Lines().back()["different"], 0);
+}
+
+TEST_F(Tally, ListsEveryFunctionWithItsState) {
+    const std::vector<Json> lines = Run("functions").Lines();
+    ASSERT_EQ(lines.size(), 832u);
+    std::map<std::string, Json> rows;
+    for (const Json& line : lines) rows[line.at("name")] = line;
+    EXPECT_EQ(rows["PMT"]["category"], "financial");
+    EXPECT_EQ(rows["PMT"]["signature"], "VVvvv");
+    EXPECT_EQ(rows["PMT"]["hint"], "rate, term, [pv], [fv], [type]");
+    EXPECT_EQ(rows["PMT"]["state"], "works");
+    EXPECT_EQ(rows["NOW"]["hint"], "");
+    EXPECT_EQ(rows["FALSE"]["state"], "works");
+    EXPECT_EQ(rows["NA"]["state"], "works");
+    EXPECT_EQ(rows["LEFTB"]["state"], "#N/A");
+    EXPECT_EQ(rows["ADD.MENU"]["state"], "FALSE");
+    EXPECT_EQ(rows["REGRESS"]["category"], "macro commands");
+}
+
+TEST_F(Tally, TheDocumentOfFunctionsIsUpToDate) {
+    std::ifstream in(TALLY_DOCUMENTS "/functions.md", std::ios::binary);
+    const std::string document{std::istreambuf_iterator<char>(in), {}};
+    EXPECT_TRUE(Run("functions --document").output == document)
+        << "make it anew: tally functions --document > docs/functions.md";
 }
 
 TEST_F(Tally, ConvertsFilesAndStandardStreams) {

@@ -12,6 +12,7 @@ int RunCells(const Options& options);
 int RunVerify(const Options& options);
 int RunConvert(const Options& options);
 int RunEval(const Options& options);
+int RunFunctions(const Options& options);
 
 // ---- shared by the commands -----------------------------------------------------------------------
 

@@ -80,6 +80,14 @@ void WriteSheetLine(const SheetLine& line) {
                {"columns", line.columns}});
 }
 
+void WriteFunctionLine(const FunctionLine& line) {
+    WriteLine({{"name", Narrow(line.name)},
+               {"category", line.category},
+               {"signature", line.signature},
+               {"hint", Narrow(line.hint)},
+               {"state", line.state}});
+}
+
 void WriteDifferenceLine(WideView sheet, i32 row, i32 column, WideView formula, const Value& saved,
                          const Value& computed) {
     WriteLine({{"sheet", Narrow(sheet)},

@@ -27,6 +27,15 @@ struct SheetLine {
 };
 void WriteSheetLine(const SheetLine& line);
 
+struct FunctionLine {
+    WideView name;
+    const char* category = "";
+    std::string_view signature;
+    WideView hint;
+    const char* state = "";
+};
+void WriteFunctionLine(const FunctionLine& line);
+
 // A formula whose saved value is not the computed one.
 void WriteDifferenceLine(WideView sheet, i32 row, i32 column, WideView formula, const Value& saved,
                          const Value& computed);

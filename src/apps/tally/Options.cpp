@@ -23,6 +23,9 @@ void AddCommands(CLI::App& app, Options& options) {
         command("convert", "Convert a file to the form that OUT's extension names", Command::Convert);
     CLI::App* eval = command("eval", "Calculate one formula", Command::Eval);
 
+    CLI::App* functions =
+        command("functions", "List the functions and what they do here, a JSON line each", Command::Functions);
+
     for (CLI::App* sub : {sheets, cells, verify, convert}) {
         sub->add_option("IN", options.input, "The file to read; - for standard input with --from")->required();
     }
@@ -37,6 +40,7 @@ void AddCommands(CLI::App& app, Options& options) {
         sub->add_option("--from", options.from, "Form of standard input: xls, csv, txt");
     }
     convert->add_option("--to", options.to, "Form of standard output: csv, txt");
+    functions->add_flag("--document", options.document, "The list as a document (docs/functions.md)");
     eval->add_option("--book", options.book, "A book that the formula may refer to");
     eval->add_option("--cell", options.cell, "The cell that the formula stands in")->capture_default_str();
 }

@@ -5,7 +5,7 @@
 
 namespace tally {
 
-enum class Command { None, Sheets, Cells, Verify, Convert, Eval };
+enum class Command { None, Sheets, Cells, Verify, Convert, Eval, Functions };
 
 struct Options {
     Command command = Command::None;
@@ -20,6 +20,7 @@ struct Options {
     std::string from, to;   // extensions, for "-"
     unsigned codePage = 0;  // 0: that of the region, and UTF-8 for text files
     bool recalculate = false;
+    bool document = false;  // the functions as a document
     bool trust = false;
     bool updateLinks = false;
 };

@@ -17,7 +17,7 @@ struct CommandRow {
 };
 constexpr CommandRow commands[] = {
     {Command::Sheets, RunSheets},   {Command::Cells, RunCells}, {Command::Verify, RunVerify},
-    {Command::Convert, RunConvert}, {Command::Eval, RunEval},
+    {Command::Convert, RunConvert}, {Command::Eval, RunEval},   {Command::Functions, RunFunctions},
 };
 
 // YYYY-MM-DDTHH:MM:SS, or the date alone.
