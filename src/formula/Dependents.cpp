@@ -269,6 +269,28 @@ void VisitDependents(const Sheet& sheet, i32 row, i32 column, DependentVisit vis
     VisitIntervals(sheet, row, column, ANY_COLUMN, visit, context);
 }
 
+void VisitReadersOfArea(const Sheet& sheet, const RefArea& area, DependentVisit visit, void* context) {
+    if (!index) return;
+    const auto reads = [&](const FormulaCell& formula) {
+        u32 at = 0;
+        TokenPrecedent precedent;
+        while (NextPrecedent(formula.tokens, at, precedent)) {
+            PrecedentSheets sheets;
+            if (AreasMeet(precedent.area, area) &&
+                ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets) &&
+                sheets.book == sheet.book && sheet.index >= sheets.first && sheet.index <= sheets.last) {
+                return true;
+            }
+        }
+        return false;
+    };
+    for (u32 i = 0; i < index->formulas.Count(); ++i) {
+        if (FormulaCell* formula = index->formulas[i]; formula && reads(*formula)) visit(*formula, context);
+    }
+}
+
+u32 IndexedFormulas() { return index ? index->formulas.Count() : 0; }
+
 const Array<FormulaCell*>& AlwaysCalculated() { return index ? index->always : noFormulas; }
 const Array<FormulaCell*>& NameUsers() { return index ? index->nameUsers : noFormulas; }
 

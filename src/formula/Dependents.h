@@ -15,6 +15,10 @@ void BeginVisits();
 // left out. Formulas without fixed inputs are not among them.
 using DependentVisit = void (*)(FormulaCell& formula, void* context);
 void VisitDependents(const Sheet& sheet, i32 row, i32 column, DependentVisit visit, void* context);
+// Calls visit for every indexed formula that reads a cell of an area, by a walk over all of them: for
+// areas of so many cells that this is shorter than asking for each.
+void VisitReadersOfArea(const Sheet& sheet, const RefArea& area, DependentVisit visit, void* context);
+u32 IndexedFormulas();
 // Formulas of worksheets that must follow every change.
 const Array<FormulaCell*>& AlwaysCalculated();
 // Formulas that name a defined name.

@@ -84,10 +84,10 @@ void BeginNames(Marking& marking) {
     }
 }
 
-void MarkNamesOf(Marking& marking, const ChangedCell& changed) {
+void MarkNamesOf(Marking& marking, const Sheet& sheet, const RefArea& area) {
     for (const NameReach& reach : marking.nameReach) {
-        if (reach.name->stale || reach.book != changed.sheet->book || changed.sheet->index < reach.firstSheet ||
-            changed.sheet->index > reach.lastSheet || !AreaHolds(reach.area, changed.row, changed.column)) {
+        if (reach.name->stale || reach.book != sheet.book || sheet.index < reach.firstSheet ||
+            sheet.index > reach.lastSheet || !AreasMeet(reach.area, area)) {
             continue;
         }
         MarkName(marking, *reach.name);
@@ -165,7 +165,7 @@ void Spread(Marking& marking) {
         const ChangedCell changed = marking.waiting.Last();
         marking.waiting.RemoveLast();
         viewCalls.cellChanged(changed.sheet->book, changed.sheet->index, changed.row, changed.column);
-        MarkNamesOf(marking, changed);
+        MarkNamesOf(marking, *changed.sheet, {changed.row, changed.row, changed.column, changed.column});
         VisitDependents(*changed.sheet, changed.row, changed.column, MarkFormula, &marking);
         MarkAlways(marking);
     }
@@ -224,6 +224,13 @@ void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area) {
     Sheet* changed = SheetAt(book, sheet);
     Marking marking;
     if (!changed || !(changed->kind & SHEET_WORKSHEET) || !Begin(marking)) return;
+    const u32 cells = (area.lastRow - area.firstRow + 1u) * (area.lastColumn - area.firstColumn + 1u);
+    if (cells > 64 + IndexedFormulas() / 8) {
+        MarkNamesOf(marking, *changed, area);
+        VisitReadersOfArea(*changed, area, MarkFormula, &marking);
+        MarkAlways(marking);
+        return RunMarking(marking);
+    }
     for (i32 row = area.firstRow; row <= area.lastRow && !marking.failed; ++row) {
         for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
             marking.failed = marking.failed ||
@@ -231,6 +238,21 @@ void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area) {
         }
         Spread(marking);
     }
+    RunMarking(marking);
+}
+
+void MarkChanged(std::span<FormulaCell* const> formulas, std::span<const ChangedName> names) {
+    Marking marking;
+    if ((formulas.empty() && names.empty()) || !Begin(marking)) return;
+    for (FormulaCell* formula : formulas) {
+        if (formula->sheet->kind & SHEET_WORKSHEET) MarkFormula(*formula, &marking);
+    }
+    for (const ChangedName& name : names) {
+        Workbook* book = BookAt(name.book);
+        if (book && static_cast<u32>(name.name) < book->names.Count())
+            MarkName(marking, book->names[static_cast<u32>(name.name)]);
+    }
+    MarkAlways(marking);
     RunMarking(marking);
 }
 

@@ -20,6 +20,13 @@ bool CalculateCell(i32 book, i32 sheet, i32 row, i32 column);
 // Marks what depends on a cell, or on any cell of an area, as stale.
 void MarkDependents(i32 book, i32 sheet, i32 row, i32 column);
 void MarkDependentsOfArea(i32 book, i32 sheet, const RefArea& area);
+// Marks formulas, names and all that depends on them as stale in one go. Formulas of sheets that are no
+// worksheets are passed over.
+struct ChangedName {
+    i32 book = 0;
+    i32 name = 0;
+};
+void MarkChanged(std::span<FormulaCell* const> formulas, std::span<const ChangedName> names);
 // Marks what uses a name.
 void MarkDependentsOfName(i32 book, i32 name);
 // Sets the alwaysCalculate formulas of the current book's worksheets stale and marks what depends on

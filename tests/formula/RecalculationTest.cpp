@@ -154,8 +154,19 @@ TEST_F(Recalculation, MarkingAgreesWithTheLiteralScan) {
         for (const FormulaCell* formula : CurrentSheet()->cells.formulas) {
             ASSERT_EQ(GetCell(CurrentSheet()->cells, formula->row, formula->column)->calcState, CALC_CURRENT);
         }
-        const auto expected = LiteralMarking(*CurrentSheet(), row, column);
-        MarkDependents(CurrentBook(), 0, row, column);
+        auto expected = LiteralMarking(*CurrentSheet(), row, column);
+        // Every third time a whole area, small or so large that the formulas are walked instead.
+        const i32 rows = round % 3 ? 1 : 1 + below(40), columns = round % 3 ? 1 : 1 + below(4);
+        for (i32 r = row; r < row + rows; ++r)
+            for (i32 c = column; c < column + columns; ++c)
+                expected.merge(LiteralMarking(*CurrentSheet(), r, c));
+        if (round % 3) {
+            MarkDependents(CurrentBook(), 0, row, column);
+        } else {
+            MarkDependentsOfArea(CurrentBook(), 0,
+                                 {static_cast<u16>(row), static_cast<u16>(row + rows - 1),
+                                  static_cast<u8>(column), static_cast<u8>(column + columns - 1)});
+        }
         std::set<std::pair<i32, i32>> stale;
         for (const FormulaCell* formula : CurrentSheet()->cells.formulas) {
             const CellRecord* cell = GetCell(CurrentSheet()->cells, formula->row, formula->column);
