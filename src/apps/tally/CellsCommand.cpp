@@ -34,7 +34,9 @@ bool WriteCell(i32 book, i32 sheet, i32 row, const CellRecord& cell, CellTexts& 
     return true;
 }
 
-bool WriteSheetCells(i32 book, i32 sheet) {
+}  // namespace
+
+bool WriteCells(i32 book, i32 sheet, const RefArea& area) {
     CellTexts texts;
     CellPosition position;
     // The store is fetched anew for each cell: bringing one up to date may change it.
@@ -43,14 +45,17 @@ bool WriteSheetCells(i32 book, i32 sheet) {
         if (AtEnd(store, position)) return true;
         const i32 row = RowAt(store, position);
         const i32 column = CellAt(store, position).column;
+        if (row > area.lastRow) return true;
+        if (!AreaHolds(area, row, column)) {
+            NextCell(store, position);
+            continue;
+        }
         if (CellAt(store, position).calcState == CALC_STALE) CalculateCell(book, sheet, row, column);
         const CellRecord* cell = GetCell(SheetAt(book, sheet)->cells, row, column);
         if (cell && !WriteCell(book, sheet, row, *cell, texts)) return false;
         NextCell(SheetAt(book, sheet)->cells, position);
     }
 }
-
-}  // namespace
 
 int RunCells(const Options& options) {
     int status = EXIT_GOOD;
@@ -62,7 +67,8 @@ int RunCells(const Options& options) {
     for (u32 sheet = 0; sheet < BookAt(book)->sheets.Count(); ++sheet) {
         if (only >= 0 && static_cast<i32>(sheet) != only) continue;
         if (!(BookAt(book)->sheets[sheet]->kind & SHEET_WITH_CELLS)) continue;
-        if (!WriteSheetCells(book, static_cast<i32>(sheet))) return Complain(EXIT_DATA, "out of memory");
+        if (!WriteCells(book, static_cast<i32>(sheet), {0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}))
+            return Complain(EXIT_DATA, "out of memory");
     }
     return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
 }

@@ -4,6 +4,7 @@
 
 #include "apps/tally/Options.h"
 #include "base/WideText.h"
+#include "model/Value.h"
 
 namespace tally {
 
@@ -13,6 +14,7 @@ int RunVerify(const Options& options);
 int RunConvert(const Options& options);
 int RunEval(const Options& options);
 int RunFunctions(const Options& options);
+int RunReplay(const Options& options);
 
 // ---- shared by the commands -----------------------------------------------------------------------
 
@@ -23,6 +25,12 @@ int Complain(int status, std::string_view what, WideView detail = {});
                              int& status);
 // Makes the sheet of that name current. False, and told, when there is none.
 [[nodiscard]] bool ChooseSheet(const std::string& name, int& status);
+// Whether `output` names a form that can be written. False, and told, when it does not.
+[[nodiscard]] bool CanWriteTo(const Options& options, const std::string& output, int& status);
+// Writes the current book to a file that CanWriteTo let pass; "-" is standard output.
+int WriteCurrentBook(const Options& options, const std::string& output);
+// The stored cells of an area as lines, brought up to date. False when memory fails.
+[[nodiscard]] bool WriteCells(i32 book, i32 sheet, const RefArea& area);
 // Sets every formula of the current book stale and calculates it.
 void RecalculateAll();
 

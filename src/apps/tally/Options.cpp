@@ -26,6 +26,9 @@ void AddCommands(CLI::App& app, Options& options) {
     CLI::App* functions =
         command("functions", "List the functions and what they do here, a JSON line each", Command::Functions);
 
+    CLI::App* replay = command("replay", "Do what a script of keys, clicks and commands says", Command::Replay);
+    replay->add_option("SCRIPT", options.input, "The script, a step a line")->required();
+    replay->add_option("--out", options.output, "Where the book is written at the end");
     for (CLI::App* sub : {sheets, cells, verify, convert}) {
         sub->add_option("IN", options.input, "The file to read; - for standard input with --from")->required();
     }
@@ -42,6 +45,7 @@ void AddCommands(CLI::App& app, Options& options) {
     convert->add_option("--to", options.to, "Form of standard output: csv, txt");
     functions->add_flag("--document", options.document, "The list as a document (docs/functions.md)");
     eval->add_option("--book", options.book, "A book that the formula may refer to");
+    replay->add_option("--book", options.book, "The book to begin with");
     eval->add_option("--cell", options.cell, "The cell that the formula stands in")->capture_default_str();
 }
 

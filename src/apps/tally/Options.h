@@ -5,7 +5,7 @@
 
 namespace tally {
 
-enum class Command { None, Sheets, Cells, Verify, Convert, Eval, Functions };
+enum class Command { None, Sheets, Cells, Verify, Convert, Eval, Functions, Replay };
 
 struct Options {
     Command command = Command::None;

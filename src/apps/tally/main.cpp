@@ -16,8 +16,9 @@ struct CommandRow {
     int (*run)(const Options& options);
 };
 constexpr CommandRow commands[] = {
-    {Command::Sheets, RunSheets},   {Command::Cells, RunCells}, {Command::Verify, RunVerify},
-    {Command::Convert, RunConvert}, {Command::Eval, RunEval},   {Command::Functions, RunFunctions},
+    {Command::Sheets, RunSheets},       {Command::Cells, RunCells}, {Command::Verify, RunVerify},
+    {Command::Convert, RunConvert},     {Command::Eval, RunEval},   {Command::Replay, RunReplay},
+    {Command::Functions, RunFunctions},
 };
 
 // YYYY-MM-DDTHH:MM:SS, or the date alone.

@@ -1,0 +1,82 @@
+#include <cstdio>
+
+#include "apps/tally/Commands.h"
+#include "apps/tally/JsonLines.h"
+#include "apps/tally/Replay.h"
+#include "base/Text.h"
+#include "fileio/OpenFile.h"
+#include "model/BookTable.h"
+#include "shell/Shell.h"
+#include "shell/headless/HeadlessForms.h"
+#include "shell/headless/HeadlessPlatform.h"
+#include "shell/headless/HeadlessShell.h"
+
+namespace tally {
+namespace {
+
+std::string_view Trimmed(std::string_view text) {
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r'))
+        text.remove_suffix(1);
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    return text;
+}
+
+void TellBox(WideView text, u32) { IgnoreFailure(Complain(EXIT_GOOD, "box", text)); }
+
+// True when an answer in the script had no field or value of that name, which has been told.
+bool HasMisunderstoodForm(const std::string& place) {
+    HeadlessFormState& forms = HeadlessForms();
+    bool misunderstood = false;
+    for (const RecordedForm& form : forms.shown) {
+        if (form.understood) continue;
+        misunderstood = true;
+        IgnoreFailure(Complain(EXIT_DATA, place + "the form does not take a field's value", form.title));
+    }
+    forms.shown.Truncate(0);
+    return misunderstood;
+}
+
+int RunLine(std::string_view line, const std::string& place) {
+    line = Trimmed(line);
+    if (line.empty() || line.front() == '#') return EXIT_GOOD;
+    const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
+    const ReplayStep* step = FindReplayStep(line.substr(0, end));
+    if (!step) return Complain(EXIT_USAGE, place + "unknown step " + std::string(line.substr(0, end)));
+    int status = EXIT_GOOD;
+    if (const char* fault = step->run(Trimmed(line.substr(end)), status))
+        return Complain(status, place + fault);
+    return HasMisunderstoodForm(place) ? EXIT_DATA : EXIT_GOOD;
+}
+
+int RunScript(std::string_view text, const std::string& name) {
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    for (int number = 1; !text.empty(); ++number) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        const int status = RunLine(text.substr(0, end), name + ":" + std::to_string(number) + ": ");
+        if (status != EXIT_GOOD) return status;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return EXIT_GOOD;
+}
+
+}  // namespace
+
+int RunReplay(const Options& options) {
+    WideText path;
+    Array<u8> script;
+    if (!WideFromUtf8(path, options.input)) return Complain(EXIT_DATA, "out of memory");
+    if (!Platform().readFile(path, script)) return Complain(EXIT_FILES, "cannot read the script", path);
+    int status = EXIT_GOOD;
+    if (!options.output.empty() && !CanWriteTo(options, options.output, status)) return status;
+    UseHeadlessShell();
+    Headless().boxShown = TellBox;
+    StartShell(u"");
+    if (!options.book.empty() && !OpenInput(options.book, "", options, status)) return status;
+    if (!options.book.empty()) ShowReplayedBook();
+    status = RunScript({reinterpret_cast<const char*>(script.Data()), script.Count()}, options.input);
+    if (status == EXIT_GOOD && !FlushLines()) status = Complain(EXIT_FILES, "cannot write standard output");
+    if (status != EXIT_GOOD || options.output.empty()) return status;
+    return WriteCurrentBook(options, options.output);
+}
+
+}  // namespace tally
