@@ -44,6 +44,16 @@ constexpr MessageRow messageRows[] = {
     {238, u"宏命令"},
     {MSG_SAVE_FORM_MISSING, u"不能以此格式保存，请另存为 csv 或 txt 文件"},
     {MSG_ARRAY_OVER_MERGE, u"在合并单元格中数组公式无效"},
+    {MSG_TRUST_BOOK, u"%s 要打开其他程序、文件或网络地址。\n是否允许？"},
+    {MSG_INVALID_LINK, u"Invalid link"},
+    {MSG_INVALID_LOCATION, u"Invalid location"},
+    {MSG_ROW_HEIGHT_LIMIT, u"行高必须在 0 至 409 之间"},
+    {MSG_COLUMN_WIDTH_LIMIT, u"列宽必须在 0 至 255 字符之间"},
+    {MSG_ZOOM_LIMIT, u"Zoom percent must be between 10 and 400"},
+    {MSG_NAME_LENGTH, u"Name must be 1-31 characters"},
+    {MSG_NAME_CHARACTERS, u"Name contains invalid characters"},
+    {MSG_NAME_NOT_UNIQUE, u"Name must be unique"},
+    {MSG_WRONG_PASSWORD, u"输入的密码不正确"},
 };
 
 constexpr bool RowsAscend() {

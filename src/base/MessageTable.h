@@ -33,6 +33,16 @@ enum MessageId : u16 {
     // 400 to 449: the shell.
     MSG_SAVE_FORM_MISSING = 400,
     MSG_ARRAY_OVER_MERGE = 401,
+    MSG_TRUST_BOOK = 402,
+    MSG_INVALID_LINK = 403,
+    MSG_INVALID_LOCATION = 404,
+    MSG_ROW_HEIGHT_LIMIT = 405,
+    MSG_COLUMN_WIDTH_LIMIT = 406,
+    MSG_ZOOM_LIMIT = 407,
+    MSG_NAME_LENGTH = 408,
+    MSG_NAME_CHARACTERS = 409,
+    MSG_NAME_NOT_UNIQUE = 410,
+    MSG_WRONG_PASSWORD = 411,
 };
 
 // The text of a row; empty for a number that is not used.

@@ -22,11 +22,17 @@ void InsertSheetCommand(i32 command);
 void ClockCommand(i32 command);
 void EntryBarCommand(i32 command);
 void ScreenSidewaysCommand(i32 command);
+void GoToCommand(i32 command);
+void RenameSheetCommand(i32 command);
+void ProtectCommand(i32 command);
 // Sizes.
 void FitCommand(i32 command);
 void HideLinesCommand(i32 command);
+void LineSizeCommand(i32 command);
 // Views.
 void HideSheetCommand(i32 command);
+void UnhideSheetCommand(i32 command);
+void CustomZoomCommand(i32 command);
 void ViewFlagCommand(i32 command);
 void ZoomCommand(i32 command);
 void BookBarCommand(i32 command);

@@ -21,6 +21,8 @@ bool AddEdit(Form& form, WideView label, WideView text) {
     return field && field->text.Assign(text);
 }
 
+bool AddSecret(Form& form, WideView label) { return AppendField(form, FIELD_SECRET, label) != nullptr; }
+
 bool AddCheck(Form& form, WideView label, bool checked) {
     FormField* field = AppendField(form, FIELD_CHECK, label);
     if (field) field->choice = checked;

@@ -9,6 +9,7 @@ namespace tally {
 enum FormFieldKind : u8 {
     FIELD_LABEL,      // its label only
     FIELD_EDIT,       // one line of text
+    FIELD_SECRET,     // the same, not to be read on the screen
     FIELD_CHECK,      // `choice` is 0 or 1
     FIELD_RADIO,      // one button an item, under the label as the group's title
     FIELD_LIST,       // a list box
@@ -29,6 +30,7 @@ struct FormField {
 struct Form {
     WideText title;
     Array<FormField> fields;
+    bool acceptable = true;   // OK can be pressed
     void* context = nullptr;  // the caller's
     // The user changed a field; others may be filled or enabled. Null: nothing follows.
     void (*changed)(Form& form, u32 field) = nullptr;
@@ -39,6 +41,7 @@ struct Form {
 // Each adds a field at the end. False when memory fails.
 [[nodiscard]] bool AddLabel(Form& form, WideView label);
 [[nodiscard]] bool AddEdit(Form& form, WideView label, WideView text);
+[[nodiscard]] bool AddSecret(Form& form, WideView label);
 [[nodiscard]] bool AddCheck(Form& form, WideView label, bool checked);
 // `kind` is FIELD_RADIO, FIELD_LIST or FIELD_DROP_LIST.
 [[nodiscard]] bool AddChoice(Form& form, FormFieldKind kind, WideView label, std::span<const WideView> items,

@@ -26,6 +26,7 @@ enum MenuRule : u32 {
     OTHER_SHEET = 256,  // another visible sheet exists
     NEEDS_SHEET = 512,  // a sheet with cells
     NEEDS_UNDO = 1024,
+    HIDDEN_SHEET = 2048,  // one that can be shown again
 };
 constexpr u32 FREE_GRID = NEEDS_GRID | NEEDS_UNLOCKED | NOT_EDITING;
 constexpr u32 FREE_CELLS = FREE_GRID | NEEDS_WORKSHEET;
@@ -129,7 +130,7 @@ constexpr MenuRow menuRows[] = {
     {MENU_COLUMN, 399, MENU_NONE, u"标准列宽(&S)...", 0},
     {MENU_SHEET, 400, MENU_NONE, u"重命名(&R)...", 0},
     {MENU_SHEET, 401, MENU_NONE, u"隐藏(&H)", NEEDS_BOOK | OTHER_SHEET},
-    {MENU_SHEET, 402, MENU_NONE, u"取消隐藏(&U)...", NEEDS_BOOK},
+    {MENU_SHEET, 402, MENU_NONE, u"取消隐藏(&U)...", NEEDS_BOOK | HIDDEN_SHEET},
     {MENU_SHEET, 403, MENU_NONE, u"网格线(&G)", NEEDS_SHEET},
     {MENU_SHEET, 404, MENU_NONE, u"行号列标(&E)", NEEDS_SHEET},
     {MENU_SHEET, 0, MENU_ZOOM, u"缩放(&Z)", NEEDS_SHEET},
@@ -170,6 +171,12 @@ bool OtherVisibleSheet() {
     return NextSheet(book) != current || PreviousSheet(book) != current;
 }
 
+bool HiddenSheet() {
+    for (const Sheet* sheet : CurrentWorkbook()->sheets)
+        if (sheet->hidden && sheet->kind != SHEET_MODULE) return true;
+    return false;
+}
+
 // The rules that hold now.
 u32 RulesThatHold() {
     const Workbook* book = CurrentWorkbook();
@@ -179,6 +186,7 @@ u32 RulesThatHold() {
     if (!book) return rules;
     rules |= NEEDS_BOOK;
     if (OtherVisibleSheet()) rules |= OTHER_SHEET;
+    if (HiddenSheet()) rules |= HIDDEN_SHEET;
     if (!HasCells(sheet)) return rules;
     rules |= NEEDS_SHEET;
     if (sheet->selectedObject < 0 || sheet->kind == SHEET_MACRO) rules |= NEEDS_GRID;

@@ -6,6 +6,7 @@
 #include "shell/EntryEditor.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
+#include "shell/Places.h"
 #include "shell/Selection.h"
 #include "shell/Sizes.h"
 #include "shell/Tables.h"
@@ -110,9 +111,13 @@ void ClickCell(const ShellMessage& message) {
         return;
     }
     if (!CommitBeforeMove()) return;
-    StartGesture(GESTURE_CELLS);
-    if (message.modifiers & KEY_SHIFT) DragTo(row, column);
-    else SelectCell(row, column, true);
+    if (message.modifiers & KEY_SHIFT) {
+        StartGesture(GESTURE_CELLS);
+        DragTo(row, column);
+        return;
+    }
+    SelectCell(row, column, true);
+    if (!FollowHyperlink(row, column)) StartGesture(GESTURE_CELLS);
 }
 
 // The pixel at which the edge of a line that is being resized stands now.

@@ -10,6 +10,7 @@
 #include "shell/GridPaint.h"
 #include "shell/Layout.h"
 #include "shell/MouseInput.h"
+#include "shell/Places.h"
 #include "shell/Selection.h"
 #include "shell/ShellState.h"
 #include "shell/Sizes.h"
@@ -31,7 +32,11 @@ bool OnChar(const ShellMessage& message) {
     const bool shift = (message.modifiers & KEY_SHIFT) != 0;
     switch (message.key) {
         case VK_TAB: TabMove(shift); break;
-        case u'\r': EnterMove(shift); break;
+        case u'\r': {
+            const SheetView& view = CurrentSheet()->view;
+            if (state.endMode || shift || !FollowHyperlink(view.activeRow, view.activeColumn)) EnterMove(shift);
+            break;
+        }
         case VK_ESCAPE: break;
         default:
             if (message.key == u' ' && shift) break;

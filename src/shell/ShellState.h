@@ -75,6 +75,7 @@ struct ShellState {
     WantedRows wantedRows;
     bool decimalKey = false;  // the last key was the number pad's decimal key
     i32 firstTab = 0;         // first sheet tab shown
+    WideText goToTarget;      // what the next Go To begins with
     Array<WideText> recent;
     bool bandHidden[4] = {false, false, true, true};  // standard, formula, format, entry
     bool statusBarShown = true;

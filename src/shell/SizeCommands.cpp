@@ -2,10 +2,13 @@
 
 #include <algorithm>
 
+#include "base/MessageTable.h"
 #include "base/Number.h"
+#include "formula/Coercion.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/Commands.h"
+#include "shell/Forms.h"
 #include "shell/Layout.h"
 #include "shell/Selection.h"
 #include "shell/Sizes.h"
@@ -24,7 +27,72 @@ void SizesChanged() {
     RefreshView();
 }
 
+// ---- sizes by number ------------------------------------------------------------------------------------
+
+// What one of the dialogs asks for.
+struct SizeQuestion {
+    i32 command;
+    WideView title, label;
+    double limit;  // greatest number
+    i32 scale;     // stored units to one
+    u16 message;
+};
+constexpr SizeQuestion sizeQuestions[] = {
+    {391, u"行高", u"行高(&R):", 409, 20, MSG_ROW_HEIGHT_LIMIT},
+    {395, u"列宽", u"列宽(&C):", 255, 256, MSG_COLUMN_WIDTH_LIMIT},
+    {399, u"标准列宽", u"标准列宽(&S):", 255, 256, MSG_COLUMN_WIDTH_LIMIT},
+};
+
+bool ReadSize(const Form& form, double& size) {
+    const auto* question = static_cast<const SizeQuestion*>(form.context);
+    return TextToNumber(form.fields[0].text, size) && size >= 0 && size <= question->limit;
+}
+
+bool AcceptSize(Form& form) {
+    double size = 0;
+    if (ReadSize(form, size)) return true;
+    ShowMessage(Message(static_cast<const SizeQuestion*>(form.context)->message));
+    return false;
+}
+
+// The stored size that the question begins with: that of the selection's first line.
+i32 PresentSize(const Sheet& sheet, i32 command) {
+    switch (command) {
+        case 391: return GetRowHeight(sheet, sheet.view.selection.firstRow);
+        case 395: return GetColumnWidth(sheet, sheet.view.selection.firstColumn);
+        default: return DefaultColumnWidth(sheet);
+    }
+}
+
+bool StoreSize(Sheet& sheet, i32 command, i32 size) {
+    const RefArea area = sheet.view.selection;
+    if (command == 391) return SetRowHeights(sheet, area, size);
+    if (command == 395) return SetColumnWidths(sheet, area, size);
+    sheet.defaultColumnWidth = static_cast<u16>(size);
+    sheet.viewFlags = static_cast<u16>(sheet.viewFlags & ~VIEW_STANDARD_WIDTH);
+    return true;
+}
+
 }  // namespace
+
+void LineSizeCommand(i32 command) {
+    if (!FreeSheet()) return;
+    for (const SizeQuestion& question : sizeQuestions) {
+        if (question.command != command) continue;
+        Form form;
+        WideText number;
+        form.context = const_cast<SizeQuestion*>(&question);
+        form.accept = AcceptSize;
+        const double size = PresentSize(*FreeSheet(), command) / static_cast<double>(question.scale);
+        double wanted = 0;
+        if (!NumberToText(size, 5, number) || !form.title.Assign(question.title) ||
+            !AddEdit(form, question.label, number) || !ShowForm(form) || !ReadSize(form, wanted))
+            return;
+        Sheet* sheet = FreeSheet();
+        if (sheet && StoreSize(*sheet, command, static_cast<i32>(wanted * question.scale + 0.5)))
+            SizesChanged();
+    }
+}
 
 void FitCommand(i32 command) {
     Sheet* sheet = FreeSheet();

@@ -55,7 +55,8 @@ i32 FindItem(const FormField& field, WideView name) {
 bool Enter(FormField& field, WideView value) {
     if (!field.enabled) return false;
     switch (field.kind) {
-        case FIELD_EDIT: return field.text.Assign(value);
+        case FIELD_EDIT:
+        case FIELD_SECRET: return field.text.Assign(value);
         case FIELD_CHECK: field.choice = SmallNumber(value, 2); return field.choice >= 0;
         case FIELD_RADIO:
         case FIELD_LIST:
@@ -96,7 +97,7 @@ bool RunHeadlessForm(Form& form) {
         const FormAnswer& answer = forms.answers[forms.answersUsed++];
         if (!FillIn(form, answer)) record.understood = false;
         if (!answer.accept) break;
-        accepted = !form.accept || form.accept(form);
+        accepted = form.acceptable && (!form.accept || form.accept(form));
     }
     record.accepted = accepted;
     if (record.title.Assign(form.title)) IgnoreFailure(forms.shown.Append(std::move(record)));

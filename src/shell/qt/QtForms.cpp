@@ -37,6 +37,7 @@ struct FormDialog {
 
     Form& form;
     QDialog dialog;
+    QPushButton* accept = nullptr;
     std::vector<FieldWidgets> widgets;
     bool filling = false;  // changes come from the form, not from the user
 };
@@ -69,6 +70,7 @@ void ShowField(const FieldWidgets& into, const FormField& field) {
 
 void ShowAll(FormDialog& shown) {
     shown.filling = true;
+    shown.accept->setEnabled(shown.form.acceptable);
     for (u32 i = 0; i < shown.form.fields.Count(); ++i) ShowField(shown.widgets[i], shown.form.fields[i]);
     shown.filling = false;
 }
@@ -110,7 +112,9 @@ FieldWidgets MakeWidgets(FormDialog& shown, const FormField& field, u32 index) {
     switch (field.kind) {
         case FIELD_LABEL: made.whole = new QLabel(ToQString(field.label), &shown.dialog); break;
         case FIELD_EDIT:
+        case FIELD_SECRET:
             made.whole = made.edit = new QLineEdit(ToQString(field.text), &shown.dialog);
+            if (field.kind == FIELD_SECRET) made.edit->setEchoMode(QLineEdit::Password);
             QObject::connect(made.edit, &QLineEdit::textEdited, &shown.dialog, changed);
             break;
         case FIELD_CHECK:
@@ -143,7 +147,8 @@ void PlaceField(QFormLayout& layout, const FieldWidgets& made, const FormField& 
 
 void AddButtons(FormDialog& shown, QFormLayout& layout) {
     auto* buttons = new QDialogButtonBox(&shown.dialog);
-    buttons->addButton(QStringLiteral("确定"), QDialogButtonBox::AcceptRole)->setDefault(true);
+    shown.accept = buttons->addButton(QStringLiteral("确定"), QDialogButtonBox::AcceptRole);
+    shown.accept->setDefault(true);
     buttons->addButton(QStringLiteral("取消"), QDialogButtonBox::RejectRole);
     layout.addRow(buttons);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &shown.dialog, &QDialog::reject);

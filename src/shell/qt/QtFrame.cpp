@@ -158,7 +158,10 @@ Frame::Frame(const FrameCalls& frameCalls)
 
 Frame* FrameInUse() { return frame ? &*frame : nullptr; }
 bool Send(const ShellMessage& message) { return frame && frame->calls.sendMessage(message); }
-QWidget* DialogParent() { return frame && frame->window.isVisible() ? &frame->window : nullptr; }
+QWidget* DialogParent() {
+    if (QWidget* open = QApplication::activeModalWidget()) return open;
+    return frame && frame->window.isVisible() ? &frame->window : nullptr;
+}
 
 void PlaceChildren() {
     if (!frame) return;

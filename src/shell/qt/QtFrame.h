@@ -45,7 +45,7 @@ struct Frame {
 };
 
 bool Send(const ShellMessage& message);
-// The parent of dialogs: the frame, when there is one.
+// The parent of dialogs: the dialog that is open, else the frame, when there is one.
 QWidget* DialogParent();
 
 // ---- events ------------------------------------------------------------------------------------------
