@@ -1,0 +1,140 @@
+#include <cmath>
+
+#include "functions/ArgumentReader.h"
+#include "functions/Handlers.h"
+
+// Numbers in other bases, as ten digits at most. The digit that is worth most counts down in the tenth place:
+// half of the numbers are negative, in two's complement.
+
+namespace tally {
+namespace {
+
+constexpr i32 MOST_DIGITS = 10;
+
+struct Base {
+    i32 radix;
+    i64 half;  // numbers run from -half to half - 1
+};
+constexpr Base BINARY{2, i64{1} << 9};
+constexpr Base OCTAL{8, i64{1} << 29};
+constexpr Base HEXADECIMAL{16, i64{1} << 39};
+
+i64 Signed(i64 number, const Base& base) { return number >= base.half ? number - 2 * base.half : number; }
+
+// The digits of binary and octal numbers are the decimal digits of the argument as a number.
+i64 ReadDecimalDigits(ArgumentReader& in, const Base& base) {
+    constexpr double ABOVE = 1e10;
+    const double given = std::trunc(in.Number());
+    in.Require(given >= 0 && given < ABOVE);
+    if (!in.inside) return 0;
+    i64 number = 0, worth = 1;
+    for (i64 rest = static_cast<i64>(given); rest; rest /= 10, worth *= base.radix) {
+        in.Require(rest % 10 < base.radix);
+        number += rest % 10 * worth;
+    }
+    return Signed(number, base);
+}
+
+i64 ReadHexadecimal(ArgumentReader& in) {
+    const WideView text = in.Text();
+    in.Require(text.size() <= MOST_DIGITS);
+    i64 number = 0;
+    for (std::size_t i = 0; in.inside && i < text.size(); ++i) {
+        const char16_t letter = text[i] | u' ';
+        const i32 digit = text[i] >= u'0' && text[i] <= u'9' ? text[i] - u'0'
+                          : letter >= u'a' && letter <= u'f' ? letter - u'a' + 10
+                                                             : HEXADECIMAL.radix;
+        in.Require(digit < HEXADECIMAL.radix);
+        number = number * HEXADECIMAL.radix + digit;
+    }
+    return Signed(number, HEXADECIMAL);
+}
+
+// A number too large for any base is outside of all of them.
+i64 ReadDecimal(ArgumentReader& in) {
+    const double number = std::trunc(in.Number());
+    in.Require(std::fabs(number) <= static_cast<double>(HEXADECIMAL.half));
+    return in.inside ? static_cast<i64>(number) : 0;
+}
+
+// The number with zeros in front up to the places of the next argument; all ten when it is negative.
+void WriteDigits(ArgumentReader& in, i64 number, const Base& base) {
+    const i32 places = in.IntegerOr(0);
+    in.Require(places >= 0 && places <= MOST_DIGITS);
+    in.Require(number >= -base.half && number < base.half);
+    if (!in.Done()) return;
+    char16_t text[MOST_DIGITS];
+    i32 at = MOST_DIGITS;
+    for (i64 rest = number < 0 ? number + 2 * base.half : number; rest || at == MOST_DIGITS; rest /= base.radix)
+        text[--at] = u"0123456789ABCDEF"[rest % base.radix];
+    while (MOST_DIGITS - at < places) text[--at] = u'0';
+    in.result = TextValue({text + at, static_cast<std::size_t>(MOST_DIGITS - at)});
+}
+
+void WriteDecimal(ArgumentReader& in, i64 number) {
+    if (in.Done()) in.result = NumberValue(static_cast<double>(number));
+}
+
+}  // namespace
+
+void CallBin2dec(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDecimal(in, ReadDecimalDigits(in, BINARY));
+}
+
+void CallBin2hex(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimalDigits(in, BINARY), HEXADECIMAL);
+}
+
+void CallBin2oct(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimalDigits(in, BINARY), OCTAL);
+}
+
+void CallDec2bin(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimal(in), BINARY);
+}
+
+void CallDec2hex(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimal(in), HEXADECIMAL);
+}
+
+void CallDec2oct(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimal(in), OCTAL);
+}
+
+void CallHex2bin(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadHexadecimal(in), BINARY);
+}
+
+void CallHex2dec(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDecimal(in, ReadHexadecimal(in));
+}
+
+void CallHex2oct(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadHexadecimal(in), OCTAL);
+}
+
+void CallOct2bin(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimalDigits(in, OCTAL), BINARY);
+}
+
+void CallOct2dec(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDecimal(in, ReadDecimalDigits(in, OCTAL));
+}
+
+void CallOct2hex(Value* arguments, Value& result, const EvalContext& context) {
+    ArgumentReader in{arguments, result, context};
+    WriteDigits(in, ReadDecimalDigits(in, OCTAL), HEXADECIMAL);
+}
+
+}  // namespace tally
