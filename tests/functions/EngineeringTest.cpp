@@ -1,7 +1,9 @@
 #include <cmath>
 #include <map>
+#include <set>
 #include <string>
 
+#include "formula/FormulaTypes.h"
 #include "functions/FormulaFile.h"
 #include "functions/UnitTable.h"
 
@@ -14,6 +16,23 @@ TEST_F(Engineering, Rules) { Check("engineering.txt"); }
 TEST_F(Engineering, BesselFunctionsAgreeWithLongerOnes) { Check("bessel.txt"); }
 TEST_F(Engineering, ErrorFunctionAgreesWithLongerOnes) { Check("errorfunction.txt"); }
 TEST_F(Engineering, ComplexNumbersAgreeWithLongerOnes) { Check("complex.txt"); }
+
+TEST_F(Engineering, EveryFunctionOfMoneyAndEngineeringHasItsRules) {
+    std::set<std::string> sections;
+    for (const char* file : {"securities.txt", "engineering.txt"}) {
+        for (const std::string& name : Sections(file)) sections.insert(name);
+    }
+    for (i32 row = MAIN_FUNCTIONS; row < FUNCTION_ROWS; ++row) {
+        const FunctionEntry& entry = FunctionTable[row];
+        const std::string name = Narrow(entry.name);
+        const bool ofCashFlows = name == "XIRR" || name == "XNPV";
+        if (ofCashFlows || (entry.category != CATEGORY_FINANCIAL && entry.category != CATEGORY_ENGINEERING))
+            continue;
+        EXPECT_EQ(sections.count(name), 1u) << name;
+        sections.erase(name);
+    }
+    EXPECT_TRUE(sections.empty()) << *sections.begin();
+}
 
 struct PrefixedUnit {
     const char16_t* name;
