@@ -1,4 +1,5 @@
 #include "Common.h"
+#include "formula/Evaluator.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -25,6 +26,7 @@ void Edit(u8 place, ByteView tokens) {
 extern "C" int LLVMFuzzerTestOneInput(const tally::u8* data, std::size_t size) {
     if (size < 2 || size > 1024) return 0;
     BeginRun();
+    Budget() = {1u << 14, 1u << 16};
     for (std::size_t at = 0; at + 2 <= size;) {
         const u8 place = data[at];
         const std::size_t left = size - at - 2;

@@ -10,6 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const tally::u8* data, std::size_t size) {
     using namespace tally;
     if (size < 2 || size > 4096) return 0;
     BeginRun();
+    Budget() = {1u << 14, 1u << 16};
     const std::size_t length = data[0] < size - 1 ? size - 1 - data[0] : size - 1;
     FormulaTokens tokens, name;
     const u8 nameBytes[] = {0x24, 0, 0, 0, 0xC0};

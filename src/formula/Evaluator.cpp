@@ -20,14 +20,12 @@ constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
 constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
 
-constexpr u64 MAX_ELEMENTS = 1u << 22;  // of arrays made by one evaluation with all that it calls
-
-constexpr u64 MAX_STEPS = 1u << 26;  // over elements of arrays, each token by itself
 
 struct EngineDepth {
     i32 depth = 0;
     u64 elements = 0;
     u64 steps = 0;
+    EvaluationBudget budget;
 };
 EngineDepth engine;
 
@@ -59,7 +57,7 @@ void CheckTop(Run& run) {
     } else if (top.type == VT_ARRAY) {
         const u32 count = ArrayElementCount(top);
         engine.steps += count;
-        if (engine.steps > MAX_STEPS) return SetError(top, ERR_NA);
+        if (engine.steps > engine.budget.steps) return SetError(top, ERR_NA);
         for (u32 i = 0; i < count; ++i) {
             Value& element = top.elements[i];
             if (element.type == VT_NUMBER && !std::isfinite(element.number)) element = ErrorValue(ERR_NUM);
@@ -488,6 +486,7 @@ void RunTokens(Run& run) {
 
 }  // namespace
 
+EvaluationBudget& Budget() { return engine.budget; }
 MacroCalls& MacroEngine() { return macroCalls; }
 
 bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalContext& context) {
@@ -517,13 +516,13 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
 bool SpendElements(u64 count) {
     if (!engine.depth) return true;
     engine.elements += count;
-    return engine.elements <= MAX_ELEMENTS;
+    return engine.elements <= engine.budget.elements;
 }
 
 bool SpendSteps(u64 count) {
     if (!engine.depth) return true;
     engine.steps += count;
-    return engine.steps <= MAX_STEPS;
+    return engine.steps <= engine.budget.steps;
 }
 
 bool TokensCall(const FormulaTokens& tokens, u16 id) {

@@ -14,6 +14,13 @@ void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler ha
                   std::string_view signature, const EvalContext& context);
 // Adds a context's row and column to the relative fields, with wrap. The tokens must be unshared.
 void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column);
+// What one evaluation, with all that it calls, may make and go over. The first values suit a desktop; fuzz
+// targets come to the end sooner.
+struct EvaluationBudget {
+    u64 elements = 1u << 22;  // of arrays that are made
+    u64 steps = 1u << 26;     // over elements of arrays, each token by itself
+};
+EvaluationBudget& Budget();
 // Counts elements of arrays against what one evaluation may make, so that a few tokens over whole sheets
 // end. False when it is used up: the array is then "#N/A".
 bool SpendElements(u64 count);
