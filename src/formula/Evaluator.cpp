@@ -20,7 +20,6 @@ constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
 constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
 
-
 struct EngineDepth {
     i32 depth = 0;
     u64 elements = 0;
