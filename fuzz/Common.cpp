@@ -6,6 +6,7 @@
 #include "fileio/TextFiles.h"
 #include "formula/AreaSums.h"
 #include "formula/Recalculation.h"
+#include "functions/LookupIndex.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
 
@@ -24,6 +25,7 @@ void EndRun() {
     ResetBooks();
     DropDependents();
     ResetAreaSums();
+    ResetLookups();
     ResetHeadlessPlatform();
 }
 

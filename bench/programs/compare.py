@@ -91,6 +91,55 @@ def running_sums(out):
         out.write(f'{row % 97},"=SUM(A$1:A{row})"\n')
 
 
+def keys(count, seed):
+    """The keys of a table in order, and the same shuffled."""
+    ordered = [f"Part {i * 7:06d} of {chr(97 + i % 26)}" for i in range(count)]
+    shuffled = ordered[:]
+    random.Random(seed).shuffle(shuffled)
+    return ordered, shuffled
+
+
+def looked_up(formula, sorted_table):
+    def write(out):
+        ordered, shuffled = keys(20000, 4)
+        table = ordered if sorted_table else shuffled
+        _, wanted = keys(20000, 5)
+        for row in range(1, 20001):
+            out.write(f'{table[row - 1]},{row},{wanted[row - 1]},"{formula.format(row=row)}"\n')
+    return write
+
+
+def business(out):
+    source = random.Random(6)
+    regions = ["north", "south", "east", "west", "centre"]
+    rates = [0.02, 0.05, 0.075, 0.1, 0.12]
+    for row in range(1, 50001):
+        fields = [
+            f"{source.choice(regions)}", f"  order {row} of   {source.randrange(900)} ", f"{source.uniform(1, 5000):.3f}",
+            f"{source.randrange(1, 40)}", f"{source.randrange(33000, 45000)}",
+            f"{rates[row - 1]}" if row <= 5 else "",
+            f'"=IF(C{row}>1000,ROUND(C{row}*D{row},2),C{row}*D{row})"',
+            f'"=DATE(YEAR(E{row}),MONTH(E{row})+1,1)"', f'"=TEXT(E{row},""yyyy-mm-dd"")"',
+            f'"=INDEX($F$1:$F$5,MOD(D{row},5)+1)*G{row}"', f"=UPPER(LEFT(TRIM(B{row}),8))",
+            f'"=CONCATENATE(MID(A{row},1,2),""-"",D{row})"', f'"=IF(AND(C{row}>500,D{row}<20),1,0)"',
+            f'"=COUNTIF(C{row}:F{row},"">30"")"',
+        ]
+        if row <= 200:
+            fields.append(f'"=SUMIF(A:A,A{row},G:G)+COUNTIF(D:D,{row % 40})"')
+        out.write(",".join(fields) + "\n")
+
+
+def family(*formulas):
+    """65,536 rows of each formula over a few columns of numbers, dates and texts."""
+    def write(out):
+        source = random.Random(7)
+        for row in range(1, 65537):
+            inputs = [f"{source.uniform(0.01, 0.99):.6f}", f"{source.uniform(1, 900):.3f}", f"{source.randrange(1, 500)}",
+                      f"{source.randrange(30000, 45000)}", f"word {source.randrange(10**6)} Of text"]
+            out.write(",".join(inputs + [f'"{f.format(r=row)}"' for f in formulas]) + "\n")
+    return write
+
+
 def tiny(out):
     out.write("1\n")
 
@@ -105,6 +154,28 @@ CASES = [
     ("60,000 on one cell", one_cell, "xls", True, "1/5 LibreOffice"),
     ("5,000 sums of 20,000", same_sums, "xls", True, "1/5 LibreOffice"),
     ("20,000 running sums", running_sums, "xls", True, "1/5 LibreOffice"),
+    ("20,000 exact VLOOKUPs", looked_up("=VLOOKUP(C{row},$A$1:$B$20000,2,FALSE)", False), "xls", True, "1/5 of the better"),
+    ("20,000 sorted VLOOKUPs", looked_up("=VLOOKUP(C{row},$A$1:$B$20000,2)", True), "xls", True, "1/5 of the better"),
+    ("20,000 exact MATCHes", looked_up("=MATCH(C{row},$A$1:$A$20000,0)", False), "xls", True, "1/5 of the better"),
+    ("business sheet of 50,000", business, "xls", True, "1/8 of the better"),
+    ("family text", family("=SUBSTITUTE(E{r},"" "",""--"")", "=PROPER(E{r})", '=TEXT(B{r},""#,##0.00"")',
+                           "=SEARCH(""t?x"",E{r})", "=REPLACE(E{r},2,3,C{r})"), "xls", True, "1/5 ssconvert"),
+    ("family date", family("=DATEDIF(D{r},D{r}+C{r},""m"")", "=WEEKDAY(D{r},2)", "=DAYS360(D{r},D{r}+C{r})",
+                           "=DATEVALUE(""2/3/2004"")", "=YEAR(D{r})*MONTH(D{r})+DAY(D{r})"), "xls", True, "1/5 ssconvert"),
+    ("family math", family("=ROUND(B{r},2)", "=COMBIN(30,INT(A{r}*20))", "=ATAN2(A{r},B{r})+LOG(B{r},3)",
+                           "=SUMPRODUCT(A{r}:C{r},A{r}:C{r})", "=ROMAN(C{r})"), "xls", True, "1/5 ssconvert"),
+    ("family statistics", family("=NORMSINV(A{r})", "=STDEV(A{r}:C{r})", "=BETADIST(A{r},2,3)", "=TINV(A{r},10)",
+                                 "=PERCENTILE(A{r}:C{r},0.3)"), "xls", True, "1/5 ssconvert"),
+    ("family financial", family("=PMT(A{r},C{r},B{r})", "=NPV(A{r},A{r}:C{r})", "=DDB(B{r},1,10,3)",
+                                "=RATE(24,-B{r},B{r}*20)", "=PV(A{r}/12,60,B{r})"), "xls", True, "1/5 ssconvert"),
+    ("family lookup", family("=INDEX(A{r}:D{r},1,3)", "=CHOOSE(MOD(C{r},3)+1,A{r},B{r},C{r})", "=ADDRESS(C{r},5)",
+                             "=OFFSET(A{r},0,2)", "=MATCH(C{r},A{r}:D{r},0)"), "xls", True, "1/5 ssconvert"),
+    ("family information", family("=ISNUMBER(E{r})", "=IF(ISERROR(1/0),N(A{r}),1)", "=TYPE(E{r})",
+                                  "=COUNTBLANK(A{r}:F{r})", "=CELL(""row"",A{r})"), "xls", True, "1/5 ssconvert"),
+    ("family database", family("=DSUM($A$1:$E$9,2,$A$1:$A$2)", "=DCOUNT($A$1:$E$9,2,$A$1:$B$2)",
+                               "=DMAX($A$1:$E$9,3,$A$1:$A$2)"), "xls", True, "1/5 ssconvert"),
+    ("family engineering", family("=DEC2HEX(C{r})", "=BESSELJ(B{r},2)", '=IMPRODUCT(""3+4i"",C{r})', "=ERF(A{r})",
+                                  '=CONVERT(B{r},""lbm"",""g"")'), "xls", True, "1/5 ssconvert"),
 ]
 
 

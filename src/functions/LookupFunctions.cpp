@@ -4,11 +4,12 @@
 #include "functions/Arguments.h"
 #include "functions/Criteria.h"
 #include "functions/Handlers.h"
+#include "functions/LookupIndex.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 
-// The lookups read a table where it lies: an array's elements, or the cells of an area. All scan in
-// order; nothing relies on the table being sorted.
+// The lookups read a table where it lies: an array's elements, or the cells of an area. All find what a scan
+// in order finds; nothing relies on the table being sorted.
 
 namespace tally {
 namespace {
@@ -58,7 +59,8 @@ bool Pass(const VisitedValue&, void*) { return true; }
 // Brings an area's cells up to date.
 void CalculateTable(const Value& argument, const EvalContext& context, const SheetArea& from) {
     const Sheet* sheet = SheetAt(from.book, from.sheet);
-    if (!sheet || !HasStaleCells(sheet->cells, from.area)) return;
+    if (!sheet || KnownCurrent(*sheet, from.area)) return;
+    if (!HasStaleCells(sheet->cells, from.area)) return NoteCurrent(*sheet, from.area);
     i32 error = -1;
     IgnoreFailure(VisitValues(argument, context, Pass, nullptr, error));
 }
@@ -164,9 +166,27 @@ bool MatchesFromAbove(const Value& value, const Value& element) {
 
 constexpr i32 NOT_FOUND = -1;
 
+// From the orders that are kept of a column, which find what a walk over its cells would. False when the walk
+// must be made.
+bool FindKept(const Line& line, const Value& value, LookupRule rule, i32& found) {
+    if (line.table.array || !line.vertical) return false;
+    if (rule == FIRST_EQUAL && value.type == VT_STRING && TextOf(value).find_first_of(u"*?~") != WideView::npos)
+        return false;
+    const SheetArea& from = line.table.from;
+    const Sheet* sheet = SheetAt(from.book, from.sheet);
+    // Cells that still wait are in a circle: what they hold changes under the lookup.
+    if (!sheet || !KnownCurrent(*sheet, from.area)) return false;
+    const LookupColumn column = {sheet, from.area.firstColumn + line.fixed, from.area.firstRow,
+                                 from.area.lastRow};
+    if (!FindInColumn(column, value, rule, found)) return false;
+    found = found == LOOKUP_NONE ? NOT_FOUND : found - from.area.firstRow;
+    return true;
+}
+
 // The place of the lowest line element that the value reaches, looking from the end; or the first equal one.
 i32 FindInLine(const Line& line, const Value& value, bool approximate) {
     i32 found = NOT_FOUND;
+    if (FindKept(line, value, approximate ? LAST_REACHED : FIRST_EQUAL, found)) return found;
     WalkLine(line, approximate, [&](i32 at, const Value& element) {
         if (element.type != value.type) return true;
         if (!(approximate ? MatchesFromAbove(value, element) : MatchesExactly(value, element))) return true;
@@ -210,6 +230,8 @@ void LookUp(Value* arguments, Value& result, const EvalContext& context, bool ve
 
 i32 MatchInLine(const Line& line, const Value& value, i32 kind) {
     i32 best = NOT_FOUND;
+    const LookupRule rule = kind == 0 ? FIRST_EQUAL : kind > 0 ? WALK_UP : WALK_DOWN;
+    if (FindKept(line, value, rule, best)) return best;
     WalkLine(line, false, [&](i32 at, const Value& element) {
         if (element.type != value.type) return true;
         if (kind == 0) {

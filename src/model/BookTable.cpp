@@ -243,7 +243,6 @@ bool InsertSheet(i32 position, const WideView* name, i32 kind, bool recordUndo, 
         return false;
     }
     if (recordUndo) calls.recordSheetInsert(bookTable.currentBook, position, kind);
-    sheet->serial = ++bookTable.sheetSerial;
     book->currentSheet = position;
     ResetSheet(kind, 0);
     SetSheetName(*sheet, name ? *name : ownName.View());
@@ -260,14 +259,13 @@ void ResetSheet(i32 kind, i32 hidden) {
     Workbook* book = CurrentWorkbook();
     Sheet* sheet = CurrentSheet();
     if (!sheet) return;
-    // Only the name and the sheet's place outlive the reset.
+    // Only the name and the sheet's place outlive the reset; what was kept of the cells must not.
     char16_t name[MAX_SHEET_NAME + 1];
     std::memcpy(name, sheet->name, sizeof name);
-    const u32 serial = sheet->serial;
     FreeSheetContents(sheet);
     *sheet = Sheet();
     std::memcpy(sheet->name, name, sizeof name);
-    sheet->serial = serial;
+    sheet->serial = ++bookTable.sheetSerial;
     sheet->book = bookTable.currentBook;
     sheet->index = book->currentSheet;
     sheet->kind = kind;
@@ -275,6 +273,7 @@ void ResetSheet(i32 kind, i32 hidden) {
     sheet->viewFlags = VIEW_GRIDLINES | VIEW_HEADERS | VIEW_STANDARD_WIDTH | VIEW_STANDARD_HEIGHT;
     if (kind != SHEET_WORKSHEET) sheet->viewFlags |= VIEW_FORMULAS;
     if (kind == SHEET_CHART) sheet->viewFlags = 0;
+    calls.structureChanged();
 }
 
 void RemoveSheet(i32 book, i32 sheet) {

@@ -11,6 +11,7 @@
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
+#include "functions/LookupIndex.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -76,6 +77,7 @@ void Sandbox::TearDown() {
     ResetBooks();
     DropDependents();
     ResetAreaSums();
+    ResetLookups();
     Random() = RandomState();
     SetLinkOpener(nullptr);
     UseHeadlessPlatform();

@@ -1,0 +1,39 @@
+#pragma once
+// What many lookups in the same column share: the column's numbers and texts in the order of their rows, and
+// orders over them that give the places which a scan would find. A column is entered when it is looked through
+// a second time, and is good until one of its cells changes.
+
+#include "model/ModelTypes.h"
+
+namespace tally {
+
+enum LookupRule : u8 {
+    FIRST_EQUAL,   // the first element that equals: Near numbers, texts without regard to case
+    LAST_REACHED,  // the last element that is not above the value
+    // The walk from the first element that ends at an equal one, or before the first above (below).
+    WALK_UP,
+    WALK_DOWN,
+};
+
+// A part of a column, all of it up to date.
+struct LookupColumn {
+    const Sheet* sheet;
+    i32 column;
+    i32 firstRow;
+    i32 lastRow;
+};
+
+constexpr i32 LOOKUP_NONE = -1;
+
+// False when the question must be answered by a scan: by what the value is, for lack of memory, or because the
+// column is short or new here. Otherwise `row` is the sheet's row that was found, or LOOKUP_NONE. Texts with
+// wildcards are no concern of this: the caller asks with plain ones only.
+bool FindInColumn(const LookupColumn& where, const Value& value, LookupRule rule, i32& row);
+
+// Whether an area is known to have no cell that waits for its calculation, and the note that it has none.
+bool KnownCurrent(const Sheet& sheet, const RefArea& area);
+void NoteCurrent(const Sheet& sheet, const RefArea& area);
+
+void ResetLookups();
+
+}  // namespace tally
