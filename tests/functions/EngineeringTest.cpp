@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <map>
+#include <random>
 #include <set>
 #include <string>
 
@@ -32,6 +35,64 @@ TEST_F(Engineering, EveryFunctionOfMoneyAndEngineeringHasItsRules) {
         sections.erase(name);
     }
     EXPECT_TRUE(sections.empty()) << *sections.begin();
+}
+
+// Arguments that are too large, too small, of the wrong type or not there.
+constexpr const char* HOSTILE[] = {"0",
+                                   "1",
+                                   "2",
+                                   "-1",
+                                   "0.5",
+                                   "1E+308",
+                                   "-1E+308",
+                                   "1E-308",
+                                   "4",
+                                   "39000",
+                                   "40000",
+                                   "2147483647",
+                                   "-2147483648",
+                                   "3E+9",
+                                   "9E+15",
+                                   "\"x\"",
+                                   "\"\"",
+                                   "#N/A",
+                                   "TRUE",
+                                   "B1",
+                                   "B9",
+                                   "B1:C9",
+                                   "(B1,C1)",
+                                   "{1,2}",
+                                   "\"3+4i\"",
+                                   "\"j\"",
+                                   "100",
+                                   "1000000",
+                                   "\"1E+300-1E+300i\"",
+                                   "1E-5",
+                                   "41000",
+                                   "0.05",
+                                   "B:IV"};
+
+TEST_F(Engineering, HostileArgumentsEndInAnErrorOrANumber) {
+    Enter("B1", "1E+307");
+    Enter("C1", "text");
+    std::minstd_rand random(7);
+    for (i32 row = MAIN_FUNCTIONS; row < FUNCTION_ROWS; ++row) {
+        const FunctionEntry& entry = FunctionTable[row];
+        if (entry.category != CATEGORY_FINANCIAL && entry.category != CATEGORY_ENGINEERING) continue;
+        const std::size_t most = std::min<std::size_t>(entry.signature.size(), 9);
+        for (int i = 0; i < 150; ++i) {
+            std::string formula = "=" + Narrow(entry.name) + "(";
+            for (std::size_t k = 0; k < most; ++k) {
+                if (k) formula += ",";
+                formula += HOSTILE[random() % std::size(HOSTILE)];
+            }
+            const std::string shown = Eval(formula + ")");
+            EXPECT_EQ(shown.find("nan"), std::string::npos) << formula;
+            EXPECT_EQ(shown.find("inf"), std::string::npos) << formula;
+            EXPECT_EQ(shown.find("INF"), std::string::npos) << formula;
+            EXPECT_NE(shown, "fault") << formula;
+        }
+    }
 }
 
 struct PrefixedUnit {

@@ -6,6 +6,7 @@ namespace {
 class Securities : public FormulaFile {};
 
 TEST_F(Securities, BondsAgreeWithWorkedOutValues) { Check("bonds.txt"); }
+TEST_F(Securities, OddPeriodsAgreeWithWorkedOutValues) { Check("oddperiods.txt"); }
 TEST_F(Securities, Rules) { Check("securities.txt"); }
 
 }  // namespace
