@@ -145,6 +145,33 @@ void WriteRecordHeader(BiffWriter& writer, u16 id, std::size_t length) {
     WriteU16(writer, static_cast<u32>(length));
 }
 
+u8* BeginRecord(BiffWriter& writer, u16 id, std::size_t length) {
+    const std::size_t before = writer.stream.Count();
+    const std::size_t wanted = before + 4 + length;
+    // Growth in steps, so that a stream of many records is not copied for each of them.
+    if (!writer.failed && wanted > writer.stream.Capacity())
+        writer.failed = !writer.stream.Reserve(wanted + wanted / 2 + RECORD_ROOM);
+    if (writer.failed || !writer.stream.ResizeRaw(wanted)) {
+        writer.failed = true;
+        return writer.sink;
+    }
+    u8* header = writer.stream.Data() + before;
+    PutU16(header, id);
+    PutU16(header + 2, static_cast<u32>(length));
+    return header + 4;
+}
+
+void WriteSplitRecord(BiffWriter& writer, u16 id, ByteView body, std::size_t first, std::size_t most) {
+    for (std::size_t room = first;; room = most) {
+        const ByteView part = body.first(body.size() < room ? body.size() : room);
+        WriteRecordHeader(writer, id, part.size());
+        WriteBytes(writer, part.data(), part.size());
+        body = body.subspan(part.size());
+        if (body.empty()) return;
+        id = RECORD_CONTINUE;
+    }
+}
+
 void WriteRecordU16(BiffWriter& writer, u16 id, u32 value) {
     WriteRecordHeader(writer, id, 2);
     WriteU16(writer, value);
@@ -163,25 +190,47 @@ void PatchU32(BiffWriter& writer, u32 value, u32 streamOffset) {
     if (streamOffset + 4 <= writer.stream.Count()) PutU32(writer.stream.Data() + streamOffset, value);
 }
 
-bool BuildCompoundFile(ByteView stream, u8 biffVersion, Array<u8>& out) {
-    const std::size_t size = stream.size() < SMALLEST_STREAM ? SMALLEST_STREAM : stream.size();
+namespace {
+
+// What stands in front of the stream and behind it. The stream itself is written as it lies.
+struct Surroundings {
+    FileLayout layout;
+    u8 header[SECTOR];
+    std::size_t padding = 0;  // zero bytes behind the stream
+    Array<u8> tail;           // padding, FAT, directory, DIFAT
+};
+
+bool BuildSurroundings(std::size_t streamBytes, u8 biffVersion, Surroundings& out) {
+    const std::size_t size = streamBytes < SMALLEST_STREAM ? SMALLEST_STREAM : streamBytes;
     if (size > 0x7FFFFFFF) return false;
-    const FileLayout layout = PlanSectors(size);
-    out.Truncate(0);
-    if (!out.Resize((std::size_t{layout.Total()} + 1) * SECTOR)) return false;
-    u8* sectors = out.Data() + SECTOR;
-    PutHeader(out.Data(), layout);
-    if (!stream.empty()) std::memcpy(sectors, stream.data(), stream.size());
-    PutFat(sectors + std::size_t{layout.stream} * SECTOR, layout);
-    PutDirectory(sectors + std::size_t{layout.Directory()} * SECTOR, biffVersion, static_cast<u32>(size));
-    PutDifat(sectors + (std::size_t{layout.Directory()} + 1) * SECTOR, layout);
+    const FileLayout layout = out.layout = PlanSectors(size);
+    out.padding = std::size_t{layout.stream} * SECTOR - streamBytes;
+    if (!out.tail.Resize(out.padding + std::size_t{layout.Total() - layout.stream} * SECTOR)) return false;
+    PutHeader(out.header, layout);
+    u8* sectors = out.tail.Data() + out.padding;
+    PutFat(sectors, layout);
+    PutDirectory(sectors + std::size_t{layout.fat} * SECTOR, biffVersion, static_cast<u32>(size));
+    PutDifat(sectors + (std::size_t{layout.fat} + 1) * SECTOR, layout);
     return true;
 }
 
+}  // namespace
+
+bool BuildCompoundFile(ByteView stream, u8 biffVersion, Array<u8>& out) {
+    Surroundings around;
+    out.Truncate(0);
+    return BuildSurroundings(stream.size(), biffVersion, around) &&
+           out.Reserve(SECTOR + stream.size() + around.tail.Count()) && out.AppendMany(around.header, SECTOR) &&
+           out.AppendMany(stream.data(), stream.size()) &&
+           out.AppendMany(around.tail.Data(), around.tail.Count());
+}
+
 bool WriteCompoundFile(const BiffWriter& writer, u8 biffVersion, OutputHandle file) {
-    Array<u8> bytes;
-    return !writer.failed && BuildCompoundFile(writer.stream.Span(), biffVersion, bytes) &&
-           Platform().writeFile(file, bytes.Data(), bytes.Count());
+    Surroundings around;
+    const auto write = Platform().writeFile;
+    return !writer.failed && BuildSurroundings(writer.stream.Count(), biffVersion, around) &&
+           write(file, around.header, SECTOR) && write(file, writer.stream.Data(), writer.stream.Count()) &&
+           write(file, around.tail.Data(), around.tail.Count());
 }
 
 }  // namespace tally

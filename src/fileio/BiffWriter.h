@@ -7,9 +7,13 @@
 
 namespace tally {
 
+constexpr u16 RECORD_CONTINUE = 60;
+constexpr std::size_t RECORD_ROOM = 8224;  // bytes that a reader takes for the body of one record
+
 struct BiffWriter {
     Array<u8> stream;
-    bool failed = false;  // memory ran out; nothing is written then
+    bool failed = false;    // memory ran out; nothing is written then
+    u8 sink[RECORD_ROOM];  // takes what a failed writer is given
 };
 
 void WriteBytes(BiffWriter& writer, const void* bytes, std::size_t count);
@@ -19,6 +23,11 @@ void WriteU16(BiffWriter& writer, u32 value);
 void WriteU32(BiffWriter& writer, u32 value);
 void WriteF64(BiffWriter& writer, double value);
 void WriteRecordHeader(BiffWriter& writer, u16 id, std::size_t length);
+// The header of a record of at most RECORD_ROOM bytes, and room for its body, which the caller fills in
+// before anything else is written. Never null.
+u8* BeginRecord(BiffWriter& writer, u16 id, std::size_t length);
+// A body of any length: what goes beyond `most` bytes stands in CONTINUE records of at most `most` bytes.
+void WriteSplitRecord(BiffWriter& writer, u16 id, ByteView body, std::size_t first, std::size_t most);
 void WriteRecordU16(BiffWriter& writer, u16 id, u32 value);
 void WriteRecordU16Pair(BiffWriter& writer, u16 id, u32 a, u32 b);
 void WriteEmptyRecord(BiffWriter& writer, u16 id);

@@ -53,6 +53,7 @@ void ReadCodePage(LoadState& load, ByteView body) {
 
 bool ReadWriteAccess(LoadState& load, ByteView body) {
     const ByteView raw = From(body, load.biffVersion == 8 ? 3 : 1);
+    LoadedBook(load).userNameLength = load.biffVersion == 8 ? WordAt(body, 0) : ByteAt(body, 0);
     Array<u8>& name = LoadedBook(load).userName;
     name.Truncate(0);
     return name.AppendMany(raw.data(), raw.size());

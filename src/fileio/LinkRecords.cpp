@@ -27,7 +27,7 @@ bool ReadNameTokens(LoadState& load, ByteView rest, u16 length, FormulaTokens& o
     if (rest.size() < length) length = static_cast<u16>(rest.size());
     const ByteView tokens = rest.first(length);
     const ByteView extra = From(rest, length);
-    return load.biffVersion == 8 ? MakeTokens(out, tokens, extra) : WidenTokens(load, tokens, extra, out);
+    return load.biffVersion == 8 ? MakeTokens(out, tokens, extra) : WidenTokens(load, tokens, extra, out, true);
 }
 
 bool ReadLinkText(LoadState& load, ByteView bytes, std::size_t length, WideText& out, std::size_t& used) {

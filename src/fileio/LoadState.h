@@ -89,8 +89,9 @@ void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags);
 // After the globals of a 95 form: sheets of scoped names.
 void ResolveNameSheets(LoadState& load);
 // From the 95 token form, `length` bytes of tokens and what follows them, to BIFF8. Failure: memory or
-// a stream that does not fit.
-[[nodiscard]] bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out);
+// a stream that does not fit. `offsets`: relative rows are distances that wrap, as in names.
+[[nodiscard]] bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out,
+                               bool offsets = false);
 // The same from bare files; `version` 2, 3 or 4.
 [[nodiscard]] bool WidenOldTokens(LoadState& load, int version, ByteView tokens, ByteView extra,
                                   FormulaTokens& out);

@@ -34,6 +34,8 @@ bool ReadBookGlobals(LoadState& load, const BiffRecord& bof) {
     LoadedBook(load).biffVersion = load.biffVersion;
     if (!ReadGlobals(load)) return false;
     if (load.biffVersion != 8) ResolveNameSheets(load);
+    // A sheet has a table of its own.
+    load.externTable.Clear();
     return true;
 }
 

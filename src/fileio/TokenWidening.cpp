@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "fileio/LoadState.h"
+#include "fileio/TokenRewrite.h"
 #include "formula/Links.h"
 
 // The token strings of the older forms of the format, brought to BIFF8. Sizes and fields are those of
@@ -13,33 +14,11 @@ namespace {
 constexpr u8 OLD_SHEET = 0x1A, OLD_END_SHEET = 0x1B, OLD_COMMAND = 0x38;
 constexpr u16 ROW_BITS = 0x3FFF;
 
-// A length or jump that has to follow the growth of what lies in its span.
-struct Patch {
-    u32 at;       // of the u16 in the new tokens
-    u32 newBase;  // the value counts from here
-    u32 oldTarget;
-    u32 less;  // subtracted from the new distance
-};
-
 struct Widening {
     LoadState& load;
     int version;
-    ByteView old;
-    Array<u8> out;
-    Array<u32> places;  // new place of each old byte, one more for the end
-    Array<Patch> patches;
-    bool failed = false;  // memory
-
-    void Put(u32 byte) { failed = failed || !out.Append(static_cast<u8>(byte)); }
-    void PutWord(u32 word) {
-        Put(word & 0xFF);
-        Put(word >> 8);
-    }
-    void PutBytes(ByteView bytes) { failed = failed || !out.AppendMany(bytes.data(), bytes.size()); }
-    void PutSpan(u32 newBase, u32 oldTarget, u32 less) {
-        failed = failed || !patches.Append({out.Count(), newBase, oldTarget, less});
-        PutWord(0);
-    }
+    bool offsets;  // relative rows are distances that wrap
+    TokenRewrite to;
 };
 
 // Size of an old token behind its first byte; variable ones are told by their own routine.
@@ -89,36 +68,36 @@ u16 WideRow(u16 word, bool offset) {
 
 void PutRef(Widening& w, ByteView operand, bool offset) {
     const u16 word = WordAt(operand, 0);
-    w.PutWord(WideRow(word, offset));
-    w.Put(ByteAt(operand, 2));
-    w.Put(word >> 8 & 0xC0u);
+    PutWord(w.to, WideRow(word, offset));
+    PutByte(w.to, ByteAt(operand, 2));
+    PutByte(w.to, word >> 8 & 0xC0u);
 }
 
 void PutArea(Widening& w, ByteView operand, bool offset) {
     const u16 first = WordAt(operand, 0);
     const u16 last = WordAt(operand, 2);
-    w.PutWord(WideRow(first, offset));
-    w.PutWord(WideRow(last, offset));
-    w.Put(ByteAt(operand, 4));
-    w.Put(first >> 8 & 0xC0u);
-    w.Put(ByteAt(operand, 5));
-    w.Put(last >> 8 & 0xC0u);
+    PutWord(w.to, WideRow(first, offset));
+    PutWord(w.to, WideRow(last, offset));
+    PutByte(w.to, ByteAt(operand, 4));
+    PutByte(w.to, first >> 8 & 0xC0u);
+    PutByte(w.to, ByteAt(operand, 5));
+    PutByte(w.to, last >> 8 & 0xC0u);
 }
 
 u32 PutString(Widening& w, ByteView rest) {
     const u32 length = ByteAt(rest, 1);
     if (ReadBiffString(From(rest, 2), 7, LoadedBook(w.load).codePage, length, w.load.text) == STRING_FAILED) {
-        w.failed = true;
+        w.to.failed = true;
         return 0;
     }
     const WideView text = w.load.text.View().substr(0, 255);
     const bool wide = std::any_of(text.begin(), text.end(), [](char16_t c) { return c > 255; });
-    w.Put(ptgStr);
-    w.Put(static_cast<u32>(text.size()));
-    w.Put(wide);
+    PutByte(w.to, ptgStr);
+    PutByte(w.to, static_cast<u32>(text.size()));
+    PutByte(w.to, wide);
     for (char16_t c : text) {
-        w.Put(c & 0xFFu);
-        if (wide) w.Put(c >> 8u);
+        PutByte(w.to, c & 0xFFu);
+        if (wide) PutByte(w.to, c >> 8u);
     }
     return length + 2;
 }
@@ -127,15 +106,15 @@ u32 PutChoose(Widening& w, ByteView rest, u32 at) {
     const u32 field = w.version == 2 ? 1 : 2;
     const u32 count = field == 1 ? ByteAt(rest, 2) : WordAt(rest, 2);
     const u32 tableOld = at + 2 + field;
-    w.Put(ptgAttr);
-    w.Put(ATTR_CHOOSE);
-    w.PutWord(count);
-    const u32 tableNew = w.out.Count();
-    for (u32 i = 0; i <= count && !w.failed; ++i) {
+    PutByte(w.to, ptgAttr);
+    PutByte(w.to, ATTR_CHOOSE);
+    PutWord(w.to, count);
+    const u32 tableNew = w.to.out.Count();
+    for (u32 i = 0; i <= count && !w.to.failed; ++i) {
         const std::size_t entry = 2 + field + std::size_t{i} * field;
         if (entry >= rest.size()) break;
         const u32 offset = field == 1 ? ByteAt(rest, entry) : WordAt(rest, entry);
-        w.PutSpan(tableNew, tableOld + offset, 0);
+        PutSpan(w.to, tableNew, tableOld + offset, 0);
     }
     return 2 + field + (count + 1) * field;
 }
@@ -145,16 +124,16 @@ u32 PutAttr(Widening& w, ByteView rest, u32 at) {
     if (kind == ATTR_CHOOSE) return PutChoose(w, rest, at);
     const u32 size = w.version == 2 ? 3 : 4;
     const u32 argument = w.version == 2 ? ByteAt(rest, 2) : WordAt(rest, 2);
-    w.Put(ptgAttr);
-    w.Put(kind);
-    const u32 next = w.out.Count() + 2;
+    PutByte(w.to, ptgAttr);
+    PutByte(w.to, kind);
+    const u32 next = w.to.out.Count() + 2;
     if (kind == ATTR_IF) {
-        w.PutSpan(next, at + size + argument, 0);
+        PutSpan(w.to, next, at + size + argument, 0);
     } else if (kind == ATTR_GOTO) {
         // The distance of a jump is one less than the bytes that it passes over.
-        w.PutSpan(next, at + size + argument + 1, 1);
+        PutSpan(w.to, next, at + size + argument + 1, 1);
     } else {
-        w.PutWord(argument);
+        PutWord(w.to, argument);
     }
     return size;
 }
@@ -163,13 +142,13 @@ u32 PutAttr(Widening& w, ByteView rest, u32 at) {
 void PutMemory(Widening& w, u8 token, ByteView rest, u32 at, u32 size) {
     const u8 folded = FoldToken(token);
     const bool reserved = folded == ptgMemArea || folded == ptgMemErr || folded == ptgMemNoMem;
-    w.Put(token);
+    PutByte(w.to, token);
     if (reserved) {
-        w.Put(ByteAt(rest, 1));
-        w.PutBytes(Part(ByteView(reinterpret_cast<const u8*>("\0\0\0"), 3), 0, 3));
+        PutByte(w.to, ByteAt(rest, 1));
+        PutZeros(w.to, 3);
     }
     const u32 span = w.version == 2 ? ByteAt(rest, size) : WordAt(rest, size - 1);
-    w.PutSpan(w.out.Count() + 2, at + size + 1 + span, 0);
+    PutSpan(w.to, w.to.out.Count() + 2, at + size + 1 + span, 0);
 }
 
 // ---- references beyond the sheet ------------------------------------------------------------------
@@ -229,7 +208,7 @@ i32 ExternIndexOf(Widening& w, ByteView operand, i32 firstTab, i32 lastTab, i32*
     }
     if (externBook) *externBook = row;
     const i32 found = row < 0 ? -1 : FindExternSheet(book, row, firstTab, lastTab);
-    w.failed = w.failed || found < 0;
+    w.to.failed = w.to.failed || found < 0;
     return found;
 }
 
@@ -239,12 +218,12 @@ void PutReference3d(Widening& w, u8 token, ByteView rest) {
     const i32 last = static_cast<i16>(WordAt(operand, 12));
     const i32 index = ExternIndexOf(w, operand, first, last, nullptr);
     const u8 folded = FoldToken(token);
-    w.Put(token);
-    w.PutWord(static_cast<u32>(index) & 0xFFFF);
+    PutByte(w.to, token);
+    PutWord(w.to, static_cast<u32>(index) & 0xFFFF);
     if (folded == ptgRef3d || folded == ptgRefErr3d) {
-        PutRef(w, From(operand, 14), false);
+        PutRef(w, From(operand, 14), w.offsets);
     } else {
-        PutArea(w, From(operand, 14), false);
+        PutArea(w, From(operand, 14), w.offsets);
     }
 }
 
@@ -260,13 +239,13 @@ void PutNameX(Widening& w, u8 token, ByteView rest) {
         const Array<WideText>& names = w.load.externTable[static_cast<u32>(entry) - 1].names;
         const WideView text = name >= 1 && name <= names.Count() ? names[name - 1].View() : WideView();
         const i32 place = FindOrAddExternName(book.externBooks[static_cast<u32>(externBook)], text);
-        w.failed = w.failed || place < 0;
+        w.to.failed = w.to.failed || place < 0;
         name = static_cast<u32>(place + 1);
     }
-    w.Put(token);
-    w.PutWord(static_cast<u32>(index) & 0xFFFF);
-    w.PutWord(name);
-    w.PutWord(0);
+    PutByte(w.to, token);
+    PutWord(w.to, static_cast<u32>(index) & 0xFFFF);
+    PutWord(w.to, name);
+    PutWord(w.to, 0);
 }
 
 // ---- the walk -------------------------------------------------------------------------------------
@@ -275,25 +254,25 @@ void PutFunction(Widening& w, u8 token, ByteView rest) {
     const bool bytes = w.version < 4;
     switch (FoldToken(token)) {
         case ptgFunc:
-            w.Put(token);
-            w.PutWord(bytes ? ByteAt(rest, 1) : WordAt(rest, 1));
+            PutByte(w.to, token);
+            PutWord(w.to, bytes ? ByteAt(rest, 1) : WordAt(rest, 1));
             return;
         case ptgFuncVar:
-            w.Put(token);
-            w.Put(ByteAt(rest, 1));
-            w.PutWord(bytes ? ByteAt(rest, 2) : WordAt(rest, 2));
+            PutByte(w.to, token);
+            PutByte(w.to, ByteAt(rest, 1));
+            PutWord(w.to, bytes ? ByteAt(rest, 2) : WordAt(rest, 2));
             return;
         default:  // a command of the oldest forms
-            w.Put((token & 0x60u) | ptgFuncVar % 0x20u);
-            w.Put(ByteAt(rest, 1));
-            w.PutWord(ByteAt(rest, 2) | 0x8000u);
+            PutByte(w.to, (token & 0x60u) | ptgFuncVar % 0x20u);
+            PutByte(w.to, ByteAt(rest, 1));
+            PutWord(w.to, ByteAt(rest, 2) | 0x8000u);
             return;
     }
 }
 
 // Converts the token at `at`; returns its old size with the first byte.
 u32 WidenToken(Widening& w, u32 at) {
-    const ByteView rest = From(w.old, at);
+    const ByteView rest = From(w.to.old, at);
     const u8 token = rest[0];
     const u8 folded = FoldToken(token);
     const u32 size = OldSize(w.version, folded);
@@ -304,33 +283,33 @@ u32 WidenToken(Widening& w, u32 at) {
         case OLD_END_SHEET: break;
         case ptgExp:
         case ptgTbl:
-            w.Put(token);
-            w.PutWord(WordAt(rest, 1));
-            w.PutWord(w.version == 2 ? ByteAt(rest, 3) : WordAt(rest, 3));
+            PutByte(w.to, token);
+            PutWord(w.to, WordAt(rest, 1));
+            PutWord(w.to, w.version == 2 ? ByteAt(rest, 3) : WordAt(rest, 3));
             break;
         case ptgFunc:
         case ptgFuncVar:
         case OLD_COMMAND: PutFunction(w, token, rest); break;
         case ptgArray:
-            w.Put(token);
-            for (int i = 0; i < 7; ++i) w.Put(0);
+            PutByte(w.to, token);
+            for (int i = 0; i < 7; ++i) PutByte(w.to, 0);
             break;
         case ptgName:
-            w.Put(token);
-            w.PutWord(WordAt(rest, 1));
-            w.PutWord(0);
+            PutByte(w.to, token);
+            PutWord(w.to, WordAt(rest, 1));
+            PutWord(w.to, 0);
             break;
         case ptgRef:
         case ptgRefErr:
         case ptgRefN:
-            w.Put(token);
-            PutRef(w, From(rest, 1), folded == ptgRefN);
+            PutByte(w.to, token);
+            PutRef(w, From(rest, 1), w.offsets || folded == ptgRefN);
             break;
         case ptgArea:
         case ptgAreaErr:
         case ptgAreaN:
-            w.Put(token);
-            PutArea(w, From(rest, 1), folded == ptgAreaN);
+            PutByte(w.to, token);
+            PutArea(w, From(rest, 1), w.offsets || folded == ptgAreaN);
             break;
         case ptgMemArea:
         case ptgMemErr:
@@ -344,8 +323,8 @@ u32 WidenToken(Widening& w, u32 at) {
         case ptgArea3d:
         case ptgAreaErr3d: PutReference3d(w, token, rest); break;
         default:
-            w.PutBytes(Part(rest, 0, size + 1));
-            for (std::size_t i = rest.size(); i < size + 1; ++i) w.Put(0);
+            PutBytes(w.to, Part(rest, 0, size + 1));
+            for (std::size_t i = rest.size(); i < size + 1; ++i) PutByte(w.to, 0);
             break;
     }
     return size + 1;
@@ -353,24 +332,14 @@ u32 WidenToken(Widening& w, u32 at) {
 
 void WidenStream(Widening& w) {
     u32 at = 0;
-    while (at < w.old.size() && !w.failed) {
-        const u32 start = w.out.Count();
+    while (at < w.to.old.size() && !w.to.failed) {
+        const u32 start = w.to.out.Count();
         const u32 size = WidenToken(w, at);
-        for (u32 i = 0; i < size && at < w.old.size() && !w.failed; ++i, ++at) {
-            w.failed = !w.places.Append(start + i);
-        }
+        NotePlaces(w.to, start, size);
         if (!size) break;
+        at = w.to.places.Count();
     }
-    w.failed = w.failed || !w.places.Append(w.out.Count());
-}
-
-void ApplyPatches(Widening& w) {
-    for (const Patch& patch : w.patches) {
-        const u32 last = w.places.Count() - 1;
-        const u32 target = w.places[patch.oldTarget < last ? patch.oldTarget : last];
-        const u32 distance = target >= patch.newBase + patch.less ? target - patch.newBase - patch.less : 0;
-        PutU16(w.out.Data() + patch.at, distance);
-    }
+    EndRewrite(w.to);
 }
 
 // ---- array constants ------------------------------------------------------------------------------
@@ -378,56 +347,55 @@ void ApplyPatches(Widening& w) {
 // From the older form of the blocks (counts as they are, byte lengths) to that of BIFF8.
 u32 WidenArrayElement(Widening& w, ByteView rest) {
     const u8 kind = ByteAt(rest, 0);
-    w.Put(kind);
+    PutByte(w.to, kind);
     if (kind != 2) {
-        for (std::size_t i = 0; i < 8; ++i) w.Put(ByteAt(rest, 1 + i));
+        for (std::size_t i = 0; i < 8; ++i) PutByte(w.to, ByteAt(rest, 1 + i));
         return 9;
     }
     const u32 length = ByteAt(rest, 1);
     if (ReadBiffString(From(rest, 2), 7, LoadedBook(w.load).codePage, length, w.load.text) == STRING_FAILED)
-        w.failed = true;
-    w.PutWord(w.load.text.Length());
-    w.Put(1);
-    for (char16_t c : w.load.text.View()) w.PutWord(c);
+        w.to.failed = true;
+    PutWord(w.to, w.load.text.Length());
+    PutByte(w.to, 1);
+    for (char16_t c : w.load.text.View()) PutWord(w.to, c);
     return 2 + length;
 }
 
 void WidenArrays(Widening& w, ByteView extra) {
     std::size_t at = 0;
-    while (at + 3 <= extra.size() && !w.failed) {
+    while (at + 3 <= extra.size() && !w.to.failed) {
         const u32 columns = ByteAt(extra, at) ? ByteAt(extra, at) : 256;
         const u32 rows = WordAt(extra, at + 1) ? WordAt(extra, at + 1) : 65536;
-        w.Put((columns - 1) & 0xFF);
-        w.PutWord((rows - 1) & 0xFFFF);
+        PutByte(w.to, (columns - 1) & 0xFF);
+        PutWord(w.to, (rows - 1) & 0xFFFF);
         at += 3;
-        for (u64 i = 0; i < u64{columns} * rows && at < extra.size() && !w.failed; ++i)
+        for (u64 i = 0; i < u64{columns} * rows && at < extra.size() && !w.to.failed; ++i)
             at += WidenArrayElement(w, From(extra, at));
     }
 }
 
-bool Widen(LoadState& load, int version, ByteView tokens, ByteView extra, FormulaTokens& out) {
-    Widening w{load, version, tokens, {}, {}, {}};
-    if (!w.out.Reserve(tokens.size() * 2 + 8) || !w.places.Reserve(tokens.size() + 1)) return false;
+bool Widen(LoadState& load, int version, bool offsets, ByteView tokens, ByteView extra, FormulaTokens& out) {
+    Widening w{load, version, offsets, {}};
+    BeginRewrite(w.to, tokens);
     WidenStream(w);
-    if (w.failed) return false;
-    ApplyPatches(w);
-    const u32 length = w.out.Count();
+    if (w.to.failed) return false;
+    const u32 length = w.to.out.Count();
     WidenArrays(w, extra);
-    if (w.failed) return false;
+    if (w.to.failed) return false;
     // What does not fit a token string keeps its cached value and loses its formula.
-    if (length > 0xFFFF || w.out.Count() - length > 0xFFFF || !length) return true;
-    const ByteView all = w.out.Span();
+    if (length > 0xFFFF || w.to.out.Count() - length > 0xFFFF || !length) return true;
+    const ByteView all = w.to.out.Span();
     return MakeTokens(out, all.first(length), all.subspan(length));
 }
 
 }  // namespace
 
-bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out) {
-    return Widen(load, 5, tokens, extra, out);
+bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out, bool offsets) {
+    return Widen(load, 5, offsets, tokens, extra, out);
 }
 
 bool WidenOldTokens(LoadState& load, int version, ByteView tokens, ByteView extra, FormulaTokens& out) {
-    return Widen(load, version, tokens, extra, out);
+    return Widen(load, version, false, tokens, extra, out);
 }
 
 }  // namespace tally

@@ -375,7 +375,8 @@ struct Workbook {
     Array<ExternSheet> externSheets;
     u32 hiddenLink = 0;     // opened in the background to serve links
     bool untitled = false;  // made by CreateWorkbook without a path
-    Array<u8> userName;     // WRITEACCESS body as read
+    Array<u8> userName;     // WRITEACCESS body behind the length, as read
+    u16 userNameLength = 0;
     u16 country[2] = {};
     u8 trust = 0;  // 0 not asked yet, 1 refused, 2 granted: see TrustState
 };

@@ -1,0 +1,144 @@
+#include <algorithm>
+#include <utility>
+
+#include "fileio/SaveState.h"
+#include "model/DefaultFormats.h"
+
+// FONT, FORMAT, XF, STYLE and PALETTE records.
+
+namespace tally {
+namespace {
+
+constexpr u16 FONT = 49, PALETTE = 146, XF = 224, STYLE = 659, FORMAT = 1054;
+constexpr u16 MISSING_FONT = 4;             // a number that no FONT record has
+constexpr u16 STYLE_PARENT = 0xFFF0;        // a style has no parent
+constexpr u32 ATTRIBUTES_USED = 0xFC00;     // a cell's format owes nothing to its style
+constexpr u32 PALETTE_FIRST = 8, PALETTE_COLOURS = 56;
+constexpr u8 BORDER_MOST_95 = 7, BORDER_INSTEAD = 3;
+
+void WriteFont(SaveState& save, const FontRecord& font) {
+    const WideView name(font.faceName);
+    BiffWriter& to = save.body;
+    BeginBody(save);
+    for (u32 word : {u32{font.height}, u32{font.attributes}, u32{font.colour}, u32{font.weight}, 0u})
+        WriteU16(to, word);
+    for (u32 byte : {u32{font.underline}, u32{font.family}, u32{font.charSet}, 0u}) WriteU8(to, byte);
+    WriteShortString(save, to, name);
+    IgnoreFailure(EndBody(save, FONT));
+}
+
+// The formats that follow the user's region are that of whoever opens the file.
+bool IsLocaleFormat(u16 id) { return id == 14 || id == 20 || id == 22; }
+
+bool IsStandard(const NumberFormat& format) {
+    const std::span<const BuiltInFormat> known = BuiltInFormats();
+    const auto found = std::lower_bound(known.begin(), known.end(), format.id,
+                                        [](const BuiltInFormat& row, u16 id) { return row.id < id; });
+    return found != known.end() && found->id == format.id && found->text == format.text.View();
+}
+
+void WriteFormat(SaveState& save, const NumberFormat& format) {
+    if (IsLocaleFormat(format.id) || IsStandard(format)) return;
+    BeginBody(save);
+    WriteU16(save.body, format.id);
+    if (save.biffVersion == 8) {
+        WriteLongString(save, save.body, format.text);
+    } else {
+        WriteShortString(save, save.body, format.text);
+    }
+    IgnoreFailure(EndBody(save, FORMAT));
+}
+
+struct FillColours {
+    u32 fore, back;
+};
+
+// A solid cell holds the two the other way round in memory.
+FillColours ColoursOf(const CellFormat& format) {
+    FillColours fill = {format.patternColour > 63 ? 64u : format.patternColour,
+                        format.backColour > 63 ? 65u : format.backColour};
+    if (format.pattern == 1) std::swap(fill.fore, fill.back);
+    return fill;
+}
+
+void PutXf8(const CellFormat& format, u8* out) {
+    const FillColours fill = ColoursOf(format);
+    PutU16(out + 10, format.leftStyle | format.rightStyle << 4u | format.topStyle << 8u |
+                         format.bottomStyle << 12u);
+    PutU16(out + 12, format.leftColour | format.rightColour << 7u);
+    PutU32(out + 14,
+           format.topColour | u32{format.bottomColour} << 7 | (u32{format.pattern} & 63) << 26);
+    PutU16(out + 18, fill.fore | fill.back << 7);
+}
+
+u32 Border95(SaveState& save, u8 style) {
+    if (style <= BORDER_MOST_95) return style;
+    save.losses |= LOSS_FORMATS;
+    return BORDER_INSTEAD;
+}
+
+u32 Rotation95(SaveState& save, u8 rotation) {
+    switch (rotation) {
+        case 0: return 0;
+        case 255: return 1;
+        case 90: return 2;
+        case 180: return 3;
+        default: save.losses |= LOSS_FORMATS; return 0;
+    }
+}
+
+void PutXf95(SaveState& save, const CellFormat& format, u8* out) {
+    const FillColours fill = ColoursOf(format);
+    PutU32(out + 8, fill.fore | fill.back << 7 | (format.pattern & 63u) << 16 |
+                        Border95(save, format.bottomStyle) << 22 | u32{format.bottomColour} << 25);
+    PutU32(out + 12, Border95(save, format.topStyle) | Border95(save, format.leftStyle) << 3 |
+                         Border95(save, format.rightStyle) << 6 | (format.topColour & 127u) << 9 |
+                         (format.leftColour & 127u) << 16 | (format.rightColour & 127u) << 23);
+}
+
+void WriteXf(SaveState& save, const CellFormat& format) {
+    const bool wide = save.biffVersion == 8;
+    const bool style = (format.flags & FORMAT_STYLE) != 0;
+    u8* out = BeginRecord(save.writer, XF, wide ? 20 : 16);
+    PutU16(out, format.font >= MISSING_FONT ? format.font + 1u : format.font);
+    PutU16(out + 2, format.numberFormat);
+    const u32 flags = format.flags & (FORMAT_LOCKED | FORMAT_HIDDEN | FORMAT_STYLE | FORMAT_QUOTE_PREFIX);
+    PutU16(out + 4, flags | (style ? STYLE_PARENT : 0u));
+    const u32 rotation = wide ? format.rotation : Rotation95(save, format.rotation);
+    const u32 used = style ? 0u : ATTRIBUTES_USED;
+    PutU16(out + 6, (format.horizontal & 7u) | (format.flags & FORMAT_WRAP ? 8u : 0u) |
+                        (format.vertical & 7u) << 4 | rotation << 8 | (wide ? 0u : used));
+    if (wide) {
+        PutU16(out + 8, used);
+        PutXf8(format, out);
+    } else {
+        PutXf95(save, format, out);
+    }
+}
+
+void WritePalette(SaveState& save) {
+    const u32* palette = SavedBook(save).palette;
+    const bool standard = std::equal(palette, palette + PALETTE_SIZE, DefaultPalette().begin());
+    if (save.biffVersion == 8 && standard) return;
+    u8* out = BeginRecord(save.writer, PALETTE, 2 + PALETTE_COLOURS * 4);
+    PutU16(out, PALETTE_COLOURS);
+    for (u32 i = 0; i < PALETTE_COLOURS; ++i) PutU32(out + 2 + i * 4, palette[PALETTE_FIRST + i] & 0xFFFFFF);
+}
+
+}  // namespace
+
+void WriteFontsAndFormats(SaveState& save) {
+    const Workbook& book = SavedBook(save);
+    for (const FontRecord& font : book.fonts) WriteFont(save, font);
+    for (const NumberFormat& format : book.numberFormats) WriteFormat(save, format);
+    for (const CellFormat& format : book.cellFormats) WriteXf(save, format);
+    for (const StyleRow& style : book.styles) {
+        u8* out = BeginRecord(save.writer, STYLE, 4);
+        PutU16(out, style.xf);
+        out[2] = style.builtInId;
+        out[3] = style.level;
+    }
+    WritePalette(save);
+}
+
+}  // namespace tally

@@ -1,0 +1,142 @@
+#pragma once
+// What the writers of one workbook share while it is saved. It lives for one save. A writer that has run
+// out of memory goes on without effect; `writer.failed` tells at the end.
+
+#include "fileio/BiffWriter.h"
+#include "fileio/SaveFile.h"
+#include "fileio/TokenRewrite.h"
+#include "model/BookTable.h"
+
+namespace tally {
+
+// The texts of all cells without a formula, each once, in the order of their code units.
+struct StringTable {
+    Array<TextBlock*> blocks;  // sorted; the uses are the cells' own
+    Array<u32> indexes;        // of a block's text in the file; equal texts share one
+    Array<u32> slots;          // hash of the blocks: place plus 1, 0 free
+    u32 unique = 0;
+    u32 references = 0;
+};
+
+// An EXTERNSHEET record of the 95 form. Rows of the book's own sheets have no extern book.
+constexpr i32 OWN_BOOK = -1;
+struct LinkEntry {
+    i32 externBook = OWN_BOOK;
+    i32 sheet = EXTERN_NO_SHEET;
+    bool usesNames = false;
+};
+
+// The table of one substream of the 95 form; `entryOf` keeps what each row of externSheets came to.
+struct LinkTable {
+    Array<LinkEntry> entries;
+    Array<u16> entryOf;  // 1-based; 0 not looked up yet
+};
+
+struct SaveState {
+    i32 book = -1;
+    u8 biffVersion = 8;
+    u16 codePage = 0;
+    u32 losses = 0;  // SaveLoss bits
+    BiffWriter writer;
+    Array<u32> boundSheets;  // stream offsets of the sheets' positions
+    StringTable strings;
+    LinkTable links;
+    TokenRewrite narrowed;  // the tokens that NarrowTokens gave last
+    Array<u8> narrow;       // the text that NarrowText gave last
+    WideText wide;          // scratch
+    BiffWriter body;        // a record whose length shows at its end
+};
+
+inline const Workbook& SavedBook(const SaveState& save) { return *BookAt(save.book); }
+
+// ---- text -------------------------------------------------------------------------------------------------
+
+// True when a character does not fit a byte.
+bool IsWide(WideView text);
+// The text in the book's code page, at most `most` bytes. Valid until the next call.
+ByteView NarrowText(SaveState& save, WideView text, std::size_t most);
+// The characters in one or two bytes each.
+void WriteCharacters(BiffWriter& to, WideView text, bool wide);
+// Count byte, then the text: option byte and characters, or the bytes of the code page.
+void WriteShortString(SaveState& save, BiffWriter& to, WideView text);
+// The same behind a count of two bytes.
+void WriteLongString(SaveState& save, BiffWriter& to, WideView text);
+
+// Starts a record in save.body; EndBody writes it. What no record can hold is left out, and false.
+void BeginBody(SaveState& save);
+bool EndBody(SaveState& save, u16 id);
+
+// ---- globals ----------------------------------------------------------------------------------------------
+
+void WriteGlobals(SaveState& save);
+void WriteBof(SaveState& save, u32 type);
+void WriteFontsAndFormats(SaveState& save);
+void WriteExternBooks(SaveState& save);
+void WriteNames(SaveState& save);
+// Collects the texts of all cells; false when memory fails.
+[[nodiscard]] bool BuildStringTable(const Workbook& book, StringTable& table);
+u32 StringIndex(const StringTable& table, const TextBlock* text);
+void WriteStringTable(SaveState& save);
+
+// ---- links and tokens of the 95 form ---------------------------------------------------------------------------
+
+// The 1-based entry of an extern index, added when absent; 0 when the form has none for it.
+u16 LinkEntryOf(SaveState& save, u32 externIndex);
+// The 1-based entry of a sheet of this book; EXTERN_NO_SHEET stands for the book itself.
+u16 OwnSheetEntry(SaveState& save, i32 sheet);
+// Enters what the tokens refer to.
+void CollectLinks(SaveState& save, const FormulaTokens& tokens);
+void CollectSheetLinks(SaveState& save, const Sheet& sheet);
+// EXTERNCOUNT and the entries; nothing when there are none.
+void WriteLinkTable(SaveState& save);
+void ClearLinkTable(SaveState& save);
+// From BIFF8 to the 95 token form, into save.narrowed.out; the first `length` bytes of it are the tokens. False
+// when that form has no such tokens: "#N/A" is put there instead. `offsets`: relative rows are distances that wrap,
+// as in names.
+bool NarrowTokens(SaveState& save, const FormulaTokens& tokens, bool offsets, u16& length);
+
+// Tokens as they go into a record: the bytes with what follows them, and how many of them are tokens.
+struct TokenImage {
+    ByteView bytes;
+    u16 length = 0;
+};
+// In the form of the file; valid until the next call.
+TokenImage ImageOfTokens(SaveState& save, const FormulaTokens& tokens, bool offsets = false);
+
+// ---- sheets -----------------------------------------------------------------------------------------------
+
+void WriteSheet(SaveState& save, i32 sheet);
+// Page records in front of the cells: GUTS to SETUP and protection.
+void WritePageRecords(SaveState& save, const Sheet& sheet);
+void WriteFilterRecords(SaveState& save, const Sheet& sheet);
+// Rows up to `lastRow` with their cells; `indexBlocks` is the stream offset of the block offsets in INDEX.
+void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastColumn, u32 indexBlocks);
+void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current);
+void WriteMerges(SaveState& save, const Sheet& sheet);
+void WriteConditionalFormats(SaveState& save, const Sheet& sheet);
+void WriteHyperlinks(SaveState& save, const Sheet& sheet);
+void WriteValidations(SaveState& save, const Sheet& sheet);
+
+// The array formulas of a sheet, walked down with the rows.
+struct ArrayCursor {
+    Array<u32> order;   // of sheet.arrayFormulas, by first row
+    Array<u32> active;  // those that reach the current row
+    Array<bool> begun;  // the ARRAY record has been written
+    u32 next = 0;
+};
+[[nodiscard]] bool BeginArrays(const Sheet& sheet, ArrayCursor& cursor);
+[[nodiscard]] bool EnterRow(const Sheet& sheet, ArrayCursor& cursor, i32 row);
+
+struct CellWriting {
+    SaveState& save;
+    const Sheet& sheet;
+    u16 columnFormats[MAX_COLUMNS];
+    ArrayCursor arrays;
+};
+void WriteRowCells(CellWriting& w, const CellRow& row);
+void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell);
+
+// The form in which a number fits an RK record; false when it has none that gives it back to the bit.
+[[nodiscard]] bool EncodeRk(double number, u32& rk);
+
+}  // namespace tally
