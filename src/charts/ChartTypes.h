@@ -7,7 +7,8 @@ namespace tally {
 
 // A chart as a sheet or an object holds it.
 struct ChartModel {
-    Array<u8> records;  // body of the chart's substream as read
+    Array<u8> records;   // body of the chart's substream as read
+    u8 biffVersion = 8;  // of these records
 };
 
 }  // namespace tally

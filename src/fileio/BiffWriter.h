@@ -12,7 +12,7 @@ constexpr std::size_t RECORD_ROOM = 8224;  // bytes that a reader takes for the 
 
 struct BiffWriter {
     Array<u8> stream;
-    bool failed = false;    // memory ran out; nothing is written then
+    bool failed = false;   // memory ran out; nothing is written then
     u8 sink[RECORD_ROOM];  // takes what a failed writer is given
 };
 

@@ -3,6 +3,7 @@
 
 #include "fileio/SaveState.h"
 #include "model/DefaultFormats.h"
+#include "model/Formats.h"
 
 // FONT, FORMAT, XF, STYLE and PALETTE records.
 
@@ -10,9 +11,9 @@ namespace tally {
 namespace {
 
 constexpr u16 FONT = 49, PALETTE = 146, XF = 224, STYLE = 659, FORMAT = 1054;
-constexpr u16 MISSING_FONT = 4;             // a number that no FONT record has
-constexpr u16 STYLE_PARENT = 0xFFF0;        // a style has no parent
-constexpr u32 ATTRIBUTES_USED = 0xFC00;     // a cell's format owes nothing to its style
+constexpr u16 MISSING_FONT = 4;          // a number that no FONT record has
+constexpr u16 STYLE_PARENT = 0xFFF0;     // a style has no parent
+constexpr u32 ATTRIBUTES_USED = 0xFC00;  // a cell's format owes nothing to its style
 constexpr u32 PALETTE_FIRST = 8, PALETTE_COLOURS = 56;
 constexpr u8 BORDER_MOST_95 = 7, BORDER_INSTEAD = 3;
 
@@ -34,7 +35,9 @@ bool IsStandard(const NumberFormat& format) {
     const std::span<const BuiltInFormat> known = BuiltInFormats();
     const auto found = std::lower_bound(known.begin(), known.end(), format.id,
                                         [](const BuiltInFormat& row, u16 id) { return row.id < id; });
-    return found != known.end() && found->id == format.id && found->text == format.text.View();
+    const bool standard = found != known.end() && found->id == format.id && found->text == format.text.View();
+    // A region with a text of its own for the number would put that in its place.
+    return standard && NewFormatText(format.id) == format.text.View();
 }
 
 void WriteFormat(SaveState& save, const NumberFormat& format) {
@@ -55,19 +58,18 @@ struct FillColours {
 
 // A solid cell holds the two the other way round in memory.
 FillColours ColoursOf(const CellFormat& format) {
-    FillColours fill = {format.patternColour > 63 ? 64u : format.patternColour,
-                        format.backColour > 63 ? 65u : format.backColour};
-    if (format.pattern == 1) std::swap(fill.fore, fill.back);
-    return fill;
+    u32 fore = format.patternColour;
+    u32 back = format.backColour;
+    if (format.pattern == 1) std::swap(fore, back);
+    return {fore > 63 ? 64u : fore, back > 63 ? 65u : back};
 }
 
 void PutXf8(const CellFormat& format, u8* out) {
     const FillColours fill = ColoursOf(format);
-    PutU16(out + 10, format.leftStyle | format.rightStyle << 4u | format.topStyle << 8u |
-                         format.bottomStyle << 12u);
+    PutU16(out + 10,
+           format.leftStyle | format.rightStyle << 4u | format.topStyle << 8u | format.bottomStyle << 12u);
     PutU16(out + 12, format.leftColour | format.rightColour << 7u);
-    PutU32(out + 14,
-           format.topColour | u32{format.bottomColour} << 7 | (u32{format.pattern} & 63) << 26);
+    PutU32(out + 14, format.topColour | u32{format.bottomColour} << 7 | (u32{format.pattern} & 63) << 26);
     PutU16(out + 18, fill.fore | fill.back << 7);
 }
 

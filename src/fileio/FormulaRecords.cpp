@@ -7,6 +7,7 @@
 namespace tally {
 namespace {
 
+constexpr u16 RECORD_CONTINUE = 60;
 constexpr u16 RECORD_ARRAY = 545;
 constexpr u16 RECORD_SHARED = 1212;
 constexpr u16 FLAG_ALWAYS = 1;
@@ -153,8 +154,18 @@ bool ReadFormulaRecord(LoadState& load, ByteView body) {
 
 bool ReadStringResult(LoadState& load, ByteView body) {
     const u16 page = LoadedBook(load).codePage;
-    if (ReadBiffString(From(body, 2), load.biffVersion, page, WordAt(body, 0), load.text) == STRING_FAILED)
-        return false;
+    const std::size_t length = WordAt(body, 0);
+    if (ReadBiffString(From(body, 2), load.biffVersion, page, length, load.text) == STRING_FAILED) return false;
+    // A long text goes on in CONTINUE records, each with an option byte of its own.
+    WideText more;
+    BiffRecord record;
+    while (load.biffVersion == 8 && load.text.Length() < length &&
+           PeekRecordId(load.stream) == RECORD_CONTINUE && NextRecord(load.stream, record)) {
+        if (ReadBiffString(record.body, 8, page, length - load.text.Length(), more) == STRING_FAILED ||
+            !load.text.Append(more.View())) {
+            return false;
+        }
+    }
     return ReplaceLastText(load, load.text);
 }
 

@@ -13,6 +13,18 @@ namespace {
 enum RecordResult : u8 { RECORD_DONE, RECORD_FAILED, RECORD_END };
 
 constexpr u32 PALETTE_FIRST = 8;
+constexpr u16 UTF16_PAGE = 1200;  // and 1201 with the bytes the other way round
+
+// Adds a sheet behind the others. What refers to sheets by number means those of the file, which are not all
+// there yet: it is kept from the shift that an inserted sheet brings.
+bool AppendSheet(Workbook& book, WideView name, i32 kind) {
+    Array<DefinedName> names = std::move(book.names);
+    Array<ExternSheet> externSheets = std::move(book.externSheets);
+    const bool good = InsertSheet(static_cast<i32>(book.sheets.Count()), &name, kind, false, false);
+    book.names = std::move(names);
+    book.externSheets = std::move(externSheets);
+    return good;
+}
 
 bool ReadBoundSheet(LoadState& load, ByteView body) {
     constexpr i32 kinds[] = {SHEET_WORKSHEET, SHEET_MACRO, SHEET_CHART};
@@ -25,8 +37,7 @@ bool ReadBoundSheet(LoadState& load, ByteView body) {
     Workbook& book = LoadedBook(load);
     const WideView name = load.text.View().substr(0, MAX_SHEET_NAME);
     // The first sheet is the one that the new book came with.
-    if (load.boundSheets && !InsertSheet(static_cast<i32>(book.sheets.Count()), &name, kind, false, false))
-        return false;
+    if (load.boundSheets && !AppendSheet(book, name, kind)) return false;
     book.currentSheet = static_cast<i32>(book.sheets.Count()) - 1;
     ResetSheet(kind, ByteAt(body, 4) & 3);
     Sheet& sheet = *book.sheets.Last();
@@ -48,7 +59,10 @@ void ReadWindow1(LoadState& load, ByteView body) {
 void ReadCodePage(LoadState& load, ByteView body) {
     Workbook& book = LoadedBook(load);
     book.fileCodePage = WordAt(body, 0);
-    if (book.fileCodePage && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
+    // The 97 form names the 16-bit page for all its texts; what is narrow there is so in the region's own page.
+    const bool narrow =
+        book.fileCodePage && (book.fileCodePage < UTF16_PAGE || book.fileCodePage > UTF16_PAGE + 1);
+    if (narrow && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
 }
 
 bool ReadWriteAccess(LoadState& load, ByteView body) {

@@ -88,7 +88,13 @@ void WriteBoundSheets(SaveState& save) {
         WriteU32(save.body, 0);
         WriteU8(save.body, static_cast<u32>(sheet->hidden & 3));
         WriteU8(save.body, SheetType(sheet->kind));
-        WriteShortString(save, save.body, WideView(sheet->name));
+        if (save.biffVersion == 8) {
+            WriteShortString(save, save.body, WideView(sheet->name));
+        } else {
+            const ByteView name = NarrowSheetName(save, WideView(sheet->name));
+            WriteU8(save.body, static_cast<u32>(name.size()));
+            WriteBytes(save.body, name.data(), name.size());
+        }
         IgnoreFailure(EndBody(save, BOUNDSHEET));
     }
 }
@@ -129,7 +135,8 @@ void WriteGlobals95(SaveState& save) {
     BiffWriter& to = save.writer;
     WriteFixed(save, interface95);
     WriteUserName(save);
-    WriteRecordU16(to, CODEPAGE, book.fileCodePage);
+    // All texts of this form are in the page that is named here.
+    WriteRecordU16(to, CODEPAGE, save.codePage);
     WriteRecordU16(to, 156, 14);
     // The table of the globals holds what any token string of the book needs.
     for (const DefinedName& name : book.names) {

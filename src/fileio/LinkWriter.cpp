@@ -11,7 +11,7 @@ namespace {
 
 constexpr u16 SUPBOOK = 430, EXTERNNAME = 35, EXTERNSHEET = 23, NAME = 24;
 constexpr u16 NAME_IS_BUILT_IN = 0x20, EXTERNNAME_IS_BUILT_IN = 1;
-constexpr std::size_t EXTERNSHEET_ROOM = 1370 * 6;  // whole rows
+constexpr std::size_t EXTERNSHEET_ROOM = 1370 * 6;   // whole rows
 constexpr u8 TEXT_NAMES_8 = 14, TEXT_NAMES_95 = 13;  // built-in names that the forms know
 constexpr u8 CONSTANT_ERROR[] = {2, 0, ptgErr, 23};  // a token string with its length
 
@@ -95,7 +95,9 @@ void WriteLinkedFile(SaveState& save, const ExternBook& book) {
 
 void WriteSupbook(SaveState& save, const ExternBook& book) {
     switch (book.kind) {
-        case EXTERN_SELF: WriteRecordU16Pair(save.writer, SUPBOOK, SavedBook(save).sheets.Count(), 0x0401); break;
+        case EXTERN_SELF:
+            WriteRecordU16Pair(save.writer, SUPBOOK, SavedBook(save).sheets.Count(), 0x0401);
+            break;
         case EXTERN_ADDIN: WriteRecordU16Pair(save.writer, SUPBOOK, 1, 0x3A01); break;
         case EXTERN_CURRENT: {
             u8* out = BeginRecord(save.writer, SUPBOOK, 6);
@@ -158,7 +160,8 @@ void WriteName(SaveState& save, const DefinedName& name) {
     if (EndBody(save, NAME)) return;
     // The row keeps its number.
     save.losses |= LOSS_FORMULAS;
-    to.stream.Truncate(14 + length + (form8 ? 1u : 0u) + (form8 && image.builtIn && IsWide(image.rest) ? 1u : 0u));
+    to.stream.Truncate(14 + length + (form8 ? 1u : 0u) +
+                       (form8 && image.builtIn && IsWide(image.rest) ? 1u : 0u));
     if (!to.failed) PutU16(to.stream.Data() + 4, 0);
     IgnoreFailure(EndBody(save, NAME));
 }
@@ -224,17 +227,18 @@ void WriteLinkEntry(SaveState& save, const LinkEntry& entry) {
     BeginBody(save);
     BiffWriter& to = save.body;
     if (own) {
-        const ByteView name = NarrowText(save, WideView(own->name), 255);
+        const ByteView name = NarrowSheetName(save, WideView(own->name));
         WriteU8(to, static_cast<u32>(name.size()));
         WriteU8(to, OWN_SHEET_MARK);
         WriteBytes(to, name.data(), name.size());
-    } else if (entry.externBook == OWN_BOOK || book.externBooks[static_cast<u32>(entry.externBook)].kind != EXTERN_FILE) {
+    } else if (entry.externBook == OWN_BOOK ||
+               book.externBooks[static_cast<u32>(entry.externBook)].kind != EXTERN_FILE) {
         WriteU8(to, 1);
         WriteU8(to, entry.externBook == OWN_BOOK ? OWN_BOOK_MARK : ADDIN_MARK);
     } else {
         WideText text;
-        save.writer.failed =
-            save.writer.failed || !LinkText(book.externBooks[static_cast<u32>(entry.externBook)], entry.sheet, text);
+        save.writer.failed = save.writer.failed ||
+                             !LinkText(book.externBooks[static_cast<u32>(entry.externBook)], entry.sheet, text);
         WriteShortString(save, to, text);
     }
     IgnoreFailure(EndBody(save, EXTERNSHEET));

@@ -12,6 +12,7 @@ constexpr std::size_t SHORT_MOST = 255;
 constexpr std::size_t NARROW_MOST = 2048;  // bytes of a text of the 95 form
 constexpr std::size_t LONG_MOST = 65535;
 constexpr std::size_t BODY_MOST = 65535;
+constexpr u8 SUBSTITUTE = 0x1A;
 
 bool IsAscii(WideView text) {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
@@ -37,6 +38,8 @@ void Convert(SaveState& save, WideView text) {
     if (!good || !Platform().multiByteToWideChar(save.codePage, save.narrow.Span(), save.wide) ||
         save.wide.View() != text) {
         save.losses |= LOSS_CHARACTERS;
+        // The mark that stands for a lacking character is one that can be seen.
+        std::replace(save.narrow.begin(), save.narrow.end(), SUBSTITUTE, u8{'?'});
     }
 }
 
@@ -63,6 +66,13 @@ ByteView NarrowText(SaveState& save, WideView text, std::size_t most) {
         text = Cut(save, text, text.size() - std::min(excess, text.size()));
         Convert(save, text);
     }
+    return save.narrow.Span();
+}
+
+ByteView NarrowSheetName(SaveState& save, WideView name) {
+    NarrowText(save, name, SHORT_MOST);
+    // A sheet's name has no question marks.
+    std::replace(save.narrow.begin(), save.narrow.end(), u8{'?'}, u8{'_'});
     return save.narrow.Span();
 }
 
@@ -108,6 +118,30 @@ void WriteLongString(SaveState& save, BiffWriter& to, WideView text) {
     WriteU16(to, static_cast<u32>(text.size()));
     WriteU8(to, IsWide(text));
     WriteCharacters(to, text, IsWide(text));
+}
+
+void WriteSplitString(SaveState& save, u16 id, WideView text) {
+    const bool wide = IsWide(text);
+    const std::size_t width = wide ? 2 : 1;
+    BeginBody(save);
+    if (save.biffVersion != 8 || 3 + text.size() * width <= RECORD_ROOM) {
+        WriteLongString(save, save.body, text);
+        IgnoreFailure(EndBody(save, id));
+        return;
+    }
+    text = Cut(save, text, LONG_MOST);
+    WriteU16(save.body, static_cast<u32>(text.size()));
+    for (;;) {
+        WriteU8(save.body, wide);
+        const WideView part = text.substr(0, (RECORD_ROOM - save.body.stream.Count()) / width);
+        WriteCharacters(save.body, part, wide);
+        if (save.body.failed) save.writer.failed = true;
+        IgnoreFailure(EndBody(save, id));
+        text = text.substr(part.size());
+        if (text.empty() || save.writer.failed) return;
+        id = RECORD_CONTINUE;
+        BeginBody(save);
+    }
 }
 
 void BeginBody(SaveState& save) {

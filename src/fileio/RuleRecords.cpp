@@ -127,7 +127,9 @@ bool ReadFilterColumn(LoadState& load, ByteView body) {
 bool ReadConditionalFormat(LoadState& load, ByteView body) {
     Array<ConditionalFormat>& formats = LoadedSheet(load).conditionalFormats;
     ConditionalFormat* format = formats.AppendDefault();
-    return format && AppendAreas(body, 14, WordAt(body, 12), format->areas);
+    if (!format) return false;
+    format->priority = WordAt(body, 2);
+    return AppendAreas(body, 14, WordAt(body, 12), format->areas);
 }
 
 bool ReadCondition(LoadState& load, ByteView body) {
@@ -191,7 +193,8 @@ bool ReadValidation(LoadState& load, ByteView body) {
 
 namespace {
 
-constexpr u32 LINK_TARGET = 1, LINK_DESCRIPTION = 0x14, LINK_LOCATION = 8, LINK_UNC = 0x100;
+constexpr u32 LINK_TARGET = 1, LINK_DESCRIPTION = 0x14, LINK_LOCATION = 8, LINK_FRAME = 0x80, LINK_UNC = 0x100;
+constexpr std::size_t WIDE_PATH_HEAD = 6;
 
 // The narrow path of a file moniker, with a "..\" for each level up.
 bool ReadFileMoniker(LoadState& load, ByteView area, WideText& target, std::size_t& end) {
@@ -200,14 +203,18 @@ bool ReadFileMoniker(LoadState& load, ByteView area, WideText& target, std::size
     for (u32 i = 0; i < levels && i < 256; ++i) {
         if (!target.Append(u"..\\")) return false;
     }
-    if (ReadBiffString(Part(area, 22, length), 7, LoadedBook(load).codePage,
-                       length < area.size() ? length : area.size(), load.text) == STRING_FAILED ||
-        !target.Append(load.text.View())) {
+    const std::size_t behind = 22 + length + 24;
+    const std::size_t more = LongAt(area, behind);
+    end = behind + 4 + more;
+    // The path in 16-bit characters, where the file has it, keeps what the code page lacks.
+    if (more > WIDE_PATH_HEAD) {
+        if (!ReadWideCharacters(Part(area, behind + 4 + WIDE_PATH_HEAD, more - WIDE_PATH_HEAD), load.text))
+            return false;
+    } else if (ReadBiffString(Part(area, 22, length), 7, LoadedBook(load).codePage,
+                              length < area.size() ? length : area.size(), load.text) == STRING_FAILED) {
         return false;
     }
-    const std::size_t behind = 22 + length + 24;
-    end = behind + 4 + LongAt(area, behind);
-    return true;
+    return target.Append(load.text.View());
 }
 
 bool ReadLinkTarget(LoadState& load, ByteView area, u32 flags, WideText& target, std::size_t& end) {
@@ -230,6 +237,7 @@ bool ReadHyperlink(LoadState& load, ByteView body) {
     const u32 flags = LongAt(body, 28);
     std::size_t at = 32;
     if (flags & LINK_DESCRIPTION) at = std::size_t{LongAt(body, 32)} * 2 + 36;
+    if (flags & LINK_FRAME) at += std::size_t{LongAt(body, at)} * 2 + 4;
     if (flags & LINK_TARGET) {
         std::size_t end = 0;
         if (!ReadLinkTarget(load, From(body, at), flags, link.target, end)) return false;

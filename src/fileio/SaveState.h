@@ -55,12 +55,17 @@ inline const Workbook& SavedBook(const SaveState& save) { return *BookAt(save.bo
 bool IsWide(WideView text);
 // The text in the book's code page, at most `most` bytes. Valid until the next call.
 ByteView NarrowText(SaveState& save, WideView text, std::size_t most);
+// The same for the name of a sheet.
+ByteView NarrowSheetName(SaveState& save, WideView name);
 // The characters in one or two bytes each.
 void WriteCharacters(BiffWriter& to, WideView text, bool wide);
 // Count byte, then the text: option byte and characters, or the bytes of the code page.
 void WriteShortString(SaveState& save, BiffWriter& to, WideView text);
 // The same behind a count of two bytes.
 void WriteLongString(SaveState& save, BiffWriter& to, WideView text);
+
+// A record of one such text; what does not fit goes on in CONTINUE records, each with an option byte.
+void WriteSplitString(SaveState& save, u16 id, WideView text);
 
 // Starts a record in save.body; EndBody writes it. What no record can hold is left out, and false.
 void BeginBody(SaveState& save);
@@ -78,7 +83,8 @@ void WriteNames(SaveState& save);
 u32 StringIndex(const StringTable& table, const TextBlock* text);
 void WriteStringTable(SaveState& save);
 
-// ---- links and tokens of the 95 form ---------------------------------------------------------------------------
+// ---- links and tokens of the 95 form
+// ---------------------------------------------------------------------------
 
 // The 1-based entry of an extern index, added when absent; 0 when the form has none for it.
 u16 LinkEntryOf(SaveState& save, u32 externIndex);
@@ -91,8 +97,8 @@ void CollectSheetLinks(SaveState& save, const Sheet& sheet);
 void WriteLinkTable(SaveState& save);
 void ClearLinkTable(SaveState& save);
 // From BIFF8 to the 95 token form, into save.narrowed.out; the first `length` bytes of it are the tokens. False
-// when that form has no such tokens: "#N/A" is put there instead. `offsets`: relative rows are distances that wrap,
-// as in names.
+// when that form has no such tokens: "#N/A" is put there instead. `offsets`: relative rows are distances that
+// wrap, as in names.
 bool NarrowTokens(SaveState& save, const FormulaTokens& tokens, bool offsets, u16& length);
 
 // Tokens as they go into a record: the bytes with what follows them, and how many of them are tokens.
@@ -106,12 +112,16 @@ TokenImage ImageOfTokens(SaveState& save, const FormulaTokens& tokens, bool offs
 // ---- sheets -----------------------------------------------------------------------------------------------
 
 void WriteSheet(SaveState& save, i32 sheet);
-// Page records in front of the cells: GUTS to SETUP and protection.
+// From the print flags to the protection.
 void WritePageRecords(SaveState& save, const Sheet& sheet);
+void WriteColumns(SaveState& save, const Sheet& sheet);
 void WriteFilterRecords(SaveState& save, const Sheet& sheet);
 // Rows up to `lastRow` with their cells; `indexBlocks` is the stream offset of the block offsets in INDEX.
 void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastColumn, u32 indexBlocks);
+// WINDOW2 to SELECTION; `current` for the sheet that the book opens with.
 void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current);
+// SCL and SHEETEXT.
+void WriteSheetTail(SaveState& save, const Sheet& sheet);
 void WriteMerges(SaveState& save, const Sheet& sheet);
 void WriteConditionalFormats(SaveState& save, const Sheet& sheet);
 void WriteHyperlinks(SaveState& save, const Sheet& sheet);
@@ -135,6 +145,9 @@ struct CellWriting {
 };
 void WriteRowCells(CellWriting& w, const CellRow& row);
 void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell);
+
+// The greatest row of a form, numbered from 0.
+inline i32 LastRowOf(const SaveState& save) { return save.biffVersion == 8 ? MAX_ROWS - 1 : 0x3FFF; }
 
 // The form in which a number fits an RK record; false when it has none that gives it back to the bit.
 [[nodiscard]] bool EncodeRk(double number, u32& rk);

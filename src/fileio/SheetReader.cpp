@@ -127,6 +127,7 @@ bool ReadChartRecords(LoadState& load) {
         if (record.id == RECORD_BOF) ++depth;
         if (record.id != RECORD_EOF) continue;
         if (depth == 0) {
+            LoadedSheet(load).chart.biffVersion = load.biffVersion;
             Array<u8>& records = LoadedSheet(load).chart.records;
             return records.AppendMany(load.stream.bytes.data() + start, before - start);
         }

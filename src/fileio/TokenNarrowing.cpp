@@ -145,9 +145,7 @@ void PutNameX(Narrower& n, const u8* token) {
     PutZeros(n.to, NAME_TAIL);
 }
 
-bool IsLacking(u16 function) {
-    return !(function & COMMAND_BIT) && function >= FIRST_FUNCTION_AFTER_95;
-}
+bool IsLacking(u16 function) { return !(function & COMMAND_BIT) && function >= FIRST_FUNCTION_AFTER_95; }
 
 // Converts the whole token at `at`, `size` bytes long.
 void NarrowToken(Narrower& n, const u8* token, u32 at, u32 size) {
@@ -191,7 +189,8 @@ void NarrowStream(Narrower& n, const FormulaTokens& tokens) {
     EndRewrite(n.to);
 }
 
-// ---- what follows the tokens ----------------------------------------------------------------------------------
+// ---- what follows the tokens
+// ----------------------------------------------------------------------------------
 
 // One element of an array constant; returns its size, 0 when it is cut off.
 std::size_t NarrowElement(Narrower& n, ByteView rest) {

@@ -76,8 +76,11 @@ void PutRef(Widening& w, ByteView operand, bool offset) {
 void PutArea(Widening& w, ByteView operand, bool offset) {
     const u16 first = WordAt(operand, 0);
     const u16 last = WordAt(operand, 2);
+    // All rows of the older form are all rows of this one.
+    const bool distance = offset && (last & 0x8000);
+    const bool whole = (first & ROW_BITS) == 0 && (last & ROW_BITS) == ROW_BITS && !distance;
     PutWord(w.to, WideRow(first, offset));
-    PutWord(w.to, WideRow(last, offset));
+    PutWord(w.to, whole ? u16{MAX_ROWS - 1} : WideRow(last, offset));
     PutByte(w.to, ByteAt(operand, 4));
     PutByte(w.to, first >> 8 & 0xC0u);
     PutByte(w.to, ByteAt(operand, 5));

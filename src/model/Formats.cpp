@@ -165,14 +165,31 @@ void SetLocalFormats(std::span<const LocalFormatText> formats) {
 
 WideView LocalGeneralWord() { return localGeneral; }
 
+namespace {
+
+// The region's own text for an id, or null.
+const NumberFormat* RegionFormat(u16 id) {
+    const NumberFormat* found = std::find_if(region.rows.begin(), region.rows.end(),
+                                             [id](const NumberFormat& row) { return row.id == id; });
+    return found != region.rows.end() ? found : nullptr;
+}
+
+}  // namespace
+
+WideView NewFormatText(u16 id) {
+    if (const NumberFormat* local = RegionFormat(id)) return local->text;
+    for (const BuiltInFormat& format : BuiltInFormats()) {
+        if (format.id == id) return format.text;
+    }
+    return {};
+}
+
 bool BuildDefaultFormats(Workbook& book) {
     std::copy(DefaultPalette().begin(), DefaultPalette().end(), book.palette);
     for (const BuiltInFormat& format : BuiltInFormats()) {
-        const NumberFormat* local = std::find_if(region.rows.begin(), region.rows.end(),
-                                                 [&](const NumberFormat& row) { return row.id == format.id; });
-        const bool isLocal = local != region.rows.end();
-        if (!AddNumberFormat(book, format.id, isLocal ? local->text.View() : format.text,
-                             isLocal ? u16{0} : FORMAT_TEXT_IS_CONSTANT)) {
+        const NumberFormat* local = RegionFormat(format.id);
+        if (!AddNumberFormat(book, format.id, local ? local->text.View() : format.text,
+                             local ? u16{0} : FORMAT_TEXT_IS_CONSTANT)) {
             return false;
         }
     }

@@ -37,6 +37,8 @@ struct LocalFormatText {
     WideView text;
 };
 void SetLocalFormats(std::span<const LocalFormatText> formats);
+// The text that a new book has for a built-in id; empty for any other id.
+WideView NewFormatText(u16 id);
 // The user's word for "General".
 WideView LocalGeneralWord();
 

@@ -92,7 +92,26 @@ TEST_F(Tally, ConvertsFilesAndStandardStreams) {
     EXPECT_EQ(Get("out.txt"), "\r\n\r\n\t\t\there\r\n");
     Put("in.csv", "1,2");
     EXPECT_EQ(Run("convert --from csv --to txt - - < in.csv").output, "1\t2\r\n");
-    EXPECT_EQ(Run("convert a.xls - --to csv --recalculate").output, "2,6\r\n,2\r\n");
+    EXPECT_EQ(Run("convert a.xls - --to csv --recalculate").output,
+              "2,6\r\n,2\r\ntally: not kept: all sheets but one\n");
+}
+
+TEST_F(Tally, ConvertsToBothFormsOfWorkbooks) {
+    PutBook("a.xls");
+    const std::string cells = Run("cells a.xls").output;
+    EXPECT_EQ(Run("convert a.xls b.xls").output, "");
+    EXPECT_EQ(Run("cells b.xls").output, cells);
+    EXPECT_EQ(Run("convert b.xls c.xlt --form 95").output, "");
+    Run("convert c.xlt d.xls");  // the form of the book that was read
+    EXPECT_EQ(Run("cells d.xls").output, cells);
+    Run("convert d.xls e.xls --form 97");
+    Run("convert e.xls f.xls");
+    EXPECT_EQ(Run("cells f.xls").output, cells);
+    EXPECT_EQ(Get("e.xls"), Get("b.xls"));
+    EXPECT_EQ(Get("e.xls"), Get("f.xls"));
+    EXPECT_NE(Get("e.xls"), Get("d.xls"));
+    EXPECT_EQ(Run("convert a.xls - --to xls > g.xls").status, 0);
+    EXPECT_EQ(Get("g.xls"), Get("b.xls"));
 }
 
 TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
@@ -116,7 +135,8 @@ TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
         {"sheets bad.xls", 1, "Invalid data in input file"},
         {"sheets a.doc", 1, "File type not recognised"},
         {"cells a.xls --sheet Third", 1, "Third"},
-        {"convert a.xls out.xls", 2, "csv or txt"},
+        {"convert a.xls out.pdf", 2, "xls, xlt, csv or txt"},
+        {"convert a.xls out.xls --form 96", 2, "97 or 95"},
         {"convert a.xls none/out.csv", 3, "Unable to open output file"},
         {"convert - out.csv", 2, "--from"},
         {"convert a.xls -", 2, "--to"},

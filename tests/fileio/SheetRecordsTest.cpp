@@ -274,10 +274,15 @@ TEST_F(SheetRecords, AFormulaWithoutItsSharedRecordKeepsItsValue) {
 
 class WidenedTokens : public SheetRecords {
   protected:
-    static std::string Widened(const Bytes& tokens, const Bytes& extra = {}, const Fill& globals = {}) {
+    static std::string Widened(const Bytes& tokens, const Bytes& extra = {}, const Fill& globals = {},
+                               const Fill& before = {}) {
         ResetBooks();
         const Bytes body = Zeros(20) + Word(static_cast<u32>(tokens.size())) + tokens + extra;
-        if (!Open([&](BiffBuilder& b) { b.Raw(6, body); }, 7, globals)) return "not opened";
+        const auto sheet = [&](BiffBuilder& b) {
+            if (before) before(b);
+            b.Raw(6, body);
+        };
+        if (!Open(sheet, 7, globals)) return "not opened";
         return FormulaOf("A1");
     }
 };
@@ -304,8 +309,71 @@ TEST_F(WidenedTokens, ReferencesBeyondTheSheet) {
         b.Raw(22, Word(1)).Raw(23, Bytes{3, 3} + Bytes(text.begin() + 1, text.end()));
     };
     EXPECT_EQ(
-        Widened(Bytes{0x5A} + Word(1) + Zeros(8) + Word(0) + Word(0) + Word(0xC000) + Bytes{0}, {}, table),
+        Widened(Bytes{0x5A} + Word(1) + Zeros(8) + Word(0) + Word(0) + Word(0xC000) + Bytes{0}, {}, {}, table),
         "=Two!A1");
+    // The table of the globals is not that of a sheet.
+    const Fill other = [](BiffBuilder& b) {
+        const std::string text =
+            "\x04"
+            "Data";
+        b.Raw(22, Word(1)).Raw(23, Bytes{4, 3} + Bytes(text.begin() + 1, text.end()));
+    };
+    EXPECT_EQ(Widened(Bytes{0x5A} + Word(1) + Zeros(8) + Word(0) + Word(0) + Word(0xC000) + Bytes{0}, {}, other,
+                      table),
+              "=Two!A1");
+}
+
+TEST_F(WidenedTokens, AllRowsOfTheOlderFormAreAllRows) {
+    EXPECT_EQ(Widened(Bytes{0x25} + Word(0) + Word(0x3FFF) + Bytes{0, 1}), "=$A:$B");
+    EXPECT_EQ(Widened(Bytes{0x25} + Word(1) + Word(0x3FFF) + Bytes{0, 1}), "=$A$2:$B$16384");
+}
+
+TEST_F(SheetRecords, NamesInFrontOfTheSheetsKeepTheirSheets) {
+    // In the older form the names stand before the sheets that they lead to.
+    const std::string text = "\x03Two";
+    const Bytes token = Bytes{0x3A} + Word(0xFFFF) + Zeros(8) + Word(1) + Word(1) + Word(4) + Bytes{2};
+    ASSERT_TRUE(Open([](BiffBuilder& b) { b.Number(0, 0, 1); }, 7,
+                     [&](BiffBuilder& b) {
+                         b.Raw(22, Word(1)).Raw(23, Bytes{3, 3} + Bytes(text.begin() + 1, text.end()));
+                         b.Raw(24, Word(0) + Bytes{0, 1} + Word(static_cast<u32>(token.size())) + Word(1) +
+                                       Zeros(6) + Bytes{'n'} + token);
+                     }));
+    const DefinedName& name = CurrentWorkbook()->names[0];
+    EXPECT_EQ(name.sheet, 2);
+    WideText shown;
+    ASSERT_TRUE(FormulaToText(CurrentBook(), name.tokens, 0, 0, true, shown));
+    EXPECT_EQ(Narrow(shown), "=Two!$C$5");
+}
+
+TEST_F(SheetRecords, ALongResultGoesOnInContinueRecords) {
+    ASSERT_TRUE(Open([](BiffBuilder& b) {
+        b.Formula(0, 0, {0x1E, 1, 0}, 0);
+        b.Raw(519, Word(5) + Bytes{0, 'a', 'b'})
+            .Raw(60, Bytes{1} + Word(0x4E00) + Word('c'))
+            .Raw(60, Bytes{0, 'd'});
+        b.Number(0, 1, 6);
+    }));
+    EXPECT_EQ(Narrow(TextOf(CellAtName("A1")->value)), "ab\u4e00cd");
+    EXPECT_EQ(Shown("B1"), "6");
+}
+
+TEST_F(SheetRecords, TheWideCodePageIsNotThatOfNarrowText) {
+    const u16 before = CurrentWorkbook()->codePage;
+    ASSERT_TRUE(Open([](BiffBuilder&) {}, 8, [](BiffBuilder& b) { b.Raw(66, Word(1200)); }));
+    EXPECT_EQ(CurrentWorkbook()->fileCodePage, 1200);
+    EXPECT_EQ(CurrentWorkbook()->codePage, before);
+    ASSERT_TRUE(Open([](BiffBuilder&) {}, 8, [](BiffBuilder& b) { b.Raw(66, Word(1251)); }));
+    EXPECT_EQ(CurrentWorkbook()->codePage, 1251);
+}
+
+TEST_F(SheetRecords, HyperlinksTakeTheWholePathAndPassOverTheFrame) {
+    const Bytes file = {3, 3, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
+    ASSERT_TRUE(Open([&](BiffBuilder& b) {
+        b.Raw(440, Zeros(8) + Zeros(20) + Long(1 | 0x80) + Long(2) + Word('f') + Word(0) + file + Word(1) +
+                       Long(2) + Bytes{'?', 0} + Zeros(24) + Long(6 + 2) + Long(2) + Word(3) + Word(0x4E00));
+    }));
+    ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
+    EXPECT_EQ(Narrow(CurrentSheet()->hyperlinks[0].target), "..\\\u4e00");
 }
 
 TEST_F(WidenedTokens, ArrayConstants) {

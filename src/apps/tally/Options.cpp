@@ -42,7 +42,9 @@ void AddCommands(CLI::App& app, Options& options) {
     for (CLI::App* sub : {sheets, cells, verify, convert}) {
         sub->add_option("--from", options.from, "Form of standard input: xls, csv, txt");
     }
-    convert->add_option("--to", options.to, "Form of standard output: csv, txt");
+    convert->add_option("--to", options.to, "Form of standard output: xls, xlt, csv, txt");
+    convert->add_option("--form", options.form,
+                        "Form of a workbook: 97 or 95 (default: that of the book read)");
     functions->add_flag("--document", options.document, "The list as a document (docs/functions.md)");
     eval->add_option("--book", options.book, "A book that the formula may refer to");
     replay->add_option("--book", options.book, "The book to begin with");

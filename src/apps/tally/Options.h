@@ -18,6 +18,7 @@ struct Options {
     std::string locale;  // empty: that of the environment
     std::string date;
     std::string from, to;   // extensions, for "-"
+    std::string form;       // of workbooks written: "97", "95" or empty
     unsigned codePage = 0;  // 0: that of the region, and UTF-8 for text files
     bool recalculate = false;
     bool document = false;  // the functions as a document

@@ -1,0 +1,272 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "fileio/BiffReader.h"
+#include "fileio/SaveState.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+
+// The records of cells, row by row.
+
+namespace tally {
+namespace {
+
+constexpr u16 FORMULA = 6, MULRK = 189, MULBLANK = 190, LABELSST = 253, BLANK = 513, NUMBER = 515, LABEL = 516,
+              BOOLERR = 517, STRING = 519, ARRAY = 545, RK = 638;
+constexpr u16 TEXT_FORMAT = 49;  // its numbers stand alone
+constexpr u64 RK_LOST_BITS = 0x3FFFFFFFF;
+constexpr i32 RK_WHOLE_MOST = (1 << 29) - 1;
+constexpr u32 RK_HUNDREDTHS = 1, RK_WHOLE = 2;
+constexpr std::size_t FORMULA_HEAD = 22, ARRAY_HEAD = 14;
+constexpr std::size_t TOKENS_MOST = 65535 - FORMULA_HEAD;
+constexpr u16 LAST_ROW_95 = 0x3FFF;
+constexpr u8 NOT_AVAILABLE[] = {ptgErr, 42};
+
+bool EncodeWhole(double number, u32& rk) {
+    if (!(number >= -RK_WHOLE_MOST - 1 && number <= RK_WHOLE_MOST)) return false;
+    const i32 whole = static_cast<i32>(number);
+    if (whole != number) return false;
+    rk = static_cast<u32>(whole) << 2 | RK_WHOLE;
+    return true;
+}
+
+bool EncodeTopBits(double number, u32& rk) {
+    const u64 bits = std::bit_cast<u64>(number);
+    if (bits & RK_LOST_BITS) return false;
+    rk = static_cast<u32>(bits >> 32);
+    return true;
+}
+
+u8* BeginCell(SaveState& save, u16 id, std::size_t length, u16 row, const CellRecord& cell) {
+    u8* out = BeginRecord(save.writer, id, length);
+    PutU16(out, row);
+    PutU16(out + 2, cell.column);
+    PutU16(out + 4, cell.format);
+    return out + 6;
+}
+
+bool IsPlain(const CellRecord& cell, u16 type) { return !cell.formula && cell.value.type == type; }
+
+// A blank cell that looks as its column does says nothing.
+bool IsWrittenBlank(const CellWriting& w, const CellRecord& cell) {
+    return IsPlain(cell, VT_EMPTY) && cell.format != w.columnFormats[cell.column];
+}
+
+// Each of these writes the cells from `first` on that go into one record, and returns the next one.
+
+u32 WriteBlanks(CellWriting& w, const CellRow& row, u32 first) {
+    u32 end = first + 1;
+    while (end < row.count && row.cells[end].column == row.cells[end - 1].column + 1 &&
+           IsWrittenBlank(w, row.cells[end])) {
+        ++end;
+    }
+    const u32 count = end - first;
+    if (count == 1) {
+        BeginCell(w.save, BLANK, 6, row.row, row.cells[first]);
+        return end;
+    }
+    u8* out = BeginRecord(w.save.writer, MULBLANK, 6 + count * 2);
+    PutU16(out, row.row);
+    PutU16(out + 2, row.cells[first].column);
+    for (u32 i = 0; i < count; ++i) PutU16(out + 4 + i * 2, row.cells[first + i].format);
+    PutU16(out + 4 + count * 2, row.cells[end - 1].column);
+    return end;
+}
+
+bool StandsAlone(const CellWriting& w, const CellRecord& cell) {
+    return ResolveCellFormat(SavedBook(w.save), cell.format).numberFormat == TEXT_FORMAT;
+}
+
+u32 WriteNumbers(CellWriting& w, const CellRow& row, u32 first) {
+    const CellRecord& cell = row.cells[first];
+    u32 rk[MAX_COLUMNS];
+    if (!EncodeRk(cell.value.number, rk[0])) {
+        PutF64(BeginCell(w.save, NUMBER, 14, row.row, cell), cell.value.number);
+        return first + 1;
+    }
+    u32 count = 1;
+    for (u32 i = first + 1; i < row.count && !StandsAlone(w, cell); ++i, ++count) {
+        const CellRecord& next = row.cells[i];
+        if (next.column != row.cells[i - 1].column + 1 || !IsPlain(next, VT_NUMBER) ||
+            !EncodeRk(next.value.number, rk[count]) || StandsAlone(w, next)) {
+            break;
+        }
+    }
+    if (count == 1) {
+        PutU32(BeginCell(w.save, RK, 10, row.row, cell), rk[0]);
+        return first + 1;
+    }
+    u8* out = BeginRecord(w.save.writer, MULRK, 6 + count * 6);
+    PutU16(out, row.row);
+    PutU16(out + 2, cell.column);
+    for (u32 i = 0; i < count; ++i) {
+        PutU16(out + 4 + i * 6, row.cells[first + i].format);
+        PutU32(out + 6 + i * 6, rk[i]);
+    }
+    PutU16(out + 4 + count * 6, row.cells[first + count - 1].column);
+    return first + count;
+}
+
+void WriteText(CellWriting& w, u16 row, const CellRecord& cell) {
+    if (w.save.biffVersion == 8) {
+        PutU32(BeginCell(w.save, LABELSST, 10, row, cell), StringIndex(w.save.strings, cell.value.text));
+        return;
+    }
+    BeginBody(w.save);
+    for (u16 word : {row, u16{cell.column}, cell.format}) WriteU16(w.save.body, word);
+    WriteLongString(w.save, w.save.body, TextOf(cell.value));
+    IgnoreFailure(EndBody(w.save, LABEL));
+}
+
+void WriteBoolOrError(CellWriting& w, u16 row, const CellRecord& cell) {
+    u8* out = BeginCell(w.save, BOOLERR, 8, row, cell);
+    const bool error = cell.value.type == VT_ERROR;
+    out[0] = error ? BiffFromError(cell.value.error) : static_cast<u8>(cell.value.boolean != 0);
+    out[1] = error;
+}
+
+u32 WriteCells(CellWriting& w, const CellRow& row, u32 first) {
+    const CellRecord& cell = row.cells[first];
+    if (cell.formula) {
+        WriteFormulaCell(w, row.row, cell);
+        return first + 1;
+    }
+    switch (cell.value.type) {
+        case VT_NUMBER: return WriteNumbers(w, row, first);
+        case VT_STRING: WriteText(w, row.row, cell); break;
+        case VT_BOOL:
+        case VT_ERROR: WriteBoolOrError(w, row.row, cell); break;
+        default:
+            if (IsWrittenBlank(w, cell)) return WriteBlanks(w, row, first);
+            break;
+    }
+    return first + 1;
+}
+
+// ---- formulas
+// -----------------------------------------------------------------------------------------------------
+
+// The 8 bytes of a result. A text follows in a record of its own.
+void PutResult(u8* out, const Value& value) {
+    std::fill(out, out + 8, u8{0});
+    if (value.type == VT_NUMBER && std::isfinite(value.number)) return PutF64(out, value.number);
+    if (value.type == VT_EMPTY) return;
+    PutU16(out + 6, 0xFFFF);
+    if (value.type == VT_STRING) return;
+    out[0] = value.type == VT_BOOL ? 1 : 2;
+    const i32 error = value.type == VT_ERROR ? value.error : i32{ERR_NUM};
+    out[2] = value.type == VT_BOOL ? static_cast<u8>(value.boolean != 0) : BiffFromError(error);
+}
+
+// What a formula's own record holds of an array's: where the array begins.
+TokenImage ArrayReference(const RefArea& area, u8* bytes) {
+    bytes[0] = ptgExp;
+    PutU16(bytes + 1, area.firstRow);
+    PutU16(bytes + 3, area.firstColumn);
+    return {{bytes, 5}, 5};
+}
+
+// Tokens that no record can hold leave the value.
+TokenImage WithinRecord(SaveState& save, TokenImage image) {
+    if (image.bytes.size() <= TOKENS_MOST) return image;
+    save.losses |= LOSS_FORMULAS;
+    return {{NOT_AVAILABLE, sizeof NOT_AVAILABLE}, sizeof NOT_AVAILABLE};
+}
+
+// These two may be longer than a record in one piece usually is, so they are put together bit by bit.
+void WriteFormulaRecord(CellWriting& w, u16 row, const CellRecord& cell, const TokenImage& image) {
+    u8 head[FORMULA_HEAD] = {};
+    PutU16(head, row);
+    PutU16(head + 2, cell.column);
+    PutU16(head + 4, cell.format);
+    PutResult(head + 6, cell.value);
+    PutU16(head + 14, cell.formula->alwaysCalculate);
+    PutU16(head + 20, image.length);
+    WriteRecordHeader(w.save.writer, FORMULA, sizeof head + image.bytes.size());
+    WriteBytes(w.save.writer, head, sizeof head);
+    WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
+}
+
+void WriteArrayRecord(CellWriting& w, const RefArea& area, const TokenImage& image) {
+    u8 head[ARRAY_HEAD] = {};
+    PutU16(head, area.firstRow);
+    PutU16(head + 2, w.save.biffVersion == 8 ? area.lastRow : std::min(area.lastRow, LAST_ROW_95));
+    head[4] = area.firstColumn;
+    head[5] = area.lastColumn;
+    PutU16(head + 12, image.length);
+    WriteRecordHeader(w.save.writer, ARRAY, sizeof head + image.bytes.size());
+    WriteBytes(w.save.writer, head, sizeof head);
+    WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
+}
+
+// The place of the array that holds a cell in the list of the active ones, or -1.
+i32 FindActive(const CellWriting& w, u16 row, u8 column) {
+    const Array<u32>& active = w.arrays.active;
+    for (u32 i = 0; i < active.Count(); ++i) {
+        if (AreaHolds(w.sheet.arrayFormulas[active[i]].area, row, column)) return static_cast<i32>(active[i]);
+    }
+    return -1;
+}
+
+}  // namespace
+
+bool EncodeRk(double number, u32& rk) {
+    if (EncodeTopBits(number, rk) || EncodeWhole(number, rk)) return true;
+    const double hundredfold = number * 100;
+    if (!EncodeTopBits(hundredfold, rk) && !EncodeWhole(hundredfold, rk)) return false;
+    rk |= RK_HUNDREDTHS;
+    return DecodeRk(rk) == number;
+}
+
+bool BeginArrays(const Sheet& sheet, ArrayCursor& cursor) {
+    const Array<ArrayEntry>& arrays = sheet.arrayFormulas;
+    if (!cursor.order.Resize(arrays.Count()) || !cursor.begun.Resize(arrays.Count())) return false;
+    for (u32 i = 0; i < arrays.Count(); ++i) cursor.order[i] = i;
+    std::sort(cursor.order.begin(), cursor.order.end(), [&](u32 a, u32 b) {
+        const u16 rowA = arrays[a].area.firstRow, rowB = arrays[b].area.firstRow;
+        return rowA != rowB ? rowA < rowB : a < b;
+    });
+    return true;
+}
+
+bool EnterRow(const Sheet& sheet, ArrayCursor& cursor, i32 row) {
+    const Array<ArrayEntry>& arrays = sheet.arrayFormulas;
+    u32 kept = 0;
+    for (u32 index : cursor.active) {
+        if (arrays[index].area.lastRow >= row) cursor.active[kept++] = index;
+    }
+    cursor.active.Truncate(kept);
+    for (; cursor.next < cursor.order.Count(); ++cursor.next) {
+        const u32 index = cursor.order[cursor.next];
+        if (arrays[index].area.firstRow > row) break;
+        if (arrays[index].area.lastRow >= row && !cursor.active.Append(index)) return false;
+    }
+    return true;
+}
+
+void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell) {
+    const i32 array = FindActive(w, row, cell.column);
+    if (array < 0) {
+        WriteFormulaRecord(w, row, cell, WithinRecord(w.save, ImageOfTokens(w.save, cell.formula->tokens)));
+    } else {
+        const RefArea area = w.sheet.arrayFormulas[static_cast<u32>(array)].area;
+        u8 reference[5];
+        WriteFormulaRecord(w, row, cell, ArrayReference(area, reference));
+        bool& begun = w.arrays.begun[static_cast<u32>(array)];
+        if (!begun)
+            WriteArrayRecord(w, area, WithinRecord(w.save, ImageOfTokens(w.save, cell.formula->tokens)));
+        begun = true;
+    }
+    if (cell.value.type == VT_STRING) WriteSplitString(w.save, STRING, TextOf(cell.value));
+}
+
+void WriteRowCells(CellWriting& w, const CellRow& row) {
+    if (!EnterRow(w.sheet, w.arrays, row.row)) {
+        w.save.writer.failed = true;
+        return;
+    }
+    for (u32 i = 0; i < row.count;) i = WriteCells(w, row, i);
+}
+
+}  // namespace tally

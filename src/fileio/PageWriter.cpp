@@ -1,0 +1,149 @@
+#include <algorithm>
+
+#include "fileio/PrinterBlock.h"
+#include "fileio/SaveState.h"
+#include "model/CellStore.h"
+
+// The records of the page and of the sheet as a whole, and those of the view.
+
+namespace tally {
+namespace {
+
+constexpr u16 PROTECT = 18, PASSWORD = 19, HEADER = 20, FOOTER = 21, SELECTION = 29, PANE = 65, PLS = 77,
+              DEFCOLWIDTH = 85, GUTS = 128, WSBOOL = 129, SETUP = 161, DEFAULTROWHEIGHT = 549, WINDOW2 = 574;
+constexpr u32 SHEET_OPTIONS = 1217, FIT_TO_PAGE = 256;
+constexpr u8 VIEW_ALWAYS = 176;  // zeros shown, grid colour automatic, outline marks shown
+constexpr u8 VIEW_CURRENT = 6;
+constexpr u32 GRID_COLOUR = 64;
+constexpr u16 ONE_FROZEN_MARK = 1;
+
+struct MarginRecord {
+    u16 id;
+    double PageSettings::*field;
+};
+constexpr MarginRecord margins[] = {{38, &PageSettings::leftMargin},
+                                    {39, &PageSettings::rightMargin},
+                                    {40, &PageSettings::topMargin},
+                                    {41, &PageSettings::bottomMargin}};
+
+void WritePageText(SaveState& save, u16 id, WideView text) {
+    if (text.empty()) return WriteEmptyRecord(save.writer, id);
+    BeginBody(save);
+    if (save.biffVersion == 8) {
+        WriteLongString(save, save.body, text);
+    } else {
+        WriteShortString(save, save.body, text);
+    }
+    IgnoreFailure(EndBody(save, id));
+}
+
+void WriteGuts(SaveState& save, const u16* guts) {
+    u8* out = BeginRecord(save.writer, GUTS, 8);
+    for (u32 i = 0; i < 4; ++i) PutU16(out + i * 2, guts[i]);
+}
+
+void WritePrinter(SaveState& save, const Array<u8>& printer) {
+    const bool form8 = save.biffVersion == 8;
+    if (printer.IsEmpty() || (!form8 && !IsWholePrinter(printer.Span()))) return;
+    BeginBody(save);
+    WriteU16(save.body, 0);
+    if (form8) {
+        WriteBytes(save.body, printer.Data(), printer.Count());
+    } else if (!NarrowPrinter(save.codePage, printer.Span(), save.body.stream)) {
+        save.body.failed = true;
+    }
+    save.writer.failed = save.writer.failed || save.body.failed;
+    WriteSplitRecord(save.writer, PLS, save.body.stream.Span(), RECORD_ROOM, RECORD_ROOM);
+}
+
+void WriteMargins(SaveState& save, const PageSettings& page) {
+    for (const MarginRecord& margin : margins) {
+        const double inches = page.*margin.field;
+        if (inches == 0) continue;
+        PutF64(BeginRecord(save.writer, margin.id, 8), inches);
+    }
+}
+
+void WriteProtection(SaveState& save, const Sheet& sheet) {
+    if (!(sheet.viewFlags & VIEW_PROTECTED)) return;
+    WriteRecordU16(save.writer, PROTECT, 1);
+    WriteRecordU16(save.writer, PASSWORD, sheet.passwordHash);
+}
+
+u16 RowInForm(const SaveState& save, u16 row) { return std::min(row, static_cast<u16>(LastRowOf(save))); }
+
+void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
+    const SheetView& view = sheet.view;
+    const bool form8 = save.biffVersion == 8;
+    const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
+    const u32 length = form8 ? 18 : 10;
+    u8* out = BeginRecord(save.writer, WINDOW2, length);
+    std::fill(out, out + length, u8{0});
+    out[0] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN)) |
+                             VIEW_ALWAYS);
+    out[1] = static_cast<u8>((current ? VIEW_CURRENT : 0) | (frozen ? ONE_FROZEN_MARK : 0));
+    const bool splitRows = frozen && view.splitRow;
+    const bool splitColumns = frozen && view.splitColumn;
+    PutU16(out + 2, RowInForm(save, splitRows ? view.frozenFirstRow : view.firstRow));
+    PutU16(out + 4, splitColumns ? view.frozenFirstColumn : view.firstColumn);
+    if (form8) PutU32(out + 6, GRID_COLOUR);
+}
+
+void WritePane(SaveState& save, const SheetView& view) {
+    const u32 columns = view.splitColumn ? std::max(view.splitColumn - view.frozenFirstColumn, 0) : 0u;
+    const u32 rows = view.splitRow ? std::max(view.splitRow - view.frozenFirstRow, 0) : 0u;
+    u8* out = BeginRecord(save.writer, PANE, 10);
+    PutU16(out, columns);
+    PutU16(out + 2, std::min<u32>(rows, RowInForm(save, 0xFFFF)));
+    PutU16(out + 4, RowInForm(save, view.firstRow));
+    PutU16(out + 6, view.firstColumn);
+    // The pane that moves: 0 lower right, 1 upper right, 2 lower left, 3 the only one.
+    PutU16(out + 8, (columns ? 0u : 2u) | (rows ? 0u : 1u));
+}
+
+void WriteSelection(SaveState& save, const SheetView& view) {
+    u8* out = BeginRecord(save.writer, SELECTION, 15);
+    out[0] = 3;
+    PutU16(out + 1, RowInForm(save, view.activeRow));
+    PutU16(out + 3, view.activeColumn);
+    PutU16(out + 5, 0);
+    PutU16(out + 7, 1);
+    PutU16(out + 9, RowInForm(save, view.selection.firstRow));
+    PutU16(out + 11, RowInForm(save, view.selection.lastRow));
+    out[13] = view.selection.firstColumn;
+    out[14] = view.selection.lastColumn;
+}
+
+}  // namespace
+
+void WritePageRecords(SaveState& save, const Sheet& sheet) {
+    const PageSettings& page = sheet.page;
+    BiffWriter& to = save.writer;
+    WriteRecordU16(to, 42, page.printHeaders);
+    WriteRecordU16(to, 43, page.printGridlines);
+    WriteRecordU16(to, 130, page.gridSet);
+    WriteGuts(save, page.guts);
+    WriteRecordU16Pair(to, DEFAULTROWHEIGHT, (sheet.viewFlags & VIEW_HEIGHT_DIFFERS) != 0,
+                       DefaultRowHeight(sheet));
+    WriteRecordU16(to, WSBOOL, SHEET_OPTIONS + (page.fitToPage ? FIT_TO_PAGE : 0u));
+    WritePageText(save, HEADER, page.header);
+    WritePageText(save, FOOTER, page.footer);
+    WriteRecordU16(to, 131, page.centreHorizontally);
+    WriteRecordU16(to, 132, page.centreVertically);
+    WriteMargins(save, page);
+    WritePrinter(save, page.printer);
+    if (!page.setup.IsEmpty()) {
+        WriteRecordHeader(to, SETUP, page.setup.Count());
+        WriteBytes(to, page.setup.Data(), page.setup.Count());
+    }
+    WriteProtection(save, sheet);
+    WriteRecordU16(to, DEFCOLWIDTH, DefaultColumnWidth(sheet) >> 8);
+}
+
+void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current) {
+    WriteWindow2(save, sheet, current);
+    if (sheet.viewFlags & VIEW_FROZEN) WritePane(save, sheet.view);
+    WriteSelection(save, sheet.view);
+}
+
+}  // namespace tally

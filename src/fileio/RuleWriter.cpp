@@ -1,0 +1,303 @@
+#include <algorithm>
+
+#include "base/Number.h"
+#include "display/NumberFormatter.h"
+#include "fileio/SaveState.h"
+
+// Filters, merged areas, conditional formats and validation.
+
+namespace tally {
+namespace {
+
+constexpr u16 FILTERMODE = 155, AUTOFILTERINFO = 157, AUTOFILTER = 158, MERGEDCELLS = 229, CONDFMT = 432,
+              CF = 433, DVAL = 434, DV = 446;
+constexpr u32 MERGES_MOST = 1027;  // of one record
+constexpr u8 CONDITION_NONE = 0, CONDITION_NUMBER = 4, CONDITION_TEXT = 6;
+constexpr std::size_t CONDITION_BYTES = 10;
+constexpr u32 NO_OBJECT = 0xFFFFFFFF;
+
+void PutArea8(BiffWriter& to, const RefArea& area) {
+    WriteU16(to, area.firstRow);
+    WriteU16(to, area.lastRow);
+    WriteU16(to, area.firstColumn);
+    WriteU16(to, area.lastColumn);
+}
+
+// ---- filters
+// ------------------------------------------------------------------------------------------------------
+
+bool IsSimple(const FilterCondition& condition) {
+    return condition.kind == CONDITION_TEXT && condition.comparison == 2;
+}
+
+bool HasCondition(const FilterColumn& column) {
+    return column.top10 || column.conditions[0].kind != CONDITION_NONE ||
+           column.conditions[1].kind != CONDITION_NONE;
+}
+
+// A criterion that reads as a number and shows as it reads is one.
+bool IsNumberText(WideView text, double& number) {
+    if (text.empty() || text.size() > NUMBER_TEXT_ROOM) return false;
+    char narrow[NUMBER_TEXT_ROOM];
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] > 127) return false;
+        narrow[i] = static_cast<char>(text[i]);
+    }
+    if (!ReadPlainNumber({narrow, text.size()}, number)) return false;
+    WideText shown;
+    return FormatGeneral(number, 15, shown) && shown.View() == text;
+}
+
+// The fixed part of a condition. True when its text follows the two of them.
+bool PutCondition(const FilterCondition& condition, u8* out, WideView& text) {
+    std::fill(out, out + CONDITION_BYTES, u8{0});
+    out[0] = condition.kind;
+    out[1] = condition.comparison;
+    if (condition.kind != CONDITION_TEXT) return false;
+    double number = 0;
+    if (IsNumberText(condition.text, number)) {
+        out[0] = CONDITION_NUMBER;
+        PutF64(out + 2, number);
+        return false;
+    }
+    text = condition.text.View().substr(0, 255);
+    out[6] = static_cast<u8>(text.size());
+    return true;
+}
+
+void WriteFilterColumn(SaveState& save, u32 index, const FilterColumn& column) {
+    const u32 flags = (column.joinOr ? 1u : 0u) | (IsSimple(column.conditions[0]) ? 4u : 0u) |
+                      (IsSimple(column.conditions[1]) ? 8u : 0u) | (column.top10 ? 0x10u : 0u) |
+                      (column.top10 && column.top ? 0x20u : 0u) | (column.percent ? 0x40u : 0u) |
+                      (column.top10 ? u32{column.count} << 7 : 0u);
+    BeginBody(save);
+    WriteU16(save.body, index);
+    WriteU16(save.body, flags);
+    u8 conditions[2][CONDITION_BYTES];
+    WideView texts[2];
+    bool follows[2];
+    for (u32 i = 0; i < 2; ++i) follows[i] = PutCondition(column.conditions[i], conditions[i], texts[i]);
+    BiffWriter& to = save.body;
+    const u32 start = StreamOffset(to);
+    WriteBytes(to, conditions, sizeof conditions);
+    for (u32 i = 0; i < 2; ++i) {
+        if (!follows[i]) continue;
+        if (save.biffVersion == 8) {
+            WriteU8(to, IsWide(texts[i]));
+            WriteCharacters(to, texts[i], IsWide(texts[i]));
+            continue;
+        }
+        const ByteView bytes = NarrowText(save, texts[i], 255);
+        WriteBytes(to, bytes.data(), bytes.size());
+        if (!to.failed) to.stream[start + i * CONDITION_BYTES + 6] = static_cast<u8>(bytes.size());
+    }
+    IgnoreFailure(EndBody(save, AUTOFILTER));
+}
+
+}  // namespace
+
+void WriteFilterRecords(SaveState& save, const Sheet& sheet) {
+    const Array<FilterColumn>& columns = sheet.filterColumns;
+    const bool automatic = (sheet.filterState & FILTER_AUTO) != 0;
+    const bool hides = (sheet.filterState & FILTER_ADVANCED) ||
+                       (automatic && std::any_of(columns.begin(), columns.end(), HasCondition));
+    if (hides) WriteEmptyRecord(save.writer, FILTERMODE);
+    if (!automatic) return;
+    WriteRecordU16(save.writer, AUTOFILTERINFO, columns.Count());
+    for (u32 i = 0; i < columns.Count(); ++i) {
+        if (HasCondition(columns[i])) WriteFilterColumn(save, i, columns[i]);
+    }
+}
+
+void WriteMerges(SaveState& save, const Sheet& sheet) {
+    const Array<RefArea>& merges = sheet.mergedAreas;
+    for (u32 first = 0; first < merges.Count(); first += MERGES_MOST) {
+        const u32 count = std::min(merges.Count() - first, MERGES_MOST);
+        BeginBody(save);
+        WriteU16(save.body, count);
+        for (u32 i = 0; i < count; ++i) PutArea8(save.body, merges[first + i]);
+        IgnoreFailure(EndBody(save, MERGEDCELLS));
+    }
+}
+
+// ---- conditional formats
+// ------------------------------------------------------------------------------------------
+
+namespace {
+
+// Flag bits of a condition's format: what a bit of the first group names is left as it is; the others tell
+// which blocks follow.
+constexpr u32 ALL_KEPT = 0x003FFFFF;
+constexpr u32 LEFT_KEPT = 1u << 10, RIGHT_KEPT = 1u << 11, TOP_KEPT = 1u << 12, BOTTOM_KEPT = 1u << 13;
+constexpr u32 PATTERN_KEPT = 1u << 16, FORE_KEPT = 1u << 17, BACK_KEPT = 1u << 18;
+constexpr u32 FONT_FOLLOWS = 1u << 26, BORDER_FOLLOWS = 1u << 28, PATTERN_FOLLOWS = 1u << 29;
+constexpr std::size_t FONT_BLOCK = 118, BORDER_BLOCK = 8, PATTERN_BLOCK = 4;
+constexpr u32 ITALIC = 2, STRIKEOUT = 0x80, NOT_SET = 0xFFFFFFFF;
+constexpr u32 BOLD_WEIGHT = 700, NORMAL_WEIGHT = 400;
+
+bool HasFontPart(const ConditionalCondition& c) {
+    return c.strikeout.present || c.italic.present || c.bold.present || c.underline.present || c.hasFontColour;
+}
+
+u32 KeptFlag(const OverrideByte& part, u32 flag) { return part.present ? flag : 0; }
+
+u32 FormatFlags(const ConditionalCondition& c) {
+    u32 changed = 0;
+    if (c.hasBorders) {
+        changed |= KeptFlag(c.leftStyle, LEFT_KEPT) | KeptFlag(c.rightStyle, RIGHT_KEPT) |
+                   KeptFlag(c.topStyle, TOP_KEPT) | KeptFlag(c.bottomStyle, BOTTOM_KEPT);
+    }
+    if (c.hasPattern) {
+        changed |= KeptFlag(c.pattern, PATTERN_KEPT) | KeptFlag(c.patternColour, FORE_KEPT) |
+                   KeptFlag(c.backColour, BACK_KEPT);
+    }
+    return (ALL_KEPT & ~changed) | (HasFontPart(c) ? FONT_FOLLOWS : 0) | (c.hasBorders ? BORDER_FOLLOWS : 0) |
+           (c.hasPattern ? PATTERN_FOLLOWS : 0);
+}
+
+void PutFontBlock(BiffWriter& to, const ConditionalCondition& c) {
+    u8 block[FONT_BLOCK] = {};
+    PutU32(block + 64, NOT_SET);  // height
+    PutU32(block + 68, (c.italic.value ? ITALIC : 0) | (c.strikeout.value ? STRIKEOUT : 0));
+    PutU16(block + 72, c.bold.value ? BOLD_WEIGHT : NORMAL_WEIGHT);
+    block[76] = c.underline.value;
+    PutU32(block + 80, c.hasFontColour ? u32{c.fontColour} : NOT_SET);
+    PutU32(block + 88, (c.italic.present ? 0 : ITALIC) | (c.strikeout.present ? 0 : STRIKEOUT) | 0x18);
+    PutU32(block + 92, 1);  // escapement
+    PutU32(block + 96, !c.underline.present);
+    PutU32(block + 100, !c.bold.present);
+    PutU16(block + 116, 1);
+    WriteBytes(to, block, sizeof block);
+}
+
+void PutBorderBlock(BiffWriter& to, const ConditionalCondition& c) {
+    u8 block[BORDER_BLOCK] = {};
+    PutU16(block, (c.leftStyle.value & 15u) | (c.rightStyle.value & 15u) << 4 | (c.topStyle.value & 15u) << 8 |
+                      (c.bottomStyle.value & 15u) << 12);
+    PutU32(block + 2, (c.leftColour & 127u) | (c.rightColour & 127u) << 7 | (c.topColour & 127u) << 16 |
+                          (c.bottomColour & 127u) << 23);
+    WriteBytes(to, block, sizeof block);
+}
+
+void PutPatternBlock(BiffWriter& to, const ConditionalCondition& c) {
+    u8 block[PATTERN_BLOCK] = {};
+    block[1] = static_cast<u8>(c.pattern.value << 2);
+    PutU16(block + 2, (c.patternColour.value & 127u) | (c.backColour.value & 127u) << 7);
+    WriteBytes(to, block, sizeof block);
+}
+
+void WriteCondition(SaveState& save, const ConditionalCondition& c) {
+    BeginBody(save);
+    BiffWriter& to = save.body;
+    WriteU8(to, c.type);
+    WriteU8(to, c.comparison);
+    WriteU16(to, c.formula1.length);
+    WriteU16(to, c.formula2.length);
+    WriteU32(to, FormatFlags(c));
+    WriteU16(to, 0);
+    if (HasFontPart(c)) PutFontBlock(to, c);
+    if (c.hasBorders) PutBorderBlock(to, c);
+    if (c.hasPattern) PutPatternBlock(to, c);
+    WriteBytes(to, c.formula1.bytes, c.formula1.length);
+    WriteBytes(to, c.formula2.bytes, c.formula2.length);
+    // A condition that is too long for a record goes without its formulas, so that their count is right.
+    if (EndBody(save, CF)) return;
+    save.losses |= LOSS_RULES;
+    const u32 fixed = StreamOffset(to) - c.formula1.length - c.formula2.length;
+    to.stream.Truncate(fixed);
+    if (!to.failed) PutU32(to.stream.Data() + 2, 0);
+    IgnoreFailure(EndBody(save, CF));
+}
+
+RefArea BoundOf(const Array<RefArea>& areas) {
+    RefArea bound = areas[0];
+    for (const RefArea& area : areas) {
+        bound.firstRow = std::min(bound.firstRow, area.firstRow);
+        bound.lastRow = std::max(bound.lastRow, area.lastRow);
+        bound.firstColumn = std::min(bound.firstColumn, area.firstColumn);
+        bound.lastColumn = std::max(bound.lastColumn, area.lastColumn);
+    }
+    return bound;
+}
+
+constexpr u32 AREAS_MOST = (RECORD_ROOM - 14) / 8;
+
+// One record of some of the areas, with the conditions behind it.
+void WriteConditionalFormat(SaveState& save, const ConditionalFormat& format, u32 first, u32 count) {
+    BeginBody(save);
+    BiffWriter& to = save.body;
+    WriteU16(to, format.conditions.Count());
+    WriteU16(to, format.priority);
+    PutArea8(to, BoundOf(format.areas));
+    WriteU16(to, count);
+    for (u32 i = 0; i < count; ++i) PutArea8(to, format.areas[first + i]);
+    IgnoreFailure(EndBody(save, CONDFMT));
+    for (const ConditionalCondition& condition : format.conditions) WriteCondition(save, condition);
+}
+
+// ---- validation
+// ---------------------------------------------------------------------------------------------------
+
+// An absent text is one zero character.
+void PutRuleText(SaveState& save, WideView text) {
+    WriteLongString(save, save.body, text.empty() ? WideView(u"\0", 1) : text);
+}
+
+void PutRuleFormula(BiffWriter& to, const FormulaTokens& tokens) {
+    WriteU16(to, tokens.length);
+    WriteU16(to, 0);
+    WriteBytes(to, tokens.bytes, tokens.length);
+}
+
+u32 RuleFlags(const ValidationRule& rule) {
+    return (rule.kind & 15) | (rule.errorStyle & 7) << 4 | (rule.literalList ? 1u << 7 : 0u) |
+           (rule.ignoreBlank ? 1u << 8 : 0u) | (rule.noDropArrow ? 1u << 9 : 0u) |
+           (rule.showInput ? 1u << 18 : 0u) | (rule.showError ? 1u << 19 : 0u) | (rule.comparison & 15) << 20;
+}
+
+bool WriteValidation(SaveState& save, const ValidationRule& rule) {
+    BeginBody(save);
+    BiffWriter& to = save.body;
+    WriteU32(to, RuleFlags(rule));
+    PutRuleText(save, rule.inputTitle);
+    PutRuleText(save, rule.errorTitle);
+    PutRuleText(save, rule.inputText);
+    PutRuleText(save, rule.errorText);
+    PutRuleFormula(to, rule.formula1);
+    PutRuleFormula(to, rule.formula2);
+    WriteU16(to, rule.areas.Count());
+    for (const RefArea& area : rule.areas) PutArea8(to, area);
+    return EndBody(save, DV);
+}
+
+}  // namespace
+
+void WriteConditionalFormats(SaveState& save, const Sheet& sheet) {
+    for (const ConditionalFormat& format : sheet.conditionalFormats) {
+        for (u32 first = 0; first < format.areas.Count(); first += AREAS_MOST) {
+            WriteConditionalFormat(save, format, first, std::min(format.areas.Count() - first, AREAS_MOST));
+        }
+    }
+}
+
+void WriteValidations(SaveState& save, const Sheet& sheet) {
+    if (sheet.validations.IsEmpty() && !sheet.dropDownId && !sheet.promptX && !sheet.promptY) return;
+    const u32 countAt = StreamOffset(save.writer) + 4 + 14;
+    u8* out = BeginRecord(save.writer, DVAL, 18);
+    PutU16(out, 0);
+    PutU32(out + 2, static_cast<u32>(sheet.promptX));
+    PutU32(out + 6, static_cast<u32>(sheet.promptY));
+    PutU32(out + 10, sheet.dropDownId ? sheet.dropDownId : NO_OBJECT);
+    PutU32(out + 14, 0);
+    u32 written = 0;
+    for (const ValidationRule& rule : sheet.validations) {
+        if (WriteValidation(save, rule)) {
+            ++written;
+        } else {
+            save.losses |= LOSS_RULES;
+        }
+    }
+    PatchU32(save.writer, written, countAt);
+}
+
+}  // namespace tally

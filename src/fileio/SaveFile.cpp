@@ -1,0 +1,129 @@
+#include "fileio/SaveFile.h"
+
+#include <bit>
+
+#include "base/MessageTable.h"
+#include "fileio/SaveState.h"
+#include "fileio/TextFiles.h"
+#include "formula/Recalculation.h"
+#include "model/CellStore.h"
+
+namespace tally {
+namespace {
+
+constexpr std::string_view lossTexts[LOSS_COUNT] = {
+    "rows beyond 16384",
+    "merged cells",
+    "conditional formats and validation rules",
+    "hyperlinks",
+    "formulas that the form does not know; their values stay",
+    "the ends of long texts",
+    "characters that the code page lacks",
+    "rotations and border styles",
+    "charts",
+    "all sheets but one",
+};
+
+struct StaleCell {
+    i32 sheet;
+    u16 row;
+    u8 column;
+};
+
+bool CollectStale(const Workbook& book, Array<StaleCell>& stale) {
+    for (u32 i = 0; i < book.sheets.Count(); ++i) {
+        if (book.sheets[i]->kind != SHEET_WORKSHEET) continue;
+        for (const FormulaCell* formula : book.sheets[i]->cells.formulas) {
+            const CellRecord* cell = GetCell(book.sheets[i]->cells, formula->row, formula->column);
+            if (cell && cell->calcState == CALC_STALE &&
+                !stale.Append({static_cast<i32>(i), formula->row, formula->column})) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// Brings the worksheets up to date. Values that came out wrong for lack of memory do not stay: the cells are
+// stale again then, and the save fails.
+bool CalculateForSave(i32 book) {
+    Array<StaleCell> stale;
+    if (!CollectStale(*BookAt(book), stale)) return false;
+    const u64 failures = FailedAllocations();
+    for (const StaleCell& place : stale)
+        IgnoreFailure(CalculateCell(book, place.sheet, place.row, place.column));
+    if (FailedAllocations() == failures) return true;
+    for (const StaleCell& place : stale) {
+        Sheet* sheet = SheetAt(book, place.sheet);
+        CellRecord* cell = sheet ? GetCell(sheet->cells, place.row, place.column) : nullptr;
+        if (cell && cell->formula) SetStale(sheet->cells, *cell);
+    }
+    return false;
+}
+
+bool BuildStream(SaveState& save) {
+    const Workbook& book = SavedBook(save);
+    save.biffVersion = book.biffVersion == 7 ? 7 : 8;
+    save.codePage = book.codePage;
+    WriteGlobals(save);
+    for (u32 i = 0; i < book.sheets.Count() && !save.writer.failed; ++i) WriteSheet(save, static_cast<i32>(i));
+    return !save.writer.failed;
+}
+
+bool WriteWorkbook(i32 book, WideView path, u32& losses) {
+    SaveState save;
+    save.book = book;
+    bool built = false;
+    {
+        // One box is enough for all that memory may refuse.
+        const QuietMemoryScope quiet;
+        built = CalculateForSave(book) && BuildStream(save);
+    }
+    if (!built) {
+        ShowMessage(Message(MSG_OUT_OF_MEMORY));
+        return false;
+    }
+    const OutputHandle file = Platform().createFile(path);
+    if (!file) {
+        ShowMessageWith(Message(MSG_CANNOT_CREATE_FILE), path);
+        return false;
+    }
+    if (!WriteCompoundFile(save.writer, save.biffVersion, file)) {
+        Platform().abandonFile(file);
+        ShowMessageWith(Message(MSG_CANNOT_WRITE_FILE), path);
+        return false;
+    }
+    losses = save.losses;
+    if (Platform().closeFile(file)) return true;
+    ShowMessageWith(Message(MSG_CANNOT_WRITE_FILE), path);
+    return false;
+}
+
+bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses) {
+    if (BookAt(book)->sheets.Count() > 1) losses = LOSS_SHEETS;
+    return SaveText(book, path, type);
+}
+
+}  // namespace
+
+std::string_view SaveLossText(u32 loss) {
+    const auto index = static_cast<u32>(std::countr_zero(loss));
+    return index < LOSS_COUNT ? lossTexts[index] : std::string_view();
+}
+
+bool CanWrite(FileType type) {
+    return type == FILE_CSV || type == FILE_TXT || type == FILE_XLS || type == FILE_XLT;
+}
+
+bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses) {
+    losses = 0;
+    switch (type) {
+        case FILE_CSV:
+        case FILE_TXT: return WriteTextFile(book, path, type, losses);
+        case FILE_XLS:
+        case FILE_XLT: return WriteWorkbook(book, path, losses);
+        default: ShowMessage(Message(MSG_SAVE_FORM_MISSING)); return false;
+    }
+}
+
+}  // namespace tally

@@ -1,0 +1,242 @@
+#include <algorithm>
+#include <numeric>
+
+#include "fileio/SaveState.h"
+#include "model/CellStore.h"
+
+// The substream of a sheet: INDEX, what stands for the sheet as a whole, blocks of rows with their cells, the
+// view and the rules.
+
+namespace tally {
+namespace {
+
+constexpr u16 SCL = 160, COLINFO = 125, DBCELL = 215, DIMENSIONS = 512, ROW = 520, INDEX = 523, SHEETEXT = 2146;
+constexpr u16 STANDARDWIDTH = 153;
+constexpr i32 BLOCK_ROWS = 32;
+constexpr u32 ROW_RECORD = 20;  // bytes with its header
+constexpr u8 ROW_IS_HIDDEN = 0x20, ROW_HAS_HEIGHT = 0x40, ROW_MARK = 1;
+
+struct SheetExtent {
+    i32 lastRow = 0;
+    i32 lastColumn = 0;
+};
+
+SheetExtent ExtentOf(SaveState& save, const Sheet& sheet) {
+    SheetExtent extent = {LastUsedRow(sheet), LastUsedColumn(sheet)};
+    if (extent.lastRow > LastRowOf(save)) {
+        save.losses |= LOSS_ROWS;
+        extent.lastRow = LastRowOf(save);
+    }
+    return extent;
+}
+
+// Returns the stream offset of the block offsets, which are filled in with the blocks.
+u32 WriteIndex(SaveState& save, const SheetExtent& extent) {
+    const bool form8 = save.biffVersion == 8;
+    const u32 head = form8 ? 16 : 12;
+    const u32 blocks = static_cast<u32>(extent.lastRow) / BLOCK_ROWS + 1;
+    u8* out = BeginRecord(save.writer, INDEX, head + blocks * 4);
+    std::fill(out, out + head + blocks * 4, u8{0});
+    if (form8) {
+        PutU32(out + 8, static_cast<u32>(extent.lastRow) + 1);
+    } else {
+        PutU16(out + 6, static_cast<u32>(extent.lastRow) + 1);
+    }
+    return StreamOffset(save.writer) - blocks * 4;
+}
+
+void WriteCalculationRecords(SaveState& save) {
+    BiffWriter& to = save.writer;
+    WriteRecordU16(to, 13, 1);
+    WriteRecordU16(to, 12, 100);
+    WriteRecordU16(to, 15, 1);
+    WriteRecordU16(to, 17, 0);
+    WriteRecordHeader(to, 16, 8);
+    WriteF64(to, 0.001);
+    WriteRecordU16(to, 95, 1);
+}
+
+void WriteDimensions(SaveState& save, const SheetExtent& extent) {
+    const bool form8 = save.biffVersion == 8;
+    u8* out = BeginRecord(save.writer, DIMENSIONS, form8 ? 14 : 10);
+    std::fill(out, out + (form8 ? 14 : 10), u8{0});
+    const u32 rows = static_cast<u32>(extent.lastRow) + 1;
+    const u32 columns = static_cast<u32>(extent.lastColumn) + 1;
+    if (form8) {
+        PutU32(out + 4, rows);
+        PutU16(out + 10, columns);
+    } else {
+        PutU16(out + 2, rows);
+        PutU16(out + 6, columns);
+    }
+}
+
+void NoteSheetLosses(SaveState& save, const Sheet& sheet) {
+    if (save.biffVersion == 8) return;
+    if (!sheet.mergedAreas.IsEmpty()) save.losses |= LOSS_MERGES;
+    if (!sheet.hyperlinks.IsEmpty()) save.losses |= LOSS_HYPERLINKS;
+    if (!sheet.conditionalFormats.IsEmpty() || !sheet.validations.IsEmpty()) save.losses |= LOSS_RULES;
+}
+
+void WriteGrid(SaveState& save, i32 index) {
+    const Sheet& sheet = *SavedBook(save).sheets[static_cast<u32>(index)];
+    const bool form8 = save.biffVersion == 8;
+    const SheetExtent extent = ExtentOf(save, sheet);
+    NoteSheetLosses(save, sheet);
+    const u32 indexBlocks = WriteIndex(save, extent);
+    WriteCalculationRecords(save);
+    WritePageRecords(save, sheet);
+    WriteFilterRecords(save, sheet);
+    if (!form8) {
+        CollectSheetLinks(save, sheet);
+        WriteLinkTable(save);
+    }
+    WriteColumns(save, sheet);
+    WriteDimensions(save, extent);
+    WriteRowBlocks(save, sheet, extent.lastRow, extent.lastColumn, indexBlocks);
+    WriteViewRecords(save, sheet, index == SavedBook(save).currentSheet);
+    if (!(sheet.viewFlags & VIEW_STANDARD_WIDTH) && sheet.defaultColumnWidth % 256)
+        WriteRecordU16(save.writer, STANDARDWIDTH, sheet.defaultColumnWidth);
+    if (!form8) return;
+    WriteMerges(save, sheet);
+    WriteConditionalFormats(save, sheet);
+    WriteHyperlinks(save, sheet);
+    WriteValidations(save, sheet);
+}
+
+// A chart goes out as it came in, its zoom among the rest. The records of one form mean nothing in the other.
+bool WriteKeptChart(SaveState& save, const Sheet& sheet) {
+    const ChartModel& chart = sheet.chart;
+    if (sheet.kind != SHEET_CHART || chart.records.IsEmpty()) return false;
+    if (chart.biffVersion != save.biffVersion) {
+        save.losses |= LOSS_CHARTS;
+        return false;
+    }
+    WriteBytes(save.writer, chart.records.Data(), chart.records.Count());
+    return true;
+}
+
+// ---- rows
+// ---------------------------------------------------------------------------------------------------------
+
+u16 WrittenDefaultHeight(const Sheet& sheet) {
+    return sheet.viewFlags & VIEW_STANDARD_HEIGHT ? u16{255} : sheet.defaultRowHeight;
+}
+
+// `info` is null for a row without a record.
+void WriteRow(SaveState& save, const Sheet& sheet, i32 row, const RowInfo* info, i32 lastColumn) {
+    u8* out = BeginRecord(save.writer, ROW, 16);
+    std::fill(out, out + 16, u8{0});
+    PutU16(out, static_cast<u32>(row));
+    PutU16(out + 4, static_cast<u32>(lastColumn) + 1);
+    const bool own = info && !(info->flags & ROW_DEFAULT_HEIGHT);
+    PutU16(out + 6, own ? info->height & 0x7FFFu : WrittenDefaultHeight(sheet));
+    if (info && (info->flags & ROW_HIDDEN)) out[12] |= ROW_IS_HIDDEN;
+    if (info && (info->flags & ROW_CUSTOM_HEIGHT)) out[12] |= ROW_HAS_HEIGHT;
+    out[13] = ROW_MARK;
+}
+
+// How far the sorted lists of a sheet have been walked.
+struct BlockWalk {
+    u32 rowInfo = 0;
+    u32 slot = 0;  // of the cell store
+};
+
+void WriteBlockRows(SaveState& save, const Sheet& sheet, BlockWalk& walk, i32 first, i32 end, i32 lastColumn) {
+    for (i32 row = first; row < end; ++row) {
+        const Array<RowInfo>& rows = sheet.rows;
+        while (walk.rowInfo < rows.Count() && rows[walk.rowInfo].row < row) ++walk.rowInfo;
+        const bool has = walk.rowInfo < rows.Count() && rows[walk.rowInfo].row == row;
+        WriteRow(save, sheet, row, has ? &rows[walk.rowInfo] : nullptr, lastColumn);
+    }
+}
+
+// The cells of a block and the distances between the rows' first cells.
+void WriteBlockCells(CellWriting& w, BlockWalk& walk, i32 first, i32 end, u32 firstRowEnd, u16* distances) {
+    const Array<CellRow>& rows = w.sheet.cells.rows;
+    u32 before = firstRowEnd;
+    for (i32 row = first; row < end; ++row) {
+        const u32 start = StreamOffset(w.save.writer);
+        distances[row - first] = static_cast<u16>(start - before);
+        before = start;
+        if (walk.slot < rows.Count() && rows[walk.slot].row == row) WriteRowCells(w, rows[walk.slot++]);
+    }
+}
+
+}  // namespace
+
+void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastColumn, u32 indexBlocks) {
+    CellWriting w{save, sheet, {}, {}};
+    std::fill(std::begin(w.columnFormats), std::end(w.columnFormats), DEFAULT_CELL_FORMAT);
+    for (const ColumnInfo& column : sheet.columns) w.columnFormats[column.column] = column.format;
+    if (!BeginArrays(sheet, w.arrays)) save.writer.failed = true;
+    BlockWalk walk;
+    for (i32 first = 0; first <= lastRow && !save.writer.failed; first += BLOCK_ROWS) {
+        const i32 end = std::min(first + BLOCK_ROWS, lastRow + 1);
+        const u32 start = StreamOffset(save.writer);
+        u16 distances[BLOCK_ROWS];
+        WriteBlockRows(save, sheet, walk, first, end, lastColumn);
+        WriteBlockCells(w, walk, first, end, start + ROW_RECORD, distances);
+        const u32 place = StreamOffset(save.writer);
+        PatchU32(save.writer, place, indexBlocks + static_cast<u32>(first / BLOCK_ROWS) * 4);
+        const u32 count = static_cast<u32>(end - first);
+        u8* out = BeginRecord(save.writer, DBCELL, 4 + count * 2);
+        PutU32(out, place - start);
+        for (u32 i = 0; i < count; ++i) PutU16(out + 4 + i * 2, distances[i]);
+    }
+}
+
+void WriteColumns(SaveState& save, const Sheet& sheet) {
+    const Array<ColumnInfo>& columns = sheet.columns;
+    const auto widthOf = [&](const ColumnInfo& info) {
+        return info.flags & COLUMN_DEFAULT_WIDTH ? DefaultColumnWidth(sheet) : info.width;
+    };
+    const auto isOrdinary = [](const ColumnInfo& info) {
+        return info.flags == COLUMN_DEFAULT_WIDTH && info.format == DEFAULT_CELL_FORMAT;
+    };
+    for (u32 i = 0; i < columns.Count();) {
+        const ColumnInfo& first = columns[i];
+        u32 end = i + 1;
+        while (end < columns.Count() && columns[end].column == columns[end - 1].column + 1 &&
+               columns[end].format == first.format && widthOf(columns[end]) == widthOf(first) &&
+               ((columns[end].flags ^ first.flags) & COLUMN_HIDDEN) == 0 &&
+               isOrdinary(columns[end]) == isOrdinary(first)) {
+            ++end;
+        }
+        if (!isOrdinary(first)) {
+            u8* out = BeginRecord(save.writer, COLINFO, 12);
+            PutU16(out, first.column);
+            PutU16(out + 2, columns[end - 1].column);
+            PutU16(out + 4, widthOf(first));
+            PutU16(out + 6, first.format);
+            PutU16(out + 8, first.flags & COLUMN_HIDDEN);
+            PutU16(out + 10, 0);
+        }
+        i = end;
+    }
+}
+
+void WriteSheetTail(SaveState& save, const Sheet& sheet) {
+    if (save.biffVersion == 8 || sheet.zoomPercent != 100) {
+        const i32 divisor = std::gcd(sheet.zoomPercent, 100);
+        WriteRecordU16Pair(save.writer, SCL, static_cast<u32>(sheet.zoomPercent / divisor),
+                           static_cast<u32>(100 / divisor));
+    }
+    if (!sheet.tabColour) return;
+    u8* out = BeginRecord(save.writer, SHEETEXT, 20);
+    const u32 words[] = {SHEETEXT, 0, 0, 20, sheet.tabColour};
+    for (std::size_t i = 0; i < std::size(words); ++i) PutU32(out + i * 4, words[i]);
+}
+
+void WriteSheet(SaveState& save, i32 index) {
+    const Sheet& sheet = *SavedBook(save).sheets[static_cast<u32>(index)];
+    if (!save.writer.failed)
+        PatchU32(save.writer, StreamOffset(save.writer), save.boundSheets[static_cast<u32>(index)]);
+    WriteBof(save, static_cast<u32>(sheet.kind));
+    if (sheet.kind & SHEET_WITH_CELLS) WriteGrid(save, index);
+    if (!WriteKeptChart(save, sheet)) WriteSheetTail(save, sheet);
+    WriteEof(save.writer);
+    ClearLinkTable(save);
+}
+
+}  // namespace tally
