@@ -1,6 +1,7 @@
 #include "shell/BorderPaint.h"
 
 #include <array>
+#include <initializer_list>
 
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -53,30 +54,56 @@ const CellFormat& FormatAt(const Workbook& book, const Sheet& sheet, i32 row, i3
     return ResolveCellFormat(book, GetCellFormat(sheet, row, column));
 }
 
-Edge Either(Edge own, Edge neighbour) { return own.style ? own : neighbour; }
+// An edge that a condition draws; style 0 when it draws none.
+Edge Overriding(const ConditionalCondition* condition, OverrideByte ConditionalCondition::*style,
+                u8 ConditionalCondition::*colour) {
+    if (!condition || !condition->hasBorders || !(condition->*style).present) return {0, 0};
+    return {(condition->*style).value, condition->*colour};
+}
+Edge LeftOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::leftStyle, &ConditionalCondition::leftColour);
+}
+Edge RightOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::rightStyle, &ConditionalCondition::rightColour);
+}
+Edge TopOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::topStyle, &ConditionalCondition::topColour);
+}
+Edge BottomOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::bottomStyle, &ConditionalCondition::bottomColour);
+}
+
+// The first one that is drawn.
+Edge FirstOf(std::initializer_list<Edge> edges) {
+    for (const Edge& edge : edges)
+        if (edge.style) return edge;
+    return {0, 0};
+}
 
 }  // namespace
 
 void PaintCellBorders(void* target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
-                      const PixelRect& rect, const RefArea* merge) {
+                      const PixelRect& rect, const RefArea* merge, const BorderConditions& conditions) {
     const CellFormat& own = FormatAt(book, sheet, row, column);
-    Edge right{own.rightStyle, own.rightColour}, bottom{own.bottomStyle, own.bottomColour};
-    if (column + 1 < MAX_COLUMNS) {
-        const CellFormat& next = FormatAt(book, sheet, row, column + 1);
-        right = Either(right, {next.leftStyle, next.leftColour});
-    }
-    if (row + 1 < MAX_ROWS) {
-        const CellFormat& below = FormatAt(book, sheet, row + 1, column);
-        bottom = Either(bottom, {below.topStyle, below.topColour});
-    }
+    const CellFormat none;
+    const CellFormat& next = column + 1 < MAX_COLUMNS ? FormatAt(book, sheet, row, column + 1) : none;
+    const CellFormat& under = row + 1 < MAX_ROWS ? FormatAt(book, sheet, row + 1, column) : none;
+    const Edge right = FirstOf({RightOf(conditions.own),
+                                LeftOf(conditions.right),
+                                {own.rightStyle, own.rightColour},
+                                {next.leftStyle, next.leftColour}});
+    const Edge bottom = FirstOf({BottomOf(conditions.own),
+                                 TopOf(conditions.below),
+                                 {own.bottomStyle, own.bottomColour},
+                                 {under.topStyle, under.topColour}});
+    const Edge left = FirstOf({LeftOf(conditions.own), {own.leftStyle, own.leftColour}});
+    const Edge top = FirstOf({TopOf(conditions.own), {own.topStyle, own.topColour}});
     if (right.style && !(merge && column < merge->lastColumn))
         PaintEdge(target, book, false, rect.right - 1, rect.top - 1, rect.bottom, right);
     if (bottom.style && !(merge && row < merge->lastRow))
         PaintEdge(target, book, true, rect.bottom - 1, rect.left - 1, rect.right, bottom);
-    if (!column && own.leftStyle)
-        PaintEdge(target, book, false, rect.left, rect.top - 1, rect.bottom, {own.leftStyle, own.leftColour});
-    if (!row && own.topStyle)
-        PaintEdge(target, book, true, rect.top, rect.left - 1, rect.right, {own.topStyle, own.topColour});
+    if (!column && left.style) PaintEdge(target, book, false, rect.left, rect.top - 1, rect.bottom, left);
+    if (!row && top.style) PaintEdge(target, book, true, rect.top, rect.left - 1, rect.right, top);
 }
 
 }  // namespace tally

@@ -131,13 +131,64 @@ void PaintWrapped(void* target, const PixelRect& cell, const PixelRect& clip, co
     }
 }
 
-// The box of a turned text takes the place of the plain one.
-void TurnedBox(CellText& text) {
+// Where a turned text begins inside its box.
+struct TurnedStart {
+    i32 x = 0, y = 0;
+};
+
+// The box of a turned text takes the place of the plain one. Upwards the text begins at the lower left, its own
+// height off the left edge; downwards at the top.
+TurnedStart TurnedBox(CellText& text) {
     const u8 rotation = text.format->rotation;
-    const double angle = (rotation > 90 ? rotation - 90 : rotation) * RADIANS;
+    const bool down = rotation > 90;
+    const double angle = (down ? rotation - 90 : rotation) * RADIANS;
     const double w = text.width, h = text.height;
     text.width = static_cast<i32>(std::lround(w * std::cos(angle) + h * std::sin(angle)));
     text.height = static_cast<i32>(std::lround(w * std::sin(angle) + h * std::cos(angle)));
+    if (down) return {static_cast<i32>(std::lround(h * std::sin(angle))), 0};
+    return {0, static_cast<i32>(std::lround(w * std::sin(angle)))};
+}
+
+// The pieces that a spread text keeps together: wide characters one by one, other runs between blanks.
+struct SpreadPiece {
+    u32 start, length;
+    i32 width;
+};
+
+bool SplitPieces(FontHandle font, WideView text, Array<SpreadPiece>& pieces, i32& total) {
+    total = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        if (text[at] == u' ') {
+            ++at;
+            continue;
+        }
+        std::size_t end = at + 1;
+        while (!IsWide(text[at]) && end < text.size() && text[end] != u' ' && !IsWide(text[end])) ++end;
+        const i32 width = TextWidth(font, text.substr(at, end - at));
+        if (!pieces.Append({static_cast<u32>(at), static_cast<u32>(end - at), width})) return false;
+        total += width;
+        at = end;
+    }
+    return true;
+}
+
+// The text's pieces over the whole width of the cell. False when it has no gap, or no room to spare.
+bool PaintSpread(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
+    const i32 room = cell.right - cell.left - 3;
+    if (text.width >= room) return false;
+    Array<SpreadPiece> pieces;
+    i32 total = 0;
+    if (!SplitPieces(text.font, text.text, pieces, total) || pieces.Count() < 2) return false;
+    const i32 y = TextTop(cell, text.format->vertical, text.height);
+    const i32 gaps = static_cast<i32>(pieces.Count()) - 1;
+    i32 done = 0;
+    for (u32 i = 0; i < pieces.Count(); ++i) {
+        const i32 x = cell.left + 1 + done + MulDiv(room - total, static_cast<i32>(i), gaps);
+        Drawing().text(target, x, y, clip, text.font, text.colour,
+                       text.text.substr(pieces[i].start, pieces[i].length));
+        done += pieces[i].width;
+    }
+    return true;
 }
 
 }  // namespace
@@ -156,22 +207,6 @@ u8 EffectiveAlignment(const CellFormat& format, u16 valueType) {
     return valueType == VT_NUMBER ? ALIGN_RIGHT : ALIGN_LEFT;
 }
 
-FontHandle CellFont(const Workbook& book, const CellFormat& format, i32 dpiY) {
-    const FontRecord& font = ResolveFont(book, format.font);
-    FontRequest request;
-    request.faceName = WideView(font.faceName);
-    request.pixelHeight = std::max(1, MulDiv(font.height, dpiY, 1440));
-    request.weight = font.weight;
-    request.italic = (font.attributes & FONT_ITALIC) != 0;
-    request.strikeout = (font.attributes & FONT_STRIKEOUT) != 0;
-    request.underline = font.underline != 0;
-    request.charSet = font.charSet;
-    const u8 rotation = format.rotation;
-    if (rotation >= 1 && rotation <= 90) request.escapement = rotation * 10;
-    else if (rotation > 90 && rotation <= 180) request.escapement = (450 - rotation) * 10;
-    return Drawing().findFont(request);
-}
-
 void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, CellText text) {
     const CellFormat& format = *text.format;
     u8 alignment = EffectiveAlignment(format, text.valueType);
@@ -183,7 +218,8 @@ void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, C
         PaintStacked(target, cell, clip, text);
         return;
     }
-    if (format.rotation && format.rotation <= 180) TurnedBox(text);
+    TurnedStart turned;
+    if (format.rotation && format.rotation <= 180) turned = TurnedBox(text);
     if (text.valueType != VT_STRING && text.width > cell.right - cell.left - 1) {
         text.text = u"#";
         Drawing().textExtent(text.font, text.text, text.width, text.height);
@@ -193,8 +229,10 @@ void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, C
         PaintFilled(target, cell, clip, text);
         return;
     }
-    Drawing().text(target, TextLeft(cell, alignment, text.width), TextTop(cell, format.vertical, text.height),
-                   clip, text.font, text.colour, text.text);
+    if (alignment == ALIGN_SPREAD && !format.rotation && PaintSpread(target, cell, clip, text)) return;
+    Drawing().text(target, TextLeft(cell, alignment, text.width) + turned.x,
+                   TextTop(cell, format.vertical, text.height) + turned.y, clip, text.font, text.colour,
+                   text.text);
 }
 
 }  // namespace tally

@@ -4,11 +4,13 @@
 
 #include "display/DisplayText.h"
 #include "display/NumberFormatter.h"
+#include "editing/ConditionalFormats.h"
 #include "formula/FormulaText.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/BorderPaint.h"
+#include "shell/CellLook.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
 #include "shell/SheetCalculation.h"
@@ -28,14 +30,29 @@ struct Pane {
     PixelRect clip;
     Array<RefArea> merges;  // those that are seen
     RefArea selection;
+    // The conditional formats in force, row by row; empty when the sheet has none.
+    Array<const ConditionalCondition*> conditions;
+    Array<const ConditionalCondition*> mergeConditions;  // beside merges
 };
 
 struct RowCell {
-    u16 format = DEFAULT_CELL_FORMAT;
     bool merged = false;
+    bool filled = false;   // its fill hides the grid lines
     bool spilled = false;  // no grid line at its right edge
-    bool covered = false;  // a spilling text lies over it
 };
+
+// The condition of a cell that the pane shows; a null line has none.
+const ConditionalCondition* ConditionAt(const Pane& pane, const ShownLine* row, const ShownLine* column) {
+    if (pane.conditions.IsEmpty() || !row || !column) return nullptr;
+    const std::size_t line = static_cast<std::size_t>(row - pane.rows.data());
+    return pane.conditions[line * pane.columns.size() + static_cast<std::size_t>(column - pane.columns.data())];
+}
+
+const ShownLine* LineOf(std::span<const ShownLine> lines, i32 index) {
+    const auto found = std::lower_bound(lines.begin(), lines.end(), index,
+                                        [](const ShownLine& line, i32 wanted) { return line.index < wanted; });
+    return found != lines.end() && found->index == index ? &*found : nullptr;
+}
 
 bool IsBlank(const CellRecord* cell) { return !cell || (!cell->formula && cell->calcState == CALC_BLANK); }
 
@@ -84,11 +101,12 @@ i32 MeasureText(const void* context, WideView text) {
 }
 
 // A cell's text, measured and ready to paint into `width` pixels. False when it shows nothing.
-bool PrepareText(const Pane& pane, i32 row, const CellRecord& cell, i32 width, WideText& room, CellText& out) {
+bool PrepareText(const Pane& pane, i32 row, const CellRecord& cell, const ConditionalCondition* condition,
+                 i32 width, WideText& room, CellText& out) {
     const bool formulas = (pane.sheet->viewFlags & VIEW_FORMULAS) != 0 && cell.formula;
     out.format = &ResolveCellFormat(*pane.book, cell.format);
     out.valueType = formulas ? u16{VT_STRING} : cell.value.type;
-    out.font = CellFont(*pane.book, *out.format, Shell().layout.dpiY);
+    out.font = FontOfLook(*pane.book, *out.format, condition, Shell().layout.dpiY);
     const TextMeasure measure{MeasureText, &out.font};
     u16 sectionColour = AUTOMATIC_COLOUR;
     if (formulas) {
@@ -103,7 +121,7 @@ bool PrepareText(const Pane& pane, i32 row, const CellRecord& cell, i32 width, W
     out.text = room;
     if (out.text.empty()) return false;
     Drawing().textExtent(out.font, out.text, out.width, out.height);
-    const u16 fontColour = ResolveFont(*pane.book, out.format->font).colour;
+    const u16 fontColour = ColourOfLook(*pane.book, *out.format, condition);
     out.colour = PaletteColour(*pane.book, sectionColour != AUTOMATIC_COLOUR ? sectionColour : fontColour, 0);
     return true;
 }
@@ -149,10 +167,12 @@ void PaintRowBackground(RowPainter& painter) {
         RowCell& cell = painter.cells[i];
         cell = RowCell();
         cell.merged = MergeAt(pane, painter.line.index, column.index) != nullptr;
-        cell.format = GetCellFormat(*pane.sheet, painter.line.index, column.index);
         if (cell.merged) continue;
-        PaintBackground(pane, {column.start, painter.line.start, column.end, painter.line.end},
-                        ResolveCellFormat(*pane.book, cell.format),
+        const u16 format = GetCellFormat(*pane.sheet, painter.line.index, column.index);
+        const CellFormat look =
+            FillOf(ResolveCellFormat(*pane.book, format), ConditionAt(pane, &painter.line, &column));
+        cell.filled = look.pattern != 0;
+        PaintBackground(pane, {column.start, painter.line.start, column.end, painter.line.end}, look,
                         IsInverted(pane, painter.line.index, column.index));
     }
 }
@@ -164,7 +184,8 @@ void PaintRowText(RowPainter& painter, CellRecord& cell) {
     if (MergeAt(pane, row, cell.column) || !GetColumnWidth(*pane.sheet, cell.column)) return;
     WideText room;
     CellText text;
-    if (!PrepareText(pane, row, cell, ColumnPixels(*pane.sheet, cell.column), room, text)) return;
+    const ConditionalCondition* condition = ConditionAt(pane, &painter.line, LineOf(pane.columns, cell.column));
+    if (!PrepareText(pane, row, cell, condition, ColumnPixels(*pane.sheet, cell.column), room, text)) return;
     i32 first = 0, last = 0;
     SpillRange(pane, row, cell.column, text, first, last);
     if (last < pane.columns.front().index || first > pane.columns.back().index) return;
@@ -206,7 +227,7 @@ void PaintRowGrid(RowPainter& painter) {
     for (std::size_t i = 0; i < pane.columns.size(); ++i) {
         const ShownLine& column = pane.columns[i];
         const RowCell& cell = painter.cells[i];
-        if (cell.merged || ResolveCellFormat(*pane.book, cell.format).pattern) continue;
+        if (cell.merged || cell.filled) continue;
         const i32 bottom = painter.line.end - 1, right = column.end - 1;
         Drawing().line(pane.target, column.start, bottom, column.end, bottom, GRID_COLOUR, PEN_SOLID);
         if (!cell.spilled)
@@ -231,10 +252,14 @@ PixelRect MergePixels(const Pane& pane, const RefArea& merge) {
     return rect;
 }
 
-void PaintMerge(Pane& pane, const RefArea& merge) {
+void PaintMerge(Pane& pane, u32 index) {
+    const RefArea& merge = pane.merges[index];
+    const ConditionalCondition* condition =
+        pane.mergeConditions.IsEmpty() ? nullptr : pane.mergeConditions[index];
     const PixelRect rect = MergePixels(pane, merge);
-    const CellFormat& format =
-        ResolveCellFormat(*pane.book, GetCellFormat(*pane.sheet, merge.firstRow, merge.firstColumn));
+    const CellFormat format =
+        FillOf(ResolveCellFormat(*pane.book, GetCellFormat(*pane.sheet, merge.firstRow, merge.firstColumn)),
+               condition);
     const bool inverted = IsInverted(pane, merge.firstRow, merge.firstColumn);
     const PixelRect clip = IntersectRects(rect, pane.clip);
     if (IsEmptyRect(clip)) return;
@@ -248,30 +273,65 @@ void PaintMerge(Pane& pane, const RefArea& merge) {
     CellRecord* cell = GetCell(pane.sheet->cells, merge.firstRow, merge.firstColumn);
     WideText room;
     CellText text;
-    if (!cell || !PrepareText(pane, merge.firstRow, *cell, rect.right - rect.left, room, text)) return;
+    if (!cell || !PrepareText(pane, merge.firstRow, *cell, condition, rect.right - rect.left, room, text))
+        return;
     if (inverted) text.colour ^= WHITE;
     PaintCellText(pane.target, rect, clip, text);
 }
 
 void PaintPaneBorders(const Pane& pane) {
     for (const ShownLine& row : pane.rows) {
-        if (row.end < pane.clip.top || row.start > pane.clip.bottom) continue;
-        for (const ShownLine& column : pane.columns)
+        const ShownLine* below = LineOf(pane.rows, row.index + 1);
+        for (const ShownLine& column : pane.columns) {
+            const BorderConditions conditions{
+                ConditionAt(pane, &row, &column),
+                ConditionAt(pane, &row,
+                            pane.conditions.IsEmpty() ? nullptr : LineOf(pane.columns, column.index + 1)),
+                ConditionAt(pane, below, &column)};
             PaintCellBorders(pane.target, *pane.book, *pane.sheet, row.index, column.index,
                              {column.start, row.start, column.end, row.end},
-                             MergeAt(pane, row.index, column.index));
+                             MergeAt(pane, row.index, column.index), conditions);
+        }
     }
+}
+
+// Whether the edge of an area stands at the edge of its first shown line: nothing visible lies between.
+bool IsFirstShown(i32 first, i32 shown, const Sheet& sheet, i32 (*size)(const Sheet&, i32)) {
+    while (first < shown && !size(sheet, first)) ++first;
+    return first == shown;
+}
+
+// Which edges of an area's rectangle are the area's own; the others are where the view ends.
+struct OwnEdges {
+    bool left, top, right, bottom;
+};
+OwnEdges EdgesOf(const Sheet& sheet, const RefArea& area) {
+    const Layout& layout = Shell().layout;
+    const auto from = [](const Array<ShownLine>& lines, i32 index) {
+        return std::lower_bound(lines.begin(), lines.end(), index,
+                                [](const ShownLine& line, i32 wanted) { return line.index < wanted; });
+    };
+    const ShownLine* row = from(layout.rows, area.firstRow);
+    const ShownLine* column = from(layout.columns, area.firstColumn);
+    const ShownLine* lastRow = from(layout.rows, area.lastRow + 1) - 1;
+    const ShownLine* lastColumn = from(layout.columns, area.lastColumn + 1) - 1;
+    return {IsFirstShown(area.firstColumn, column->index, sheet, ColumnPixels),
+            IsFirstShown(area.firstRow, row->index, sheet, RowPixels),
+            IsFirstShown(lastColumn->index + 1, area.lastColumn + 1, sheet, ColumnPixels),
+            IsFirstShown(lastRow->index + 1, area.lastRow + 1, sheet, RowPixels)};
 }
 
 // One pixel along the top and left edges, two along the bottom and right, each pixel flipped once.
 void PaintOutline(const Pane& pane, const RefArea& area) {
     const PixelRect rect = AreaPixels(area);
     if (IsEmptyRect(rect)) return;
+    const OwnEdges own = EdgesOf(*pane.sheet, area);
     const DrawingTable& draw = Drawing();
-    draw.invertRect(pane.target, {rect.left - 1, rect.top - 1, rect.right, rect.top});
-    draw.invertRect(pane.target, {rect.left - 1, rect.top, rect.left, rect.bottom - 2});
-    draw.invertRect(pane.target, {rect.left - 1, rect.bottom - 2, rect.right, rect.bottom});
-    draw.invertRect(pane.target, {rect.right - 2, rect.top, rect.right, rect.bottom - 2});
+    const i32 left = own.left ? rect.left - 1 : rect.left, bottom = own.bottom ? rect.bottom - 2 : rect.bottom;
+    if (own.top) draw.invertRect(pane.target, {left, rect.top - 1, rect.right, rect.top});
+    if (own.left) draw.invertRect(pane.target, {rect.left - 1, rect.top, rect.left, bottom});
+    if (own.bottom) draw.invertRect(pane.target, {left, rect.bottom - 2, rect.right, rect.bottom});
+    if (own.right) draw.invertRect(pane.target, {rect.right - 2, rect.top, rect.right, bottom});
 }
 
 // Stale cells of the pane come up to date before any of it is drawn: a calculation may reach any cell.
@@ -281,25 +341,48 @@ void CalculatePane(const Pane& pane) {
                    static_cast<u8>(pane.columns.back().index)});
 }
 
+// The conditional formats of what the pane shows, before any of it is drawn: they evaluate as well.
+void EvaluateConditions(Pane& pane) {
+    if (pane.sheet->conditionalFormats.IsEmpty()) return;
+    const i32 book = pane.sheet->book, sheet = pane.sheet->index;
+    for (const ShownLine& row : pane.rows) {
+        for (const ShownLine& column : pane.columns) {
+            if (pane.conditions.Append(FindConditionalFormat(book, sheet, row.index, column.index))) continue;
+            pane.conditions.Truncate(0);
+            return;
+        }
+    }
+    for (const RefArea& merge : pane.merges) {
+        if (pane.mergeConditions.Append(FindConditionalFormat(book, sheet, merge.firstRow, merge.firstColumn)))
+            continue;
+        pane.mergeConditions.Truncate(0);
+        return;
+    }
+}
+
 void PaintPane(Pane& pane) {
-    if (pane.rows.empty() || pane.columns.empty() || IsEmptyRect(pane.clip)) return;
-    const RefArea seen{static_cast<u16>(pane.rows.front().index), static_cast<u16>(pane.rows.back().index),
-                       static_cast<u8>(pane.columns.front().index), static_cast<u8>(pane.columns.back().index)};
-    for (const RefArea& merge : pane.sheet->mergedAreas)
-        if (AreasMeet(merge, seen) && !pane.merges.Append(merge)) return;
     Drawing().setClip(pane.target, pane.clip);
     RowCell cells[MAX_COLUMNS];
     for (const ShownLine& line : pane.rows) {
-        if (line.end <= pane.clip.top || line.start >= pane.clip.bottom) continue;
         RowPainter painter{pane, line, std::span(cells, pane.columns.size())};
         PaintRowBackground(painter);
         PaintRowTexts(painter);
         PaintRowGrid(painter);
     }
-    for (const RefArea& merge : pane.merges) PaintMerge(pane, merge);
+    for (u32 i = 0; i < pane.merges.Count(); ++i) PaintMerge(pane, i);
     PaintPaneBorders(pane);
     PaintOutline(pane, pane.selection);
     if (Shell().point.active) PaintOutline(pane, Shell().point.area);
+}
+
+// The lines that meet a stretch of pixels, and those beside them, whose thick borders reach into it.
+std::span<const ShownLine> LinesIn(std::span<const ShownLine> lines, i32 from, i32 to) {
+    std::size_t first = 0, last = lines.size();
+    while (first < last && lines[first].end <= from) ++first;
+    while (last > first && lines[last - 1].start >= to) --last;
+    first -= first > 0;
+    last += last < lines.size();
+    return lines.subspan(first, last - first);
 }
 
 void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
@@ -308,20 +391,28 @@ void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
         return second ? lines.Span().subspan(fixed) : lines.Span().first(fixed);
     };
     for (int number = 0; number < 4; ++number) {
-        const bool lower = number >= 2, right = number & 1;
         Pane pane{};
         pane.target = target;
         pane.book = BookAt(sheet.book);
         pane.sheet = &sheet;
-        pane.rows = part(layout.rows, layout.fixedRows, lower);
-        pane.columns = part(layout.columns, layout.fixedColumns, right);
+        pane.rows = part(layout.rows, layout.fixedRows, number >= 2);
+        pane.columns = part(layout.columns, layout.fixedColumns, number & 1);
         if (pane.rows.empty() || pane.columns.empty()) continue;
         pane.selection = sheet.view.selection;
         pane.clip = IntersectRects(IntersectRects({pane.columns.front().start, pane.rows.front().start,
                                                    pane.columns.back().end, pane.rows.back().end},
                                                   layout.cells),
                                    paint);
+        if (IsEmptyRect(pane.clip)) continue;
+        pane.rows = LinesIn(pane.rows, pane.clip.top, pane.clip.bottom);
+        pane.columns = LinesIn(pane.columns, pane.clip.left, pane.clip.right);
+        const RefArea seen{static_cast<u16>(pane.rows.front().index), static_cast<u16>(pane.rows.back().index),
+                           static_cast<u8>(pane.columns.front().index),
+                           static_cast<u8>(pane.columns.back().index)};
+        for (const RefArea& merge : sheet.mergedAreas)
+            if (AreasMeet(merge, seen) && !pane.merges.Append(merge)) return;
         CalculatePane(pane);
+        EvaluateConditions(pane);
         PaintPane(pane);
     }
 }

@@ -23,6 +23,5 @@ void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, C
 u8 EffectiveAlignment(const CellFormat& format, u16 valueType);
 // Lines that a text takes when it is wrapped into a cell of that many pixels.
 i32 CountTextLines(FontHandle font, WideView text, i32 cellWidth);
-FontHandle CellFont(const Workbook& book, const CellFormat& format, i32 dpiY);
 
 }  // namespace tally

@@ -8,6 +8,7 @@
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
+#include "shell/CellLook.h"
 #include "shell/GridPaint.h"
 #include "shell/Layout.h"
 #include "shell/SheetCalculation.h"
@@ -29,7 +30,7 @@ bool StartFitter(Fitter& fitter) {
 }
 
 FontHandle FontFor(const Fitter& fitter, u16 format) {
-    return CellFont(fitter.book, ResolveCellFormat(fitter.book, format), fitter.screen.logPixelsY);
+    return FontOfLook(fitter.book, ResolveCellFormat(fitter.book, format), nullptr, fitter.screen.logPixelsY);
 }
 
 i32 LineHeight(Fitter& fitter, u16 format) {
