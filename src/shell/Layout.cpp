@@ -67,6 +67,15 @@ void ShowColumns(Sheet& sheet, Layout& layout) {
         layout.columns.IsEmpty() ? sheet.view.firstColumn : layout.columns.Last().index;
 }
 
+// For the way of a scroll bar's thumb, which a cell that moved may leave a little out of date.
+i32 UsedColumns(const Sheet& sheet) {
+    UsedColumn& kept = Shell().usedColumn;
+    if (kept.serial != sheet.serial || kept.cells != sheet.cells.count ||
+        kept.merges != sheet.mergedAreas.Count())
+        kept = {sheet.serial, sheet.cells.count, sheet.mergedAreas.Count(), LastUsedColumn(sheet)};
+    return kept.column;
+}
+
 void UpdateScrollBars(bool showVertical, bool showHorizontal) {
     const Layout& layout = Shell().layout;
     const Sheet* sheet = CurrentSheet();
@@ -88,7 +97,7 @@ void UpdateScrollBars(bool showVertical, bool showHorizontal) {
         horizontal.page = WholeColumnsShown();
         horizontal.maximum = std::min<i32>(
             MAX_COLUMNS - 1,
-            std::max({LastUsedColumn(*sheet), static_cast<i32>(sheet->view.firstColumn), 1}) + horizontal.page);
+            std::max({UsedColumns(*sheet), static_cast<i32>(sheet->view.firstColumn), 1}) + horizontal.page);
     }
     ShellPlatform().setScrollBar(true, vertical);
     ShellPlatform().setScrollBar(false, horizontal);

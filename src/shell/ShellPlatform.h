@@ -165,8 +165,9 @@ struct ShellPlatformTable {
     // ---- the frame ---------------------------------------------------------------------------------
     void (*setTitle)(WideView title);
     void (*clientSize)(i32& width, i32& height);
-    void (*invalidate)(const PixelRect& rect);  // a WM_PAINT comes later, once for many of these
-    void (*setCapture)(bool on);                // mouse moves come from outside the frame as well
+    // WM_PAINT comes later, for the pieces that many of these make up together.
+    void (*invalidate)(const PixelRect& rect);
+    void (*setCapture)(bool on);  // mouse moves come from outside the frame as well
     void (*startTimer)(i32 timer, i32 milliseconds);
     void (*killTimer)(i32 timer);
     void (*setFullScreen)(bool on);

@@ -54,6 +54,14 @@ struct PointState {
     bool wholeRows = false, wholeColumns = false;
 };
 
+// The last used column, which costs a walk over all rows, as long as the sheet holds as many cells and merges.
+struct UsedColumn {
+    u32 serial = 0;
+    u32 cells = 0;
+    u32 merges = 0;
+    i32 column = 0;
+};
+
 // Rows that wait to be fitted to what was stored in them.
 struct WantedRows {
     i32 book = -1;
@@ -73,6 +81,7 @@ struct ShellState {
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
     WantedRows wantedRows;
+    UsedColumn usedColumn;
     bool decimalKey = false;  // the last key was the number pad's decimal key
     i32 firstTab = 0;         // first sheet tab shown
     WideText goToTarget;      // what the next Go To begins with

@@ -122,9 +122,22 @@ TEST_F(FrameTest, ManyInvalidationsArePaintedOnce) {
     shell.invalidate({40, 15, 50, 30});
     shell.invalidate({60, 60, 60, 90});
     Settle();
+    // Every pixel of the two once, and no other.
+    int painted[40][60] = {};
+    for (const ShellMessage& message : Of(WM_PAINT))
+        for (i32 y = message.paint.top; y < message.paint.bottom; ++y)
+            for (i32 x = message.paint.left; x < message.paint.right; ++x) ++painted[y][x];
+    for (i32 y = 0; y < 40; ++y)
+        for (i32 x = 0; x < 60; ++x)
+            ASSERT_EQ(painted[y][x], RectHolds({10, 10, 20, 20}, x, y) || RectHolds({40, 15, 50, 30}, x, y));
+}
+
+TEST_F(FrameTest, TooManyPiecesArePaintedAsOne) {
+    for (i32 i = 0; i < 20; ++i) shell.invalidate({10 * i, 10 * i, 10 * i + 5, 10 * i + 5});
+    Settle();
     const auto paints = Of(WM_PAINT);
     ASSERT_EQ(paints.size(), 1u);
-    EXPECT_TRUE(paints[0].paint == (PixelRect{10, 10, 50, 30}));
+    EXPECT_TRUE(paints[0].paint == (PixelRect{0, 0, 195, 195}));
 }
 
 TEST_F(FrameTest, WhatIsPaintedIsShown) {

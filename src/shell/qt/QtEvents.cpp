@@ -58,16 +58,24 @@ void SendSize(bool minimised) {
 }
 
 // The widget is inside its paint event here, so it may be painted on.
-bool PaintClient(const QPaintEvent* event) {
-    const QRect bounds = event->region().boundingRect();
-    QPainter painter(&FrameInUse()->client);
+void SendPaint(QPainter& painter, const QRect& rect) {
     PaintTarget target =
-        MakePaintTarget(painter, {bounds.left(), bounds.top(), bounds.right() + 1, bounds.bottom() + 1});
+        MakePaintTarget(painter, {rect.left(), rect.top(), rect.right() + 1, rect.bottom() + 1});
     ShellMessage message;
     message.message = WM_PAINT;
     message.target = &target;
     message.paint = target.whole;
     Send(message);
+}
+
+// A moved selection is a few narrow pieces far apart; their common rectangle would be the whole window.
+bool PaintClient(const QPaintEvent* event) {
+    constexpr int MAX_PIECES = 16;
+    const QRegion& region = event->region();
+    QPainter painter(&FrameInUse()->client);
+    if (region.rectCount() > MAX_PIECES) SendPaint(painter, region.boundingRect());
+    else
+        for (const QRect& piece : region) SendPaint(painter, piece);
     return true;
 }
 
