@@ -147,18 +147,6 @@ u32 WriteCells(CellWriting& w, const CellRow& row, u32 first) {
 // ---- formulas
 // -----------------------------------------------------------------------------------------------------
 
-// The 8 bytes of a result. A text follows in a record of its own.
-void PutResult(u8* out, const Value& value) {
-    std::fill(out, out + 8, u8{0});
-    if (value.type == VT_NUMBER && std::isfinite(value.number)) return PutF64(out, value.number);
-    if (value.type == VT_EMPTY) return;
-    PutU16(out + 6, 0xFFFF);
-    if (value.type == VT_STRING) return;
-    out[0] = value.type == VT_BOOL ? 1 : 2;
-    const i32 error = value.type == VT_ERROR ? value.error : i32{ERR_NUM};
-    out[2] = value.type == VT_BOOL ? static_cast<u8>(value.boolean != 0) : BiffFromError(error);
-}
-
 // What a formula's own record holds of an array's: where the array begins.
 TokenImage ArrayReference(const RefArea& area, u8* bytes) {
     bytes[0] = ptgExp;
@@ -200,15 +188,6 @@ void WriteArrayRecord(CellWriting& w, const RefArea& area, const TokenImage& ima
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
 }
 
-// The place of the array that holds a cell in the list of the active ones, or -1.
-i32 FindActive(const CellWriting& w, u16 row, u8 column) {
-    const Array<u32>& active = w.arrays.active;
-    for (u32 i = 0; i < active.Count(); ++i) {
-        if (AreaHolds(w.sheet.arrayFormulas[active[i]].area, row, column)) return static_cast<i32>(active[i]);
-    }
-    return -1;
-}
-
 }  // namespace
 
 bool EncodeRk(double number, u32& rk) {
@@ -217,6 +196,24 @@ bool EncodeRk(double number, u32& rk) {
     if (!EncodeTopBits(hundredfold, rk) && !EncodeWhole(hundredfold, rk)) return false;
     rk |= RK_HUNDREDTHS;
     return DecodeRk(rk) == number;
+}
+
+void PutResult(u8* out, const Value& value) {
+    std::fill(out, out + 8, u8{0});
+    if (value.type == VT_NUMBER && std::isfinite(value.number)) return PutF64(out, value.number);
+    if (value.type == VT_EMPTY) return;
+    PutU16(out + 6, 0xFFFF);
+    if (value.type == VT_STRING) return;
+    out[0] = value.type == VT_BOOL ? 1 : 2;
+    const i32 error = value.type == VT_ERROR ? value.error : i32{ERR_NUM};
+    out[2] = value.type == VT_BOOL ? static_cast<u8>(value.boolean != 0) : BiffFromError(error);
+}
+
+i32 FindActiveArray(const Sheet& sheet, const ArrayCursor& cursor, i32 row, i32 column) {
+    for (u32 index : cursor.active) {
+        if (AreaHolds(sheet.arrayFormulas[index].area, row, column)) return static_cast<i32>(index);
+    }
+    return -1;
 }
 
 bool BeginArrays(const Sheet& sheet, ArrayCursor& cursor) {
@@ -246,7 +243,7 @@ bool EnterRow(const Sheet& sheet, ArrayCursor& cursor, i32 row) {
 }
 
 void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell) {
-    const i32 array = FindActive(w, row, cell.column);
+    const i32 array = FindActiveArray(w.sheet, w.arrays, row, cell.column);
     if (array < 0) {
         WriteFormulaRecord(w, row, cell, WithinRecord(w.save, ImageOfTokens(w.save, cell.formula->tokens)));
     } else {

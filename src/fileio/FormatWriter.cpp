@@ -66,9 +66,9 @@ FillColours ColoursOf(const CellFormat& format) {
 
 void PutXf8(const CellFormat& format, u8* out) {
     const FillColours fill = ColoursOf(format);
-    PutU16(out + 10,
-           format.leftStyle | format.rightStyle << 4u | format.topStyle << 8u | format.bottomStyle << 12u);
-    PutU16(out + 12, format.leftColour | format.rightColour << 7u);
+    PutU16(out + 10, u32{format.leftStyle} | u32{format.rightStyle} << 4 | u32{format.topStyle} << 8 |
+                         u32{format.bottomStyle} << 12);
+    PutU16(out + 12, u32{format.leftColour} | u32{format.rightColour} << 7);
     PutU32(out + 14, format.topColour | u32{format.bottomColour} << 7 | (u32{format.pattern} & 63) << 26);
     PutU16(out + 18, fill.fore | fill.back << 7);
 }

@@ -64,8 +64,19 @@ bool SharedTokens(LoadState& load, bool shared, u16 row, u8 column, FormulaToken
     return true;
 }
 
-// Turns offsets into the positions that they mean for the formula's own cell.
-bool Rebase(FormulaTokens& tokens, u16 row, u8 column) {
+bool FormulaTokensOf(LoadState& load, ByteView body, FormulaTokens& out) {
+    const u16 length = WordAt(body, 20);
+    const ByteView tokens = Part(body, 22, length);
+    if (length == 5 && ByteAt(tokens, 0) == ptgExp) {
+        return SharedTokens(load, (WordAt(body, 14) & FLAG_SHARED) != 0, WordAt(tokens, 1), ByteAt(tokens, 3),
+                            out);
+    }
+    return tokens.empty() || MakeFormula(load, tokens, From(body, 22u + length), out);
+}
+
+}  // namespace
+
+bool RebaseTokens(FormulaTokens& tokens, u16 row, u8 column) {
     bool unshared = false;
     for (u32 p = 0; p < tokens.length; p = NextToken(tokens.bytes, tokens.length, p) + 1) {
         const u8 folded = FoldToken(tokens.bytes[p]);
@@ -90,18 +101,6 @@ bool Rebase(FormulaTokens& tokens, u16 row, u8 column) {
     }
     return true;
 }
-
-bool FormulaTokensOf(LoadState& load, ByteView body, FormulaTokens& out) {
-    const u16 length = WordAt(body, 20);
-    const ByteView tokens = Part(body, 22, length);
-    if (length == 5 && ByteAt(tokens, 0) == ptgExp) {
-        return SharedTokens(load, (WordAt(body, 14) & FLAG_SHARED) != 0, WordAt(tokens, 1), ByteAt(tokens, 3),
-                            out);
-    }
-    return tokens.empty() || MakeFormula(load, tokens, From(body, 22u + length), out);
-}
-
-}  // namespace
 
 Value CachedValue(ByteView result) {
     if (WordAt(result, 6) != 0xFFFF) return NumberValue(DoubleAt(result, 0));
@@ -142,7 +141,7 @@ bool ReadFormulaRecord(LoadState& load, ByteView body) {
     if (!FormulaTokensOf(load, body, tokens)) return false;
     TokenTraits traits;
     if (HasFormula(tokens)) traits = ReadTokenTraits(tokens);
-    if (traits.offsets && column < MAX_COLUMNS && !Rebase(tokens, row, static_cast<u8>(column))) {
+    if (traits.offsets && column < MAX_COLUMNS && !RebaseTokens(tokens, row, static_cast<u8>(column))) {
         FreeTokens(tokens);
         return false;
     }

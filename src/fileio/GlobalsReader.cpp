@@ -34,17 +34,7 @@ bool ReadBoundSheet(LoadState& load, ByteView body) {
                        load.text) == STRING_FAILED) {
         return false;
     }
-    Workbook& book = LoadedBook(load);
-    const WideView name = load.text.View().substr(0, MAX_SHEET_NAME);
-    // The first sheet is the one that the new book came with.
-    if (load.boundSheets && !AppendSheet(book, name, kind)) return false;
-    book.currentSheet = static_cast<i32>(book.sheets.Count()) - 1;
-    ResetSheet(kind, ByteAt(body, 4) & 3);
-    Sheet& sheet = *book.sheets.Last();
-    std::fill(std::begin(sheet.name), std::end(sheet.name), u'\0');
-    std::copy(name.begin(), name.end(), sheet.name);
-    ++load.boundSheets;
-    return true;
+    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & 3);
 }
 
 void ReadWindow1(LoadState& load, ByteView body) {
@@ -54,15 +44,6 @@ void ReadWindow1(LoadState& load, ByteView body) {
     book.showVerticalScrollBar = (options & 16) != 0;
     book.showSheetTabs = (options & 32) != 0;
     load.activeTab = WordAt(body, 10);
-}
-
-void ReadCodePage(LoadState& load, ByteView body) {
-    Workbook& book = LoadedBook(load);
-    book.fileCodePage = WordAt(body, 0);
-    // The 97 form names the 16-bit page for all its texts; what is narrow there is so in the region's own page.
-    const bool narrow =
-        book.fileCodePage && (book.fileCodePage < UTF16_PAGE || book.fileCodePage > UTF16_PAGE + 1);
-    if (narrow && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
 }
 
 bool ReadWriteAccess(LoadState& load, ByteView body) {
@@ -120,6 +101,29 @@ RecordResult ReadGlobalRecord(LoadState& load, const BiffRecord& record) {
 }
 
 }  // namespace
+
+bool AddBoundSheet(LoadState& load, WideView name, i32 kind, i32 hidden) {
+    Workbook& book = LoadedBook(load);
+    name = name.substr(0, MAX_SHEET_NAME);
+    // The first sheet is the one that the new book came with.
+    if (load.boundSheets && !AppendSheet(book, name, kind)) return false;
+    book.currentSheet = static_cast<i32>(book.sheets.Count()) - 1;
+    ResetSheet(kind, hidden);
+    Sheet& sheet = *book.sheets.Last();
+    std::fill(std::begin(sheet.name), std::end(sheet.name), u'\0');
+    std::copy(name.begin(), name.end(), sheet.name);
+    ++load.boundSheets;
+    return true;
+}
+
+void ReadCodePage(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    book.fileCodePage = WordAt(body, 0);
+    // The 97 form names the 16-bit page for all its texts; what is narrow there is so in the region's own page.
+    const bool narrow =
+        book.fileCodePage && (book.fileCodePage < UTF16_PAGE || book.fileCodePage > UTF16_PAGE + 1);
+    if (narrow && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
+}
 
 bool ReadGlobals(LoadState& load) {
     BiffRecord record;

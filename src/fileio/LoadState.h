@@ -76,8 +76,13 @@ void FreeShared(Array<SharedFormula>& list);
 [[nodiscard]] bool ReplaceLastText(LoadState& load, WideView text);
 // The 8 bytes of a formula's result; false for the kinds that a STRING record follows.
 Value CachedValue(ByteView result);
+// Turns relative tokens into the positions that they mean for the formula's own cell.
+[[nodiscard]] bool RebaseTokens(FormulaTokens& tokens, u16 row, u8 column);
 // The steps behind a formula's insertion: always-calculate flag and state from the file's flags.
 void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags);
+// The next sheet of a file: the first one is that of the new book. Longer names are cut.
+[[nodiscard]] bool AddBoundSheet(LoadState& load, WideView name, i32 kind, i32 hidden);
+void ReadCodePage(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadFont(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadFormatRecord(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadXf(LoadState& load, ByteView body);
@@ -92,6 +97,8 @@ void ResolveNameSheets(LoadState& load);
 // a stream that does not fit. `offsets`: relative rows are distances that wrap, as in names.
 [[nodiscard]] bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out,
                                bool offsets = false);
+// The same from the pocket form, once the sheets of the file are known.
+[[nodiscard]] bool WidenPocketTokens(LoadState& load, ByteView tokens, bool offsets, FormulaTokens& out);
 // The same from bare files; `version` 2, 3 or 4.
 [[nodiscard]] bool WidenOldTokens(LoadState& load, int version, ByteView tokens, ByteView extra,
                                   FormulaTokens& out);

@@ -213,13 +213,6 @@ bool ReadOldName(OldReader& r, ByteView body) {
     return true;
 }
 
-bool ReadOldCodePage(OldReader& r, ByteView body) {
-    Workbook& book = LoadedBook(r.load);
-    book.fileCodePage = WordAt(body, 0);
-    if (book.fileCodePage && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
-    return true;
-}
-
 bool ReadOldRecord(OldReader& r, const BiffRecord& record) {
     const ByteView body = record.body;
     switch (record.id) {
@@ -245,7 +238,7 @@ bool ReadOldRecord(OldReader& r, const BiffRecord& record) {
         case 34: LoadedBook(r.load).date1904 = ByteAt(body, 0) != 0; return true;
         case 49:
         case 561: return ReadOldFont(r, body);
-        case 66: return ReadOldCodePage(r, body);
+        case 66: ReadCodePage(r.load, body); return true;
         case 67:  // XF of BIFF2: its cells carry their attributes themselves
             return true;
         case 579:

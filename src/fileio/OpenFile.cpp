@@ -5,6 +5,7 @@
 #include "base/Text.h"
 #include "fileio/CompoundReader.h"
 #include "fileio/LoadState.h"
+#include "fileio/PocketFiles.h"
 #include "fileio/TextFiles.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
@@ -113,6 +114,11 @@ bool ReadByType(FileType type, ByteView file, char16_t delimiter, LoadState& loa
         case FILE_TXT: return ReadText(load.book, file, type, delimiter);
         case FILE_XLS:
         case FILE_XLT: return ReadWorkbook(file, load);
+        case FILE_PXL:
+        case FILE_PXT:
+            if (!ReadPocket(load, file)) return false;
+            AgeVolatiles(load);
+            return true;
         default: return false;
     }
 }

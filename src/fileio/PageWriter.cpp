@@ -90,15 +90,9 @@ void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
 }
 
 void WritePane(SaveState& save, const SheetView& view) {
-    const u32 columns = view.splitColumn ? std::max(view.splitColumn - view.frozenFirstColumn, 0) : 0u;
-    const u32 rows = view.splitRow ? std::max(view.splitRow - view.frozenFirstRow, 0) : 0u;
     u8* out = BeginRecord(save.writer, PANE, 10);
-    PutU16(out, columns);
-    PutU16(out + 2, std::min<u32>(rows, RowInForm(save, 0xFFFF)));
-    PutU16(out + 4, RowInForm(save, view.firstRow));
-    PutU16(out + 6, view.firstColumn);
-    // The pane that moves: 0 lower right, 1 upper right, 2 lower left, 3 the only one.
-    PutU16(out + 8, (columns ? 0u : 2u) | (rows ? 0u : 1u));
+    PutPane(save, view, out);
+    out[9] = 0;
 }
 
 void WriteSelection(SaveState& save, const SheetView& view) {
@@ -115,6 +109,17 @@ void WriteSelection(SaveState& save, const SheetView& view) {
 }
 
 }  // namespace
+
+void PutPane(const SaveState& save, const SheetView& view, u8* out) {
+    const i32 columns = view.splitColumn ? std::max(view.splitColumn - view.frozenFirstColumn, 0) : 0;
+    const i32 rows = view.splitRow ? std::max(view.splitRow - view.frozenFirstRow, 0) : 0;
+    PutU16(out, static_cast<u32>(columns));
+    PutU16(out + 2, static_cast<u32>(std::min<i32>(rows, RowInForm(save, 0xFFFF))));
+    PutU16(out + 4, RowInForm(save, view.firstRow));
+    PutU16(out + 6, view.firstColumn);
+    // The pane that moves: 0 lower right, 1 upper right, 2 lower left, 3 the only one.
+    out[8] = static_cast<u8>((columns ? 0 : 2) | (rows ? 0 : 1));
+}
 
 void WritePageRecords(SaveState& save, const Sheet& sheet) {
     const PageSettings& page = sheet.page;

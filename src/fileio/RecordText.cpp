@@ -20,14 +20,6 @@ bool IsAscii(WideView text) {
 
 bool IsHighSurrogate(char16_t c) { return (c & 0xFC00) == 0xD800; }
 
-// At most `most` characters, no pair of surrogates cut in two.
-WideView Cut(SaveState& save, WideView text, std::size_t most) {
-    if (text.size() <= most) return text;
-    save.losses |= LOSS_TEXT;
-    text = text.substr(0, most);
-    return most && IsHighSurrogate(text.back()) ? text.substr(0, most - 1) : text;
-}
-
 // Converts what is not plain ASCII and notes whether it comes back.
 void Convert(SaveState& save, WideView text) {
     save.narrow.Truncate(0);
@@ -49,8 +41,15 @@ bool IsWide(WideView text) {
     return std::any_of(text.begin(), text.end(), [](char16_t c) { return c > 255; });
 }
 
+WideView CutText(SaveState& save, WideView text, std::size_t most) {
+    if (text.size() <= most) return text;
+    save.losses |= LOSS_TEXT;
+    text = text.substr(0, most);
+    return most && IsHighSurrogate(text.back()) ? text.substr(0, most - 1) : text;
+}
+
 ByteView NarrowText(SaveState& save, WideView text, std::size_t most) {
-    text = Cut(save, text, most);
+    text = CutText(save, text, most);
     if (IsAscii(text)) {
         if (!save.narrow.ResizeRaw(text.size())) {
             save.writer.failed = true;
@@ -63,7 +62,7 @@ ByteView NarrowText(SaveState& save, WideView text, std::size_t most) {
     // Characters of two bytes and more: fewer of them fit.
     while (save.narrow.Count() > most && !text.empty()) {
         const std::size_t excess = (save.narrow.Count() - most + 3) / 4;
-        text = Cut(save, text, text.size() - std::min(excess, text.size()));
+        text = CutText(save, text, text.size() - std::min(excess, text.size()));
         Convert(save, text);
     }
     return save.narrow.Span();
@@ -101,7 +100,7 @@ void WriteShortString(SaveState& save, BiffWriter& to, WideView text) {
         WriteBytes(to, bytes.data(), bytes.size());
         return;
     }
-    text = Cut(save, text, SHORT_MOST);
+    text = CutText(save, text, SHORT_MOST);
     WriteU8(to, static_cast<u32>(text.size()));
     WriteU8(to, IsWide(text));
     WriteCharacters(to, text, IsWide(text));
@@ -114,7 +113,7 @@ void WriteLongString(SaveState& save, BiffWriter& to, WideView text) {
         WriteBytes(to, bytes.data(), bytes.size());
         return;
     }
-    text = Cut(save, text, LONG_MOST);
+    text = CutText(save, text, LONG_MOST);
     WriteU16(to, static_cast<u32>(text.size()));
     WriteU8(to, IsWide(text));
     WriteCharacters(to, text, IsWide(text));
@@ -129,7 +128,7 @@ void WriteSplitString(SaveState& save, u16 id, WideView text) {
         IgnoreFailure(EndBody(save, id));
         return;
     }
-    text = Cut(save, text, LONG_MOST);
+    text = CutText(save, text, LONG_MOST);
     WriteU16(save.body, static_cast<u32>(text.size()));
     for (;;) {
         WriteU8(save.body, wide);

@@ -22,6 +22,13 @@ constexpr std::string_view lossTexts[LOSS_COUNT] = {
     "rotations and border styles",
     "charts",
     "all sheets but one",
+    "macro sheets and modules",
+    "names of what the form does not know",
+    "drawing objects",
+    "filters",
+    "hidden sheets, protection and the colours of tabs",
+    "page settings",
+    "the dates' beginning in 1904",
 };
 
 struct StaleCell {
@@ -61,8 +68,14 @@ bool CalculateForSave(i32 book) {
     return false;
 }
 
-bool BuildStream(SaveState& save) {
+bool IsPocket(FileType type) { return type == FILE_PXL || type == FILE_PXT; }
+
+bool BuildStream(SaveState& save, FileType type) {
     const Workbook& book = SavedBook(save);
+    if (IsPocket(type)) {
+        WritePocketBook(save);
+        return !save.writer.failed;
+    }
     save.biffVersion = book.biffVersion == 7 ? 7 : 8;
     save.codePage = book.codePage;
     WriteGlobals(save);
@@ -70,14 +83,21 @@ bool BuildStream(SaveState& save) {
     return !save.writer.failed;
 }
 
-bool WriteWorkbook(i32 book, WideView path, u32& losses) {
+// What BuildStream has made, in the container of its form.
+bool WriteStream(const SaveState& save, FileType type, OutputHandle file) {
+    const Array<u8>& stream = save.writer.stream;
+    return IsPocket(type) ? Platform().writeFile(file, stream.Data(), stream.Count())
+                          : WriteCompoundFile(save.writer, save.biffVersion, file);
+}
+
+bool WriteWorkbook(i32 book, WideView path, FileType type, u32& losses) {
     SaveState save;
     save.book = book;
     bool built = false;
     {
         // One box is enough for all that memory may refuse.
         const QuietMemoryScope quiet;
-        built = CalculateForSave(book) && BuildStream(save);
+        built = CalculateForSave(book) && BuildStream(save, type);
     }
     if (!built) {
         ShowMessage(Message(MSG_OUT_OF_MEMORY));
@@ -88,7 +108,7 @@ bool WriteWorkbook(i32 book, WideView path, u32& losses) {
         ShowMessageWith(Message(MSG_CANNOT_CREATE_FILE), path);
         return false;
     }
-    if (!WriteCompoundFile(save.writer, save.biffVersion, file)) {
+    if (!WriteStream(save, type, file)) {
         Platform().abandonFile(file);
         ShowMessageWith(Message(MSG_CANNOT_WRITE_FILE), path);
         return false;
@@ -111,17 +131,17 @@ std::string_view SaveLossText(u32 loss) {
     return index < LOSS_COUNT ? lossTexts[index] : std::string_view();
 }
 
-bool CanWrite(FileType type) {
-    return type == FILE_CSV || type == FILE_TXT || type == FILE_XLS || type == FILE_XLT;
-}
+bool CanWrite(FileType type) { return type != FILE_BMP && type != FILE_UNKNOWN; }
 
 bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses) {
     losses = 0;
     switch (type) {
         case FILE_CSV:
         case FILE_TXT: return WriteTextFile(book, path, type, losses);
+        case FILE_PXL:
+        case FILE_PXT:
         case FILE_XLS:
-        case FILE_XLT: return WriteWorkbook(book, path, losses);
+        case FILE_XLT: return WriteWorkbook(book, path, type, losses);
         default: ShowMessage(Message(MSG_SAVE_FORM_MISSING)); return false;
     }
 }

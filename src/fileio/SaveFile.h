@@ -16,9 +16,16 @@ enum SaveLoss : u32 {
     LOSS_CHARACTERS = 64,  // characters that the code page lacks
     LOSS_FORMATS = 128,    // rotations and border styles
     LOSS_CHARTS = 256,
-    LOSS_SHEETS = 512,  // of which only one is written
+    LOSS_SHEETS = 512,        // of which only one is written
+    LOSS_SHEET_KINDS = 1024,  // macro sheets and modules
+    LOSS_NAMES = 2048,
+    LOSS_OBJECTS = 4096,
+    LOSS_FILTERS = 8192,
+    LOSS_SHEET_STATE = 16384,
+    LOSS_PAGE = 32768,
+    LOSS_DATES = 65536,
 };
-constexpr u32 LOSS_COUNT = 10;
+constexpr u32 LOSS_COUNT = 17;
 
 // What a loss bit stands for, in English: "merged cells".
 std::string_view SaveLossText(u32 loss);

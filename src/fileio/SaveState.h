@@ -32,6 +32,8 @@ struct LinkTable {
     Array<u16> entryOf;  // 1-based; 0 not looked up yet
 };
 
+struct PocketNumbers;
+
 struct SaveState {
     i32 book = -1;
     u8 biffVersion = 8;
@@ -41,10 +43,11 @@ struct SaveState {
     Array<u32> boundSheets;  // stream offsets of the sheets' positions
     StringTable strings;
     LinkTable links;
-    TokenRewrite narrowed;  // the tokens that NarrowTokens gave last
-    Array<u8> narrow;       // the text that NarrowText gave last
-    WideText wide;          // scratch
-    BiffWriter body;        // a record whose length shows at its end
+    const PocketNumbers* pocket = nullptr;  // in the pocket form
+    TokenRewrite narrowed;                  // the tokens that NarrowTokens gave last
+    Array<u8> narrow;                       // the text that NarrowText gave last
+    WideText wide;                          // scratch
+    BiffWriter body;                        // a record whose length shows at its end
 };
 
 inline const Workbook& SavedBook(const SaveState& save) { return *BookAt(save.book); }
@@ -53,6 +56,8 @@ inline const Workbook& SavedBook(const SaveState& save) { return *BookAt(save.bo
 
 // True when a character does not fit a byte.
 bool IsWide(WideView text);
+// At most `most` characters; no pair of surrogates is cut in two.
+WideView CutText(SaveState& save, WideView text, std::size_t most);
 // The text in the book's code page, at most `most` bytes. Valid until the next call.
 ByteView NarrowText(SaveState& save, WideView text, std::size_t most);
 // The same for the name of a sheet.
@@ -96,9 +101,9 @@ void CollectSheetLinks(SaveState& save, const Sheet& sheet);
 // EXTERNCOUNT and the entries; nothing when there are none.
 void WriteLinkTable(SaveState& save);
 void ClearLinkTable(SaveState& save);
-// From BIFF8 to the 95 token form, into save.narrowed.out; the first `length` bytes of it are the tokens. False
-// when that form has no such tokens: "#N/A" is put there instead. `offsets`: relative rows are distances that
-// wrap, as in names.
+// From BIFF8 to the 95 token form, or the pocket one, into save.narrowed.out; the first `length` bytes of it
+// are the tokens. False when that form has no such tokens: "#N/A" is put there instead. `offsets`: relative
+// rows are distances that wrap, as in names.
 bool NarrowTokens(SaveState& save, const FormulaTokens& tokens, bool offsets, u16& length);
 
 // Tokens as they go into a record: the bytes with what follows them, and how many of them are tokens.
@@ -108,6 +113,9 @@ struct TokenImage {
 };
 // In the form of the file; valid until the next call.
 TokenImage ImageOfTokens(SaveState& save, const FormulaTokens& tokens, bool offsets = false);
+
+// The whole file of the pocket form: BOF to the last EOF.
+void WritePocketBook(SaveState& save);
 
 // ---- sheets -----------------------------------------------------------------------------------------------
 
@@ -120,6 +128,8 @@ void WriteFilterRecords(SaveState& save, const Sheet& sheet);
 void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastColumn, u32 indexBlocks);
 // WINDOW2 to SELECTION; `current` for the sheet that the book opens with.
 void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current);
+// The 9 bytes of PANE.
+void PutPane(const SaveState& save, const SheetView& view, u8* out);
 // SCL and SHEETEXT.
 void WriteSheetTail(SaveState& save, const Sheet& sheet);
 void WriteMerges(SaveState& save, const Sheet& sheet);
@@ -148,6 +158,21 @@ void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell);
 
 // The greatest row of a form, numbered from 0.
 inline i32 LastRowOf(const SaveState& save) { return save.biffVersion == 8 ? MAX_ROWS - 1 : 0x3FFF; }
+
+// The place in the sheet's list of the array that holds a cell of the row entered, or -1.
+i32 FindActiveArray(const Sheet& sheet, const ArrayCursor& cursor, i32 row, i32 column);
+
+// The 8 bytes of a formula's result. A text follows in a record of its own.
+void PutResult(u8* out, const Value& value);
+
+// Neighbouring columns of one width, format and visibility.
+struct ColumnRun {
+    u8 first, last;
+    bool hidden;
+    u16 width, format;
+};
+// The next run behind column record `at` that is not as ordinary columns are; false when there is none.
+[[nodiscard]] bool NextColumnRun(const Sheet& sheet, u32& at, ColumnRun& run);
 
 // The form in which a number fits an RK record; false when it has none that gives it back to the bit.
 [[nodiscard]] bool EncodeRk(double number, u32& rk);

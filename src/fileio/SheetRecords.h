@@ -23,6 +23,8 @@ namespace tally {
 [[nodiscard]] bool ReadSelection(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadPane(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadWindow2(LoadState& load, ByteView body);
+// The zoom that a SCL record stands for.
+i32 ZoomPercent(ByteView body);
 [[nodiscard]] bool ReadZoom(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadRow(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadColumnInfo(LoadState& load, ByteView body);

@@ -186,7 +186,7 @@ void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastCo
     }
 }
 
-void WriteColumns(SaveState& save, const Sheet& sheet) {
+bool NextColumnRun(const Sheet& sheet, u32& at, ColumnRun& run) {
     const Array<ColumnInfo>& columns = sheet.columns;
     const auto widthOf = [&](const ColumnInfo& info) {
         return info.flags & COLUMN_DEFAULT_WIDTH ? DefaultColumnWidth(sheet) : info.width;
@@ -194,25 +194,29 @@ void WriteColumns(SaveState& save, const Sheet& sheet) {
     const auto isOrdinary = [](const ColumnInfo& info) {
         return info.flags == COLUMN_DEFAULT_WIDTH && info.format == DEFAULT_CELL_FORMAT;
     };
-    for (u32 i = 0; i < columns.Count();) {
-        const ColumnInfo& first = columns[i];
-        u32 end = i + 1;
-        while (end < columns.Count() && columns[end].column == columns[end - 1].column + 1 &&
-               columns[end].format == first.format && widthOf(columns[end]) == widthOf(first) &&
-               ((columns[end].flags ^ first.flags) & COLUMN_HIDDEN) == 0 &&
-               isOrdinary(columns[end]) == isOrdinary(first)) {
-            ++end;
-        }
-        if (!isOrdinary(first)) {
-            u8* out = BeginRecord(save.writer, COLINFO, 12);
-            PutU16(out, first.column);
-            PutU16(out + 2, columns[end - 1].column);
-            PutU16(out + 4, widthOf(first));
-            PutU16(out + 6, first.format);
-            PutU16(out + 8, first.flags & COLUMN_HIDDEN);
-            PutU16(out + 10, 0);
-        }
-        i = end;
+    while (at < columns.Count() && isOrdinary(columns[at])) ++at;
+    if (at == columns.Count()) return false;
+    const ColumnInfo& first = columns[at++];
+    while (at < columns.Count() && columns[at].column == columns[at - 1].column + 1 &&
+           columns[at].format == first.format && widthOf(columns[at]) == widthOf(first) &&
+           ((columns[at].flags ^ first.flags) & COLUMN_HIDDEN) == 0 && !isOrdinary(columns[at])) {
+        ++at;
+    }
+    run = {first.column, columns[at - 1].column, (first.flags & COLUMN_HIDDEN) != 0, widthOf(first),
+           first.format};
+    return true;
+}
+
+void WriteColumns(SaveState& save, const Sheet& sheet) {
+    ColumnRun run;
+    for (u32 i = 0; NextColumnRun(sheet, i, run);) {
+        u8* out = BeginRecord(save.writer, COLINFO, 12);
+        PutU16(out, run.first);
+        PutU16(out + 2, run.last);
+        PutU16(out + 4, run.width);
+        PutU16(out + 6, run.format);
+        PutU16(out + 8, run.hidden);
+        PutU16(out + 10, 0);
     }
 }
 

@@ -1,10 +1,10 @@
 #include <algorithm>
 
-#include "fileio/SaveState.h"
+#include "fileio/PocketSave.h"
 #include "formula/FormulaTypes.h"
 
-// From BIFF8 tokens to those of the 95 form: the reverse of the widening. What that form lacks makes the
-// whole string bad.
+// From BIFF8 tokens to those of the 95 form, or of the pocket form, which differs in texts and links: the
+// reverse of the widening. What the form lacks makes the whole string bad.
 
 namespace tally {
 namespace {
@@ -38,7 +38,7 @@ bool PutRef(Narrower& n, const u8* operand, bool distance) {
     return RowFits(n, row, operand[3], distance);
 }
 
-// The same for an area. Its end is cut to the last row.
+// The same for an area. Its end is cut to the last row; in the pocket form only that of whole columns.
 bool PutArea(Narrower& n, const u8* operand, bool distance) {
     const u16 first = ReadU16(operand);
     const u16 last = ReadU16(operand + 2);
@@ -47,7 +47,17 @@ bool PutArea(Narrower& n, const u8* operand, bool distance) {
     PutWord(n.to, RowWord(kept, operand[7]));
     PutByte(n.to, operand[4]);
     PutByte(n.to, operand[6]);
+    if (n.save.pocket && kept != last && (first || last != MAX_ROWS - 1)) return false;
     return RowFits(n, first, operand[5], distance);
+}
+
+// A reference behind the last row is a deleted one; on a handheld the whole string is bad.
+void PutUnfit(Narrower& n, u32 place, u32 toDeleted) {
+    if (n.save.pocket) {
+        n.bad = true;
+    } else if (!n.to.failed) {
+        n.to.out[place] = static_cast<u8>(n.to.out[place] + toDeleted);
+    }
 }
 
 void PutReference(Narrower& n, const u8* token) {
@@ -58,33 +68,57 @@ void PutReference(Narrower& n, const u8* token) {
     const bool single = folded == ptgRef || folded == ptgRefErr || folded == ptgRefN;
     const bool distance = folded == ptgRefN || folded == ptgAreaN;
     const bool fits = single ? PutRef(n, token + 1, distance) : PutArea(n, token + 1, distance);
-    if (!fits && !deleted && !n.to.failed) n.to.out[place] = static_cast<u8>(*token + TO_DELETED);
+    if (!fits && !deleted) PutUnfit(n, place, TO_DELETED);
 }
 
-// The operands of a link in front of what it leads to: entry, unused bytes.
-void PutLink(Narrower& n, u16 entry) {
-    const bool own = entry && n.save.links.entries[entry - 1u].externBook == OWN_BOOK;
+// The operands of a link in front of what it leads to. The sheets count only in the own book.
+struct LinkImage {
+    u16 index = 0;  // negative for the own book
+    u16 firstSheet = 0, lastSheet = 0;
+};
+
+u16 PocketSheet(Narrower& n, i16 sheet) {
+    if (sheet < 0) return static_cast<u16>(sheet);
+    const Array<u16>& sheets = n.save.pocket->sheets;
+    const u16 number =
+        static_cast<u16>(sheet) < sheets.Count() ? sheets[static_cast<u16>(sheet)] : NOT_IN_POCKET;
+    n.bad = n.bad || number == NOT_IN_POCKET;
+    return number;
+}
+
+// A handheld knows no other book.
+LinkImage PocketLink(Narrower& n, u32 externIndex) {
+    const Workbook& book = SavedBook(n.save);
+    const ExternSheet row =
+        externIndex < book.externSheets.Count() ? book.externSheets[externIndex] : ExternSheet{-1, 0, 0};
+    n.bad = n.bad || row.externBook < 0 || static_cast<u32>(row.externBook) >= book.externBooks.Count() ||
+            book.externBooks[static_cast<u32>(row.externBook)].kind != EXTERN_SELF;
+    return {0xFFFF, PocketSheet(n, row.firstSheet), PocketSheet(n, row.lastSheet)};
+}
+
+LinkImage ImageOfLink(Narrower& n, u32 externIndex) {
+    if (n.save.pocket) return PocketLink(n, externIndex);
+    const u16 entry = LinkEntryOf(n.save, externIndex);
     n.bad = n.bad || !entry;
-    PutWord(n.to, own ? 0x10000u - entry : entry);
-    PutZeros(n.to, LINK_MIDDLE);
+    if (!entry || n.save.links.entries[entry - 1u].externBook != OWN_BOOK) return {entry, 0, 0};
+    const ExternSheet& row = SavedBook(n.save).externSheets[externIndex];
+    return {static_cast<u16>(0x10000u - entry), static_cast<u16>(row.firstSheet),
+            static_cast<u16>(row.lastSheet)};
 }
 
 void PutReference3d(Narrower& n, const u8* token) {
-    const Workbook& book = SavedBook(n.save);
     const u8 folded = FoldToken(*token);
-    const u32 index = ReadU16(token + 1);
-    const u16 entry = LinkEntryOf(n.save, index);
-    const bool own = entry && n.save.links.entries[entry - 1u].externBook == OWN_BOOK;
-    const ExternSheet row = own ? book.externSheets[index] : ExternSheet();
+    const LinkImage link = ImageOfLink(n, ReadU16(token + 1));
     const u32 place = n.to.out.Count();
     PutByte(n.to, *token);
-    PutLink(n, entry);
-    PutWord(n.to, static_cast<u16>(row.firstSheet));
-    PutWord(n.to, static_cast<u16>(row.lastSheet));
+    PutWord(n.to, link.index);
+    PutZeros(n.to, LINK_MIDDLE);
+    PutWord(n.to, link.firstSheet);
+    PutWord(n.to, link.lastSheet);
     const bool single = folded == ptgRef3d || folded == ptgRefErr3d;
     const bool fits = single ? PutRef(n, token + 3, false) : PutArea(n, token + 3, false);
     const bool deleted = folded == ptgRefErr3d || folded == ptgAreaErr3d;
-    if (!fits && !deleted && !n.to.failed) n.to.out[place] = static_cast<u8>(*token + TO_DELETED_3D);
+    if (!fits && !deleted) PutUnfit(n, place, TO_DELETED_3D);
 }
 
 void PutText(Narrower& n, const u8* token) {
@@ -94,9 +128,15 @@ void PutText(Narrower& n, const u8* token) {
         const u16 c = token[2] & 1 ? ReadU16(token + 3 + i * 2) : token[3 + i];
         n.to.failed = !text.Append(static_cast<char16_t>(c));
     }
+    PutByte(n.to, ptgStr);
+    if (n.save.pocket) {
+        PutByte(n.to, count);
+        PutByte(n.to, 1);
+        for (char16_t c : text.View()) PutWord(n.to, c);
+        return;
+    }
     const ByteView bytes = NarrowText(n.save, text, TEXT_MOST * 2);
     n.bad = n.bad || bytes.size() > TEXT_MOST;
-    PutByte(n.to, ptgStr);
     PutByte(n.to, static_cast<u32>(bytes.size()) & 0xFF);
     PutBytes(n.to, bytes);
 }
@@ -130,22 +170,33 @@ void PutMemory(Narrower& n, const u8* token, u32 at, u32 size) {
     PutSpan(n.to, n.to.out.Count() + 2, at + size + ReadU16(token + size - 2), 0);
 }
 
+// The number of a name in the file.
+u16 NameNumber(Narrower& n, u16 name) {
+    const u32 count = SavedBook(n.save).names.Count();
+    const u16 number = !name || name > count ? u16{0} : n.save.pocket ? n.save.pocket->names[name - 1u] : name;
+    n.bad = n.bad || !number;
+    return number;
+}
+
 void PutName(Narrower& n, const u8* token) {
-    const u16 name = ReadU16(token + 1);
-    n.bad = n.bad || !name || name > SavedBook(n.save).names.Count();
     PutByte(n.to, *token);
-    PutWord(n.to, name);
+    PutWord(n.to, NameNumber(n, ReadU16(token + 1)));
     PutZeros(n.to, NAME_TAIL);
 }
 
 void PutNameX(Narrower& n, const u8* token) {
+    const u16 name = ReadU16(token + 3);
     PutByte(n.to, *token);
-    PutLink(n, LinkEntryOf(n.save, ReadU16(token + 1)));
-    PutWord(n.to, ReadU16(token + 3));
+    PutWord(n.to, ImageOfLink(n, ReadU16(token + 1)).index);
+    PutZeros(n.to, LINK_MIDDLE);
+    PutWord(n.to, n.save.pocket ? NameNumber(n, name) : name);
     PutZeros(n.to, NAME_TAIL);
 }
 
-bool IsLacking(u16 function) { return !(function & COMMAND_BIT) && function >= FIRST_FUNCTION_AFTER_95; }
+bool IsLacking(const Narrower& n, u16 function) {
+    if (n.save.pocket && !IsPocketFunction(function)) return true;
+    return !(function & COMMAND_BIT) && function >= FIRST_FUNCTION_AFTER_95;
+}
 
 // Converts the whole token at `at`, `size` bytes long.
 void NarrowToken(Narrower& n, const u8* token, u32 at, u32 size) {
@@ -171,8 +222,11 @@ void NarrowToken(Narrower& n, const u8* token, u32 at, u32 size) {
         case ptgMemAreaN:
         case ptgMemNoMemN: return PutMemory(n, token, at, size);
         case ptgExtended: n.bad = true; return;
-        case ptgFunc: n.bad = n.bad || IsLacking(ReadU16(token + 1)); break;
-        case ptgFuncVar: n.bad = n.bad || IsLacking(ReadU16(token + 2)); break;
+        case ptgExp:
+        case ptgTbl:
+        case ptgArray: n.bad = n.bad || n.save.pocket; break;
+        case ptgFunc: n.bad = n.bad || IsLacking(n, ReadU16(token + 1)); break;
+        case ptgFuncVar: n.bad = n.bad || IsLacking(n, ReadU16(token + 2)); break;
         default: break;
     }
     PutBytes(n.to, {token, size});
@@ -255,7 +309,7 @@ bool NarrowTokens(SaveState& save, const FormulaTokens& tokens, bool offsets, u1
     n.bad = !TokensAreWhole(tokens);
     if (!n.bad) NarrowStream(n, tokens);
     const u32 streamLength = n.to.out.Count();
-    if (!n.bad && !n.to.failed) NarrowExtra(n, tokens);
+    if (!n.bad && !n.to.failed && !save.pocket) NarrowExtra(n, tokens);
     save.writer.failed = save.writer.failed || n.to.failed;
     length = static_cast<u16>(streamLength);
     if (!n.bad && streamLength <= 0xFFFF) return true;

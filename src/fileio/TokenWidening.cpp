@@ -6,13 +6,16 @@
 #include "formula/Links.h"
 
 // The token strings of the older forms of the format, brought to BIFF8. Sizes and fields are those of
-// the published formats; what differs between the versions is told by `version`: 2, 3, 4 or 5.
+// the published formats; what differs between the versions is told by `version`: 2, 3, 4, 5 or POCKET_FORM.
 
 namespace tally {
 namespace {
 
 constexpr u8 OLD_SHEET = 0x1A, OLD_END_SHEET = 0x1B, OLD_COMMAND = 0x38;
 constexpr u16 ROW_BITS = 0x3FFF;
+// The pocket form is that of BIFF5 with the texts of BIFF8; it has no tables of links.
+constexpr int POCKET_FORM = 6;
+constexpr u32 MOST_POCKET_LINKS = 30000;
 
 struct Widening {
     LoadState& load;
@@ -88,8 +91,10 @@ void PutArea(Widening& w, ByteView operand, bool offset) {
 }
 
 u32 PutString(Widening& w, ByteView rest) {
-    const u32 length = ByteAt(rest, 1);
-    if (ReadBiffString(From(rest, 2), 7, LoadedBook(w.load).codePage, length, w.load.text) == STRING_FAILED) {
+    const u8 form = w.version == POCKET_FORM ? 8 : 7;
+    const std::size_t used =
+        ReadBiffString(From(rest, 2), form, LoadedBook(w.load).codePage, ByteAt(rest, 1), w.load.text);
+    if (used == STRING_FAILED) {
         w.to.failed = true;
         return 0;
     }
@@ -102,7 +107,7 @@ u32 PutString(Widening& w, ByteView rest) {
         PutByte(w.to, c & 0xFFu);
         if (wide) PutByte(w.to, c >> 8u);
     }
-    return length + 2;
+    return static_cast<u32>(used) + 2;
 }
 
 u32 PutChoose(Widening& w, ByteView rest, u32 at) {
@@ -197,9 +202,19 @@ i32 ExternBookOf(Widening& w, const ExternSheetEntry& entry, i32& sheet) {
     return row;
 }
 
+// The tab of a pocket file, all of whose sheets are known: what lies beyond them is a deleted sheet.
+i32 PocketTab(const Workbook& book, i32 tab) {
+    const bool known = tab >= 0 && static_cast<u32>(tab) < book.sheets.Count();
+    return known && book.externSheets.Count() < MOST_POCKET_LINKS ? tab : -1;
+}
+
 // The extern index of a 3-D token's first operand; the tabs count only for the own book.
 i32 ExternIndexOf(Widening& w, ByteView operand, i32 firstTab, i32 lastTab, i32* externBook) {
     Workbook& book = LoadedBook(w.load);
+    if (w.version == POCKET_FORM && firstTab != EXTERN_NO_SHEET) {
+        firstTab = PocketTab(book, firstTab);
+        lastTab = PocketTab(book, lastTab);
+    }
     const i16 index = static_cast<i16>(WordAt(operand, 0));
     i32 sheet = EXTERN_NO_SHEET;
     i32 row = -1;
@@ -395,6 +410,10 @@ bool Widen(LoadState& load, int version, bool offsets, ByteView tokens, ByteView
 
 bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out, bool offsets) {
     return Widen(load, 5, offsets, tokens, extra, out);
+}
+
+bool WidenPocketTokens(LoadState& load, ByteView tokens, bool offsets, FormulaTokens& out) {
+    return Widen(load, POCKET_FORM, offsets, tokens, {}, out);
 }
 
 bool WidenOldTokens(LoadState& load, int version, ByteView tokens, ByteView extra, FormulaTokens& out) {

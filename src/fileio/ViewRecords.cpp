@@ -50,10 +50,14 @@ bool ReadPane(LoadState& load, ByteView body) {
     return true;
 }
 
-bool ReadZoom(LoadState& load, ByteView body) {
+i32 ZoomPercent(ByteView body) {
     const u16 denominator = WordAt(body, 2);
     const i32 percent = denominator ? MulDiv(WordAt(body, 0), 100, denominator) : 100;
-    LoadedSheet(load).zoomPercent = std::clamp(percent, 10, 400);
+    return std::clamp(percent, 10, 400);
+}
+
+bool ReadZoom(LoadState& load, ByteView body) {
+    LoadedSheet(load).zoomPercent = ZoomPercent(body);
     return true;
 }
 

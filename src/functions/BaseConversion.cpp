@@ -3,8 +3,8 @@
 #include "functions/ArgumentReader.h"
 #include "functions/Handlers.h"
 
-// Numbers in other bases, of ten digits at most; the upper half of what ten digits hold stands for the
-// negative numbers, in two's complement.
+// Numbers in other bases, as ten digits at most. The digit that is worth most counts down in the tenth place:
+// half of the numbers are negative, in two's complement.
 
 namespace tally {
 namespace {
@@ -50,7 +50,7 @@ i64 ReadHexadecimal(ArgumentReader& in) {
     return Signed(number, HEXADECIMAL);
 }
 
-// A decimal number that fits into some base.
+// A number too large for any base is outside of all of them.
 i64 ReadDecimal(ArgumentReader& in) {
     const double number = std::trunc(in.Number());
     in.Require(std::fabs(number) <= static_cast<double>(HEXADECIMAL.half));

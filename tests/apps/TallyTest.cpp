@@ -114,6 +114,39 @@ TEST_F(Tally, ConvertsToBothFormsOfWorkbooks) {
     EXPECT_EQ(Get("g.xls"), Get("b.xls"));
 }
 
+// A book goes from every form into every other one and back; text holds the values of one sheet.
+TEST_F(Tally, ConvertsEveryFormIntoEveryOther) {
+    PutBook("start.xls");
+    const std::string forms[] = {"xls", "xlt", "pxl", "pxt", "csv", "txt"};
+    for (const std::string& from : forms) {
+        const std::string source = "from-" + from + "." + from;
+        const bool text = from == "csv" || from == "txt";
+        ASSERT_EQ(Run("convert start.xls " + source).status, 0);
+        for (const std::string& to : forms) {
+            const std::string target = from + "-" + to + "." + to;
+            const Outcome outcome = Run("convert " + source + " " + target);
+            EXPECT_EQ(outcome.status, 0) << target << outcome.output;
+            EXPECT_EQ(Run("convert " + target + " - --to csv").output.substr(0, 9), "2,6\r\n,9\r\n") << target;
+            if (text || to == "csv" || to == "txt") continue;
+            EXPECT_EQ(outcome.output, "") << target;
+            const std::vector<Json> lines = Run("cells " + target).Lines();
+            ASSERT_EQ(lines.size(), 4u) << target;
+            EXPECT_EQ(lines[1]["formula"], "=A1*3") << target;
+            EXPECT_EQ(lines[3]["sheet"], "Second") << target;
+            EXPECT_EQ(lines[3]["text"], "here") << target;
+        }
+    }
+    EXPECT_EQ(Run("convert start.xls - --to pxl > s.pxl").status, 0);
+    EXPECT_EQ(Run("convert --from pxl --to txt - - < s.pxl").output.substr(0, 9), "2\t6\r\n\t9\r\n");
+}
+
+TEST_F(Tally, WhatAFormCannotHoldIsNamed) {
+    Put("a.csv", "1,=ASC(\"x\")\n");
+    const Outcome outcome = Run("convert a.csv a.pxl");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "tally: not kept: formulas that the form does not know; their values stay\n");
+}
+
 TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
     PutBook("a.xls");
     Put("bad.xls", "no book");
@@ -135,7 +168,7 @@ TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
         {"sheets bad.xls", 1, "Invalid data in input file"},
         {"sheets a.doc", 1, "File type not recognised"},
         {"cells a.xls --sheet Third", 1, "Third"},
-        {"convert a.xls out.pdf", 2, "xls, xlt, csv or txt"},
+        {"convert a.xls out.pdf", 2, "xls, xlt, pxl, pxt, csv or txt"},
         {"convert a.xls out.xls --form 96", 2, "97 or 95"},
         {"convert a.xls none/out.csv", 3, "Unable to open output file"},
         {"convert - out.csv", 2, "--from"},

@@ -55,7 +55,7 @@ bool CanWriteTo(const Options& options, const std::string& output, int& status) 
     if (CanWrite(FileTypeOf(path))) return true;
     status =
         Complain(EXIT_USAGE, output == "-" && options.to.empty() ? "standard output needs --to"
-                                                                 : "OUT must be an xls, xlt, csv or txt file");
+                                                                 : "OUT must be an xls, xlt, pxl, pxt, csv or txt file");
     return false;
 }
 

@@ -40,9 +40,9 @@ void AddCommands(CLI::App& app, Options& options) {
         sub->add_flag("--recalculate", options.recalculate, "Calculate every formula first");
     }
     for (CLI::App* sub : {sheets, cells, verify, convert}) {
-        sub->add_option("--from", options.from, "Form of standard input: xls, csv, txt");
+        sub->add_option("--from", options.from, "Form of standard input: xls, pxl, csv, txt");
     }
-    convert->add_option("--to", options.to, "Form of standard output: xls, xlt, csv, txt");
+    convert->add_option("--to", options.to, "Form of standard output: xls, xlt, pxl, pxt, csv, txt");
     convert->add_option("--form", options.form,
                         "Form of a workbook: 97 or 95 (default: that of the book read)");
     functions->add_flag("--document", options.document, "The list as a document (docs/functions.md)");

@@ -131,15 +131,9 @@ const char* StepSelect(std::string_view rest, int& status) {
     return nullptr;
 }
 
-// A name between quotes keeps the blanks at its ends.
-std::string_view Unquoted(std::string_view text) {
-    return text.size() >= 2 && text.front() == '"' && text.back() == '"' ? text.substr(1, text.size() - 2)
-                                                                         : text;
-}
-
 const char* StepSheet(std::string_view rest, int& status) {
     WideText name;
-    if (!WideFromUtf8(name, Unquoted(rest))) return Fault(noMemory, EXIT_DATA, status);
+    if (!WideFromUtf8(name, rest)) return Fault(noMemory, EXIT_DATA, status);
     const i32 sheet = CurrentBook() < 0 ? -1 : FindSheet(CurrentBook(), name);
     if (sheet < 0) return Fault("no such sheet", EXIT_DATA, status);
     SelectSheet(sheet);
@@ -263,16 +257,11 @@ const char* StepShow(std::string_view rest, int& status) {
                : Fault(noMemory, EXIT_DATA, status);
 }
 
-const char* StepPaint(std::string_view, int&) {
-    PaintHeadless();
-    return nullptr;
-}
-
 constexpr ReplayStep steps[] = {
     {"box", StepBox},     {"click", StepClick},   {"command", StepCommand}, {"drag", StepDrag},
     {"enter", StepEnter}, {"expect", StepExpect}, {"field", StepField},     {"file", StepFile},
-    {"form", StepForm},   {"key", StepKey},       {"paint", StepPaint},     {"select", StepSelect},
-    {"sheet", StepSheet}, {"show", StepShow},     {"type", StepType},
+    {"form", StepForm},   {"key", StepKey},       {"select", StepSelect},   {"sheet", StepSheet},
+    {"show", StepShow},   {"type", StepType},
 };
 
 }  // namespace

@@ -1,0 +1,41 @@
+#pragma once
+// Fonts, number formats and cell formats of the pocket form.
+
+#include "fileio/LoadState.h"
+
+namespace tally {
+
+// A number format by its code: the id of a built-in one, or a text when the id is POCKET_TEXT_FORMAT.
+struct PocketNumberFormat {
+    u16 id;
+    WideView text;
+};
+constexpr u16 POCKET_TEXT_FORMAT = 65535;
+constexpr u16 POCKET_FORMAT_CODES = 72;
+// Codes from this on are the file's own formats in order of arrival; those between are General.
+constexpr u16 POCKET_FIRST_OWN_CODE = 233;
+// One row a code.
+std::span<const PocketNumberFormat> PocketNumberFormats();
+
+constexpr u16 POCKET_AUTOMATIC = 255;   // a colour of the file
+constexpr u16 POCKET_COLOUR_SHIFT = 8;  // from a colour of the file to the palette
+// The file's cell format 0 is the book's row 15; format n is row 20 + n.
+constexpr u16 POCKET_FORMAT_SHIFT = 20;
+
+constexpr std::size_t POCKET_FONT_SIZE = 15, POCKET_XF_SIZE = 22;
+
+// What the formats of a file have come to so far.
+struct PocketFormatReader {
+    u16 codeIds[POCKET_FORMAT_CODES] = {};  // id plus 1 of each code; 0 not looked up yet
+    Array<u16> ownIds;                      // of FORMAT records, in order of arrival
+    bool formatSeen = false;
+};
+
+// FONT: the fixed bytes, and the face's name as its characters.
+[[nodiscard]] bool ReadPocketFont(LoadState& load, ByteView body, WideView name);
+[[nodiscard]] bool ReadPocketFormat(LoadState& load, PocketFormatReader& formats, WideView text);
+[[nodiscard]] bool ReadPocketXf(LoadState& load, PocketFormatReader& formats, ByteView body);
+// The book's row for a cell format of the file.
+u16 PocketCellFormat(const Workbook& book, u16 xf);
+
+}  // namespace tally
