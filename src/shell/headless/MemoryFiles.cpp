@@ -31,13 +31,16 @@ MemoryFile* FindFile(WideView path) {
 const MemoryFile* FindMemoryFile(WideView path) { return FindFile(path); }
 
 bool PutMemoryFile(WideView path, ByteView bytes) {
+    Array<u8> copy;
+    if (!copy.AppendMany(bytes.data(), bytes.size())) return false;
     MemoryFile* file = FindFile(path);
     if (!file) {
-        file = Headless().files.AppendDefault();
-        if (!file || !file->path.Assign(path)) return false;
+        MemoryFile fresh;
+        if (!fresh.path.Assign(path) || !Headless().files.Append(std::move(fresh))) return false;
+        file = &Headless().files.Last();
     }
-    file->bytes.Truncate(0);
-    return file->bytes.AppendMany(bytes.data(), bytes.size());
+    file->bytes = std::move(copy);
+    return true;
 }
 
 bool MemoryReadFile(WideView path, Array<u8>& out) {
