@@ -53,9 +53,9 @@ bool CanWriteTo(const Options& options, const std::string& output, int& status) 
         return false;
     }
     if (CanWrite(FileTypeOf(path))) return true;
-    status =
-        Complain(EXIT_USAGE, output == "-" && options.to.empty() ? "standard output needs --to"
-                                                                 : "OUT must be an xls, xlt, pxl, pxt, csv or txt file");
+    status = Complain(EXIT_USAGE, output == "-" && options.to.empty()
+                                      ? "standard output needs --to"
+                                      : "OUT must be an xls, xlt, pxl, pxt, csv or txt file");
     return false;
 }
 
