@@ -29,6 +29,13 @@ constexpr MessageRow messageRows[] = {
     {MSG_SAVE_CHANGES, u"是否保存对 %s 的更改？"},
     {MSG_MACRO_REFERENCE, u"宏引用无效:"},
     {MSG_CANNOT_WRITE_FILE, u"不能写入文件\n%s"},
+    {MSG_SEVERAL_SHEETS,
+     u"The selected file type does not support workbooks that contain multiple sheets.\nTo save only the "
+     u"active "
+     u"sheet, click OK."},
+    {MSG_SAVE_NAME_OPEN, u"要保存的文件不能与已打开的文档重名"},
+    {MSG_NO_CHART_SHEET, u"The current sheet is not a chart sheet"},
+    {MSG_REPLACE_FILE, u"%s 已存在。要替换它吗？"},
     {226, u"全部"},
     {227, u"财务"},
     {228, u"日期与时间"},
@@ -42,7 +49,7 @@ constexpr MessageRow messageRows[] = {
     {236, u"科学记数"},
     {237, u"宏控件"},
     {238, u"宏命令"},
-    {MSG_SAVE_FORM_MISSING, u"不能以此格式保存，请另存为 csv 或 txt 文件"},
+    {MSG_SAVE_FORM_MISSING, u"不能以此格式保存"},
     {MSG_ARRAY_OVER_MERGE, u"在合并单元格中数组公式无效"},
     {MSG_TRUST_BOOK, u"%s 要打开其他程序、文件或网络地址。\n是否允许？"},
     {MSG_INVALID_LINK, u"Invalid link"},

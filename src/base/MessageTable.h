@@ -28,6 +28,10 @@ enum MessageId : u16 {
     MSG_SAVE_CHANGES = 75,
     MSG_MACRO_REFERENCE = 76,
     MSG_CANNOT_WRITE_FILE = 77,
+    MSG_SEVERAL_SHEETS = 78,
+    MSG_SAVE_NAME_OPEN = 79,
+    MSG_NO_CHART_SHEET = 80,
+    MSG_REPLACE_FILE = 81,
     // 226 to 238: function categories.
     MSG_CATEGORY_FIRST = 226,
     // 400 to 449: the shell.

@@ -48,7 +48,11 @@ bool CloseBook(i32 book, CloseMode mode);
 bool CloseAllBooks();
 bool OpenBookFile(WideView path, bool addToRecent);
 bool MakeFirstBook();
-bool SaveBook(i32 book);
+// Saves a book to a path whose end tells the form. Without an end that does, and for a template unless
+// `askForName` says that its name was asked for, the dialog comes instead. False when it was not saved.
+bool SaveBook(i32 book, WideView path, bool askForName);
+// Asks for a name and a form first; the book then bears that name.
+bool SaveBookAs(i32 book);
 void AddRecentFile(WideView path);
 
 // ---- settings -----------------------------------------------------------------------------------------

@@ -3,7 +3,6 @@
 #include "base/MessageTable.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
-#include "fileio/TextFiles.h"
 #include "model/BookTable.h"
 #include "shell/Commands.h"
 #include "shell/EntryEditor.h"
@@ -16,7 +15,6 @@ namespace {
 
 constexpr FileFilter openFilters[] = {
     {u"工作簿", u"*.xls *.xlt"}, {u"文本", u"*.csv *.txt"}, {u"所有文件", u"*"}};
-constexpr FileFilter saveFilters[] = {{u"CSV", u"*.csv"}, {u"文本", u"*.txt"}};
 
 void ForgetEdit() {
     if (IsEditing()) CancelEntry();
@@ -35,43 +33,7 @@ void ShowCurrentBook() {
     }
 }
 
-bool EndsLike(WideView path, WideView extension) {
-    return path.size() >= extension.size() &&
-           EqualIgnoringCase(path.substr(path.size() - extension.size()), extension);
-}
-
-bool SaveTo(i32 book, WideView path) {
-    const FileType type = FileTypeOf(path);
-    if (type != FILE_CSV && type != FILE_TXT) {
-        ShowMessage(Message(MSG_SAVE_FORM_MISSING));
-        return false;
-    }
-    if (!SaveText(book, path, type)) return false;
-    BookAt(book)->dirty = 0;
-    return true;
-}
-
-bool SaveAs(i32 book) {
-    i32 filter = 0;
-    WideText path;
-    if (!path.Assign(BookAt(book)->path) ||
-        !ShellPlatform().saveFileDialog(std::span(saveFilters), filter, path))
-        return false;
-    const WideView extension = filter == 1 ? u".txt" : u".csv";
-    const bool bare = FileNameOf(path).find(u'.') == WideView::npos;
-    if (bare && !EndsLike(path, extension) && !path.Append(extension)) return false;
-    Workbook* target = BookAt(book);
-    if (!target || !SaveTo(book, path)) return false;
-    AddRecentFile(path);
-    target->path = std::move(path);
-    target->untitled = false;
-    UpdateTitle();
-    return true;
-}
-
 }  // namespace
-
-bool SaveBook(i32 book) { return BookAt(book)->untitled ? SaveAs(book) : SaveTo(book, BookAt(book)->path); }
 
 void AddRecentFile(WideView path) {
     Array<WideText>& recent = Shell().recent;
@@ -147,7 +109,8 @@ bool CloseBook(i32 book, CloseMode mode) {
         }
         if (answer != IDYES && answer != IDNO) return true;
         // A book that could not be saved stays open, so that nothing is lost.
-        if (answer == IDYES && !SaveBook(book)) return true;
+        WideText path;
+        if (answer == IDYES && (!path.Assign(BookAt(book)->path) || !SaveBook(book, path, false))) return true;
     }
     ForgetEdit();
     RemoveBook(book);
@@ -167,14 +130,6 @@ bool CloseAllBooks() {
         if (cancelled) return false;
     }
     return true;
-}
-
-void SaveCommand(i32) {
-    if (CurrentBook() >= 0) IgnoreFailure(SaveBook(CurrentBook()));
-}
-
-void SaveAsCommand(i32) {
-    if (CurrentBook() >= 0) IgnoreFailure(SaveAs(CurrentBook()));
 }
 
 void ExitCommand(i32) {

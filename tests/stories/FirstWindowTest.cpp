@@ -293,7 +293,7 @@ TEST_F(FirstWindow, ABookOpenedFromTheMenuIsShown) {
 
 TEST_F(FirstWindow, SavingAsTextWritesTheFileAndSettlesTheQuestion) {
     TypeAndEnter("hello");
-    ASSERT_TRUE(HeadlessFrame().dialogPath.Assign(u"/out"));
+    ASSERT_TRUE(HeadlessFrame().dialogPath.Assign(u"/out.csv"));
     PickCommand(114);
     const MemoryFile* file = FindMemoryFile(u"/out.csv");
     ASSERT_NE(file, nullptr);
@@ -329,11 +329,13 @@ TEST_F(FirstWindow, ACancelledCloseKeepsWhatIsBeingTyped) {
     EXPECT_EQ(Shown("A2"), "half");
 }
 
-TEST_F(FirstWindow, YesWithoutAFormToSaveInKeepsTheBookOpen) {
+TEST_F(FirstWindow, YesToASaveThatFailsKeepsTheBookOpen) {
     TypeAndEnter("hello");
     CurrentWorkbook()->untitled = false;
     ASSERT_TRUE(CurrentWorkbook()->path.Assign(u"/book.xls"));
     ASSERT_TRUE(Headless().answers.Append(IDYES));
+    Headless().fileOperations = 0;
+    Headless().failFileOperation = 1;
     CloseFrame();
     EXPECT_EQ(Headless().boxes.Count(), 2u);
     EXPECT_FALSE(HeadlessFrame().hasQuit);

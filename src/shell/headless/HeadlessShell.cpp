@@ -140,8 +140,19 @@ bool OpenFileDialog(std::span<const FileFilter>, WideText& path) {
     return chosen;
 }
 bool SaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path) {
-    filter = frame.dialogFilter;
-    return OpenFileDialog(filters, path);
+    frame.offeredFilter = filter;
+    IgnoreFailure(frame.offeredPath.Assign(path));
+    if (!OpenFileDialog(filters, path)) return false;
+    if (frame.dialogFilter >= 0) filter = frame.dialogFilter;
+    for (std::size_t i = 0; i < filters.size() && frame.dialogFilter < 0; ++i) {
+        const WideView end = filters[i].pattern.substr(1);
+        const bool fits = path.Length() > end.size() &&
+                          EqualIgnoringCase(path.View().substr(path.Length() - end.size()), end);
+        if (!fits) continue;
+        filter = static_cast<i32>(i);
+        break;
+    }
+    return true;
 }
 SettingRow* FindSetting(WideView section, WideView key) {
     for (SettingRow& row : frame.settings)

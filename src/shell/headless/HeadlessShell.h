@@ -44,7 +44,10 @@ struct HeadlessShellState {
     u32 invalidations = 0;
     Array<PixelRect> dirty;  // what was invalidated since the last paint
     WideText dialogPath;     // answer of the next file dialog; empty cancels
-    i32 dialogFilter = 0;
+    // The row of the type list that goes with it; below 0 the first one that fits the path's end.
+    i32 dialogFilter = -1;
+    WideText offeredPath;  // what the last save dialog began with
+    i32 offeredFilter = 0;
     i32 popupAnswer = 0;  // command that the next popup gives
     Array<WideText> popupTexts;
     Array<HeadlessFont> fonts;
