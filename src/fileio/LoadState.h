@@ -97,7 +97,7 @@ void ResolveNameSheets(LoadState& load);
 // a stream that does not fit. `offsets`: relative rows are distances that wrap, as in names.
 [[nodiscard]] bool WidenTokens(LoadState& load, ByteView tokens, ByteView extra, FormulaTokens& out,
                                bool offsets = false);
-// The same from the pocket form, once the sheets of the file are known.
+// The same from the pocket form. The sheets of names may come later: the caller judges them at the end.
 [[nodiscard]] bool WidenPocketTokens(LoadState& load, ByteView tokens, bool offsets, FormulaTokens& out);
 // The same from bare files; `version` 2, 3 or 4.
 [[nodiscard]] bool WidenOldTokens(LoadState& load, int version, ByteView tokens, ByteView extra,

@@ -189,7 +189,7 @@ bool ReadScale(PocketReader& r, ByteView body) {
 bool ReadRowSize(PocketReader& r, ByteView body) {
     RowInfo info;
     info.row = WordAt(body, 0);
-    info.height = WordAt(body, 2);
+    info.height = WordAt(body, 2) & 0x7FFF;
     const u16 flags = WordAt(body, 4);
     info.flags = static_cast<u16>((flags & 1 ? ROW_HIDDEN : 0) | (flags & 2 ? ROW_CUSTOM_HEIGHT : 0));
     return SetRowInfo(LoadedSheet(r.load).rows, info);
@@ -305,6 +305,18 @@ bool ReadRecords(PocketReader& r) {
     return true;
 }
 
+// References of names to sheets that never came, and fonts of formats that did not, lead nowhere else.
+void JudgeReferences(Workbook& book) {
+    const i32 sheets = static_cast<i32>(book.sheets.Count());
+    for (ExternSheet& row : book.externSheets) {
+        if (row.firstSheet >= sheets) row.firstSheet = -1;
+        if (row.lastSheet >= sheets) row.lastSheet = -1;
+    }
+    for (CellFormat& format : book.cellFormats) {
+        if (format.font >= book.fonts.Count()) format.font = 0;
+    }
+}
+
 }  // namespace
 
 bool ReadPocket(LoadState& load, ByteView file) {
@@ -313,6 +325,7 @@ bool ReadPocket(LoadState& load, ByteView file) {
     PocketReader r{load, file, 0, 0, {}, {}};
     if (!ReadRecords(r)) return false;
     Workbook& book = LoadedBook(load);
+    JudgeReferences(book);
     book.currentSheet = static_cast<u32>(load.activeTab) < book.sheets.Count() ? load.activeTab : 0;
     for (Sheet* sheet : book.sheets) {
         if (r.zoom) sheet->zoomPercent = r.zoom;

@@ -15,7 +15,7 @@ constexpr u8 OLD_SHEET = 0x1A, OLD_END_SHEET = 0x1B, OLD_COMMAND = 0x38;
 constexpr u16 ROW_BITS = 0x3FFF;
 // The pocket form is that of BIFF5 with the texts of BIFF8; it has no tables of links.
 constexpr int POCKET_FORM = 6;
-constexpr u32 MOST_POCKET_LINKS = 30000;
+constexpr u32 MOST_POCKET_LINKS = 30000, MOST_POCKET_NAME_LINKS = 4096;
 
 struct Widening {
     LoadState& load;
@@ -202,18 +202,21 @@ i32 ExternBookOf(Widening& w, const ExternSheetEntry& entry, i32& sheet) {
     return row;
 }
 
-// The tab of a pocket file, all of whose sheets are known: what lies beyond them is a deleted sheet.
-i32 PocketTab(const Workbook& book, i32 tab) {
-    const bool known = tab >= 0 && static_cast<u32>(tab) < book.sheets.Count();
-    return known && book.externSheets.Count() < MOST_POCKET_LINKS ? tab : -1;
+// The tab of a pocket file: what lies beyond its sheets is a deleted sheet. Names may stand in front of the
+// sheets, so theirs are not judged yet.
+i32 PocketTab(const Widening& w, i32 tab) {
+    const Workbook& book = LoadedBook(w.load);
+    const bool known = w.offsets || static_cast<u32>(tab) < book.sheets.Count();
+    const u32 most = w.offsets ? MOST_POCKET_NAME_LINKS : MOST_POCKET_LINKS;
+    return tab >= 0 && known && book.externSheets.Count() < most ? tab : -1;
 }
 
 // The extern index of a 3-D token's first operand; the tabs count only for the own book.
 i32 ExternIndexOf(Widening& w, ByteView operand, i32 firstTab, i32 lastTab, i32* externBook) {
     Workbook& book = LoadedBook(w.load);
     if (w.version == POCKET_FORM && firstTab != EXTERN_NO_SHEET) {
-        firstTab = PocketTab(book, firstTab);
-        lastTab = PocketTab(book, lastTab);
+        firstTab = PocketTab(w, firstTab);
+        lastTab = PocketTab(w, lastTab);
     }
     const i16 index = static_cast<i16>(WordAt(operand, 0));
     i32 sheet = EXTERN_NO_SHEET;

@@ -14,7 +14,7 @@ namespace tally {
 namespace {
 
 constexpr FileFilter openFilters[] = {
-    {u"工作簿", u"*.xls *.xlt"}, {u"文本", u"*.csv *.txt"}, {u"所有文件", u"*"}};
+    {u"工作簿", u"*.xls *.xlt *.pxl *.pxt"}, {u"文本", u"*.csv *.txt"}, {u"所有文件", u"*"}};
 
 void ForgetEdit() {
     if (IsEditing()) CancelEntry();

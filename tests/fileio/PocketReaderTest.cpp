@@ -183,6 +183,25 @@ TEST_F(PocketReading, NamesWithTheirScope) {
     EXPECT_EQ(Shown("A1"), "9");
 }
 
+TEST_F(PocketReading, NamesMayStandInFrontOfTheSheets) {
+    PocketBuilder b;
+    const auto name = [&](std::u16string_view text, u16 tab) {
+        b.Record(24, {{0, 2}, {text.size(), 1}, {18, 2}, {0xFFFF, 2}}).Text(text);
+        b.Record(0x5A, {{0xFFFF, 2}, {0, 8}, {tab, 2}, {tab, 2}, {0, 2}, {0, 1}});
+    };
+    b.Bof(5);
+    name(u"Second", 1);
+    name(u"Never", 2);
+    b.Sheet(u"One").Sheet(u"Two").Record(10, {}).Bof(16);
+    b.Formula(0, 0, {0x43, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0);
+    b.Formula(0, 1, {0x43, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0);
+    b.Bof(16).Number(0, 0, 0, 6);
+    ASSERT_TRUE(Open(b));
+    MarkAllStale();
+    EXPECT_EQ(Shown("A1"), "6");
+    EXPECT_EQ(Shown("B1"), "#REF!");
+}
+
 TEST_F(PocketReading, CellFormatsStandFromRow21OnAndTheFirstIsTheDefault) {
     PocketBuilder b;
     b.Bof(5).Xf({{10, 1}}).Xf({{10, 2}}).Xf({{10, 3}}).Sheet(u"S").Record(10, {}).Bof(16);
@@ -370,6 +389,13 @@ TEST_F(PocketReading, Fonts) {
     // A file without fonts leaves those of a new book.
     ASSERT_TRUE(Open(PocketBuilder().OneSheet()));
     EXPECT_EQ(CurrentWorkbook()->fonts.Count(), 4u);
+    EXPECT_EQ(CurrentWorkbook()->dirty, 0u);
+    // A format whose font the file does not have takes the first one.
+    PocketBuilder lacking;
+    lacking.Bof(5).Record(49, {{200, 2}, {0, 13}}).Xf({{0, 9}}).Sheet(u"S").Bof(16).Number(0, 0, 0, 1);
+    ASSERT_TRUE(Open(lacking));
+    EXPECT_EQ(FormatOf("A1").font, 0);
+    EXPECT_EQ(CurrentWorkbook()->cellFormats[16].font, 0);
 }
 
 TEST_F(PocketReading, FieldsOfTheBook) {
@@ -410,7 +436,7 @@ TEST_F(PocketReading, RowsColumnsAndDefaults) {
     PocketBuilder b;
     b.Bof(5).Xf({}).Xf({}).Sheet(u"S").Bof(16);
     b.Record(37, {{0, 2}, {300, 2}}).Record(85, {{0, 2}, {2560, 2}, {0, 2}});
-    b.Record(8, {{4, 2}, {400, 2}, {1, 2}, {0, 2}}).Record(8, {{2, 2}, {500, 2}, {2, 2}, {0, 2}});
+    b.Record(8, {{4, 2}, {0x8000 + 400, 2}, {1, 2}, {0, 2}}).Record(8, {{2, 2}, {500, 2}, {2, 2}, {0, 2}});
     b.Record(125, {{1, 2}, {3, 2}, {1000, 2}, {1, 2}, {1, 1}})
         .Record(125, {{255, 2}, {256, 2}, {70, 2}, {0, 2}, {0, 1}});
     ASSERT_TRUE(Open(b));
