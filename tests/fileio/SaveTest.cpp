@@ -100,6 +100,166 @@ u16 Saving::FormatWith(u16 numberFormat) {
     return index;
 }
 
+namespace {
+
+void FillCells() {
+    Sheet& sheet = *CurrentSheet();
+    for (i32 row = 0; row < 40; ++row) {
+        for (i32 column = 0; column < 6; ++column) {
+            const double number = row * 1.37 + column;
+            IgnoreFailure(InsertCell(sheet, row, column, static_cast<u16>(column == 3 ? 16 : 15),
+                                     column == 4   ? TextValue(row % 3 ? u"twice" : u"caf\u00e9")
+                                     : column == 5 ? BoolValue(row % 2 == 0)
+                                                   : NumberValue(number),
+                                     FormulaTokens()));
+        }
+    }
+    IgnoreFailure(InsertCell(sheet, 50, 1, 15, ErrorValue(ERR_DIV0), FormulaTokens()));
+    IgnoreFailure(InsertCell(sheet, 50, 2, 20, Value(), FormulaTokens()));
+    IgnoreFailure(InsertCell(sheet, 50, 3, 19, Value(), FormulaTokens()));
+}
+
+void FillSizesAndViews() {
+    Sheet& sheet = *CurrentSheet();
+    IgnoreFailure(SetColumnInfo(sheet.columns, {1, 0, 3000, 15}));
+    IgnoreFailure(SetColumnInfo(sheet.columns, {2, 0, 3000, 15}));
+    IgnoreFailure(SetColumnInfo(sheet.columns, {3, COLUMN_HIDDEN, 2000, 20}));
+    IgnoreFailure(SetColumnInfo(sheet.columns, {9, COLUMN_DEFAULT_WIDTH, 0, 20}));
+    IgnoreFailure(SetRowInfo(sheet.rows, {4, ROW_CUSTOM_HEIGHT, 600}));
+    IgnoreFailure(SetRowInfo(sheet.rows, {5, ROW_HIDDEN, 300}));
+    sheet.viewFlags = static_cast<u16>((sheet.viewFlags & ~(VIEW_STANDARD_WIDTH | VIEW_STANDARD_HEIGHT)) |
+                                       VIEW_FROZEN | VIEW_PROTECTED | VIEW_HEIGHT_DIFFERS);
+    sheet.defaultColumnWidth = 2345;
+    sheet.defaultRowHeight = 280;
+    sheet.passwordHash = 0xCE4B;
+    sheet.view.activeRow = 3;
+    sheet.view.activeColumn = 2;
+    sheet.view.selection = {3, 7, 2, 4};
+    sheet.view.frozenFirstRow = 1;
+    sheet.view.splitRow = 3;
+    sheet.view.splitColumn = 2;
+    sheet.view.firstRow = 10;
+    sheet.view.firstColumn = 4;
+    sheet.zoomPercent = 85;
+    sheet.tabColour = 13;
+}
+
+void FillPage() {
+    PageSettings& page = CurrentSheet()->page;
+    IgnoreFailure(page.header.Assign(u"&L\u00dcber&R&P"));
+    IgnoreFailure(page.footer.Assign(u"&F"));
+    page.leftMargin = 0.75;
+    page.topMargin = 1.25;
+    page.printGridlines = page.centreVertically = page.fitToPage = 1;
+    IgnoreFailure(page.setup.Resize(34));
+    page.setup[0] = 9;
+    // Two names of 32 characters with 38 bytes between them, and the driver's own data.
+    IgnoreFailure(page.printer.Resize(64 + 38 + 64 + 10));
+    page.printer[0] = 'P';
+    page.printer[68] = 220;
+    page.printer[64 + 38] = 'A';
+    page.printer[170] = 77;
+    page.guts[2] = 2;
+}
+
+RefArea Area(u16 firstRow, u16 lastRow, u8 firstColumn, u8 lastColumn) {
+    return {firstRow, lastRow, firstColumn, lastColumn};
+}
+
+void FillRules() {
+    Sheet& sheet = *CurrentSheet();
+    IgnoreFailure(sheet.mergedAreas.Append(Area(20, 21, 8, 9)));
+    ConditionalFormat* format = sheet.conditionalFormats.AppendDefault();
+    IgnoreFailure(format->areas.Append(Area(0, 9, 0, 1)));
+    IgnoreFailure(format->areas.Append(Area(12, 12, 0, 0)));
+    for (u8 i = 0; i < 3; ++i) {
+        ConditionalCondition* condition = format->conditions.AppendDefault();
+        condition->type = i ? 1 : 2;
+        condition->comparison = i;
+        const u8 tokens[] = {0x1E, i, 0};
+        IgnoreFailure(MakeTokens(condition->formula1, tokens, {}));
+        if (i == 2) IgnoreFailure(MakeTokens(condition->formula2, tokens, {}));
+        condition->bold = {true, static_cast<u8>(i % 2)};
+        condition->italic = {i != 1, 1};
+        condition->underline = {i == 1, 1};
+        condition->hasFontColour = i != 2;
+        condition->fontColour = static_cast<u16>(condition->hasFontColour ? 10 + i : -1);
+        condition->hasBorders = i == 1;
+        if (i == 1) {
+            condition->leftStyle = {true, 1};
+            condition->bottomStyle = {true, 2};
+            condition->bottomColour = 40;
+        }
+        condition->hasPattern = i != 1;
+        if (i != 1) {
+            condition->pattern = {true, 1};
+            condition->backColour = {true, 43};
+        }
+    }
+    ValidationRule* rule = sheet.validations.AppendDefault();
+    rule->kind = 3;
+    rule->literalList = 1;
+    rule->errorStyle = 2;
+    rule->showInput = 0;
+    IgnoreFailure(rule->inputTitle.Assign(u"T"));
+    IgnoreFailure(rule->errorText.Assign(u"\u4e0d\u884c"));
+    const u8 list[] = {0x17, 3, 0, 'a', 0, 'b'};
+    IgnoreFailure(MakeTokens(rule->formula1, list, {}));
+    IgnoreFailure(rule->areas.Append(Area(5, 9, 3, 3)));
+    sheet.promptX = 12;
+    sheet.dropDownId = 5;
+    sheet.filterState = FILTER_AUTO;
+    IgnoreFailure(sheet.filterColumns.Resize(3));
+    FilterColumn& column = sheet.filterColumns[1];
+    column.joinOr = true;
+    column.conditions[0] = {6, 4, {}};
+    IgnoreFailure(column.conditions[0].text.Assign(u"2.5"));
+    column.conditions[1] = {6, 2, {}};
+    IgnoreFailure(column.conditions[1].text.Assign(u"a*"));
+    sheet.filterColumns[2].top10 = sheet.filterColumns[2].percent = true;
+    sheet.filterColumns[2].count = 25;
+}
+
+void FillLinks() {
+    constexpr WideView targets[] = {u"http://example.org/?q=1", u"..\\up\\book.xls",
+                                    u"\\\\server\\share",       u"",
+                                    u"C:\\dir\\\u5b57.xls",     u"mailto:a@example.org"};
+    Sheet& sheet = *CurrentSheet();
+    for (u16 i = 0; i < std::size(targets); ++i) {
+        Hyperlink* link = sheet.hyperlinks.AppendDefault();
+        link->area = Area(i, i, 10, 11);
+        IgnoreFailure(link->target.Assign(targets[i]));
+        if (i % 3 == 0) IgnoreFailure(link->location.Assign(u"Sheet1!A1"));
+    }
+}
+
+}  // namespace
+
+void Saving::MakeRichBook() {
+    FillCells();
+    FillSizesAndViews();
+    FillPage();
+    FillRules();
+    FillLinks();
+    Enter("H1", "=SUM(A1:C40)*Rate");
+    DefineName("Rate", "=0.5");
+    DefineName("Corner", "=Sheet1!$A$1");
+    DefineName("Print_Area", "=Sheet1!$A$1:$F$40", 1);
+    Enter("H2", "=IF(F1,E1&\"!\",CHOOSE(2,1,\"b\"))");
+    Enter("H3", "=Corner+Rate");
+    Enter("H4", "=SUM({1,2;3,4})");
+    AddSheet(u"Second sheet");
+    Enter("A1", "=Sheet1!H1+SUM(Sheet1!A:A)");
+    PutText(1, 0, std::u16string(9000, u'x') + u"\u6f22");
+    AddSheet(u"Macros", SHEET_MACRO);
+    PutText(0, 0, u"Auto_Open");
+    AddSheet(u"Module", SHEET_MODULE);
+    CurrentWorkbook()->sheets[1]->hidden = 1;
+    CurrentWorkbook()->currentSheet = 1;
+    CurrentWorkbook()->date1904 = 1;
+    CurrentWorkbook()->showSheetTabs = 0;
+}
+
 FormulaTokens Saving::Tokens(std::initializer_list<u8> bytes) {
     FormulaTokens tokens;
     EXPECT_TRUE(MakeTokens(tokens, ByteView(bytes.begin(), bytes.size()), {}));

@@ -41,6 +41,8 @@ class Saving : public Sandbox {
     static void PutBlank(i32 row, i32 column, u16 format);
     static void AddSheet(std::u16string_view name, i32 kind = SHEET_WORKSHEET);
     static u16 FormatWith(u16 numberFormat);
+    // Fills the current book, a new one, with something of everything that a save knows.
+    static void MakeRichBook();
     static FormulaTokens Tokens(std::initializer_list<u8> bytes);
 
     u32 losses = 0;
