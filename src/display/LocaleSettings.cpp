@@ -230,4 +230,10 @@ bool ReadLocaleSettings() {
     return true;
 }
 
+void ResetLocaleSettings() {
+    settings = MakeDefaults();
+    SetLocalFormats({});
+    ForgetScannedFormats();
+}
+
 }  // namespace tally

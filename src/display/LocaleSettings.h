@@ -35,5 +35,7 @@ struct LocaleSettings {
 const LocaleSettings& Locale();
 // Reads the platform's items, derives the rest, and sets the local built-in number formats.
 [[nodiscard]] bool ReadLocaleSettings();
+// Back to what holds before they are read.
+void ResetLocaleSettings();
 
 }  // namespace tally

@@ -276,6 +276,7 @@ char16_t TypedSeparator(u32 character) {
 bool EntryLineKeyDown(u32 key, u32 modifiers) {
     if (!IsEditing()) return false;
     ShellState& shell = Shell();
+    if (!shell.messageDepth) shell.memoryTold = false;
     NoteDecimalKey(key);
     if ((key == VK_RETURN) && (modifiers & KEY_ALT)) {
         InsertLineFeed();
@@ -297,6 +298,7 @@ bool EntryLineKeyDown(u32 key, u32 modifiers) {
 
 bool EntryLineChar(u32 character, u32 modifiers) {
     if (!IsEditing()) return false;
+    if (!Shell().messageDepth) Shell().memoryTold = false;
     const bool shift = (modifiers & KEY_SHIFT) != 0;
     if (character == u' ' && ((modifiers & KEY_CTRL) || (shift && Shell().point.active))) return true;
     EndPoint();

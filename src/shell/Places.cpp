@@ -71,7 +71,7 @@ bool FindPlace(WideView text, SheetArea& place) {
     const ExternTableMark mark(*CurrentWorkbook());
     const EvalContext context{CurrentBook(), CurrentWorkbook()->currentSheet, 0, 0, 0};
     Value reference = TextValue(text);
-    TextToReference(reference, context, true);
+    if (reference.type == VT_STRING) TextToReference(reference, context, true);
     i32 error = 0;
     ResolvedRef target;
     target.book = CurrentBook();

@@ -1,8 +1,13 @@
 #include "shell/Shell.h"
 
+#include <utility>
+
+#include "base/MessageTable.h"
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
+#include "formula/AreaSums.h"
 #include "formula/Recalculation.h"
+#include "functions/LookupIndex.h"
 #include "functions/Random.h"
 #include "model/BookTable.h"
 #include "shell/Commands.h"
@@ -90,6 +95,8 @@ bool OnKey(const ShellMessage& message) {
 }
 
 bool OnPaint(const ShellMessage& message) {
+    // What memory refuses is left out of the picture; a box would only ask for the next paint.
+    const QuietMemoryScope quiet;
     PaintFrame(message.target, message.paint);
     return true;
 }
@@ -135,6 +142,22 @@ void CellChanged(i32 book, i32 sheet, i32 row, i32 column) {
         {static_cast<u16>(row), static_cast<u16>(row), static_cast<u8>(column), static_cast<u8>(column)});
 }
 
+// While a message is handled; a box or a dialog handles others inside it.
+struct MessageScope {
+    MessageScope() {
+        if (!state.messageDepth++) state.memoryTold = false;
+    }
+    ~MessageScope() { --state.messageDepth; }
+    MessageScope(const MessageScope&) = delete;
+    MessageScope& operator=(const MessageScope&) = delete;
+};
+
+// One box for all that one message of the frame was refused.
+void OutOfMemory() {
+    if (std::exchange(state.memoryTold, true)) return;
+    ShowMessage(Message(MSG_OUT_OF_MEMORY));
+}
+
 // The path of a command line, without the quotes around it.
 WideView CommandPath(WideView line) {
     if (line.size() >= 2 && line.front() == u'"' && line.back() == u'"') return line.substr(1, line.size() - 2);
@@ -150,6 +173,7 @@ std::span<const FrameMessageRow> FrameMessageTable() { return frameMessages; }
 
 void StartShell(WideView commandLine) {
     IgnoreFailure(ReadLocaleSettings());
+    SetOutOfMemoryNotice(OutOfMemory);
     RecalculationView().cellChanged = CellChanged;
     RecalculationView().rowHeightWanted = WantRowHeight;
     ConnectLinkOpener();
@@ -165,13 +189,18 @@ void StartShell(WideView commandLine) {
 
 void StopShell() {
     SaveSettings();
+    SetOutOfMemoryNotice(nullptr);
     ResetBooks();
+    DropDependents();
+    ResetAreaSums();
+    ResetLookups();
     ResetShell();
 }
 
 bool SendShellMessage(const ShellMessage& message) {
     for (const FrameMessageRow& row : frameMessages) {
         if (row.message != message.message) continue;
+        const MessageScope scope;
         const bool taken = row.handler(message);
         if (message.message != WM_PAINT) FitWantedRows();
         return taken;

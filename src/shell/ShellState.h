@@ -91,6 +91,8 @@ struct ShellState {
     i32 aggregate = 6;
     u32 options5 = 0;
     bool closing = false;
+    i32 messageDepth = 0;     // messages that are being handled, one inside the other
+    bool memoryTold = false;  // the user knows that the outermost one was refused memory
 };
 ShellState& Shell();
 

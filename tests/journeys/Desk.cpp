@@ -83,10 +83,10 @@ void End(pid_t& child) {
 
 Output Tool(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"timeout", "20", "xdotool"});
-    return Run(arguments);
+    return RunTool(arguments);
 }
 
-bool CanRun(const std::string& name) { return Run({"sh", "-c", "command -v " + name}).code == 0; }
+bool CanRun(const std::string& name) { return RunTool({"sh", "-c", "command -v " + name}).code == 0; }
 
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
@@ -111,7 +111,7 @@ bool StartServer() {
 
 }  // namespace
 
-Output Run(const std::vector<std::string>& arguments) {
+Output RunTool(const std::vector<std::string>& arguments) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return {};
     const pid_t child = Spawn(arguments, ends[1]);

@@ -12,7 +12,7 @@ struct Output {
     std::string text;
 };
 // Runs a program to its end; code 127 when it is not there.
-Output Run(const std::vector<std::string>& arguments);
+Output RunTool(const std::vector<std::string>& arguments);
 
 // Starts the display server and a window manager, once. False, with what is missing, when they cannot be had.
 bool OpenDisplay(std::string& missing);

@@ -126,5 +126,14 @@ TEST_F(Journey, AFileIsOpenedFromTheMenuAndClosingAsksWhetherToSave) {
     EXPECT_EQ(SavedText(Scratch() + "list.csv"), "apple,3\r\npear,4\r\nplum,\r\n");
 }
 
+TEST(WithoutADisplay, TheProgramSaysSoInOneLineAndEnds) {
+    const Output output = RunTool({"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY", "-u", "QT_QPA_PLATFORM",
+                                   "sh", "-c", std::string(TALLYMAN_PROGRAM) + " 2>&1"});
+    EXPECT_EQ(output.code, 1);
+    EXPECT_EQ(std::count(output.text.begin(), output.text.end(), '\n'), 1);
+    EXPECT_NE(output.text.find("no display"), std::string::npos);
+    EXPECT_NE(output.text.find("tally works"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace tally::journeys
