@@ -23,12 +23,14 @@ bool VisitArea(i32 book, i32 sheetIndex, const RefArea& area, ValueVisit visit, 
     Sheet* sheet = SheetAt(book, sheetIndex);
     if (!sheet || !(sheet->kind & SHEET_WITH_CELLS)) return true;
     CellPosition position;
-    FindCell(sheet->cells, area.firstRow, area.firstColumn, position);
-    while (!AtEnd(sheet->cells, position)) {
+    for (position.slot = FindRowSlot(sheet->cells, area.firstRow); position.slot < sheet->cells.rows.Count();
+         ++position.slot) {
         const i32 row = RowAt(sheet->cells, position);
         if (row > area.lastRow) return true;
-        const i32 column = CellAt(sheet->cells, position).column;
-        if (column >= area.firstColumn && column <= area.lastColumn) {
+        position.index = FindInRow(sheet->cells.rows[position.slot], area.firstColumn);
+        for (; position.index < sheet->cells.rows[position.slot].count; ++position.index) {
+            const i32 column = CellAt(sheet->cells, position).column;
+            if (column > area.lastColumn) break;
             if (CellAt(sheet->cells, position).calcState < CALC_CURRENT) {
                 BringUpToDate(book, sheetIndex, row, column);
                 sheet = SheetAt(book, sheetIndex);
@@ -38,7 +40,6 @@ bool VisitArea(i32 book, i32 sheetIndex, const RefArea& area, ValueVisit visit, 
                        state))
                 return false;
         }
-        NextCell(sheet->cells, position);
     }
     return true;
 }

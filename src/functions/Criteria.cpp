@@ -32,92 +32,93 @@ WideView TextOfScalar(const Value& value) {
     return value.type == VT_BOOL ? BoolText(value.boolean != 0) : ErrorText(value.error);
 }
 
-// How a rest of criteria text compares with a cell for "=" and for no operator.
-bool EqualsRest(WideView rest, const Value& cell) {
-    double a = 0, b = 0;
+// Whether the rest of a criteria text is what a text cell holds, by its characters or as a number.
+bool EqualsText(const Criteria& criteria, WideView text) {
+    if (criteria.hasWildcards ? WildcardMatch(criteria.rest, text, false)
+                              : EqualIgnoringCase(criteria.rest, text))
+        return true;
+    double number = 0;
+    return criteria.isNumber && TextToNumber(text, number) && Near(criteria.number, number);
+}
+
+bool EqualsRest(const Criteria& criteria, const Value& cell) {
     switch (cell.type) {
-        case VT_NUMBER: return TextToNumber(rest, a) && Near(a, cell.number);
-        case VT_STRING:
-            return WildcardMatch(rest, TextOf(cell), false) ||
-                   (TextToNumber(rest, a) && TextToNumber(TextOf(cell), b) && Near(a, b));
+        case VT_NUMBER: return criteria.isNumber && Near(criteria.number, cell.number);
+        case VT_STRING: return EqualsText(criteria, TextOf(cell));
         case VT_BOOL:
-        case VT_ERROR: return EqualIgnoringCase(rest, TextOfScalar(cell));
+        case VT_ERROR: return EqualIgnoringCase(criteria.rest, TextOfScalar(cell));
         default: return false;
     }
 }
 
-bool DiffersFromRest(WideView rest, const Value& cell) {
-    double a = 0, b = 0;
-    switch (cell.type) {
-        case VT_NUMBER: return !TextToNumber(rest, a) || !Near(a, cell.number);
-        case VT_STRING:
-            if (WildcardMatch(rest, TextOf(cell), false)) return false;
-            return !(TextToNumber(rest, a) && TextToNumber(TextOf(cell), b)) || !Near(a, b);
-        case VT_BOOL:
-        case VT_ERROR: return !EqualIgnoringCase(rest, TextOfScalar(cell));
-        default: return true;
-    }
-}
-
-enum Order : i32 { ORDER_LESS, ORDER_LESS_EQUAL, ORDER_GREATER, ORDER_GREATER_EQUAL };
-
-bool InOrder(Order order, double difference) {
-    switch (order) {
-        case ORDER_LESS: return difference < 0;
-        case ORDER_LESS_EQUAL: return difference <= 0;
-        case ORDER_GREATER: return difference > 0;
+bool InOrder(CriteriaKind kind, double difference) {
+    switch (kind) {
+        case CRITERIA_LESS: return difference < 0;
+        case CRITERIA_LESS_EQUAL: return difference <= 0;
+        case CRITERIA_GREATER: return difference > 0;
         default: return difference >= 0;
     }
 }
 
 bool IsPlainText(WideView text) {
-    double number = 0;
-    return !TextToNumber(text, number) && !EqualIgnoringCase(text, BoolText(false)) &&
-           !EqualIgnoringCase(text, BoolText(true)) && ErrorFromText(text) < 0;
+    return !EqualIgnoringCase(text, BoolText(false)) && !EqualIgnoringCase(text, BoolText(true)) &&
+           ErrorFromText(text) < 0;
 }
 
-bool BoolInOrder(Order order, WideView rest, bool cell) {
-    switch (order) {
-        case ORDER_GREATER_EQUAL:
-            return EqualIgnoringCase(rest, BoolText(false)) ||
-                   (EqualIgnoringCase(rest, BoolText(true)) && cell);
-        case ORDER_LESS_EQUAL:
-            return EqualIgnoringCase(rest, BoolText(true)) ||
-                   (EqualIgnoringCase(rest, BoolText(false)) && !cell);
-        case ORDER_GREATER: return EqualIgnoringCase(rest, BoolText(false)) && cell;
-        default: return EqualIgnoringCase(rest, BoolText(true)) && !cell;
+bool BoolInOrder(CriteriaKind kind, WideView rest, bool cell) {
+    const bool isFalse = EqualIgnoringCase(rest, BoolText(false));
+    const bool isTrue = EqualIgnoringCase(rest, BoolText(true));
+    switch (kind) {
+        case CRITERIA_GREATER_EQUAL: return isFalse || (isTrue && cell);
+        case CRITERIA_LESS_EQUAL: return isTrue || (isFalse && !cell);
+        case CRITERIA_GREATER: return isFalse && cell;
+        default: return isTrue && !cell;
     }
 }
 
-bool OrderMatch(Order order, WideView rest, const Value& cell) {
-    double number = 0;
+bool OrderMatch(const Criteria& criteria, const Value& cell) {
     switch (cell.type) {
-        case VT_NUMBER: return TextToNumber(rest, number) && InOrder(order, cell.number - number);
-        case VT_STRING: return IsPlainText(rest) && InOrder(order, CompareIgnoringCase(TextOf(cell), rest));
-        case VT_BOOL: return BoolInOrder(order, rest, cell.boolean != 0);
+        case VT_NUMBER: return criteria.isNumber && InOrder(criteria.kind, cell.number - criteria.number);
+        case VT_STRING:
+            return criteria.isPlain && InOrder(criteria.kind, CompareIgnoringCase(TextOf(cell), criteria.rest));
+        case VT_BOOL: return BoolInOrder(criteria.kind, criteria.rest, cell.boolean != 0);
         default: return false;
     }
 }
 
-bool TextCriteria(WideView c, const Value& cell) {
-    if (c.empty() || (c[0] != u'=' && c[0] != u'<' && c[0] != u'>')) {
-        if (cell.type == VT_EMPTY) return c.empty();
-        return !c.empty() && EqualsRest(c, cell);
+// The operator in front of a criteria text; `rest` gets what stands behind it.
+CriteriaKind OperatorOf(WideView text, WideView& rest) {
+    struct Row {
+        WideView sign;
+        CriteriaKind kind;
+    };
+    constexpr Row operators[] = {
+        {u"=", CRITERIA_EQUAL},       {u"<>", CRITERIA_DIFFERENT}, {u">=", CRITERIA_GREATER_EQUAL},
+        {u"<=", CRITERIA_LESS_EQUAL}, {u">", CRITERIA_GREATER},    {u"<", CRITERIA_LESS},
+    };
+    for (const Row& row : operators) {
+        if (!text.starts_with(row.sign)) continue;
+        rest = text.substr(row.sign.size());
+        return row.kind;
     }
-    const char16_t second = c.size() > 1 ? c[1] : u'\0';
-    if (c[0] == u'=') {
-        if (cell.type == VT_EMPTY) return c.size() == 1;
-        return c.size() >= 2 && EqualsRest(c.substr(1), cell);
+    rest = text;
+    return CRITERIA_EQUAL;
+}
+
+Criteria TakeTextCriteria(WideView text) {
+    Criteria criteria;
+    criteria.kind = OperatorOf(text, criteria.rest);
+    if (criteria.rest.empty()) {
+        criteria.matchesEmpty = criteria.kind == CRITERIA_EQUAL;
+        criteria.matchesFilled = criteria.kind == CRITERIA_DIFFERENT;
+        criteria.kind = CRITERIA_NEVER;
+        return criteria;
     }
-    if (c[0] == u'<' && second == u'>') {
-        if (cell.type == VT_EMPTY) return c.size() != 2;
-        return c.size() < 3 || DiffersFromRest(c.substr(2), cell);
-    }
-    if (second == u'=') {
-        return c.size() > 2 &&
-               OrderMatch(c[0] == u'<' ? ORDER_LESS_EQUAL : ORDER_GREATER_EQUAL, c.substr(2), cell);
-    }
-    return c.size() > 1 && OrderMatch(c[0] == u'<' ? ORDER_LESS : ORDER_GREATER, c.substr(1), cell);
+    criteria.matchesEmpty = criteria.kind == CRITERIA_DIFFERENT;
+    criteria.isNumber = TextToNumber(criteria.rest, criteria.number);
+    criteria.isPlain = !criteria.isNumber && IsPlainText(criteria.rest);
+    criteria.hasWildcards = criteria.rest.find_first_of(u"*?~") != WideView::npos;
+    return criteria;
 }
 
 }  // namespace
@@ -147,20 +148,46 @@ bool WildcardMatch(WideView pattern, WideView text, bool caseSensitive) {
     return p == pattern.size();
 }
 
-bool CriteriaMatch(const Value& criteria, const Value& cell, const EvalContext& context) {
-    switch (criteria.type) {
-        case VT_EMPTY: return cell.type == VT_NUMBER && cell.number == 0;
-        case VT_NUMBER: {
+Criteria TakeCriteria(const Value& value) {
+    Criteria criteria;
+    switch (value.type) {
+        case VT_EMPTY: criteria.kind = CRITERIA_ZERO; break;
+        case VT_NUMBER:
+            criteria.kind = CRITERIA_NUMBER;
+            criteria.number = value.number;
+            break;
+        case VT_BOOL:
+            criteria.kind = CRITERIA_BOOL;
+            criteria.code = value.boolean != 0;
+            break;
+        case VT_ERROR:
+            criteria.kind = CRITERIA_ERROR;
+            criteria.code = value.error;
+            break;
+        case VT_STRING: return TakeTextCriteria(TextOf(value));
+        default: break;
+    }
+    return criteria;
+}
+
+bool Matches(const Criteria& criteria, const Value& cell) {
+    if (cell.type == VT_EMPTY) return criteria.matchesEmpty;
+    double number = 0;
+    switch (criteria.kind) {
+        case CRITERIA_NEVER: return criteria.matchesFilled;
+        case CRITERIA_ZERO: return cell.type == VT_NUMBER && cell.number == 0;
+        case CRITERIA_NUMBER:
             if (cell.type == VT_NUMBER) return Near(cell.number, criteria.number);
-            double number = 0;
             return cell.type == VT_STRING && TextToNumber(TextOf(cell), number) &&
                    Near(number, criteria.number);
-        }
-        case VT_BOOL: return cell.type == VT_BOOL && (cell.boolean != 0) == (criteria.boolean != 0);
-        case VT_ERROR: return cell.type == VT_ERROR && cell.error == criteria.error;
-        case VT_STRING: return TextCriteria(TextOf(criteria), cell);
-        default: IgnoreFailure(context); return false;
+        case CRITERIA_BOOL: return cell.type == VT_BOOL && (cell.boolean != 0) == (criteria.code != 0);
+        case CRITERIA_ERROR: return cell.type == VT_ERROR && cell.error == criteria.code;
+        case CRITERIA_EQUAL: return EqualsRest(criteria, cell);
+        case CRITERIA_DIFFERENT: return !EqualsRest(criteria, cell);
+        default: return OrderMatch(criteria, cell);
     }
 }
+
+bool CriteriaMatch(const Value& criteria, const Value& cell) { return Matches(TakeCriteria(criteria), cell); }
 
 }  // namespace tally

@@ -5,8 +5,38 @@
 
 namespace tally {
 
+enum CriteriaKind : u8 {
+    CRITERIA_NEVER,
+    CRITERIA_ZERO,
+    CRITERIA_NUMBER,
+    CRITERIA_BOOL,
+    CRITERIA_ERROR,
+    // The texts: their rest is what stands behind the operator.
+    CRITERIA_EQUAL,
+    CRITERIA_DIFFERENT,
+    CRITERIA_LESS,
+    CRITERIA_LESS_EQUAL,
+    CRITERIA_GREATER,
+    CRITERIA_GREATER_EQUAL,
+};
+
+// A criteria value taken apart, for many cells. Holds a view of the value's text.
+struct Criteria {
+    CriteriaKind kind = CRITERIA_NEVER;
+    bool matchesEmpty = false;
+    bool matchesFilled = false;  // every cell that is not empty
+    bool isNumber = false;       // the rest reads as `number`
+    bool isPlain = false;        // the rest is no number, boolean or error
+    bool hasWildcards = false;
+    double number = 0;
+    i32 code = 0;  // of a boolean or error
+    WideView rest;
+};
+Criteria TakeCriteria(const Value& criteria);
+bool Matches(const Criteria& criteria, const Value& cell);
+
 // Whether a cell's value meets a criteria value.
-bool CriteriaMatch(const Value& criteria, const Value& cell, const EvalContext& context);
+bool CriteriaMatch(const Value& criteria, const Value& cell);
 // Whether two numbers differ by no more than the last places of a double.
 bool Near(double a, double b);
 // "*", "?" and "~" over the whole text.

@@ -18,6 +18,7 @@ struct Condition {
     i32 row;     // of the criteria
     i32 column;  // of the database's field, on the sheet
     Value criteria;
+    Criteria taken;
 };
 
 struct Database {
@@ -116,8 +117,9 @@ bool AddCondition(const VisitedValue& visited, void* state) {
     const i32 field = database.fieldOfColumn[visited.column];
     if (visited.row == database.criteria.area.firstRow || !field || visited.value->type == VT_EMPTY)
         return true;
-    Condition condition{visited.row, database.records.area.firstColumn + field - 1, Value()};
+    Condition condition{visited.row, database.records.area.firstColumn + field - 1, Value(), {}};
     CopyValue(condition.criteria, *visited.value);
+    condition.taken = TakeCriteria(condition.criteria);
     if (database.conditions.Append(condition)) return true;
     FreeValue(condition.criteria);
     database.outOfMemory = true;
@@ -153,7 +155,7 @@ bool PrepareDatabase(Value* arguments, Value& result, const EvalContext& context
     return true;
 }
 
-bool RowMatches(const Database& database, i32 row, const EvalContext& context) {
+bool RowMatches(const Database& database, i32 row) {
     if (database.allMatch) return true;
     const SheetArea& from = database.records;
     bool passes = false;
@@ -167,7 +169,7 @@ bool RowMatches(const Database& database, i32 row, const EvalContext& context) {
         if (!passes) continue;
         Value cell;
         GetCellValue(from.book, from.sheet, row, condition.column, cell);
-        passes = CriteriaMatch(condition.criteria, cell, context);
+        passes = Matches(condition.taken, cell);
         FreeValue(cell);
     }
     return passes;
@@ -175,10 +177,10 @@ bool RowMatches(const Database& database, i32 row, const EvalContext& context) {
 
 // Calls visit(Value& cell of the field) for the records that match; false ends the walk.
 template <typename Visit>
-void WalkRecords(const Database& database, const EvalContext& context, Visit visit) {
+void WalkRecords(const Database& database, Visit visit) {
     const SheetArea& from = database.records;
     for (i32 row = from.area.firstRow + 1; row <= from.area.lastRow; ++row) {
-        if (!RowMatches(database, row, context)) continue;
+        if (!RowMatches(database, row)) continue;
         Value cell;
         if (database.field)
             GetCellValue(from.book, from.sheet, row, from.area.firstColumn + database.field - 1, cell);
@@ -195,7 +197,7 @@ void OverNumbers(Value* arguments, Value& result, const EvalContext& context, Fi
     if (!PrepareDatabase(arguments, result, context, false, database)) return;
     Array<double> numbers;
     i32 error = -1;
-    WalkRecords(database, context, [&](Value& cell) {
+    WalkRecords(database, [&](Value& cell) {
         if (cell.type == VT_ERROR) error = cell.error;
         if (cell.type == VT_NUMBER && !numbers.Append(cell.number)) error = ERR_NA;
         return error < 0;
@@ -208,7 +210,7 @@ void CountRecords(Value* arguments, Value& result, const EvalContext& context, b
     Database database;
     if (!PrepareDatabase(arguments, result, context, true, database)) return;
     i32 count = 0, error = -1;
-    WalkRecords(database, context, [&](Value& cell) {
+    WalkRecords(database, [&](Value& cell) {
         if (filled && cell.type == VT_ERROR) error = cell.error;
         const bool counts = filled ? cell.type != VT_EMPTY && cell.type != VT_ERROR : cell.type == VT_NUMBER;
         count += counts || !database.field;
@@ -285,7 +287,7 @@ void CallDget(Value* arguments, Value& result, const EvalContext& context) {
     Database database;
     if (!PrepareDatabase(arguments, result, context, false, database)) return;
     bool found = false;
-    WalkRecords(database, context, [&](Value& cell) {
+    WalkRecords(database, [&](Value& cell) {
         if (found) {
             FreeValue(result);
             return Fail(result, ERR_NUM);

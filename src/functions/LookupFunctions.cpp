@@ -42,25 +42,12 @@ void WalkColumn(const CellStore& store, const RefArea& area, i32 column, bool ba
     }
 }
 
-bool HasStaleCells(const CellStore& store, const RefArea& area) {
-    bool found = false;
-    for (i32 column = area.firstColumn; column <= area.lastColumn && !found; ++column) {
-        if (!store.formulasInColumn[column]) continue;
-        WalkColumn(store, area, column, false, [&](i32, const CellRecord& cell) {
-            found = cell.calcState < CALC_CURRENT;
-            return !found;
-        });
-    }
-    return found;
-}
-
 bool Pass(const VisitedValue&, void*) { return true; }
 
 // Brings an area's cells up to date.
 void CalculateTable(const Value& argument, const EvalContext& context, const SheetArea& from) {
     const Sheet* sheet = SheetAt(from.book, from.sheet);
-    if (!sheet || KnownCurrent(*sheet, from.area)) return;
-    if (!HasStaleCells(sheet->cells, from.area)) return NoteCurrent(*sheet, from.area);
+    if (!sheet || IsCurrent(*sheet, from.area)) return;
     i32 error = -1;
     IgnoreFailure(VisitValues(argument, context, Pass, nullptr, error));
 }
@@ -175,7 +162,7 @@ bool FindKept(const Line& line, const Value& value, LookupRule rule, i32& found)
     const SheetArea& from = line.table.from;
     const Sheet* sheet = SheetAt(from.book, from.sheet);
     // Cells that still wait are in a circle: what they hold changes under the lookup.
-    if (!sheet || !KnownCurrent(*sheet, from.area)) return false;
+    if (!sheet || !IsCurrent(*sheet, from.area)) return false;
     const LookupColumn column = {sheet, from.area.firstColumn + line.fixed, from.area.firstRow,
                                  from.area.lastRow};
     if (!FindInColumn(column, value, rule, found)) return false;

@@ -4,7 +4,6 @@
 #include <bit>
 
 #include "base/Text.h"
-#include "functions/Criteria.h"
 #include "model/CellStore.h"
 
 namespace tally {
@@ -17,6 +16,16 @@ constexpr u32 KEPT_AREAS = 16;
 struct PlacedNumber {
     double number;
     u16 row;
+};
+
+// Sums over another column for each set of equal cells, by the place of the set's first one.
+struct KeptSums {
+    u32 serial = 0;
+    u32 version = 0;
+    i32 column = 0;
+    i32 rowsDown = 0;
+    Array<u8> known;
+    Array<double> sums;
 };
 
 // The numbers and texts of a column's part by ascending row. The orders are made when first needed; an order
@@ -33,8 +42,13 @@ struct ColumnIndex {
     Array<u16> numberRows;
     Array<TextBlock*> texts;  // one use of each
     Array<u16> textRows;
-    Array<PlacedNumber> sorted;  // each number once, with its first row
-    Array<u32> table;            // place + 1 by hash of the text; 0 is free
+    Array<PlacedNumber> sorted;  // by number, then row
+    Array<u32> table;            // place + 1 of a text's first cell by hash; 0 is free
+    Array<u32> nextEqual;        // place + 1 of the next equal text
+    Array<u32> equals;           // how many are equal, at the first one's place
+    u32 differentTexts = 0;
+    Array<u16> otherRows;  // booleans and errors
+    KeptSums textSums, numberSums;
     Array<double> least, most, leastBehind;
     Array<u32> leastText, mostText, leastTextBehind;
 };
@@ -78,6 +92,8 @@ bool Fill(ColumnIndex& index, const Sheet& sheet) {
         } else if (value.type == VT_STRING) {
             if (!index.textRows.Append(row.row) || !index.texts.Append(value.text)) return false;
             RetainText(value.text);
+        } else if (value.type != VT_EMPTY) {
+            if (!index.otherRows.Append(row.row)) return false;
         }
     }
     index.filled = true;
@@ -120,50 +136,76 @@ bool SortNumbers(ColumnIndex& index) {
     std::sort(index.sorted.begin(), index.sorted.end(), [](const PlacedNumber& a, const PlacedNumber& b) {
         return a.number < b.number || (a.number == b.number && a.row < b.row);
     });
-    const PlacedNumber* end =
-        std::unique(index.sorted.begin(), index.sorted.end(),
-                    [](const PlacedNumber& a, const PlacedNumber& b) { return a.number == b.number; });
-    index.sorted.Truncate(static_cast<std::size_t>(end - index.sorted.begin()));
     return true;
 }
 
-// Near numbers are neighbours in the order, and only a handful lie that close together.
+u32 FirstNotBelow(const Array<PlacedNumber>& sorted, double number) {
+    return static_cast<u32>(std::lower_bound(sorted.begin(), sorted.end(), number,
+                                             [](const PlacedNumber& a, double b) { return a.number < b; }) -
+                            sorted.begin());
+}
+u32 FirstAbove(const Array<PlacedNumber>& sorted, double number) {
+    return static_cast<u32>(std::upper_bound(sorted.begin(), sorted.end(), number,
+                                             [](double a, const PlacedNumber& b) { return a < b.number; }) -
+                            sorted.begin());
+}
+
+// The places [begin, end) of the numbers that are Near to one: neighbours in the order, and only a handful of
+// different ones lie that close together.
+struct Places {
+    u32 begin, end;
+};
+Places NearPlaces(const ColumnIndex& index, double number) {
+    const Array<PlacedNumber>& sorted = index.sorted;
+    Places places{FirstNotBelow(sorted, number), 0};
+    places.end = places.begin;
+    while (places.end < sorted.Count() && Near(number, sorted[places.end].number))
+        places.end = FirstAbove(sorted, sorted[places.end].number);
+    while (places.begin > 0 && Near(number, sorted[places.begin - 1].number))
+        places.begin = FirstNotBelow(sorted, sorted[places.begin - 1].number);
+    return places;
+}
+
 i32 FirstNear(const ColumnIndex& index, double number) {
-    const PlacedNumber* const begin = index.sorted.begin();
-    const PlacedNumber* const end = index.sorted.end();
-    const PlacedNumber* const from =
-        std::lower_bound(begin, end, number, [](const PlacedNumber& a, double b) { return a.number < b; });
+    const Places places = NearPlaces(index, number);
     i32 row = LOOKUP_NONE;
-    const auto take = [&](const PlacedNumber& found) {
-        if (row == LOOKUP_NONE || found.row < row) row = found.row;
-    };
-    for (const PlacedNumber* p = from; p < end && Near(number, p->number); ++p) take(*p);
-    for (const PlacedNumber* p = from; p > begin && Near(number, p[-1].number); --p) take(p[-1]);
+    // Of equal numbers the first place has the first row.
+    for (u32 i = places.begin; i < places.end; i = FirstAbove(index.sorted, index.sorted[i].number)) {
+        if (row == LOOKUP_NONE || index.sorted[i].row < row) row = index.sorted[i].row;
+    }
     return row;
+}
+
+// The slot of a text, or the free one where it belongs.
+u32 TextSlot(const ColumnIndex& index, WideView text) {
+    const u32 mask = index.table.Count() - 1;
+    u32 at = HashIgnoringCase(text) & mask;
+    while (index.table[at] && !EqualIgnoringCase(TextView(index.texts[index.table[at] - 1]), text))
+        at = (at + 1) & mask;
+    return at;
 }
 
 bool HashTexts(ColumnIndex& index) {
     if (!index.table.IsEmpty()) return true;
-    const u32 size = std::bit_ceil(index.texts.Count() * 2 + 2);
-    if (!index.table.Resize(size)) return false;
-    for (u32 i = 0; i < index.texts.Count(); ++i) {
-        const WideView text = TextView(index.texts[i]);
-        u32 at = HashIgnoringCase(text) & (size - 1);
-        // Of equal texts the first one stays.
-        while (index.table[at] && !EqualIgnoringCase(TextView(index.texts[index.table[at] - 1]), text))
-            at = (at + 1) & (size - 1);
-        if (!index.table[at]) index.table[at] = i + 1;
+    const u32 count = index.texts.Count();
+    if (!index.nextEqual.Resize(count) || !index.equals.Resize(count) ||
+        !index.table.Resize(std::bit_ceil(count * 2 + 2)))
+        return false;
+    // From the end, so that a chain ends up in the order of the rows.
+    for (u32 i = count; i-- > 0;) {
+        const u32 at = TextSlot(index, TextView(index.texts[i]));
+        const u32 next = index.table[at];
+        index.differentTexts += !next;
+        index.nextEqual[i] = next;
+        index.equals[i] = next ? index.equals[next - 1] + 1 : 1;
+        index.table[at] = i + 1;
     }
     return true;
 }
 
 i32 FirstEqualText(const ColumnIndex& index, WideView text) {
-    const u32 mask = index.table.Count() - 1;
-    for (u32 at = HashIgnoringCase(text) & mask; index.table[at]; at = (at + 1) & mask) {
-        const u32 place = index.table[at] - 1;
-        if (EqualIgnoringCase(TextView(index.texts[place]), text)) return index.textRows[place];
-    }
-    return LOOKUP_NONE;
+    const u32 place = index.table[TextSlot(index, text)];
+    return place ? index.textRows[place - 1] : LOOKUP_NONE;
 }
 
 // ---- running least and greatest elements ----------------------------------------------------------
@@ -256,6 +298,150 @@ i32 WalkTexts(const ColumnIndex& index, WideView text, LookupRule rule) {
     return WalkEnd(index.textRows, stop, stop < count && compare(stop) == 0);
 }
 
+// ---- criteria -------------------------------------------------------------------------------------
+
+constexpr u32 MOST_TEXTS = 64;   // different ones that are read as numbers for each criteria
+constexpr u32 MOST_OTHERS = 64;  // booleans and errors that are compared for each
+
+// The filled index for a criteria that it can answer; null for the others and for a new column.
+ColumnIndex* CriteriaIndex(const LookupColumn& where, const Criteria& criteria) {
+    const bool equal =
+        criteria.kind == CRITERIA_NUMBER || (criteria.kind == CRITERIA_EQUAL && !criteria.hasWildcards);
+    const bool ordered = criteria.kind >= CRITERIA_LESS && criteria.isNumber;
+    if ((!equal && !ordered) || where.lastRow - where.firstRow < SHORTEST) return nullptr;
+    ColumnIndex* index = IndexOf(where);
+    if (!index || !SortNumbers(*index) || !HashTexts(*index) || index->otherRows.Count() > MOST_OTHERS)
+        return nullptr;
+    return index;
+}
+
+// The numbers that stand in an order to a number; texts and booleans stand in none to it.
+Places OrderedPlaces(const ColumnIndex& index, const Criteria& criteria) {
+    const u32 count = index.sorted.Count();
+    switch (criteria.kind) {
+        case CRITERIA_LESS: return {0, FirstNotBelow(index.sorted, criteria.number)};
+        case CRITERIA_LESS_EQUAL: return {0, FirstAbove(index.sorted, criteria.number)};
+        case CRITERIA_GREATER: return {FirstAbove(index.sorted, criteria.number), count};
+        default: return {FirstNotBelow(index.sorted, criteria.number), count};
+    }
+}
+
+struct MatchingCells {
+    Places numbers{0, 0};
+    Array<u32> texts;   // places of first ones
+    Array<u16> others;  // rows
+};
+
+// Texts that read as the criteria's number.
+bool FindNumericTexts(const ColumnIndex& index, const Criteria& criteria, MatchingCells& out) {
+    if (index.differentTexts > MOST_TEXTS) return false;
+    for (u32 slot = 0; slot < index.table.Count(); ++slot) {
+        if (!index.table[slot]) continue;
+        // A set of equal texts goes by its first one, as all read alike.
+        const u32 place = index.table[slot] - 1;
+        Value text;
+        text.type = VT_STRING;
+        text.text = index.texts[place];
+        if (Matches(criteria, text) && !out.texts.Append(place)) return false;
+    }
+    return true;
+}
+
+bool FindMatching(const ColumnIndex& index, const Sheet& sheet, const Criteria& criteria, MatchingCells& out) {
+    const bool numeric = criteria.kind == CRITERIA_NUMBER || criteria.isNumber;
+    if (numeric) {
+        out.numbers = NearPlaces(index, criteria.number);
+        if (!index.texts.IsEmpty() && !FindNumericTexts(index, criteria, out)) return false;
+    } else if (const u32 place = index.table[TextSlot(index, criteria.rest)]) {
+        if (!out.texts.Append(place - 1)) return false;
+    }
+    for (u16 row : index.otherRows) {
+        const CellRecord* cell = GetCell(sheet.cells, row, index.column);
+        if (cell && Matches(criteria, cell->value) && !out.others.Append(row)) return false;
+    }
+    return true;
+}
+
+// Adds up the numbers of the sum's column for ascending rows.
+struct Adding {
+    const SumColumn& from;
+    double sum = 0;
+    u32 slot = 0;
+
+    explicit Adding(const SumColumn& sums) : from(sums) {}
+    void Add(i32 row) {
+        const CellStore& store = from.sheet->cells;
+        row += from.rowsDown;
+        if (row < 0 || row >= MAX_ROWS) return;
+        // Rows follow each other closely: mostly the next slot is the one.
+        if (slot >= store.rows.Count() || store.rows[slot].row != row) slot = FindRowSlot(store, row);
+        if (slot >= store.rows.Count() || store.rows[slot].row != row) return;
+        const CellRow& cells = store.rows[slot++];
+        const u32 at = FindInRow(cells, from.column);
+        if (at >= cells.count || cells.cells[at].column != from.column) return;
+        if (cells.cells[at].value.type == VT_NUMBER) sum += cells.cells[at].value.number;
+    }
+};
+
+// The kept sums, emptied when they are those of another column or of other values. Null when memory fails.
+KeptSums* SumsFor(KeptSums& kept, const SumColumn& sums, u32 count) {
+    const u32 version = sums.sheet->cells.columnVersion[sums.column];
+    if (kept.serial == sums.sheet->serial && kept.version == version && kept.column == sums.column &&
+        kept.rowsDown == sums.rowsDown && kept.known.Count() == count) {
+        return &kept;
+    }
+    kept.serial = 0;
+    kept.known.Truncate(0);
+    if (!kept.known.Resize(count) || !kept.sums.ResizeRaw(count)) return nullptr;
+    kept.serial = sums.sheet->serial;
+    kept.version = version;
+    kept.column = sums.column;
+    kept.rowsDown = sums.rowsDown;
+    return &kept;
+}
+
+bool SumNumbers(ColumnIndex& index, Places places, const SumColumn& sums, double& sum) {
+    KeptSums* kept = SumsFor(index.numberSums, sums, index.sorted.Count());
+    if (!kept) return false;
+    if (!kept->known[places.begin]) {
+        Adding adding(sums);
+        for (u32 i = places.begin; i < places.end; ++i) adding.Add(index.sorted[i].row);
+        kept->sums[places.begin] = adding.sum;
+        kept->known[places.begin] = 1;
+    }
+    sum = kept->sums[places.begin];
+    return true;
+}
+
+bool SumTexts(ColumnIndex& index, u32 place, const SumColumn& sums, double& sum) {
+    KeptSums* kept = SumsFor(index.textSums, sums, index.texts.Count());
+    if (!kept) return false;
+    if (!kept->known[place]) {
+        Adding adding(sums);
+        for (u32 next = place + 1; next; next = index.nextEqual[next - 1]) adding.Add(index.textRows[next - 1]);
+        kept->sums[place] = adding.sum;
+        kept->known[place] = 1;
+    }
+    sum = kept->sums[place];
+    return true;
+}
+
+bool HasStaleCells(const CellStore& store, const RefArea& area) {
+    bool formulas = false;
+    for (i32 column = area.firstColumn; column <= area.lastColumn && !formulas; ++column)
+        formulas = store.formulasInColumn[column] != 0;
+    if (!formulas) return false;
+    for (u32 slot = FindRowSlot(store, area.firstRow); slot < store.rows.Count(); ++slot) {
+        const CellRow& row = store.rows[slot];
+        if (row.row > area.lastRow) return false;
+        for (u32 i = FindInRow(row, area.firstColumn); i < row.count; ++i) {
+            if (row.cells[i].column > area.lastColumn) break;
+            if (row.cells[i].calcState < CALC_CURRENT) return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 bool FindInColumn(const LookupColumn& where, const Value& value, LookupRule rule, i32& row) {
@@ -274,20 +460,61 @@ bool FindInColumn(const LookupColumn& where, const Value& value, LookupRule rule
     return true;
 }
 
-bool KnownCurrent(const Sheet& sheet, const RefArea& area) {
-    for (const CurrentArea& known : state.areas) {
-        if (known.serial == sheet.serial && known.area == area) return known.version == VersionOf(sheet, area);
+bool CountInColumn(const LookupColumn& where, const Criteria& criteria, u32& count) {
+    ColumnIndex* index = CriteriaIndex(where, criteria);
+    if (!index) return false;
+    if (criteria.kind >= CRITERIA_LESS) {
+        const Places places = OrderedPlaces(*index, criteria);
+        count = places.end - places.begin;
+        return true;
     }
-    return false;
+    MatchingCells cells;
+    if (!FindMatching(*index, *where.sheet, criteria, cells)) return false;
+    count = cells.numbers.end - cells.numbers.begin + cells.others.Count();
+    for (u32 place : cells.texts) count += index->equals[place];
+    return true;
 }
 
-void NoteCurrent(const Sheet& sheet, const RefArea& area) {
-    CurrentArea* place = nullptr;
-    for (CurrentArea& known : state.areas) {
-        if (known.serial == sheet.serial && known.area == area) place = &known;
+bool SumInColumn(const LookupColumn& where, const Criteria& criteria, const SumColumn& sums, double& sum) {
+    ColumnIndex* index = criteria.kind < CRITERIA_LESS ? CriteriaIndex(where, criteria) : nullptr;
+    MatchingCells cells;
+    if (!index || !FindMatching(*index, *where.sheet, criteria, cells)) return false;
+    const Places numbers = cells.numbers;
+    const bool oneNumber = numbers.begin < numbers.end &&
+                           index->sorted[numbers.begin].number == index->sorted[numbers.end - 1].number;
+    if (oneNumber && cells.texts.IsEmpty() && cells.others.IsEmpty())
+        return SumNumbers(*index, numbers, sums, sum);
+    if (numbers.begin == numbers.end && cells.texts.Count() == 1 && cells.others.IsEmpty())
+        return SumTexts(*index, cells.texts[0], sums, sum);
+    // Several sets: their rows in order.
+    Array<u16>& rows = cells.others;
+    for (u32 i = numbers.begin; i < numbers.end; ++i) {
+        if (!rows.Append(index->sorted[i].row)) return false;
     }
+    for (u32 place : cells.texts) {
+        for (u32 next = place + 1; next; next = index->nextEqual[next - 1]) {
+            if (!rows.Append(index->textRows[next - 1])) return false;
+        }
+    }
+    std::sort(rows.begin(), rows.end());
+    Adding adding(sums);
+    for (u16 row : rows) adding.Add(row);
+    sum = adding.sum;
+    return true;
+}
+
+bool IsCurrent(const Sheet& sheet, const RefArea& area) {
+    CurrentArea* place = nullptr;
+    const u32 version = VersionOf(sheet, area);
+    for (CurrentArea& known : state.areas) {
+        if (known.serial != sheet.serial || known.area != area) continue;
+        if (known.version == version) return true;
+        place = &known;
+    }
+    if (HasStaleCells(sheet.cells, area)) return false;
     if (!place) place = &state.areas[state.nextArea++ % KEPT_AREAS];
-    *place = {sheet.serial, VersionOf(sheet, area), area};
+    *place = {sheet.serial, version, area};
+    return true;
 }
 
 void ResetLookups() {

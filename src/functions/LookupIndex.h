@@ -3,6 +3,7 @@
 // orders over them that give the places which a scan would find. A column is entered when it is looked through
 // a second time, and is good until one of its cells changes.
 
+#include "functions/Criteria.h"
 #include "model/ModelTypes.h"
 
 namespace tally {
@@ -30,9 +31,20 @@ constexpr i32 LOOKUP_NONE = -1;
 // wildcards are no concern of this: the caller asks with plain ones only.
 bool FindInColumn(const LookupColumn& where, const Value& value, LookupRule rule, i32& row);
 
-// Whether an area is known to have no cell that waits for its calculation, and the note that it has none.
-bool KnownCurrent(const Sheet& sheet, const RefArea& area);
-void NoteCurrent(const Sheet& sheet, const RefArea& area);
+// Where the cells to be added up for a column's matching cells stand: as many rows further down.
+struct SumColumn {
+    const Sheet* sheet;
+    i32 column;
+    i32 rowsDown;  // may be below zero
+};
+
+// The number of cells that meet a criteria, and the sum of the numbers beside them in the order of the rows.
+// False when the cells must be visited.
+bool CountInColumn(const LookupColumn& where, const Criteria& criteria, u32& count);
+bool SumInColumn(const LookupColumn& where, const Criteria& criteria, const SumColumn& sums, double& sum);
+
+// True when no cell of an area waits for its calculation. Cheap when asked again before a cell has changed.
+bool IsCurrent(const Sheet& sheet, const RefArea& area);
 
 void ResetLookups();
 

@@ -5,6 +5,7 @@
 #include "functions/Arguments.h"
 #include "functions/Criteria.h"
 #include "functions/Handlers.h"
+#include "functions/LookupIndex.h"
 #include "functions/RunningMoments.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -89,8 +90,7 @@ void PrepareCriteria(Value& criteria, const EvalContext& context) {
 }
 
 struct Matching {
-    const Value& criteria;
-    const EvalContext& context;
+    const Criteria criteria;
     u64 visited = 0;
     u64 matches = 0;
 };
@@ -98,13 +98,12 @@ struct Matching {
 bool CountMatch(const VisitedValue& visited, void* state) {
     Matching& matching = *static_cast<Matching*>(state);
     ++matching.visited;
-    matching.matches += CriteriaMatch(matching.criteria, *visited.value, matching.context);
+    matching.matches += Matches(matching.criteria, *visited.value);
     return true;
 }
 
 struct SumMatching {
-    const Value& criteria;
-    const EvalContext& context;
+    const Criteria criteria;
     SheetArea from;
     SheetArea sums;
     double sum = 0;
@@ -112,7 +111,7 @@ struct SumMatching {
 };
 
 bool AddMatch(SumMatching& matching, i32 row, i32 column, const Value& cell) {
-    if (!CriteriaMatch(matching.criteria, cell, matching.context)) return true;
+    if (!Matches(matching.criteria, cell)) return true;
     const i32 sumRow = matching.sums.area.firstRow + (row - matching.from.area.firstRow);
     const i32 sumColumn = matching.sums.area.firstColumn + (column - matching.from.area.firstColumn);
     if (sumRow >= MAX_ROWS || sumColumn >= MAX_COLUMNS) return true;
@@ -129,8 +128,7 @@ bool VisitSum(const VisitedValue& visited, void* state) {
 
 // Cells of the sum's area whose partner in the range is no cell: they count when the criteria match empties.
 void AddEmptyMatches(SumMatching& matching) {
-    const Value empty;
-    if (!CriteriaMatch(matching.criteria, empty, matching.context)) return;
+    if (!matching.criteria.matchesEmpty) return;
     const RefArea& from = matching.from.area;
     RefArea area = matching.sums.area;
     area.lastRow = static_cast<u16>(std::min(area.firstRow + (from.lastRow - from.firstRow), MAX_ROWS - 1));
@@ -212,17 +210,54 @@ void CallSumproduct(Value* arguments, Value& result, const EvalContext& context)
     result = NumberValue(sum);
 }
 
+namespace {
+
+// A range of one column with every cell up to date, for the sums and counts that are kept of it.
+bool TakeColumn(const SheetArea& from, LookupColumn& out) {
+    const Sheet* sheet = SheetAt(from.book, from.sheet);
+    if (!sheet || from.area.firstColumn != from.area.lastColumn || !IsCurrent(*sheet, from.area)) return false;
+    out = {sheet, from.area.firstColumn, from.area.firstRow, from.area.lastRow};
+    return true;
+}
+
+bool CountKept(const SheetArea& from, const Criteria& criteria, Value& result) {
+    LookupColumn column{};
+    u32 count = 0;
+    if (!TakeColumn(from, column) || !CountInColumn(column, criteria, count)) return false;
+    result = NumberValue(count);
+    return true;
+}
+
+bool SumKept(const SumMatching& matching, Value& result) {
+    SheetArea partner = matching.sums;
+    const RefArea& from = matching.from.area;
+    partner.area.lastRow =
+        static_cast<u16>(std::min(partner.area.firstRow + (from.lastRow - from.firstRow), MAX_ROWS - 1));
+    partner.area.lastColumn = partner.area.firstColumn;
+    LookupColumn column{}, sums{};
+    double sum = 0;
+    if (!TakeColumn(matching.from, column) || !TakeColumn(partner, sums) ||
+        !SumInColumn(column, matching.criteria,
+                     {sums.sheet, sums.column, partner.area.firstRow - from.firstRow}, sum))
+        return false;
+    result = NumberValue(sum);
+    return true;
+}
+
+}  // namespace
+
 void CallCountif(Value* arguments, Value& result, const EvalContext& context) {
     SheetArea from;
     if (!OneArea(arguments[0], context, from, result)) return;
     PrepareCriteria(arguments[1], context);
-    Matching matching{arguments[1], context};
+    Matching matching{TakeCriteria(arguments[1])};
+    if (CountKept(from, matching.criteria, result)) return;
     i32 error = -1;
     IgnoreFailure(VisitValues(arguments[0], context, CountMatch, &matching, error));
     const u64 cells =
         u64{from.area.lastRow - from.area.firstRow + 1u} * (from.area.lastColumn - from.area.firstColumn + 1u);
     // Cells that are not stored match as empties do.
-    if (CriteriaMatch(arguments[1], Value(), context)) matching.matches += cells - matching.visited;
+    if (matching.criteria.matchesEmpty) matching.matches += cells - matching.visited;
     result = NumberValue(static_cast<double>(matching.matches));
 }
 
@@ -232,7 +267,8 @@ void CallSumif(Value* arguments, Value& result, const EvalContext& context) {
     sums = from;
     if (!IsMissing(arguments[2]) && !OneArea(arguments[2], context, sums, result)) return;
     PrepareCriteria(arguments[1], context);
-    SumMatching matching{arguments[1], context, from, sums};
+    SumMatching matching{TakeCriteria(arguments[1]), from, sums};
+    if (SumKept(matching, result)) return;
     i32 error = -1;
     IgnoreFailure(VisitValues(arguments[0], context, VisitSum, &matching, error));
     AddEmptyMatches(matching);
