@@ -61,6 +61,8 @@ constexpr MessageRow messageRows[] = {
     {MSG_NAME_CHARACTERS, u"Name contains invalid characters"},
     {MSG_NAME_NOT_UNIQUE, u"Name must be unique"},
     {MSG_WRONG_PASSWORD, u"输入的密码不正确"},
+    {MSG_ENTRY_INVALID, u"输入值非法"},
+    {MSG_ENTRY_INVALID_CONTINUE, u"输入值非法\n是否继续?"},
 };
 
 constexpr bool RowsAscend() {

@@ -47,6 +47,8 @@ enum MessageId : u16 {
     MSG_NAME_CHARACTERS = 409,
     MSG_NAME_NOT_UNIQUE = 410,
     MSG_WRONG_PASSWORD = 411,
+    MSG_ENTRY_INVALID = 412,
+    MSG_ENTRY_INVALID_CONTINUE = 413,
 };
 
 // The text of a row; empty for a number that is not used.

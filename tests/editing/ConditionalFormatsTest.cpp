@@ -1,7 +1,7 @@
 #include "editing/ConditionalFormats.h"
 
 #include "formula/Compiler.h"
-#include "model/CellStore.h"
+#include "model/Tokens.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -27,6 +27,15 @@ class ConditionalFormatsTest : public Sandbox {
         EXPECT_NE(format, nullptr);
         EXPECT_TRUE(format->areas.Append(area));
         return *format;
+    }
+    static void FreeFormats() {
+        for (ConditionalFormat& format : CurrentSheet()->conditionalFormats) {
+            for (ConditionalCondition& condition : format.conditions) {
+                FreeTokens(condition.formula1);
+                FreeTokens(condition.formula2);
+            }
+        }
+        CurrentSheet()->conditionalFormats.Clear();
     }
     // Place of the condition in force in its format, or -1.
     static int InForce(std::string_view cell) {
@@ -55,7 +64,7 @@ TEST_F(ConditionalFormatsTest, ComparisonsOfTheValue) {
     };
     for (const char* entry : {"1", "2", "3", "5"}) Enter("A" + std::string(entry), entry);
     for (const auto& row : rows) {
-        CurrentSheet()->conditionalFormats.Clear();
+        FreeFormats();
         AddCondition(AddFormat(COLUMN_A), 1, row.comparison, "=2", row.second);
         EXPECT_EQ(InForce("A1") == 0, row.below) << row.comparison;
         EXPECT_EQ(InForce("A2") == 0, row.at) << row.comparison;
