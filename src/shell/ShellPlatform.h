@@ -159,6 +159,10 @@ struct FileFilter {
     WideView pattern;
 };
 
+// Formats of the clipboard, with their published numbers. The last is the program's own, under the name
+// "Tallyman": nothing is ever attached to it, and it says that the clipboard is still what was put there.
+enum ClipboardFormat : u32 { CF_TEXT = 1, CF_UNICODETEXT = 13, CF_PRIVATE = 0xC000 };
+
 struct Form;
 
 struct ShellPlatformTable {
@@ -207,9 +211,12 @@ struct ShellPlatformTable {
     bool (*writeSetting)(WideView section, WideView key, WideView value);
 
     // ---- clipboard ---------------------------------------------------------------------------------
-    bool (*clipboardText)(WideText& out);
-    bool (*setClipboardText)(WideView text);
-    bool (*clipboardHasText)();
+    // Each opens the clipboard, acts and closes it again.
+    bool (*clipboardHas)(u32 format);
+    bool (*clipboardText)(WideText& out);         // CF_UNICODETEXT; lines end with "\r\n"
+    bool (*clipboardNarrowText)(Array<u8>& out);  // CF_TEXT
+    // Empties the clipboard and puts CF_PRIVATE there and, when `text` is not null, both forms of the text.
+    bool (*setClipboard)(const WideView* text, ByteView narrowText);
 
     // Shows a file or a page in the program that the user has for it.
     bool (*openExternally)(WideView path);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QClipboard>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -408,11 +409,32 @@ TEST_F(FrameTest, SettingsComeBack) {
 }
 
 TEST_F(FrameTest, TheClipboardHoldsText) {
-    ASSERT_TRUE(shell.setClipboardText(u"1\t2\r\n中\t4\r\n"));
+    const WideView copied = u"1\t2\r\n中\t4\r\n";
+    ASSERT_TRUE(shell.setClipboard(&copied, {}));
     WideText text;
-    EXPECT_TRUE(shell.clipboardHasText());
+    Array<u8> bytes;
+    EXPECT_TRUE(shell.clipboardHas(CF_UNICODETEXT));
+    EXPECT_TRUE(shell.clipboardHas(CF_TEXT));
+    EXPECT_TRUE(shell.clipboardHas(CF_PRIVATE));
     ASSERT_TRUE(shell.clipboardText(text));
-    EXPECT_EQ(text.View(), WideView(u"1\t2\r\n中\t4\r\n"));
+    EXPECT_EQ(text.View(), copied);
+    ASSERT_TRUE(shell.clipboardNarrowText(bytes));
+    EXPECT_EQ(bytes[0], '1');
+}
+
+TEST_F(FrameTest, AnotherProgramsTextTakesTheMarkerAway) {
+    const WideView copied = u"1";
+    ASSERT_TRUE(shell.setClipboard(&copied, {}));
+    QGuiApplication::clipboard()->setText(QStringLiteral("a\tb\nc"));
+    WideText text;
+    EXPECT_FALSE(shell.clipboardHas(CF_PRIVATE));
+    ASSERT_TRUE(shell.clipboardText(text));
+    EXPECT_EQ(text.View(), WideView(u"a\tb\r\nc"));
+    QGuiApplication::clipboard()->clear();
+    EXPECT_FALSE(shell.clipboardHas(CF_UNICODETEXT));
+    ASSERT_TRUE(shell.setClipboard(nullptr, {}));
+    EXPECT_TRUE(shell.clipboardHas(CF_PRIVATE));
+    EXPECT_FALSE(shell.clipboardHas(CF_UNICODETEXT));
 }
 
 TEST_F(FrameTest, TheFrameFillsTheScreenAndComesBack) {

@@ -121,9 +121,11 @@ void ReplaceEntrySelection(WideView text) {
 void FocusEntryLine() { frame.entryFocused = true; }
 void EntryAction(EntryEditAction action) {
     if (action == ENTRY_PASTE) ReplaceEntrySelection(frame.clipboard);
-    if (action == ENTRY_CUT || action == ENTRY_COPY)
-        IgnoreFailure(frame.clipboard.Assign(frame.entry.View().substr(
-            static_cast<u32>(frame.entryStart), static_cast<u32>(frame.entryEnd - frame.entryStart))));
+    if (action == ENTRY_CUT || action == ENTRY_COPY) {
+        const WideView selected = frame.entry.View().substr(
+            static_cast<u32>(frame.entryStart), static_cast<u32>(frame.entryEnd - frame.entryStart));
+        CopyElsewhere(&selected);
+    }
     if (action == ENTRY_CUT) ReplaceEntrySelection(u"");
 }
 bool EntryCanUndo() { return false; }
@@ -171,9 +173,29 @@ bool WriteSetting(WideView section, WideView key, WideView value) {
     }
     return row->value.Assign(value);
 }
-bool ClipboardText(WideText& out) { return out.Assign(frame.clipboard); }
-bool SetClipboardText(WideView text) { return frame.clipboard.Assign(text); }
-bool ClipboardHasText() { return !frame.clipboard.IsEmpty(); }
+bool ClipboardHas(u32 format) {
+    if (frame.clipboardLocked) return false;
+    switch (format) {
+        case CF_UNICODETEXT: return !frame.clipboard.IsEmpty();
+        case CF_TEXT: return !frame.narrowClipboard.IsEmpty();
+        case CF_PRIVATE: return frame.clipboardMarked;
+        default: return false;
+    }
+}
+bool ClipboardText(WideText& out) { return !frame.clipboardLocked && out.Assign(frame.clipboard); }
+bool ClipboardNarrowText(Array<u8>& out) {
+    out.Truncate(0);
+    return !frame.clipboardLocked &&
+           out.AppendMany(frame.narrowClipboard.Data(), frame.narrowClipboard.Count());
+}
+bool SetClipboard(const WideView* text, ByteView narrowText) {
+    if (frame.clipboardLocked) return false;
+    frame.clipboard.Clear();
+    frame.narrowClipboard.Clear();
+    frame.clipboardMarked = true;
+    return !text || (frame.clipboard.Assign(*text) &&
+                     frame.narrowClipboard.AppendMany(narrowText.data(), narrowText.size()));
+}
 bool OpenExternally(WideView) { return false; }
 
 constexpr ShellPlatformTable shellTable = {
@@ -203,9 +225,10 @@ constexpr ShellPlatformTable shellTable = {
     RunHeadlessForm,
     ReadSetting,
     WriteSetting,
+    ClipboardHas,
     ClipboardText,
-    SetClipboardText,
-    ClipboardHasText,
+    ClipboardNarrowText,
+    SetClipboard,
     OpenExternally,
 };
 
@@ -303,6 +326,15 @@ void CloseFrame() {
     ShellMessage message;
     message.message = WM_CLOSE;
     IgnoreFailure(SendShellMessage(message));
+}
+
+void CopyElsewhere(const WideView* text) {
+    frame.clipboard.Clear();
+    frame.narrowClipboard.Clear();
+    frame.clipboardMarked = false;
+    if (!text) return;
+    IgnoreFailure(frame.clipboard.Assign(*text));
+    IgnoreFailure(Platform().wideCharToMultiByte(Platform().getACP(), *text, frame.narrowClipboard));
 }
 
 void PaintHeadless(bool all) {

@@ -54,6 +54,9 @@ struct HeadlessShellState {
     PixelRect clip;
     Array<DrawRecord> drawing;  // of the last paint
     WideText clipboard;
+    Array<u8> narrowClipboard;
+    bool clipboardMarked = false;  // CF_PRIVATE
+    bool clipboardLocked = false;  // it cannot be opened
     Array<SettingRow> settings;
 };
 HeadlessShellState& HeadlessFrame();
@@ -72,5 +75,7 @@ void PickCommand(i32 command);
 void CloseFrame();
 // Paints what was invalidated, or all.
 void PaintHeadless(bool all = true);
+// Another program copies a text; a null one something that is no text.
+void CopyElsewhere(const WideView* text);
 
 }  // namespace tally

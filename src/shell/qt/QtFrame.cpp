@@ -1,7 +1,6 @@
 #include "shell/qt/QtFrame.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <algorithm>
 #include <clocale>
 #include <optional>
@@ -75,16 +74,6 @@ void QtSetScrollBar(bool vertical, const ScrollBarState& state) {
     bar.setVisible(state.shown);
 }
 
-bool QtClipboardText(WideText& out) {
-    const QString text = QGuiApplication::clipboard()->text();
-    return out.Assign(ViewOf(text));
-}
-bool QtSetClipboardText(WideView text) {
-    QGuiApplication::clipboard()->setText(ToQString(text));
-    return true;
-}
-bool QtClipboardHasText() { return !QGuiApplication::clipboard()->text().isEmpty(); }
-
 const ShellPlatformTable shellTable = {
     .setTitle = QtSetTitle,
     .clientSize = QtClientSize,
@@ -112,9 +101,10 @@ const ShellPlatformTable shellTable = {
     .showForm = QtShowForm,
     .readSetting = QtReadSetting,
     .writeSetting = QtWriteSetting,
+    .clipboardHas = QtClipboardHas,
     .clipboardText = QtClipboardText,
-    .setClipboardText = QtSetClipboardText,
-    .clipboardHasText = QtClipboardHasText,
+    .clipboardNarrowText = QtClipboardNarrowText,
+    .setClipboard = QtSetClipboard,
     .openExternally = QtOpenExternally,
 };
 

@@ -79,6 +79,10 @@ bool QtReadSetting(WideView section, WideView key, WideText& out);
 bool QtWriteSetting(WideView section, WideView key, WideView value);
 void CloseSettings();
 bool QtOpenExternally(WideView path);
+bool QtClipboardHas(u32 format);
+bool QtClipboardText(WideText& out);
+bool QtClipboardNarrowText(Array<u8>& out);
+bool QtSetClipboard(const WideView* text, ByteView narrowText);
 
 void QtPlaceEntryLine(const PixelRect& place, bool shown);
 bool QtEntryText(WideText& out);
