@@ -1,5 +1,6 @@
 #include "model/BookTable.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/MessageTable.h"
@@ -8,6 +9,7 @@
 #include "base/Text.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
+#include "model/RuleLists.h"
 #include "model/Tokens.h"
 
 namespace tally {
@@ -29,21 +31,8 @@ ModelCalls calls = harmlessCalls;
 // Gives back what a sheet's cells and rules hold beside their records.
 void FreeSheetContents(Sheet* sheet) {
     FreeStore(sheet->cells);
-    for (ValidationRule& rule : sheet->validations) {
-        FreeTokens(rule.formula1);
-        FreeTokens(rule.formula2);
-    }
-    for (ConditionalFormat& format : sheet->conditionalFormats) {
-        for (ConditionalCondition& condition : format.conditions) {
-            FreeTokens(condition.formula1);
-            FreeTokens(condition.formula2);
-        }
-    }
-}
-
-void FreeSheet(Sheet* sheet) {
-    FreeSheetContents(sheet);
-    DestroyRecord(sheet);
+    FreeRules(sheet->validations);
+    FreeRules(sheet->conditionalFormats);
 }
 
 void FreeBook(Workbook* book) {
@@ -276,17 +265,48 @@ void ResetSheet(i32 kind, i32 hidden) {
     calls.structureChanged();
 }
 
-void RemoveSheet(i32 book, i32 sheet) {
+Sheet* DetachSheet(i32 book, i32 sheet) {
     Workbook* workbook = BookAt(book);
-    if (!SheetAt(book, sheet)) return;
-    FreeSheet(workbook->sheets[static_cast<u32>(sheet)]);
+    Sheet* detached = SheetAt(book, sheet);
+    if (!detached) return nullptr;
     workbook->sheets.RemoveAt(static_cast<u32>(sheet));
+    detached->book = detached->index = -1;
     RenumberSheets(*workbook, book);
     const i32 count = static_cast<i32>(workbook->sheets.Count());
     if (workbook->currentSheet >= count && count) workbook->currentSheet = count - 1;
     calls.sheetRemoved(book, sheet);
     calls.structureChanged();
+    return detached;
 }
+
+bool AttachSheet(i32 book, i32 position, Sheet* sheet) {
+    Workbook* workbook = BookAt(book);
+    if (!workbook || workbook->sheets.Count() >= u32{MAX_SHEETS}) return false;
+    position = std::clamp(position, 0, static_cast<i32>(workbook->sheets.Count()));
+    if (!workbook->sheets.InsertAt(static_cast<u32>(position), sheet)) return false;
+    RenumberSheets(*workbook, book);
+    calls.sheetInserted(book, position);
+    calls.structureChanged();
+    return true;
+}
+
+void MoveSheetPlace(i32 book, i32 from, i32 to) {
+    Workbook* workbook = BookAt(book);
+    if (!SheetAt(book, from) || !SheetAt(book, to)) return;
+    Sheet** sheets = workbook->sheets.Data();
+    if (from < to) std::rotate(sheets + from, sheets + from + 1, sheets + to + 1);
+    else std::rotate(sheets + to, sheets + from, sheets + from + 1);
+    RenumberSheets(*workbook, book);
+    calls.structureChanged();
+}
+
+void FreeSheet(Sheet* sheet) {
+    if (!sheet) return;
+    FreeSheetContents(sheet);
+    DestroyRecord(sheet);
+}
+
+void RemoveSheet(i32 book, i32 sheet) { FreeSheet(DetachSheet(book, sheet)); }
 
 i32 FindSheet(i32 book, WideView name) {
     const Workbook* workbook = BookAt(book);

@@ -40,6 +40,14 @@ void ResetBooks();
 void ResetSheet(i32 kind, i32 hidden);
 // Frees a sheet and closes the gap; what referred to it is the caller's matter.
 void RemoveSheet(i32 book, i32 sheet);
+// Takes a sheet out of its book and hands it over, cells and all; null when there is none.
+Sheet* DetachSheet(i32 book, i32 sheet);
+// Puts such a sheet back among the others. False with nothing changed when memory fails.
+[[nodiscard]] bool AttachSheet(i32 book, i32 position, Sheet* sheet);
+// Releases a sheet that belongs to no book; null is allowed.
+void FreeSheet(Sheet* sheet);
+// The sheet at `from` stands at `to` afterwards. References are the caller's matter.
+void MoveSheetPlace(i32 book, i32 from, i32 to);
 // Index of the sheet of that name, compared without regard to case, or -1.
 i32 FindSheet(i32 book, WideView name);
 // Nearest sheet in that direction with hidden 0; the sheet itself when there is none.

@@ -66,19 +66,6 @@ void ShiftRowCells(CellStore& store, CellRow& row, u32 from, i32 delta) {
     }
 }
 
-void DropEmptyRows(CellStore& store) {
-    u32 kept = 0;
-    for (u32 slot = 0; slot < store.rows.Count(); ++slot) {
-        if (store.rows[slot].count) {
-            store.rows[kept++] = store.rows[slot];
-        } else {
-            ReleaseBytes(store.rows[slot].cells);
-        }
-    }
-    store.rows.Truncate(kept);
-    store.lastSlot = 0;
-}
-
 // ---- moving an area -------------------------------------------------------------------------------
 
 struct Move {
@@ -258,6 +245,32 @@ void DeleteCellColumns(CellStore& store, i32 column, i32 count) {
     }
     DropEmptyRows(store);
     TouchColumns(store, column, MAX_COLUMNS - 1);
+}
+
+void DropEmptyRows(CellStore& store) {
+    u32 kept = 0;
+    while (kept < store.rows.Count() && store.rows[kept].count) ++kept;
+    for (u32 slot = kept; slot < store.rows.Count(); ++slot) {
+        if (store.rows[slot].count) {
+            store.rows[kept++] = store.rows[slot];
+        } else {
+            ReleaseBytes(store.rows[slot].cells);
+        }
+    }
+    store.rows.Truncate(kept);
+    store.lastSlot = 0;
+}
+
+void RemoveCells(CellStore& store, const RefArea& area, bool keepRows) {
+    bool emptied = false;
+    for (u32 slot = FindRowSlot(store, area.firstRow); slot < store.rows.Count(); ++slot) {
+        CellRow& row = store.rows[slot];
+        if (row.row > area.lastRow) break;
+        DropFromRow(store, row, FindInRow(row, area.firstColumn), FindInRow(row, area.lastColumn + 1));
+        emptied = emptied || !row.count;
+    }
+    if (emptied && !keepRows) DropEmptyRows(store);
+    for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) TouchColumn(store, column);
 }
 
 bool MoveCells(CellStore& store, const RefArea& area, i32 rows, i32 columns) {

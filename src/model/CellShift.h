@@ -14,6 +14,11 @@ void DeleteCellRows(CellStore& store, i32 row, i32 count);
 void InsertCellColumns(CellStore& store, i32 column, i32 count);
 void DeleteCellColumns(CellStore& store, i32 column, i32 count);
 
+// Releases the cells of an area. With `keepRows` a row that is left without cells stays in the list until
+// DropEmptyRows, which must follow before anything else looks at the store.
+void RemoveCells(CellStore& store, const RefArea& area, bool keepRows = false);
+void DropEmptyRows(CellStore& store);
+
 // Moves the cells of an area by that many rows and columns. Cells that stood in the target are
 // released, and so are cells whose target lies outside the sheet. When memory fails nothing has moved.
 [[nodiscard]] bool MoveCells(CellStore& store, const RefArea& area, i32 rows, i32 columns);
