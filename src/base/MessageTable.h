@@ -17,6 +17,7 @@ enum MessageId : u16 {
     MSG_FORMULA_ERROR = 5,
     MSG_NO_ROOM_FOR_SHEET = 6,
     // 9 to 67: undo labels, by undo kind.
+    MSG_UNDO_FIRST = 9,
     // 68 to 99: files.
     MSG_FILE_TYPE_UNKNOWN = 68,
     MSG_CANNOT_READ_FILE = 69,
@@ -34,6 +35,11 @@ enum MessageId : u16 {
     MSG_REPLACE_FILE = 81,
     // 226 to 238: function categories.
     MSG_CATEGORY_FIRST = 226,
+    // 300 to 349: editing.
+    MSG_NO_ROOM_FOR_ROWS = 300,
+    MSG_NO_ROOM_FOR_COLUMNS = 301,
+    MSG_NO_ROOM_FOR_CELLS = 302,
+    MSG_FILTER_COLUMNS = 303,
     // 400 to 449: the shell.
     MSG_SAVE_FORM_MISSING = 400,
     MSG_ARRAY_OVER_MERGE = 401,

@@ -1,5 +1,6 @@
 #include "editing/StoreEntry.h"
 
+#include "editing/Undo.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaTypes.h"
@@ -149,6 +150,8 @@ bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
     }
     content.lineFeed = text.find(u'\n') != WideView::npos;
     content.quoted = content.kind == ENTRY_TEXT && !text.empty() && text[0] == u'\'';
+    const bool recorded = target.undoKind >= 0 &&
+                          RecordBlock(target.undoKind, target.book, target.sheet, target.area, BLOCK_BY_ENTRY);
     RemoveArraysInside(*sheet, target.area);
     bool good = true;
     if (target.isArray && content.kind == ENTRY_FORMULA)
@@ -158,6 +161,8 @@ bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
             good = StoreOne(target, content, row, column);
     FreeTokens(content.tokens);
     BookAt(target.book)->dirty = 1;
+    // A fill that stops half way is taken back.
+    if (!good && recorded) IgnoreFailure(UndoLast());
     return good;
 }
 

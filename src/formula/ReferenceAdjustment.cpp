@@ -135,27 +135,32 @@ bool IsMet(const TokenReference& r, const AreaMove& move) {
            r.lastColumn >= std::min(a.firstColumn, b.firstColumn);
 }
 
-// Whether both ends of an extern row are the moved sheet. "!" references follow nobody.
-bool ExternRowMoves(const AreaMove& move, i32 book, i32 externIndex) {
+// What the moved sheet is to a reference: both of its ends, which then moves; one sheet of its range, whose
+// cells change under it; or nothing.
+enum SheetRole : u8 { NOT_ON_SHEET, ON_SHEET, OVER_SHEET };
+
+// "!" references follow nobody.
+SheetRole RoleOfExternRow(const AreaMove& move, i32 book, i32 externIndex) {
     const Workbook& own = *BookAt(book);
-    if (static_cast<u32>(externIndex) >= own.externSheets.Count()) return false;
+    if (static_cast<u32>(externIndex) >= own.externSheets.Count()) return NOT_ON_SHEET;
     const ExternSheet& row = own.externSheets[static_cast<u32>(externIndex)];
-    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= own.externBooks.Count()) return false;
-    if (own.externBooks[static_cast<u32>(row.externBook)].kind == EXTERN_CURRENT) return false;
+    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= own.externBooks.Count()) return NOT_ON_SHEET;
+    if (own.externBooks[static_cast<u32>(row.externBook)].kind == EXTERN_CURRENT) return NOT_ON_SHEET;
     ResolvedRef ref;
     ref.book = book;
-    return ResolveOpenExternRef(externIndex, ref) && ref.targetBook == move.book &&
-           ref.firstSheet == move.sheet && ref.lastSheet == move.sheet;
+    if (!ResolveOpenExternRef(externIndex, ref) || ref.targetBook != move.book) return NOT_ON_SHEET;
+    if (ref.firstSheet == move.sheet && ref.lastSheet == move.sheet) return ON_SHEET;
+    return ref.firstSheet <= move.sheet && move.sheet <= ref.lastSheet ? OVER_SHEET : NOT_ON_SHEET;
 }
 
-bool LiesOnMovedSheet(const TokenReference& reference, MoveView& view) {
-    if (reference.externIndex < 0) return view.plainMoves;
-    if (!view.externMoves) return false;
+SheetRole RoleOf(const TokenReference& reference, MoveView& view) {
+    if (reference.externIndex < 0) return view.plainMoves ? ON_SHEET : NOT_ON_SHEET;
+    if (!view.externMoves) return NOT_ON_SHEET;
     if (reference.externIndex != view.lastIndex) {
         view.lastIndex = reference.externIndex;
-        view.lastAnswer = ExternRowMoves(view.move, view.book, reference.externIndex);
+        view.lastAnswer = RoleOfExternRow(view.move, view.book, reference.externIndex);
     }
-    return view.lastAnswer;
+    return static_cast<SheetRole>(view.lastAnswer);
 }
 
 // Calls whose result follows from places and not from values alone: ROW, COLUMN, SUMIF (which reads
@@ -228,7 +233,9 @@ u32 Walk(FormulaTokens& tokens, MoveView& view, const Treatment& treatment) {
             continue;
         }
         const TokenReference before = reference;
-        const bool moves = LiesOnMovedSheet(reference, view);
+        const SheetRole role = RoleOf(reference, view);
+        const bool moves = role == ON_SHEET;
+        if (role == OVER_SHEET && IsMet(reference, view.move)) effect |= MOVE_MET;
         const Outcome outcome = Treat(reference, view.move, treatment, moves);
         effect |= EffectOfReference(before, reference, outcome, moves, view.move, treatment);
         if constexpr (write) {
@@ -247,6 +254,27 @@ u32 Adjust(FormulaTokens& tokens, MoveView& view, const Treatment& treatment) {
         if (!UnshareTokens(tokens)) return 0;
     }
     return Walk<true>(tokens, view, treatment);
+}
+
+u32 Effect(const FormulaTokens& tokens, MoveView& view, const Treatment& treatment) {
+    if (!tokens.bytes || !SeesMove(view)) return 0;
+    // The walk that does not write leaves the bytes alone.
+    FormulaTokens read = tokens;
+    return Walk<false>(read, view, treatment);
+}
+
+Treatment NameTreatment() {
+    Treatment treatment;
+    treatment.freezesRelative = true;
+    return treatment;
+}
+
+Treatment RuleTreatment(RuleBase base, RuleBase newBase) {
+    Treatment treatment;
+    treatment.isRule = true;
+    treatment.base = base;
+    treatment.newBase = newBase;
+    return treatment;
 }
 
 }  // namespace
@@ -273,31 +301,26 @@ MoveView ViewOfMove(const AreaMove& move, i32 book, i32 sheet) {
     view.plainMoves = book == move.book && sheet == move.sheet;
     const Workbook* workbook = BookAt(book);
     for (u32 i = 0; workbook && i < workbook->externSheets.Count() && !view.externMoves; ++i)
-        view.externMoves = ExternRowMoves(move, book, static_cast<i32>(i));
+        view.externMoves = RoleOfExternRow(move, book, static_cast<i32>(i)) != NOT_ON_SHEET;
     return view;
 }
 
-u32 EffectOfMove(const FormulaTokens& tokens, MoveView& view) {
-    if (!tokens.bytes || !SeesMove(view)) return 0;
-    // The walk that does not write leaves the bytes alone.
-    FormulaTokens read = tokens;
-    return Walk<false>(read, view, {});
-}
+u32 EffectOfMove(const FormulaTokens& tokens, MoveView& view) { return Effect(tokens, view, {}); }
 
 u32 AdjustForMove(FormulaTokens& tokens, MoveView& view) { return Adjust(tokens, view, {}); }
 
-u32 AdjustNameForMove(FormulaTokens& tokens, MoveView& view) {
-    Treatment treatment;
-    treatment.freezesRelative = true;
-    return Adjust(tokens, view, treatment);
+u32 AdjustNameForMove(FormulaTokens& tokens, MoveView& view) { return Adjust(tokens, view, NameTreatment()); }
+
+u32 EffectOfNameMove(const FormulaTokens& tokens, MoveView& view) {
+    return Effect(tokens, view, NameTreatment());
 }
 
 u32 AdjustRuleForMove(FormulaTokens& tokens, MoveView& view, RuleBase base, RuleBase newBase) {
-    Treatment treatment;
-    treatment.isRule = true;
-    treatment.base = base;
-    treatment.newBase = newBase;
-    return Adjust(tokens, view, treatment);
+    return Adjust(tokens, view, RuleTreatment(base, newBase));
+}
+
+u32 EffectOfRuleMove(const FormulaTokens& tokens, MoveView& view, RuleBase base) {
+    return Effect(tokens, view, RuleTreatment(base, base));
 }
 
 }  // namespace tally

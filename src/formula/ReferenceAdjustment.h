@@ -46,9 +46,9 @@ struct MoveView {
     AreaMove move;
     i32 book = 0;
     bool plainMoves = false;
-    bool externMoves = false;  // some row of externSheets leads to the moved sheet
+    bool externMoves = false;  // some row of externSheets leads to the moved sheet or over it
     i32 lastIndex = -1;        // the row asked for last, and its answer
-    bool lastAnswer = false;
+    u8 lastAnswer = 0;
 };
 // The view of a formula on a sheet of a book; sheet -1 for none.
 MoveView ViewOfMove(const AreaMove& move, i32 book, i32 sheet);
@@ -61,11 +61,14 @@ u32 EffectOfMove(const FormulaTokens& tokens, MoveView& view);
 u32 AdjustForMove(FormulaTokens& tokens, MoveView& view);
 // The same for a defined name: fields that are relative are offsets and stay.
 u32 AdjustNameForMove(FormulaTokens& tokens, MoveView& view);
+u32 EffectOfNameMove(const FormulaTokens& tokens, MoveView& view);
 // For a formula of a validation rule or conditional format. Relative fields of the N forms are offsets
 // from the rule's first cell, which stood at `base` and stands at `newBase` when the rule moves as well.
 struct RuleBase {
     i32 row = 0, column = 0;
 };
 u32 AdjustRuleForMove(FormulaTokens& tokens, MoveView& view, RuleBase base, RuleBase newBase);
+// For a rule that stays where it is.
+u32 EffectOfRuleMove(const FormulaTokens& tokens, MoveView& view, RuleBase base);
 
 }  // namespace tally

@@ -343,18 +343,19 @@ void MarkSheetDeleted(FormulaTokens& tokens, std::span<const u8> rows) {
         if (IsThroughRows(reference, rows)) LoseReference(tokens, reference);
 }
 
-bool UsesNameFrom(const Workbook& book, const FormulaTokens& tokens, i32 oldName) {
+bool UsesRetargetedName(const Workbook& book, const FormulaTokens& tokens, std::span<const u16> rows) {
     bool uses = false;
-    VisitOwnNames(book, tokens, [&](const u8* row) { uses = uses || ReadU16(row) > oldName; });
+    VisitOwnNames(book, tokens, [&](const u8* row) {
+        const u32 name = ReadU16(row) - 1u;
+        uses = uses || (name < rows.size() && rows[name] != name);
+    });
     return uses;
 }
 
-void RetargetName(const Workbook& book, FormulaTokens& tokens, i32 oldName, i32 newName) {
-    const i32 target = newName > oldName ? newName - 1 : newName;
+void RetargetNames(const Workbook& book, FormulaTokens& tokens, std::span<const u16> rows) {
     VisitOwnNames(book, tokens, [&](u8* row) {
-        const i32 name = ReadU16(row) - 1;
-        if (name == oldName) PutU16(row, static_cast<u32>(target + 1));
-        else if (name > oldName) PutU16(row, static_cast<u32>(name));
+        const u32 name = ReadU16(row) - 1u;
+        if (name < rows.size()) PutU16(row, rows[name] + 1u);
     });
 }
 

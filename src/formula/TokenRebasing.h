@@ -33,10 +33,10 @@ bool RefersThroughRows(const FormulaTokens& tokens, std::span<const u8> rows);
 // The sheet behind those rows is gone: their references take the error form. Unshared tokens only.
 void MarkSheetDeleted(FormulaTokens& tokens, std::span<const u8> rows);
 
-// Whether tokens of a book use the row of `oldName` or one behind it.
-bool UsesNameFrom(const Workbook& book, const FormulaTokens& tokens, i32 oldName);
-// The row of `oldName` is removed: its users go over to `newName`, both counted before the removal, and
-// the rows behind count one less. Unshared tokens only.
-void RetargetName(const Workbook& book, FormulaTokens& tokens, i32 oldName, i32 newName);
+// Names that give way to others: for each row of a book's names the row that takes its place, mostly the
+// same. Whether tokens use a name that gives way.
+bool UsesRetargetedName(const Workbook& book, const FormulaTokens& tokens, std::span<const u16> rows);
+// Users of those names go over to the others. Unshared tokens only.
+void RetargetNames(const Workbook& book, FormulaTokens& tokens, std::span<const u16> rows);
 
 }  // namespace tally

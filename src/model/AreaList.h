@@ -28,6 +28,10 @@ AreaSplit SplitArea(const RefArea& area, const RefArea& rectangle);
 [[nodiscard]] bool SubtractArea(Array<RefArea>& areas, const RefArea& rectangle);
 // Whether any area of the list has a cell in the rectangle.
 bool AnyAreaMeets(const Array<RefArea>& areas, const RefArea& rectangle);
+inline bool IsWholeRows(const RefArea& area) {
+    return area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1;
+}
+inline bool IsWholeColumns(const RefArea& area) { return area.firstRow == 0 && area.lastRow == MAX_ROWS - 1; }
 // Whether an area lies partly inside a rectangle and partly outside.
 inline bool IsCut(const RefArea& area, const RefArea& rectangle) {
     return AreasMeet(area, rectangle) && !AreaHoldsArea(rectangle, area);

@@ -231,12 +231,12 @@ bool InsertSheet(i32 position, const WideView* name, i32 kind, bool recordUndo, 
         DestroyRecord(sheet);
         return false;
     }
-    if (recordUndo) calls.recordSheetInsert(bookTable.currentBook, position, kind);
     book->currentSheet = position;
     ResetSheet(kind, 0);
     SetSheetName(*sheet, name ? *name : ownName.View());
     RenumberSheets(*book, bookTable.currentBook);
     RaiseSheetReferences(*book, position, (kind & SHEET_WITH_CELLS) != 0);
+    if (recordUndo) calls.recordSheetInsert(bookTable.currentBook, position, kind);
     calls.sheetInserted(bookTable.currentBook, position);
     calls.structureChanged();
     if (recordUndo) book->dirty = 1;

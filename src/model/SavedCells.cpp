@@ -30,6 +30,7 @@ bool FillCell(CellRecord& cell, Sheet& sheet, const SavedCell& saved) {
     cell.formula = CreateRecord<FormulaCell>();
     if (!cell.formula) return false;
     CopyTokens(cell.formula->tokens, saved.tokens);
+    cell.formula->alwaysCalculate = saved.alwaysCalculate;
     cell.formula->sheet = &sheet;
     cell.formula->row = saved.row;
     cell.formula->column = saved.column;
@@ -140,7 +141,10 @@ bool SaveCells(CellStore& store, const RefArea& area, Array<SavedCell>& out) {
         saved.format = cell.format;
         saved.calcState = cell.calcState;
         CopyValue(saved.value, cell.value);
-        if (cell.formula) CopyTokens(saved.tokens, cell.formula->tokens);
+        if (cell.formula) {
+            CopyTokens(saved.tokens, cell.formula->tokens);
+            saved.alwaysCalculate = cell.formula->alwaysCalculate;
+        }
         good = out.Append(saved);
         if (good) return true;
         FreeValue(saved.value);

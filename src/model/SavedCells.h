@@ -13,6 +13,7 @@ struct SavedCell {
     u16 format = 0;
     u8 column = 0;
     u8 calcState = CALC_BLANK;
+    bool alwaysCalculate = false;
 };
 
 // Appends copies of the cells of an area, in the order of row, then column. When memory fails the list

@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "display/LocaleSettings.h"
+#include "editing/Undo.h"
 #include "fileio/OpenFile.h"
 #include "formula/AreaSums.h"
 #include "formula/Recalculation.h"
@@ -177,6 +178,7 @@ void StartShell(WideView commandLine) {
     RecalculationView().cellChanged = CellChanged;
     RecalculationView().rowHeightWanted = WantRowHeight;
     ConnectLinkOpener();
+    ConnectUndo();
     LoadSettings();
     const WideView path = CommandPath(commandLine);
     const bool opened = !path.empty() && Platform().fileExists(path) && OpenBookFile(path, true);

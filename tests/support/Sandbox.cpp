@@ -4,6 +4,7 @@
 #include "display/DisplayText.h"
 #include "display/LocaleSettings.h"
 #include "editing/EntryRecognition.h"
+#include "editing/Undo.h"
 #include "formula/AreaSums.h"
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
@@ -70,11 +71,13 @@ void Sandbox::SetUp() {
     Headless().fixedClock = true;
     Headless().clock = {2026, 6, 15, 12, 0, 0, 0};
     ASSERT_TRUE(ReadLocaleSettings());
+    ConnectUndo();
     ASSERT_TRUE(CreateWorkbook(nullptr, false));
 }
 
 void Sandbox::TearDown() {
     ResetBooks();
+    ConnectUndo();
     DropDependents();
     ResetAreaSums();
     ResetLookups();

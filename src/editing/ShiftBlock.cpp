@@ -1,0 +1,334 @@
+#include "editing/ShiftBlock.h"
+
+#include <algorithm>
+
+#include "model/AreaList.h"
+#include "model/BookTable.h"
+#include "model/CellShift.h"
+#include "model/CellStore.h"
+#include "model/Tokens.h"
+
+namespace tally {
+namespace {
+
+// ---- working out ----------------------------------------------------------------------------------
+
+// Formulas often share their bytes; what became of the last ones serves the next.
+struct LastChange {
+    FormulaTokens before;  // one more user, so that the bytes stay
+    FormulaTokens after;
+};
+
+struct Preparation {
+    ShiftPlan* plan;
+    UndoRecord* record;
+    RefArea lost;
+    LastChange last;
+};
+
+bool SaveTokens(Preparation& p, SavedTokens place, const FormulaTokens& tokens) {
+    if (!p.record) return true;
+    CopyTokens(place.tokens, tokens);
+    if (p.record->tokens.Append(place)) return true;
+    FreeTokens(place.tokens);
+    return false;
+}
+
+// The new tokens of a formula whose bytes must not be written.
+bool RewrittenCopy(Preparation& p, const FormulaTokens& tokens, MoveView& view, bool isName,
+                   FormulaTokens& out) {
+    if (p.last.before.bytes == tokens.bytes && !isName) {
+        CopyTokens(out, p.last.after);
+        return true;
+    }
+    CopyTokens(out, tokens);
+    if (!UnshareTokens(out)) {
+        FreeTokens(out);
+        return false;
+    }
+    if (isName) AdjustNameForMove(out, view);
+    else AdjustForMove(out, view);
+    if (isName) return true;
+    FreeTokens(p.last.before);
+    FreeTokens(p.last.after);
+    CopyTokens(p.last.before, tokens);
+    CopyTokens(p.last.after, out);
+    return true;
+}
+
+bool AppendChange(Array<TokenChange>& changes, TokenChange change) {
+    if (changes.Append(change)) return true;
+    FreeTokens(change.tokens);
+    return false;
+}
+
+bool PrepareFormula(Preparation& p, FormulaCell& formula, MoveView& view) {
+    const bool inside = view.plainMoves && AreaHolds(view.move.from, formula.row, formula.column);
+    if (view.plainMoves && !inside && AreaHolds(p.lost, formula.row, formula.column)) return true;
+    const u32 effect = EffectOfMove(formula.tokens, view);
+    const bool stale = (effect & MOVE_READS) || (inside && (effect & MOVE_PLACED));
+    if (stale && !p.plan->stale.Append(&formula)) return false;
+    const bool lost = p.record && (effect & MOVE_LOST);
+    if (lost) {
+        SavedTokens place;
+        place.serial = formula.sheet->serial;
+        // Where the formula stands after the shift back, which is where it stands now.
+        place.row = formula.row;
+        place.column = formula.column;
+        if (!SaveTokens(p, place, formula.tokens)) return false;
+    }
+    if (!(effect & MOVE_CHANGED)) return true;
+    TokenChange change;
+    change.cell = &formula;
+    if ((lost || TokenUsers(formula.tokens) > 1) &&
+        !RewrittenCopy(p, formula.tokens, view, false, change.tokens))
+        return false;
+    return AppendChange(p.plan->changes, change);
+}
+
+bool PrepareSheet(Preparation& p, Sheet& sheet, const MoveView& bookView, bool withLists) {
+    MoveView view = bookView;
+    view.plainMoves = sheet.book == view.move.book && sheet.index == view.move.sheet;
+    if (!SeesMove(view)) return true;
+    // The same bytes mean other cells on another sheet.
+    FreeTokens(p.last.before);
+    FreeTokens(p.last.after);
+    for (FormulaCell* formula : sheet.cells.formulas)
+        if (!PrepareFormula(p, *formula, view)) return false;
+    if (!withLists || (sheet.validations.IsEmpty() && sheet.conditionalFormats.IsEmpty())) return true;
+    SavedRules made;
+    if (!ShiftedRules(sheet, view, made)) return false;
+    if (!made.hasValidations && !made.hasFormats) return true;
+    SavedRules* place = p.plan->rules.AppendDefault();
+    if (!place) {
+        FreeSavedRules(made);
+        return false;
+    }
+    *place = std::move(made);
+    return true;
+}
+
+bool PrepareNames(Preparation& p, i32 book, const MoveView& bookView) {
+    Workbook& workbook = *BookAt(book);
+    for (u32 i = 0; i < workbook.names.Count(); ++i) {
+        DefinedName& name = workbook.names[i];
+        if (!HasFormula(name.tokens)) continue;
+        MoveView view = bookView;
+        // A plain reference lies on the sheet of the name's scope.
+        view.plainMoves = book == view.move.book && name.sheet == view.move.sheet + 1;
+        const u32 effect = EffectOfNameMove(name.tokens, view);
+        const i32 row = static_cast<i32>(i);
+        if ((effect & MOVE_READS) && !p.plan->staleNames.Append({book, row})) return false;
+        SavedTokens place;
+        place.holder = HOLDER_NAME;
+        place.book = book;
+        place.name = row;
+        if ((effect & MOVE_LOST) && !SaveTokens(p, place, name.tokens)) return false;
+        if (!(effect & MOVE_CHANGED)) continue;
+        TokenChange change;
+        change.book = book;
+        change.name = row;
+        if (!RewrittenCopy(p, name.tokens, view, true, change.tokens) || !AppendChange(p.plan->changes, change))
+            return false;
+    }
+    return true;
+}
+
+bool Prepare(Preparation& p, bool withLists) {
+    for (u32 b = 0; b < Books().books.Count(); ++b) {
+        const i32 book = static_cast<i32>(b);
+        const MoveView view = ViewOfMove(p.plan->move, book, -1);
+        if (!view.externMoves && book != p.plan->move.book) continue;
+        for (Sheet* sheet : BookAt(book)->sheets)
+            if (!PrepareSheet(p, *sheet, view, withLists)) return false;
+        if (!PrepareNames(p, book, view)) return false;
+    }
+    return true;
+}
+
+// ---- acting ---------------------------------------------------------------------------------------
+
+bool ShiftCells(CellStore& store, const AreaMove& move) {
+    const RefArea& from = move.from;
+    const i32 rows = move.rowDelta, columns = move.columnDelta;
+    if (IsWholeRows(from) && rows > 0 && from.lastRow + rows == MAX_ROWS - 1) {
+        InsertCellRows(store, from.firstRow, rows);
+    } else if (IsWholeRows(from) && rows < 0 && from.lastRow == MAX_ROWS - 1) {
+        DeleteCellRows(store, from.firstRow + rows, -rows);
+    } else if (IsWholeColumns(from) && columns > 0 && from.lastColumn + columns == MAX_COLUMNS - 1) {
+        InsertCellColumns(store, from.firstColumn, columns);
+    } else if (IsWholeColumns(from) && columns < 0 && from.lastColumn == MAX_COLUMNS - 1) {
+        DeleteCellColumns(store, from.firstColumn + columns, -columns);
+    } else {
+        return MoveCells(store, from, rows, columns);
+    }
+    return true;
+}
+
+void MoveAreaWith(RefArea& area, const AreaMove& move) {
+    if (!AreaHolds(move.from, area.firstRow, area.firstColumn)) return;
+    area.firstRow = static_cast<u16>(area.firstRow + move.rowDelta);
+    area.firstColumn = static_cast<u8>(area.firstColumn + move.columnDelta);
+    area.lastRow = static_cast<u16>(std::min(area.lastRow + move.rowDelta, MAX_ROWS - 1));
+    area.lastColumn = static_cast<u8>(std::min(area.lastColumn + move.columnDelta, MAX_COLUMNS - 1));
+}
+
+// Hyperlinks that lie wholly or partly in the lost area go to the plan.
+void TakeLinks(Sheet& sheet, ShiftPlan& plan, const RefArea& lost) {
+    if (!plan.links.Capacity()) return;
+    u32 kept = 0;
+    for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
+        Hyperlink& link = sheet.hyperlinks[i];
+        if (AreasMeet(link.area, lost)) {
+            IgnoreFailure(plan.links.Append({i, std::move(link)}));
+            continue;
+        }
+        if (kept != i) sheet.hyperlinks[kept] = std::move(link);
+        ++kept;
+    }
+    sheet.hyperlinks.Truncate(kept);
+}
+
+void ShiftLists(Sheet& sheet, ShiftPlan& plan) {
+    const AreaMove& move = plan.move;
+    RemoveLists(sheet, plan, LostArea(move));
+    for (ArrayEntry& entry : sheet.arrayFormulas) MoveAreaWith(entry.area, move);
+    for (RefArea& merge : sheet.mergedAreas) MoveAreaWith(merge, move);
+    for (Hyperlink& link : sheet.hyperlinks) MoveAreaWith(link.area, move);
+}
+
+// A frozen pane keeps its rows: the split goes with what is put in or taken out above it.
+i32 MovedSplit(i32 split, i32 scrolled, i32 first, i32 delta) {
+    if (delta > 0) return first <= split ? split + delta : split;
+    const i32 removed = std::clamp(split - (first + delta), 0, -delta);
+    return std::max(split - removed, scrolled);
+}
+
+void ShiftSizes(Sheet& sheet, const AreaMove& move) {
+    SheetView& view = sheet.view;
+    const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
+    if (IsWholeRows(move.from) && move.rowDelta) {
+        const i32 first = move.from.firstRow + std::min(move.rowDelta, 0);
+        ShiftRowInfos(sheet.rows, first, move.rowDelta);
+        if (!frozen || !view.splitRow) return;
+        const i32 split = MovedSplit(view.splitRow, view.frozenFirstRow, move.from.firstRow, move.rowDelta);
+        const i32 top = view.firstRow + split - view.splitRow;
+        view.splitRow = static_cast<u16>(std::min(split, MAX_ROWS - 1));
+        view.firstRow = static_cast<u16>(std::clamp(top, i32{view.splitRow}, MAX_ROWS - 1));
+    } else if (IsWholeColumns(move.from) && move.columnDelta) {
+        const i32 first = move.from.firstColumn + std::min(move.columnDelta, 0);
+        ShiftColumnInfos(sheet.columns, first, move.columnDelta);
+        if (!frozen || !view.splitColumn) return;
+        const i32 split =
+            MovedSplit(view.splitColumn, view.frozenFirstColumn, move.from.firstColumn, move.columnDelta);
+        const i32 left = view.firstColumn + split - view.splitColumn;
+        view.splitColumn = static_cast<u8>(std::min(split, MAX_COLUMNS - 1));
+        view.firstColumn = static_cast<u8>(std::clamp(left, i32{view.splitColumn}, MAX_COLUMNS - 1));
+    }
+}
+
+void PutTokens(ShiftPlan& plan) {
+    const Sheet* sheet = nullptr;
+    MoveView view;
+    for (TokenChange& change : plan.changes) {
+        FormulaTokens& tokens = change.cell ? change.cell->tokens
+                                            : BookAt(change.book)->names[static_cast<u32>(change.name)].tokens;
+        if (change.tokens.bytes) {
+            std::swap(tokens, change.tokens);
+            FreeTokens(change.tokens);
+            continue;
+        }
+        if (change.cell->sheet != sheet) {
+            sheet = change.cell->sheet;
+            view = ViewOfMove(plan.move, sheet->book, sheet->index);
+        }
+        AdjustForMove(tokens, view);
+    }
+    plan.changes.Clear();
+}
+
+}  // namespace
+
+RefArea LostArea(const AreaMove& move) {
+    RefArea lost = TargetOf(move);
+    const RefArea& from = move.from;
+    if (move.rowDelta > 0) lost.firstRow = std::max(lost.firstRow, static_cast<u16>(from.lastRow + 1));
+    if (move.rowDelta < 0) lost.lastRow = std::min(lost.lastRow, static_cast<u16>(from.firstRow - 1));
+    if (move.columnDelta > 0)
+        lost.firstColumn = std::max(lost.firstColumn, static_cast<u8>(from.lastColumn + 1));
+    if (move.columnDelta < 0)
+        lost.lastColumn = std::min(lost.lastColumn, static_cast<u8>(from.firstColumn - 1));
+    return lost;
+}
+
+bool PrepareShift(ShiftPlan& plan, const AreaMove& move, UndoRecord* record, bool withLists) {
+    plan.move = move;
+    // Some failures are only seen in the count: a rule's formula that could not be rewritten stays.
+    const u64 failures = FailedAllocations();
+    Preparation p = {&plan, record, LostArea(move), {}};
+    const bool good =
+        (!withLists || PrepareLinks(plan, p.lost)) && Prepare(p, withLists) && FailedAllocations() == failures;
+    FreeTokens(p.last.before);
+    FreeTokens(p.last.after);
+    if (!good) DropShift(plan);
+    return good;
+}
+
+bool PrepareLinks(ShiftPlan& plan, const RefArea& lost) {
+    const Sheet* sheet = SheetAt(plan.move.book, plan.move.sheet);
+    u32 count = 0;
+    for (u32 i = 0; sheet && i < sheet->hyperlinks.Count(); ++i) {
+        count += AreasMeet(sheet->hyperlinks[i].area, lost);
+        if (!plan.linkAreas.Append(sheet->hyperlinks[i].area)) return false;
+    }
+    return !count || plan.links.Reserve(count);
+}
+
+void RemoveLists(Sheet& sheet, ShiftPlan& plan, const RefArea& lost) {
+    TakeLinks(sheet, plan, lost);
+    u32 kept = 0;
+    for (const ArrayEntry& entry : sheet.arrayFormulas)
+        if (!AreaHoldsArea(lost, entry.area)) sheet.arrayFormulas[kept++] = entry;
+    sheet.arrayFormulas.Truncate(kept);
+    kept = 0;
+    for (const RefArea& merge : sheet.mergedAreas)
+        if (!AreaHoldsArea(lost, merge)) sheet.mergedAreas[kept++] = merge;
+    sheet.mergedAreas.Truncate(kept);
+}
+
+bool CommitShift(ShiftPlan& plan) {
+    Sheet* sheet = SheetAt(plan.move.book, plan.move.sheet);
+    // The index would be asked to forget formulas one by one.
+    Calls().structureChanged();
+    if (!sheet || !ShiftCells(sheet->cells, plan.move)) return false;
+    ShiftLists(*sheet, plan);
+    ShiftSizes(*sheet, plan.move);
+    PutTokens(plan);
+    for (SavedRules& rules : plan.rules) SwapRules(rules);
+    BookAt(plan.move.book)->dirty = 1;
+    return true;
+}
+
+void MarkShifted(const ShiftPlan& plan) { MarkChanged(plan.stale.Span(), plan.staleNames.Span()); }
+
+void DropShift(ShiftPlan& plan) {
+    for (TokenChange& change : plan.changes) FreeTokens(change.tokens);
+    for (SavedRules& rules : plan.rules) FreeSavedRules(rules);
+    plan = ShiftPlan();
+}
+
+bool ShiftBlock(const RefArea& area, i32 rowDelta, i32 columnDelta) {
+    const Workbook* book = CurrentWorkbook();
+    if (!book) return false;
+    ShiftPlan plan;
+    const AreaMove move = {CurrentBook(), book->currentSheet, area, rowDelta, columnDelta};
+    const bool good = PrepareShift(plan, move, nullptr, true) && CommitShift(plan);
+    if (good) {
+        MarkShifted(plan);
+        IgnoreFailure(MarkVolatileCells());
+    }
+    DropShift(plan);
+    return good;
+}
+
+}  // namespace tally
