@@ -13,6 +13,7 @@ constexpr u16 LAST_ROW_95 = 0x3FFF;
 constexpr u16 FIRST_FUNCTION_AFTER_95 = 358;  // functions that came with the 97 form
 constexpr u8 NOT_AVAILABLE[] = {ptgErr, 42};
 constexpr u32 NAME_TAIL = 12, LINK_MIDDLE = 8;  // unused bytes of names and links
+constexpr u8 DISTANCE_TO_DELETED = 256 + ptgRefErr - ptgRefN;
 constexpr u8 TO_DELETED = ptgRefErr - ptgRef, TO_DELETED_3D = ptgRefErr3d - ptgRef3d;
 constexpr std::size_t TEXT_MOST = 255;
 
@@ -68,7 +69,8 @@ void PutReference(Narrower& n, const u8* token) {
     const bool single = folded == ptgRef || folded == ptgRefErr || folded == ptgRefN;
     const bool distance = folded == ptgRefN || folded == ptgAreaN;
     const bool fits = single ? PutRef(n, token + 1, distance) : PutArea(n, token + 1, distance);
-    if (!fits && !deleted) PutUnfit(n, place, TO_DELETED);
+    // A distance's tokens stand two behind those of what is deleted.
+    if (!fits && !deleted) PutUnfit(n, place, distance ? DISTANCE_TO_DELETED : TO_DELETED);
 }
 
 // The operands of a link in front of what it leads to. The sheets count only in the own book.
@@ -121,6 +123,14 @@ void PutReference3d(Narrower& n, const u8* token) {
     if (!fits && !deleted) PutUnfit(n, place, TO_DELETED_3D);
 }
 
+// A count and the text in the code page, as far as its first zero, where its reader would end it.
+void PutNarrowText(Narrower& n, WideView text) {
+    const ByteView bytes = NarrowText(n.save, text.substr(0, text.find(u'\0')), TEXT_MOST * 2);
+    n.bad = n.bad || bytes.size() > TEXT_MOST;
+    PutByte(n.to, static_cast<u32>(bytes.size()) & 0xFF);
+    PutBytes(n.to, bytes);
+}
+
 void PutText(Narrower& n, const u8* token) {
     const u32 count = token[1];
     WideText text;
@@ -135,10 +145,7 @@ void PutText(Narrower& n, const u8* token) {
         for (char16_t c : text.View()) PutWord(n.to, c);
         return;
     }
-    const ByteView bytes = NarrowText(n.save, text, TEXT_MOST * 2);
-    n.bad = n.bad || bytes.size() > TEXT_MOST;
-    PutByte(n.to, static_cast<u32>(bytes.size()) & 0xFF);
-    PutBytes(n.to, bytes);
+    PutNarrowText(n, text);
 }
 
 void PutAttr(Narrower& n, const u8* token, u32 at) {
@@ -184,12 +191,22 @@ void PutName(Narrower& n, const u8* token) {
     PutZeros(n.to, NAME_TAIL);
 }
 
+// The number of a name that a link leads to; one that its book does not have is bad.
+u16 LinkedName(Narrower& n, u32 externIndex, u16 name) {
+    if (n.save.pocket || n.bad) return NameNumber(n, name);
+    const Workbook& book = SavedBook(n.save);
+    const ExternBook& target = book.externBooks[static_cast<u32>(book.externSheets[externIndex].externBook)];
+    const u32 count = target.kind == EXTERN_SELF ? book.names.Count() : target.names.Count();
+    n.bad = !name || name > count;
+    return name;
+}
+
 void PutNameX(Narrower& n, const u8* token) {
-    const u16 name = ReadU16(token + 3);
+    const u32 externIndex = ReadU16(token + 1);
     PutByte(n.to, *token);
-    PutWord(n.to, ImageOfLink(n, ReadU16(token + 1)).index);
+    PutWord(n.to, ImageOfLink(n, externIndex).index);
     PutZeros(n.to, LINK_MIDDLE);
-    PutWord(n.to, n.save.pocket ? NameNumber(n, name) : name);
+    PutWord(n.to, LinkedName(n, externIndex, ReadU16(token + 3)));
     PutZeros(n.to, NAME_TAIL);
 }
 
@@ -221,6 +238,10 @@ void NarrowToken(Narrower& n, const u8* token, u32 at, u32 size) {
         case ptgMemFunc:
         case ptgMemAreaN:
         case ptgMemNoMemN: return PutMemory(n, token, at, size);
+        // No tokens of this form, and other ones in the older forms.
+        case 0x1A:
+        case 0x1B:
+        case 0x38:
         case ptgExtended: n.bad = true; return;
         case ptgExp:
         case ptgTbl:
@@ -264,10 +285,7 @@ std::size_t NarrowElement(Narrower& n, ByteView rest) {
         const u8* c = rest.data() + 4 + i * width;
         n.to.failed = !text.Append(static_cast<char16_t>(width == 2 ? ReadU16(c) : *c));
     }
-    const ByteView bytes = NarrowText(n.save, text, TEXT_MOST * 2);
-    n.bad = n.bad || bytes.size() > TEXT_MOST;
-    PutByte(n.to, static_cast<u32>(bytes.size()) & 0xFF);
-    PutBytes(n.to, bytes);
+    PutNarrowText(n, text);
     return 4 + count * width;
 }
 
