@@ -19,7 +19,7 @@ namespace tally::journeys {
 namespace {
 
 // A slow machine may take its time; nothing waits longer than it must.
-constexpr auto PATIENCE = std::chrono::seconds(30);
+constexpr auto PATIENCE = std::chrono::seconds(20);
 constexpr auto STEP = std::chrono::milliseconds(10);
 
 struct DeskState {

@@ -2,6 +2,7 @@
 
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
@@ -76,6 +77,13 @@ QString FilterText(const FileFilter& filter) {
     return ToQString(filter.name) + QStringLiteral(" (") + pattern + QStringLiteral(")");
 }
 
+// Alt and the letter of a label lead to what stands beside it; the toolkit's own dialog forgets one of them.
+void LeadTo(QFileDialog& dialog, const char* label, const char* control) {
+    auto* text = dialog.findChild<QLabel*>(QLatin1String(label));
+    auto* target = dialog.findChild<QWidget*>(QLatin1String(control));
+    if (text && target) text->setBuddy(target);
+}
+
 // One file dialog. `filter` is the row to start with and becomes the row that was chosen.
 bool AskPath(bool save, std::span<const FileFilter> filters, i32& filter, WideText& path) {
     QFileDialog dialog(DialogParent());
@@ -90,6 +98,8 @@ bool AskPath(bool save, std::span<const FileFilter> filters, i32& filter, WideTe
     for (const FileFilter& row : filters) rows.append(FilterText(row));
     if (!rows.isEmpty()) dialog.setNameFilters(rows);
     if (filter >= 0 && filter < rows.size()) dialog.selectNameFilter(rows[filter]);
+    LeadTo(dialog, "fileNameLabel", "fileNameEdit");
+    LeadTo(dialog, "fileTypeLabel", "fileTypeCombo");
     if (save && !path.IsEmpty()) dialog.selectFile(ToQString(path));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
     filter = static_cast<i32>(rows.indexOf(dialog.selectedNameFilter()));
