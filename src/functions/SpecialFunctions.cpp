@@ -22,13 +22,32 @@ double Polynomial(const double* coefficients, i32 count, double x) {
     return sum;
 }
 
-// ln gamma(x + 1) less the leading part of Stirling's formula.
-double StirlingRest(double x) {
+// What StirlingRest was for some small arguments: a column of distributions has few shapes.
+struct StirlingMemory {
+    static constexpr u32 PLACES = 64;
+    double arguments[PLACES] = {};
+    double rests[PLACES] = {};
+};
+StirlingMemory stirling;
+
+double StirlingSeries(double x) {
     double sum = 0;
     for (; x < 15; x += 1) sum += (x + 0.5) * std::log1p(1 / x) - 1;
     const double square = 1 / (x * x);
     constexpr double SERIES[] = {1.0 / 12, -1.0 / 360, 1.0 / 1260, -1.0 / 1680, 1.0 / 1188, -691.0 / 360360};
     return sum + Polynomial(SERIES, 6, square) / x;
+}
+
+// ln gamma(x + 1) less the leading part of Stirling's formula, for x above 0.
+double StirlingRest(double x) {
+    if (!(x < 15)) return StirlingSeries(x);
+    const u64 bits = std::bit_cast<u64>(x);
+    const u32 place = static_cast<u32>((bits ^ bits >> 32) * 0x9E3779B1u >> 20) % StirlingMemory::PLACES;
+    if (stirling.arguments[place] != x) {
+        stirling.arguments[place] = x;
+        stirling.rests[place] = StirlingSeries(x);
+    }
+    return stirling.rests[place];
 }
 
 // ln(1 + d) - d
@@ -38,7 +57,11 @@ double LogRest(double d) {
     const double r = d / (2 + d);
     const double square = r * r;
     double power = r * square, sum = 0;
-    for (i32 i = 3; i < 60 && std::fabs(power) > 1e-320; i += 2, power *= square) sum += power / i;
+    for (i32 i = 3; i < 60; i += 2, power *= square) {
+        const double longer = sum + power / i;
+        if (longer == sum) break;
+        sum = longer;
+    }
     return 2 * sum - r * d;
 }
 
@@ -106,20 +129,43 @@ double IncompleteGamma(double x, double a, bool upper) {
     return upper ? tail : 1 - tail;
 }
 
-// IncompleteBeta over BetaPower, by Lentz's form; settles fast for x below (a + 1) / (a + b + 2).
+// Numerators and denominators of two neighbouring convergents of a continued fraction.
+struct Convergents {
+    double top0, bottom0, top1, bottom1;
+
+    // Takes in one more term, which replaces the older convergent.
+    void Take(double term) {
+        const double top = top1 + term * top0, bottom = bottom1 + term * bottom0;
+        top0 = top1;
+        bottom0 = bottom1;
+        top1 = top;
+        bottom1 = bottom;
+    }
+    // Only their ratio counts: they are kept inside the range of a double.
+    void Rescale() {
+        constexpr double LARGE = 1.157920892373162e+77, SMALL = 8.636168555094445e-78;
+        const double size = std::fabs(bottom1);
+        const double scale = size > LARGE ? SMALL : size < SMALL ? LARGE : 1;
+        top0 *= scale;
+        bottom0 *= scale;
+        top1 *= scale;
+        bottom1 *= scale;
+    }
+};
+
+// IncompleteBeta over BetaPower; settles fast for x below (a + 1) / (a + b + 2).
 double BetaFraction(double x, double a, double b) {
-    double c = 1, d = 1 / NonZero(1 - (a + b) * x / (a + 1)), product = d;
+    Convergents fraction = {1, 1, 1, 1 - (a + b) * x / (a + 1)};
+    double before = fraction.top1 / fraction.bottom1;
     for (i32 m = 1; m < MAX_STEPS; ++m) {
         const double twice = a + 2.0 * m;
-        const double even = m * (b - m) * x / ((twice - 1) * twice);
-        d = 1 / NonZero(1 + even * d);
-        c = NonZero(1 + even / c);
-        product *= d * c;
-        const double odd = -(a + m) * (a + b + m) * x / (twice * (twice + 1));
-        d = 1 / NonZero(1 + odd * d);
-        c = NonZero(1 + odd / c);
-        product *= d * c;
-        if (std::fabs(d * c - 1) < 1e-15) return product / a;
+        fraction.Take(m * (b - m) * x / ((twice - 1) * twice));
+        fraction.Take(-(a + m) * (a + b + m) * x / (twice * (twice + 1)));
+        fraction.Rescale();
+        const double value = fraction.top1 / fraction.bottom1;
+        if (std::fabs(value - before) <= 1e-15 * std::fabs(value)) return value / a;
+        if (std::isnan(value)) break;
+        before = value;
     }
     return NOT_A_NUMBER;
 }
