@@ -24,8 +24,9 @@ struct Edit {
     i32 kind = 0;
     AreaMove move;
     RefArea lost;
-    bool rows = false;   // moves rows, else columns
-    bool whole = false;  // spans the sheet, so that the sizes go along
+    bool rows = false;    // moves rows, else columns
+    bool whole = false;   // spans the sheet, so that the sizes go along
+    bool clears = false;  // the columns stay and lose their formats
     bool inserts = false;
 };
 
@@ -34,13 +35,14 @@ bool Moves(const Edit& edit) { return edit.move.rowDelta || edit.move.columnDelt
 // What the record of an edit holds beside the view. The rules and hyperlinks come with the shift.
 bool SaveEdit(UndoRecord& record, const Edit& edit) {
     const Sheet& sheet = *SheetAt(record.book, record.sheet);
+    record.structural = true;
     record.area = edit.lost;
     record.mask = BLOCK_CELLS;
     record.moved = edit.move.from;
     record.rowDelta = edit.move.rowDelta;
     record.columnDelta = edit.move.columnDelta;
     record.hasRows = edit.whole && edit.rows;
-    record.hasColumns = edit.whole && !edit.rows;
+    record.hasColumns = (edit.whole && !edit.rows) || edit.clears;
     return CaptureBlock(record.block, record.book, record.sheet, edit.lost, BLOCK_CELLS) &&
            record.arrays.AppendMany(sheet.arrayFormulas.Data(), sheet.arrayFormulas.Count()) &&
            record.merges.AppendMany(sheet.mergedAreas.Data(), sheet.mergedAreas.Count()) &&
@@ -49,6 +51,7 @@ bool SaveEdit(UndoRecord& record, const Edit& edit) {
 }
 
 UndoRecord* RecordEdit(const Edit& edit) {
+    QuietMemoryScope quiet;
     if (!RecordUndo(edit.move.book, edit.move.sheet, edit.kind)) return nullptr;
     if (SaveEdit(*LastUndo(), edit)) return LastUndo();
     DropLastUndo();
@@ -65,6 +68,13 @@ void KeepShift(UndoRecord* record, ShiftPlan& plan) {
     plan.rules.Clear();
     record->links = std::move(plan.links);
     record->linkAreas = std::move(plan.linkAreas);
+}
+
+void ClearColumnFormats(Sheet& sheet, const RefArea& area) {
+    if (!IsWholeColumns(area)) return;
+    for (ColumnInfo& info : sheet.columns)
+        if (info.column >= area.firstColumn && info.column <= area.lastColumn)
+            info.format = DEFAULT_CELL_FORMAT;
 }
 
 // Removes what lies in an area when nothing behind it moves up.
@@ -95,6 +105,7 @@ bool RemoveOnly(const Edit& edit, UndoRecord* record) {
     RemoveLists(sheet, plan, edit.lost);
     if (edit.whole && edit.rows)
         ShiftRowInfos(sheet.rows, edit.lost.firstRow, edit.lost.firstRow - edit.lost.lastRow - 1);
+    if (edit.clears) ClearColumnFormats(sheet, edit.lost);
     if (edit.whole && !edit.rows)
         ShiftColumnInfos(sheet.columns, edit.lost.firstColumn,
                          edit.lost.firstColumn - edit.lost.lastColumn - 1);
@@ -189,7 +200,47 @@ bool RefuseFilterColumns(const Sheet& sheet, const RefArea& area) {
     return Refuse(MSG_FILTER_COLUMNS);
 }
 
+// Contents alone: the cells keep their formats.
+bool ClearContents(Sheet& sheet, const RefArea& area) {
+    constexpr u32 mask = BLOCK_CELLS | BLOCK_ARRAYS;
+    IgnoreFailure(RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, mask));
+    u32 kept = 0;
+    for (const ArrayEntry& entry : sheet.arrayFormulas)
+        if (!AreaHoldsArea(area, entry.area)) sheet.arrayFormulas[kept++] = entry;
+    sheet.arrayFormulas.Truncate(kept);
+    MarkDependentsOfArea(sheet.book, sheet.index, area);
+    WalkArea(sheet.cells, area, [&sheet](u16, CellRecord& cell) {
+        FreeCellContents(sheet.cells, cell);
+        return true;
+    });
+    return true;
+}
+
+// Formats alone.
+bool ClearFormats(Sheet& sheet, const RefArea& area) {
+    IgnoreFailure(RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS));
+    ClearColumnFormats(sheet, area);
+    WalkArea(sheet.cells, area, [](u16, CellRecord& cell) {
+        cell.format = DEFAULT_CELL_FORMAT;
+        return true;
+    });
+    return true;
+}
+
 }  // namespace
+
+bool ClearArea(const RefArea& area, ClearMode mode) {
+    Sheet* sheet = CurrentSheet();
+    if (!sheet || !(sheet->kind & SHEET_WITH_CELLS)) return false;
+    BookAt(sheet->book)->dirty = 1;
+    if (mode == CLEAR_CONTENTS) return ClearContents(*sheet, area);
+    if (mode == CLEAR_FORMATS) return ClearFormats(*sheet, area);
+    Edit edit = StartEdit(*sheet);
+    edit.kind = UNDO_CLEAR;
+    edit.lost = area;
+    edit.clears = true;
+    return RunEdit(edit);
+}
 
 bool RefuseCutArray(const Sheet& sheet, const RefArea& area) {
     return std::any_of(sheet.arrayFormulas.begin(), sheet.arrayFormulas.end(),

@@ -84,6 +84,7 @@ bool SaveColumns(UndoRecord& record) {
 // A record over an area, filled by `save`.
 template <typename Save>
 bool RecordArea(i32 kind, i32 book, i32 sheet, const RefArea& area, u32 mask, Save save) {
+    QuietMemoryScope quiet;
     if (!RecordUndo(book, sheet, kind)) return false;
     UndoRecord& record = records.Last();
     record.area = area;
@@ -128,6 +129,8 @@ void ConnectUndo() {
 bool RecordUndo(i32 book, i32 sheet, i32 kind) {
     const Sheet* recorded = SheetAt(book, sheet);
     if (!recorded) return false;
+    // Without undo the operation goes on, and nobody is told.
+    QuietMemoryScope quiet;
     if (records.Count() >= u32{UNDO_DEPTH}) FreeUndoRecord(0);
     UndoRecord* record = records.AppendDefault();
     if (!record) return false;
@@ -154,6 +157,7 @@ bool RecordColumns(i32 kind, i32 book, i32 sheet, const RefArea& area) {
 
 bool RecordName(i32 kind, i32 book, i32 name) {
     const Workbook* workbook = BookAt(book);
+    QuietMemoryScope quiet;
     if (!workbook || name < 0 || static_cast<u32>(name) >= workbook->names.Count() ||
         !RecordUndo(book, workbook->currentSheet, kind))
         return false;

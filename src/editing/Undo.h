@@ -126,6 +126,7 @@ struct UndoRecord {
     Array<SavedTokens> tokens;          // what no inverse step brings back
     Array<SavedLink> links;             // removed by a structural edit
     Array<RefArea> linkAreas;           // places of all links before it
+    bool structural = false;            // a structural edit, with the lists of the whole sheet
     i32 rowDelta = 0, columnDelta = 0;  // the shift of a structural edit; both 0 when nothing was shifted
     RefArea moved;                      // the area that was shifted, where it stood before
     Sheet* removed = nullptr;           // owned

@@ -205,9 +205,8 @@ struct InverseRow {
 };
 // Kinds that are not here put their area back, as far as they have recorded one, and the view.
 constexpr InverseRow inverseRows[] = {
-    {UNDO_DELETE_ROWS, RestoreShift},       {UNDO_DELETE_COLUMNS, RestoreShift},
-    {UNDO_DELETE_WORKSHEET, ReturnSheet},   {UNDO_DELETE_CHART, ReturnSheet},
-    {UNDO_INSERT_CELLS, RestoreShift},      {UNDO_INSERT_ROWS, RestoreShift},
+    {UNDO_DELETE_ROWS, RestoreShift},       {UNDO_DELETE_WORKSHEET, ReturnSheet},
+    {UNDO_DELETE_CHART, ReturnSheet},       {UNDO_INSERT_CELLS, RestoreShift},
     {UNDO_INSERT_COLUMNS, RestoreShift},    {UNDO_INSERT_WORKSHEET, DeleteAgain},
     {UNDO_INSERT_CHART, DeleteAgain},       {UNDO_ADD_NAME, RestoreName},
     {UNDO_CHANGE_NAME, RestoreName},        {UNDO_DELETE_NAME, RestoreName},
@@ -217,9 +216,10 @@ constexpr InverseRow inverseRows[] = {
     {UNDO_COPY_SHEET, DeleteAgain},
 };
 
-Inverse InverseOf(i32 kind) {
+Inverse InverseOf(const UndoRecord& record) {
+    if (record.structural) return RestoreShift;
     for (const InverseRow& row : inverseRows)
-        if (row.kind == kind) return row.inverse;
+        if (row.kind == record.kind) return row.inverse;
     return RestoreArea;
 }
 
@@ -263,7 +263,7 @@ bool ReserveMarks(const UndoRecord& record, Array<FormulaCell*>& stale, Array<Ch
 
 bool RunInverse(UndoRecord& record) {
     if (!BookAt(record.book)) return true;
-    if (!InverseOf(record.kind)(record)) return false;
+    if (!InverseOf(record)(record)) return false;
     Books().currentBook = record.book;
     Workbook& book = *BookAt(record.book);
     book.dirty = 1;

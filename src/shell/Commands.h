@@ -15,7 +15,13 @@ void SaveAsCommand(i32 command);
 void ExitCommand(i32 command);
 // Editing and sheets.
 void EditLineCommand(i32 command);
-void ClearContentsCommand(i32 command);
+void UndoCommand(i32 command);
+void ClearCommand(i32 command);
+void DeleteCommand(i32 command);
+void DeleteSheetCommand(i32 command);
+void MoveSheetCommand(i32 command);
+void InsertCellsCommand(i32 command);
+void InsertLinesCommand(i32 command);
 void EditCellCommand(i32 command);
 void AutoSumCommand(i32 command);
 void InsertSheetCommand(i32 command);
@@ -39,6 +45,9 @@ void BookBarCommand(i32 command);
 void BarCommand(i32 command);
 void FullScreenCommand(i32 command);
 void FreezeCommand(i32 command);
+
+// Records the view of the current sheet for undo, under a kind of editing/Undo.h.
+void RecordView(i32 kind);
 
 // ---- books -------------------------------------------------------------------------------------------
 enum CloseMode : i32 { CLOSE_ASK = 0, CLOSE_DISCARD = 1, CLOSE_SAVE = 2 };

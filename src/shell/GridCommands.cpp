@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "formula/Recalculation.h"
+#include "editing/Undo.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/Commands.h"
@@ -10,27 +10,13 @@
 
 namespace tally {
 
+void RecordView(i32 kind) { IgnoreFailure(RecordUndo(CurrentBook(), CurrentWorkbook()->currentSheet, kind)); }
+
 // Undo, cut, copy and paste of the entry line.
 void EditLineCommand(i32 command) {
     if (!IsEditing()) return;
     EndPoint();
     ShellPlatform().entryAction(static_cast<EntryEditAction>(command - 130));
-}
-
-void ClearContentsCommand(i32) {
-    Sheet* sheet = CurrentSheet();
-    if (!HasCells(sheet) || IsEditing()) return;
-    const RefArea area = sheet->view.selection;
-    if (RefuseProtected(area) || RefuseArrayPart(area)) return;
-    for (u32 i = sheet->arrayFormulas.Count(); i-- > 0;)
-        if (AreaHoldsArea(area, sheet->arrayFormulas[i].area)) sheet->arrayFormulas.RemoveAt(i);
-    WalkArea(sheet->cells, area, [sheet](u16, CellRecord& cell) {
-        FreeCellContents(sheet->cells, cell);
-        return true;
-    });
-    MarkDependentsOfArea(CurrentBook(), CurrentWorkbook()->currentSheet, area);
-    CurrentWorkbook()->dirty = 1;
-    ShowChangedCells();
 }
 
 void EditCellCommand(i32) { StartEditAtEnd(); }
@@ -69,6 +55,7 @@ void HideSheetCommand(i32) {
     i32 next = NextSheet(CurrentBook());
     if (next == sheet) next = PreviousSheet(CurrentBook());
     if (next == sheet) return;
+    IgnoreFailure(RecordUndo(CurrentBook(), sheet, UNDO_HIDE_SHEET));
     book->sheets[static_cast<u32>(sheet)]->hidden = 1;
     book->dirty = 1;
     SelectSheet(next);
@@ -77,6 +64,7 @@ void HideSheetCommand(i32) {
 void ViewFlagCommand(i32 command) {
     Sheet* sheet = CurrentSheet();
     if (!HasCells(sheet)) return;
+    RecordView(command == 403 ? UNDO_GRIDLINES : command == 404 ? UNDO_HEADERS : UNDO_SHOW_FORMULAS);
     const u16 flag = command == 403 ? VIEW_GRIDLINES : command == 404 ? VIEW_HEADERS : VIEW_FORMULAS;
     sheet->viewFlags = static_cast<u16>(sheet->viewFlags ^ flag);
     CurrentWorkbook()->dirty = 1;
@@ -97,10 +85,12 @@ void ZoomCommand(i32 command) {
         const PixelRect& grid = Shell().layout.grid;
         const i64 zoom = std::min(i64{sheet->zoomPercent} * (grid.right - grid.left) / width,
                                   i64{sheet->zoomPercent} * (grid.bottom - grid.top) / height);
+        RecordView(UNDO_ZOOM);
         sheet->zoomPercent = static_cast<i32>(std::clamp<i64>(zoom / 5 * 5, 10, 400));
         RefreshChrome();
         ScrollTo(area.firstRow, area.firstColumn);
     } else {
+        RecordView(UNDO_ZOOM);
         sheet->zoomPercent = zooms[command - 405];
     }
     CurrentWorkbook()->dirty = 1;
@@ -135,6 +125,7 @@ void FreezeCommand(i32) {
     if (!HasCells(sheet)) return;
     SheetView& view = sheet->view;
     if (IsFrozen(*sheet)) {
+        RecordView(UNDO_UNFREEZE);
         sheet->viewFlags &= static_cast<u16>(~VIEW_FROZEN);
         view.firstRow = view.frozenFirstRow;
         view.firstColumn = view.frozenFirstColumn;
@@ -150,6 +141,7 @@ void FreezeCommand(i32) {
             RefreshChrome();
             return;
         }
+        RecordView(UNDO_FREEZE);
         sheet->viewFlags |= VIEW_FROZEN;
         view.splitRow = static_cast<u16>(row > view.firstRow ? row : 0);
         view.splitColumn = static_cast<u8>(column > view.firstColumn ? column : 0);

@@ -2,6 +2,7 @@
 
 #include "base/Number.h"
 #include "base/Text.h"
+#include "editing/SheetOperations.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/FramePaint.h"
@@ -26,7 +27,9 @@ enum MenuRule : u32 {
     OTHER_SHEET = 256,  // another visible sheet exists
     NEEDS_SHEET = 512,  // a sheet with cells
     NEEDS_UNDO = 1024,
-    HIDDEN_SHEET = 2048,  // one that can be shown again
+    MAY_DELETE_SHEET = 4096,   // another worksheet and another visible sheet exist
+    NO_FILTERED_RANGE = 8192,  // no filter is on, or whole lines are selected
+    HIDDEN_SHEET = 2048,       // one that can be shown again
 };
 constexpr u32 FREE_GRID = NEEDS_GRID | NEEDS_UNLOCKED | NOT_EDITING;
 constexpr u32 FREE_CELLS = FREE_GRID | NEEDS_WORKSHEET;
@@ -54,7 +57,7 @@ constexpr MenuRow menuRows[] = {
     {MENU_FILE, 0, MENU_WINDOWS, u"窗口(&W)", NEEDS_BOOK},
     {MENU_FILE, 117, MENU_NONE, u"打印(&P)...\tCtrl+P", NEEDS_BOOK | NOT_EDITING},
     {MENU_FILE, 127, MENU_NONE, u"退出(&X)", 0},
-    {MENU_EDIT, 130, MENU_NONE, u"撤消(&U)\tCtrl+Z", ONLY_EDITING | NEEDS_UNDO},
+    {MENU_EDIT, 130, MENU_NONE, u"撤消(&U)", NEEDS_UNDO},
     {MENU_EDIT, 0, MENU_NONE, u"", 0},
     {MENU_EDIT, 131, MENU_NONE, u"剪切(&T)\tCtrl+X", NEEDS_GRID | ONLY_EDITING},
     {MENU_EDIT, 132, MENU_NONE, u"复制(&C)\tCtrl+C", NEEDS_GRID | ONLY_EDITING},
@@ -63,8 +66,8 @@ constexpr MenuRow menuRows[] = {
     {MENU_EDIT, 0, MENU_NONE, u"", 0},
     {MENU_EDIT, 0, MENU_FILL, u"填充(&I)", FREE_GRID},
     {MENU_EDIT, 0, MENU_CLEAR, u"清除(&A)", 0},
-    {MENU_EDIT, 144, MENU_NONE, u"删除(&D)...", FREE_GRID},
-    {MENU_EDIT, 145, MENU_NONE, u"删除工作表(&L)", NEEDS_BOOK | NOT_EDITING | OTHER_SHEET},
+    {MENU_EDIT, 144, MENU_NONE, u"删除(&D)...", FREE_GRID | NO_FILTERED_RANGE},
+    {MENU_EDIT, 145, MENU_NONE, u"删除工作表(&L)", NEEDS_BOOK | NOT_EDITING | MAY_DELETE_SHEET},
     {MENU_EDIT, 146, MENU_NONE, u"移动或复制工作表(&M)...", NEEDS_BOOK | NOT_EDITING},
     {MENU_EDIT, 147, MENU_NONE, u"查找(&F)...\tCtrl+F", NEEDS_SHEET},
     {MENU_EDIT, 148, MENU_NONE, u"替换(&E)...\tCtrl+H", NEEDS_SHEET | NEEDS_UNLOCKED | NOT_EDITING},
@@ -182,10 +185,11 @@ u32 RulesThatHold() {
     const Workbook* book = CurrentWorkbook();
     const Sheet* sheet = CurrentSheet();
     u32 rules = IsEditing() ? u32{ONLY_EDITING} : u32{NOT_EDITING};
-    if (IsEditing() && ShellPlatform().entryCanUndo()) rules |= NEEDS_UNDO;
+    if (IsEditing() ? ShellPlatform().entryCanUndo() : UndoCount() > 0) rules |= NEEDS_UNDO;
     if (!book) return rules;
     rules |= NEEDS_BOOK;
     if (OtherVisibleSheet()) rules |= OTHER_SHEET;
+    if (CanDeleteSheet(CurrentBook(), book->currentSheet)) rules |= MAY_DELETE_SHEET;
     if (HiddenSheet()) rules |= HIDDEN_SHEET;
     if (!HasCells(sheet)) return rules;
     rules |= NEEDS_SHEET;
@@ -195,6 +199,8 @@ u32 RulesThatHold() {
     const RefArea& area = sheet->view.selection;
     if (area.firstRow != 0 || area.lastRow != MAX_ROWS - 1) rules |= NOT_COLUMNS;
     if (area.firstColumn != 0 || area.lastColumn != MAX_COLUMNS - 1) rules |= NOT_ROWS;
+    if (!sheet->filterState || (rules & (NOT_ROWS | NOT_COLUMNS)) != (NOT_ROWS | NOT_COLUMNS))
+        rules |= NO_FILTERED_RANGE;
     return rules;
 }
 
@@ -264,6 +270,11 @@ bool WindowItems(Array<MenuItem>& items) {
     return true;
 }
 
+// What would be undone stands behind the command's word.
+bool AppendUndoLabel(WideText& text) {
+    return !UndoCount() || (text.Append(u' ') && text.Append(UndoLabel()) && text.Append(u"\tCtrl+Z"));
+}
+
 bool IsBuilt(i32 command) { return command == 0 || FindCommand(command); }
 
 }  // namespace
@@ -279,6 +290,7 @@ bool BuildMenu(MenuId menu, Array<MenuItem>& items) {
         if (!AddMenuItem(items, row.command, LabelOf(row, holding), enabled, IsChecked(row.command)))
             return false;
         items.Last().popup = row.popup;
+        if (row.command == 130 && !AppendUndoLabel(items.Last().text)) return false;
     }
     return true;
 }

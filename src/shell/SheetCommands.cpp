@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "editing/Undo.h"
 #include "formula/Coercion.h"
 #include "model/BookTable.h"
 #include "shell/Commands.h"
@@ -83,6 +84,7 @@ void RenameSheetCommand(i32) {
     sheet = CurrentSheet();
     const WideView name = form.fields[0].text;
     if (!sheet || NameFault(name)) return;
+    RecordView(UNDO_RENAME_SHEET);
     std::copy(name.begin(), name.end(), sheet->name);
     sheet->name[name.size()] = 0;
     SheetChanged();
@@ -104,6 +106,7 @@ void UnhideSheetCommand(i32) {
     if (choice < 0 || static_cast<u32>(choice) >= hidden.Count()) return;
     Sheet* sheet = SheetAt(CurrentBook(), hidden[static_cast<u32>(choice)]);
     if (!sheet) return;
+    IgnoreFailure(RecordUndo(CurrentBook(), sheet->index, UNDO_SHOW_SHEET));
     sheet->hidden = 0;
     CurrentWorkbook()->dirty = 1;
     SelectSheet(sheet->index);
@@ -119,6 +122,7 @@ void CustomZoomCommand(i32) {
         !AddEdit(form, u"显示比例(&Z) %:", number) || !ShowForm(form) || !ReadZoom(form, zoom))
         return;
     if (!HasCells(CurrentSheet())) return;
+    RecordView(UNDO_ZOOM);
     CurrentSheet()->zoomPercent = zoom;
     SheetChanged();
 }
@@ -138,6 +142,7 @@ void ProtectCommand(i32) {
         ShowMessage(Message(MSG_WRONG_PASSWORD));
         return;
     }
+    RecordView(UNDO_PROTECT);
     sheet->viewFlags = static_cast<u16>(sheet->viewFlags ^ VIEW_PROTECTED);
     sheet->passwordHash = isProtected ? u16{0} : hash;
     SheetChanged();

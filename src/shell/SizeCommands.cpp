@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "editing/Undo.h"
 #include "formula/Coercion.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -64,8 +65,17 @@ i32 PresentSize(const Sheet& sheet, i32 command) {
     }
 }
 
+// The sizes of an area's rows or columns as they are, for undo.
+void RecordSizes(bool columns, i32 kind, const RefArea& area) {
+    const i32 sheet = CurrentWorkbook()->currentSheet;
+    if (columns) IgnoreFailure(RecordColumns(kind, CurrentBook(), sheet, area));
+    else IgnoreFailure(RecordRows(kind, CurrentBook(), sheet, area));
+}
+
 bool StoreSize(Sheet& sheet, i32 command, i32 size) {
     const RefArea area = sheet.view.selection;
+    if (command == 399) RecordView(UNDO_STANDARD_WIDTH);
+    else RecordSizes(command == 395, command == 395 ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
     if (command == 391) return SetRowHeights(sheet, area, size);
     if (command == 395) return SetColumnWidths(sheet, area, size);
     sheet.defaultColumnWidth = static_cast<u16>(size);
@@ -98,6 +108,7 @@ void FitCommand(i32 command) {
     Sheet* sheet = FreeSheet();
     if (!sheet) return;
     const RefArea area = sheet->view.selection;
+    RecordSizes(command != 392, command != 392 ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
     if (command == 392) FitRows(*sheet, area, false);
     else FitColumns(*sheet, area);
     SizesChanged();
@@ -108,6 +119,8 @@ void HideLinesCommand(i32 command) {
     if (!sheet) return;
     const RefArea area = sheet->view.selection;
     const bool rows = command == 393 || command == 394, hide = command == 393 || command == 397;
+    if (rows) RecordSizes(false, hide ? UNDO_HIDE_ROWS : UNDO_SHOW_ROWS, area);
+    else RecordSizes(true, hide ? UNDO_HIDE_COLUMNS : UNDO_SHOW_COLUMNS, area);
     if (rows ? HideRows(*sheet, area, hide) : HideColumns(*sheet, area, hide)) SizesChanged();
 }
 
@@ -131,6 +144,7 @@ void SizeHeaderLines(bool columns, i32 line, i32 pixels) {
     const i32 size = columns ? MulDiv(pixels, 256, std::max(1, layout.digitWidth))
                              : MulDiv(pixels, 1440, std::max(1, layout.dpiY));
     const i32 stored = pixels > 0 ? std::max(1, size) : 0;
+    RecordSizes(columns, columns ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
     if (columns ? SetColumnWidths(*sheet, area, stored) : SetRowHeights(*sheet, area, stored)) SizesChanged();
 }
 
@@ -138,6 +152,7 @@ void FitHeaderLines(bool columns, i32 line) {
     Sheet* sheet = FreeSheet();
     if (!sheet) return;
     const RefArea area = HeaderLines(columns, line);
+    RecordSizes(columns, columns ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
     if (columns) FitColumns(*sheet, area);
     else FitRows(*sheet, area, false);
     SizesChanged();
