@@ -112,6 +112,8 @@ constexpr MessageRow messageRows[] = {
     {MSG_NO_ROOM_FOR_COLUMNS, u"No room to insert columns"},
     {MSG_NO_ROOM_FOR_CELLS, u"No room to insert cells"},
     {MSG_FILTER_COLUMNS, u"当“自动筛选”生效时，不能在清单中插入或删除数据列"},
+    {MSG_NO_ROOM_TO_PASTE, u"No room to paste data"},
+    {MSG_PASTE_SHAPE, u"剪贴板数据与选定区域的大小形状不同"},
     {MSG_SAVE_FORM_MISSING, u"不能以此格式保存"},
     {MSG_ARRAY_OVER_MERGE, u"在合并单元格中数组公式无效"},
     {MSG_TRUST_BOOK, u"%s 要打开其他程序、文件或网络地址。\n是否允许？"},

@@ -15,18 +15,6 @@ namespace {
 
 Array<UndoRecord> records;
 
-void FreeContents(UndoRecord& record) {
-    FreeBlock(record.block);
-    for (SavedRules& rules : record.rules) {
-        FreeRules(rules.validations);
-        FreeRules(rules.formats);
-    }
-    for (SavedTokens& saved : record.tokens) FreeTokens(saved.tokens);
-    for (SavedName& name : record.names) FreeTokens(name.tokens);
-    FreeSheet(record.removed);
-    record.removed = nullptr;
-}
-
 void SaveView(SavedView& saved, const Sheet& sheet) {
     std::memcpy(saved.name, sheet.name, sizeof saved.name);
     saved.zoomPercent = sheet.zoomPercent;
@@ -119,6 +107,18 @@ void DropTokensOfBook(UndoRecord& record, i32 book) {
 
 }  // namespace
 
+void FreeUndoContents(UndoRecord& record) {
+    FreeBlock(record.block);
+    for (SavedRules& rules : record.rules) {
+        FreeRules(rules.validations);
+        FreeRules(rules.formats);
+    }
+    for (SavedTokens& saved : record.tokens) FreeTokens(saved.tokens);
+    for (SavedName& name : record.names) FreeTokens(name.tokens);
+    FreeSheet(record.removed);
+    record.removed = nullptr;
+}
+
 void ConnectUndo() {
     while (!records.IsEmpty()) DropLastUndo();
     records.Clear();
@@ -196,7 +196,7 @@ void DropUndoOfBook(i32 book) {
 }
 
 void FreeUndoRecord(u32 index) {
-    FreeContents(records[index]);
+    FreeUndoContents(records[index]);
     records.RemoveAt(index);
     if (records.IsEmpty()) records.Clear();
 }

@@ -75,38 +75,6 @@ void IndexFormulas(Sheet& sheet, u32 count) {
     for (u32 i = all - count; i < all; ++i) EnterFormula(*sheet.cells.formulas[i]);
 }
 
-bool RestoreArea(UndoRecord& record) {
-    Sheet* sheet = FindSheetBySerial(record.serial);
-    if (!sheet) return true;
-    CellPatch patch;
-    Array<Hyperlink> linkRoom;
-    const u32 mask = record.mask;
-    const Array<ColumnInfo>& columns = record.hasColumns ? record.columns : record.block.columns;
-    const bool good =
-        MakeLinkRoom(*sheet, record.block.links, linkRoom) &&
-        sheet->rows.Reserve(std::size_t{sheet->rows.Count()} + record.rows.Count()) &&
-        sheet->columns.Reserve(std::size_t{sheet->columns.Count()} + columns.Count()) &&
-        (!(mask & BLOCK_CELLS) || PrepareCells(patch, *sheet, record.area, record.block.cells.Span(), 0));
-    if (!good) return false;
-    if (mask & BLOCK_CELLS) {
-        CommitCells(patch, *sheet);
-        IndexFormulas(*sheet, patch.formulas);
-    }
-    if (mask & BLOCK_ARRAYS) std::swap(sheet->arrayFormulas, record.arrays);
-    if (mask & BLOCK_MERGES) std::swap(sheet->mergedAreas, record.merges);
-    for (SavedRules& rules : record.rules) SwapRules(rules);
-    if (mask & BLOCK_HYPERLINKS) {
-        DropLinksIn(*sheet, record.area);
-        ReturnLinks(*sheet, record.block.links, linkRoom);
-    }
-    const RefArea& area = record.area;
-    if (record.hasColumns || (mask & BLOCK_COLUMNS))
-        ReplaceRange(sheet->columns, &ColumnInfo::column, area.firstColumn, area.lastColumn, columns);
-    if (record.hasRows) ReplaceRange(sheet->rows, &RowInfo::row, area.firstRow, area.lastRow, record.rows);
-    if (mask & BLOCK_CELLS) MarkDependentsOfArea(sheet->book, sheet->index, area);
-    return true;
-}
-
 // ---- a shift --------------------------------------------------------------------------------------
 
 bool PrepareShiftBack(UndoRecord& record, Sheet& sheet, ShiftPlan& plan, CellPatch& patch,
@@ -235,6 +203,38 @@ void RestoreView(const SavedView& saved, Sheet& sheet) {
 }
 
 }  // namespace
+
+bool RestoreArea(UndoRecord& record) {
+    Sheet* sheet = FindSheetBySerial(record.serial);
+    if (!sheet) return true;
+    CellPatch patch;
+    Array<Hyperlink> linkRoom;
+    const u32 mask = record.mask;
+    const Array<ColumnInfo>& columns = record.hasColumns ? record.columns : record.block.columns;
+    const bool good =
+        MakeLinkRoom(*sheet, record.block.links, linkRoom) &&
+        sheet->rows.Reserve(std::size_t{sheet->rows.Count()} + record.rows.Count()) &&
+        sheet->columns.Reserve(std::size_t{sheet->columns.Count()} + columns.Count()) &&
+        (!(mask & BLOCK_CELLS) || PrepareCells(patch, *sheet, record.area, record.block.cells.Span(), 0));
+    if (!good) return false;
+    if (mask & BLOCK_CELLS) {
+        CommitCells(patch, *sheet);
+        IndexFormulas(*sheet, patch.formulas);
+    }
+    if (mask & BLOCK_ARRAYS) std::swap(sheet->arrayFormulas, record.arrays);
+    if (mask & BLOCK_MERGES) std::swap(sheet->mergedAreas, record.merges);
+    for (SavedRules& rules : record.rules) SwapRules(rules);
+    if (mask & BLOCK_HYPERLINKS) {
+        DropLinksIn(*sheet, record.area);
+        ReturnLinks(*sheet, record.block.links, linkRoom);
+    }
+    const RefArea& area = record.area;
+    if (record.hasColumns || (mask & BLOCK_COLUMNS))
+        ReplaceRange(sheet->columns, &ColumnInfo::column, area.firstColumn, area.lastColumn, columns);
+    if (record.hasRows) ReplaceRange(sheet->rows, &RowInfo::row, area.firstRow, area.lastRow, record.rows);
+    if (mask & BLOCK_CELLS) MarkDependentsOfArea(sheet->book, sheet->index, area);
+    return true;
+}
 
 void PutSavedTokens(UndoRecord& record, Array<FormulaCell*>& stale, Array<ChangedName>& names) {
     Sheet* sheet = nullptr;

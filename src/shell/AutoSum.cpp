@@ -7,6 +7,7 @@
 #include "formula/FormulaText.h"
 #include "formula/FormulaTypes.h"
 #include "formula/Recalculation.h"
+#include "formula/SheetCalculation.h"
 #include "formula/TokenWalk.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -14,7 +15,6 @@
 #include "shell/Commands.h"
 #include "shell/EntryEditor.h"
 #include "shell/Selection.h"
-#include "shell/SheetCalculation.h"
 
 namespace tally {
 namespace {

@@ -6,6 +6,7 @@
 #include "base/MessageTable.h"
 #include "display/Calendar.h"
 #include "display/LocaleSettings.h"
+#include "editing/Guards.h"
 #include "editing/StoreEntry.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
@@ -117,29 +118,12 @@ void ShowBadFormula() {
 
 bool RefuseProtected(const RefArea& area) {
     const Sheet* sheet = CurrentSheet();
-    if (!sheet || !(sheet->viewFlags & VIEW_PROTECTED)) return false;
-    const Workbook& book = *CurrentWorkbook();
-    // Beyond what is used every cell of a column has the column's format, so one row of them is enough.
-    const i32 lastRow = std::min<i32>(area.lastRow, LastUsedRow(*sheet) + 1);
-    for (i32 row = area.firstRow; row <= std::max<i32>(lastRow, area.firstRow); ++row) {
-        for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
-            if (!(ResolveCellFormat(book, GetCellFormat(*sheet, row, column)).flags & FORMAT_LOCKED)) continue;
-            ShowMessage(Message(MSG_PROTECTED_CELL));
-            return true;
-        }
-    }
-    return false;
+    return sheet && RefuseLockedCell(*sheet, area);
 }
 
 bool RefuseArrayPart(const RefArea& area) {
     const Sheet* sheet = CurrentSheet();
-    if (!sheet) return false;
-    for (const ArrayEntry& entry : sheet->arrayFormulas) {
-        if (!AreasMeet(entry.area, area) || AreaHoldsArea(area, entry.area)) continue;
-        ShowMessage(Message(MSG_PART_OF_ARRAY));
-        return true;
-    }
-    return false;
+    return sheet && RefuseCutArray(*sheet, area);
 }
 
 bool RefuseActiveArray() {

@@ -6,6 +6,7 @@
 #include "display/NumberFormatter.h"
 #include "editing/ConditionalFormats.h"
 #include "formula/FormulaText.h"
+#include "formula/SheetCalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -13,7 +14,6 @@
 #include "shell/CellLook.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
-#include "shell/SheetCalculation.h"
 
 namespace tally {
 namespace {

@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "display/LocaleSettings.h"
+#include "editing/Clipboard.h"
 #include "editing/Undo.h"
 #include "fileio/OpenFile.h"
 #include "formula/AreaSums.h"
@@ -179,6 +180,7 @@ void StartShell(WideView commandLine) {
     RecalculationView().rowHeightWanted = WantRowHeight;
     ConnectLinkOpener();
     ConnectUndo();
+    ConnectClipboard();
     LoadSettings();
     const WideView path = CommandPath(commandLine);
     const bool opened = !path.empty() && Platform().fileExists(path) && OpenBookFile(path, true);

@@ -5,13 +5,13 @@
 #include "base/Number.h"
 #include "display/DisplayText.h"
 #include "formula/FormulaText.h"
+#include "formula/SheetCalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/CellLook.h"
 #include "shell/GridPaint.h"
 #include "shell/Layout.h"
-#include "shell/SheetCalculation.h"
 
 namespace tally {
 namespace {

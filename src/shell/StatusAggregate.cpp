@@ -2,10 +2,10 @@
 
 #include "base/Number.h"
 #include "formula/Coercion.h"
+#include "formula/SheetCalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/FramePaint.h"
-#include "shell/SheetCalculation.h"
 
 namespace tally {
 namespace {

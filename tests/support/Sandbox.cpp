@@ -3,6 +3,7 @@
 #include "base/Text.h"
 #include "display/DisplayText.h"
 #include "display/LocaleSettings.h"
+#include "editing/Clipboard.h"
 #include "editing/EntryRecognition.h"
 #include "editing/Undo.h"
 #include "formula/AreaSums.h"
@@ -72,16 +73,22 @@ void Sandbox::SetUp() {
     Headless().clock = {2026, 6, 15, 12, 0, 0, 0};
     ASSERT_TRUE(ReadLocaleSettings());
     ConnectUndo();
+    ConnectClipboard();
     ASSERT_TRUE(CreateWorkbook(nullptr, false));
 }
 
-void Sandbox::TearDown() {
+void Sandbox::ForgetBooks() {
     ResetBooks();
     ConnectUndo();
+    ConnectClipboard();
     DropDependents();
     ResetAreaSums();
     ResetLookups();
     Random() = RandomState();
+}
+
+void Sandbox::TearDown() {
+    ForgetBooks();
     SetLinkOpener(nullptr);
     UseHeadlessPlatform();
     EXPECT_TRUE(ReadLocaleSettings());

@@ -29,6 +29,8 @@ class Sandbox : public testing::Test {
     static std::string Printed(std::string_view formula);
     static void DefineName(std::string_view name, std::string_view formula, u16 sheet = 0);
     static void Region(const char* tag);
+    // No book is open afterwards, and nothing is kept of those that were.
+    static void ForgetBooks();
 };
 
 void ReadCellName(std::string_view name, i32& row, i32& column);

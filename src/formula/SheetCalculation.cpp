@@ -1,4 +1,4 @@
-#include "shell/SheetCalculation.h"
+#include "formula/SheetCalculation.h"
 
 #include "formula/Recalculation.h"
 

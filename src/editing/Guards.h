@@ -1,0 +1,15 @@
+#pragma once
+// The refusals that stand in front of every edit, each with its box. True: refused. In this order where an
+// edit does not say otherwise; those of arrays and merges are in InsertDelete.h.
+
+#include "editing/InsertDelete.h"
+
+namespace tally {
+
+// Whether a protected sheet has a locked cell in an area.
+bool RefuseLockedCell(const Sheet& sheet, const RefArea& area);
+
+// All three.
+bool RefuseEdit(const Sheet& sheet, const RefArea& area);
+
+}  // namespace tally

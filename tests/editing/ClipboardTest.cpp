@@ -1,0 +1,261 @@
+#include "editing/Clipboard.h"
+
+#include "base/MessageTable.h"
+#include "editing/Undo.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+#include "shell/headless/HeadlessPlatform.h"
+#include "support/FailingAllocator.h"
+#include "support/RandomBook.h"
+
+namespace tally {
+namespace {
+
+class ClipboardCells : public Sandbox {
+  protected:
+    static RefArea Area(std::string_view first, std::string_view last) {
+        i32 row1 = 0, column1 = 0, row2 = 0, column2 = 0;
+        ReadCellName(first, row1, column1);
+        ReadCellName(last, row2, column2);
+        return {static_cast<u16>(row1), static_cast<u16>(row2), static_cast<u8>(column1),
+                static_cast<u8>(column2)};
+    }
+    static bool Copy(std::string_view first, std::string_view last) {
+        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+    }
+    static bool Cut(std::string_view first, std::string_view last) {
+        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+    }
+    static std::string Text() {
+        WideText text;
+        EXPECT_TRUE(ClipboardBlockText(text));
+        return Narrow(text);
+    }
+    static void HideRow(i32 row) {
+        EXPECT_TRUE(SetRowInfo(CurrentSheet()->rows, {static_cast<u16>(row), ROW_HIDDEN, 255}));
+        CurrentSheet()->filterState = FILTER_ADVANCED;
+    }
+    static std::string LastBox() {
+        return Headless().boxes.IsEmpty() ? "" : Narrow(Headless().boxes.Last().text);
+    }
+};
+
+TEST_F(ClipboardCells, TheTextHasTabsBetweenCellsAndLineEndsBetweenRows) {
+    Enter("A1", "1");
+    Enter("B1", "=A1*2");
+    Enter("A2", "text");
+    Enter("C2", "TRUE");
+    ASSERT_TRUE(Copy("A1", "C2"));
+    EXPECT_EQ(Text(), "1\t2\r\ntext\t\tTRUE");
+}
+
+TEST_F(ClipboardCells, TheTextEndsWithTheLastCellThatShowsSomething) {
+    Enter("B2", "x");
+    Enter("B4", "y");
+    EXPECT_TRUE(InsertCell(*CurrentSheet(), 5, 3, 16, Value(), FormulaTokens()));
+    ASSERT_TRUE(Copy("A1", "E9"));
+    EXPECT_EQ(Text(), "\r\n\tx\r\n\r\n\ty");
+    ASSERT_TRUE(Copy("D1", "E3"));
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(ClipboardCells, TheTextShowsFormulasWhereTheSheetDoes) {
+    Enter("A1", "3");
+    Enter("B1", "=A1+1");
+    CurrentSheet()->viewFlags |= VIEW_FORMULAS;
+    ASSERT_TRUE(Copy("A1", "B1"));
+    EXPECT_EQ(Text(), "3\t=A1+1");
+}
+
+TEST_F(ClipboardCells, TheTextFollowsTheNumberFormat) {
+    Workbook& book = *CurrentWorkbook();
+    CellFormat format = book.cellFormats[15];
+    format.numberFormat = 10;
+    u16 percent = 0;
+    ASSERT_TRUE(FindOrAddCellFormat(book, format, percent));
+    EXPECT_TRUE(InsertCell(*CurrentSheet(), 0, 0, percent, NumberValue(0.5), FormulaTokens()));
+    ASSERT_TRUE(Copy("A1", "A1"));
+    EXPECT_EQ(Text(), "50.00%");
+}
+
+TEST_F(ClipboardCells, StaleFormulasAreCopiedWithTheirNewValues) {
+    Enter("A1", "1");
+    Enter("A2", "=A1*10");
+    Enter("A1", "7");
+    ASSERT_TRUE(Copy("A2", "A2"));
+    EXPECT_EQ(Clipboard().block.cells[0].value.number, 70);
+}
+
+TEST_F(ClipboardCells, HiddenRowsOfAFilterAreLeftOut) {
+    for (i32 row = 1; row <= 5; ++row) Enter("B" + std::to_string(row), std::to_string(row));
+    HideRow(1);
+    HideRow(3);
+    ASSERT_TRUE(Copy("B1", "B5"));
+    EXPECT_EQ(Text(), "1\r\n3\r\n5");
+    const ClipboardBlock& held = Clipboard();
+    EXPECT_TRUE(held.block.visibleOnly);
+    EXPECT_EQ(held.block.area, Area("B1", "B3"));
+    ASSERT_EQ(held.rowPlaces.Count(), 3u);
+    EXPECT_EQ(held.rowPlaces[2], 4);
+    EXPECT_EQ(held.block.cells[2].row, 2);
+}
+
+TEST_F(ClipboardCells, RowsHiddenByHandAreCopied) {
+    for (i32 row = 1; row <= 3; ++row) Enter("B" + std::to_string(row), std::to_string(row));
+    HideRow(1);
+    CurrentSheet()->filterState = 0;
+    ASSERT_TRUE(Copy("B1", "B3"));
+    EXPECT_EQ(Text(), "1\r\n2\r\n3");
+    EXPECT_FALSE(Clipboard().block.visibleOnly);
+}
+
+TEST_F(ClipboardCells, AMergedAreaThatIsPartlyHiddenRefusesTheCopy) {
+    Enter("A1", "1");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    EXPECT_TRUE(CurrentSheet()->mergedAreas.Append(Area("A2", "B4")));
+    HideRow(2);
+    EXPECT_FALSE(Copy("A1", "C6"));
+    EXPECT_EQ(LastBox(), Narrow(Message(MSG_PART_OF_MERGE)));
+    EXPECT_EQ(Text(), "1");
+    // One that is hidden whole does not.
+    HideRow(1);
+    HideRow(3);
+    EXPECT_TRUE(Copy("A1", "C6"));
+    EXPECT_EQ(Clipboard().block.merges.Count(), 0u);
+}
+
+TEST_F(ClipboardCells, ListsOfAFilteredBlockMoveTogether) {
+    Sheet& sheet = *CurrentSheet();
+    Hyperlink* link = sheet.hyperlinks.AppendDefault();
+    link->area = Area("A2", "A5");
+    EXPECT_TRUE(sheet.mergedAreas.Append(Area("B5", "C5")));
+    HideRow(1);
+    HideRow(3);
+    ASSERT_TRUE(Copy("A1", "C6"));
+    EXPECT_EQ(Clipboard().block.links[0].link.area, Area("A2", "A3"));
+    EXPECT_EQ(Clipboard().block.merges[0], Area("B3", "C3"));
+}
+
+TEST_F(ClipboardCells, CutTakesTheCellsAwayAtOnceAndUndoKeepsTheBlock) {
+    Enter("A1", "1");
+    Enter("B1", "=A1+1");
+    const std::string before = DumpBooks();
+    ASSERT_TRUE(Cut("A1", "A1"));
+    EXPECT_EQ(CellAtName("A1"), nullptr);
+    EXPECT_EQ(Shown("B1"), "1");
+    EXPECT_TRUE(Clipboard().fromCut);
+    EXPECT_EQ(UndoLabel(), u"剪切");
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(DumpBooks(), before);
+    EXPECT_TRUE(Clipboard().blockExists);
+    EXPECT_EQ(Text(), "1");
+}
+
+TEST_F(ClipboardCells, CutRefusesInTheOrderOfTheGuards) {
+    Sheet& sheet = *CurrentSheet();
+    Enter("A1", "1");
+    EXPECT_TRUE(sheet.arrayFormulas.Append({Area("A1", "A3"), 0, 0}));
+    EXPECT_TRUE(sheet.mergedAreas.Append(Area("B1", "B3")));
+    EXPECT_FALSE(Cut("B1", "B2"));
+    EXPECT_EQ(LastBox(), Narrow(Message(MSG_PART_OF_MERGE)));
+    EXPECT_FALSE(Cut("A1", "B2"));
+    EXPECT_EQ(LastBox(), Narrow(Message(MSG_PART_OF_ARRAY)));
+    sheet.viewFlags |= VIEW_PROTECTED;
+    EXPECT_FALSE(Cut("A1", "B2"));
+    EXPECT_EQ(LastBox(), Narrow(Message(MSG_PROTECTED_CELL)));
+    EXPECT_EQ(UndoCount(), 0u);
+    EXPECT_FALSE(Clipboard().blockExists);
+    EXPECT_EQ(Shown("A1"), "1");
+}
+
+TEST_F(ClipboardCells, OnAProtectedSheetACutCellStaysUnlocked) {
+    Sheet& sheet = *CurrentSheet();
+    Workbook& book = *CurrentWorkbook();
+    CellFormat format = book.cellFormats[15];
+    format.flags = 0;
+    u16 unlocked = 0;
+    ASSERT_TRUE(FindOrAddCellFormat(book, format, unlocked));
+    EXPECT_TRUE(InsertCell(sheet, 0, 0, unlocked, NumberValue(5), FormulaTokens()));
+    sheet.viewFlags |= VIEW_PROTECTED;
+    ASSERT_TRUE(Cut("A1", "A1"));
+    ASSERT_NE(CellAtName("A1"), nullptr);
+    EXPECT_EQ(CellAtName("A1")->format, unlocked);
+    EXPECT_EQ(CellAtName("A1")->calcState, CALC_BLANK);
+}
+
+TEST_F(ClipboardCells, CuttingWholeColumnsTakesTheirWidthsAndUndoBringsThemBack) {
+    ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, {1, 0, 5000, 15}));
+    ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, {2, 0, 6000, 15}));
+    const std::string before = DumpBooks();
+    ASSERT_TRUE(CutCells(0, 0, {0, 65535, 1, 1}));
+    ASSERT_EQ(CurrentSheet()->columns.Count(), 1u);
+    EXPECT_EQ(CurrentSheet()->columns[0].column, 2);
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(DumpBooks(), before);
+}
+
+TEST_F(ClipboardCells, TheBlockGoesWithItsBook) {
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    Enter("A1", "5");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    RemoveBook(0);
+    ASSERT_TRUE(Clipboard().blockExists);
+    EXPECT_EQ(Clipboard().block.book, 0);
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    RemoveBook(0);
+    EXPECT_FALSE(Clipboard().blockExists);
+}
+
+TEST_F(ClipboardCells, UndoOfACutGivesRandomBooksBack) {
+    for (u32 seed = 1; seed <= 60; ++seed) {
+        ResetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        std::mt19937 random(seed);
+        FillBookAtRandom(random);
+        const std::string before = DumpBooks();
+        const u16 row = static_cast<u16>(random() % 15);
+        const u8 column = static_cast<u8>(random() % 10);
+        RefArea area = {row, static_cast<u16>(row + random() % 12), column,
+                        static_cast<u8>(column + random() % 6)};
+        if (seed % 7 == 0) area = {0, 65535, column, static_cast<u8>(column + 2)};
+        if (!CutCells(0, 0, area)) continue;
+        WalkArea(CurrentSheet()->cells, area, [](u16, const CellRecord&) {
+            ADD_FAILURE();
+            return false;
+        });
+        ASSERT_TRUE(UndoLast());
+        ASSERT_EQ(DumpBooks(), before) << seed;
+    }
+}
+
+TEST_F(ClipboardCells, ACutThatFindsNoMemoryChangesNothing) {
+    std::mt19937 random(5);
+    FillBookAtRandom(random);
+    const std::string before = DumpBooks();
+    ForgetBooks();
+    u32 refused = 0;
+    bool failed = true;
+    for (u64 n = 1; failed && n < 5000; ++n) {
+        test::FailingAllocator allocator;
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        random.seed(5);
+        FillBookAtRandom(random);
+        ASSERT_EQ(DumpBooks(), before);
+        allocator.FailAt(n);
+        const bool cut = CutCells(0, 0, {0, 40, 0, 20});
+        failed = allocator.HasFailed();
+        allocator.StopFailing();
+        refused += !cut;
+        const bool undone = cut && UndoCount();
+        if (undone) ASSERT_TRUE(UndoLast());
+        if (!cut || undone) ASSERT_EQ(DumpBooks(), before) << n;
+        ForgetBooks();
+        ASSERT_EQ(allocator.LiveBlocks(), 0u) << n;
+    }
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    EXPECT_FALSE(failed);
+    EXPECT_GT(refused, 10u);
+}
+
+}  // namespace
+}  // namespace tally
