@@ -128,6 +128,7 @@ constexpr MessageRow messageRows[] = {
     {MSG_WRONG_PASSWORD, u"输入的密码不正确"},
     {MSG_ENTRY_INVALID, u"输入值非法"},
     {MSG_ENTRY_INVALID_CONTINUE, u"输入值非法\n是否继续?"},
+    {MSG_NO_NUMBER, u"请输入数字"},
 };
 
 constexpr bool RowsAscend() {

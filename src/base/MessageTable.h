@@ -57,6 +57,7 @@ enum MessageId : u16 {
     MSG_WRONG_PASSWORD = 411,
     MSG_ENTRY_INVALID = 412,
     MSG_ENTRY_INVALID_CONTINUE = 413,
+    MSG_NO_NUMBER = 440,
 };
 
 // The text of a row; empty for a number that is not used.

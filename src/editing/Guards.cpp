@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Platform.h"
+#include "model/AreaList.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -23,6 +24,12 @@ bool RefuseLockedCell(const Sheet& sheet, const RefArea& area) {
         }
     }
     return false;
+}
+
+bool RefuseMetMerge(const Sheet& sheet, const RefArea& area) {
+    if (!AnyAreaMeets(sheet.mergedAreas, area)) return false;
+    ShowMessage(Message(MSG_PART_OF_MERGE));
+    return true;
 }
 
 bool RefuseEdit(const Sheet& sheet, const RefArea& area) {

@@ -8,8 +8,10 @@ namespace tally {
 
 // Whether a protected sheet has a locked cell in an area.
 bool RefuseLockedCell(const Sheet& sheet, const RefArea& area);
+// Whether a merged area has a cell in an area.
+bool RefuseMetMerge(const Sheet& sheet, const RefArea& area);
 
-// All three.
+// A locked cell, a cut array, a cut merge.
 bool RefuseEdit(const Sheet& sheet, const RefArea& area);
 
 }  // namespace tally

@@ -76,7 +76,7 @@ bool FormulaTokensOf(LoadState& load, ByteView body, FormulaTokens& out) {
 
 }  // namespace
 
-bool RebaseTokens(FormulaTokens& tokens, u16 row, u8 column) {
+bool PlaceOffsets(FormulaTokens& tokens, u16 row, u8 column) {
     bool unshared = false;
     for (u32 p = 0; p < tokens.length; p = NextToken(tokens.bytes, tokens.length, p) + 1) {
         const u8 folded = FoldToken(tokens.bytes[p]);
@@ -141,7 +141,7 @@ bool ReadFormulaRecord(LoadState& load, ByteView body) {
     if (!FormulaTokensOf(load, body, tokens)) return false;
     TokenTraits traits;
     if (HasFormula(tokens)) traits = ReadTokenTraits(tokens);
-    if (traits.offsets && column < MAX_COLUMNS && !RebaseTokens(tokens, row, static_cast<u8>(column))) {
+    if (traits.offsets && column < MAX_COLUMNS && !PlaceOffsets(tokens, row, static_cast<u8>(column))) {
         FreeTokens(tokens);
         return false;
     }

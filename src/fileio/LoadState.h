@@ -77,7 +77,7 @@ void FreeShared(Array<SharedFormula>& list);
 // The 8 bytes of a formula's result; false for the kinds that a STRING record follows.
 Value CachedValue(ByteView result);
 // Turns relative tokens into the positions that they mean for the formula's own cell.
-[[nodiscard]] bool RebaseTokens(FormulaTokens& tokens, u16 row, u8 column);
+[[nodiscard]] bool PlaceOffsets(FormulaTokens& tokens, u16 row, u8 column);
 // The steps behind a formula's insertion: always-calculate flag and state from the file's flags.
 void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags);
 // The next sheet of a file: the first one is that of the new book. Longer names are cut.

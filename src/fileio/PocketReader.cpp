@@ -83,7 +83,7 @@ bool ReadFormula(PocketReader& r, ByteView body) {
     FormulaTokens tokens;
     // Tokens that the end of the file cuts off are no formula: the value stays.
     if (InSheet(r) && length && bytes.size() == length &&
-        (!WidenPocketTokens(r.load, bytes, false, tokens) || !RebaseTokens(tokens, row, column))) {
+        (!WidenPocketTokens(r.load, bytes, false, tokens) || !PlaceOffsets(tokens, row, column))) {
         FreeTokens(tokens);
         return false;
     }

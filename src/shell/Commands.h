@@ -24,6 +24,8 @@ void InsertCellsCommand(i32 command);
 void InsertLinesCommand(i32 command);
 void EditCellCommand(i32 command);
 void AutoSumCommand(i32 command);
+void FillCommand(i32 command);
+void SeriesCommand(i32 command);
 void InsertSheetCommand(i32 command);
 void ClockCommand(i32 command);
 void EntryBarCommand(i32 command);
