@@ -1,6 +1,7 @@
 #include "editing/StoreEntry.h"
 
 #include "editing/Undo.h"
+#include "editing/Validation.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaTypes.h"
@@ -152,6 +153,13 @@ bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
     content.quoted = content.kind == ENTRY_TEXT && !text.empty() && text[0] == u'\'';
     const bool recorded = target.undoKind >= 0 &&
                           RecordBlock(target.undoKind, target.book, target.sheet, target.area, BLOCK_BY_ENTRY);
+    const bool ruled = target.checkRules && !sheet->validations.IsEmpty();
+    if (ruled && !recorded) {
+        // What could not be taken back is not stored.
+        FreeTokens(content.tokens);
+        return false;
+    }
+    const u32 wasDirty = BookAt(target.book)->dirty;
     RemoveArraysInside(*sheet, target.area);
     bool good = true;
     if (target.isArray && content.kind == ENTRY_FORMULA)
@@ -161,8 +169,9 @@ bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
             good = StoreOne(target, content, row, column);
     FreeTokens(content.tokens);
     BookAt(target.book)->dirty = 1;
-    // A fill that stops half way is taken back.
-    if (!good && recorded) IgnoreFailure(UndoLast());
+    good = good && (!ruled || CheckEntryRules(target.book, target.sheet, target.area, outcome));
+    // A fill that stops half way is taken back, and so is what a rule refuses.
+    if (!good && recorded && UndoLast()) BookAt(target.book)->dirty = wasDirty;
     return good;
 }
 

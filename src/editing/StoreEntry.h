@@ -14,7 +14,8 @@ struct EntryTarget {
     i32 refRow = 0, refColumn = 0;  // the cell that relative references of the text are meant from
     bool isArray = false;
     bool isFill = false;
-    i32 undoKind = 0;  // UndoKind of the record; -1: the caller has made one
+    bool checkRules = false;  // what a rule refuses, asking the user, is taken back
+    i32 undoKind = 0;         // UndoKind of the record; -1: the caller has made one
 };
 
 // Stores one text over an area. False, with the reason in `outcome`, when nothing was stored; out of

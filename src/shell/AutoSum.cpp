@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "display/LocaleSettings.h"
+#include "editing/Undo.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaText.h"
 #include "formula/FormulaTypes.h"
@@ -22,11 +23,12 @@ namespace {
 constexpr u16 FUNCTION_SUM = 4;
 constexpr u16 FUNCTION_SUBTOTAL = 344;
 
-// SUM, or SUBTOTAL(9, ...) while a filter hides rows.
+// SUM, or SUBTOTAL(9, ...) while a filter may hide rows: an advanced one, or one with a criterion.
 bool SumsShownRows(const Sheet& sheet) {
-    if (!sheet.filterState) return false;
-    for (const RowInfo& row : sheet.rows)
-        if (row.flags & ROW_HIDDEN) return true;
+    if (sheet.filterState & FILTER_ADVANCED) return true;
+    for (const FilterColumn& column : sheet.filterColumns)
+        if (column.top10 || column.conditions[0].kind || column.conditions[1].kind)
+            return (sheet.filterState & FILTER_AUTO) != 0;
     return false;
 }
 
@@ -144,6 +146,11 @@ bool StoreSum(i32 book, i32 sheet, i32 row, i32 column, const RefArea& area, boo
     return SumTokens(subtotal, area, input.tokens) && SetCell(book, sheet, input, true, true);
 }
 
+// One record over the cells that take sums.
+void RecordSums(i32 book, i32 sheet, const RefArea& area) {
+    IgnoreFailure(RecordBlock(UNDO_TYPING, book, sheet, area, BLOCK_BY_ENTRY));
+}
+
 bool MayStore(const RefArea& target) { return !RefuseProtected(target) && !RefuseArrayPart(target); }
 
 void ShowSums(const RefArea& selection) {
@@ -160,6 +167,7 @@ void SumOfRow(const Sheet& sheet, const RefArea& area, bool subtotal) {
     if (column >= MAX_COLUMNS) return;
     const i32 last = std::min<i32>(area.lastColumn, column - 1);
     if (last < area.firstColumn || !MayStore(AreaBetween(row, column, row, column))) return;
+    RecordSums(book, index, AreaBetween(row, column, row, column));
     if (!StoreSum(book, index, row, column, AreaBetween(row, area.firstColumn, row, last), subtotal)) return;
     ShowSums(AreaBetween(row, area.firstColumn, row, std::max<i32>(area.lastColumn, column)));
 }
@@ -171,6 +179,7 @@ bool SumsAboveRow(const Sheet& sheet, const RefArea& area, bool subtotal) {
     for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
         RefArea run;
         if (!FarRun(*SheetAt(book, index), {row, column}, UP, run)) continue;
+        if (!any) RecordSums(book, index, area);
         any = true;
         if (!StoreSum(book, index, row, column, run, subtotal)) break;
     }
@@ -214,6 +223,7 @@ void SumRows(const Sheet& sheet, const RefArea& area, bool subtotal) {
             return true;
         });
     }
+    RecordSums(book, index, AreaBetween(target, area.firstColumn, target, area.lastColumn));
     for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
         if (!holdsNumber[column]) continue;
         const RefArea run = AreaBetween(area.firstRow, column, numbers.lastRow, column);

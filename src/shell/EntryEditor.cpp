@@ -114,6 +114,16 @@ void ShowBadFormula() {
     ShellPlatform().focusEntryLine();
 }
 
+// A rule has refused the entry and it is taken back: the text stays in the line for another try, or goes.
+void ShowRefusedEntry(WideView text, i32 outcome) {
+    LeaveEdit();
+    ShowChangedCells();
+    if (outcome == ENTRY_CANCELLED) return;
+    ShellPlatform().setEntryText(text);
+    BeginEdit(ENTRY_EDIT);
+    ShellPlatform().selectEntry(0, static_cast<i32>(text.size()));
+}
+
 }  // namespace
 
 bool RefuseProtected(const RefArea& area) {
@@ -151,6 +161,7 @@ bool CommitEntry(bool isArray, bool isFill) {
     target.refColumn = sheet->view.activeColumn;
     target.isArray = isArray;
     target.isFill = isFill;
+    target.checkRules = true;
     if (isArray || isFill) {
         target.area = sheet->view.selection;
     } else {
@@ -166,6 +177,7 @@ bool CommitEntry(bool isArray, bool isFill) {
     i32 outcome = ENTRY_STORED;
     if (!StoreEntry(target, text, outcome)) {
         if (outcome == ENTRY_BAD_FORMULA) ShowBadFormula();
+        if (outcome == ENTRY_RETRY || outcome == ENTRY_CANCELLED) ShowRefusedEntry(text, outcome);
         return false;
     }
     LeaveEdit();

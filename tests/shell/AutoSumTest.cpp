@@ -73,7 +73,7 @@ TEST_F(AutoSumTest, ABooleanOnTheWayEndsTheSearch) {
     EXPECT_EQ(HeadlessFrame().entryEnd, 5);
 }
 
-TEST_F(AutoSumTest, UnderAFilterThatHidesRowsTheCallIsASubtotal) {
+TEST_F(AutoSumTest, UnderAFilterWithACriterionTheCallIsASubtotal) {
     Enter("A1", "5");
     Enter("A2", "6");
     CurrentSheet()->filterState = FILTER_AUTO;
@@ -85,6 +85,8 @@ TEST_F(AutoSumTest, UnderAFilterThatHidesRowsTheCallIsASubtotal) {
     hidden.row = 1;
     hidden.flags = ROW_HIDDEN;
     ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, hidden));
+    ASSERT_TRUE(CurrentSheet()->filterColumns.Resize(1));
+    CurrentSheet()->filterColumns[0].top10 = true;
     Sum();
     EXPECT_EQ(Line(), "=SUBTOTAL(9,A1:A2)");
     EXPECT_EQ(Selected(), "A1:A2");

@@ -1,3 +1,5 @@
+#include "editing/Undo.h"
+#include "formula/Compiler.h"
 #include "model/CellStore.h"
 #include "shell/Layout.h"
 #include "shell/Selection.h"
@@ -8,7 +10,22 @@
 namespace tally {
 namespace {
 
-class EntryTest : public ShellSandbox {};
+class EntryTest : public ShellSandbox {
+  protected:
+    // A1:A3 take numbers above 10.
+    static ValidationRule& AddRule() {
+        ValidationRule* rule = CurrentSheet()->validations.AppendDefault();
+        EXPECT_NE(rule, nullptr);
+        EXPECT_TRUE(rule->areas.Append({0, 2, 0, 0}));
+        rule->kind = 2;
+        rule->comparison = 4;
+        FormulaPlace place;
+        place.book = CurrentBook();
+        EXPECT_TRUE(CompileFormula(place, u"=10", 'V', rule->formula1));
+        return *rule;
+    }
+    static void Answer(i32 answer) { ASSERT_TRUE(Headless().answers.Append(answer)); }
+};
 
 TEST_F(EntryTest, ReferencesOfWholeLinesAreWrittenFromTheHeaders) {
     const Layout& layout = Shell().layout;
@@ -81,6 +98,65 @@ TEST_F(EntryTest, AFillOfMoreCellsThanFourMillionsIsRefusedAndTheTextStays) {
     PressKey(VK_RETURN, KEY_CTRL);
     EXPECT_EQ(CurrentSheet()->cells.count, 65536u);
     EXPECT_EQ(Headless().boxes.Count(), 1u);
+}
+
+TEST_F(EntryTest, ARefusedEntryThatIsCancelledLeavesTheOldValueAndTheEditor) {
+    AddRule();
+    Enter("A1", "20");
+    Enter("B1", "=A1+1");
+    const u32 undos = UndoCount();
+    CurrentWorkbook()->dirty = 0;
+    TypeText(u"5");
+    Answer(IDCANCEL);
+    PressKey(VK_RETURN);
+    ASSERT_EQ(Headless().boxes.Count(), 1u);
+    EXPECT_EQ(Headless().boxes[0].flags, u32{MB_RETRYCANCEL | MB_ICONSTOP});
+    EXPECT_EQ(Shown("A1"), "20");
+    EXPECT_EQ(Shown("B1"), "21");
+    EXPECT_FALSE(IsEditing());
+    EXPECT_EQ(Line(), "20");
+    EXPECT_EQ(Active(), "A1");
+    EXPECT_EQ(UndoCount(), undos);
+    EXPECT_EQ(CurrentWorkbook()->dirty, 0u);
+}
+
+TEST_F(EntryTest, ARefusedEntryThatIsTriedAgainStandsSelectedInTheLine) {
+    AddRule();
+    TypeText(u"5");
+    Answer(IDRETRY);
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Shell().entryMode, ENTRY_EDIT);
+    EXPECT_EQ(Line(), "5");
+    EXPECT_EQ(HeadlessFrame().entryStart, 0);
+    EXPECT_EQ(HeadlessFrame().entryEnd, 1);
+    EXPECT_TRUE(HeadlessFrame().entryFocused);
+    EXPECT_EQ(Shown("A1"), "");
+    TypeText(u"12");
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Shown("A1"), "12");
+    EXPECT_EQ(Headless().boxes.Count(), 1u);
+}
+
+TEST_F(EntryTest, AWarningThatIsAnsweredYesKeepsTheEntry) {
+    AddRule().errorStyle = 1;
+    TypeText(u"5");
+    Answer(IDYES);
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Shown("A1"), "5");
+    EXPECT_EQ(Active(), "A2");
+}
+
+TEST_F(EntryTest, AFillIsTestedCellByCellAndGoesAsAWhole) {
+    AddRule();
+    Enter("C1", "20");
+    Enter("C2", "1");
+    Enter("C3", "30");
+    SelectArea({0, 3, 0, 0}, true, 0, 0, false);
+    TypeText(u"=C1");
+    Answer(IDCANCEL);
+    PressKey(VK_RETURN, KEY_CTRL);
+    EXPECT_EQ(Headless().boxes.Count(), 1u);
+    for (const char* cell : {"A1", "A2", "A3", "A4"}) EXPECT_EQ(Shown(cell), "") << cell;
 }
 
 }  // namespace
