@@ -6,7 +6,7 @@
 #include "formula/Evaluator.h"
 #include "formula/FormulaTypes.h"
 #include "formula/Recalculation.h"
-#include "formula/TokenWalk.h"
+#include "formula/TokenRebasing.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -65,8 +65,6 @@ bool Recognise(const EntryTarget& target, WideView text, Content& content, i32& 
         return FormatForEntry(target.book, content.result.formatKind, content.result.subKind, WideView(),
                               content.proposed);
     if (content.kind != ENTRY_FORMULA) return true;
-    // A fill stores offsets first, which each cell turns into references of its own.
-    place.relativeForm = target.isFill && !target.isArray;
     if (!CompileFormula(place, text, 'V', content.tokens)) {
         outcome = ENTRY_BAD_FORMULA;
         return false;
@@ -96,21 +94,19 @@ bool ApplyEntryFormat(Workbook& book, const Content& content, u16& index) {
     return FindOrAddCellFormat(book, format, index);
 }
 
+// The formula as the cell has it: in a fill its references go with the distance from where it was typed.
 bool TokensFor(const EntryTarget& target, const Content& content, i32 row, i32 column, FormulaTokens& out) {
     CopyTokens(out, content.tokens);
     if (!target.isFill || target.isArray) return true;
-    if (!UnshareTokens(out)) {
-        FreeTokens(out);
-        return false;
-    }
-    AbsoluteTokens(out, row, column);
-    // What were offsets are references of this cell now.
-    for (u32 at = 0; at < out.length; at = NextToken(out.bytes, out.length, at) + 1) {
-        const u8 token = FoldToken(out.bytes[at]);
-        if (token == ptgRefN || token == ptgAreaN)
-            out.bytes[at] = static_cast<u8>(out.bytes[at] - (ptgRefN - ptgRef));
-    }
-    return true;
+    TokenRebase rebase;
+    rebase.sourceBook = rebase.targetBook = target.book;
+    rebase.sourceSheet = target.sheet;
+    rebase.rowDelta = row - target.refRow;
+    rebase.columnDelta = column - target.refColumn;
+    rebase.area = target.area;
+    if (RebaseTokens(rebase, out)) return true;
+    FreeTokens(out);
+    return false;
 }
 
 bool StoreOne(const EntryTarget& target, const Content& content, i32 row, i32 column) {

@@ -1,3 +1,4 @@
+#include "editing/Undo.h"
 #include "formula/FormulaText.h"
 #include "model/CellStore.h"
 #include "shell/Selection.h"
@@ -173,6 +174,18 @@ TEST_F(AutoSumTest, WhileTypingItFillsTheSelection) {
     Sum();
     EXPECT_EQ(Shown("A1"), "7");
     EXPECT_EQ(Shown("A2"), "7");
+}
+
+TEST_F(AutoSumTest, AllSumsOfOneCommandAreOneUndo) {
+    for (const char* cell : {"A1", "A2", "B1"}) Enter(cell, "2");
+    Enter("A3", "");
+    SelectRange("A1", "B2");
+    Sum();
+    EXPECT_EQ(UndoCount(), 1u);
+    EXPECT_TRUE(UndoLast());
+    EXPECT_EQ(Formula("A3"), "");
+    EXPECT_EQ(Formula("B3"), "");
+    EXPECT_EQ(Selection(), "A1:B2");
 }
 
 TEST_F(AutoSumTest, IsRefusedOnAProtectedCell) {

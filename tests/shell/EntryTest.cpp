@@ -100,6 +100,18 @@ TEST_F(EntryTest, AFillOfMoreCellsThanFourMillionsIsRefusedAndTheTextStays) {
     EXPECT_EQ(Headless().boxes.Count(), 1u);
 }
 
+TEST_F(EntryTest, AReferenceThatAFillLeadsOffTheSheetIsAnError) {
+    Enter("A65536", "7");
+    SelectArea({0, 1, 1, 1}, true, 1, 1, false);  // B2 is the active cell
+    TypeText(u"=A1+$A$1+A:A");
+    PressKey(VK_RETURN, KEY_CTRL);
+    Select("B1");
+    EXPECT_EQ(Line(), "=#REF!+$A$1+A:A");
+    EXPECT_EQ(Shown("B1"), "#REF!");
+    Select("B2");
+    EXPECT_EQ(Line(), "=A1+$A$1+A:A");
+}
+
 TEST_F(EntryTest, ARefusedEntryThatIsCancelledLeavesTheOldValueAndTheEditor) {
     AddRule();
     Enter("A1", "20");

@@ -1,3 +1,4 @@
+#include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "shell/Layout.h"
 #include "shell/Selection.h"
@@ -91,6 +92,23 @@ TEST_F(SheetCommandsTest, AHiddenSheetIsShownAgain) {
     PickCommand(402);
     EXPECT_EQ(CurrentWorkbook()->currentSheet, 1);
     EXPECT_EQ(CurrentSheet()->hidden, 0);
+}
+
+TEST_F(SheetCommandsTest, NamesViewsAndProtectionAreUndone) {
+    Answer(u"名称", u"一月");
+    PickCommand(400);
+    for (const i32 command : {403, 404, 405, 412, 423}) {
+        Select("C3");
+        PickCommand(command);
+    }
+    Answer(u"密码", u"x");
+    PickCommand(411);
+    EXPECT_EQ(UndoCount(), 7u);
+    while (UndoCount()) ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(Narrow(WideView(CurrentSheet()->name)), "Sheet1");
+    EXPECT_EQ(CurrentSheet()->viewFlags, 0x66);
+    EXPECT_EQ(CurrentSheet()->zoomPercent, 100);
+    EXPECT_EQ(CurrentSheet()->passwordHash, 0);
 }
 
 TEST_F(SheetCommandsTest, ZoomByNumber) {

@@ -1,5 +1,8 @@
 #include "shell/Sizes.h"
 
+#include <functional>
+
+#include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/Layout.h"
@@ -197,6 +200,30 @@ TEST_F(SizesTest, AllRowsAreHiddenAtOnce) {
     PaintHeadless();
     PickCommand(394);
     EXPECT_TRUE(CurrentSheet()->rows.IsEmpty());
+}
+
+TEST_F(SizesTest, EveryChangeOfSizesIsOneUndo) {
+    ASSERT_TRUE(SetRowHeights(*CurrentSheet(), {2, 2, 0, 255}, 500));
+    Enter("B3", "a text of twenty-six chars");
+    SelectArea({1, 3, 1, 2}, true, 1, 1, false);
+    const i32 y = Shell().layout.grid.top + 3;
+    const std::function<void()> changes[] = {[] { PickCommand(392); }, [] { PickCommand(393); },
+                                             [] { PickCommand(396); }, [] { PickCommand(397); },
+                                             [y] {
+                                                 const ShownLine line = Shell().layout.columns[4];
+                                                 DragMouse(line.end - 1, y, line.end + 20, y);
+                                             }};
+    for (const auto& change : changes) {
+        const u32 before = UndoCount();
+        change();
+        EXPECT_EQ(UndoCount(), before + 1);
+        EXPECT_TRUE(UndoLast());
+        RefreshChrome();
+        EXPECT_EQ(Height(2), 500);
+        EXPECT_EQ(Height(1), PLAIN);
+        EXPECT_EQ(Width(1), 2048);
+        EXPECT_EQ(Width(4), 2048);
+    }
 }
 
 TEST_F(SizesTest, AProtectedSheetKeepsItsSizes) {
