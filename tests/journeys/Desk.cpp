@@ -29,8 +29,8 @@ struct DeskState {
 DeskState desk;
 
 template <typename Condition>
-bool WaitFor(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+bool WaitFor(Condition condition, std::chrono::seconds patience = PATIENCE) {
+    const auto end = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) return false;
         std::this_thread::sleep_for(STEP);
@@ -53,6 +53,12 @@ pid_t Spawn(const std::vector<std::string>& arguments, int out) {
     if (posix_spawnp(&child, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) child = 0;
     posix_spawn_file_actions_destroy(&actions);
     return child;
+}
+
+// A process that ends with this one, however that ends.
+pid_t SpawnBound(std::vector<std::string> arguments, int out) {
+    arguments.insert(arguments.begin(), {"setpriv", "--pdeathsig", "TERM"});
+    return Spawn(arguments, out);
 }
 
 std::string ReadAll(int from) {
@@ -95,10 +101,10 @@ bool StartServer() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return false;
     // The server writes to its standard output here.
-    desk.server = Spawn({"Xvfb", "-displayfd", "1", "-screen", "0",
-                         std::to_string(SCREEN_WIDTH) + "x" + std::to_string(SCREEN_HEIGHT) + "x24",
-                         "-nolisten", "tcp", "-dpi", "96"},
-                        ends[1]);
+    desk.server = SpawnBound({"Xvfb", "-displayfd", "1", "-screen", "0",
+                              std::to_string(SCREEN_WIDTH) + "x" + std::to_string(SCREEN_HEIGHT) + "x24",
+                              "-nolisten", "tcp", "-dpi", "96"},
+                             ends[1]);
     close(ends[1]);
     std::string number;
     char digit = 0;
@@ -107,6 +113,16 @@ bool StartServer() {
     if (number.empty()) return false;
     setenv("DISPLAY", (":" + number).c_str(), 1);
     return true;
+}
+
+// Nothing has the keyboard before the window manager gives it, so it must be there first.
+bool StartManager() {
+    for (int tries = 0; tries < 3; ++tries) {
+        desk.manager = SpawnBound({"matchbox-window-manager", "-use_titlebar", "no"}, -1);
+        if (WaitFor([] { return Tool({"get_num_desktops"}).code == 0; }, std::chrono::seconds(10))) return true;
+        End(desk.manager);
+    }
+    return false;
 }
 
 }  // namespace
@@ -149,8 +165,9 @@ bool OpenDisplay(std::string& missing) {
         missing = "a display: Xvfb does not start";
         return false;
     }
-    desk.manager = Spawn({"matchbox-window-manager", "-use_titlebar", "no"}, -1);
-    return true;
+    if (StartManager()) return true;
+    missing = "a window manager: matchbox-window-manager does not start";
+    return false;
 }
 
 void CloseDisplay() {
@@ -164,7 +181,7 @@ void CloseDisplay() {
 void StartProgram(const std::vector<std::string>& arguments) {
     std::vector<std::string> all = arguments;
     all.insert(all.begin(), TALLYMAN_PROGRAM);
-    desk.program = Spawn(all, -1);
+    desk.program = SpawnBound(all, -1);
 }
 
 int ProgramEnd() {
@@ -187,6 +204,26 @@ void Press(const std::vector<std::string>& keys) {
     Tool(arguments);
 }
 
+namespace {
+// Visible windows of the program, popups included; each number ends with a line's end.
+std::string Windows() { return Tool({"search", "--onlyvisible", "--class", "tallyman"}).text; }
+}  // namespace
+
+void PickFromMenu(const std::string& menu, const std::string& item) {
+    const std::string before = Windows();
+    std::string popup;
+    Press({menu});
+    WaitFor([&] {
+        std::istringstream lines(Windows());
+        for (std::string line; std::getline(lines, line);)
+            if (before.find(line + "\n") == std::string::npos) popup = line + "\n";
+        return !popup.empty();
+    });
+    Press({item});
+    // What is typed while the popup has the keyboard would be lost with it.
+    WaitFor([&] { return Windows().find(popup) == std::string::npos; });
+}
+
 void Type(const std::string& text) { Tool({"type", "--delay", "2", text}); }
 
 void Click(int x, int y) { Tool({"mousemove", std::to_string(x), std::to_string(y), "click", "1"}); }
@@ -206,6 +243,10 @@ std::string Title() { return FirstLine(Tool({"getwindowfocus", "getwindowname"})
 
 bool WaitForTitle(const std::string& title) {
     return WaitFor([&] { return Title() == title; });
+}
+
+bool WaitForOtherTitle(const std::string& title) {
+    return WaitFor([&] { return Title() != title; }, std::chrono::seconds(1));
 }
 
 std::string SavedText(const std::string& path) {

@@ -31,6 +31,8 @@ void WriteBytes(const std::string& path, const std::string& bytes);
 
 // ---- what a user does ----------------------------------------------------------------------------------
 void Press(const std::vector<std::string>& keys);
+// Opens a menu by its key and picks an item by its letter; the menu is gone afterwards.
+void PickFromMenu(const std::string& menu, const std::string& item);
 void Type(const std::string& text);
 // One press, move and release with the left button, in pixels of the screen.
 void Click(int x, int y);
@@ -41,6 +43,8 @@ constexpr int SCREEN_WIDTH = 1280, SCREEN_HEIGHT = 800;
 // ---- what a user sees ------------------------------------------------------------------------------------
 // Waits until the window in front has this title and the keyboard. False when it never comes.
 bool WaitForTitle(const std::string& title);
+// Waits a second for another title.
+bool WaitForOtherTitle(const std::string& title);
 // Title of the window in front now.
 std::string Title();
 // Waits for a file and gives its bytes; empty when it never comes.
