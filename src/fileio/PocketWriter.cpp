@@ -204,7 +204,7 @@ bool IsPocketFunction(u16 function) {
     return works && entry.category >= CATEGORY_FINANCIAL && entry.category <= CATEGORY_ENGINEERING;
 }
 
-void WritePocketBook(SaveState& save) {
+void WritePocket(SaveState& save) {
     PocketNumbers numbers;
     save.pocket = &numbers;
     if (!NumberSheets(save, numbers) || !NumberNames(save, numbers)) save.writer.failed = true;

@@ -73,7 +73,7 @@ bool IsPocket(FileType type) { return type == FILE_PXL || type == FILE_PXT; }
 bool BuildStream(SaveState& save, FileType type) {
     const Workbook& book = SavedBook(save);
     if (IsPocket(type)) {
-        WritePocketBook(save);
+        WritePocket(save);
         return !save.writer.failed;
     }
     save.biffVersion = book.biffVersion == 7 ? 7 : 8;

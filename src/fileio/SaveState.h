@@ -115,7 +115,7 @@ struct TokenImage {
 TokenImage ImageOfTokens(SaveState& save, const FormulaTokens& tokens, bool offsets = false);
 
 // The whole file of the pocket form: BOF to the last EOF.
-void WritePocketBook(SaveState& save);
+void WritePocket(SaveState& save);
 
 // ---- sheets -----------------------------------------------------------------------------------------------
 
