@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/MessageTable.h"
+#include "base/Platform.h"
 #include "editing/CellBlock.h"
 #include "formula/Dependents.h"
 #include "formula/Recalculation.h"
@@ -55,6 +57,11 @@ void IndexNewFormulas(const AreaChange& change, Sheet& sheet) {
 }
 
 }  // namespace
+
+bool RefuseSize() {
+    ShowMessage(Message(MSG_OUT_OF_MEMORY));
+    return false;
+}
 
 bool ClearArraysAndLinks(AreaChange& change, const RefArea& part) {
     const Sheet& sheet = *SheetAt(change.book, change.sheet);

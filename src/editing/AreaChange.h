@@ -20,6 +20,10 @@ struct AreaChange {
     CellPatch patch;
 };
 
+// More cells than this are not changed at one go. RefuseSize tells the user and gives false.
+constexpr u32 MOST_CHANGED_CELLS = 4'194'304;
+bool RefuseSize();
+
 // Start the new lists with what the sheet has outside of `part`, a part of the area: arrays that lie wholly in
 // it go, and so do hyperlinks that touch it; rules lose it.
 [[nodiscard]] bool ClearArraysAndLinks(AreaChange& change, const RefArea& part);

@@ -6,6 +6,7 @@
 #include "editing/AreaChange.h"
 #include "editing/Guards.h"
 #include "editing/Undo.h"
+#include "editing/VisibleRuns.h"
 #include "formula/TokenRebasing.h"
 #include "model/AreaList.h"
 #include "model/BookTable.h"
@@ -17,44 +18,19 @@
 namespace tally {
 namespace {
 
-// ---- the places that are filled -------------------------------------------------------------------
-
-bool IsHiddenRow(const Sheet& sheet, i32 row) {
-    u16 flags = 0;
-    GetRowInfo(sheet.rows, row, flags);
-    return (flags & ROW_HIDDEN) != 0;
-}
-
-bool IsHiddenColumn(const Sheet& sheet, i32 column) {
-    u16 flags = 0;
-    u16 format = 0;
-    GetColumnInfo(sheet.columns, column, flags, format);
-    return (flags & COLUMN_HIDDEN) != 0;
-}
-
-// Calls add(first, last) for each run of numbers that are not hidden.
-template <typename IsHidden, typename Add>
-bool VisitRuns(i32 first, i32 last, IsHidden isHidden, Add add) {
-    for (i32 at = first; at <= last; ++at) {
-        if (isHidden(at)) continue;
-        const i32 start = at;
-        while (at < last && !isHidden(at + 1)) ++at;
-        if (!add(start, at)) return false;
-    }
-    return true;
-}
-
 // The parts of an area that a filter leaves visible, by rows and then by columns.
 bool VisibleParts(const Sheet& sheet, const RefArea& area, Array<RefArea>& parts) {
-    if (!sheet.filterState) return parts.Append(area);
-    const auto rowHidden = [&](i32 row) { return IsHiddenRow(sheet, row); };
-    const auto columnHidden = [&](i32 column) { return IsHiddenColumn(sheet, column); };
-    return VisitRuns(area.firstRow, area.lastRow, rowHidden, [&](i32 top, i32 bottom) {
-        return VisitRuns(area.firstColumn, area.lastColumn, columnHidden, [&](i32 left, i32 right) {
-            return parts.Append({static_cast<u16>(top), static_cast<u16>(bottom), static_cast<u8>(left),
-                                 static_cast<u8>(right)});
-        });
-    });
+    if (!HasHiddenFilterRows(sheet)) return parts.Append(area);
+    Array<LineRun> rows, columns;
+    if (!VisibleRowRuns(sheet, area, rows) || !VisibleColumnRuns(sheet, area, columns)) return false;
+    for (const LineRun& row : rows) {
+        for (const LineRun& column : columns) {
+            if (!parts.Append({static_cast<u16>(row.first), static_cast<u16>(row.last),
+                               static_cast<u8>(column.first), static_cast<u8>(column.last)}))
+                return false;
+        }
+    }
+    return true;
 }
 
 // ---- one fill -------------------------------------------------------------------------------------
@@ -176,6 +152,8 @@ void TakeColumnFormats(FillRun& run) {
 // The cells of the target: copies in its visible parts, what stands there elsewhere.
 bool MakeCells(FillRun& run) {
     const RefArea& area = run.change.area;
+    const i32 lines = run.down ? area.lastRow - area.firstRow + 1 : area.lastColumn - area.firstColumn + 1;
+    if (u64{run.block.cells.Count()} * static_cast<u32>(lines) > MOST_CHANGED_CELLS) return RefuseSize();
     const bool whole = run.parts.Count() == 1 && run.parts[0] == area;
     if (!whole && !SaveCells(SheetOf(run).cells, area, run.old)) return false;
     TakeColumnFormats(run);
@@ -192,6 +170,7 @@ bool MakeCells(FillRun& run) {
                 *old = SavedCell();
             }
         }
+        if (run.change.cells.Count() > MOST_CHANGED_CELLS) return RefuseSize();
     }
     return true;
 }

@@ -114,6 +114,7 @@ bool MakeCells(SeriesRun& run, AreaChange& change, Array<SavedCell>& old) {
         for (i32 column = change.area.firstColumn; column <= change.area.lastColumn; ++column) {
             if (!PutPlace(run, change, old, next, row, column)) return false;
         }
+        if (change.cells.Count() > MOST_CHANGED_CELLS) return RefuseSize();
     }
     return true;
 }

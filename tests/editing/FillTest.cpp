@@ -242,7 +242,7 @@ TEST_F(Filling, RowsThatAFilterHidesStayAsTheyAre) {
     for (i32 row = 1; row <= 5; ++row) Enter("A" + std::to_string(row), std::to_string(row));
     for (u16 row : {u16{1}, u16{3}}) ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {row, ROW_HIDDEN, 255}));
     Select("A1", "A5");
-    CurrentSheet()->filterState = FILTER_AUTO;
+    CurrentSheet()->filterState = FILTER_ADVANCED;
     ASSERT_TRUE(FillDown(true));
     const char* expected[] = {"1", "2", "1", "4", "1"};
     for (u32 i = 0; i < 5; ++i) EXPECT_EQ(Shown("A" + std::to_string(i + 1)), expected[i]);
@@ -288,6 +288,22 @@ TEST_F(Filling, AWholeColumnIsFilled) {
     EXPECT_EQ(CurrentSheet()->cells.count, 65536u);
     ASSERT_TRUE(UndoLast());
     EXPECT_EQ(CurrentSheet()->cells.count, 1u);
+}
+
+TEST_F(Filling, MoreThanFourMillionCellsAreRefused) {
+    for (char16_t column = 0; column < 65; ++column) {
+        CellInput input;
+        input.column = static_cast<u8>(column);
+        input.value = NumberValue(1);
+        ASSERT_TRUE(SetCell(CurrentBook(), 0, input, false, false));
+    }
+    CurrentSheet()->view.selection = {0, 65535, 0, 64};
+    EXPECT_FALSE(FillDown(true));
+    EXPECT_EQ(Box(), "内存不足");
+    EXPECT_EQ(CurrentSheet()->cells.count, 65u);
+    // What stays blank counts nothing.
+    CurrentSheet()->view.selection = {0, 65535, 100, 255};
+    EXPECT_TRUE(FillDown(true));
 }
 
 TEST_F(Filling, WithoutARecordNothingIsUndone) {
