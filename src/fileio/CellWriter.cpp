@@ -13,7 +13,7 @@ namespace tally {
 namespace {
 
 constexpr u16 FORMULA = 6, MULRK = 189, MULBLANK = 190, LABELSST = 253, BLANK = 513, NUMBER = 515, LABEL = 516,
-              BOOLERR = 517, STRING = 519, ARRAY = 545, RK = 638;
+              BOOLERR = 517, STRING = 519, ARRAY = 545, TABLE = 566, RK = 638;
 constexpr u16 TEXT_FORMAT = 49;  // its numbers stand alone
 constexpr u64 RK_LOST_BITS = 0x3FFFFFFFF;
 constexpr i32 RK_WHOLE_MOST = (1 << 29) - 1;
@@ -155,11 +155,14 @@ TokenImage ArrayReference(const RefArea& area, u8* bytes) {
     return {{bytes, 5}, 5};
 }
 
-// Tokens that no record can hold leave the value.
-TokenImage WithinRecord(SaveState& save, TokenImage image) {
-    if (image.bytes.size() <= TOKENS_MOST) return image;
+// What stands for tokens that cannot be written. The value stays.
+TokenImage LostFormula(SaveState& save) {
     save.losses |= LOSS_FORMULAS;
     return {{NOT_AVAILABLE, sizeof NOT_AVAILABLE}, sizeof NOT_AVAILABLE};
+}
+
+TokenImage WithinRecord(SaveState& save, TokenImage image) {
+    return image.bytes.size() <= TOKENS_MOST ? image : LostFormula(save);
 }
 
 // These two may be longer than a record in one piece usually is, so they are put together bit by bit.
@@ -186,6 +189,39 @@ void WriteArrayRecord(CellWriting& w, const RefArea& area, const TokenImage& ima
     WriteRecordHeader(w.save.writer, ARRAY, sizeof head + image.bytes.size());
     WriteBytes(w.save.writer, head, sizeof head);
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
+}
+
+// The data table of a formula that is a part of one, or null.
+const DataTable* FindDataTable(const CellWriting& w, const FormulaTokens& tokens) {
+    for (const DataTable& table : w.sheet.dataTables) {
+        if (table.area.firstRow == ReadU16(tokens.bytes + 1) &&
+            table.area.firstColumn == ReadU16(tokens.bytes + 3))
+            return &table;
+    }
+    return nullptr;
+}
+
+bool IsTablePart(const FormulaTokens& tokens) { return tokens.length == 5 && tokens.bytes[0] == ptgTbl; }
+
+// A table's record stands behind its first cell. A part whose table is not known, or has been moved away from,
+// means nothing to a reader.
+void WriteTablePart(CellWriting& w, u16 row, const CellRecord& cell) {
+    const FormulaTokens& tokens = cell.formula->tokens;
+    const DataTable* table = FindDataTable(w, tokens);
+    const bool inside = table && AreaHolds(table->area, row, cell.column);
+    const bool first = inside && row == table->area.firstRow && cell.column == table->area.firstColumn;
+    bool* const begun =
+        inside ? &w.arrays.tablesBegun[static_cast<u32>(table - w.sheet.dataTables.begin())] : nullptr;
+    if (begun) *begun = *begun || first;
+    WriteFormulaRecord(w, row, cell, begun && *begun ? TokenImage{{tokens.bytes, 5}, 5} : LostFormula(w.save));
+    if (!first) return;
+    u8* out = BeginRecord(w.save.writer, TABLE, 16);
+    PutU16(out, table->area.firstRow);
+    PutU16(out + 2, table->area.lastRow);
+    out[4] = table->area.firstColumn;
+    out[5] = table->area.lastColumn;
+    PutU16(out + 6, table->flags);
+    for (std::size_t i = 0; i < 4; ++i) PutU16(out + 8 + i * 2, table->inputs[i]);
 }
 
 }  // namespace
@@ -218,7 +254,10 @@ i32 FindActiveArray(const Sheet& sheet, const ArrayCursor& cursor, i32 row, i32 
 
 bool BeginArrays(const Sheet& sheet, ArrayCursor& cursor) {
     const Array<ArrayEntry>& arrays = sheet.arrayFormulas;
-    if (!cursor.order.Resize(arrays.Count()) || !cursor.begun.Resize(arrays.Count())) return false;
+    if (!cursor.order.Resize(arrays.Count()) || !cursor.begun.Resize(arrays.Count()) ||
+        !cursor.tablesBegun.Resize(sheet.dataTables.Count())) {
+        return false;
+    }
     for (u32 i = 0; i < arrays.Count(); ++i) cursor.order[i] = i;
     std::sort(cursor.order.begin(), cursor.order.end(), [&](u32 a, u32 b) {
         const u16 rowA = arrays[a].area.firstRow, rowB = arrays[b].area.firstRow;
@@ -244,7 +283,9 @@ bool EnterRow(const Sheet& sheet, ArrayCursor& cursor, i32 row) {
 
 void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell) {
     const i32 array = FindActiveArray(w.sheet, w.arrays, row, cell.column);
-    if (array < 0) {
+    if (IsTablePart(cell.formula->tokens)) {
+        WriteTablePart(w, row, cell);
+    } else if (array < 0) {
         WriteFormulaRecord(w, row, cell, WithinRecord(w.save, ImageOfTokens(w.save, cell.formula->tokens)));
     } else {
         const RefArea area = w.sheet.arrayFormulas[static_cast<u32>(array)].area;

@@ -168,4 +168,12 @@ bool ReadStringResult(LoadState& load, ByteView body) {
     return ReplaceLastText(load, load.text);
 }
 
+bool ReadDataTable(LoadState& load, ByteView body) {
+    DataTable table;
+    table.area = {WordAt(body, 0), WordAt(body, 2), ByteAt(body, 4), ByteAt(body, 5)};
+    table.flags = WordAt(body, 6);
+    for (std::size_t i = 0; i < 4; ++i) table.inputs[i] = WordAt(body, 8 + i * 2);
+    return LoadedSheet(load).dataTables.Append(table);
+}
+
 }  // namespace tally

@@ -139,9 +139,10 @@ void WriteValidations(SaveState& save, const Sheet& sheet);
 
 // The array formulas of a sheet, walked down with the rows.
 struct ArrayCursor {
-    Array<u32> order;   // of sheet.arrayFormulas, by first row
-    Array<u32> active;  // those that reach the current row
-    Array<bool> begun;  // the ARRAY record has been written
+    Array<u32> order;         // of sheet.arrayFormulas, by first row
+    Array<u32> active;        // those that reach the current row
+    Array<bool> begun;        // the ARRAY record has been written
+    Array<bool> tablesBegun;  // of sheet.dataTables: the TABLE record has been written
     u32 next = 0;
 };
 [[nodiscard]] bool BeginArrays(const Sheet& sheet, ArrayCursor& cursor);

@@ -61,6 +61,7 @@ constexpr RecordHandler handlers[] = {
     {519, ReadStringResult},
     {520, ReadRow},
     {549, ReadDefaultRowHeight},
+    {566, ReadDataTable},
     {574, ReadWindow2},
     {638, ReadRkCell},
     {1030, ReadFormulaRecord},

@@ -19,6 +19,7 @@ namespace tally {
 // FormulaRecords.cpp
 [[nodiscard]] bool ReadFormulaRecord(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadStringResult(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadDataTable(LoadState& load, ByteView body);
 // ViewRecords.cpp
 [[nodiscard]] bool ReadSelection(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadPane(LoadState& load, ByteView body);

@@ -112,6 +112,13 @@ struct ArrayEntry {
     u16 reserved2 = 0;
 };
 
+// A rectangle of results that two input cells feed. Nothing calculates it here; it is kept for its file.
+struct DataTable {
+    RefArea area;
+    u16 flags = 0;
+    u16 inputs[4] = {};  // row and column of the two input cells
+};
+
 // ---- formats --------------------------------------------------------------------------------------
 
 enum CellFormatFlags : u16 {
@@ -333,6 +340,7 @@ struct Sheet {
     Array<RowInfo> rows;        // ascending
     SheetView view;
     Array<ArrayEntry> arrayFormulas;
+    Array<DataTable> dataTables;
     Array<DrawingObject> objects;
     i32 selectedObject = -1;
     Array<ValidationRule> validations;

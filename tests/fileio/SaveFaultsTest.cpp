@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "fileio/SaveTest.h"
 #include "formula/AreaSums.h"
 #include "formula/Recalculation.h"
 #include "functions/Random.h"
@@ -15,6 +14,7 @@
 #include "shell/headless/HeadlessPlatform.h"
 #include "shell/headless/MemoryFiles.h"
 #include "support/FailingAllocator.h"
+#include "support/Saving.h"
 
 // What is left when a save fails: the old file whole, the book as it was, one box.
 

@@ -1,12 +1,13 @@
 #include <algorithm>
+#include <tuple>
 
-#include "fileio/SaveTest.h"
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/headless/HeadlessPlatform.h"
+#include "support/Saving.h"
 
 // Whole books that are saved and come back.
 
@@ -134,6 +135,36 @@ TEST_F(SavedBooks, ArrayFormulasBelongTogetherAgain) {
         ASSERT_EQ(CurrentSheet()->arrayFormulas.Count(), 2u);
         EXPECT_NE(FindArray(*CurrentSheet(), 5, 1), nullptr);
         EXPECT_EQ(FormulaOf("D2", CellAtName("D2")), "=A1:A2*2");
+    }
+}
+
+TEST_F(SavedBooks, DataTablesGoBackWithTheirRecord) {
+    for (u8 form : {u8{8}, u8{7}}) {
+        ResetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        // Two tables side by side, and a part whose table is not there.
+        for (const auto& [row, column, owner] :
+             {std::tuple{2, 1, u8{1}}, {2, 4, u8{4}}, {3, 1, u8{1}}, {3, 4, u8{4}}, {9, 9, u8{7}}}) {
+            ASSERT_TRUE(
+                InsertCell(*CurrentSheet(), row, column, 15, NumberValue(row), Tokens({0x02, 2, 0, owner, 0})));
+            GetCell(CurrentSheet()->cells, row, column)->calcState = CALC_CURRENT;
+        }
+        for (u8 column : {u8{1}, u8{4}})
+            ASSERT_TRUE(CurrentSheet()->dataTables.Append({{2, 3, column, column}, 4, {7, 8, 9, 10}}));
+        Save(form);
+        EXPECT_EQ(losses, LOSS_FORMULAS);
+        const auto tables = Find(566);
+        ASSERT_EQ(tables.size(), 2u);
+        EXPECT_EQ(tables[1].body, (std::vector<u8>{2, 0, 3, 0, 4, 4, 4, 0, 7, 0, 8, 0, 9, 0, 10, 0}));
+        const auto ids = Ids();
+        EXPECT_EQ(*(std::find(ids.begin(), ids.end(), 566) - 1), 6);
+        const auto formulas = Find(6);
+        EXPECT_EQ(formulas[3].body[22], 2);
+        EXPECT_EQ(formulas[4].body[22], 0x1C);  // "#N/A"
+        Reopen();
+        EXPECT_EQ(CurrentSheet()->dataTables.Count(), 2u);
+        EXPECT_EQ(CellAtName("E4")->formula->tokens.bytes[0], 2);
+        EXPECT_EQ(CellAtName("J10")->value.number, 9);
     }
 }
 

@@ -2,9 +2,9 @@
 #include <bit>
 
 #include "fileio/SaveState.h"
-#include "fileio/SaveTest.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
+#include "support/Saving.h"
 
 // Which records a save writes, in which order and with which bytes.
 

@@ -206,6 +206,10 @@ void DumpSheet(Dump& d, u32 index) {
     DumpCells(d, where, sheet);
     if (d.parts & DUMP_FORMULAS) {
         for (const ArrayEntry& entry : sheet.arrayFormulas) d.Add(where + " array " + AreaText(entry.area));
+        for (const DataTable& t : sheet.dataTables) {
+            d.Add(where + " table " + AreaText(t.area) +
+                  Print(" %x %d %d %d %d", t.flags, t.inputs[0], t.inputs[1], t.inputs[2], t.inputs[3]));
+        }
     }
     if (d.parts & DUMP_SIZES) DumpSizes(d, where, sheet);
     if (d.parts & DUMP_RULES) DumpRules(d, where, sheet);

@@ -1,4 +1,4 @@
-#include "fileio/SaveTest.h"
+#include "support/Saving.h"
 
 #include "fileio/CompoundReader.h"
 #include "functions/Random.h"
@@ -175,7 +175,7 @@ void FillRules() {
     for (u8 i = 0; i < 3; ++i) {
         ConditionalCondition* condition = format->conditions.AppendDefault();
         condition->type = i ? 1 : 2;
-        condition->comparison = i;
+        condition->comparison = i == 1 ? 5 : i;  // between two values for the last one
         const u8 tokens[] = {0x1E, i, 0};
         IgnoreFailure(MakeTokens(condition->formula1, tokens, {}));
         if (i == 2) IgnoreFailure(MakeTokens(condition->formula2, tokens, {}));
@@ -229,7 +229,7 @@ void FillLinks() {
         Hyperlink* link = sheet.hyperlinks.AppendDefault();
         link->area = Area(i, i, 10, 11);
         IgnoreFailure(link->target.Assign(targets[i]));
-        if (i % 3 == 0) IgnoreFailure(link->location.Assign(u"Sheet1!A1"));
+        if (targets[i].empty()) IgnoreFailure(link->location.Assign(u"Sheet1!A1"));
     }
 }
 
@@ -245,6 +245,8 @@ void Saving::MakeRichBook() {
     DefineName("Rate", "=0.5");
     DefineName("Corner", "=Sheet1!$A$1");
     DefineName("Print_Area", "=Sheet1!$A$1:$F$40", 1);
+    DefineName("_FilterDatabase", "=Sheet1!$A$1:$C$40", 1);
+    CurrentWorkbook()->names[CurrentWorkbook()->names.Count() - 1].flags = 1;
     Enter("H2", "=IF(F1,E1&\"!\",CHOOSE(2,1,\"b\"))");
     Enter("H3", "=Corner+Rate");
     Enter("H4", "=SUM({1,2;3,4})");
