@@ -66,8 +66,7 @@ bool PrepareFormula(Preparation& p, FormulaCell& formula, MoveView& view) {
     const bool inside = view.plainMoves && AreaHolds(view.move.from, formula.row, formula.column);
     if (view.plainMoves && !inside && AreaHolds(p.lost, formula.row, formula.column)) return true;
     const u32 effect = EffectOfMove(formula.tokens, view);
-    const bool stale = (effect & MOVE_READS) || (inside && (effect & MOVE_PLACED));
-    if (stale && !p.plan->stale.Append(&formula)) return false;
+    if (MoveChangesValue(effect, inside) && !p.plan->stale.Append(&formula)) return false;
     const bool lost = p.record && (effect & MOVE_LOST);
     if (lost) {
         SavedTokens place;
@@ -118,7 +117,7 @@ bool PrepareNames(Preparation& p, i32 book, const MoveView& bookView) {
         view.plainMoves = book == view.move.book && name.sheet == view.move.sheet + 1;
         const u32 effect = EffectOfNameMove(name.tokens, view);
         const i32 row = static_cast<i32>(i);
-        if ((effect & MOVE_READS) && !p.plan->staleNames.Append({book, row})) return false;
+        if ((effect & (MOVE_CHANGED | MOVE_MET)) && !p.plan->staleNames.Append({book, row})) return false;
         SavedTokens place;
         place.holder = HOLDER_NAME;
         place.book = book;

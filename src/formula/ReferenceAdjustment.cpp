@@ -167,6 +167,14 @@ SheetRole RoleOf(const TokenReference& reference, MoveView& view) {
 // beyond its third argument), macros.
 bool IsPlacedCall(u16 id) { return id == 8 || id == 9 || id == 345 || id == 255; }
 
+// Calls that take an area for the sum of its cells, wherever they stand. Any other may hand an area on, which
+// is then read at the formula's own row or column.
+bool TakesWholeAreas(u16 id) {
+    constexpr u16 ids[] = {0,   4,   5,   6,   7,   12,  46,  64,  101, 102, 169,
+                           183, 193, 194, 216, 227, 228, 325, 326, 346, 347};
+    return std::binary_search(std::begin(ids), std::end(ids), id);
+}
+
 // How a rewriter treats the fields of a reference.
 struct Treatment {
     bool freezesRelative = false;  // names
@@ -182,11 +190,25 @@ void AddBase(TokenReference& r, i32 row, i32 column) {
     if (r.nibble & LAST_COLUMN_RELATIVE) r.lastColumn = (r.lastColumn + columns) & (MAX_COLUMNS - 1);
 }
 
+// Whether an offset leads off the sheet: up or left from the first rows and columns, where it wraps around to
+// the other end. Such a reference means no cell that could move.
+bool LeadsOffSheet(const TokenReference& r, RuleBase base) {
+    const auto up = [&](i32 offset) { return offset >= MAX_ROWS / 2 && offset + base.row < MAX_ROWS; };
+    const auto left = [&](i32 offset) {
+        return offset >= MAX_COLUMNS * 3 / 4 && offset + base.column < MAX_COLUMNS;
+    };
+    return (!r.AllRows() && (((r.nibble & FIRST_ROW_RELATIVE) && up(r.firstRow)) ||
+                             ((r.nibble & LAST_ROW_RELATIVE) && up(r.lastRow)))) ||
+           (!r.AllColumns() && (((r.nibble & FIRST_COLUMN_RELATIVE) && left(r.firstColumn)) ||
+                                ((r.nibble & LAST_COLUMN_RELATIVE) && left(r.lastColumn))));
+}
+
 // Moves one reference under a treatment; `reference` gets the new fields.
 Outcome Treat(TokenReference& reference, const AreaMove& move, const Treatment& treatment, bool moves) {
     const u8 frozen = treatment.freezesRelative ? reference.nibble : u8{0};
     const bool offsets = treatment.isRule && reference.relativeForm;
     if (!offsets) return moves ? MoveReference(reference, move, frozen) : STAYS;
+    if (LeadsOffSheet(reference, treatment.base)) return STAYS;
     const TokenReference before = reference;
     AddBase(reference, treatment.base.row, treatment.base.column);
     const Outcome outcome = moves ? MoveReference(reference, move, 0) : STAYS;
@@ -195,14 +217,27 @@ Outcome Treat(TokenReference& reference, const AreaMove& move, const Treatment& 
     return SameFields(reference, before) ? STAYS : outcome == STAYS ? MOVES_WHOLE : outcome;
 }
 
+// While a formula is walked: areas of the reference class, which count when a call may hand one on.
+constexpr u32 PASSED_WHOLE_AREA = 1u << 16;
+constexpr u32 PASSED_STAYING_AREA = 1u << 17;
+constexpr u32 HANDS_ON = 1u << 18;
+
+u32 AreaBits(const TokenReference& reference, u8 token, Outcome outcome) {
+    const u8 area = token & CLASS_ARRAY;
+    if (reference.oneCell || area == CLASS_ARRAY) return 0;
+    if (area == CLASS_REFERENCE) return outcome == STAYS ? PASSED_STAYING_AREA : PASSED_WHOLE_AREA;
+    return outcome == STAYS ? u32{MOVE_STAYING_AREA} : u32{MOVE_WHOLE_AREA};
+}
+
 u32 EffectOfReference(const TokenReference& before, const TokenReference& after, Outcome outcome, bool moves,
-                      const AreaMove& move, const Treatment& treatment) {
-    if (outcome == IS_LOST) return u32{MOVE_CHANGED} | MOVE_LOST;
-    const u32 changed =
-        outcome == STAYS ? (moves && IsMet(before, move) ? u32{MOVE_MET} : 0u) : u32{MOVE_CHANGED};
-    if (!moves || outcome == MOVES_WHOLE || treatment.isRule) return changed;
+                      u8 token, const AreaMove& move, const Treatment& treatment) {
+    if (outcome == IS_LOST) return u32{MOVE_CHANGED} | MOVE_RESHAPED | MOVE_LOST;
+    u32 effect = AreaBits(before, token, outcome);
+    if (outcome == STAYS) effect |= moves && IsMet(before, move) ? u32{MOVE_MET} : 0u;
+    else effect |= outcome == RESHAPES ? u32{MOVE_CHANGED} | MOVE_RESHAPED : u32{MOVE_CHANGED};
+    if (!moves || outcome == MOVES_WHOLE || treatment.isRule) return effect;
     const u8 frozen = treatment.freezesRelative ? before.nibble : u8{0};
-    return changed | (ComesBack(before, after, move, frozen) ? 0u : u32{MOVE_LOST});
+    return effect | (ComesBack(before, after, move, frozen) ? 0u : u32{MOVE_LOST});
 }
 
 // Bits of a token that is no reference.
@@ -213,7 +248,7 @@ u32 EffectOfToken(const FormulaTokens& tokens, u32 at, u8 folded) {
             const u32 place = at + (folded == ptgFunc ? 1 : 2);
             if (place + 2 > tokens.length) return 0;
             const u16 id = ReadU16(tokens.bytes + place);
-            return IsPlacedCall(id) ? u32{MOVE_PLACED} : 0u;
+            return (IsPlacedCall(id) ? u32{MOVE_PLACED} : 0u) | (TakesWholeAreas(id) ? 0u : HANDS_ON);
         }
         case ptgName:
         case ptgNameX:
@@ -237,13 +272,17 @@ u32 Walk(FormulaTokens& tokens, MoveView& view, const Treatment& treatment) {
         const bool moves = role == ON_SHEET;
         if (role == OVER_SHEET && IsMet(reference, view.move)) effect |= MOVE_MET;
         const Outcome outcome = Treat(reference, view.move, treatment, moves);
-        effect |= EffectOfReference(before, reference, outcome, moves, view.move, treatment);
+        effect |= EffectOfReference(before, reference, outcome, moves, tokens.bytes[at], view.move, treatment);
         if constexpr (write) {
             if (outcome == IS_LOST) LoseReference(tokens, before);
             else if (outcome != STAYS) WriteReference(tokens, reference);
         }
     }
-    return effect;
+    if (effect & HANDS_ON) {
+        if (effect & PASSED_WHOLE_AREA) effect |= MOVE_WHOLE_AREA;
+        if (effect & PASSED_STAYING_AREA) effect |= MOVE_STAYING_AREA;
+    }
+    return effect & ~(PASSED_WHOLE_AREA | PASSED_STAYING_AREA | HANDS_ON);
 }
 
 u32 Adjust(FormulaTokens& tokens, MoveView& view, const Treatment& treatment) {

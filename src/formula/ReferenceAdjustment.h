@@ -36,9 +36,17 @@ enum MoveEffect : u32 {
     MOVE_MET = 4,      // a reference stays although cells under it move
     MOVE_PLACED =
         8,  // the result depends on where cells stand: ROW, COLUMN, SUMIF, names, macros, intersections
+    MOVE_RESHAPED = 16,      // a reference grows, shrinks or is lost
+    MOVE_WHOLE_AREA = 32,    // an area moves whole that may be read at the formula's own row or column
+    MOVE_STAYING_AREA = 64,  // such an area stays
 };
-// The bits with which a formula that does not move itself must be calculated again.
-constexpr u32 MOVE_READS = MOVE_CHANGED | MOVE_MET;
+// Whether a formula with these bits, which moves along or not, may have another value afterwards. What only
+// follows its cells keeps its value.
+inline bool MoveChangesValue(u32 effect, bool moves) {
+    if (effect & (MOVE_RESHAPED | MOVE_MET)) return true;
+    if ((effect & MOVE_PLACED) && (moves || (effect & MOVE_CHANGED))) return true;
+    return (effect & (moves ? MOVE_STAYING_AREA : MOVE_WHOLE_AREA)) != 0;
+}
 
 // From where a formula's references are seen: whether plain ones lie on the moved sheet, and which rows
 // of its book's externSheets lead there.

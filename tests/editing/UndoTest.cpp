@@ -4,9 +4,11 @@
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/StoreEntry.h"
+#include "formula/AreaSums.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "formula/TokenWalk.h"
+#include "functions/LookupIndex.h"
 #include "model/CellStore.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
@@ -17,6 +19,14 @@ namespace {
 
 class UndoList : public Sandbox {
   protected:
+    static void FreshBook() {
+        ResetBooks();
+        ConnectUndo();
+        // Sums and lookups are kept by sheet numbers, which begin anew.
+        ResetAreaSums();
+        ResetLookups();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    }
     static bool Type(std::string_view cell, std::string_view text, bool isArray = false) {
         EntryTarget target;
         target.book = CurrentBook();
@@ -134,7 +144,7 @@ struct Operation {
 };
 
 bool TypeAnything(std::mt19937& random) {
-    const char* texts[] = {"5", "text", "=A1+1", "=SUM(A1:C3)", "", "=local2"};
+    const char* texts[] = {"5", "text", "", "=local2", "=A1+1", "=SUM($A$1:$C$3)"};
     EntryTarget target;
     target.book = CurrentBook();
     target.sheet = CurrentWorkbook()->currentSheet;
@@ -150,7 +160,7 @@ bool TypeAnything(std::mt19937& random) {
     for (const ArrayEntry& entry : CurrentSheet()->arrayFormulas)
         if (AreasMeet(entry.area, target.area) && !AreaHoldsArea(target.area, entry.area)) return false;
     i32 outcome = 0;
-    return StoreEntry(target, Wide(texts[random() % 6]), outcome);
+    return StoreEntry(target, Wide(texts[random() % (target.refRow > 2 ? 6 : 4)]), outcome);
 }
 
 bool HideRows(std::mt19937& random) {
@@ -208,6 +218,14 @@ bool AddName(std::mt19937&) {
     return RecordName(UNDO_ADD_NAME, CurrentBook(), row);
 }
 
+bool ClearSome(std::mt19937& random, ClearMode mode) {
+    RefArea area = RandomArea(random);
+    if (random() % 4 == 0) area = WholeColumns(area);
+    for (const ArrayEntry& entry : CurrentSheet()->arrayFormulas)
+        if (AreasMeet(entry.area, area) && !AreaHoldsArea(area, entry.area)) return false;
+    return ClearArea(area, mode);
+}
+
 const Operation operations[] = {
     {"type", TypeAnything},
     {"insert rows", [](std::mt19937& r) { return InsertRowsOrCellsDown(WholeRows(RandomArea(r))); }},
@@ -241,6 +259,9 @@ const Operation operations[] = {
                 UndoCount() > before;
      }},
     {"copy sheet", [](std::mt19937& r) { return CopySheet(static_cast<i32>(r() % 5)); }},
+    {"clear all", [](std::mt19937& r) { return ClearSome(r, CLEAR_ALL); }},
+    {"clear formats", [](std::mt19937& r) { return ClearSome(r, CLEAR_FORMATS); }},
+    {"clear contents", [](std::mt19937& r) { return ClearSome(r, CLEAR_CONTENTS); }},
     {"hide rows", HideRows},
     {"column width", WidenColumns},
     {"hide sheet", HideSheet},
@@ -267,9 +288,7 @@ TEST_F(UndoList, UndoBringsBackWhatWasForEveryKind) {
     for (const Operation& operation : operations) {
         int done = 0;
         for (u32 seed = 1; seed <= 40; ++seed) {
-            ResetBooks();
-            ConnectUndo();
-            ASSERT_TRUE(CreateWorkbook(nullptr, false));
+            FreshBook();
             std::mt19937 random(seed);
             MakeBooks(random);
             const std::string before = DumpBooks();
@@ -292,9 +311,7 @@ TEST_F(UndoList, UndoBringsBackWhatWasForEveryKind) {
 
 TEST_F(UndoList, ManyOperationsAreUndoneInTurn) {
     for (u32 seed = 1; seed <= 30; ++seed) {
-        ResetBooks();
-        ConnectUndo();
-        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        FreshBook();
         std::mt19937 random(seed * 77);
         MakeBooks(random);
         std::vector<std::string> states;

@@ -129,10 +129,22 @@ struct Maker {
     std::string Formula(i32 row) {
         if (row == 0) return "=1+2";
         std::string formula = "=" + Reference(row);
-        const char* more[] = {"ROW()", "COLUMN()",       "one",
-                              "two",   "IF(A1>3,B2,C3)", "COUNT(Sheet1:Sheet3!A1:B4)"};
+        const char* more[] = {"ROW()",
+                              "COLUMN()",
+                              "one",
+                              "two",
+                              "IF(A1>3,B2,C3)",
+                              "COUNT(Sheet1:Sheet3!A1:B4)",
+                              "A3:L3",
+                              "IF(A1>3,A2:L2,A5:L5)",
+                              "INDEX(A1:L4,2,0)",
+                              "Sheet2!A2:L2",
+                              "CHOOSE(2,A1,$A$4:$L$4)",
+                              "MATCH(5,A1:A9,0)",
+                              "SUMIF(A1:A5,5,B1)",
+                              "ROW(C4)"};
         for (i32 i = Below(3); i > 0; --i)
-            formula += "+" + (Below(3) || row < 10 ? Reference(row) : std::string(more[Below(6)]));
+            formula += "+" + (Below(3) || row < 10 ? Reference(row) : std::string(more[Below(14)]));
         return formula;
     }
     FormulaTokens Compile(const std::string& formula, i32 row, i32 column, bool relative) {
