@@ -6,6 +6,7 @@
 #include "fileio/TextFiles.h"
 #include "formula/AreaSums.h"
 #include "formula/Recalculation.h"
+#include "functions/KeptNumbers.h"
 #include "functions/LookupIndex.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -26,6 +27,7 @@ void EndRun() {
     DropDependents();
     ResetAreaSums();
     ResetLookups();
+    ResetKeptNumbers();
     ResetHeadlessPlatform();
 }
 

@@ -2,12 +2,15 @@
 // Handlers that need no more than the numbers of all their arguments.
 
 #include "functions/Arguments.h"
+#include "functions/KeptNumbers.h"
 
 namespace tally {
 
 // Calls `finish` with all the numbers of the arguments; `allKinds` is that of the forms ending in A.
-template <typename Finish>
-void Aggregate(Value* arguments, Value& result, const EvalContext& context, bool allKinds, Finish finish) {
+inline void Aggregate(Value* arguments, Value& result, const EvalContext& context, bool allKinds,
+                      FinishNumbers finish) {
+    KeptNumbers* kept = IsMissing(arguments[1]) ? NumbersOf(arguments[0], context, allKinds) : nullptr;
+    if (kept && MakeValue(*kept, finish, result)) return;
     CollectOptions options;
     options.allKinds = allKinds;
     if (CollectAll(arguments, context, options, result)) result = finish(options.values);

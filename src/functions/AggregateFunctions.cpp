@@ -49,6 +49,11 @@ bool CountOne(const VisitedValue& visited, void* state) {
 }
 
 void Count(Value* arguments, Value& result, const EvalContext& context, bool all) {
+    const KeptNumbers* kept = IsMissing(arguments[1]) ? NumbersOf(arguments[0], context, false) : nullptr;
+    if (kept && (all || kept->error < 0)) {
+        result = NumberValue(all ? kept->filledCells : kept->values.Count());
+        return;
+    }
     Counting counting{all, 0, context};
     for (i32 i = 0; i < MAX_ARGUMENTS; ++i) {
         i32 error = -1;

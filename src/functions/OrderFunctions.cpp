@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "functions/Aggregate.h"
 #include "functions/Handlers.h"
@@ -16,10 +17,26 @@ bool IsNear(double a, double b) { return std::fabs(a - b) <= std::min(std::fabs(
 
 void Sort(Array<double>& values) { std::sort(values.begin(), values.end()); }
 
-// The numbers of the first argument and the number of the second; false with the error in `result`.
-bool DataAndNumber(Value* arguments, Value& result, const EvalContext& context, CollectOptions& data,
-                   double& x) {
-    return ReadNumbers(arguments[0], context, data, result) && NumberArgument(arguments[1], result, context, x);
+// The numbers of an argument in ascending order: kept ones, or their own.
+struct SortedData {
+    CollectOptions own;
+    const Array<double>* kept = nullptr;
+    std::span<const double> Values() const { return kept ? kept->Span() : own.values.Span(); }
+};
+
+// False with the error in `result`.
+bool ReadSorted(const Value& argument, Value& result, const EvalContext& context, SortedData& data) {
+    if (KeptNumbers* kept = NumbersOf(argument, context, false)) {
+        if (kept->error >= 0) {
+            result = ErrorValue(kept->error);
+            return false;
+        }
+        data.kept = SortedNumbers(*kept);
+        if (data.kept) return true;
+    }
+    if (!ReadNumbers(argument, context, data.own, result)) return false;
+    Sort(data.own.values);
+    return true;
 }
 
 Value Median(Array<double>& values) {
@@ -46,39 +63,40 @@ Value Mode(Array<double>& values) {
 }
 
 // The value that the share `k` of the data lies below.
-Value Percentile(Array<double>& values, double k) {
-    if (values.IsEmpty() || !(k >= 0 && k <= 1)) return ErrorValue(ERR_NUM);
-    Sort(values);
-    const double x = (values.Count() - 1) * k;
+Value Percentile(std::span<const double> values, double k) {
+    if (values.empty() || !(k >= 0 && k <= 1)) return ErrorValue(ERR_NUM);
+    const double x = static_cast<double>(values.size() - 1) * k;
     const u32 i = static_cast<u32>(x);
-    if (i + 1 >= values.Count()) return NumberValue(values[values.Count() - 1]);
+    if (i + 1 >= values.size()) return NumberValue(values.back());
     return NumberValue(values[i] + (values[i + 1] - values[i]) * (x - i));
 }
 
 // The k-th value from the top or from the bottom.
 void Ranked(Value* arguments, Value& result, const EvalContext& context, bool fromTop) {
-    CollectOptions data;
     double k = 0;
-    if (!DataAndNumber(arguments, result, context, data, k)) return;
+    CollectOptions data;
+    KeptNumbers* kept = NumbersOf(arguments[0], context, false);
+    const Array<double>* sorted = kept && kept->error < 0 ? SortedNumbers(*kept) : nullptr;
+    if (!sorted && !ReadNumbers(arguments[0], context, data, result)) return;
+    if (!NumberArgument(arguments[1], result, context, k)) return;
     k = std::trunc(k);
     result = ErrorValue(ERR_NUM);
-    const u32 count = data.values.Count();
+    const u32 count = sorted ? sorted->Count() : data.values.Count();
     if (!(k >= 1 && k <= count)) return;
-    const u32 place = static_cast<u32>(k) - 1;
-    double* at = data.values.begin() + (fromTop ? count - 1 - place : place);
-    std::nth_element(data.values.begin(), at, data.values.end());
-    result = NumberValue(*at);
+    const u32 place = fromTop ? count - static_cast<u32>(k) : static_cast<u32>(k) - 1;
+    // For one question the numbers need not all be sorted.
+    if (!sorted) std::nth_element(data.values.begin(), data.values.begin() + place, data.values.end());
+    result = NumberValue(sorted ? (*sorted)[place] : data.values[place]);
 }
 
 // The share of the data below x, between two neighbours in proportion.
-Value PercentRank(Array<double>& values, double x, i32 digits) {
-    if (digits < 1 || values.IsEmpty()) return ErrorValue(ERR_NUM);
-    Sort(values);
-    if (x < values[0] || x > values[values.Count() - 1]) return ErrorValue(ERR_NA);
-    const double* at = std::lower_bound(values.begin(), values.end(), x);
-    double rank = static_cast<double>(at - values.begin());
+Value PercentRank(std::span<const double> values, double x, i32 digits) {
+    if (digits < 1 || values.empty()) return ErrorValue(ERR_NUM);
+    if (x < values.front() || x > values.back()) return ErrorValue(ERR_NA);
+    const double* at = std::lower_bound(values.data(), values.data() + values.size(), x);
+    double rank = static_cast<double>(at - values.data());
     if (*at != x) rank += (x - at[-1]) / (*at - at[-1]) - 1;
-    rank /= values.Count() - 1;
+    rank /= static_cast<double>(values.size() - 1);
     // A single value has no share of the rest.
     if (!std::isfinite(rank)) return ErrorValue(ERR_NUM);
     return NumberValue(RoundDigits(rank, digits, ROUND_DOWN));
@@ -100,47 +118,76 @@ void CallSmall(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallPercentile(Value* arguments, Value& result, const EvalContext& context) {
-    CollectOptions data;
+    SortedData data;
     double k = 0;
-    if (DataAndNumber(arguments, result, context, data, k)) result = Percentile(data.values, k);
+    if (ReadSorted(arguments[0], result, context, data) && NumberArgument(arguments[1], result, context, k))
+        result = Percentile(data.Values(), k);
 }
 
 void CallQuartile(Value* arguments, Value& result, const EvalContext& context) {
-    CollectOptions data;
+    SortedData data;
     double quarter = 0;
-    if (!DataAndNumber(arguments, result, context, data, quarter)) return;
-    result = Percentile(data.values, std::trunc(quarter) * 0.25);
+    if (ReadSorted(arguments[0], result, context, data) &&
+        NumberArgument(arguments[1], result, context, quarter))
+        result = Percentile(data.Values(), std::trunc(quarter) * 0.25);
 }
+
+namespace {
+
+// The rank among sorted values; 0 when x is none of them.
+double RankInOrder(const Array<double>& sorted, double x, bool ascending) {
+    // Values that are near stand together about the place of x, equal ones side by side.
+    const double* const begin = sorted.begin();
+    const double* const end = sorted.end();
+    const double* below = std::lower_bound(begin, end, x);
+    const double* above = below;
+    while (below > begin && IsNear(below[-1], x)) below = std::lower_bound(begin, end, below[-1]);
+    while (above < end && IsNear(*above, x)) above = std::upper_bound(begin, end, *above);
+    if (below == above) return 0;
+    return static_cast<double>(ascending ? below - begin : end - above) + 1;
+}
+
+double RankByCounting(const Array<double>& values, double x, bool ascending) {
+    bool present = false;
+    double rank = 1;
+    for (double value : values) {
+        const bool same = IsNear(value, x);
+        present = present || same;
+        rank += !same && (ascending ? value < x : value > x);
+    }
+    return present ? rank : 0;
+}
+
+}  // namespace
 
 void CallRank(Value* arguments, Value& result, const EvalContext& context) {
     double x = 0, order = 0;
     CollectOptions data;
     if (!NumberArgument(arguments[0], result, context, x)) return;
-    if (!ReadNumbers(arguments[1], context, data, result)) return;
+    KeptNumbers* kept = NumbersOf(arguments[1], context, false);
+    const Array<double>* sorted = kept && kept->error < 0 ? SortedNumbers(*kept) : nullptr;
+    if (!sorted && !ReadNumbers(arguments[1], context, data, result)) return;
     if (!OptionalNumber(arguments[2], result, context, 0, order)) return;
     const bool ascending = std::trunc(order) != 0;
-    bool present = false;
-    double rank = 1;
-    for (double value : data.values) {
-        const bool same = IsNear(value, x);
-        present = present || same;
-        rank += !same && (ascending ? value < x : value > x);
-    }
-    result = present ? NumberValue(rank) : ErrorValue(ERR_NA);
+    const double rank = sorted ? RankInOrder(*sorted, x, ascending) : RankByCounting(data.values, x, ascending);
+    result = rank != 0 ? NumberValue(rank) : ErrorValue(ERR_NA);
 }
 
 void CallPercentrank(Value* arguments, Value& result, const EvalContext& context) {
-    CollectOptions data;
+    SortedData data;
     double x = 0;
     i32 digits = 0;
-    if (!DataAndNumber(arguments, result, context, data, x)) return;
-    if (OptionalInteger(arguments[2], result, context, 3, digits)) result = PercentRank(data.values, x, digits);
+    if (ReadSorted(arguments[0], result, context, data) && NumberArgument(arguments[1], result, context, x) &&
+        OptionalInteger(arguments[2], result, context, 3, digits))
+        result = PercentRank(data.Values(), x, digits);
 }
 
 void CallTrimmean(Value* arguments, Value& result, const EvalContext& context) {
     CollectOptions data;
     double share = 0;
-    if (!DataAndNumber(arguments, result, context, data, share)) return;
+    if (!ReadNumbers(arguments[0], context, data, result) ||
+        !NumberArgument(arguments[1], result, context, share))
+        return;
     result = ErrorValue(ERR_NUM);
     if (!(share >= 0 && share <= 1)) return;
     Sort(data.values);

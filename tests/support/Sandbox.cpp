@@ -13,6 +13,7 @@
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
+#include "functions/KeptNumbers.h"
 #include "functions/LookupIndex.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
@@ -84,6 +85,7 @@ void Sandbox::ForgetBooks() {
     DropDependents();
     ResetAreaSums();
     ResetLookups();
+    ResetKeptNumbers();
     Random() = RandomState();
 }
 
