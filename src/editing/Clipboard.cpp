@@ -6,6 +6,7 @@
 #include "editing/Guards.h"
 #include "editing/UndoInverse.h"
 #include "editing/VisibleRuns.h"
+#include "editing/WorkRows.h"
 #include "formula/FormulaText.h"
 #include "formula/SheetCalculation.h"
 #include "model/AreaList.h"
@@ -134,9 +135,14 @@ bool CompressBlock(ClipboardBlock& held, const Compression& compression) {
     CompressList(compression, whole, block.links, [](SavedLink& saved) -> RefArea& { return saved.link.area; });
     CompressRules(compression, whole, block.validations);
     CompressRules(compression, whole, block.formats);
-    for (ColumnInfo& info : block.columns)
+    u32 kept = 0;
+    for (ColumnInfo info : block.columns) {
+        if (IsHidden(compression.columns, info.column)) continue;
         info.column =
             static_cast<u8>(CompressedPlace(compression.columns, whole.firstColumn, info.column, true));
+        block.columns[kept++] = info;
+    }
+    block.columns.Truncate(kept);
     block.area.lastRow = static_cast<u16>(whole.firstRow + held.rowPlaces.Count() - 1);
     block.area.lastColumn = static_cast<u8>(whole.firstColumn + held.columnPlaces.Count() - 1);
     block.visibleOnly = true;
@@ -217,14 +223,11 @@ bool ListsBehindCut(UndoRecord& after, const Sheet& sheet) {
 
 bool TakeAway(const Sheet& sheet, const CellBlock& block) {
     UndoRecord after;
-    after.serial = sheet.serial;
-    after.area = block.area;
+    StartAfter(after, sheet, block.area);
     after.mask = BLOCK_CELLS | BLOCK_ARRAYS | BLOCK_MERGES | BLOCK_HYPERLINKS;
     if (IsWholeColumns(block.area) && !(sheet.viewFlags & VIEW_PROTECTED)) after.mask |= BLOCK_COLUMNS;
-    bool good = CellsBehindCut(after, sheet, block) && ListsBehindCut(after, sheet);
-    const bool recorded = good && RecordBlock(UNDO_CUT, block.book, block.sheet, block.area, BLOCK_ALL);
-    good = good && RestoreArea(after);
-    if (!good && recorded) DropLastUndo();
+    const bool good = CellsBehindCut(after, sheet, block) && ListsBehindCut(after, sheet) &&
+                      ReplaceArea(after, UNDO_CUT, BLOCK_ALL);
     FreeUndoContents(after);
     return good;
 }
@@ -272,7 +275,6 @@ bool CutCells(i32 book, i32 sheet, const RefArea& area) {
         FreeClipboard(held);
         return false;
     }
-    BookAt(book)->dirty = 1;
     Keep(held, true);
     return true;
 }

@@ -10,6 +10,7 @@
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
+#include "model/Tokens.h"
 
 namespace tally {
 namespace {
@@ -109,22 +110,30 @@ bool TokensFor(const EntryTarget& target, const Content& content, i32 row, i32 c
     return false;
 }
 
+// The value of an entry that is no formula.
+Value ValueOf(const Content& content) {
+    switch (content.kind) {
+        case ENTRY_NUMBER: return NumberValue(content.result.number);
+        case ENTRY_BOOL: return BoolValue(content.result.boolean != 0);
+        case ENTRY_ERROR: return ErrorValue(content.result.error);
+        case ENTRY_TEXT: return TextValue(content.quoted ? content.text.substr(1) : content.text);
+        default: return Value();
+    }
+}
+
+void NoteMarks(Content& content, WideView text) {
+    content.lineFeed = text.find(u'\n') != WideView::npos;
+    content.quoted = content.kind == ENTRY_TEXT && !text.empty() && text[0] == u'\'';
+}
+
 bool StoreOne(const EntryTarget& target, const Content& content, i32 row, i32 column) {
     CellInput input;
     input.row = static_cast<u16>(row);
     input.column = static_cast<u8>(column);
     input.format = GetCellFormat(*SheetAt(target.book, target.sheet), row, column);
     if (!ApplyEntryFormat(*BookAt(target.book), content, input.format)) return false;
-    switch (content.kind) {
-        case ENTRY_FORMULA:
-            if (!TokensFor(target, content, row, column, input.tokens)) return false;
-            break;
-        case ENTRY_NUMBER: input.value = NumberValue(content.result.number); break;
-        case ENTRY_BOOL: input.value = BoolValue(content.result.boolean != 0); break;
-        case ENTRY_ERROR: input.value = ErrorValue(content.result.error); break;
-        case ENTRY_TEXT: input.value = TextValue(content.quoted ? content.text.substr(1) : content.text); break;
-        default: break;
-    }
+    if (content.kind == ENTRY_FORMULA && !TokensFor(target, content, row, column, input.tokens)) return false;
+    input.value = ValueOf(content);
     return SetCell(target.book, target.sheet, input, true, true);
 }
 
@@ -145,8 +154,7 @@ bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
         FreeTokens(content.tokens);
         return false;
     }
-    content.lineFeed = text.find(u'\n') != WideView::npos;
-    content.quoted = content.kind == ENTRY_TEXT && !text.empty() && text[0] == u'\'';
+    NoteMarks(content, text);
     const bool recorded = target.undoKind >= 0 &&
                           RecordBlock(target.undoKind, target.book, target.sheet, target.area, BLOCK_BY_ENTRY);
     const bool ruled = target.checkRules && !sheet->validations.IsEmpty();
@@ -169,6 +177,30 @@ bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome) {
     // A fill that stops half way is taken back, and so is what a rule refuses.
     if (!good && recorded && UndoLast()) BookAt(target.book)->dirty = wasDirty;
     return good;
+}
+
+bool MakeEntryCell(i32 book, i32 sheet, WideView text, SavedCell& cell) {
+    EntryTarget target;
+    target.book = book;
+    target.sheet = sheet;
+    target.refRow = cell.row;
+    target.refColumn = cell.column;
+    target.area = {cell.row, cell.row, cell.column, cell.column};
+    Content content;
+    i32 outcome = ENTRY_STORED;
+    if (!Recognise(target, text, content, outcome)) {
+        FreeTokens(content.tokens);
+        if (outcome != ENTRY_BAD_FORMULA) return false;
+        content.kind = ENTRY_TEXT;
+    }
+    NoteMarks(content, text);
+    if (!ApplyEntryFormat(*BookAt(book), content, cell.format)) {
+        FreeTokens(content.tokens);
+        return false;
+    }
+    cell.tokens = content.tokens;
+    cell.value = ValueOf(content);
+    return true;
 }
 
 }  // namespace tally

@@ -2,6 +2,7 @@
 // From the text of an entry to stored cells.
 
 #include "editing/EntryRecognition.h"
+#include "model/SavedCells.h"
 
 namespace tally {
 
@@ -21,5 +22,10 @@ struct EntryTarget {
 // Stores one text over an area. False, with the reason in `outcome`, when nothing was stored; out of
 // memory leaves 0 there.
 [[nodiscard]] bool StoreEntry(const EntryTarget& target, WideView text, i32& outcome);
+
+// What a text becomes in a cell without a user who is asked: what is no formula stays a text. Row, column and
+// the format that the cell has come in with `cell`; value, tokens and the new format come out. False when
+// memory fails, `cell` then holding nothing.
+[[nodiscard]] bool MakeEntryCell(i32 book, i32 sheet, WideView text, SavedCell& cell);
 
 }  // namespace tally

@@ -15,6 +15,7 @@ void SaveAsCommand(i32 command);
 void ExitCommand(i32 command);
 // Editing and sheets.
 void EditLineCommand(i32 command);
+void ClipboardCommand(i32 command);
 void UndoCommand(i32 command);
 void ClearCommand(i32 command);
 void DeleteCommand(i32 command);
@@ -65,6 +66,15 @@ bool SaveBook(i32 book, WideView path, bool askForName);
 // Asks for a name and a form first; the book then bears that name.
 bool SaveBookAs(i32 book);
 void AddRecentFile(WideView path);
+
+// ---- clipboard ----------------------------------------------------------------------------------------
+// On the current sheet's selection.
+void CopySelection();
+void CutSelection();
+void PasteClipboard();
+void PasteSpecialDialog();
+// Whether the clipboard holds something that can be pasted.
+bool CanPaste();
 
 // ---- settings -----------------------------------------------------------------------------------------
 void LoadSettings();

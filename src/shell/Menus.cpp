@@ -5,6 +5,7 @@
 #include "editing/SheetOperations.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "shell/Commands.h"
 #include "shell/FramePaint.h"
 #include "shell/Shell.h"
 #include "shell/ShellState.h"
@@ -21,7 +22,6 @@ enum MenuRule : u32 {
     NEEDS_UNLOCKED = 4,   // the sheet is not protected
     NEEDS_WORKSHEET = 8,  // not a macro sheet
     NOT_EDITING = 16,
-    ONLY_EDITING = 32,
     NOT_COLUMNS = 64,  // the selection is not of whole columns
     NOT_ROWS = 128,
     OTHER_SHEET = 256,  // another visible sheet exists
@@ -30,6 +30,7 @@ enum MenuRule : u32 {
     MAY_DELETE_SHEET = 4096,   // another worksheet and another visible sheet exist
     NO_FILTERED_RANGE = 8192,  // no filter is on, or whole lines are selected
     HIDDEN_SHEET = 2048,       // one that can be shown again
+    NEEDS_CLIPBOARD = 16384,   // something that can be pasted
 };
 constexpr u32 FREE_GRID = NEEDS_GRID | NEEDS_UNLOCKED | NOT_EDITING;
 constexpr u32 FREE_CELLS = FREE_GRID | NEEDS_WORKSHEET;
@@ -59,10 +60,10 @@ constexpr MenuRow menuRows[] = {
     {MENU_FILE, 127, MENU_NONE, u"退出(&X)", 0},
     {MENU_EDIT, 130, MENU_NONE, u"撤消(&U)", NEEDS_UNDO},
     {MENU_EDIT, 0, MENU_NONE, u"", 0},
-    {MENU_EDIT, 131, MENU_NONE, u"剪切(&T)\tCtrl+X", NEEDS_GRID | ONLY_EDITING},
-    {MENU_EDIT, 132, MENU_NONE, u"复制(&C)\tCtrl+C", NEEDS_GRID | ONLY_EDITING},
-    {MENU_EDIT, 133, MENU_NONE, u"粘贴(&P)\tCtrl+V", NEEDS_GRID | ONLY_EDITING},
-    {MENU_EDIT, 134, MENU_NONE, u"选择性粘贴(&S)...", FREE_GRID},
+    {MENU_EDIT, 131, MENU_NONE, u"剪切(&T)\tCtrl+X", NEEDS_GRID},
+    {MENU_EDIT, 132, MENU_NONE, u"复制(&C)\tCtrl+C", NEEDS_GRID},
+    {MENU_EDIT, 133, MENU_NONE, u"粘贴(&P)\tCtrl+V", NEEDS_GRID | NEEDS_CLIPBOARD},
+    {MENU_EDIT, 134, MENU_NONE, u"选择性粘贴(&S)...", NEEDS_GRID | NEEDS_CLIPBOARD | NOT_EDITING},
     {MENU_EDIT, 0, MENU_NONE, u"", 0},
     {MENU_EDIT, 0, MENU_FILL, u"填充(&I)", FREE_GRID},
     {MENU_EDIT, 0, MENU_CLEAR, u"清除(&A)", 0},
@@ -184,7 +185,7 @@ bool HiddenSheet() {
 u32 RulesThatHold() {
     const Workbook* book = CurrentWorkbook();
     const Sheet* sheet = CurrentSheet();
-    u32 rules = IsEditing() ? u32{ONLY_EDITING} : u32{NOT_EDITING};
+    u32 rules = IsEditing() ? u32{NEEDS_NOTHING} : u32{NOT_EDITING};
     if (IsEditing() ? ShellPlatform().entryCanUndo() : UndoCount() > 0) rules |= NEEDS_UNDO;
     if (!book) return rules;
     rules |= NEEDS_BOOK;
@@ -283,7 +284,9 @@ bool BuildMenu(MenuId menu, Array<MenuItem>& items) {
     items.Truncate(0);
     if (menu == MENU_RECENT) return RecentItems(items);
     if (menu == MENU_WINDOWS) return WindowItems(items);
-    const u32 holding = RulesThatHold();
+    u32 holding = RulesThatHold();
+    // Only asked for where an item wants to know: another program may have to answer.
+    if (menu == MENU_EDIT && CanPaste()) holding |= NEEDS_CLIPBOARD;
     for (const MenuRow& row : menuRows) {
         if (row.menu != menu) continue;
         const bool enabled = (holding & row.rules) == row.rules && IsBuilt(row.command);
@@ -307,10 +310,10 @@ bool GridMenu(Array<MenuItem>& items) {
         bool enabled;
     };
     const GridRow fixed[] = {
-        {131, u"剪切(&T)", IsEditing()},
-        {132, u"复制(&C)", IsEditing()},
-        {133, u"粘贴(&P)", IsEditing()},
-        {134, u"选择性粘贴(&S)...", true},
+        {131, u"剪切(&T)", true},
+        {132, u"复制(&C)", true},
+        {133, u"粘贴(&P)", CanPaste()},
+        {134, u"选择性粘贴(&S)...", CanPaste() && !IsEditing()},
         {0, u"", true},
         {rows      ? 161
          : columns ? 162

@@ -1,0 +1,44 @@
+#pragma once
+// Laying a captured block over areas of a sheet: the machinery of Paste and Fill.
+
+#include "editing/PasteOperations.h"
+#include "editing/Undo.h"
+
+namespace tally {
+
+enum ClipboardMode : i32 {
+    PASTE_ALL = 1,
+    PASTE_FORMULAS = 2,
+    PASTE_VALUES = 3,
+    PASTE_FORMATS = 4,
+    PASTE_COMMENTS = 5,
+    PASTE_BUT_BORDERS = 6,
+    PASTE_VALIDATION = 7,
+    PASTE_VALUES_AND_FORMATS = 8,
+};
+
+struct RestoreOrder {
+    const CellBlock* block = nullptr;
+    // Where rows and columns of the block stood, one by one; empty when they stand in its area.
+    std::span<const u16> rowPlaces;
+    std::span<const u8> columnPlaces;
+    i32 book = 0, sheet = 0;
+    std::span<const RefArea> targets;  // multiples of the block's size, one or more
+    i32 mode = PASTE_ALL;
+    i32 operation = PASTE_NONE;
+    bool skipBlanks = false;
+    bool transpose = false;
+    bool isCut = false;
+    // What gives way in the targets and what of the block comes there, beside cells, arrays and merges.
+    u32 mask = 0;
+    i32 undoKind = UNDO_PASTE;
+};
+
+// What a mode replaces and brings beside cells, arrays and merges.
+u32 MaskOfMode(i32 mode);
+
+// Tiles the block over the targets, as one operation with its undo record. False with the book as it was when
+// memory fails or too many cells would come about; the user has then been told.
+[[nodiscard]] bool RestoreBlock(const RestoreOrder& order);
+
+}  // namespace tally
