@@ -62,13 +62,14 @@ constexpr CommandRange commandRanges[] = {
     {412, 412, ViewFlagCommand},
     {413, 413, nullptr},
     {414, 416, BookBarCommand},
-    {417, 418, nullptr},
+    {417, 418, BarCommand},
     {419, 420, BarCommand},
     {421, 421, FullScreenCommand},
     {422, 422, nullptr},
     {423, 423, FreezeCommand},
     {424, 431, nullptr},
-    {432, 438, nullptr},
+    {432, 437, nullptr},
+    {438, 438, BarCommand},
     {439, 443, EntryBarCommand},
     {444, 445, ScreenSidewaysCommand},
 };
@@ -123,6 +124,16 @@ constexpr Accelerator accelerators[] = {
 
 std::span<const CommandRow> CommandTable() { return commandRows; }
 std::span<const Accelerator> AcceleratorTable() { return accelerators; }
+
+i32 BandOfCommand(i32 command) {
+    switch (command) {
+        case 417: return BAND_STANDARD;
+        case 418: return BAND_FORMAT;
+        case 419: return BAND_FORMULA;
+        case 438: return BAND_ENTRY;
+        default: return -1;
+    }
+}
 
 CommandHandler FindCommand(i32 id) {
     // Ascending by id, so that the search may halve.

@@ -18,6 +18,7 @@
 #include "shell/Shell.h"
 #include "shell/Sizes.h"
 #include "shell/Tables.h"
+#include "shell/Toolbars.h"
 
 namespace tally {
 namespace {
@@ -26,6 +27,7 @@ void LeaveEdit() {
     EndPoint();
     Shell().entryMode = ENTRY_NONE;
     ShellPlatform().focusFrame();
+    RefreshToolbars();
 }
 
 RefArea ActiveArea(const Sheet& sheet) {
@@ -148,6 +150,7 @@ bool RefuseActiveArray() {
 void BeginEdit(i32 mode) {
     Shell().entryMode = mode;
     ShellPlatform().focusEntryLine();
+    RefreshToolbars();
 }
 
 bool CommitEntry(bool isArray, bool isFill) {
@@ -192,6 +195,7 @@ void ShowChangedCells() {
     RefreshEntryLine();
     ShellPlatform().invalidate(Shell().layout.grid);
     InvalidateStatus();
+    RefreshToolbars();
 }
 
 void CancelEntry() {
@@ -329,6 +333,7 @@ bool EntryLineClick() {
         return false;
     }
     Shell().entryMode = ENTRY_EDIT;
+    RefreshToolbars();
     // An array shows without its braces while it is edited.
     WideText text;
     if (entry && LineText(*sheet, active.firstRow, active.firstColumn, text))

@@ -7,6 +7,7 @@
 #include "shell/EntryEditor.h"
 #include "shell/Layout.h"
 #include "shell/Selection.h"
+#include "shell/Tables.h"
 
 namespace tally {
 
@@ -109,7 +110,8 @@ void BookBarCommand(i32 command) {
 }
 
 void BarCommand(i32 command) {
-    if (command == 419) Shell().bandHidden[BAND_FORMULA] = !Shell().bandHidden[BAND_FORMULA];
+    const i32 band = BandOfCommand(command);
+    if (band >= 0) Shell().bandHidden[band] = !Shell().bandHidden[band];
     else Shell().statusBarShown = !Shell().statusBarShown;
     RefreshChrome();
 }

@@ -14,6 +14,7 @@
 #include "shell/CellLook.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
+#include "shell/Toolbars.h"
 
 namespace tally {
 namespace {
@@ -448,6 +449,7 @@ void PaintFrame(void* target, const PixelRect& paint) {
     }
     PaintResizeEdge(target, paint);
     Drawing().setClip(target, paint);
+    if (RectsMeet(layout.toolbar, paint)) PaintToolbars(target);
     if (RectsMeet(layout.tabScroller, paint) || RectsMeet(layout.tabs, paint)) PaintTabs(target);
     if (RectsMeet(layout.statusBar, paint)) PaintStatusBar(target);
 }

@@ -5,6 +5,7 @@
 #include "base/Number.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "shell/Toolbars.h"
 
 namespace tally {
 namespace {
@@ -109,14 +110,19 @@ bool FullScreen() { return (Shell().options5 & OPTION_FULL_SCREEN) != 0; }
 void PlaceStrips(const Workbook* book, const Sheet* sheet, const ScreenMetrics& screen, Layout& layout) {
     const bool full = FullScreen();
     i32 top = 0, bottom = layout.height;
-    layout.entryLine = layout.tabs = layout.tabScroller = layout.statusBar = layout.grid = PixelRect();
+    layout.toolbar = layout.entryLine = layout.tabs = layout.tabScroller = PixelRect();
+    layout.statusBar = layout.grid = PixelRect();
     if (Shell().statusBarShown && !full) {
         layout.statusBar = {0, std::max(0, bottom - screen.fontHeight - 6), layout.width, bottom};
         bottom = layout.statusBar.top;
     }
+    if (IsBandShown(BAND_STANDARD) || IsBandShown(BAND_FORMAT) || IsBandShown(BAND_ENTRY)) {
+        layout.toolbar = {0, 0, layout.width, TOOLBAR_HEIGHT};
+        top = layout.toolbar.bottom;
+    }
     if (!book) return;
-    if (!Shell().bandHidden[BAND_FORMULA] && HasCells(sheet) && !full) {
-        layout.entryLine = {0, 0, layout.width, screen.fontHeight + ENTRY_LINE_PADDING};
+    if (IsBandShown(BAND_FORMULA)) {
+        layout.entryLine = {0, top, layout.width, top + screen.fontHeight + ENTRY_LINE_PADDING};
         top = layout.entryLine.bottom;
     }
     const bool showBar = book->showHorizontalScrollBar && !full && HasCells(sheet);
@@ -197,6 +203,7 @@ void RefreshChrome() {
     ShellPlatform().clientSize(shell.layout.width, shell.layout.height);
     LayOut();
     ShellPlatform().placeEntryLine(shell.layout.entryLine, !IsEmptyRect(shell.layout.entryLine));
+    RefreshToolbars();
     InvalidateAll();
 }
 

@@ -208,7 +208,7 @@ u32 RulesThatHold() {
 bool IsChecked(i32 command) {
     const Workbook* book = CurrentWorkbook();
     const Sheet* sheet = CurrentSheet();
-    if (command == 419) return !Shell().bandHidden[BAND_FORMULA];
+    if (const i32 band = BandOfCommand(command); band >= 0) return !Shell().bandHidden[band];
     if (command == 420) return Shell().statusBarShown;
     if (command == 421) return (Shell().options5 & OPTION_FULL_SCREEN) != 0;
     if (!book || !sheet) return false;

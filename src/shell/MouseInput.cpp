@@ -10,6 +10,7 @@
 #include "shell/Selection.h"
 #include "shell/Sizes.h"
 #include "shell/Tables.h"
+#include "shell/Toolbars.h"
 
 namespace tally {
 namespace {
@@ -179,10 +180,27 @@ void TabsPopup(i32 x, i32 y) {
     if (chosen > 0 && CommitBeforeMove()) SelectSheet(chosen - 1);
 }
 
+// What the pointer looks like at a place: what a press there would do.
+PointerShape PointerAt(i32 x, i32 y) {
+    const Layout& layout = Shell().layout;
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || !RectHolds(layout.grid, x, y)) return POINTER_ARROW;
+    const bool inColumns = y < layout.cells.top, inRows = x < layout.cells.left;
+    if (inColumns && inRows) return POINTER_CELL;
+    const bool mayResize = !IsEditing() && !(sheet->viewFlags & VIEW_PROTECTED);
+    if (inColumns)
+        return mayResize && EdgeAt(layout.columns, x, 6, 3) >= 0 ? POINTER_COLUMN_EDGE : POINTER_ARROW;
+    if (inRows) return mayResize && EdgeAt(layout.rows, y, 5, 3) >= 0 ? POINTER_ROW_EDGE : POINTER_ARROW;
+    const bool link =
+        !IsEditing() && FindHyperlink(LineAtPixel(layout.rows, y), LineAtPixel(layout.columns, x)) >= 0;
+    return link ? POINTER_LINK : POINTER_CELL;
+}
+
 }  // namespace
 
 bool MouseDown(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
+    if (PressToolbar(message.x, message.y)) return true;
     if (RectHolds(layout.tabs, message.x, message.y)) {
         ClickTabs(message.x);
         return true;
@@ -208,6 +226,10 @@ bool MouseDown(const ShellMessage& message) {
 
 bool MouseMove(const ShellMessage& message) {
     ShellState& shell = Shell();
+    if (shell.gesture == GESTURE_NONE) {
+        MoveOnToolbar(message.x, message.y);
+        ShellPlatform().setPointer(PointerAt(message.x, message.y));
+    }
     if (shell.gesture == GESTURE_NONE || !HasCells(CurrentSheet())) return true;
     if (IsResizing()) InvalidateResizeEdge();
     shell.gestureX = message.x;
@@ -233,6 +255,7 @@ bool MouseMove(const ShellMessage& message) {
 
 bool MouseUp(const ShellMessage& message) {
     ShellState& shell = Shell();
+    if (ReleaseToolbar(message.x, message.y)) return true;
     if (IsResizing()) {
         InvalidateResizeEdge();
         shell.gestureX = message.x;

@@ -22,6 +22,7 @@
 #include "shell/ShellState.h"
 #include "shell/Sizes.h"
 #include "shell/Tables.h"
+#include "shell/Toolbars.h"
 
 namespace tally {
 namespace {
@@ -207,6 +208,7 @@ bool SendShellMessage(const ShellMessage& message) {
         const MessageScope scope;
         const bool taken = row.handler(message);
         if (message.message != WM_PAINT) FitWantedRows();
+        if (message.message != WM_PAINT && message.message != WM_MOUSEMOVE) RefreshToolbars();
         return taken;
     }
     return false;

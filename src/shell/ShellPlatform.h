@@ -148,6 +148,8 @@ struct ScrollBarState {
     i32 maximum = 0;  // greatest position
 };
 
+enum PointerShape : u8 { POINTER_ARROW, POINTER_CELL, POINTER_COLUMN_EDGE, POINTER_ROW_EDGE, POINTER_LINK };
+
 enum TimerId : i32 {
     TIMER_AUTO_SCROLL = 1,
     TIMER_COMMENT_HINT = 2,
@@ -177,6 +179,9 @@ struct ShellPlatformTable {
     void (*setFullScreen)(bool on);
     void (*quit)();  // leaves the message loop
     void (*focusFrame)();
+    // What is shown beside the pointer when it rests on the frame; empty for nothing.
+    void (*setToolTip)(WideView text);
+    void (*setPointer)(PointerShape shape);
     // What the drawing table draws with.
     const DrawingTable* drawing;
 

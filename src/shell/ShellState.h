@@ -33,6 +33,7 @@ struct Layout {
     i32 digitWidth = 7;  // zoomed
     i32 dpiX = 96, dpiY = 96;
     i32 headerHeight = 0, headerWidth = 0;
+    PixelRect toolbar;
     PixelRect entryLine;
     PixelRect grid;   // GridArea: headers and cells
     PixelRect cells;  // without the headers
@@ -42,6 +43,13 @@ struct Layout {
     // Shown rows and columns in the order of the screen: those of the fixed pane first.
     Array<ShownLine> rows, columns;
     u32 fixedRows = 0, fixedColumns = 0;  // how many of them are in the fixed pane
+};
+
+// The buttons, by their place in the table.
+struct Toolbar {
+    u32 enabled = 0;  // bit by bit, as they were last shown
+    i32 hover = -1;   // under the pointer
+    i32 pressed = -1;
 };
 
 // While a reference is written into the entry line by keys or the mouse.
@@ -80,6 +88,7 @@ struct ShellState {
     i32 gestureX = 0, gestureY = 0;       // last pointer position
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
+    Toolbar toolbar;
     WantedRows wantedRows;
     UsedColumn usedColumn;
     bool decimalKey = false;  // the last key was the number pad's decimal key

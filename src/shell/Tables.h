@@ -31,6 +31,9 @@ struct Accelerator {
 };
 std::span<const Accelerator> AcceleratorTable();
 
+// The band that a command shows or hides, or -1.
+i32 BandOfCommand(i32 command);
+
 // WM_INITMENUPOPUP and the items themselves.
 bool BuildMenu(MenuId menu, Array<MenuItem>& items);
 bool GridMenu(Array<MenuItem>& items);

@@ -86,6 +86,8 @@ void KillTimer(i32 timer) { frame.timers[timer & 7] = false; }
 void SetFullScreen(bool) {}
 void Quit() { frame.hasQuit = true; }
 void FocusFrame() { frame.entryFocused = false; }
+void SetToolTip(WideView text) { IgnoreFailure(frame.toolTip.Assign(text)); }
+void SetPointer(PointerShape shape) { frame.pointer = shape; }
 i32 TrackPopup(const Array<MenuItem>& items, i32, i32) {
     frame.popupTexts.Truncate(0);
     for (const MenuItem& item : items) {
@@ -208,6 +210,8 @@ constexpr ShellPlatformTable shellTable = {
     SetFullScreen,
     Quit,
     FocusFrame,
+    SetToolTip,
+    SetPointer,
     &drawingTable,
     TrackPopup,
     PlaceEntryLine,

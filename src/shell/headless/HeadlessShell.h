@@ -36,6 +36,8 @@ struct HeadlessShellState {
     bool entryFocused = false;
     bool hasQuit = false;
     bool captured = false;
+    WideText toolTip;
+    PointerShape pointer = POINTER_ARROW;
     WideText entry;
     i32 entryStart = 0, entryEnd = 0;
     PixelRect entryPlace;

@@ -112,6 +112,16 @@ bool ComposeInClient(const QInputMethodEvent* event) {
     return SendCharacters(event->commitString(), 0);
 }
 
+// The pointer is no longer over what the shell paints.
+bool SendPointerLeft() {
+    if (QApplication::mouseButtons() != Qt::NoButton) return false;
+    ShellMessage message;
+    message.message = WM_MOUSEMOVE;
+    message.x = message.y = -1;
+    Send(message);
+    return false;
+}
+
 // True when the shell swallowed one of the characters.
 bool OfferEntryCharacters(const QString& text, u32 modifiers) {
     bool swallowed = false;
@@ -166,12 +176,14 @@ bool HandleClientEvent(QEvent* event) {
             return static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton &&
                    SendMouse(WM_LBUTTONUP, static_cast<QMouseEvent*>(event));
         case QEvent::MouseMove: return SendMouse(WM_MOUSEMOVE, static_cast<QMouseEvent*>(event));
+        case QEvent::Leave: return SendPointerLeft();
         case QEvent::Wheel: return SendWheel(static_cast<QWheelEvent*>(event));
         default: return false;
     }
 }
 
 bool HandleEntryEvent(QEvent* event) {
+    if (event->type() == QEvent::Enter) return SendPointerLeft();
     if (event->type() == QEvent::KeyPress) return PressEntryKey(static_cast<QKeyEvent*>(event));
     if (event->type() == QEvent::InputMethod) {
         return OfferEntryCharacters(static_cast<QInputMethodEvent*>(event)->commitString(), 0);

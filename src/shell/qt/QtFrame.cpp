@@ -61,6 +61,16 @@ void QtFocusFrame() {
     if (frame) frame->client.setFocus();
 }
 
+void QtSetToolTip(WideView text) {
+    if (frame) frame->client.setToolTip(ToQString(text));
+}
+
+void QtSetPointer(PointerShape shape) {
+    constexpr Qt::CursorShape shapes[] = {Qt::ArrowCursor, Qt::CrossCursor, Qt::SplitHCursor, Qt::SplitVCursor,
+                                          Qt::PointingHandCursor};
+    if (frame && frame->client.cursor().shape() != shapes[shape]) frame->client.setCursor(shapes[shape]);
+}
+
 void QtSetScrollBar(bool vertical, const ScrollBarState& state) {
     if (!frame) return;
     QScrollBar& bar = vertical ? frame->vertical : frame->horizontal;
@@ -84,6 +94,8 @@ const ShellPlatformTable shellTable = {
     .setFullScreen = QtSetFullScreen,
     .quit = QtQuit,
     .focusFrame = QtFocusFrame,
+    .setToolTip = QtSetToolTip,
+    .setPointer = QtSetPointer,
     .drawing = &QtDrawing(),
     .trackPopup = QtTrackPopup,
     .placeEntryLine = QtPlaceEntryLine,
@@ -140,6 +152,7 @@ Frame::Frame(const FrameCalls& frameCalls)
     entry.hide();
     for (QScrollBar* bar : {&vertical, &horizontal}) {
         bar->setFocusPolicy(Qt::NoFocus);
+        bar->setCursor(Qt::ArrowCursor);
         bar->setContextMenuPolicy(Qt::NoContextMenu);
         bar->hide();
     }

@@ -1,0 +1,144 @@
+#include "shell/Toolbars.h"
+
+#include <set>
+
+#include "shell/Layout.h"
+#include "shell/Selection.h"
+#include "shell/Tables.h"
+#include "support/ShellSandbox.h"
+
+namespace tally {
+namespace {
+
+class ToolbarsTest : public ShellSandbox {
+  protected:
+    static std::size_t ButtonOf(i32 command) {
+        for (std::size_t i = 0; i < ToolbarButtons().size(); ++i)
+            if (ToolbarButtons()[i].command == command) return i;
+        ADD_FAILURE() << "no button " << command;
+        return 0;
+    }
+    static PixelRect PlaceOf(i32 command) { return ButtonPlace(ButtonOf(command)); }
+    static bool Enabled(i32 command) { return IsButtonEnabled(ToolbarButtons()[ButtonOf(command)]); }
+    static void Press(i32 command) {
+        const PixelRect place = PlaceOf(command);
+        ASSERT_FALSE(IsEmptyRect(place));
+        ClickMouse(place.left + 5, place.top + 5);
+    }
+    static void MoveTo(i32 x, i32 y) {
+        ShellMessage message;
+        message.message = WM_MOUSEMOVE;
+        message.x = x;
+        message.y = y;
+        EXPECT_TRUE(SendShellMessage(message));
+    }
+};
+
+TEST_F(ToolbarsTest, TheStandardBarIsSeenFirstAndTheOthersFromTheMenu) {
+    EXPECT_FALSE(IsEmptyRect(PlaceOf(110)));
+    EXPECT_TRUE(IsEmptyRect(PlaceOf(432)));
+    EXPECT_TRUE(IsEmptyRect(PlaceOf(440)));
+    EXPECT_EQ(Shell().layout.entryLine.top, Shell().layout.toolbar.bottom);
+    for (const i32 command : {418, 438}) PickCommand(command);
+    EXPECT_FALSE(IsEmptyRect(PlaceOf(432)));
+    EXPECT_FALSE(IsEmptyRect(PlaceOf(440)));
+    for (const i32 command : {417, 418, 438}) PickCommand(command);
+    EXPECT_EQ(Shell().layout.entryLine.top, 0);
+}
+
+TEST_F(ToolbarsTest, ButtonsStandSideBySideAndEachHasItsTip) {
+    for (const i32 command : {418, 438}) PickCommand(command);
+    i32 right = 0;
+    std::set<i32> commands;
+    for (std::size_t i = 0; i < ToolbarButtons().size(); ++i) {
+        const PixelRect place = ButtonPlace(i);
+        EXPECT_GE(place.left, right);
+        right = place.right;
+        EXPECT_TRUE(commands.insert(ToolbarButtons()[i].command).second);
+        EXPECT_FALSE(ToolbarButtons()[i].tip.empty());
+        MoveTo(place.left + 3, place.top + 3);
+        EXPECT_EQ(Narrow(HeadlessFrame().toolTip), Narrow(ToolbarButtons()[i].tip));
+    }
+    MoveTo(Shell().layout.cells.left + 5, Shell().layout.cells.top + 5);
+    EXPECT_TRUE(HeadlessFrame().toolTip.IsEmpty());
+    EXPECT_EQ(commands.size(), 20u);
+    PaintHeadless();
+}
+
+TEST_F(ToolbarsTest, AButtonRunsItsCommandWhenItIsReleasedOverIt) {
+    Enter("A1", "2");
+    Enter("A2", "3");
+    Select("A3");
+    Press(389);
+    EXPECT_EQ(Line(), "=SUM(A1:A2)");
+    PressKey(VK_ESCAPE);
+    const PixelRect place = PlaceOf(389);
+    DragMouse(place.left + 5, place.top + 5, place.left + 5, place.top + 100);
+    EXPECT_FALSE(IsEditing());
+    EXPECT_EQ(Selection(), "A3");
+}
+
+TEST_F(ToolbarsTest, ButtonsFollowWhatCanBeDone) {
+    EXPECT_FALSE(Enabled(130));
+    EXPECT_TRUE(Enabled(389));
+    EXPECT_FALSE(Enabled(440));
+    TypeText(u"5");
+    EXPECT_TRUE(Enabled(440));
+    EXPECT_FALSE(Enabled(110));
+    PickCommand(438);
+    HeadlessFrame().dirty.Truncate(0);
+    Press(440);
+    EXPECT_EQ(Shown("A1"), "5");
+    EXPECT_FALSE(Enabled(440));
+    EXPECT_TRUE(Enabled(130));
+    Press(130);
+    EXPECT_EQ(Shown("A1"), "");
+    CurrentWorkbook()->dirty = 0;
+    PickCommand(112);
+    EXPECT_FALSE(Enabled(389));
+    EXPECT_FALSE(Enabled(113));
+    EXPECT_TRUE(Enabled(110));
+    Press(110);
+    EXPECT_EQ(CurrentBook(), 0);
+}
+
+TEST_F(ToolbarsTest, AButtonWhoseStateChangesIsPaintedAnew) {
+    HeadlessFrame().dirty.Truncate(0);
+    TypeText(u"5");
+    PressKey(VK_RETURN);
+    bool seen = false;
+    for (const PixelRect& rect : HeadlessFrame().dirty) seen |= rect == PlaceOf(130);
+    EXPECT_TRUE(seen);
+}
+
+TEST_F(ToolbarsTest, FullScreenHidesThem) {
+    PickCommand(421);
+    EXPECT_TRUE(IsEmptyRect(PlaceOf(110)));
+    EXPECT_TRUE(IsEmptyRect(Shell().layout.entryLine));
+    PickCommand(421);
+    EXPECT_FALSE(IsEmptyRect(PlaceOf(110)));
+}
+
+TEST_F(ToolbarsTest, ThePointerTellsWhatAPressWouldDo) {
+    const Layout& layout = Shell().layout;
+    const ShownLine column = layout.columns[2], row = layout.rows[2];
+    MoveTo(column.end - 2, layout.grid.top + 3);
+    EXPECT_EQ(HeadlessFrame().pointer, POINTER_COLUMN_EDGE);
+    MoveTo(column.start + 20, layout.grid.top + 3);
+    EXPECT_EQ(HeadlessFrame().pointer, POINTER_ARROW);
+    MoveTo(layout.grid.left + 3, row.end - 2);
+    EXPECT_EQ(HeadlessFrame().pointer, POINTER_ROW_EDGE);
+    MoveTo(column.start + 20, row.start + 5);
+    EXPECT_EQ(HeadlessFrame().pointer, POINTER_CELL);
+    Hyperlink* link = CurrentSheet()->hyperlinks.AppendDefault();
+    ASSERT_NE(link, nullptr);
+    link->area = {2, 2, 2, 2};
+    MoveTo(column.start + 21, row.start + 5);
+    EXPECT_EQ(HeadlessFrame().pointer, POINTER_LINK);
+    CurrentSheet()->viewFlags |= VIEW_PROTECTED;
+    MoveTo(column.end - 2, layout.grid.top + 3);
+    EXPECT_EQ(HeadlessFrame().pointer, POINTER_ARROW);
+}
+
+}  // namespace
+}  // namespace tally
