@@ -174,7 +174,7 @@ bool CopySheet(i32 before) {
         BookAt(book)->currentSheet = FindSheetBySerial(serial)->index;
         return false;
     }
-    IgnoreFailure(RecordUndo(book, copy->index, UNDO_COPY_SHEET));
+    if (RecordUndo(book, copy->index, UNDO_COPY_SHEET)) LastUndo()->sourceSerial = serial;
     MarkSheetRanges(book);
     BookAt(book)->dirty = 1;
     return true;

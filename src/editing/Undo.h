@@ -132,7 +132,8 @@ struct UndoRecord {
     Sheet* removed = nullptr;           // owned
     Array<ExternSheet> externSheets;    // as they were
     Array<SavedName> names;
-    i32 oldIndex = 0;  // of a moved sheet
+    i32 oldIndex = 0;      // of a moved sheet
+    u32 sourceSerial = 0;  // of the sheet that was copied, current again afterwards
 };
 
 // Empties the list and enters it among the model's calls. Again after ResetBooks.

@@ -142,7 +142,10 @@ bool RestoreName(UndoRecord& record) {
 
 bool DeleteAgain(UndoRecord& record) {
     const Sheet* sheet = FindSheetBySerial(record.serial);
-    return !sheet || TakeBackInsert(sheet->book, sheet->index);
+    if (sheet && !TakeBackInsert(sheet->book, sheet->index)) return false;
+    const Sheet* source = FindSheetBySerial(record.sourceSerial);
+    if (source && source->book == record.book) BookAt(record.book)->currentSheet = source->index;
+    return true;
 }
 
 bool ShowAgain(UndoRecord& record) {

@@ -47,6 +47,13 @@ u64 HashOf(const ConditionalFormat& format) {
         hash.Add(u64{c.comparison});
         hash.Add(c.formula1);
         hash.Add(c.formula2);
+        for (const OverrideByte* byte :
+             {&c.strikeout, &c.italic, &c.bold, &c.underline, &c.leftStyle, &c.rightStyle, &c.topStyle,
+              &c.bottomStyle, &c.pattern, &c.patternColour, &c.backColour})
+            hash.Add(u64{byte->present} << 8 | byte->value);
+        hash.Add(u64{c.hasFontColour} << 16 | c.fontColour);
+        for (const u8 colour : {c.leftColour, c.rightColour, c.topColour, c.bottomColour})
+            hash.Add(u64{colour});
     }
     return hash.value;
 }

@@ -340,6 +340,11 @@ TEST_F(InsertAndDelete, AShiftByHandMovesCellsAndFormulas) {
 
 TEST_F(InsertAndDelete, ACopyBeforeTheSheetItselfLeavesItOneFurther) {
     Enter("A1", "=ROW()");
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    ASSERT_TRUE(CopySheet(0));
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(CurrentWorkbook()->currentSheet, 1);
+    ASSERT_TRUE(DeleteSheetPlain(0, 1));
     ASSERT_TRUE(CopySheet(0));
     EXPECT_EQ(CurrentWorkbook()->currentSheet, 0);
     EXPECT_EQ(Narrow(SheetAt(0, 0)->name), "Sheet2");
@@ -360,6 +365,7 @@ TEST_F(InsertAndDelete, NamesOfADeletedSheetBecomeGlobalOrGiveWay) {
     // A formula of the other sheet that uses the sheet's own names.
     FormulaTokens tokens;
     ASSERT_TRUE(MakeTokens(tokens, 11, 0));
+    std::fill_n(tokens.bytes, 11, u8{0});
     tokens.bytes[0] = tokens.bytes[5] = ptgName | 0x40;
     PutU16(tokens.bytes + 1, static_cast<u32>(FindName(*CurrentWorkbook(), u"both", 2) + 1));
     PutU16(tokens.bytes + 6, static_cast<u32>(FindName(*CurrentWorkbook(), u"own", 2) + 1));

@@ -128,6 +128,21 @@ TEST_F(UndoList, TheViewComesBack) {
     EXPECT_EQ(sheet.view.selection, (RefArea{3, 5, 1, 2}));
 }
 
+TEST_F(UndoList, AShownSheetHidesAgainAndKeepsItsView) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    Sheet& shown = *CurrentSheet();
+    ASSERT_TRUE(RecordUndo(0, 1, UNDO_SHOW_SHEET));
+    shown.zoomPercent = 50;
+    ASSERT_TRUE(UndoLast());
+    EXPECT_TRUE(shown.hidden);
+    EXPECT_EQ(shown.zoomPercent, 50);
+    EXPECT_EQ(CurrentWorkbook()->currentSheet, 0);
+    // The only visible sheet stays.
+    ASSERT_TRUE(RecordUndo(0, 0, UNDO_SHOW_SHEET));
+    ASSERT_TRUE(UndoLast());
+    EXPECT_FALSE(CurrentSheet()->hidden);
+}
+
 // ---- every kind over books at random --------------------------------------------------------------
 
 RefArea RandomArea(std::mt19937& random) {
@@ -287,7 +302,7 @@ void ExpectNothingForgotten(const char* name) {
 TEST_F(UndoList, UndoBringsBackWhatWasForEveryKind) {
     for (const Operation& operation : operations) {
         int done = 0;
-        for (u32 seed = 1; seed <= 40; ++seed) {
+        for (u32 seed = 1; seed <= 20; ++seed) {
             FreshBook();
             std::mt19937 random(seed);
             MakeBooks(random);
@@ -305,12 +320,12 @@ TEST_F(UndoList, UndoBringsBackWhatWasForEveryKind) {
             ASSERT_EQ(DumpBooks(), before) << operation.name << ", seed " << seed;
             ASSERT_NO_FATAL_FAILURE(ExpectNothingForgotten(operation.name)) << "undone, " << seed;
         }
-        EXPECT_GE(done, 8) << operation.name;
+        EXPECT_GE(done, 4) << operation.name;
     }
 }
 
 TEST_F(UndoList, ManyOperationsAreUndoneInTurn) {
-    for (u32 seed = 1; seed <= 30; ++seed) {
+    for (u32 seed = 1; seed <= 14; ++seed) {
         FreshBook();
         std::mt19937 random(seed * 77);
         MakeBooks(random);
