@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "display/DisplayText.h"
 #include "editing/StoreEntry.h"
 #include "formula/Coercion.h"
 #include "formula/Evaluator.h"
@@ -16,16 +18,7 @@
 namespace tally {
 namespace {
 
-enum RuleKind : u32 {
-    RULE_ANY = 0,
-    RULE_WHOLE,
-    RULE_DECIMAL,
-    RULE_LIST,
-    RULE_DATE,
-    RULE_TIME,
-    RULE_LENGTH,
-    RULE_CUSTOM
-};
+constexpr u32 MAX_LIST_ITEMS = 1024;
 
 // The number that a rule's formula gives at a cell. False when it gives none.
 bool LimitAt(const FormulaTokens& tokens, const EvalContext& context, double& out) {
@@ -66,18 +59,44 @@ bool SameValue(const Value& a, const Value& b) {
     }
 }
 
-// The items stand one behind the other with zero characters between.
+// The items stand one behind the other with zero characters between. False at the end.
+bool NextItem(WideView items, std::size_t& at, WideView& item) {
+    if (at > items.size()) return false;
+    const std::size_t end = std::min(items.find(u'\0', at), items.size());
+    item = items.substr(at, end - at);
+    while (!item.empty() && item.front() == u' ') item.remove_prefix(1);
+    at = end + 1;
+    return true;
+}
+
 bool InLiteralList(const Value& value, WideView items) {
-    for (std::size_t at = 0; at <= items.size();) {
-        const std::size_t end = std::min(items.find(u'\0', at), items.size());
-        WideView item = items.substr(at, end - at);
-        while (!item.empty() && item.front() == u' ') item.remove_prefix(1);
-        double number = 0;
+    WideView item;
+    double number = 0;
+    for (std::size_t at = 0; NextItem(items, at, item);) {
         if (value.type == VT_STRING && EqualIgnoringCase(TextOf(value), item)) return true;
         if (value.type == VT_NUMBER && TextToNumber(item, number) && number == value.number) return true;
-        at = end + 1;
     }
     return false;
+}
+
+bool AppendItem(WideView text, Array<WideText>& items) {
+    WideText item;
+    return text.empty() || (item.Assign(text) && items.Append(std::move(item)));
+}
+
+bool AppendShownTexts(const SheetArea& list, Array<WideText>& items) {
+    WideText text;
+    for (i32 row = list.area.firstRow; row <= list.area.lastRow && items.Count() < MAX_LIST_ITEMS; ++row) {
+        for (i32 column = list.area.firstColumn; column <= list.area.lastColumn; ++column) {
+            BringUpToDate(list.book, list.sheet, row, column);
+            const Sheet* sheet = SheetAt(list.book, list.sheet);
+            const CellRecord* cell = sheet ? GetCell(sheet->cells, row, column) : nullptr;
+            if (!cell) continue;
+            if (!DisplayText(*BookAt(list.book), cell->value, cell->format, text) || !AppendItem(text, items))
+                return false;
+        }
+    }
+    return true;
 }
 
 // The store may change under a calculation, so each cell is fetched anew.
@@ -176,6 +195,30 @@ bool PassesRule(i32 book, i32 sheet, i32 row, i32 column, const ValidationRule& 
     const bool passes = ValuePasses(value, rule, {book, sheet, row, column, 0});
     FreeValue(value);
     return passes;
+}
+
+bool RuleListItems(i32 book, i32 sheet, i32 row, i32 column, Array<WideText>& items) {
+    const Sheet* target = SheetAt(book, sheet);
+    const i32 index = target ? FindRule(*target, row, column) : -1;
+    if (index < 0) return true;
+    const ValidationRule& rule = target->validations[static_cast<u32>(index)];
+    const EvalContext context{book, sheet, row, column, 0};
+    const bool literal = rule.literalList != 0;
+    Value list;
+    if (rule.kind != RULE_LIST || !HasFormula(rule.formula1) || !EvaluateFormula(rule.formula1, list, context))
+        return true;
+    bool good = true;
+    SheetArea area;
+    i32 error = 0;
+    WideView item;
+    if (literal && list.type == VT_STRING) {
+        for (std::size_t at = 0; good && items.Count() < MAX_LIST_ITEMS && NextItem(TextOf(list), at, item);)
+            good = AppendItem(item, items);
+    } else if (!literal && ResolveSingleArea(list, context, area, error)) {
+        good = AppendShownTexts(area, items);
+    }
+    FreeValue(list);
+    return good;
 }
 
 bool CheckEntryRules(i32 book, i32 sheet, const RefArea& area, i32& outcome) {

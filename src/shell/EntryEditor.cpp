@@ -14,6 +14,7 @@
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/Layout.h"
+#include "shell/RuleHints.h"
 #include "shell/Selection.h"
 #include "shell/Shell.h"
 #include "shell/Sizes.h"
@@ -28,6 +29,7 @@ void LeaveEdit() {
     Shell().entryMode = ENTRY_NONE;
     ShellPlatform().focusFrame();
     RefreshToolbars();
+    InvalidateListArrow();
 }
 
 RefArea ActiveArea(const Sheet& sheet) {
@@ -148,6 +150,7 @@ bool RefuseActiveArray() {
 }
 
 void BeginEdit(i32 mode) {
+    InvalidateListArrow();
     Shell().entryMode = mode;
     ShellPlatform().focusEntryLine();
     RefreshToolbars();
@@ -332,6 +335,7 @@ bool EntryLineClick() {
         ShowMessage(Message(MSG_PART_OF_ARRAY));
         return false;
     }
+    InvalidateListArrow();
     Shell().entryMode = ENTRY_EDIT;
     RefreshToolbars();
     // An array shows without its braces while it is edited.

@@ -14,6 +14,7 @@
 #include "shell/CellLook.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
+#include "shell/RuleHints.h"
 #include "shell/Toolbars.h"
 
 namespace tally {
@@ -444,6 +445,8 @@ void PaintFrame(void* target, const PixelRect& paint) {
     PaintFrameBackground(target, paint);
     if (HasCells(sheet) && RectsMeet(layout.grid, paint)) {
         PaintPanes(target, *sheet, paint);
+        Drawing().setClip(target, IntersectRects(layout.cells, paint));
+        PaintListArrow(target);
         Drawing().setClip(target, IntersectRects(layout.grid, paint));
         if (sheet->viewFlags & VIEW_HEADERS) PaintHeaders(target, *sheet, paint);
     }

@@ -250,7 +250,7 @@ bool RecentItems(Array<MenuItem>& items) {
     const Array<WideText>& recent = Shell().recent;
     for (u32 i = 0; i < recent.Count() && i < RECENT_FILES; ++i) {
         WideText text;
-        if (!text.Assign(FileNameOf(recent[i]))) return false;
+        if (!AppendPlainLabel(text, FileNameOf(recent[i]))) return false;
         if (!AddMenuItem(items, static_cast<i32>(118 + i), text, true, false)) return false;
     }
     return true;
@@ -264,7 +264,7 @@ bool WindowItems(Array<MenuItem>& items) {
         WideText text;
         if (++number <= 9 && !(text.Append(u'&') && AppendInteger(text, number) && text.Append(u' ')))
             return false;
-        if (!text.Append(FileNameOf(book.path))) return false;
+        if (!AppendPlainLabel(text, FileNameOf(book.path))) return false;
         if (!AddMenuItem(items, static_cast<i32>(540 + i), text, true, static_cast<i32>(i) == CurrentBook()))
             return false;
     }
@@ -332,6 +332,12 @@ bool GridMenu(Array<MenuItem>& items) {
     for (const GridRow& row : rows == columns ? all.first(all.size() - 3) : all)
         if (!AddMenuItem(items, row.command, row.text, row.enabled && IsBuilt(row.command), false))
             return false;
+    return true;
+}
+
+bool AppendPlainLabel(WideText& label, WideView text) {
+    for (const char16_t c : text)
+        if (!label.Append(c) || (c == u'&' && !label.Append(c))) return false;
     return true;
 }
 

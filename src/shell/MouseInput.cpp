@@ -7,6 +7,7 @@
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
 #include "shell/Places.h"
+#include "shell/RuleHints.h"
 #include "shell/Selection.h"
 #include "shell/Sizes.h"
 #include "shell/Tables.h"
@@ -172,7 +173,9 @@ void TabsPopup(i32 x, i32 y) {
     Array<MenuItem> items;
     for (u32 i = 0; book && i < book->sheets.Count(); ++i) {
         if (book->sheets[i]->hidden) continue;
-        if (!AddMenuItem(items, static_cast<i32>(i) + 1, WideView(book->sheets[i]->name), true,
+        WideText label;
+        if (!AppendPlainLabel(label, WideView(book->sheets[i]->name)) ||
+            !AddMenuItem(items, static_cast<i32>(i) + 1, label, true,
                          static_cast<i32>(i) == book->currentSheet))
             return;
     }
@@ -196,11 +199,24 @@ PointerShape PointerAt(i32 x, i32 y) {
     return link ? POINTER_LINK : POINTER_CELL;
 }
 
+// The cell's hint comes with the pointer's first move over it and goes with it.
+void ShowCellHint(i32 x, i32 y) {
+    ShellState& shell = Shell();
+    const bool inside = HasCells(CurrentSheet()) && RectHolds(shell.layout.cells, x, y);
+    const i32 row = inside ? LineAtPixel(shell.layout.rows, y) : -1;
+    const i32 column = inside ? LineAtPixel(shell.layout.columns, x) : -1;
+    if (row == shell.hintRow && column == shell.hintColumn) return;
+    shell.hintRow = row;
+    shell.hintColumn = column;
+    WideText hint;
+    if (row < 0 || CellHint(row, column, hint)) ShellPlatform().setToolTip(hint);
+}
+
 }  // namespace
 
 bool MouseDown(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
-    if (PressToolbar(message.x, message.y)) return true;
+    if (PressToolbar(message.x, message.y) || PressListArrow(message.x, message.y)) return true;
     if (RectHolds(layout.tabs, message.x, message.y)) {
         ClickTabs(message.x);
         return true;
@@ -227,7 +243,7 @@ bool MouseDown(const ShellMessage& message) {
 bool MouseMove(const ShellMessage& message) {
     ShellState& shell = Shell();
     if (shell.gesture == GESTURE_NONE) {
-        MoveOnToolbar(message.x, message.y);
+        if (!MoveOnToolbar(message.x, message.y)) ShowCellHint(message.x, message.y);
         ShellPlatform().setPointer(PointerAt(message.x, message.y));
     }
     if (shell.gesture == GESTURE_NONE || !HasCells(CurrentSheet())) return true;

@@ -6,6 +6,7 @@
 #include "model/CellStore.h"
 #include "shell/EntryEditor.h"
 #include "shell/Layout.h"
+#include "shell/RuleHints.h"
 
 namespace tally {
 namespace {
@@ -58,6 +59,7 @@ void SelectArea(RefArea area, bool setActive, i32 row, i32 column, bool scrollIn
     if (!HasCells(sheet)) return;
     WidenOverMerges(*sheet, area);
     SheetView& view = sheet->view;
+    InvalidateListArrow();
     const RefArea oldArea = view.selection;
     const i32 oldRow = view.activeRow, oldColumn = view.activeColumn;
     view.selection = area;
@@ -68,6 +70,7 @@ void SelectArea(RefArea area, bool setActive, i32 row, i32 column, bool scrollIn
         Shell().cornerColumn = column;
     }
     const bool moved = oldRow != view.activeRow || oldColumn != view.activeColumn;
+    InvalidateListArrow();
     if (oldArea != area) {
         InvalidateArea(oldArea);
         InvalidateArea(area);

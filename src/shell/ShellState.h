@@ -89,6 +89,7 @@ struct ShellState {
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
     Toolbar toolbar;
+    i32 hintRow = -1, hintColumn = -1;  // the cell under the pointer
     WantedRows wantedRows;
     UsedColumn usedColumn;
     bool decimalKey = false;  // the last key was the number pad's decimal key

@@ -37,6 +37,8 @@ i32 BandOfCommand(i32 command);
 // WM_INITMENUPOPUP and the items themselves.
 bool BuildMenu(MenuId menu, Array<MenuItem>& items);
 bool GridMenu(Array<MenuItem>& items);
+// A text as a label that shows every "&" in it.
+[[nodiscard]] bool AppendPlainLabel(WideText& label, WideView text);
 [[nodiscard]] bool AddMenuItem(Array<MenuItem>& items, i32 command, WideView text, bool enabled, bool checked);
 
 }  // namespace tally

@@ -96,6 +96,7 @@ void SetHover(i32 button) {
     InvalidateButton(toolbar.hover);
     InvalidateButton(button);
     toolbar.hover = button;
+    Shell().hintRow = Shell().hintColumn = -1;
     ShellPlatform().setToolTip(button >= 0 ? buttons[button].tip : WideView());
 }
 

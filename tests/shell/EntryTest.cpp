@@ -1,7 +1,9 @@
 #include "editing/Undo.h"
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
+#include "model/Tokens.h"
 #include "shell/Layout.h"
+#include "shell/RuleHints.h"
 #include "shell/Selection.h"
 #include "shell/ShellState.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -169,6 +171,54 @@ TEST_F(EntryTest, AFillIsTestedCellByCellAndGoesAsAWhole) {
     PressKey(VK_RETURN, KEY_CTRL);
     EXPECT_EQ(Headless().boxes.Count(), 1u);
     for (const char* cell : {"A1", "A2", "A3", "A4"}) EXPECT_EQ(Shown(cell), "") << cell;
+}
+
+TEST_F(EntryTest, TheListOfARuleIsOfferedBesideItsCell) {
+    ValidationRule& rule = AddRule();
+    FreeTokens(rule.formula1);
+    rule.kind = 3;
+    FormulaPlace place;
+    place.book = CurrentBook();
+    ASSERT_TRUE(CompileFormula(place, u"=$C$1:$C$4", 'R', rule.formula1));
+    Enter("C1", "red & green");
+    Enter("C2", "12");
+    Enter("C4", "=C2*2");
+    Select("B9");
+    EXPECT_TRUE(IsEmptyRect(ListArrowPlace()));
+    Select("A2");
+    const PixelRect arrow = ListArrowPlace();
+    ASSERT_FALSE(IsEmptyRect(arrow));
+    EXPECT_EQ(arrow.left, AreaPixels({1, 1, 0, 0}).right);
+    PaintHeadless();
+    HeadlessFrame().popupAnswer = 3;
+    ClickMouse(arrow.left + 3, arrow.top + 3);
+    ASSERT_EQ(HeadlessFrame().popupTexts.Count(), 3u);
+    EXPECT_EQ(Narrow(HeadlessFrame().popupTexts[0]), "red && green");
+    EXPECT_EQ(Shown("A2"), "24");
+    EXPECT_EQ(Active(), "A2");
+    EXPECT_EQ(UndoRecords()[UndoCount() - 1].kind, UNDO_DATA_FORM);
+    ClickMouse(arrow.left + 3, arrow.top + 3);  // nothing is chosen
+    EXPECT_EQ(Shown("A2"), "24");
+    CurrentSheet()->validations[0].noDropArrow = 1;
+    EXPECT_TRUE(IsEmptyRect(ListArrowPlace()));
+}
+
+TEST_F(EntryTest, WhatARuleAsksForIsSaidWhereThePointerRests) {
+    ValidationRule& rule = AddRule();
+    ASSERT_TRUE(rule.inputTitle.Assign(u"Price") && rule.inputText.Assign(u"Above 10"));
+    const auto moveTo = [](std::string_view cell) {
+        ShellMessage message;
+        message.message = WM_MOUSEMOVE;
+        CellPoint(cell, message.x, message.y);
+        EXPECT_TRUE(SendShellMessage(message));
+    };
+    moveTo("A2");
+    EXPECT_EQ(Narrow(HeadlessFrame().toolTip), "Price\nAbove 10");
+    moveTo("B2");
+    EXPECT_TRUE(HeadlessFrame().toolTip.IsEmpty());
+    CurrentSheet()->validations[0].showInput = 0;
+    moveTo("A2");
+    EXPECT_TRUE(HeadlessFrame().toolTip.IsEmpty());
 }
 
 }  // namespace
