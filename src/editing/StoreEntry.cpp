@@ -200,7 +200,8 @@ bool MakeEntryCell(i32 book, i32 sheet, WideView text, SavedCell& cell) {
     }
     cell.tokens = content.tokens;
     cell.value = ValueOf(content);
-    return true;
+    // A text that found no memory.
+    return content.kind != ENTRY_TEXT || cell.value.type == VT_STRING;
 }
 
 }  // namespace tally

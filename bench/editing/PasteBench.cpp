@@ -1,0 +1,62 @@
+// One cell pasted over 65,536 rows of 16 columns, and taken back.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+
+#include "editing/Clipboard.h"
+#include "editing/PasteBlock.h"
+#include "editing/StoreEntry.h"
+#include "model/BookTable.h"
+#include "shell/headless/HeadlessPlatform.h"
+
+namespace tally {
+namespace {
+
+constexpr RefArea target = {0, MAX_ROWS - 1, 2, 17};
+constexpr WideView contents[] = {u"5", u"text", u"=B1+1", u"=$B$1+1"};
+
+void OpenBook(WideView content) {
+    UseHeadlessPlatform();
+    ConnectUndo();
+    ConnectClipboard();
+    EntryTarget entry;
+    i32 outcome = ENTRY_STORED;
+    if (!CreateWorkbook(nullptr, false) || !StoreEntry(entry, content, outcome) ||
+        !CopyCells(0, 0, {0, 0, 0, 0}))
+        std::abort();
+}
+
+void PasteOver(benchmark::State& state) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        OpenBook(contents[state.range(0)]);
+        PasteRequest request;
+        request.area = target;
+        state.ResumeTiming();
+        if (!PasteBlock(request)) std::abort();
+        state.PauseTiming();
+        ResetBooks();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(PasteOver)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+
+void UndoPaste(benchmark::State& state) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        OpenBook(contents[state.range(0)]);
+        PasteRequest request;
+        request.area = target;
+        if (!PasteBlock(request)) std::abort();
+        state.ResumeTiming();
+        if (!UndoLast()) std::abort();
+        state.PauseTiming();
+        ResetBooks();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(UndoPaste)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace tally

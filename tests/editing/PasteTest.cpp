@@ -1,0 +1,659 @@
+#include "editing/PasteBlock.h"
+
+#include "base/MessageTable.h"
+#include "base/Text.h"
+#include "editing/Clipboard.h"
+#include "editing/PasteFormats.h"
+#include "editing/PasteText.h"
+#include "formula/Compiler.h"
+#include "formula/FormulaText.h"
+#include "formula/Recalculation.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+#include "model/RuleLists.h"
+#include "shell/headless/HeadlessPlatform.h"
+#include "support/FailingAllocator.h"
+#include "support/RandomBook.h"
+
+namespace tally {
+namespace {
+
+class Paste : public Sandbox {
+  protected:
+    static RefArea Area(std::string_view first, std::string_view last) {
+        i32 row1 = 0, column1 = 0, row2 = 0, column2 = 0;
+        ReadCellName(first, row1, column1);
+        ReadCellName(last, row2, column2);
+        return {static_cast<u16>(row1), static_cast<u16>(row2), static_cast<u8>(column1),
+                static_cast<u8>(column2)};
+    }
+    static bool Copy(std::string_view first, std::string_view last) {
+        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+    }
+    static bool Cut(std::string_view first, std::string_view last) {
+        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+    }
+    static PasteRequest At(const RefArea& area, i32 mode = PASTE_ALL) {
+        PasteRequest request;
+        request.book = CurrentBook();
+        request.sheet = CurrentWorkbook()->currentSheet;
+        request.area = area;
+        request.mode = mode;
+        return request;
+    }
+    static PasteRequest At(std::string_view cell, i32 mode = PASTE_ALL) { return At(Area(cell, cell), mode); }
+    static std::string Formula(std::string_view cell) {
+        const CellRecord* record = CellAtName(cell);
+        WideText text;
+        if (!record || !record->formula) return "";
+        EXPECT_TRUE(FormulaToText(CurrentBook(), record->formula->tokens, 0, 0, true, text));
+        return Narrow(text);
+    }
+    template <typename Change>
+    static u16 Format(Change change) {
+        CellFormat format = CurrentWorkbook()->cellFormats[15];
+        change(format);
+        u16 index = 0;
+        EXPECT_TRUE(FindOrAddCellFormat(*CurrentWorkbook(), format, index));
+        return index;
+    }
+    static void Put(std::string_view cell, u16 format, Value value = Value()) {
+        const RefArea area = Area(cell, cell);
+        EXPECT_TRUE(
+            InsertCell(*CurrentSheet(), area.firstRow, area.firstColumn, format, value, FormulaTokens()));
+    }
+    static u16 FormatAt(std::string_view cell) {
+        const RefArea area = Area(cell, cell);
+        return GetCellFormat(*CurrentSheet(), area.firstRow, area.firstColumn);
+    }
+    static void AddLink(std::string_view first, std::string_view last, std::string_view target) {
+        Hyperlink* link = CurrentSheet()->hyperlinks.AppendDefault();
+        link->area = Area(first, last);
+        EXPECT_TRUE(link->target.Assign(Wide(target)));
+    }
+    static std::string Links() {
+        std::string out;
+        for (const Hyperlink& link : CurrentSheet()->hyperlinks)
+            out += Narrow(link.target) + "@" + std::to_string(link.area.firstRow) + "." +
+                   std::to_string(link.area.firstColumn) + " ";
+        return out;
+    }
+    static ValidationRule& AddRule(std::string_view first, std::string_view last, u32 kind) {
+        ValidationRule* rule = CurrentSheet()->validations.AppendDefault();
+        rule->kind = kind;
+        EXPECT_TRUE(rule->areas.Append(Area(first, last)));
+        return *rule;
+    }
+    static ConditionalFormat& AddCondition(std::string_view first, std::string_view last) {
+        ConditionalFormat* format = CurrentSheet()->conditionalFormats.AppendDefault();
+        EXPECT_NE(format->conditions.AppendDefault(), nullptr);
+        EXPECT_TRUE(format->areas.Append(Area(first, last)));
+        return *format;
+    }
+    static void AddSheet() { ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false)); }
+};
+
+// ---- what each mode brings --------------------------------------------------------------------------------
+
+TEST_F(Paste, EachModeBringsItsParts) {
+    const struct {
+        i32 mode;
+        bool value, formula, format, validation, condition, link, merge;
+    } rows[] = {
+        {PASTE_ALL, true, true, true, true, true, true, true},
+        {PASTE_FORMULAS, true, true, false, false, false, false, false},
+        {PASTE_VALUES, true, false, false, false, false, false, false},
+        {PASTE_FORMATS, false, false, true, false, true, false, true},
+        {PASTE_COMMENTS, false, false, false, false, false, false, false},
+        {PASTE_BUT_BORDERS, true, true, true, true, true, true, true},
+        {PASTE_VALIDATION, false, false, false, true, false, false, false},
+        {PASTE_VALUES_AND_FORMATS, true, false, true, true, true, false, true},
+    };
+    for (const auto& row : rows) {
+        ForgetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        Sheet& sheet = *CurrentSheet();
+        const u16 wrapped = Format([](CellFormat& f) { f.flags |= FORMAT_WRAP; });
+        Put("A1", wrapped, NumberValue(5));
+        Enter("A2", "=A1*2");
+        CellAtName("A2")->format = wrapped;
+        Enter("D2", "old");
+        AddRule("A1", "A2", 3);
+        AddCondition("A1", "A2");
+        AddLink("A2", "A2", "there");
+        ASSERT_TRUE(sheet.mergedAreas.Append(Area("A1", "B1")));
+        ASSERT_TRUE(Copy("A1", "B2"));
+        ASSERT_TRUE(PasteBlock(At("D1", row.mode))) << row.mode;
+        EXPECT_EQ(Shown("D1"), row.value ? "5" : "") << row.mode;
+        EXPECT_EQ(Shown("D2"), row.value ? "10" : "old") << row.mode;
+        EXPECT_EQ(Formula("D2"), row.formula ? "=D1*2" : "") << row.mode;
+        EXPECT_EQ(FormatAt("D2"), row.format ? wrapped : 15) << row.mode;
+        const RefArea there = Area("D2", "D2");
+        EXPECT_EQ(AnyRuleTouches(sheet.validations, there), row.validation) << row.mode;
+        EXPECT_EQ(AnyRuleTouches(sheet.conditionalFormats, there), row.condition) << row.mode;
+        EXPECT_EQ(sheet.hyperlinks.Count(), row.link ? 2u : 1u) << row.mode;
+        EXPECT_EQ(sheet.mergedAreas.Count(), row.merge ? 2u : 1u) << row.mode;
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(Shown("D2"), "old");
+    }
+}
+
+TEST_F(Paste, EachModeReplacesItsParts) {
+    const struct {
+        i32 mode;
+        bool validation, condition, link;  // what goes
+    } rows[] = {
+        {PASTE_ALL, true, true, true},          {PASTE_FORMULAS, false, false, false},
+        {PASTE_VALUES, false, false, false},    {PASTE_FORMATS, false, true, false},
+        {PASTE_COMMENTS, false, false, false},  {PASTE_BUT_BORDERS, true, true, true},
+        {PASTE_VALIDATION, true, false, false}, {PASTE_VALUES_AND_FORMATS, true, true, false},
+    };
+    for (const auto& row : rows) {
+        ForgetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        Sheet& sheet = *CurrentSheet();
+        Enter("A1", "5");
+        AddRule("D1", "D9", 3);
+        AddCondition("D1", "D9");
+        AddLink("D2", "D2", "there");
+        ASSERT_TRUE(sheet.mergedAreas.Append(Area("D1", "E2")));
+        ASSERT_TRUE(sheet.arrayFormulas.Append({Area("F1", "F2"), 0, 0}));
+        ASSERT_TRUE(Copy("A1", "A1"));
+        ASSERT_TRUE(PasteBlock(At(Area("D1", "F3"), row.mode)));
+        EXPECT_EQ(AnyRuleTouches(sheet.validations, Area("D3", "D3")), !row.validation) << row.mode;
+        EXPECT_TRUE(AnyRuleTouches(sheet.validations, Area("D4", "D4")));
+        EXPECT_EQ(AnyRuleTouches(sheet.conditionalFormats, Area("D3", "D3")), !row.condition) << row.mode;
+        EXPECT_EQ(sheet.hyperlinks.IsEmpty(), row.link) << row.mode;
+        EXPECT_TRUE(sheet.mergedAreas.IsEmpty()) << row.mode;
+        EXPECT_TRUE(sheet.arrayFormulas.IsEmpty()) << row.mode;
+    }
+}
+
+TEST_F(Paste, ACellThatIsStoredOverLosesItsHyperlinkInEveryMode) {
+    Enter("A1", "5");
+    Enter("D1", "link");
+    AddLink("D1", "D1", "there");
+    AddLink("D2", "D2", "nothing stands here");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At(Area("D1", "D2"), PASTE_VALUES)));
+    EXPECT_EQ(Links(), "nothing stands here@1.3 ");
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(Links(), "there@0.3 nothing stands here@1.3 ");
+}
+
+TEST_F(Paste, AllButBordersKeepsTheBordersOfTheTarget) {
+    const u16 source = Format([](CellFormat& f) {
+        f.flags |= FORMAT_WRAP;
+        f.topStyle = 1;
+    });
+    const u16 target = Format([](CellFormat& f) { f.leftStyle = 5; });
+    Put("A1", source, NumberValue(1));
+    Put("B1", target, NumberValue(2));
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At(Area("B1", "C1"), PASTE_BUT_BORDERS)));
+    const CellFormat& made = CurrentWorkbook()->cellFormats[FormatAt("B1")];
+    EXPECT_TRUE(made.flags & FORMAT_WRAP);
+    EXPECT_EQ(made.topStyle, 0);
+    EXPECT_EQ(made.leftStyle, 5);
+    EXPECT_EQ(CurrentWorkbook()->cellFormats[FormatAt("C1")].leftStyle, 0);
+}
+
+TEST_F(Paste, FormatsKeepWhatTheTargetHolds) {
+    const u16 bold = Format([](CellFormat& f) { f.flags |= FORMAT_WRAP; });
+    Put("A1", bold);
+    Enter("B1", "=1+1");
+    Enter("B2", "text");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At(Area("B1", "B3"), PASTE_FORMATS)));
+    EXPECT_EQ(Formula("B1"), "=1+1");
+    EXPECT_EQ(Shown("B2"), "text");
+    EXPECT_EQ(FormatAt("B3"), bold);
+    // Once more changes nothing.
+    ASSERT_TRUE(PasteBlock(At(Area("B1", "B3"), PASTE_FORMATS)));
+    EXPECT_EQ(FormatAt("B3"), bold);
+}
+
+TEST_F(Paste, ABlankSourceEmptiesTheTargetAndKeepsALookOfItsOwn) {
+    const u16 bold = Format([](CellFormat& f) { f.flags |= FORMAT_WRAP; });
+    Put("B1", bold, NumberValue(1));
+    Put("B2", bold, NumberValue(2));
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At("B1")));
+    EXPECT_EQ(CellAtName("B1"), nullptr);
+    ASSERT_TRUE(PasteBlock(At("B2", PASTE_VALUES)));
+    ASSERT_NE(CellAtName("B2"), nullptr);
+    EXPECT_EQ(CellAtName("B2")->format, bold);
+    EXPECT_EQ(CellAtName("B2")->calcState, CALC_BLANK);
+}
+
+TEST_F(Paste, SkippedBlanksLeaveValuesAndFormats) {
+    const u16 bold = Format([](CellFormat& f) { f.flags |= FORMAT_WRAP; });
+    Enter("A1", "1");
+    Put("A2", bold);
+    Enter("B1", "x");
+    Enter("B2", "y");
+    ASSERT_TRUE(Copy("A1", "A3"));
+    PasteRequest request = At("B1");
+    request.skipBlanks = true;
+    ASSERT_TRUE(PasteBlock(request));
+    EXPECT_EQ(Shown("B1"), "1");
+    EXPECT_EQ(Shown("B2"), "y");
+    EXPECT_EQ(FormatAt("B2"), 15);
+}
+
+TEST_F(Paste, OnAProtectedSheetWhatIsPastedComesUnlocked) {
+    const u16 open = Format([](CellFormat& f) { f.flags = 0; });
+    Enter("A1", "5");
+    Put("B1", open);
+    ASSERT_TRUE(Copy("A1", "A1"));
+    CurrentSheet()->viewFlags |= VIEW_PROTECTED;
+    ASSERT_TRUE(PasteBlock(At("B1")));
+    EXPECT_EQ(Shown("B1"), "5");
+    EXPECT_FALSE(CurrentWorkbook()->cellFormats[FormatAt("B1")].flags & FORMAT_LOCKED);
+    EXPECT_TRUE(CurrentWorkbook()->cellFormats[FormatAt("A1")].flags & FORMAT_LOCKED);
+}
+
+// ---- formulas ---------------------------------------------------------------------------------------------
+
+TEST_F(Paste, ReferencesGoWithTheFormula) {
+    Enter("B2", "=A1+$A$1+A$1+$A1");
+    ASSERT_TRUE(Copy("B2", "B2"));
+    ASSERT_TRUE(PasteBlock(At("D5")));
+    EXPECT_EQ(Formula("D5"), "=C4+$A$1+C$1+$A4");
+    ASSERT_TRUE(PasteBlock(At("A1")));
+    EXPECT_EQ(Formula("A1"), "=#REF!+$A$1+#REF!+#REF!");
+    ASSERT_TRUE(PasteBlock(At("B2")));
+    EXPECT_EQ(Formula("B2"), "=A1+$A$1+A$1+$A1");
+}
+
+TEST_F(Paste, ABlockOntoItselfAndOverPartOfItself) {
+    Enter("A1", "1");
+    Enter("A2", "=A1+1");
+    Enter("A3", "=A2+1");
+    ASSERT_TRUE(Copy("A1", "A3"));
+    ASSERT_TRUE(PasteBlock(At("A1")));
+    EXPECT_EQ(Formula("A3"), "=A2+1");
+    ASSERT_TRUE(PasteBlock(At("A2")));
+    EXPECT_EQ(Formula("A4"), "=A3+1");
+    EXPECT_EQ(Formula("A3"), "=A2+1");
+    EXPECT_EQ(Shown("A2"), "1");
+    EXPECT_EQ(Shown("A4"), "3");
+}
+
+TEST_F(Paste, ACutBlockOverPartOfItself) {
+    Enter("A1", "1");
+    Enter("A2", "=A1+B9");
+    ASSERT_TRUE(Cut("A1", "A2"));
+    ASSERT_TRUE(PasteBlock(At("A2")));
+    EXPECT_EQ(Shown("A1"), "");
+    EXPECT_EQ(Shown("A2"), "1");
+    EXPECT_EQ(Formula("A3"), "=A2+B9");
+}
+
+TEST_F(Paste, ACutBlockKeepsItsOuterReferencesOnAnotherSheet) {
+    AddSheet();
+    CurrentWorkbook()->currentSheet = 0;
+    Enter("A1", "1");
+    Enter("A2", "=A1+Sheet1!A1+Sheet2!B1");
+    ASSERT_TRUE(Cut("A1", "A2"));
+    CurrentWorkbook()->currentSheet = 1;
+    ASSERT_TRUE(PasteBlock(At("C3")));
+    EXPECT_EQ(Formula("C4").substr(0, 4), "=C3+");
+}
+
+TEST_F(Paste, DependentsFollowAPasteAndItsUndo) {
+    Enter("A1", "2");
+    Enter("D1", "1");
+    Enter("E1", "=SUM(D1:D3)");
+    EXPECT_EQ(Shown("E1"), "1");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At(Area("D1", "D3"))));
+    EXPECT_EQ(Shown("E1"), "6");
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(Shown("E1"), "1");
+    Enter("D2", "9");
+    EXPECT_EQ(Shown("E1"), "10");
+}
+
+TEST_F(Paste, PastedFormulasFollowTheirInputs) {
+    Enter("A1", "1");
+    Enter("B1", "=A1*10");
+    ASSERT_TRUE(Copy("B1", "B1"));
+    ASSERT_TRUE(PasteBlock(At(Area("B2", "B4"))));
+    Enter("A3", "7");
+    EXPECT_EQ(Shown("B3"), "70");
+    EXPECT_EQ(Shown("B4"), "0");
+}
+
+// ---- transposing ------------------------------------------------------------------------------------------
+
+TEST_F(Paste, TransposeTurnsCellsReferencesArraysMergesAndRules) {
+    Sheet& sheet = *CurrentSheet();
+    Enter("A1", "1");
+    Enter("A2", "2");
+    Enter("B1", "=A1+A2");
+    AddRule("A2", "A2", 3);
+    AddLink("A2", "A2", "there");
+    ASSERT_TRUE(sheet.mergedAreas.Append(Area("A3", "B3")));
+    ASSERT_TRUE(sheet.arrayFormulas.Append({Area("A4", "A6"), 0, 0}));
+    ASSERT_TRUE(Copy("A1", "B6"));
+    PasteRequest request = At("H10");
+    request.transpose = true;
+    ASSERT_TRUE(PasteBlock(request));
+    EXPECT_EQ(Shown("H10"), "1");
+    EXPECT_EQ(Shown("I10"), "2");
+    EXPECT_EQ(Formula("H11"), "=H10+I10");
+    EXPECT_EQ(sheet.view.selection, Area("A1", "M11"));
+    EXPECT_EQ(sheet.mergedAreas.Last(), Area("J10", "J11"));
+    EXPECT_EQ(sheet.arrayFormulas.Last().area, Area("K10", "M10"));
+    EXPECT_TRUE(AnyRuleTouches(sheet.validations, Area("I10", "I10")));
+    EXPECT_EQ(Links(), "there@1.0 there@9.8 ");
+}
+
+TEST_F(Paste, TransposeTilesByTheTurnedShape) {
+    Enter("A1", "1");
+    Enter("A2", "2");
+    ASSERT_TRUE(Copy("A1", "A2"));
+    PasteRequest request = At(Area("C1", "F2"));
+    request.transpose = true;
+    ASSERT_TRUE(PasteBlock(request));
+    EXPECT_EQ(Shown("C2"), "1");
+    EXPECT_EQ(Shown("F2"), "2");
+    request.area = Area("C1", "C2");
+    ASSERT_TRUE(PasteBlock(request));
+    request.area = Area("C1", "E2");
+    EXPECT_FALSE(PasteBlock(request));
+    EXPECT_EQ(Narrow(Headless().boxes.Last().text), Narrow(Message(MSG_PASTE_SHAPE)));
+    // More rows than there are columns.
+    ASSERT_TRUE(Copy("A1", "A257"));
+    request.area = Area("C1", "C1");
+    EXPECT_FALSE(PasteBlock(request));
+    EXPECT_EQ(Narrow(Headless().boxes.Last().text), Narrow(Message(MSG_NO_ROOM_TO_PASTE)));
+}
+
+// ---- what hangs on the cells ------------------------------------------------------------------------------
+
+TEST_F(Paste, AnArrayComesWithItsArea) {
+    Sheet& sheet = *CurrentSheet();
+    for (i32 row = 1; row <= 2; ++row) Enter("A" + std::to_string(row), std::to_string(row));
+    Enter("B1", "=$A$1:$A$2*2");
+    Enter("B2", "=$A$1:$A$2*2");
+    ASSERT_TRUE(sheet.arrayFormulas.Append({Area("B1", "B2"), 0, 0}));
+    ASSERT_TRUE(Copy("B1", "B2"));
+    ASSERT_TRUE(PasteBlock(At(Area("D1", "D4"))));
+    ASSERT_EQ(sheet.arrayFormulas.Count(), 3u);
+    EXPECT_EQ(sheet.arrayFormulas[2].area, Area("D3", "D4"));
+    EXPECT_EQ(Shown("D4"), "4");
+    ASSERT_TRUE(PasteBlock(At("F1", PASTE_VALUES)));
+    EXPECT_EQ(sheet.arrayFormulas.Count(), 3u);
+    EXPECT_EQ(Shown("F2"), "4");
+    // Part of one comes as far as it was copied.
+    ASSERT_TRUE(Copy("B1", "B1"));
+    ASSERT_TRUE(PasteBlock(At("H1")));
+    EXPECT_EQ(sheet.arrayFormulas.Last().area, Area("H1", "H1"));
+    EXPECT_EQ(Shown("H1"), "2");
+}
+
+TEST_F(Paste, RulesOfOneCellCoverAWholeTarget) {
+    Sheet& sheet = *CurrentSheet();
+    AddRule("A1", "A1", 3);
+    AddCondition("A1", "A1");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At(RefArea{0, 65535, 2, 200})));
+    ASSERT_EQ(sheet.validations.Count(), 1u);
+    ASSERT_EQ(sheet.validations[0].areas.Count(), 2u);
+    EXPECT_EQ(sheet.validations[0].areas[1], (RefArea{0, 65535, 2, 200}));
+    EXPECT_EQ(sheet.conditionalFormats.Count(), 1u);
+}
+
+TEST_F(Paste, RulesAreTiledAndCutOutOfWhatStoodThere) {
+    Sheet& sheet = *CurrentSheet();
+    AddRule("A2", "A2", 3);
+    AddRule("D1", "D6", 4);
+    ASSERT_TRUE(Copy("A1", "A2"));
+    ASSERT_TRUE(PasteBlock(At(Area("D1", "D4"), PASTE_VALIDATION)));
+    ASSERT_EQ(sheet.validations.Count(), 2u);
+    EXPECT_EQ(sheet.validations[1].areas[0], Area("D5", "D6"));
+    ASSERT_EQ(sheet.validations[0].areas.Count(), 3u);
+    EXPECT_EQ(sheet.validations[0].areas[1], Area("D2", "D2"));
+    EXPECT_EQ(sheet.validations[0].areas[2], Area("D4", "D4"));
+}
+
+TEST_F(Paste, WholeColumnsBringTheirWidthsAndFormats) {
+    Sheet& sheet = *CurrentSheet();
+    const u16 bold = Format([](CellFormat& f) { f.flags |= FORMAT_WRAP; });
+    ASSERT_TRUE(SetColumnInfo(sheet.columns, {0, 0, 5000, bold}));
+    ASSERT_TRUE(SetColumnInfo(sheet.columns, {3, 0, 6000, 15}));
+    Enter("A1", "1");
+    const std::string before = DumpBooks();
+    ASSERT_TRUE(CopyCells(0, 0, {0, 65535, 0, 1}));
+    ASSERT_TRUE(PasteBlock(At(RefArea{0, 65535, 2, 5})));
+    u16 flags = 0, format = 0;
+    EXPECT_EQ(GetColumnInfo(sheet.columns, 2, flags, format), 5000);
+    EXPECT_EQ(format, bold);
+    EXPECT_EQ(GetColumnInfo(sheet.columns, 4, flags, format), 5000);
+    IgnoreFailure(GetColumnInfo(sheet.columns, 3, flags, format));
+    EXPECT_TRUE(flags & COLUMN_DEFAULT_WIDTH);
+    EXPECT_EQ(Shown("C1"), "1");
+    EXPECT_EQ(Shown("E1"), "1");
+    EXPECT_EQ(sheet.cells.count, 3u);
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(DumpBooks(), before);
+}
+
+TEST_F(Paste, TooManyRecordsAreRefusedBeforeAnyChange) {
+    Sheet& sheet = *CurrentSheet();
+    AddLink("A1", "A1", "there");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    EXPECT_FALSE(PasteBlock(At(RefArea{0, 65535, 2, 4})));
+    EXPECT_EQ(Narrow(Headless().boxes.Last().text), Narrow(Message(MSG_OUT_OF_MEMORY)));
+    EXPECT_EQ(sheet.hyperlinks.Count(), 1u);
+    EXPECT_EQ(UndoCount(), 0u);
+}
+
+// ---- between books ----------------------------------------------------------------------------------------
+
+TEST_F(Paste, BetweenBooksFormatsAreBuiltAnew) {
+    Workbook& first = *CurrentWorkbook();
+    FontRecord font = first.fonts[0];
+    font.weight = 700;
+    font.colour = 20;
+    first.palette[20] = 0x123456;
+    ASSERT_TRUE(first.fonts.Append(font));
+    u16 number = 0;
+    ASSERT_TRUE(FindOrAddNumberFormat(first, u"0.000", number));
+    const u16 source = Format([&](CellFormat& f) {
+        f.font = static_cast<u16>(first.fonts.Count() - 1);
+        f.numberFormat = number;
+        f.pattern = 1;
+        f.backColour = 20;
+    });
+    Put("A1", source, NumberValue(1.5));
+    Put("A2", 999, NumberValue(2));
+    ASSERT_TRUE(Copy("A1", "A2"));
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    Workbook& second = *CurrentWorkbook();
+    ASSERT_TRUE(FindOrAddNumberFormat(second, u"0.0000", number));
+    second.palette[30] = 0x123456;
+    ASSERT_TRUE(PasteBlock(At("B2")));
+    EXPECT_EQ(Shown("B2"), "1.500");
+    const CellFormat& made = second.cellFormats[FormatAt("B2")];
+    EXPECT_EQ(second.fonts[made.font].weight, 700);
+    EXPECT_EQ(second.fonts[made.font].colour, 30);
+    EXPECT_EQ(made.backColour, 30);
+    EXPECT_EQ(FormatAt("B3"), 15);
+}
+
+TEST_F(Paste, BetweenBooksNamesAndSheetsBecomeLinks) {
+    WideText path;
+    ASSERT_TRUE(CurrentWorkbook()->path.Assign(u"/one.xls"));
+    DefineName("rate", "=Sheet1!$A$1");
+    Enter("A1", "3");
+    Enter("B1", "=rate*Sheet1!A1+A1");
+    ASSERT_TRUE(Copy("B1", "B1"));
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    ASSERT_TRUE(PasteBlock(At("B1")));
+    EXPECT_NE(Formula("B1").find("one.xls"), std::string::npos) << Formula("B1");
+    EXPECT_EQ(Shown("B1"), "9");
+    ASSERT_TRUE(PasteBlock(At("C1", PASTE_VALUES)));
+    EXPECT_EQ(Shown("C1"), "12");
+}
+
+// ---- whole books ------------------------------------------------------------------------------------------
+
+RefArea RandomArea(std::mt19937& random, u32 rows, u32 columns) {
+    const u16 row = static_cast<u16>(random() % 18);
+    const u8 column = static_cast<u8>(random() % 12);
+    return {row, static_cast<u16>(row + random() % rows), column, static_cast<u8>(column + random() % columns)};
+}
+
+// Copies or cuts a block at random and pastes it somewhere. False when it was refused; `recorded` tells
+// whether all that happened can be undone.
+bool PasteAtRandom(std::mt19937& random, bool& recorded) {
+    const i32 from = static_cast<i32>(random() % 3), to = static_cast<i32>(random() % 3);
+    const RefArea block = RandomArea(random, 4, 4);
+    const bool cut = random() % 3 == 0;
+    const u32 before = UndoCount();
+    if (!(cut ? CutCells(0, from, block) : CopyCells(0, from, block))) return false;
+    PasteRequest request;
+    request.book = 0;
+    request.sheet = to;
+    request.area = random() % 3 ? RandomArea(random, 1, 1) : RandomArea(random, 8, 8);
+    request.mode = static_cast<i32>(1 + random() % 8);
+    request.operation = random() % 2 ? PASTE_NONE : static_cast<i32>(1 + random() % 5);
+    request.skipBlanks = random() % 2;
+    request.transpose = random() % 3 == 0;
+    const bool pasted = PasteBlock(request);
+    recorded = UndoCount() - before == (cut ? 1u : 0u) + (pasted ? 1u : 0u);
+    return pasted;
+}
+
+TEST_F(Paste, UndoOfAPasteGivesRandomBooksBack) {
+    i32 pasted = 0;
+    for (u32 seed = 1; seed <= 300; ++seed) {
+        ForgetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        std::mt19937 random(seed);
+        FillBookAtRandom(random);
+        if (seed % 5 == 0) {
+            CurrentSheet()->filterState = FILTER_ADVANCED;
+            ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {7, ROW_HIDDEN, 255}));
+        }
+        const std::string before = DumpBooks();
+        bool recorded = false;
+        pasted += PasteAtRandom(random, recorded);
+        IgnoreFailure(DumpBooks());
+        while (UndoCount()) ASSERT_TRUE(UndoLast());
+        ASSERT_TRUE(DumpBooks() == before) << seed;
+    }
+    EXPECT_GT(pasted, 60);
+}
+
+TEST_F(Paste, APasteThatFindsNoMemoryChangesNothing) {
+    ForgetBooks();
+    u32 refused = 0;
+    for (u32 seed = 1; seed <= 24; ++seed) {
+        bool failed = true;
+        for (u64 n = 1; failed; n += 1 + seed % 3) {
+            test::FailingAllocator allocator;
+            ASSERT_TRUE(CreateWorkbook(nullptr, false));
+            std::mt19937 random(seed);
+            FillBookAtRandom(random);
+            const std::string before = DumpBooks();
+            allocator.FailAt(n);
+            bool recorded = false;
+            const bool pasted = PasteAtRandom(random, recorded);
+            failed = allocator.HasFailed();
+            allocator.StopFailing();
+            refused += failed && !pasted;
+            // Without memory for the record there is no way back, but the book is sound.
+            const std::string after = DumpBooks();
+            if (recorded) {
+                while (UndoCount()) ASSERT_TRUE(UndoLast());
+                ASSERT_TRUE(DumpBooks() == before) << seed << " " << n;
+            } else if (!pasted && !Clipboard().fromCut) {
+                ASSERT_TRUE(after == before) << seed << " " << n;
+            }
+            ForgetBooks();
+            Headless().boxes.Clear();
+            ASSERT_EQ(allocator.LiveBlocks(), 0u) << seed << " " << n;
+        }
+    }
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    EXPECT_GT(refused, 200u);
+}
+
+// ---- text -------------------------------------------------------------------------------------------------
+
+TEST_F(Paste, TheShapeOfAText) {
+    const struct {
+        WideView text;
+        u32 rows, columns;
+    } rows[] = {
+        {u"", 0, 0},          {u"a", 1, 1},        {u"a\r\n", 1, 1},           {u"a\r", 1, 1},
+        {u"a\tb\r\nc", 2, 2}, {u"\r\n\r\n", 2, 1}, {u"a\r\rb", 3, 1},          {u"\t", 1, 2},
+        {u"a\nb", 1, 1},      {u"\r\n\tx", 2, 2},  {u"a\tb\r\nc\td\te", 2, 3},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(ShapeOfText(row.text).rows, row.rows) << Narrow(row.text);
+        EXPECT_EQ(ShapeOfText(row.text).columns, row.columns) << Narrow(row.text);
+    }
+}
+
+TEST_F(Paste, ATextCellKeepsPastedText) {
+    Put("A1", Format([](CellFormat& f) { f.numberFormat = 49; }));
+    ASSERT_TRUE(PasteText(At("A1"), u"=1+1\t=1+1"));
+    EXPECT_EQ(CellAtName("A1")->value.type, VT_STRING);
+    EXPECT_EQ(Shown("B1"), "2");
+}
+
+TEST_F(Paste, AnEmptyFieldEmptiesItsCellAndAnEmptyTextNothing) {
+    Enter("A1", "1");
+    Enter("B1", "2");
+    EXPECT_FALSE(PasteText(At("A1"), u""));
+    EXPECT_EQ(UndoCount(), 0u);
+    ASSERT_TRUE(PasteText(At("A1"), u"\t3"));
+    EXPECT_EQ(CellAtName("A1"), nullptr);
+    EXPECT_EQ(Shown("B1"), "3");
+}
+
+TEST_F(Paste, PastedTextEndsArraysMergesAndHyperlinksInside) {
+    Sheet& sheet = *CurrentSheet();
+    ASSERT_TRUE(sheet.mergedAreas.Append(Area("A1", "B1")));
+    ASSERT_TRUE(sheet.arrayFormulas.Append({Area("A2", "B2"), 0, 0}));
+    AddLink("A1", "B2", "inside");
+    AddLink("A1", "C1", "beyond");
+    AddRule("A1", "A1", 3);
+    const std::string before = DumpBooks();
+    ASSERT_TRUE(PasteText(At("A1"), u"1\t2\r\n3\t4"));
+    EXPECT_TRUE(sheet.mergedAreas.IsEmpty());
+    EXPECT_TRUE(sheet.arrayFormulas.IsEmpty());
+    EXPECT_EQ(Links(), "beyond@0.0 ");
+    EXPECT_EQ(sheet.validations.Count(), 1u);
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(Links(), "inside@0.0 beyond@0.0 ");
+}
+
+TEST_F(Paste, ATextThatFindsNoMemoryChangesNothing) {
+    ForgetBooks();
+    bool failed = true;
+    for (u64 n = 1; failed; ++n) {
+        test::FailingAllocator allocator;
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        Enter("A1", "old");
+        const std::string before = DumpBooks();
+        const PasteRequest request = At("A1");
+        allocator.FailAt(n);
+        const bool pasted = PasteText(request, u"new\t=SUM(B1:B4)+1\t50%\r\n1/2/2003\t'x");
+        failed = allocator.HasFailed();
+        allocator.StopFailing();
+        if (!pasted) ASSERT_EQ(DumpBooks(), before) << n;
+        else EXPECT_EQ(Shown("A1"), "new");
+        ForgetBooks();
+        ASSERT_EQ(allocator.LiveBlocks(), 0u) << n;
+    }
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+}
+
+}  // namespace
+}  // namespace tally
