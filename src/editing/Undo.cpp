@@ -53,11 +53,11 @@ bool SaveArea(UndoRecord& record) {
 
 bool SaveRows(UndoRecord& record) {
     record.hasRows = true;
-    for (const RowInfo& info : SheetAt(record.book, record.sheet)->rows) {
-        if (info.row < record.area.firstRow || info.row > record.area.lastRow) continue;
-        if (!record.rows.Append(info)) return false;
-    }
-    return true;
+    const Array<RowInfo>& rows = SheetAt(record.book, record.sheet)->rows;
+    const auto before = [](const RowInfo& info, i32 row) { return info.row < row; };
+    const RowInfo* first = std::lower_bound(rows.begin(), rows.end(), i32{record.area.firstRow}, before);
+    const RowInfo* last = std::lower_bound(first, rows.end(), record.area.lastRow + 1, before);
+    return record.rows.AppendMany(first, static_cast<std::size_t>(last - first));
 }
 
 bool SaveColumns(UndoRecord& record) {

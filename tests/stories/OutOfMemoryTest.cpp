@@ -5,6 +5,7 @@
 
 #include "base/MessageTable.h"
 #include "display/LocaleSettings.h"
+#include "editing/Undo.h"
 #include "formula/Coercion.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -117,6 +118,19 @@ const Step steps[] = {
          PressKey(VK_DELETE);
      },
      [] { return NumberAt(0, 2) == -1; }},
+    {"insert a row",
+     [] {
+         SelectArea({15, 15, 0, 255}, true, 15, 0, false);
+         PickCommand(161);
+     },
+     [] { return GetCell(CurrentSheet()->cells, 22, 2) && GetCell(CurrentSheet()->cells, 22, 2)->formula; }},
+    {"take it back",
+     [] {
+         // Without the memory for a record the insertion has gone on without undo.
+         SelectArea({15, 15, 0, 255}, true, 15, 0, false);
+         PickCommand(UndoLabel() == u"插入行" ? 130 : 144);
+     },
+     [] { return GetCell(CurrentSheet()->cells, 21, 2) && GetCell(CurrentSheet()->cells, 21, 2)->formula; }},
     {"save as text",
      [] {
          QuietMemoryScope quiet;
