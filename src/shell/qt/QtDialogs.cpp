@@ -72,6 +72,8 @@ QString SettingName(WideView section, WideView key) {
 }
 
 QString FilterText(const FileFilter& filter) {
+    // Some names show their pattern themselves.
+    if (filter.name.find(u"(*") != WideView::npos) return ToQString(filter.name);
     QString pattern = ToQString(filter.pattern);
     pattern.replace(u';', u' ');
     return ToQString(filter.name) + QStringLiteral(" (") + pattern + QStringLiteral(")");
