@@ -12,6 +12,8 @@ namespace {
 constexpr i32 SHORTEST = 48;  // rows; a scan of fewer costs no more
 constexpr u32 KEPT_COLUMNS = 16;
 constexpr u32 KEPT_AREAS = 16;
+constexpr u32 MOST_TEXTS = 64;   // different ones that are read as numbers for each criteria
+constexpr u32 MOST_OTHERS = 64;  // booleans and errors that are compared for each
 
 struct PlacedNumber {
     double number;
@@ -37,7 +39,10 @@ struct ColumnIndex {
     i32 firstRow = 0;
     i32 lastRow = 0;
     u64 used = 0;
+    i32 scanned = 0;  // rows that scans have gone over since the column last changed
     bool filled = false;
+    i32 firstUsed = MAX_ROWS;  // of all elements
+    i32 lastUsed = -1;
     Array<double> numbers;
     Array<u16> numberRows;
     Array<TextBlock*> texts;  // one use of each
@@ -47,7 +52,8 @@ struct ColumnIndex {
     Array<u32> nextEqual;        // place + 1 of the next equal text
     Array<u32> equals;           // how many are equal, at the first one's place
     u32 differentTexts = 0;
-    Array<u16> otherRows;  // booleans and errors
+    Array<u32> firstTexts;  // places of the first ones, when they are few
+    Array<u16> otherRows;   // booleans and errors
     KeptSums textSums, numberSums;
     Array<double> least, most, leastBehind;
     Array<u32> leastText, mostText, leastTextBehind;
@@ -87,44 +93,68 @@ bool Fill(ColumnIndex& index, const Sheet& sheet) {
         const u32 at = FindInRow(row, index.column);
         if (at >= row.count || row.cells[at].column != index.column) continue;
         const Value& value = row.cells[at].value;
+        if (value.type == VT_EMPTY) continue;
+        index.firstUsed = std::min(index.firstUsed, i32{row.row});
+        index.lastUsed = row.row;
         if (value.type == VT_NUMBER) {
             if (!index.numbers.Append(value.number) || !index.numberRows.Append(row.row)) return false;
         } else if (value.type == VT_STRING) {
             if (!index.textRows.Append(row.row) || !index.texts.Append(value.text)) return false;
             RetainText(value.text);
-        } else if (value.type != VT_EMPTY) {
-            if (!index.otherRows.Append(row.row)) return false;
+        } else if (!index.otherRows.Append(row.row)) {
+            return false;
         }
     }
     index.filled = true;
     return true;
 }
 
-// The index of a column's part, filled; null when it is looked through for the first time.
-ColumnIndex* IndexOf(const LookupColumn& where) {
-    const u32 version = where.sheet->cells.columnVersion[where.column];
-    ColumnIndex* oldest = &state.columns[0];
+// A column without formulas is up to date all over: one index then serves every part of it, such as those that
+// grow from row to row.
+bool IsPlain(const LookupColumn& where) { return !where.sheet->cells.formulasInColumn[where.column]; }
+
+LookupColumn WholeOf(const LookupColumn& where) { return {where.sheet, where.column, 0, MAX_ROWS - 1}; }
+
+void Begin(ColumnIndex& index, const LookupColumn& key) {
+    Empty(index);
+    index.serial = key.sheet->serial;
+    index.version = key.sheet->cells.columnVersion[key.column];
+    index.column = key.column;
+    index.firstRow = key.firstRow;
+    index.lastRow = key.lastRow;
+}
+
+// The filled index of `key` for a question about the part `where` of it; null as long as the scans have not
+// cost as much as filling it would.
+ColumnIndex* IndexOf(const LookupColumn& key, const LookupColumn& where) {
+    ColumnIndex* place = &state.columns[0];
+    bool known = false;
     for (ColumnIndex& index : state.columns) {
-        if (index.serial == where.sheet->serial && index.column == where.column &&
-            index.firstRow == where.firstRow && index.lastRow == where.lastRow) {
-            index.used = ++state.clock;
-            if (index.version == version) {
-                if (index.filled || Fill(index, *where.sheet)) return &index;
-            }
-            oldest = &index;
-            break;
-        }
-        if (index.used < oldest->used) oldest = &index;
+        known = index.serial == key.sheet->serial && index.column == key.column &&
+                index.firstRow == key.firstRow && index.lastRow == key.lastRow;
+        if (known || index.used < place->used) place = &index;
+        if (known) break;
     }
-    Empty(*oldest);
-    oldest->serial = where.sheet->serial;
-    oldest->version = version;
-    oldest->column = where.column;
-    oldest->firstRow = where.firstRow;
-    oldest->lastRow = where.lastRow;
-    oldest->used = ++state.clock;
+    if (!known || place->version != key.sheet->cells.columnVersion[key.column]) Begin(*place, key);
+    place->used = ++state.clock;
+    if (place->filled) return place;
+    const i32 rows = std::min(key.lastRow - key.firstRow + 1, static_cast<i32>(key.sheet->cells.rows.Count()));
+    if (place->scanned >= rows && rows > 0) {
+        if (Fill(*place, *key.sheet)) return place;
+        Begin(*place, key);
+    }
+    place->scanned += where.lastRow - where.firstRow + 1;
     return nullptr;
 }
+
+bool Covers(const LookupColumn& where, const ColumnIndex& index) {
+    return where.firstRow <= index.firstUsed && where.lastRow >= index.lastUsed;
+}
+// Whether going over `matches` equal cells of the whole column costs no more than a scan of the part would.
+bool IsWorthwhile(const LookupColumn& where, const ColumnIndex& index, u32 matches) {
+    return Covers(where, index) || matches / 4 <= static_cast<u32>(where.lastRow - where.firstRow);
+}
+bool Holds(const LookupColumn& where, i32 row) { return row >= where.firstRow && row <= where.lastRow; }
 
 // ---- equal elements -------------------------------------------------------------------------------
 
@@ -166,12 +196,19 @@ Places NearPlaces(const ColumnIndex& index, double number) {
     return places;
 }
 
-i32 FirstNear(const ColumnIndex& index, double number) {
+i32 FirstNear(const ColumnIndex& index, const LookupColumn& where, double number) {
     const Places places = NearPlaces(index, number);
     i32 row = LOOKUP_NONE;
-    // Of equal numbers the first place has the first row.
-    for (u32 i = places.begin; i < places.end; i = FirstAbove(index.sorted, index.sorted[i].number)) {
-        if (row == LOOKUP_NONE || index.sorted[i].row < row) row = index.sorted[i].row;
+    for (u32 i = places.begin; i < places.end;) {
+        // Equal numbers stand by their rows.
+        const u32 end = FirstAbove(index.sorted, index.sorted[i].number);
+        const PlacedNumber* found =
+            std::lower_bound(index.sorted.begin() + i, index.sorted.begin() + end, where.firstRow,
+                             [](const PlacedNumber& a, i32 first) { return a.row < first; });
+        if (found < index.sorted.begin() + end && found->row <= where.lastRow &&
+            (row == LOOKUP_NONE || found->row < row))
+            row = found->row;
+        i = end;
     }
     return row;
 }
@@ -200,12 +237,20 @@ bool HashTexts(ColumnIndex& index) {
         index.equals[i] = next ? index.equals[next - 1] + 1 : 1;
         index.table[at] = i + 1;
     }
+    if (index.differentTexts > MOST_TEXTS) return true;
+    for (u32 place : index.table) {
+        if (place && !index.firstTexts.Append(place - 1)) return false;
+    }
     return true;
 }
 
-i32 FirstEqualText(const ColumnIndex& index, WideView text) {
-    const u32 place = index.table[TextSlot(index, text)];
-    return place ? index.textRows[place - 1] : LOOKUP_NONE;
+// False when the many equal texts in front of the part would have to be passed over.
+bool FirstEqualText(const ColumnIndex& index, const LookupColumn& where, WideView text, i32& row) {
+    u32 place = index.table[TextSlot(index, text)];
+    if (place && !IsWorthwhile(where, index, index.equals[place - 1])) return false;
+    while (place && index.textRows[place - 1] < where.firstRow) place = index.nextEqual[place - 1];
+    row = place && index.textRows[place - 1] <= where.lastRow ? index.textRows[place - 1] : LOOKUP_NONE;
+    return true;
 }
 
 // ---- running least and greatest elements ----------------------------------------------------------
@@ -300,16 +345,13 @@ i32 WalkTexts(const ColumnIndex& index, WideView text, LookupRule rule) {
 
 // ---- criteria -------------------------------------------------------------------------------------
 
-constexpr u32 MOST_TEXTS = 64;   // different ones that are read as numbers for each criteria
-constexpr u32 MOST_OTHERS = 64;  // booleans and errors that are compared for each
-
 // The filled index for a criteria that it can answer; null for the others and for a new column.
 ColumnIndex* CriteriaIndex(const LookupColumn& where, const Criteria& criteria) {
     const bool equal =
         criteria.kind == CRITERIA_NUMBER || (criteria.kind == CRITERIA_EQUAL && !criteria.hasWildcards);
     const bool ordered = criteria.kind >= CRITERIA_LESS && criteria.isNumber;
     if ((!equal && !ordered) || where.lastRow - where.firstRow < SHORTEST) return nullptr;
-    ColumnIndex* index = IndexOf(where);
+    ColumnIndex* index = IndexOf(equal && IsPlain(where) ? WholeOf(where) : where, where);
     if (!index || !SortNumbers(*index) || !HashTexts(*index) || index->otherRows.Count() > MOST_OTHERS)
         return nullptr;
     return index;
@@ -335,10 +377,8 @@ struct MatchingCells {
 // Texts that read as the criteria's number.
 bool FindNumericTexts(const ColumnIndex& index, const Criteria& criteria, MatchingCells& out) {
     if (index.differentTexts > MOST_TEXTS) return false;
-    for (u32 slot = 0; slot < index.table.Count(); ++slot) {
-        if (!index.table[slot]) continue;
+    for (u32 place : index.firstTexts) {
         // A set of equal texts goes by its first one, as all read alike.
-        const u32 place = index.table[slot] - 1;
         Value text;
         text.type = VT_STRING;
         text.text = index.texts[place];
@@ -347,7 +387,8 @@ bool FindNumericTexts(const ColumnIndex& index, const Criteria& criteria, Matchi
     return true;
 }
 
-bool FindMatching(const ColumnIndex& index, const Sheet& sheet, const Criteria& criteria, MatchingCells& out) {
+bool FindMatching(const ColumnIndex& index, const LookupColumn& where, const Criteria& criteria,
+                  MatchingCells& out) {
     const bool numeric = criteria.kind == CRITERIA_NUMBER || criteria.isNumber;
     if (numeric) {
         out.numbers = NearPlaces(index, criteria.number);
@@ -355,8 +396,11 @@ bool FindMatching(const ColumnIndex& index, const Sheet& sheet, const Criteria& 
     } else if (const u32 place = index.table[TextSlot(index, criteria.rest)]) {
         if (!out.texts.Append(place - 1)) return false;
     }
+    u32 matches = out.numbers.end - out.numbers.begin;
+    for (u32 place : out.texts) matches += index.equals[place];
+    if (!IsWorthwhile(where, index, matches)) return false;
     for (u16 row : index.otherRows) {
-        const CellRecord* cell = GetCell(sheet.cells, row, index.column);
+        const CellRecord* cell = Holds(where, row) ? GetCell(where.sheet->cells, row, index.column) : nullptr;
         if (cell && Matches(criteria, cell->value) && !out.others.Append(row)) return false;
     }
     return true;
@@ -447,58 +491,84 @@ bool HasStaleCells(const CellStore& store, const RefArea& area) {
 bool FindInColumn(const LookupColumn& where, const Value& value, LookupRule rule, i32& row) {
     if (value.type != VT_NUMBER && value.type != VT_STRING) return false;
     if (where.lastRow - where.firstRow < SHORTEST) return false;
-    ColumnIndex* index = IndexOf(where);
+    const bool equal = rule == FIRST_EQUAL;
+    ColumnIndex* index = IndexOf(equal && IsPlain(where) ? WholeOf(where) : where, where);
     if (!index) return false;
     if (value.type == VT_NUMBER) {
-        if (!(rule == FIRST_EQUAL ? SortNumbers(*index) : AccumulateNumbers(*index, rule))) return false;
-        row = rule == FIRST_EQUAL ? FirstNear(*index, value.number) : WalkNumbers(*index, value.number, rule);
+        if (!(equal ? SortNumbers(*index) : AccumulateNumbers(*index, rule))) return false;
+        row = equal ? FirstNear(*index, where, value.number) : WalkNumbers(*index, value.number, rule);
     } else {
-        if (!(rule == FIRST_EQUAL ? HashTexts(*index) : AccumulateTexts(*index, rule))) return false;
-        row = rule == FIRST_EQUAL ? FirstEqualText(*index, TextOf(value))
-                                  : WalkTexts(*index, TextOf(value), rule);
+        if (!(equal ? HashTexts(*index) : AccumulateTexts(*index, rule))) return false;
+        if (equal) return FirstEqualText(*index, where, TextOf(value), row);
+        row = WalkTexts(*index, TextOf(value), rule);
     }
     return true;
 }
+
+namespace {
+
+u32 CountPlaces(const ColumnIndex& index, const LookupColumn& where, Places places) {
+    if (Covers(where, index)) return places.end - places.begin;
+    u32 count = 0;
+    for (u32 i = places.begin; i < places.end; ++i) count += Holds(where, index.sorted[i].row);
+    return count;
+}
+
+u32 CountTexts(const ColumnIndex& index, const LookupColumn& where, u32 place) {
+    if (Covers(where, index)) return index.equals[place];
+    u32 count = 0;
+    for (u32 next = place + 1; next && index.textRows[next - 1] <= where.lastRow;
+         next = index.nextEqual[next - 1])
+        count += index.textRows[next - 1] >= where.firstRow;
+    return count;
+}
+
+// The rows of all matching cells in the part of the column, ascending, in `cells.others`.
+bool CollectRows(const ColumnIndex& index, const LookupColumn& where, MatchingCells& cells) {
+    Array<u16>& rows = cells.others;
+    for (u32 i = cells.numbers.begin; i < cells.numbers.end; ++i) {
+        if (Holds(where, index.sorted[i].row) && !rows.Append(index.sorted[i].row)) return false;
+    }
+    for (u32 place : cells.texts) {
+        for (u32 next = place + 1; next; next = index.nextEqual[next - 1]) {
+            const u16 row = index.textRows[next - 1];
+            if (Holds(where, row) && !rows.Append(row)) return false;
+        }
+    }
+    std::sort(rows.begin(), rows.end());
+    return true;
+}
+
+}  // namespace
 
 bool CountInColumn(const LookupColumn& where, const Criteria& criteria, u32& count) {
     ColumnIndex* index = CriteriaIndex(where, criteria);
     if (!index) return false;
     if (criteria.kind >= CRITERIA_LESS) {
-        const Places places = OrderedPlaces(*index, criteria);
-        count = places.end - places.begin;
+        count = CountPlaces(*index, where, OrderedPlaces(*index, criteria));
         return true;
     }
     MatchingCells cells;
-    if (!FindMatching(*index, *where.sheet, criteria, cells)) return false;
-    count = cells.numbers.end - cells.numbers.begin + cells.others.Count();
-    for (u32 place : cells.texts) count += index->equals[place];
+    if (!FindMatching(*index, where, criteria, cells)) return false;
+    count = CountPlaces(*index, where, cells.numbers) + cells.others.Count();
+    for (u32 place : cells.texts) count += CountTexts(*index, where, place);
     return true;
 }
 
 bool SumInColumn(const LookupColumn& where, const Criteria& criteria, const SumColumn& sums, double& sum) {
     ColumnIndex* index = criteria.kind < CRITERIA_LESS ? CriteriaIndex(where, criteria) : nullptr;
     MatchingCells cells;
-    if (!index || !FindMatching(*index, *where.sheet, criteria, cells)) return false;
+    if (!index || !FindMatching(*index, where, criteria, cells)) return false;
     const Places numbers = cells.numbers;
+    const bool whole = Covers(where, *index) && cells.others.IsEmpty();
     const bool oneNumber = numbers.begin < numbers.end &&
                            index->sorted[numbers.begin].number == index->sorted[numbers.end - 1].number;
-    if (oneNumber && cells.texts.IsEmpty() && cells.others.IsEmpty())
-        return SumNumbers(*index, numbers, sums, sum);
-    if (numbers.begin == numbers.end && cells.texts.Count() == 1 && cells.others.IsEmpty())
+    if (whole && oneNumber && cells.texts.IsEmpty()) return SumNumbers(*index, numbers, sums, sum);
+    if (whole && numbers.begin == numbers.end && cells.texts.Count() == 1)
         return SumTexts(*index, cells.texts[0], sums, sum);
-    // Several sets: their rows in order.
-    Array<u16>& rows = cells.others;
-    for (u32 i = numbers.begin; i < numbers.end; ++i) {
-        if (!rows.Append(index->sorted[i].row)) return false;
-    }
-    for (u32 place : cells.texts) {
-        for (u32 next = place + 1; next; next = index->nextEqual[next - 1]) {
-            if (!rows.Append(index->textRows[next - 1])) return false;
-        }
-    }
-    std::sort(rows.begin(), rows.end());
+    if (!CollectRows(*index, where, cells)) return false;
     Adding adding(sums);
-    for (u16 row : rows) adding.Add(row);
+    for (u16 row : cells.others) adding.Add(row);
     sum = adding.sum;
     return true;
 }

@@ -1,7 +1,7 @@
 #pragma once
 // What many lookups in the same column share: the column's numbers and texts in the order of their rows, and
-// orders over them that give the places which a scan would find. A column is entered when it is looked through
-// a second time, and is good until one of its cells changes.
+// orders over them that give the places which a scan would find. A column is entered when the scans through it
+// have cost as much as that costs, and is good until one of its cells changes.
 
 #include "functions/Criteria.h"
 #include "model/ModelTypes.h"

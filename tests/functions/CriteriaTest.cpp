@@ -193,11 +193,13 @@ TEST_F(CriteriaRules, KeptCountsAndSumsAreThoseOfAVisit) {
         }
         for (int round = 0; round < 300; ++round) {
             Value criteria = AnyCriteria();
-            const LookupColumn where = {CurrentSheet(), 0, 0, 120};
+            const i32 first = Pick(3) ? 0 : static_cast<i32>(Pick(60));
+            const LookupColumn where = {CurrentSheet(), 0, first,
+                                        Pick(3) ? 149 : first + 50 + static_cast<i32>(Pick(60))};
             const i32 down = static_cast<i32>(Pick(3)) * 5;
             double literalSum = 0, sum = 0;
             u32 literalCount = 0, count = 0;
-            for (i32 row = 0; row <= 120; ++row) {
+            for (i32 row = where.firstRow; row <= where.lastRow; ++row) {
                 const CellRecord* cell = GetCell(where.sheet->cells, row, 0);
                 const CellRecord* beside = GetCell(where.sheet->cells, row + down, 1);
                 if (!cell || !Literally(criteria, cell->value)) continue;
@@ -218,6 +220,34 @@ TEST_F(CriteriaRules, KeptCountsAndSumsAreThoseOfAVisit) {
     }
     EXPECT_GT(counted, 4000);
     EXPECT_GT(summed, 3000);
+}
+
+TEST_F(CriteriaRules, PartsThatMoveAlongAColumnAreServedByOneIndex) {
+    for (i32 row = 0; row < 400; ++row)
+        Put(row, 0, row % 2 ? NumberValue(row % 7) : TextValue(row % 4 ? u"a" : u"b"));
+    const LookupColumn all = {CurrentSheet(), 0, 0, 399};
+    Value text = TextValue(u"B");
+    const Criteria number = TakeCriteria(NumberValue(3)), letter = TakeCriteria(text);
+    u32 count = 0;
+    // The first scans pay for the index; then every part has its answer.
+    for (int round = 0; round < 3; ++round) IgnoreFailure(CountInColumn(all, number, count));
+    for (i32 first = 0; first < 300; ++first) {
+        const LookupColumn part = {CurrentSheet(), 0, first, first + 60};
+        u32 numbers = 0, letters = 0;
+        i32 firstLetter = LOOKUP_NONE, found = LOOKUP_NONE;
+        for (i32 row = first; row <= first + 60; ++row) {
+            numbers += row % 2 && row % 7 == 3;
+            letters += row % 4 == 0;
+            if (row % 4 == 0 && firstLetter == LOOKUP_NONE) firstLetter = row;
+        }
+        ASSERT_TRUE(CountInColumn(part, number, count));
+        EXPECT_EQ(count, numbers);
+        ASSERT_TRUE(CountInColumn(part, letter, count));
+        EXPECT_EQ(count, letters);
+        ASSERT_TRUE(FindInColumn(part, text, FIRST_EQUAL, found));
+        EXPECT_EQ(found, firstLetter);
+    }
+    FreeValue(text);
 }
 
 TEST_F(CriteriaRules, CountsAndSumsFollowEdits) {
