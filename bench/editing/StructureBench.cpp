@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "display/LocaleSettings.h"
 #include "editing/InsertDelete.h"
+#include "editing/SheetOperations.h"
 #include "formula/AreaSums.h"
 #include "formula/Compiler.h"
 #include "formula/Recalculation.h"
@@ -100,6 +101,43 @@ BENCHMARK(InsertTopRow)->ArgName("formulas")->Arg(0)->Arg(60000)->Unit(benchmark
 BENCHMARK(UndoInsertedRow)->ArgName("formulas")->Arg(0)->Arg(60000)->Unit(benchmark::kMillisecond);
 BENCHMARK(DeleteTopRow)->ArgName("formulas")->Arg(0)->Arg(60000)->Unit(benchmark::kMillisecond);
 BENCHMARK(UndoDeletedRow)->ArgName("formulas")->Arg(0)->Arg(60000)->Unit(benchmark::kMillisecond);
+
+// Another operation on the large block, and its undo; the times of both together.
+template <typename Operation>
+void WithUndo(benchmark::State& state, Operation operation) {
+    BenchBook book;
+    BenchBook::Fill(MAX_ROWS - 1);
+    for (auto _ : state)
+        if (!operation() || !UndoLast()) std::abort();
+}
+void InsertCellsDown(benchmark::State& state) {
+    WithUndo(state, [] { return InsertRowsOrCellsDown({0, 0, 3, 4}); });
+}
+void InsertLeftColumn(benchmark::State& state) {
+    WithUndo(state, [] { return InsertColumnsOrCellsRight({0, 65535, 0, 0}); });
+}
+void DeleteMiddleColumns(benchmark::State& state) {
+    WithUndo(state, [] { return DeleteColumnsOrCellsLeft({0, 65535, 5, 8}); });
+}
+void DeleteAllRows(benchmark::State& state) {
+    WithUndo(state, [] { return DeleteRowsOrCellsUp({0, 65535, 0, 255}); });
+}
+void CopyLargeSheet(benchmark::State& state) {
+    WithUndo(state, [] { return CopySheet(0); });
+}
+void DeleteLargeSheet(benchmark::State& state) {
+    BenchBook book;
+    BenchBook::Fill(MAX_ROWS - 1);
+    if (!InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false)) std::abort();
+    for (auto _ : state)
+        if (!DeleteSheet(0, -1) || !UndoLast()) std::abort();
+}
+BENCHMARK(InsertCellsDown)->Unit(benchmark::kMillisecond);
+BENCHMARK(InsertLeftColumn)->Unit(benchmark::kMillisecond);
+BENCHMARK(DeleteMiddleColumns)->Unit(benchmark::kMillisecond);
+BENCHMARK(DeleteAllRows)->Unit(benchmark::kMillisecond);
+BENCHMARK(CopyLargeSheet)->Unit(benchmark::kMillisecond);
+BENCHMARK(DeleteLargeSheet)->Unit(benchmark::kMillisecond);
 
 // One cell of a large sheet is typed over and taken back.
 void UndoOneEntry(benchmark::State& state) {
