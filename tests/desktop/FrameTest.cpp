@@ -9,6 +9,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 #include <string>
 #include <vector>
 
@@ -212,6 +213,26 @@ TEST_F(FrameTest, TheMouseComesInPixelsOfTheClient) {
     ASSERT_EQ(Of(WM_LBUTTONUP).size(), 1u);
     EXPECT_EQ(Of(WM_LBUTTONUP)[0].x, 35);
     EXPECT_EQ(Of(WM_RBUTTONDOWN).size(), 1u);
+}
+
+TEST_F(FrameTest, SmallPiecesOfTheWheelAreGatheredToNotches) {
+    const auto turn = [](int angle) {
+        QWheelEvent event(QPointF(50, 50), QPointF(50, 50), QPoint(), QPoint(0, angle), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&FrameInUse()->client, &event);
+    };
+    turn(-120);
+    ASSERT_EQ(Of(WM_MOUSEWHEEL).size(), 1u);
+    EXPECT_LT(Of(WM_MOUSEWHEEL)[0].wheel, 0);
+    for (int i = 0; i < 7; ++i) turn(-40);
+    EXPECT_EQ(Of(WM_MOUSEWHEEL).size(), 3u);
+    turn(100);  // the other way: what was left is forgotten
+    EXPECT_EQ(Of(WM_MOUSEWHEEL).size(), 3u);
+    turn(20);
+    ASSERT_EQ(Of(WM_MOUSEWHEEL).size(), 4u);
+    EXPECT_GT(Of(WM_MOUSEWHEEL)[3].wheel, 0);
+    turn(240);
+    EXPECT_EQ(Of(WM_MOUSEWHEEL).size(), 6u);
 }
 
 TEST_F(FrameTest, TheEntryLineKeepsItsTextAsItIs) {

@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QWheelEvent>
+#include <cstdlib>
 
 #include "shell/qt/QtFrame.h"
 #include "shell/qt/QtPainting.h"
@@ -36,14 +37,22 @@ bool PressMouse(const QMouseEvent* event, bool isDouble) {
     return false;
 }
 
+// A finger on a pad comes in many small pieces, which are gathered to notches.
 bool SendWheel(const QWheelEvent* event) {
+    constexpr int NOTCH = 120;
+    int& gathered = FrameInUse()->wheel;
+    const int angle = event->angleDelta().y();
+    if ((angle < 0) != (gathered < 0)) gathered = 0;
+    gathered += angle;
+    const int notches = gathered / NOTCH;
+    gathered -= notches * NOTCH;
     ShellMessage message;
     message.message = WM_MOUSEWHEEL;
-    message.wheel = event->angleDelta().y();
+    message.wheel = notches < 0 ? -NOTCH : NOTCH;
     message.x = event->position().toPoint().x();
     message.y = event->position().toPoint().y();
     message.modifiers = ModifiersOf(event->modifiers());
-    if (message.wheel != 0) Send(message);
+    for (int i = 0; i < std::abs(notches) && FrameInUse(); ++i) Send(message);
     return true;
 }
 

@@ -41,6 +41,7 @@ struct Frame {
     QPlainTextEdit entry{&client};
     QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
     QTimer timers[TIMER_COUNT];
+    int wheel = 0;           // of the wheel, what is not yet a notch
     bool composing = false;  // an input method has an unfinished text
 };
 
