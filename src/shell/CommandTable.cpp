@@ -42,7 +42,7 @@ constexpr CommandRange commandRanges[] = {
     {170, 171, ClockCommand},
     {172, 184, nullptr},
     {185, 323, nullptr},
-    {330, 330, nullptr},
+    {330, 330, HyperlinkCommand},
     {389, 389, AutoSumCommand},
     {390, 390, nullptr},
     {391, 391, LineSizeCommand},

@@ -32,6 +32,7 @@ void ClockCommand(i32 command);
 void EntryBarCommand(i32 command);
 void ScreenSidewaysCommand(i32 command);
 void GoToCommand(i32 command);
+void HyperlinkCommand(i32 command);
 void RenameSheetCommand(i32 command);
 void ProtectCommand(i32 command);
 // Sizes.

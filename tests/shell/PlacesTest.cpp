@@ -133,6 +133,35 @@ TEST_F(PlacesTest, WhatLeadsOutOfTheProgramIsAskedOnceAndNoIsTheDefault) {
     EXPECT_EQ(Headless().boxes.Count(), 2u);
 }
 
+TEST_F(PlacesTest, ALinkIsMadeChangedTakenAwayAndUndone) {
+    SelectArea({1, 2, 1, 1}, true, 1, 1, false);
+    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"位置", u"Sheet1!D20"));
+    PressKey('K', KEY_CTRL);
+    ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
+    EXPECT_EQ(CurrentSheet()->hyperlinks[0].area, (RefArea{1, 2, 1, 1}));
+    EXPECT_EQ(CurrentSheet()->hyperlinks[0].kind, 1);
+    ClickCell("B3");
+    EXPECT_EQ(Active(), "D20");
+    Select("B3");  // the link of the active cell is changed as a whole
+    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"位置", u"A7"));
+    PressKey('K', KEY_CTRL);
+    ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
+    EXPECT_EQ(CurrentSheet()->hyperlinks[0].area, (RefArea{1, 2, 1, 1}));
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Active(), "A7");
+    Select("B3");
+    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"位置", u""));
+    PressKey('K', KEY_CTRL);
+    EXPECT_TRUE(CurrentSheet()->hyperlinks.IsEmpty());
+    for (const char* location : {"A7", "Sheet1!D20"}) {
+        PressKey('Z', KEY_CTRL);
+        ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
+        EXPECT_EQ(Narrow(CurrentSheet()->hyperlinks[0].location), location);
+    }
+    PressKey('Z', KEY_CTRL);
+    EXPECT_TRUE(CurrentSheet()->hyperlinks.IsEmpty());
+}
+
 TEST_F(PlacesTest, AClosedPlatformLetsNothingOutAndAsksNothing) {
     Headless().trust = TRUST_CLOSED;
     Link("A1", "http://example.org/", "");
