@@ -9,6 +9,7 @@ constexpr u16 NAME_IS_BUILT_IN = 0x20;
 constexpr u16 SUPBOOK_OWN = 0x0401;
 constexpr u16 SUPBOOK_ADDIN = 0x3A01;
 constexpr u8 SAME_BOOK_MARK = 3;
+constexpr u16 CONTINUE = 60;
 
 // Puts a built-in name in place of its code, which the text begins with.
 bool ExpandBuiltIn(WideText& text) {
@@ -35,16 +36,21 @@ bool ReadLinkText(LoadState& load, ByteView bytes, std::size_t length, WideText&
     return used != STRING_FAILED;
 }
 
+// The rows go on in CONTINUE records, whole ones in each.
 bool ReadExternSheet8(LoadState& load, ByteView body) {
     Workbook& book = LoadedBook(load);
-    const u32 count = WordAt(body, 0);
-    for (u32 i = 0; i < count && 2 + i * 6 < body.size(); ++i) {
-        const std::size_t at = 2 + std::size_t{i} * 6;
-        const ExternSheet row = {static_cast<i16>(WordAt(body, at)), static_cast<i16>(WordAt(body, at + 2)),
-                                 static_cast<i16>(WordAt(body, at + 4))};
-        if (!book.externSheets.Append(row)) return false;
+    u32 left = WordAt(body, 0);
+    ByteView rows = From(body, 2);
+    BiffRecord more;
+    for (;;) {
+        for (; left && !rows.empty(); --left, rows = From(rows, 6)) {
+            const ExternSheet row = {static_cast<i16>(WordAt(rows, 0)), static_cast<i16>(WordAt(rows, 2)),
+                                     static_cast<i16>(WordAt(rows, 4))};
+            if (!book.externSheets.Append(row)) return false;
+        }
+        if (!left || PeekRecordId(load.stream) != CONTINUE || !NextRecord(load.stream, more)) return true;
+        rows = more.body;
     }
-    return true;
 }
 
 bool ReadExternSheet5(LoadState& load, ByteView body) {

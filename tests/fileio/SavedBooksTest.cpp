@@ -239,6 +239,19 @@ TEST_F(SavedBooks, NamesWithoutAFormulaStayWhileANumberDependsOnThem) {
     EXPECT_EQ(Shown("A1"), "#NAME?");
 }
 
+TEST_F(SavedBooks, ManyLinkedSheetsTakeSeveralRecords) {
+    Workbook& book = *CurrentWorkbook();
+    ExternBook* other = book.externBooks.AppendDefault();
+    ASSERT_TRUE(other->path.Assign(u"other.xls"));
+    for (i16 i = 0; i < 3000; ++i) ASSERT_TRUE(book.externSheets.Append({0, i, static_cast<i16>(i + 1)}));
+    Save();
+    EXPECT_EQ(Find(60).size(), 2u);
+    Reopen();
+    ASSERT_EQ(CurrentWorkbook()->externSheets.Count(), 3000u);
+    EXPECT_EQ(CurrentWorkbook()->externSheets[2999].firstSheet, 2999);
+    EXPECT_EQ(CurrentWorkbook()->externSheets[1400].lastSheet, 1401);
+}
+
 TEST_F(SavedBooks, RelativeNamesKeepTheirDistances) {
     // One row up and one column to the left.
     const i32 row = AddName(*CurrentWorkbook(), u"upleft", 0);
