@@ -3,6 +3,8 @@
 #include "base/MessageTable.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
+#include "functions/KeptNumbers.h"
+#include "functions/LookupIndex.h"
 #include "model/BookTable.h"
 #include "shell/Commands.h"
 #include "shell/EntryEditor.h"
@@ -114,6 +116,9 @@ bool CloseBook(i32 book, CloseMode mode) {
     }
     ForgetEdit();
     RemoveBook(book);
+    // What functions kept of its cells holds memory only.
+    ResetLookups();
+    ResetKeptNumbers();
     return false;
 }
 
