@@ -4,6 +4,7 @@
 #include "base/Platform.h"
 #include "display/DisplayText.h"
 #include "editing/Guards.h"
+#include "editing/ShiftBlock.h"
 #include "editing/UndoInverse.h"
 #include "editing/VisibleRuns.h"
 #include "editing/WorkRows.h"
@@ -169,6 +170,7 @@ bool RefusesHiddenMerge(const Sheet& sheet, const Compression& compression, cons
 void Keep(ClipboardBlock& held, bool fromCut) {
     held.blockExists = true;
     held.fromCut = fromCut;
+    held.serial = SheetAt(held.block.book, held.block.sheet)->serial;
     FreeClipboard(clipboard);
     clipboard = std::move(held);
 }
@@ -234,7 +236,13 @@ bool TakeAway(const Sheet& sheet, const CellBlock& block) {
 
 }  // namespace
 
-const ClipboardBlock& Clipboard() { return clipboard; }
+const ClipboardBlock& Clipboard() {
+    if (clipboard.blockExists) {
+        const Sheet* sheet = FindSheetBySerial(clipboard.serial);
+        clipboard.block.sheet = sheet ? sheet->index : -1;
+    }
+    return clipboard;
+}
 
 void ConnectClipboard() {
     DropClipboardBlock();
@@ -281,7 +289,7 @@ bool CutCells(i32 book, i32 sheet, const RefArea& area) {
 
 bool ClipboardBlockText(WideText& out) {
     out.Truncate(0);
-    const CellBlock& block = clipboard.block;
+    const CellBlock& block = Clipboard().block;
     const Sheet* sheet = clipboard.blockExists ? SheetAt(block.book, block.sheet) : nullptr;
     if (!sheet) return true;
     // A cell that shows nothing counts only where formulas are shown.

@@ -9,11 +9,13 @@ struct ClipboardBlock {
     CellBlock block;
     bool blockExists = false;
     bool fromCut = false;
+    u32 serial = 0;  // of the sheet
     // Of a visibleOnly block: where its rows and columns stood on the sheet. The block's positions count on
     // from the first cell of its area without a gap.
     Array<u16> rowPlaces;
     Array<u8> columnPlaces;
 };
+// The block's sheet is told by its index now, -1 when it is gone.
 const ClipboardBlock& Clipboard();
 
 // Empties the clipboard and enters it among the model's calls, behind ConnectUndo.

@@ -5,8 +5,30 @@
 #include "editing/Clipboard.h"
 #include "editing/PasteTargets.h"
 #include "model/BookTable.h"
+#include "model/CellStore.h"
 
 namespace tally {
+namespace {
+
+// Whether a paste puts a block that was cut in one new place on its sheet, where its old place is still empty.
+bool MovesBlock(const PasteRequest& request, const ClipboardBlock& held, Sheet& sheet,
+                const Array<RefArea>& targets) {
+    const CellBlock& block = held.block;
+    if (!held.fromCut || block.book != request.book || block.sheet != request.sheet) return false;
+    if (request.mode != PASTE_ALL || request.operation != PASTE_NONE || request.transpose) return false;
+    if (targets.Count() != 1 || targets[0] == block.area ||
+        targets[0].lastRow - targets[0].firstRow != block.area.lastRow - block.area.firstRow ||
+        targets[0].lastColumn - targets[0].firstColumn != block.area.lastColumn - block.area.firstColumn)
+        return false;
+    bool empty = true;
+    WalkArea(sheet.cells, block.area, [&empty](u16, const CellRecord& cell) {
+        empty = cell.calcState == CALC_BLANK && !cell.formula;
+        return empty;
+    });
+    return empty;
+}
+
+}  // namespace
 
 i32 PlainPasteMode() { return Clipboard().block.visibleOnly ? PASTE_VALUES_AND_FORMATS : PASTE_ALL; }
 
@@ -34,6 +56,12 @@ bool PasteBlock(const PasteRequest& request) {
     order.transpose = request.transpose;
     order.isCut = held.fromCut;
     order.mask = MaskOfMode(request.mode);
+    AreaMove move;
+    if (MovesBlock(request, held, *sheet, targets)) {
+        move = {request.book, request.sheet, held.block.area, targets[0].firstRow - held.block.area.firstRow,
+                targets[0].firstColumn - held.block.area.firstColumn};
+        order.move = &move;
+    }
     if (!RestoreBlock(order)) return false;
     if (request.growSelection) GrowSelection(*sheet, targets);
     return true;

@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Platform.h"
+#include "editing/FollowCut.h"
 #include "editing/PasteFormats.h"
 #include "editing/PasteTargets.h"
 #include "editing/RestoreLists.h"
@@ -254,6 +255,7 @@ bool PrepareAfter(const RestoreOrder& order, Sheet& sheet, UndoRecord& after) {
         after.mask |= BLOCK_CELLS;
         if (!PasteRows(run)) return false;
     }
+    if (order.move && !CollectFollowers(*order.move, after.tokens)) return false;
     return RestoreArrays(order, sheet, after) && RestoreMerges(order, sheet, after) &&
            RestoreRules(order, sheet, after) && RestoreLinks(order, sheet, run.work.drops.Span(), after);
 }

@@ -3,6 +3,7 @@
 
 #include "editing/PasteOperations.h"
 #include "editing/Undo.h"
+#include "formula/ReferenceAdjustment.h"
 
 namespace tally {
 
@@ -32,6 +33,8 @@ struct RestoreOrder {
     // What gives way in the targets and what of the block comes there, beside cells, arrays and merges.
     u32 mask = 0;
     i32 undoKind = UNDO_PASTE;
+    // References to the block's old place go along; null: they stay.
+    const AreaMove* move = nullptr;
 };
 
 // What a mode replaces and brings beside cells, arrays and merges.

@@ -1,6 +1,7 @@
 #include "editing/WorkRows.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "editing/PasteTargets.h"
 #include "editing/UndoInverse.h"
@@ -118,11 +119,17 @@ bool PutWorkRow(WorkRows& work, bool good) {
 }
 
 bool ReplaceArea(UndoRecord& after, i32 undoKind, u32 undoMask) {
+    Array<FormulaCell*> stale;
+    Array<ChangedName> names;
+    if (!ReserveMarks(after, stale, names)) return false;
     const bool recorded = RecordBlock(undoKind, after.book, after.sheet, after.area, undoMask);
     if (!RestoreArea(after)) {
         if (recorded) DropLastUndo();
         return false;
     }
+    PutSavedTokens(after, stale, names);
+    MarkChanged(stale.Span(), names.Span());
+    if (recorded) LastUndo()->tokens = std::move(after.tokens);
     BookAt(after.book)->dirty = 1;
     IgnoreFailure(MarkVolatileCells());
     return true;

@@ -39,8 +39,8 @@ void StoreWorkCell(WorkRows& work, i32 column, SavedCell cell, u16 columnFormat)
 // row failed before; nothing of it is kept then.
 [[nodiscard]] bool PutWorkRow(WorkRows& work, bool good);
 
-// Records what stands there and puts `after` in its place: cells by the mask, new lists, links, columns. False
-// with nothing changed when memory fails.
+// Records what stands there and puts `after` in its place: cells by the mask, new lists, links, columns, and
+// tokens elsewhere. False with nothing changed when memory fails.
 [[nodiscard]] bool ReplaceArea(UndoRecord& after, i32 undoKind, u32 undoMask);
 // The rows of an area wait to be fitted to what was stored in them.
 void WantRowHeights(const Sheet& sheet, const RefArea& area);

@@ -301,6 +301,64 @@ TEST_F(Paste, ACutBlockKeepsItsOuterReferencesOnAnotherSheet) {
     EXPECT_EQ(Formula("C4").substr(0, 4), "=C3+");
 }
 
+TEST_F(Paste, ReferencesToCutCellsGoAlongAndThoseToOverwrittenCellsAreLost) {
+    AddSheet();
+    Enter("A1", "=Sheet1!A1");
+    CurrentWorkbook()->currentSheet = 0;
+    DefineName("there", "=Sheet1!$A$1");
+    Enter("A1", "5");
+    Enter("B1", "6");
+    Enter("C1", "=A1");
+    Enter("D1", "=B1");
+    Enter("E1", "=there+1");
+    const std::string before = DumpBooks();
+    ASSERT_TRUE(Cut("A1", "A1"));
+    EXPECT_EQ(Shown("C1"), "0");
+    ASSERT_TRUE(PasteBlock(At("B1")));
+    EXPECT_EQ(Formula("C1"), "=B1");
+    EXPECT_EQ(Shown("C1"), "5");
+    EXPECT_EQ(Shown("D1"), "#REF!");
+    EXPECT_EQ(Shown("E1"), "6");
+    CurrentWorkbook()->currentSheet = 1;
+    EXPECT_EQ(Shown("A1"), "5");
+    CurrentWorkbook()->currentSheet = 0;
+    ASSERT_TRUE(UndoLast());
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(DumpBooks(), before);
+    EXPECT_EQ(Shown("D1"), "6");
+}
+
+TEST_F(Paste, ReferencesStayWhereSomethingNewStandsOrTheBlockIsNotMoved) {
+    Enter("A1", "5");
+    Enter("C1", "=A1");
+    ASSERT_TRUE(Cut("A1", "A1"));
+    Enter("A1", "new");
+    ASSERT_TRUE(PasteBlock(At("B1")));
+    EXPECT_EQ(Formula("C1"), "=A1");
+    ASSERT_TRUE(Cut("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At(Area("B3", "B4"))));
+    ASSERT_TRUE(PasteBlock(At("B5", PASTE_VALUES)));
+    EXPECT_EQ(Formula("C1"), "=A1");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At("B6")));
+    EXPECT_EQ(Formula("C1"), "=A1");
+}
+
+TEST_F(Paste, ABlockKnowsItsSheetWhenOthersComeAndGo) {
+    AddSheet();
+    Enter("A1", "=B1");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    RemoveSheet(0, 0);
+    EXPECT_EQ(Clipboard().block.sheet, 0);
+    RemoveSheet(0, 0);
+    ASSERT_TRUE(InsertSheet(0, nullptr, SHEET_WORKSHEET, false, false));
+    EXPECT_EQ(Clipboard().block.sheet, -1);
+    ASSERT_TRUE(PasteBlock(At("C3")));
+    EXPECT_EQ(Formula("C3"), "=D3");
+    WideText text;
+    EXPECT_TRUE(ClipboardBlockText(text));
+}
+
 TEST_F(Paste, DependentsFollowAPasteAndItsUndo) {
     Enter("A1", "2");
     Enter("D1", "1");
