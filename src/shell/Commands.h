@@ -31,6 +31,7 @@ void InsertSheetCommand(i32 command);
 void ClockCommand(i32 command);
 void EntryBarCommand(i32 command);
 void ScreenSidewaysCommand(i32 command);
+void FunctionCommand(i32 command);
 void GoToCommand(i32 command);
 void HyperlinkCommand(i32 command);
 void RenameSheetCommand(i32 command);

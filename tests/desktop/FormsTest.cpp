@@ -63,6 +63,29 @@ TEST_F(FormsOnScreen, ShowWhatTheRecordHoldsAndEscCancels) {
     EXPECT_EQ(form.fields[0].choice, 1);
 }
 
+TEST_F(FormsOnScreen, AChangeMayBringOtherItemsAndGreyTheAcceptance) {
+    form.changed = [](Form& changed, u32 field) {
+        if (field != 4) return;
+        changed.fields[3].items.Truncate(0);
+        WideText item;
+        ASSERT_TRUE(item.Assign(u"only") && changed.fields[3].items.Append(std::move(item)));
+        changed.fields[3].choice = 0;
+        changed.acceptable = false;
+    };
+    EXPECT_FALSE(Show([](QDialog& dialog) {
+        auto* list = dialog.findChild<QListWidget*>();
+        EXPECT_EQ(list->count(), 2);
+        auto* drop = dialog.findChild<QComboBox*>();
+        drop->setCurrentIndex(0);
+        emit drop->activated(0);
+        ASSERT_EQ(list->count(), 1);
+        EXPECT_EQ(list->item(0)->text(), "only");
+        EXPECT_EQ(list->currentRow(), 0);
+        Press(dialog, "确定");  // grey
+        EXPECT_TRUE(dialog.isVisible());
+    }));
+}
+
 TEST_F(FormsOnScreen, GiveBackWhatTheUserChose) {
     EXPECT_TRUE(Show([](QDialog& dialog) {
         dialog.findChildren<QRadioButton*>()[2]->click();

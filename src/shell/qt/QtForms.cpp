@@ -53,8 +53,36 @@ void ReadField(const FieldWidgets& from, FormField& field) {
     if (from.drop) field.choice = from.drop->currentIndex();
 }
 
+QStringList ItemTexts(const FormField& field) {
+    QStringList texts;
+    for (const WideText& item : field.items) texts.append(ToQString(item));
+    return texts;
+}
+
+// Another choice may have brought other items.
+template <typename List>
+void ShowItems(List& list, const FormField& field, const QStringList& shown) {
+    const QStringList texts = ItemTexts(field);
+    if (texts == shown) return;
+    list.clear();
+    list.addItems(texts);
+}
+
+void ShowListItems(const FieldWidgets& into, const FormField& field) {
+    QStringList shown;
+    if (into.list) {
+        for (int i = 0; i < into.list->count(); ++i) shown.append(into.list->item(i)->text());
+        ShowItems(*into.list, field, shown);
+    }
+    if (into.drop) {
+        for (int i = 0; i < into.drop->count(); ++i) shown.append(into.drop->itemText(i));
+        ShowItems(*into.drop, field, shown);
+    }
+}
+
 void ShowField(const FieldWidgets& into, const FormField& field) {
     into.whole->setEnabled(field.enabled);
+    ShowListItems(into, field);
     const QString text = ToQString(field.text);
     if (into.edit && into.edit->text() != text) into.edit->setText(text);
     if (into.check) into.check->setChecked(field.choice != 0);
@@ -81,12 +109,6 @@ void TakeChange(FormDialog& shown, u32 field) {
     if (!shown.form.changed) return;
     shown.form.changed(shown.form, field);
     ShowAll(shown);
-}
-
-QStringList ItemTexts(const FormField& field) {
-    QStringList texts;
-    for (const WideText& item : field.items) texts.append(ToQString(item));
-    return texts;
 }
 
 FieldWidgets MakeRadios(FormDialog& shown, const FormField& field, u32 index) {

@@ -1,0 +1,93 @@
+#include "model/CellStore.h"
+#include "shell/Selection.h"
+#include "shell/ShellState.h"
+#include "shell/headless/HeadlessForms.h"
+#include "shell/headless/HeadlessPlatform.h"
+#include "support/ShellSandbox.h"
+
+namespace tally {
+namespace {
+
+class FunctionFormTest : public ShellSandbox {
+  protected:
+    static void Pick(std::string_view category, std::string_view function) {
+        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"函数分类", Wide(category)) &&
+                    EnterInForm(u"函数名", Wide(function)));
+        PickCommand(167);
+    }
+    static bool Understood() { return HeadlessForms().shown.Last().understood; }
+    static std::string Selected() {
+        const HeadlessShellState& frame = HeadlessFrame();
+        return Narrow(frame.entry)
+            .substr(static_cast<std::size_t>(frame.entryStart),
+                    static_cast<std::size_t>(frame.entryEnd - frame.entryStart));
+    }
+};
+
+TEST_F(FunctionFormTest, TheCallIsTypedWithItsFirstArgumentSelected) {
+    Pick("财务", "PMT");
+    EXPECT_TRUE(Understood());
+    EXPECT_EQ(Line(), "=PMT(rate,term,[pv],[fv],[type])");
+    EXPECT_EQ(Selected(), "rate");
+    EXPECT_EQ(Shell().entryMode, ENTRY_ENTER);
+    TypeText(u"0.1");
+    EXPECT_EQ(Line(), "=PMT(0.1,term,[pv],[fv],[type])");
+}
+
+TEST_F(FunctionFormTest, AFunctionWithoutArgumentsLeavesTheCaretBehindIt) {
+    Pick("日期与时间", "NOW");
+    EXPECT_EQ(Line(), "=NOW()");
+    EXPECT_EQ(HeadlessFrame().entryStart, 6);
+    EXPECT_EQ(HeadlessFrame().entryEnd, 6);
+}
+
+TEST_F(FunctionFormTest, InAFormulaTheCallGoesToTheCaret) {
+    TypeText(u"=1+");
+    Pick("全部", "SUM");
+    EXPECT_EQ(Line(), "=1+SUM(number1,[number2,])");
+    EXPECT_EQ(Selected(), "number1");
+}
+
+TEST_F(FunctionFormTest, TheSeparatorIsThatOfTheRegion) {
+    Region("de-DE");
+    Pick("数学与三角函数", "MOD");
+    EXPECT_EQ(Line(), "=MOD(number;divisor)");
+}
+
+TEST_F(FunctionFormTest, BothHalvesOfTheTableAreListedByCategory) {
+    Pick("科学记数", "BESSELJ");  // of the add-in half
+    EXPECT_TRUE(Understood());
+    PressKey(VK_ESCAPE);
+    Pick("财务", "MOD");
+    EXPECT_FALSE(Understood());
+    PressKey(VK_ESCAPE);
+    Pick("全部", "GOTO");  // a control of macros
+    EXPECT_FALSE(Understood());
+    PressKey(VK_ESCAPE);
+    Pick("宏控件", "GOTO");
+    EXPECT_FALSE(Understood());
+}
+
+TEST_F(FunctionFormTest, AMacroSheetListsControlsAndIfAmongThem) {
+    PickCommand(166);
+    Pick("宏控件", "GOTO");
+    EXPECT_TRUE(Understood());
+    EXPECT_EQ(Line().substr(0, 6), "=GOTO(");
+    PressKey(VK_ESCAPE);
+    Pick("宏控件", "IF");
+    EXPECT_TRUE(Understood());
+}
+
+TEST_F(FunctionFormTest, IsRefusedOnAProtectedCellAndCancelledWithoutATrace) {
+    ASSERT_TRUE(AnswerForm(false));
+    PickCommand(167);
+    EXPECT_FALSE(IsEditing());
+    EXPECT_EQ(Line(), "");
+    CurrentSheet()->viewFlags |= VIEW_PROTECTED;
+    PickCommand(167);
+    EXPECT_EQ(Headless().boxes.Count(), 1u);
+    EXPECT_EQ(HeadlessForms().shown.Count(), 1u);
+}
+
+}  // namespace
+}  // namespace tally
