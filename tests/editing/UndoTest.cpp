@@ -292,10 +292,19 @@ void MakeBooks(std::mt19937& random) {
     CurrentWorkbook()->currentSheet = static_cast<i32>(random() % 3);
 }
 
+// Whether calculating everything meets a circle, as cells that slide into an area that stays can make one.
+// What such cells show depends on what they showed before.
+bool HasCircle() {
+    CurrentWorkbook()->circularSeen = 0;
+    MarkAllStale();
+    CalculateBook(CurrentBook());
+    return CurrentWorkbook()->circularSeen != 0;
+}
+
 // What is stale after an operation is all that has other values after calculating everything.
 void ExpectNothingForgotten(const char* name) {
     const std::string lazy = DumpBooks();
-    MarkAllStale();
+    if (HasCircle()) return;
     ASSERT_EQ(DumpBooks(), lazy) << name;
 }
 
@@ -336,6 +345,13 @@ TEST_F(UndoList, ManyOperationsAreUndoneInTurn) {
             if (!(CurrentSheet()->kind & SHEET_WITH_CELLS)) CurrentWorkbook()->currentSheet = 0;
             // References over a chart come to speak of other sheets, and so in circles.
             if (std::string_view(operation.name) == "insert chart" || !operation.run(random)) continue;
+            CurrentWorkbook()->circularSeen = 0;
+            IgnoreFailure(DumpBooks());
+            if (CurrentWorkbook()->circularSeen) {
+                ASSERT_TRUE(UndoLast());
+                ASSERT_EQ(DumpBooks(), before);
+                continue;
+            }
             states.push_back(before);
         }
         for (; !states.empty(); states.pop_back()) {
