@@ -118,6 +118,27 @@ const Step steps[] = {
          PressKey(VK_DELETE);
      },
      [] { return NumberAt(0, 2) == -1; }},
+    {"copy and paste",
+     [] {
+         SelectArea({0, 3, 0, 1}, true, 0, 0, true);
+         PickCommand(132);
+         SelectCell(30, 4, true);
+         PickCommand(133);
+     },
+     [] { return NumberAt(30, 4) == 15; }},
+    {"cut",
+     [] {
+         SelectArea({30, 33, 4, 5}, true, 30, 4, true);
+         PickCommand(131);
+     },
+     [] { return NumberAt(30, 4) == -1; }},
+    {"paste what was cut",
+     [] {
+         QuietMemoryScope quiet;
+         SelectCell(30, 8, true);
+         if (AnswerForm(true) && EnterInForm(u"粘贴", u"数值")) PickCommand(134);
+     },
+     [] { return NumberAt(30, 8) == 15; }},
     {"insert a row",
      [] {
          SelectArea({15, 15, 0, 255}, true, 15, 0, false);
