@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,7 +16,10 @@
 namespace tally {
 namespace {
 
-[[noreturn]] void Fail() { std::abort(); }
+[[noreturn]] void Fail(const char* what, i32 row = -1, i32 column = -1) {
+    std::fprintf(stderr, "%s differs at row %d, column %d\n", what, row, column);
+    std::abort();
+}
 
 bool HasZero(WideView text) { return text.find(u'\0') != WideView::npos; }
 
@@ -46,23 +50,25 @@ void CompareCells(const Sheet& before, const Sheet& after, u32 losses) {
         if (!form8 && row > 0x3FFF) return;
         const CellRecord* other = GetCell(after.cells, row, cell.column);
         if (!other) {
-            if (cell.formula || cell.value.type != VT_EMPTY) Fail();
+            if (cell.formula || cell.value.type != VT_EMPTY) Fail("presence", row, cell.column);
             continue;
         }
-        if (!SameValue(cell.value, other->value) && !(losses & (LOSS_TEXT | LOSS_CHARACTERS))) Fail();
+        if (!SameValue(cell.value, other->value) && !(losses & (LOSS_TEXT | LOSS_CHARACTERS)))
+            Fail("value", row, cell.column);
         if (cell.formula && form8 && !(losses & LOSS_FORMULAS) && !SameFormula(before, row, cell, *other))
-            Fail();
+            Fail("formula", row, cell.column);
     }
     if (!form8) return;
-    if (before.mergedAreas.Count() != after.mergedAreas.Count()) Fail();
-    if (!(losses & LOSS_HYPERLINKS) && before.hyperlinks.Count() != after.hyperlinks.Count()) Fail();
-    if (!(losses & LOSS_RULES) && before.validations.Count() != after.validations.Count()) Fail();
+    if (before.mergedAreas.Count() != after.mergedAreas.Count()) Fail("merges");
+    if (!(losses & LOSS_HYPERLINKS) && before.hyperlinks.Count() != after.hyperlinks.Count())
+        Fail("hyperlinks");
+    if (!(losses & LOSS_RULES) && before.validations.Count() != after.validations.Count()) Fail("rules");
 }
 
 void CompareBooks(const Workbook& before, const Workbook& after, u32 losses) {
-    if (before.sheets.Count() != after.sheets.Count()) Fail();
+    if (before.sheets.Count() != after.sheets.Count()) Fail("sheets");
     for (u32 i = 0; i < before.sheets.Count(); ++i) {
-        if (before.sheets[i]->kind != after.sheets[i]->kind) Fail();
+        if (before.sheets[i]->kind != after.sheets[i]->kind) Fail("kind");
         CompareCells(*before.sheets[i], *after.sheets[i], losses);
     }
 }
@@ -75,15 +81,15 @@ bool Save(i32 book, WideView path, u8 form, u32& losses) {
 // Saves a book, reads it beside it, compares, and saves what was read twice on.
 void SaveAndCompare(i32 book, u8 form) {
     u32 losses = 0, again = 0;
-    if (!Save(book, u"one.xls", form, losses)) Fail();
-    if (!OpenFile(u"one.xls", OPEN_SILENT_LINKS)) Fail();
+    if (!Save(book, u"one.xls", form, losses)) Fail("saving");
+    if (!OpenFile(u"one.xls", OPEN_SILENT_LINKS)) Fail("opening");
     const i32 second = CurrentBook();
     CompareBooks(*BookAt(book), *BookAt(second), losses);
-    if (!Save(second, u"two.xls", form, again)) Fail();
-    if (!OpenFile(u"two.xls", OPEN_SILENT_LINKS)) Fail();
+    if (!Save(second, u"two.xls", form, again)) Fail("saving again");
+    if (!OpenFile(u"two.xls", OPEN_SILENT_LINKS)) Fail("opening again");
     const i32 third = CurrentBook();
     CompareBooks(*BookAt(second), *BookAt(third), again);
-    if (!Save(third, u"three.xls", form, again)) Fail();
+    if (!Save(third, u"three.xls", form, again)) Fail("the third save");
     RemoveBook(third);
     RemoveBook(second);
     Books().currentBook = book;

@@ -201,7 +201,8 @@ const DataTable* FindDataTable(const CellWriting& w, const FormulaTokens& tokens
     return nullptr;
 }
 
-bool IsTablePart(const FormulaTokens& tokens) { return tokens.length == 5 && tokens.bytes[0] == ptgTbl; }
+// Whether the tokens say no more than where the formula of a whole table or array stands.
+bool IsPartOf(u8 token, const FormulaTokens& tokens) { return tokens.length == 5 && tokens.bytes[0] == token; }
 
 // A table's record stands behind its first cell. A part whose table is not known, or has been moved away from,
 // means nothing to a reader.
@@ -283,17 +284,20 @@ bool EnterRow(const Sheet& sheet, ArrayCursor& cursor, i32 row) {
 
 void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell) {
     const i32 array = FindActiveArray(w.sheet, w.arrays, row, cell.column);
-    if (IsTablePart(cell.formula->tokens)) {
+    const FormulaTokens& tokens = cell.formula->tokens;
+    if (IsPartOf(ptgTbl, tokens)) {
         WriteTablePart(w, row, cell);
     } else if (array < 0) {
-        WriteFormulaRecord(w, row, cell, WithinRecord(w.save, ImageOfTokens(w.save, cell.formula->tokens)));
+        // A formula that only leads to another one would be taken for a part of an array.
+        WriteFormulaRecord(w, row, cell,
+                           IsPartOf(ptgExp, tokens) ? LostFormula(w.save)
+                                                    : WithinRecord(w.save, ImageOfTokens(w.save, tokens)));
     } else {
         const RefArea area = w.sheet.arrayFormulas[static_cast<u32>(array)].area;
         u8 reference[5];
         WriteFormulaRecord(w, row, cell, ArrayReference(area, reference));
         bool& begun = w.arrays.begun[static_cast<u32>(array)];
-        if (!begun)
-            WriteArrayRecord(w, area, WithinRecord(w.save, ImageOfTokens(w.save, cell.formula->tokens)));
+        if (!begun) WriteArrayRecord(w, area, WithinRecord(w.save, ImageOfTokens(w.save, tokens)));
         begun = true;
     }
     if (cell.value.type == VT_STRING) WriteSplitString(w.save, STRING, TextOf(cell.value));

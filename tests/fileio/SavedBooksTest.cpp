@@ -138,6 +138,18 @@ TEST_F(SavedBooks, ArrayFormulasBelongTogetherAgain) {
     }
 }
 
+TEST_F(SavedBooks, AFormulaThatLeadsOnlyToAnArrayThatIsNotThereKeepsItsValue) {
+    ASSERT_TRUE(InsertCell(*CurrentSheet(), 4, 4, 15, NumberValue(7), Tokens({0x01, 2, 0, 2, 0})));
+    GetCell(CurrentSheet()->cells, 4, 4)->calcState = CALC_CURRENT;
+    Put(4, 5, 8);
+    Save();
+    EXPECT_EQ(losses, LOSS_FORMULAS);
+    Reopen();
+    ASSERT_NE(CellAtName("E5")->formula, nullptr);
+    EXPECT_EQ(CellAtName("E5")->value.number, 7);
+    EXPECT_EQ(Shown("F5"), "8");
+}
+
 TEST_F(SavedBooks, DataTablesGoBackWithTheirRecord) {
     for (u8 form : {u8{8}, u8{7}}) {
         ResetBooks();
