@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "editing/Clipboard.h"
-#include "editing/PasteBlock.h"
+#include "editing/PasteText.h"
 #include "editing/StoreEntry.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -57,6 +57,27 @@ void UndoPaste(benchmark::State& state) {
     }
 }
 BENCHMARK(UndoPaste)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+
+// A text of 16 columns: numbers, dates, texts and formulas.
+void PasteTextRows(benchmark::State& state) {
+    WideText text;
+    for (i64 row = 0; row < state.range(0); ++row)
+        for (i32 column = 0; column < 4; ++column)
+            if (!text.Append(u"12.5\t1/2/2003\ttext\t=A1+1") || !text.Append(column < 3 ? u"\t" : u"\r\n"))
+                std::abort();
+    for (auto _ : state) {
+        state.PauseTiming();
+        OpenBook(contents[0]);
+        PasteRequest request;
+        state.ResumeTiming();
+        if (!PasteText(request, text)) std::abort();
+        state.PauseTiming();
+        ResetBooks();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0) * 16);
+}
+BENCHMARK(PasteTextRows)->Arg(16384)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace tally

@@ -4,6 +4,7 @@
 #include "base/Platform.h"
 #include "display/DisplayText.h"
 #include "editing/Guards.h"
+#include "editing/RestoreLists.h"
 #include "editing/ShiftBlock.h"
 #include "editing/UndoInverse.h"
 #include "editing/VisibleRuns.h"
@@ -203,10 +204,7 @@ bool CellsBehindCut(UndoRecord& after, const Sheet& sheet, const CellBlock& bloc
 }
 
 bool ListsBehindCut(UndoRecord& after, const Sheet& sheet) {
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!AreasMeet(entry.area, after.area) && !after.arrays.Append(entry)) return false;
-    for (const RefArea& merge : sheet.mergedAreas)
-        if (!AreasMeet(merge, after.area) && !after.merges.Append(merge)) return false;
+    if (!KeepArraysAndMerges(sheet, std::span(&after.area, 1), after)) return false;
     const bool validations = AnyRuleTouches(sheet.validations, after.area),
                formats = AnyRuleTouches(sheet.conditionalFormats, after.area);
     if (!validations && !formats) return true;

@@ -5,6 +5,7 @@
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "editing/PasteTargets.h"
+#include "editing/RestoreLists.h"
 #include "editing/StoreEntry.h"
 #include "editing/UndoInverse.h"
 #include "editing/WorkRows.h"
@@ -72,18 +73,10 @@ bool PasteTextRows(TextPaste& paste, std::span<const RefArea> targets) {
     return true;
 }
 
-bool MeetsAny(std::span<const RefArea> targets, const RefArea& area) {
-    return std::any_of(targets.begin(), targets.end(),
-                       [&area](const RefArea& target) { return AreasMeet(target, area); });
-}
-
 // Arrays and merges of the targets give way, and hyperlinks that lie wholly in one or lose a cell.
 bool ListsAfterText(const Sheet& sheet, std::span<const RefArea> targets, const Array<u8>& drops,
                     UndoRecord& after) {
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!MeetsAny(targets, entry.area) && !after.arrays.Append(entry)) return false;
-    for (const RefArea& merge : sheet.mergedAreas)
-        if (!MeetsAny(targets, merge) && !after.merges.Append(merge)) return false;
+    if (!KeepArraysAndMerges(sheet, targets, after)) return false;
     for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
         const Hyperlink& link = sheet.hyperlinks[i];
         const bool inside = std::any_of(targets.begin(), targets.end(), [&link](const RefArea& target) {

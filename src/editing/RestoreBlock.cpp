@@ -256,8 +256,9 @@ bool PrepareAfter(const RestoreOrder& order, Sheet& sheet, UndoRecord& after) {
         if (!PasteRows(run)) return false;
     }
     if (order.move && !CollectFollowers(*order.move, after.tokens)) return false;
-    return RestoreArrays(order, sheet, after) && RestoreMerges(order, sheet, after) &&
-           RestoreRules(order, sheet, after) && RestoreLinks(order, sheet, run.work.drops.Span(), after);
+    return KeepArraysAndMerges(sheet, order.targets, after) && RestoreArrays(order, after) &&
+           RestoreMerges(order, after) && RestoreRules(order, sheet, after) &&
+           RestoreLinks(order, sheet, run.work.drops.Span(), after);
 }
 
 }  // namespace

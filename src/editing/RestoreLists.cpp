@@ -8,12 +8,6 @@
 namespace tally {
 namespace {
 
-bool MeetsAny(std::span<const RefArea> targets, const RefArea& area) {
-    for (const RefArea& target : targets)
-        if (AreasMeet(target, area)) return true;
-    return false;
-}
-
 // An area of the block, at the target's first tile.
 RefArea FirstTile(const RestoreOrder& order, const RefArea& target, const RefArea& area) {
     const RefArea& whole = order.block->area;
@@ -112,13 +106,25 @@ bool MakeRules(const RestoreOrder& order, const Array<Rule>& old, const Array<Ru
 
 }  // namespace
 
+bool MeetsAny(std::span<const RefArea> targets, const RefArea& area) {
+    for (const RefArea& target : targets)
+        if (AreasMeet(target, area)) return true;
+    return false;
+}
+
+bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets, UndoRecord& after) {
+    for (const ArrayEntry& entry : sheet.arrayFormulas)
+        if (!MeetsAny(targets, entry.area) && !after.arrays.Append(entry)) return false;
+    for (const RefArea& merge : sheet.mergedAreas)
+        if (!MeetsAny(targets, merge) && !after.merges.Append(merge)) return false;
+    return true;
+}
+
 bool BringsColumns(const RestoreOrder& order) {
     return IsWholeColumns(order.block->area) && (order.mask & BLOCK_CONDITIONAL) && !order.transpose;
 }
 
-bool RestoreArrays(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after) {
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!MeetsAny(order.targets, entry.area) && !after.arrays.Append(entry)) return false;
+bool RestoreArrays(const RestoreOrder& order, UndoRecord& after) {
     const bool brings =
         (order.mode == PASTE_ALL || order.mode == PASTE_FORMULAS || order.mode == PASTE_BUT_BORDERS) &&
         order.operation == PASTE_NONE;
@@ -135,9 +141,7 @@ bool RestoreArrays(const RestoreOrder& order, const Sheet& sheet, UndoRecord& af
     return true;
 }
 
-bool RestoreMerges(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after) {
-    for (const RefArea& merge : sheet.mergedAreas)
-        if (!MeetsAny(order.targets, merge) && !after.merges.Append(merge)) return false;
+bool RestoreMerges(const RestoreOrder& order, UndoRecord& after) {
     // Merges come where the look of a cell comes.
     const bool brings = order.mode == PASTE_ALL || order.mode == PASTE_FORMATS ||
                         order.mode == PASTE_BUT_BORDERS || order.mode == PASTE_VALUES_AND_FORMATS;

@@ -31,9 +31,15 @@ inline i32 TileColumns(const RestoreOrder& order) {
 // Whether the records of the block's columns come along with its cells.
 bool BringsColumns(const RestoreOrder& order);
 
-// The lists of the sheet as they will be, into `after`, whose area is the smallest around all targets.
-[[nodiscard]] bool RestoreArrays(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after);
-[[nodiscard]] bool RestoreMerges(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after);
+// Whether any target has a cell in an area.
+bool MeetsAny(std::span<const RefArea> targets, const RefArea& area);
+// The arrays and merged areas of the sheet that lie beside all targets, into `after`.
+[[nodiscard]] bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets, UndoRecord& after);
+
+// What the block brings, behind what `after` keeps; its area is the smallest around all targets.
+[[nodiscard]] bool RestoreArrays(const RestoreOrder& order, UndoRecord& after);
+[[nodiscard]] bool RestoreMerges(const RestoreOrder& order, UndoRecord& after);
+// The lists of the sheet as they will be.
 [[nodiscard]] bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after);
 // `drops` tells of each hyperlink of the sheet whether it goes.
 [[nodiscard]] bool RestoreLinks(const RestoreOrder& order, const Sheet& sheet, std::span<const u8> drops,
