@@ -109,6 +109,32 @@ TEST_F(ClipboardCells, RowsHiddenByHandAreCopied) {
     EXPECT_FALSE(Clipboard().block.visibleOnly);
 }
 
+TEST_F(ClipboardCells, AnAutoFilterHidesOnlyWhenAColumnHasACriterion) {
+    const struct {
+        bool top10;
+        u8 first, second;
+        bool visibleOnly;
+    } rows[] = {{false, 0, 0, false}, {true, 0, 0, true}, {false, 6, 0, true}, {false, 0, 12, true}};
+    Enter("B1", "1");
+    HideRow(1);
+    Sheet& sheet = *CurrentSheet();
+    sheet.filterState = FILTER_AUTO;
+    ASSERT_NE(sheet.filterColumns.AppendDefault(), nullptr);
+    for (const auto& row : rows) {
+        FilterColumn& column = sheet.filterColumns[0];
+        column.top10 = row.top10;
+        column.conditions[0].kind = row.first;
+        column.conditions[1].kind = row.second;
+        ASSERT_TRUE(Copy("B1", "B3"));
+        EXPECT_EQ(Clipboard().block.visibleOnly, row.visibleOnly);
+        // Rows that are all shown, or all hidden, are an ordinary block.
+        ASSERT_TRUE(Copy("B3", "B4"));
+        EXPECT_FALSE(Clipboard().block.visibleOnly);
+        ASSERT_TRUE(Copy("B2", "B2"));
+        EXPECT_FALSE(Clipboard().block.visibleOnly);
+    }
+}
+
 TEST_F(ClipboardCells, AMergedAreaThatIsPartlyHiddenRefusesTheCopy) {
     Enter("A1", "1");
     ASSERT_TRUE(Copy("A1", "A1"));
