@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/Number.h"
 #include "base/Text.h"
 #include "editing/ShiftBlock.h"
 #include "editing/UndoInverse.h"
@@ -45,14 +46,17 @@ bool RowsToSheet(i32 from, i32 book, i32 sheet, Array<u8>& ends, Array<u8>& over
 
 // ---- deleting -------------------------------------------------------------------------------------
 
+constexpr u16 NAME_HIDDEN = 1;
+
 struct Removal {
     i32 book = 0, sheet = 0;
     UndoRecord* record = nullptr;
     bool takesBack = false;  // undo of an insert: the sheet's own names go, too
     bool rowsStay = false;   // the numbers of sheets in extern rows were not raised for this one
     Array<u8> ends, over;
-    Array<u16> names;   // the row that takes the place of each name
-    Array<u16> scoped;  // rows of the sheet's own names
+    Array<u16> names;           // the row that takes the place of each name
+    Array<WideText> leftTexts;  // for the rows of `scoped`
+    Array<u16> scoped;          // rows of the sheet's own names
     Array<TokenChange> changes;
     Array<SavedRules> rules;
     Array<FormulaCell*> stale;
@@ -87,8 +91,16 @@ bool FindScopedNames(Removal& r) {
             r.names[row] = place->row;
             break;
         }
+        // What stands in the row of a name that gives way; a file has no names without a text.
+        WideText* left = r.leftTexts.AppendDefault();
+        if (!left || !left->AppendAscii("_Removed") || !AppendInteger(*left, row)) return false;
     }
     return true;
+}
+
+// A global name that formulas have asked for and nobody has defined takes the formula over.
+bool TakesFormulaOver(const Workbook& book, const Removal& r, u32 row) {
+    return r.names[row] != row && !HasFormula(book.names[r.names[row]].tokens);
 }
 
 bool IsTouched(const Removal& r, const FormulaTokens& tokens) {
@@ -187,6 +199,7 @@ bool PrepareNameRemoval(Removal& r) {
         if ((touched || scoped || RefersThroughRows(name.tokens, r.over.Span())) &&
             !r.staleNames.Append({r.book, row}))
             return false;
+        if (scoped && r.names[i] != i && !r.staleNames.Append({r.book, r.names[i]})) return false;
         // Those that go keep their tokens for the record.
         if (!touched || (scoped && r.names[i] != i)) continue;
         TokenChange change;
@@ -220,8 +233,11 @@ bool SaveRemovalState(Removal& r) {
     if (!r.record) return true;
     const Workbook& book = *BookAt(r.book);
     for (const u16 row : r.scoped) {
-        SavedName* saved = r.record->names.AppendDefault();
-        if (!saved || !SaveName(*saved, book, row)) return false;
+        for (const u16 each : {row, r.names[row]}) {
+            SavedName* saved = r.record->names.AppendDefault();
+            if (!saved || !SaveName(*saved, book, each)) return false;
+            if (!TakesFormulaOver(book, r, row)) break;
+        }
     }
     return r.record->externSheets.AppendMany(book.externSheets.Data(), book.externSheets.Count()) &&
            r.record->rules.Reserve(r.rules.Count());
@@ -242,18 +258,21 @@ void DropRemoval(Removal& r) {
 }
 
 // The sheet's own names become global, or give way to the global ones; those of later sheets follow them.
-void RemoveScopedNames(const Removal& r) {
+void RemoveScopedNames(Removal& r) {
     Workbook& book = *BookAt(r.book);
-    for (u32 i = 0; i < book.names.Count(); ++i) {
-        DefinedName& name = book.names[i];
-        const bool isOwn = name.sheet == r.sheet + 1;
+    for (DefinedName& name : book.names)
         if (name.sheet > r.sheet + 1) --name.sheet;
-        else if (isOwn) name.sheet = 0;
-        if (r.names[i] == i && !(r.takesBack && isOwn)) continue;
+    for (u32 i = 0; i < r.scoped.Count(); ++i) {
+        const u16 row = r.scoped[i];
+        DefinedName& name = book.names[row];
+        name.sheet = 0;
+        if (r.names[row] == row && !r.takesBack) continue;
+        if (TakesFormulaOver(book, r, row) && !r.takesBack)
+            std::swap(book.names[r.names[row]].tokens, name.tokens);
         // An emptied row: the rows of the others stay what they are.
         FreeTokens(name.tokens);
-        name.text.Clear();
-        name.flags = 0;
+        name.text = std::move(r.leftTexts[i]);
+        name.flags = NAME_HIDDEN;
         name.shortcut = 0;
     }
 }

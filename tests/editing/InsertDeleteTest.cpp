@@ -383,6 +383,23 @@ TEST_F(InsertAndDelete, NamesOfADeletedSheetBecomeGlobalOrGiveWay) {
     EXPECT_EQ(DumpBooks(), before);
 }
 
+TEST_F(InsertAndDelete, AnUndefinedGlobalNameTakesTheFormulaOver) {
+    Enter("A1", "=late");  // asked for before it is there
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    DefineName("late", "=20", 2);
+    CurrentWorkbook()->currentSheet = 0;
+    EXPECT_EQ(Shown("A1"), "#NAME?");
+    const std::string before = DumpBooks();
+    ASSERT_TRUE(DeleteSheet(1, -1));
+    EXPECT_EQ(Shown("A1"), "20");
+    // What is left of the row has a text, so that a file can hold it.
+    for (const DefinedName& name : CurrentWorkbook()->names) EXPECT_FALSE(name.text.IsEmpty());
+    ASSERT_TRUE(UndoLast());
+    CurrentWorkbook()->currentSheet = 0;
+    EXPECT_EQ(Shown("A1"), "#NAME?");
+    EXPECT_EQ(DumpBooks(), before);
+}
+
 TEST_F(InsertAndDelete, ARangeOfSheetsFollowsWhatMovesIntoIt) {
     for (i32 i = 1; i < 4; ++i) ASSERT_TRUE(InsertSheet(i, nullptr, SHEET_WORKSHEET, false, false));
     for (i32 i = 0; i < 4; ++i) {
