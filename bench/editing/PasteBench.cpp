@@ -79,5 +79,18 @@ void PasteTextRows(benchmark::State& state) {
 }
 BENCHMARK(PasteTextRows)->Arg(16384)->Unit(benchmark::kMillisecond);
 
+// Copying 65,536 rows of 16 numbers, with their text.
+void CopyNumbers(benchmark::State& state) {
+    OpenBook(contents[0]);
+    PasteRequest request;
+    request.area = target;
+    if (!PasteBlock(request)) std::abort();
+    WideText text;
+    for (auto _ : state)
+        if (!CopyCells(0, 0, target) || !ClipboardBlockText(text)) std::abort();
+    ResetBooks();
+}
+BENCHMARK(CopyNumbers)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace tally
