@@ -119,26 +119,30 @@ void GatherArea(const SheetArea& from, Value& array) {
     Sheet* sheet = SheetAt(from.book, from.sheet);
     if (!sheet || !sheet->cells.count) return;
     CellPosition position;
-    FindCell(sheet->cells, area.firstRow, area.firstColumn, position);
-    while (!AtEnd(sheet->cells, position)) {
+    for (position.slot = FindRowSlot(sheet->cells, area.firstRow); position.slot < sheet->cells.rows.Count();
+         ++position.slot) {
         const i32 row = RowAt(sheet->cells, position);
         if (row > area.lastRow) return;
-        const i32 column = CellAt(sheet->cells, position).column;
-        if (column < area.firstColumn || column > area.lastColumn) {
-            NextCell(sheet->cells, position);
-            continue;
+        Value* const elements = array.elements + static_cast<u32>(row - area.firstRow) * columns;
+        position.index = FindInRow(sheet->cells.rows[position.slot], area.firstColumn);
+        for (; position.index < sheet->cells.rows[position.slot].count; ++position.index) {
+            const i32 column = CellAt(sheet->cells, position).column;
+            if (column > area.lastColumn) break;
+            if (CellAt(sheet->cells, position).calcState < CALC_CURRENT) {
+                BringUpToDate(from.book, from.sheet, row, column);
+                sheet = SheetAt(from.book, from.sheet);
+                if (!sheet) return;
+                // The calculation may have moved what stood there: on from its place, in this row or the next.
+                if (!FindCell(sheet->cells, row, column, position)) {
+                    if (AtEnd(sheet->cells, position)) return;
+                    const bool sameRow = RowAt(sheet->cells, position) == row;
+                    --(sameRow ? position.index : position.slot);
+                    if (sameRow) continue;
+                    break;
+                }
+            }
+            CopyValue(elements[column - area.firstColumn], CellAt(sheet->cells, position).value);
         }
-        if (CellAt(sheet->cells, position).calcState < CALC_CURRENT) {
-            BringUpToDate(from.book, from.sheet, row, column);
-            sheet = SheetAt(from.book, from.sheet);
-            if (!sheet) return;
-            // The calculation may have moved what stood there.
-            if (!FindCell(sheet->cells, row, column, position)) continue;
-        }
-        const u32 element =
-            static_cast<u32>(row - area.firstRow) * columns + static_cast<u32>(column - area.firstColumn);
-        CopyValue(array.elements[element], CellAt(sheet->cells, position).value);
-        NextCell(sheet->cells, position);
     }
 }
 

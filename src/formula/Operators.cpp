@@ -113,6 +113,27 @@ void ScalarOperation(u8 token, Value& a, const Value& b) {
     }
 }
 
+bool TakesAsNumber(const Value& value, double& number) {
+    if (value.type != VT_NUMBER && value.type != VT_BOOL) return false;
+    number = value.type == VT_NUMBER ? value.number : value.boolean;
+    return true;
+}
+
+// Numbers and booleans, which long arrays mostly hold, without the general way's copies. False leaves `a` as it
+// is.
+bool QuickOperation(u8 token, Value& a, const Value& b) {
+    if (IsComparison(token)) {
+        if (a.type != VT_NUMBER || b.type != VT_NUMBER) return false;
+        a = BoolValue(Truth(token, CompareNumbers(a.number, b.number)));
+        return true;
+    }
+    double x = 0, y = 0;
+    if (token == ptgConcat || !TakesAsNumber(a, x) || !TakesAsNumber(b, y)) return false;
+    a = NumberValue(x);
+    ArithmeticScalar(token, a, NumberValue(y));
+    return true;
+}
+
 // Left scalar, right array: the array takes the results in place.
 void ScalarWithArray(u8 token, Value& left, Value& right, const EvalContext& context) {
     const u32 count = ArrayElementCount(right);
@@ -120,6 +141,11 @@ void ScalarWithArray(u8 token, Value& left, Value& right, const EvalContext& con
         Value& element = right.elements[i];
         if (left.type == VT_ERROR) {
             SetError(element, left.error);
+            continue;
+        }
+        Value quick = left;
+        if (QuickOperation(token, quick, element)) {
+            element = quick;
             continue;
         }
         CoerceElement(token, element, context);
@@ -138,6 +164,7 @@ void ArrayWithScalar(u8 token, Value& left, Value& right, const EvalContext& con
     const u32 count = ArrayElementCount(left);
     for (u32 i = 0; i < count; ++i) {
         Value& element = left.elements[i];
+        if (QuickOperation(token, element, right)) continue;
         CoerceElement(token, element, context);
         // In a comparison an error scalar replaces every element; elsewhere an element keeps its own error.
         if (IsComparison(token) && right.type == VT_ERROR) {
@@ -149,7 +176,25 @@ void ArrayWithScalar(u8 token, Value& left, Value& right, const EvalContext& con
     FreeValue(right);
 }
 
+// Element by element; the left array takes the results in place.
+void SameShapes(u8 token, Value& left, Value& right, const EvalContext& context) {
+    const u32 count = ArrayElementCount(left);
+    if (!SpendElements(count)) SetError(left, ERR_NA);
+    for (u32 i = 0; left.type == VT_ARRAY && i < count; ++i) {
+        Value& element = left.elements[i];
+        Value& operand = right.elements[i];
+        if (QuickOperation(token, element, operand)) continue;
+        CoerceElement(token, element, context);
+        CoerceElement(token, operand, context);
+        ScalarOperation(token, element, operand);
+    }
+    FreeValue(right);
+    right = Value();
+}
+
 void ArrayWithArray(u8 token, Value& left, Value& right, const EvalContext& context) {
+    if (left.rows == right.rows && left.columns == right.columns)
+        return SameShapes(token, left, right, context);
     const u32 leftRows = ArrayRows(left), rightRows = ArrayRows(right);
     const u32 leftColumns = left.columns, rightColumns = right.columns;
     const u32 rows = std::max(leftRows, rightRows);

@@ -21,6 +21,25 @@ class Evaluator : public Sandbox {
     }
 };
 
+TEST_F(Evaluator, ArraysCalculateAsTheirElementsDo) {
+    const char* values[] = {"0",     "1",     "-2.5", "1E+308", "TRUE", "FALSE",
+                            "\"3\"", "\"x\"", "\"\"", "#N/A",   "#REF!"};
+    const char* operators[] = {"+", "-", "*", "/", "^", "&", "=", "<>", "<", "<=", ">", ">="};
+    for (const std::string op : operators) {
+        for (const std::string a : values) {
+            for (const std::string b : values) {
+                const std::string alone = Eval("=" + a + op + b);
+                // Of the same shape, of others, and with a scalar on either side.
+                EXPECT_EQ(Eval("=INDEX({9," + a + "}" + op + "{9," + b + "},1,2)"), alone) << a << op << b;
+                EXPECT_EQ(Eval("=INDEX({9," + a + "}" + op + "{9," + b + ";9,9},1,2)"), alone) << a << op << b;
+                EXPECT_EQ(Eval("=INDEX(" + a + op + "{9," + b + "},1,2)"), alone) << a << op << b;
+                if (b[0] != '#')
+                    EXPECT_EQ(Eval("=INDEX({9," + a + "}" + op + b + ",1,2)"), alone) << a << op << b;
+            }
+        }
+    }
+}
+
 TEST_F(Evaluator, OperatorsOnScalars) {
     Check({{"=1+\"2\"", "3"},
            {"=1+\"a\"", "#VALUE!"},
