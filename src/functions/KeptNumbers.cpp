@@ -12,7 +12,7 @@ namespace {
 
 constexpr u32 KEPT_AREAS = 16;
 constexpr u32 SMALLEST = 64;            // cells; fewer are read at once
-constexpr u32 MOST_NUMBERS = 1u << 20;  // of one area
+constexpr u32 MOST_NUMBERS = 1u << 18;  // of one area
 
 struct KeptState {
     KeptNumbers areas[KEPT_AREAS];
