@@ -451,7 +451,7 @@ bool DeleteSheetPlain(i32 book, i32 sheet) { return DeleteWithoutUndo(book, shee
 
 bool TakeBackInsert(i32 book, i32 sheet) {
     const Sheet* inserted = SheetAt(book, sheet);
-    const bool chart = inserted && inserted->kind == SHEET_CHART;
+    const bool chart = inserted && inserted->kind == SHEET_CHART && SheetAt(book, sheet + 1);
     if (!DeleteWithoutUndo(book, sheet, true)) return false;
     if (chart) MarkAllStale();
     return true;

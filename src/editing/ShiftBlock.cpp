@@ -308,7 +308,16 @@ bool CommitShift(ShiftPlan& plan) {
     return true;
 }
 
-void MarkShifted(const ShiftPlan& plan) { MarkChanged(plan.stale.Span(), plan.staleNames.Span()); }
+void MarkShifted(ShiftPlan& plan) {
+    // Formulas without fixed inputs follow every change, those of other books as well.
+    bool good = true;
+    for (const Workbook* book : Books().books)
+        for (const Sheet* sheet : book->sheets)
+            for (FormulaCell* formula : sheet->cells.formulas)
+                if (formula->alwaysCalculate) good = good && plan.stale.Append(formula);
+    if (good) MarkChanged(plan.stale.Span(), plan.staleNames.Span());
+    else MarkAllStale();
+}
 
 void DropShift(ShiftPlan& plan) {
     for (TokenChange& change : plan.changes) FreeTokens(change.tokens);

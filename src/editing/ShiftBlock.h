@@ -37,7 +37,7 @@ RefArea LostArea(const AreaMove& move);
 // rules stay in the plan. False with nothing changed when memory fails.
 [[nodiscard]] bool CommitShift(ShiftPlan& plan);
 // Marks what the shift has made stale.
-void MarkShifted(const ShiftPlan& plan);
+void MarkShifted(ShiftPlan& plan);
 void DropShift(ShiftPlan& plan);
 
 // The whole of it for an area of the current sheet, without undo. What must be taken away first (parts of

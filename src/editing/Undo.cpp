@@ -87,8 +87,8 @@ void RecordSheetInsert(i32 book, i32 sheet, i32 kind) {
                      : kind == SHEET_MACRO ? UNDO_INSERT_MACRO_SHEET
                                            : UNDO_INSERT_WORKSHEET;
     if (kind != SHEET_MODULE) IgnoreFailure(RecordUndo(book, sheet, undo));
-    // References keep the numbers of their sheets over a chart, and so speak of others.
-    if (kind == SHEET_CHART) MarkAllStale();
+    // References keep the numbers of their sheets over a chart, and so speak of others behind it.
+    if (kind == SHEET_CHART && SheetAt(book, sheet + 1)) MarkAllStale();
 }
 
 // Names of a closing book are gone, those of later books count one less.

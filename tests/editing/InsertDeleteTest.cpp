@@ -218,6 +218,16 @@ TEST_F(InsertAndDelete, AFormulaInAnotherBookFollows) {
     EXPECT_EQ(Shown("A1"), "9");
 }
 
+TEST_F(InsertAndDelete, AFormulaWithoutFixedInputsSeesTheMove) {
+    Enter("A5", "7");
+    Enter("C1", "=INDIRECT(\"A6\")");
+    EXPECT_EQ(Shown("C1"), "0");
+    ASSERT_TRUE(InsertRowsOrCellsDown(Rows(2, 2)));
+    EXPECT_EQ(Shown("C1"), "7");
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(Shown("C1"), "0");
+}
+
 TEST_F(InsertAndDelete, ARowFormulaFollowsItsCell) {
     Enter("A3", "=ROW()*10+COLUMN()");
     EXPECT_EQ(Shown("A3"), "31");
