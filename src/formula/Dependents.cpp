@@ -38,7 +38,8 @@ struct ChainTable {
     }
     u32 Place(u64 key) const {
         const u32 mask = slots.Count() - 1;
-        u32 at = static_cast<u32>(Mix(key)) & mask;
+        // Eight keys in a row lie side by side, so that neighbours are found in the same lines of memory.
+        u32 at = static_cast<u32>(Mix(key >> 3) << 3 | (key & 7)) & mask;
         while (slots[at].key && slots[at].key != key) at = (at + 1) & mask;
         return at;
     }
@@ -91,8 +92,10 @@ struct DependentIndex {
 
 DependentIndex* index = nullptr;
 
+// Eight rows of a column follow each other: formulas are mostly copied down.
 u64 CellKey(u32 serial, i32 row, i32 column) {
-    return (u64{serial} << 25 | u64{static_cast<u32>(row)} << 8 | static_cast<u32>(column)) + 1;
+    const u32 place = (static_cast<u32>(row) >> 3) << 11 | static_cast<u32>(column) << 3 | (row & 7);
+    return u64{serial} << 24 | place;
 }
 u64 IntervalKey(u32 serial, u32 column, u32 level, u32 interval) {
     return (u64{serial} << 32 | u64{column} << 22 | u64{level} << 17 | interval) + 1;
