@@ -69,7 +69,7 @@ constexpr CommandRange commandRanges[] = {
     {422, 422, nullptr},
     {423, 423, FreezeCommand},
     {424, 431, nullptr},
-    {432, 437, nullptr},
+    {432, 437, FormatCommand},
     {438, 438, BarCommand},
     {439, 443, EntryBarCommand},
     {444, 445, ScreenSidewaysCommand},

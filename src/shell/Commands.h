@@ -36,7 +36,8 @@ void GoToCommand(i32 command);
 void HyperlinkCommand(i32 command);
 void RenameSheetCommand(i32 command);
 void ProtectCommand(i32 command);
-// Sizes.
+// Looks and sizes.
+void FormatCommand(i32 command);
 void FitCommand(i32 command);
 void HideLinesCommand(i32 command);
 void LineSizeCommand(i32 command);
