@@ -428,8 +428,8 @@ void AddCall(Tokens& out, Input& in, i32 depth) {
     // Most calls as the compiler would make them, some with too few or too many.
     const u8 wish = Byte(in);
     u32 count = required;
-    if (signature.size() > required)
-        count += wish % (signature.size() - required < 5 ? signature.size() - required + 1 : 5);
+    const u32 optional = static_cast<u32>(signature.size()) - required;
+    if (optional) count += wish % (optional < 5 ? optional + 1 : 5);
     if (wish >= 250) count = wish % 9;
     if (addIn) AddAddInName(out, entry.name);
     for (u32 i = 0; i < count; ++i) {

@@ -109,7 +109,7 @@ void CallDb(Value* arguments, Value& result, const EvalContext& context) {
         total += amount;
     }
     const bool last = period >= life && (period > life || month >= 12);
-    result = NumberValue(last ? (cost - total) * (12 - month) * k / 12 : (cost - total) * k);
+    result = NumberValue(last ? (cost - total) * (12.0 - month) * k / 12 : (cost - total) * k);
 }
 
 void CallDdb(Value* arguments, Value& result, const EvalContext& context) {
