@@ -201,7 +201,10 @@ void RemoveBook(i32 book) {
 
 void ResetBooks() {
     while (!bookTable.books.IsEmpty()) DropBook(static_cast<i32>(bookTable.books.Count()) - 1);
+    // What others keep of a sheet is known by its serial, so that no later sheet may have it.
+    const u32 serial = bookTable.sheetSerial;
     bookTable = BookTable();
+    bookTable.sheetSerial = serial;
     calls.structureChanged();
     calls = harmlessCalls;
 }

@@ -81,8 +81,9 @@ bool Circles(std::vector<Reader>& readers, std::size_t at) {
     return false;
 }
 
-// Formulas in a circle have the value that the order of calculation gives them.
-bool HasCircle() {
+// Formulas in a circle have the value that the order and the number of calculations give them. Books with more
+// than `most` formulas are taken to have one.
+bool HasCircle(std::size_t most) {
     const Workbook& book = *CurrentWorkbook();
     std::vector<Reader> readers;
     std::vector<const FormulaTokens*> tokens;
@@ -91,7 +92,7 @@ bool HasCircle() {
             readers.push_back({sheet->index, formula->row, formula->column, {}, 0});
             tokens.push_back(&formula->tokens);
         }
-    if (readers.size() > 400) return true;  // too many to tell
+    if (readers.size() > most) return true;
     for (std::size_t i = 0; i < readers.size(); ++i) {
         AddReads(readers, readers[i], *tokens[i]);
         if (!TokensUseNames(*tokens[i])) continue;
@@ -250,13 +251,14 @@ class RandomWalk : public ShellSandbox {
         const std::string now = DumpContent();
         if (undoes) {
             ASSERT_EQ(UndoCount(), count - 1);
-            if (before.back()) ASSERT_EQ(Difference(*before.back(), now), "");
+            if (before.back() && *before.back() != now && !HasCircle(5000))
+                ASSERT_EQ(Difference(*before.back(), now), "");
             before.pop_back();
         } else if (LastUndo() && !(LastUndo()->mask & SEEN)) {
             before.emplace_back(std::move(state));
             if (before.size() > UNDO_DEPTH) before.pop_front();
         } else if (now != state) {
-            ++unrecorded[command];
+            if (!HasCircle(5000)) ++unrecorded[command];
             for (std::optional<std::string>& known : before) known.reset();
         }
         // An entry that a rule refuses is stored, recorded and taken back: the oldest record may be gone, and
@@ -273,13 +275,14 @@ TEST_F(RandomWalk, LeavesWholeBooksAndSixteenStepsBack) {
     const char* eachStep = std::getenv("TALLYMAN_WALK_EACH");
     const int every = eachStep ? 1 : 16;
     int compared = 0;
-    const char* first = std::getenv("TALLYMAN_WALK_FIRST");
-    for (int walk = first ? std::atoi(first) : 0; walk < walks; ++walk) {
+    const char* begin = std::getenv("TALLYMAN_WALK_FIRST");
+    const int first = begin ? std::atoi(begin) : 0;
+    for (int walk = first; walk < walks; ++walk) {
         ASSERT_NO_FATAL_FAILURE(Begin(static_cast<u32>(walk)));
         for (int step = 0; step < 400; ++step) {
             ASSERT_NO_FATAL_FAILURE(Step()) << "walk " << walk << ", step " << step;
             ASSERT_NO_FATAL_FAILURE(CheckBooks()) << "walk " << walk << ", step " << step;
-            if (step % every || HasCircle()) continue;
+            if (step % every || HasCircle(400)) continue;
             ++compared;
             const std::string lazy = DumpContent();
             MarkAllStale();
@@ -288,13 +291,18 @@ TEST_F(RandomWalk, LeavesWholeBooksAndSixteenStepsBack) {
         }
         for (; !before.empty(); before.pop_back()) {
             ASSERT_TRUE(UndoLast());
-            if (before.back()) ASSERT_EQ(Difference(*before.back(), DumpContent()), "") << "walk " << walk;
+            const std::string now = DumpContent();
+            if (before.back() && *before.back() != now && !HasCircle(5000))
+                ASSERT_EQ(Difference(*before.back(), now), "") << "walk " << walk;
         }
         EXPECT_EQ(UndoCount(), 0u);
     }
-    EXPECT_GT(compared, walks);
+    EXPECT_GT(compared, walks - first);
+    // An entry that was refused may have fitted its row.
     for (const auto& [command, times] : unrecorded)
-        std::printf("%d changed %d times of %d without a record\n", command, times, done[command]);
+        if (command)
+            ADD_FAILURE() << command << " changed " << times << " times of " << done[command]
+                          << " without a record";
 }
 
 }  // namespace
