@@ -13,18 +13,11 @@ namespace {
 
 class ClipboardCells : public Sandbox {
   protected:
-    static RefArea Area(std::string_view first, std::string_view last) {
-        i32 row1 = 0, column1 = 0, row2 = 0, column2 = 0;
-        ReadCellName(first, row1, column1);
-        ReadCellName(last, row2, column2);
-        return {static_cast<u16>(row1), static_cast<u16>(row2), static_cast<u8>(column1),
-                static_cast<u8>(column2)};
-    }
     static bool Copy(std::string_view first, std::string_view last) {
-        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, AreaOf(first, last));
     }
     static bool Cut(std::string_view first, std::string_view last) {
-        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, AreaOf(first, last));
     }
     static std::string Text() {
         WideText text;
@@ -94,7 +87,7 @@ TEST_F(ClipboardCells, HiddenRowsOfAFilterAreLeftOut) {
     EXPECT_EQ(Text(), "1\r\n3\r\n5");
     const ClipboardBlock& held = Clipboard();
     EXPECT_TRUE(held.block.visibleOnly);
-    EXPECT_EQ(held.block.area, Area("B1", "B3"));
+    EXPECT_EQ(held.block.area, AreaOf("B1", "B3"));
     ASSERT_EQ(held.rowPlaces.Count(), 3u);
     EXPECT_EQ(held.rowPlaces[2], 4);
     EXPECT_EQ(held.block.cells[2].row, 2);
@@ -138,7 +131,7 @@ TEST_F(ClipboardCells, AnAutoFilterHidesOnlyWhenAColumnHasACriterion) {
 TEST_F(ClipboardCells, AMergedAreaThatIsPartlyHiddenRefusesTheCopy) {
     Enter("A1", "1");
     ASSERT_TRUE(Copy("A1", "A1"));
-    EXPECT_TRUE(CurrentSheet()->mergedAreas.Append(Area("A2", "B4")));
+    EXPECT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf("A2", "B4")));
     HideRow(2);
     EXPECT_FALSE(Copy("A1", "C6"));
     EXPECT_EQ(LastBox(), Narrow(Message(MSG_PART_OF_MERGE)));
@@ -153,13 +146,13 @@ TEST_F(ClipboardCells, AMergedAreaThatIsPartlyHiddenRefusesTheCopy) {
 TEST_F(ClipboardCells, ListsOfAFilteredBlockMoveTogether) {
     Sheet& sheet = *CurrentSheet();
     Hyperlink* link = sheet.hyperlinks.AppendDefault();
-    link->area = Area("A2", "A5");
-    EXPECT_TRUE(sheet.mergedAreas.Append(Area("B5", "C5")));
+    link->area = AreaOf("A2", "A5");
+    EXPECT_TRUE(sheet.mergedAreas.Append(AreaOf("B5", "C5")));
     HideRow(1);
     HideRow(3);
     ASSERT_TRUE(Copy("A1", "C6"));
-    EXPECT_EQ(Clipboard().block.links[0].link.area, Area("A2", "A3"));
-    EXPECT_EQ(Clipboard().block.merges[0], Area("B3", "C3"));
+    EXPECT_EQ(Clipboard().block.links[0].link.area, AreaOf("A2", "A3"));
+    EXPECT_EQ(Clipboard().block.merges[0], AreaOf("B3", "C3"));
 }
 
 TEST_F(ClipboardCells, CutTakesTheCellsAwayAtOnceAndUndoKeepsTheBlock) {
@@ -180,8 +173,8 @@ TEST_F(ClipboardCells, CutTakesTheCellsAwayAtOnceAndUndoKeepsTheBlock) {
 TEST_F(ClipboardCells, CutRefusesInTheOrderOfTheGuards) {
     Sheet& sheet = *CurrentSheet();
     Enter("A1", "1");
-    EXPECT_TRUE(sheet.arrayFormulas.Append({Area("A1", "A3"), 0, 0}));
-    EXPECT_TRUE(sheet.mergedAreas.Append(Area("B1", "B3")));
+    EXPECT_TRUE(sheet.arrayFormulas.Append({AreaOf("A1", "A3"), 0, 0}));
+    EXPECT_TRUE(sheet.mergedAreas.Append(AreaOf("B1", "B3")));
     EXPECT_FALSE(Cut("B1", "B2"));
     EXPECT_EQ(LastBox(), Narrow(Message(MSG_PART_OF_MERGE)));
     EXPECT_FALSE(Cut("A1", "B2"));

@@ -28,23 +28,8 @@ class Filling : public Sandbox {
         ConnectUndo();
         Sandbox::TearDown();
     }
-    static RefArea AreaOf(std::string_view first, std::string_view last) {
-        i32 top = 0, left = 0, bottom = 0, right = 0;
-        ReadCellName(first, top, left);
-        ReadCellName(last, bottom, right);
-        return {static_cast<u16>(top), static_cast<u16>(bottom), static_cast<u8>(left), static_cast<u8>(right)};
-    }
     static void Select(std::string_view first, std::string_view last) {
         CurrentSheet()->view.selection = AreaOf(first, last);
-    }
-    static std::string FormulaOf(std::string_view cell) {
-        i32 row = 0, column = 0;
-        ReadCellName(cell, row, column);
-        const CellRecord* found = CellAtName(cell);
-        WideText text;
-        if (found && found->formula)
-            EXPECT_TRUE(FormulaToText(CurrentBook(), found->formula->tokens, row, column, true, text));
-        return Narrow(text);
     }
     static u16 Look(u8 horizontal, u16 flags = FORMAT_LOCKED) {
         CellFormat format = ResolveCellFormat(*CurrentWorkbook(), DEFAULT_CELL_FORMAT);

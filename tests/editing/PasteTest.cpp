@@ -20,18 +20,11 @@ namespace {
 
 class Paste : public Sandbox {
   protected:
-    static RefArea Area(std::string_view first, std::string_view last) {
-        i32 row1 = 0, column1 = 0, row2 = 0, column2 = 0;
-        ReadCellName(first, row1, column1);
-        ReadCellName(last, row2, column2);
-        return {static_cast<u16>(row1), static_cast<u16>(row2), static_cast<u8>(column1),
-                static_cast<u8>(column2)};
-    }
     static bool Copy(std::string_view first, std::string_view last) {
-        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, AreaOf(first, last));
     }
     static bool Cut(std::string_view first, std::string_view last) {
-        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, Area(first, last));
+        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, AreaOf(first, last));
     }
     static PasteRequest At(const RefArea& area, i32 mode = PASTE_ALL) {
         PasteRequest request;
@@ -41,7 +34,7 @@ class Paste : public Sandbox {
         request.mode = mode;
         return request;
     }
-    static PasteRequest At(std::string_view cell, i32 mode = PASTE_ALL) { return At(Area(cell, cell), mode); }
+    static PasteRequest At(std::string_view cell, i32 mode = PASTE_ALL) { return At(AreaOf(cell, cell), mode); }
     static std::string Formula(std::string_view cell) {
         const CellRecord* record = CellAtName(cell);
         WideText text;
@@ -58,17 +51,17 @@ class Paste : public Sandbox {
         return index;
     }
     static void Put(std::string_view cell, u16 format, Value value = Value()) {
-        const RefArea area = Area(cell, cell);
+        const RefArea area = AreaOf(cell, cell);
         EXPECT_TRUE(
             InsertCell(*CurrentSheet(), area.firstRow, area.firstColumn, format, value, FormulaTokens()));
     }
     static u16 FormatAt(std::string_view cell) {
-        const RefArea area = Area(cell, cell);
+        const RefArea area = AreaOf(cell, cell);
         return GetCellFormat(*CurrentSheet(), area.firstRow, area.firstColumn);
     }
     static void AddLink(std::string_view first, std::string_view last, std::string_view target) {
         Hyperlink* link = CurrentSheet()->hyperlinks.AppendDefault();
-        link->area = Area(first, last);
+        link->area = AreaOf(first, last);
         EXPECT_TRUE(link->target.Assign(Wide(target)));
     }
     static std::string Links() {
@@ -81,13 +74,13 @@ class Paste : public Sandbox {
     static ValidationRule& AddRule(std::string_view first, std::string_view last, u32 kind) {
         ValidationRule* rule = CurrentSheet()->validations.AppendDefault();
         rule->kind = kind;
-        EXPECT_TRUE(rule->areas.Append(Area(first, last)));
+        EXPECT_TRUE(rule->areas.Append(AreaOf(first, last)));
         return *rule;
     }
     static ConditionalFormat& AddCondition(std::string_view first, std::string_view last) {
         ConditionalFormat* format = CurrentSheet()->conditionalFormats.AppendDefault();
         EXPECT_NE(format->conditions.AppendDefault(), nullptr);
-        EXPECT_TRUE(format->areas.Append(Area(first, last)));
+        EXPECT_TRUE(format->areas.Append(AreaOf(first, last)));
         return *format;
     }
     static void AddSheet() { ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false)); }
@@ -121,14 +114,14 @@ TEST_F(Paste, EachModeBringsItsParts) {
         AddRule("A1", "A2", 3);
         AddCondition("A1", "A2");
         AddLink("A2", "A2", "there");
-        ASSERT_TRUE(sheet.mergedAreas.Append(Area("A1", "B1")));
+        ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("A1", "B1")));
         ASSERT_TRUE(Copy("A1", "B2"));
         ASSERT_TRUE(PasteBlock(At("D1", row.mode))) << row.mode;
         EXPECT_EQ(Shown("D1"), row.value ? "5" : "") << row.mode;
         EXPECT_EQ(Shown("D2"), row.value ? "10" : "old") << row.mode;
         EXPECT_EQ(Formula("D2"), row.formula ? "=D1*2" : "") << row.mode;
         EXPECT_EQ(FormatAt("D2"), row.format ? wrapped : 15) << row.mode;
-        const RefArea there = Area("D2", "D2");
+        const RefArea there = AreaOf("D2", "D2");
         EXPECT_EQ(AnyRuleTouches(sheet.validations, there), row.validation) << row.mode;
         EXPECT_EQ(AnyRuleTouches(sheet.conditionalFormats, there), row.condition) << row.mode;
         EXPECT_EQ(sheet.hyperlinks.Count(), row.link ? 2u : 1u) << row.mode;
@@ -156,13 +149,13 @@ TEST_F(Paste, EachModeReplacesItsParts) {
         AddRule("D1", "D9", 3);
         AddCondition("D1", "D9");
         AddLink("D2", "D2", "there");
-        ASSERT_TRUE(sheet.mergedAreas.Append(Area("D1", "E2")));
-        ASSERT_TRUE(sheet.arrayFormulas.Append({Area("F1", "F2"), 0, 0}));
+        ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("D1", "E2")));
+        ASSERT_TRUE(sheet.arrayFormulas.Append({AreaOf("F1", "F2"), 0, 0}));
         ASSERT_TRUE(Copy("A1", "A1"));
-        ASSERT_TRUE(PasteBlock(At(Area("D1", "F3"), row.mode)));
-        EXPECT_EQ(AnyRuleTouches(sheet.validations, Area("D3", "D3")), !row.validation) << row.mode;
-        EXPECT_TRUE(AnyRuleTouches(sheet.validations, Area("D4", "D4")));
-        EXPECT_EQ(AnyRuleTouches(sheet.conditionalFormats, Area("D3", "D3")), !row.condition) << row.mode;
+        ASSERT_TRUE(PasteBlock(At(AreaOf("D1", "F3"), row.mode)));
+        EXPECT_EQ(AnyRuleTouches(sheet.validations, AreaOf("D3", "D3")), !row.validation) << row.mode;
+        EXPECT_TRUE(AnyRuleTouches(sheet.validations, AreaOf("D4", "D4")));
+        EXPECT_EQ(AnyRuleTouches(sheet.conditionalFormats, AreaOf("D3", "D3")), !row.condition) << row.mode;
         EXPECT_EQ(sheet.hyperlinks.IsEmpty(), row.link) << row.mode;
         EXPECT_TRUE(sheet.mergedAreas.IsEmpty()) << row.mode;
         EXPECT_TRUE(sheet.arrayFormulas.IsEmpty()) << row.mode;
@@ -175,7 +168,7 @@ TEST_F(Paste, ACellThatIsStoredOverLosesItsHyperlinkInEveryMode) {
     AddLink("D1", "D1", "there");
     AddLink("D2", "D2", "nothing stands here");
     ASSERT_TRUE(Copy("A1", "A1"));
-    ASSERT_TRUE(PasteBlock(At(Area("D1", "D2"), PASTE_VALUES)));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("D1", "D2"), PASTE_VALUES)));
     EXPECT_EQ(Links(), "nothing stands here@1.3 ");
     ASSERT_TRUE(UndoLast());
     EXPECT_EQ(Links(), "there@0.3 nothing stands here@1.3 ");
@@ -190,7 +183,7 @@ TEST_F(Paste, AllButBordersKeepsTheBordersOfTheTarget) {
     Put("A1", source, NumberValue(1));
     Put("B1", target, NumberValue(2));
     ASSERT_TRUE(Copy("A1", "A1"));
-    ASSERT_TRUE(PasteBlock(At(Area("B1", "C1"), PASTE_BUT_BORDERS)));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("B1", "C1"), PASTE_BUT_BORDERS)));
     const CellFormat& made = CurrentWorkbook()->cellFormats[FormatAt("B1")];
     EXPECT_TRUE(made.flags & FORMAT_WRAP);
     EXPECT_EQ(made.topStyle, 0);
@@ -204,12 +197,12 @@ TEST_F(Paste, FormatsKeepWhatTheTargetHolds) {
     Enter("B1", "=1+1");
     Enter("B2", "text");
     ASSERT_TRUE(Copy("A1", "A1"));
-    ASSERT_TRUE(PasteBlock(At(Area("B1", "B3"), PASTE_FORMATS)));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("B1", "B3"), PASTE_FORMATS)));
     EXPECT_EQ(Formula("B1"), "=1+1");
     EXPECT_EQ(Shown("B2"), "text");
     EXPECT_EQ(FormatAt("B3"), bold);
     // Once more changes nothing.
-    ASSERT_TRUE(PasteBlock(At(Area("B1", "B3"), PASTE_FORMATS)));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("B1", "B3"), PASTE_FORMATS)));
     EXPECT_EQ(FormatAt("B3"), bold);
 }
 
@@ -336,7 +329,7 @@ TEST_F(Paste, ReferencesStayWhereSomethingNewStandsOrTheBlockIsNotMoved) {
     ASSERT_TRUE(PasteBlock(At("B1")));
     EXPECT_EQ(Formula("C1"), "=A1");
     ASSERT_TRUE(Cut("A1", "A1"));
-    ASSERT_TRUE(PasteBlock(At(Area("B3", "B4"))));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("B3", "B4"))));
     ASSERT_TRUE(PasteBlock(At("B5", PASTE_VALUES)));
     EXPECT_EQ(Formula("C1"), "=A1");
     ASSERT_TRUE(Copy("A1", "A1"));
@@ -365,7 +358,7 @@ TEST_F(Paste, DependentsFollowAPasteAndItsUndo) {
     Enter("E1", "=SUM(D1:D3)");
     EXPECT_EQ(Shown("E1"), "1");
     ASSERT_TRUE(Copy("A1", "A1"));
-    ASSERT_TRUE(PasteBlock(At(Area("D1", "D3"))));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("D1", "D3"))));
     EXPECT_EQ(Shown("E1"), "6");
     ASSERT_TRUE(UndoLast());
     EXPECT_EQ(Shown("E1"), "1");
@@ -377,7 +370,7 @@ TEST_F(Paste, PastedFormulasFollowTheirInputs) {
     Enter("A1", "1");
     Enter("B1", "=A1*10");
     ASSERT_TRUE(Copy("B1", "B1"));
-    ASSERT_TRUE(PasteBlock(At(Area("B2", "B4"))));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("B2", "B4"))));
     Enter("A3", "7");
     EXPECT_EQ(Shown("B3"), "70");
     EXPECT_EQ(Shown("B4"), "0");
@@ -392,8 +385,8 @@ TEST_F(Paste, TransposeTurnsCellsReferencesArraysMergesAndRules) {
     Enter("B1", "=A1+A2");
     AddRule("A2", "A2", 3);
     AddLink("A2", "A2", "there");
-    ASSERT_TRUE(sheet.mergedAreas.Append(Area("A3", "B3")));
-    ASSERT_TRUE(sheet.arrayFormulas.Append({Area("A4", "A6"), 0, 0}));
+    ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("A3", "B3")));
+    ASSERT_TRUE(sheet.arrayFormulas.Append({AreaOf("A4", "A6"), 0, 0}));
     ASSERT_TRUE(Copy("A1", "B6"));
     PasteRequest request = At("H10");
     request.transpose = true;
@@ -401,10 +394,10 @@ TEST_F(Paste, TransposeTurnsCellsReferencesArraysMergesAndRules) {
     EXPECT_EQ(Shown("H10"), "1");
     EXPECT_EQ(Shown("I10"), "2");
     EXPECT_EQ(Formula("H11"), "=H10+I10");
-    EXPECT_EQ(sheet.view.selection, Area("A1", "M11"));
-    EXPECT_EQ(sheet.mergedAreas.Last(), Area("J10", "J11"));
-    EXPECT_EQ(sheet.arrayFormulas.Last().area, Area("K10", "M10"));
-    EXPECT_TRUE(AnyRuleTouches(sheet.validations, Area("I10", "I10")));
+    EXPECT_EQ(sheet.view.selection, AreaOf("A1", "M11"));
+    EXPECT_EQ(sheet.mergedAreas.Last(), AreaOf("J10", "J11"));
+    EXPECT_EQ(sheet.arrayFormulas.Last().area, AreaOf("K10", "M10"));
+    EXPECT_TRUE(AnyRuleTouches(sheet.validations, AreaOf("I10", "I10")));
     EXPECT_EQ(Links(), "there@1.0 there@9.8 ");
 }
 
@@ -412,19 +405,19 @@ TEST_F(Paste, TransposeTilesByTheTurnedShape) {
     Enter("A1", "1");
     Enter("A2", "2");
     ASSERT_TRUE(Copy("A1", "A2"));
-    PasteRequest request = At(Area("C1", "F2"));
+    PasteRequest request = At(AreaOf("C1", "F2"));
     request.transpose = true;
     ASSERT_TRUE(PasteBlock(request));
     EXPECT_EQ(Shown("C2"), "1");
     EXPECT_EQ(Shown("F2"), "2");
-    request.area = Area("C1", "C2");
+    request.area = AreaOf("C1", "C2");
     ASSERT_TRUE(PasteBlock(request));
-    request.area = Area("C1", "E2");
+    request.area = AreaOf("C1", "E2");
     EXPECT_FALSE(PasteBlock(request));
     EXPECT_EQ(Narrow(Headless().boxes.Last().text), Narrow(Message(MSG_PASTE_SHAPE)));
     // More rows than there are columns.
     ASSERT_TRUE(Copy("A1", "A257"));
-    request.area = Area("C1", "C1");
+    request.area = AreaOf("C1", "C1");
     EXPECT_FALSE(PasteBlock(request));
     EXPECT_EQ(Narrow(Headless().boxes.Last().text), Narrow(Message(MSG_NO_ROOM_TO_PASTE)));
 }
@@ -436,11 +429,11 @@ TEST_F(Paste, AnArrayComesWithItsArea) {
     for (i32 row = 1; row <= 2; ++row) Enter("A" + std::to_string(row), std::to_string(row));
     Enter("B1", "=$A$1:$A$2*2");
     Enter("B2", "=$A$1:$A$2*2");
-    ASSERT_TRUE(sheet.arrayFormulas.Append({Area("B1", "B2"), 0, 0}));
+    ASSERT_TRUE(sheet.arrayFormulas.Append({AreaOf("B1", "B2"), 0, 0}));
     ASSERT_TRUE(Copy("B1", "B2"));
-    ASSERT_TRUE(PasteBlock(At(Area("D1", "D4"))));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("D1", "D4"))));
     ASSERT_EQ(sheet.arrayFormulas.Count(), 3u);
-    EXPECT_EQ(sheet.arrayFormulas[2].area, Area("D3", "D4"));
+    EXPECT_EQ(sheet.arrayFormulas[2].area, AreaOf("D3", "D4"));
     EXPECT_EQ(Shown("D4"), "4");
     ASSERT_TRUE(PasteBlock(At("F1", PASTE_VALUES)));
     EXPECT_EQ(sheet.arrayFormulas.Count(), 3u);
@@ -448,7 +441,7 @@ TEST_F(Paste, AnArrayComesWithItsArea) {
     // Part of one comes as far as it was copied.
     ASSERT_TRUE(Copy("B1", "B1"));
     ASSERT_TRUE(PasteBlock(At("H1")));
-    EXPECT_EQ(sheet.arrayFormulas.Last().area, Area("H1", "H1"));
+    EXPECT_EQ(sheet.arrayFormulas.Last().area, AreaOf("H1", "H1"));
     EXPECT_EQ(Shown("H1"), "2");
 }
 
@@ -469,12 +462,12 @@ TEST_F(Paste, RulesAreTiledAndCutOutOfWhatStoodThere) {
     AddRule("A2", "A2", 3);
     AddRule("D1", "D6", 4);
     ASSERT_TRUE(Copy("A1", "A2"));
-    ASSERT_TRUE(PasteBlock(At(Area("D1", "D4"), PASTE_VALIDATION)));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("D1", "D4"), PASTE_VALIDATION)));
     ASSERT_EQ(sheet.validations.Count(), 2u);
-    EXPECT_EQ(sheet.validations[1].areas[0], Area("D5", "D6"));
+    EXPECT_EQ(sheet.validations[1].areas[0], AreaOf("D5", "D6"));
     ASSERT_EQ(sheet.validations[0].areas.Count(), 3u);
-    EXPECT_EQ(sheet.validations[0].areas[1], Area("D2", "D2"));
-    EXPECT_EQ(sheet.validations[0].areas[2], Area("D4", "D4"));
+    EXPECT_EQ(sheet.validations[0].areas[1], AreaOf("D2", "D2"));
+    EXPECT_EQ(sheet.validations[0].areas[2], AreaOf("D4", "D4"));
 }
 
 TEST_F(Paste, WholeColumnsBringTheirWidthsAndFormats) {
@@ -677,8 +670,8 @@ TEST_F(Paste, AnEmptyFieldEmptiesItsCellAndAnEmptyTextNothing) {
 
 TEST_F(Paste, PastedTextEndsArraysMergesAndHyperlinksInside) {
     Sheet& sheet = *CurrentSheet();
-    ASSERT_TRUE(sheet.mergedAreas.Append(Area("A1", "B1")));
-    ASSERT_TRUE(sheet.arrayFormulas.Append({Area("A2", "B2"), 0, 0}));
+    ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("A1", "B1")));
+    ASSERT_TRUE(sheet.arrayFormulas.Append({AreaOf("A2", "B2"), 0, 0}));
     AddLink("A1", "B2", "inside");
     AddLink("A1", "C1", "beyond");
     AddRule("A1", "A1", 3);

@@ -25,15 +25,6 @@ class OpeningFiles : public Sandbox {
         return OpenFileFromMemory(path, bytes, OPEN_SILENT_LINKS);
     }
     static std::string Box() { return Headless().boxes.IsEmpty() ? "" : Narrow(Headless().boxes.Last().text); }
-    static std::string FormulaOf(std::string_view cell) {
-        i32 row = 0, column = 0;
-        ReadCellName(cell, row, column);
-        const CellRecord* found = CellAtName(cell);
-        WideText text;
-        if (found && found->formula)
-            EXPECT_TRUE(FormulaToText(CurrentBook(), found->formula->tokens, row, column, true, text));
-        return Narrow(text);
-    }
     // A book of one sheet with the records that `body` adds.
     static std::vector<u8> OneSheet(const std::function<void(BiffBuilder&)>& body, u8 version = 8,
                                     const std::function<void(BiffBuilder&)>& globals = {}) {

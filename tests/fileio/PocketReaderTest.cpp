@@ -25,15 +25,6 @@ class PocketReading : public Sandbox {
         ResetBooks();
         return Open(b.bytes);
     }
-    static std::string FormulaOf(std::string_view cell) {
-        i32 row = 0, column = 0;
-        ReadCellName(cell, row, column);
-        const CellRecord* found = CellAtName(cell);
-        WideText text;
-        if (found && found->formula)
-            EXPECT_TRUE(FormulaToText(CurrentBook(), found->formula->tokens, row, column, true, text));
-        return Narrow(text);
-    }
     static const CellFormat& FormatOf(std::string_view cell) {
         return ResolveCellFormat(*CurrentWorkbook(), CellAtName(cell)->format);
     }

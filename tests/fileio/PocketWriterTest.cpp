@@ -39,15 +39,6 @@ class PocketWriting : public Sandbox {
         ResetBooks();
         ASSERT_TRUE(OpenFileFromMemory(u"again.pxl", bytes, OPEN_SILENT_LINKS));
     }
-    static std::string FormulaOf(std::string_view cell) {
-        i32 row = 0, column = 0;
-        ReadCellName(cell, row, column);
-        const CellRecord* found = CellAtName(cell);
-        WideText text;
-        if (found && found->formula)
-            EXPECT_TRUE(FormulaToText(CurrentBook(), found->formula->tokens, row, column, true, text));
-        return Narrow(text);
-    }
     static void AddSheet(WideView name, i32 kind = SHEET_WORKSHEET) {
         ASSERT_TRUE(
             InsertSheet(static_cast<i32>(CurrentWorkbook()->sheets.Count()), &name, kind, false, false));

@@ -18,16 +18,6 @@ using SavedBooks = Saving;
 
 constexpr u32 olderForm = DUMP_ALL & ~u32{DUMP_RULES | DUMP_MERGES | DUMP_LINKS};
 
-// The formula in a cell of the current sheet.
-std::string FormulaOf(std::string_view cell, const CellRecord* found) {
-    i32 row = 0, column = 0;
-    ReadCellName(cell, row, column);
-    WideText text;
-    if (found && found->formula)
-        EXPECT_TRUE(FormulaToText(CurrentBook(), found->formula->tokens, row, column, true, text));
-    return Narrow(text);
-}
-
 TEST_F(SavedBooks, SomethingOfEverythingComesBack) {
     MakeRichBook();
     ExpectReturn(8);
@@ -88,10 +78,10 @@ TEST_F(SavedBooks, RowsBeyondTheOlderFormAreLostAndTheOthersIntact) {
     EXPECT_EQ(LastUsedRow(*CurrentSheet()), 16383);
     EXPECT_EQ(Shown("A1"), "1");
     EXPECT_EQ(Shown("B16384"), "2");
-    EXPECT_EQ(FormulaOf("B1", CellAtName("B1")), "=A16384");
-    EXPECT_EQ(FormulaOf("B2", CellAtName("B2")), "=#REF!");
-    EXPECT_EQ(FormulaOf("B3", CellAtName("B3")), "=SUM(A:A)");
-    EXPECT_EQ(FormulaOf("B4", CellAtName("B4")), "=SUM(A5:A16384)");
+    EXPECT_EQ(FormulaOf("B1"), "=A16384");
+    EXPECT_EQ(FormulaOf("B2"), "=#REF!");
+    EXPECT_EQ(FormulaOf("B3"), "=SUM(A:A)");
+    EXPECT_EQ(FormulaOf("B4"), "=SUM(A5:A16384)");
     EXPECT_EQ(Shown("B2"), "3");  // the value stays
 }
 
@@ -134,7 +124,7 @@ TEST_F(SavedBooks, ArrayFormulasBelongTogetherAgain) {
         Reopen();
         ASSERT_EQ(CurrentSheet()->arrayFormulas.Count(), 2u);
         EXPECT_NE(FindArray(*CurrentSheet(), 5, 1), nullptr);
-        EXPECT_EQ(FormulaOf("D2", CellAtName("D2")), "=A1:A2*2");
+        EXPECT_EQ(FormulaOf("D2"), "=A1:A2*2");
     }
 }
 
@@ -194,7 +184,7 @@ TEST_F(SavedBooks, CircularFormulasAreSavedAsTheyStand) {
     Enter("B1", "=A1+1");
     Save();
     Reopen();
-    EXPECT_EQ(FormulaOf("A1", CellAtName("A1")), "=B1+1");
+    EXPECT_EQ(FormulaOf("A1"), "=B1+1");
 }
 
 // ---- names and links
@@ -246,7 +236,7 @@ TEST_F(SavedBooks, NamesWithoutAFormulaStayWhileANumberDependsOnThem) {
     Save();
     EXPECT_EQ(Find(24).size(), 2u);
     Reopen();
-    EXPECT_EQ(FormulaOf("A1", CellAtName("A1")), "=SUM(later)");
+    EXPECT_EQ(FormulaOf("A1"), "=SUM(later)");
     DefineName("more", "=later");
     EXPECT_EQ(Shown("A1"), "#NAME?");
 }
@@ -298,14 +288,14 @@ TEST_F(SavedBooks, LinksToOtherBooksAndAddInsComeBackInBothForms) {
                            Tokens({0x5A, f, 0, 3, 0, 2, 0xC0, 0x1E, 1, 0, 0x03})));
     ASSERT_TRUE(InsertCell(*CurrentSheet(), 1, 0, 15, NumberValue(6),
                            Tokens({0x39, x, 0, 2, 0, 0, 0, 0x1E, 1, 0, 0x1E, 2, 0, 0x42, 3, 255, 0})));
-    const std::string link = FormulaOf("A1", CellAtName("A1")), call = FormulaOf("A2", CellAtName("A2"));
+    const std::string link = FormulaOf("A1"), call = FormulaOf("A2");
     EXPECT_EQ(call, "=EOMONTH(1,2)");
     for (u8 form : {u8{8}, u8{7}}) {
         Save(form);
         EXPECT_EQ(losses, 0u);
         Reopen();
-        EXPECT_EQ(FormulaOf("A1", CellAtName("A1")), link);
-        EXPECT_EQ(FormulaOf("A2", CellAtName("A2")), call);
+        EXPECT_EQ(FormulaOf("A1"), link);
+        EXPECT_EQ(FormulaOf("A2"), call);
     }
 }
 
@@ -318,8 +308,8 @@ TEST_F(SavedBooks, FormulasThatTheOlderFormLacksKeepTheirValue) {
     EXPECT_EQ(DoubleAt(Find(6)[0].body, 6), 5);
     Reopen();
     EXPECT_EQ(CellAtName("B1")->value.number, 5);
-    EXPECT_EQ(FormulaOf("B1", CellAtName("B1")), "=#N/A");
-    EXPECT_EQ(FormulaOf("B2", CellAtName("B2")), "=AVERAGE(A1,6)");
+    EXPECT_EQ(FormulaOf("B1"), "=#N/A");
+    EXPECT_EQ(FormulaOf("B2"), "=AVERAGE(A1,6)");
 }
 
 TEST_F(SavedBooks, CharactersThatThePageLacksAreMarked) {

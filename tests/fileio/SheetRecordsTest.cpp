@@ -48,12 +48,6 @@ class SheetRecords : public Sandbox {
         EXPECT_TRUE(FormulaToText(CurrentBook(), tokens, row, column, true, text));
         return Narrow(text);
     }
-    static std::string FormulaOf(std::string_view cell) {
-        i32 row = 0, column = 0;
-        ReadCellName(cell, row, column);
-        const CellRecord* found = CellAtName(cell);
-        return found && found->formula ? TextOfTokens(found->formula->tokens, row, column) : "";
-    }
 };
 
 TEST_F(SheetRecords, AContinueBehindNothingIsSkipped) {

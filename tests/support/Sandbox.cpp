@@ -103,6 +103,23 @@ void Sandbox::Region(const char* tag) {
     ASSERT_TRUE(ReadLocaleSettings());
 }
 
+std::string Sandbox::FormulaOf(std::string_view cell) {
+    i32 row = 0, column = 0;
+    ReadCellName(cell, row, column);
+    const CellRecord* found = CellAtName(cell);
+    WideText text;
+    if (found && found->formula)
+        EXPECT_TRUE(FormulaToText(CurrentBook(), found->formula->tokens, row, column, true, text));
+    return Narrow(text);
+}
+
+RefArea Sandbox::AreaOf(std::string_view first, std::string_view last) {
+    i32 top = 0, left = 0, bottom = 0, right = 0;
+    ReadCellName(first, top, left);
+    ReadCellName(last, bottom, right);
+    return {static_cast<u16>(top), static_cast<u16>(bottom), static_cast<u8>(left), static_cast<u8>(right)};
+}
+
 CellRecord* Sandbox::CellAtName(std::string_view cell) {
     i32 row = 0, column = 0;
     ReadCellName(cell, row, column);

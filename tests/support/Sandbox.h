@@ -22,6 +22,9 @@ class Sandbox : public testing::Test {
     // What the cell shows, brought up to date first.
     static std::string Shown(std::string_view cell);
     static CellRecord* CellAtName(std::string_view cell);
+    // The formula as the entry line shows it; empty where there is none.
+    static std::string FormulaOf(std::string_view cell);
+    static RefArea AreaOf(std::string_view first, std::string_view last);
     // The value of a formula in A1 of the current sheet, as a cell of format General shows it.
     static std::string Eval(std::string_view formula);
     // Tokens as hexadecimal digits, trailing data behind "|"; "fault" when the text does not compile.
