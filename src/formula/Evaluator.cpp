@@ -4,6 +4,7 @@
 
 #include "base/Text.h"
 #include "formula/AreaSums.h"
+#include "formula/ArrayChoice.h"
 #include "formula/Coercion.h"
 #include "formula/FormulaScanner.h"
 #include "formula/Links.h"
@@ -16,6 +17,8 @@
 namespace tally {
 namespace {
 
+constexpr u16 ID_IF = 1;
+constexpr u16 ID_CHOOSE = 100;
 constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
 constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
@@ -173,15 +176,63 @@ void PushOutsideReference(Run& run, const u8* token) {
 
 u32 WordOf(const Run& run, u32 at) { return at + 2 <= run.length ? ReadU16(run.bytes + at) : 0; }
 
+void RunTokens(Run& run, u32 from, u32 to);
+void SkipJumpedArrays(Run& run, u32 from, u32 to);
+
+// The tokens of one branch, without the goto that ends it.
+struct Branch {
+    u32 from = 0;
+    u32 to = 0;
+};
+
+// IF and CHOOSE by an array: all branches are run, and the result is taken from them element by element.
+// `first` is where the first branch may begin, `end` the position behind the call.
+u32 ChooseByArray(Run& run, const Branch* branches, u32 count, BranchKind kind, u32 first, u32 end) {
+    Value condition = run.stack.Pop();
+    const u32 base = run.stack.Count();
+    const u8* const extra = run.extra;
+    const u32 extraLeft = run.extraLeft;
+    Value values[MAX_ARGUMENTS];
+    ++engine.depth;
+    for (u32 i = 0; i < count && !run.abandoned; ++i) {
+        run.extra = extra;
+        run.extraLeft = extraLeft;
+        SkipJumpedArrays(run, first, branches[i].from);
+        RunTokens(run, branches[i].from, branches[i].to);
+        if (run.stack.Count() > base) values[i] = run.stack.Pop();
+        while (run.stack.Count() > base) {
+            Value left = run.stack.Pop();
+            FreeValue(left);
+        }
+    }
+    --engine.depth;
+    // The jump to the end passes over the trailing data of the branches once more.
+    run.extra = extra;
+    run.extraLeft = extraLeft;
+    Value chosen = ChooseElements(condition, values, static_cast<i32>(count), kind, run.context);
+    const bool called = end >= 4 && end <= run.length && FoldToken(run.bytes[end - 4]) == ptgFuncVar;
+    const bool single = called && TokenClass(run.bytes[end - 4]) == CLASS_VALUE && !run.context.arrayMode;
+    if (single && chosen.type == VT_ARRAY) ArrayValueToScalar(chosen, run.context);
+    run.stack.Push(chosen);
+    return end;
+}
+
+bool TakesChoiceArray(Run& run) { return IsChoiceArray(run.stack.Top()) && engine.depth < MAX_DEPTH; }
+
 // Both positions are those of the next token.
 u32 JumpIf(Run& run, u32 at) {
     const u32 elseAt = at + 4 + WordOf(run, at + 2);
     const u32 gotoAt = elseAt >= 4 ? elseAt - 4 : 0;
     const u32 gotoDistance = WordOf(run, gotoAt + 2);
     if (!run.stack.Count()) return run.length;
+    const u32 end = gotoAt + gotoDistance + 5;
+    if (TakesChoiceArray(run)) {
+        const Branch branches[] = {{at + 4, gotoAt}, {elseAt, end}};
+        return ChooseByArray(run, branches, gotoDistance == 3 ? 1 : 2, BRANCH_IF, at + 4, end);
+    }
     Value& top = run.stack.Top();
     if (top.type != VT_ERROR) CoerceValue(top, VT_BOOL, run.context);
-    if (top.type == VT_ERROR) return gotoAt + gotoDistance + 5;
+    if (top.type == VT_ERROR) return end;
     if (top.boolean) {
         run.stack.Pop();
         return at + 4;
@@ -192,12 +243,27 @@ u32 JumpIf(Run& run, u32 at) {
     return elseAt;
 }
 
+// The branches of a CHOOSE as its table tells; false when they do not follow each other.
+bool ReadBranches(const Run& run, u32 table, u32 count, Branch (&branches)[MAX_ARGUMENTS]) {
+    if (count > MAX_ARGUMENTS) return false;
+    for (u32 i = 0; i < count; ++i) {
+        branches[i].from = table + WordOf(run, table + i * 2);
+        const u32 next = table + WordOf(run, table + i * 2 + 2);
+        if (next < branches[i].from + 4) return false;
+        branches[i].to = next - 4;
+    }
+    return true;
+}
+
 u32 JumpChoose(Run& run, u32 at) {
     const u32 count = WordOf(run, at + 2);
     const u32 table = at + 4;
     // The last offset is that of the call, over which the run steps.
     const u32 end = table + WordOf(run, table + count * 2) + 4;
     if (!run.stack.Count()) return run.length;
+    Branch branches[MAX_ARGUMENTS];
+    if (TakesChoiceArray(run) && ReadBranches(run, table, count, branches))
+        return ChooseByArray(run, branches, count, BRANCH_CHOOSE, table + (count + 1) * 2, end);
     Value& top = run.stack.Top();
     if (top.type != VT_ERROR) CoerceValue(top, VT_NUMBER, run.context);
     if (top.type == VT_ERROR) return end;
@@ -288,6 +354,13 @@ void CallEntry(Call& call, const FunctionEntry& entry, bool addIn, Value& result
     if (IsBarred(entry, addIn, context)) {
         FreeArguments(call.frame, call.count);
         result = BoolValue(false);
+        return;
+    }
+    const bool chooses = !addIn && (entry.id == ID_IF || entry.id == ID_CHOOSE);
+    if (chooses && call.count > 1 && IsChoiceArray(call.frame[0])) {
+        // A call that stands without its jumps.
+        const BranchKind kind = entry.id == ID_IF ? BRANCH_IF : BRANCH_CHOOSE;
+        result = ChooseElements(call.frame[0], call.frame + 1, call.count - 1, kind, context);
         return;
     }
     CallFunction(call.frame, call.count, result, entry.handler, entry.signature, context);
@@ -469,8 +542,8 @@ void SkipJumpedArrays(Run& run, u32 from, u32 to) {
     }
 }
 
-void RunTokens(Run& run) {
-    for (u32 at = 0; at < run.length && !run.abandoned;) {
+void RunTokens(Run& run, u32 from, u32 to) {
+    for (u32 at = from; at < to && at < run.length && !run.abandoned;) {
         const u32 last = NextToken(run.bytes, run.length, at);
         // Only the last token can be cut off.
         if (last + 1 == run.length && IsCut(run, at)) return;
@@ -503,7 +576,7 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
     bool completed = true;
     {
         Run run{held.bytes, held.length, held.bytes + held.length, held.extraLength, context, {}};
-        RunTokens(run);
+        RunTokens(run, 0, run.length);
         completed = !run.abandoned;
         result = run.stack.Failed() ? ErrorValue(ERR_NA) : run.stack.Pop();
     }
