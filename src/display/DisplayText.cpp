@@ -16,7 +16,7 @@ bool DisplayValue(const Workbook& book, const Value& value, u16 numberFormat, Wi
         case VT_NUMBER: {
             const WideView format = GetNumberFormatText(book, numberFormat);
             // A negative zero has no sign to show; adding zero takes it off.
-            if (format == u"General") return FormatGeneral(value.number + 0.0, GENERAL_DIGITS, out);
+            if (format == u"General") return FormatGeneral(value.number, GENERAL_DIGITS, out);
             return FormatNumber(value.number, format, nullptr, 0, book.date1904 != 0, nullptr, out);
         }
         case VT_STRING: {

@@ -44,7 +44,8 @@ double RoundToInteger(double x) {
 
 bool FormatGeneral(double value, i32 precision, WideText& out) {
     char text[NUMBER_TEXT_ROOM];
-    const std::size_t length = PrintGeneral(value, precision, text);
+    // A zero has no sign.
+    const std::size_t length = PrintGeneral(value + 0.0, precision, text);
     const char16_t separator = Locale().decimalSeparator;
     char16_t wide[NUMBER_TEXT_ROOM];
     for (std::size_t i = 0; i < length; ++i) {

@@ -356,7 +356,8 @@ void CallEntry(Call& call, const FunctionEntry& entry, bool addIn, Value& result
         result = BoolValue(false);
         return;
     }
-    const bool chooses = !addIn && (entry.id == ID_IF || entry.id == ID_CHOOSE);
+    if (addIn) return CallAddIn(call.frame, call.count, result, entry, context);
+    const bool chooses = entry.id == ID_IF || entry.id == ID_CHOOSE;
     if (chooses && call.count > 1 && IsChoiceArray(call.frame[0])) {
         // A call that stands without its jumps.
         const BranchKind kind = entry.id == ID_IF ? BRANCH_IF : BRANCH_CHOOSE;

@@ -12,6 +12,9 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
 // Array lifting and the call itself; frees the arguments.
 void CallFunction(Value* arguments, i32 count, Value& result, FunctionHandler handler,
                   std::string_view signature, const EvalContext& context);
+// The same for an add-in function, whose letters do not tell single values from areas.
+void CallAddIn(Value* arguments, i32 count, Value& result, const FunctionEntry& entry,
+               const EvalContext& context);
 // Adds a context's row and column to the relative fields, with wrap. The tokens must be unshared.
 void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column);
 // What one evaluation, with all that it calls, may make and go over. The first values suit a desktop; fuzz

@@ -26,7 +26,7 @@ struct Compiling {
 
     void Fail() { out.failed = true; }
     void Put(u32 byte) {
-        if (out.length + VOLATILE_PREFIX >= TOKEN_ROOM) return Fail();
+        if (out.length >= TOKEN_ROOM) return Fail();
         out.tokens[out.length++] = static_cast<u8>(byte);
     }
     void PutWord(u32 word) {
@@ -587,6 +587,7 @@ bool CompileFormulaText(const FormulaPlace& place, WideView text, char classLett
     Compiling c{place, text, out};
     const i32 stop = CompileExpression(c, start, {end, classLetter, true}, 0);
     if (out.failed || SkipBlanks(text, stop, end) != end) return false;
+    if (c.callsVolatile && out.length + VOLATILE_PREFIX > TOKEN_ROOM) return false;
     if (c.callsVolatile) PutVolatilePrefix(out);
     return true;
 }

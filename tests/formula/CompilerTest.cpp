@@ -10,6 +10,20 @@ namespace {
 
 class Compiler : public Sandbox {};
 
+TEST_F(Compiler, AFormulaHas1024BytesOfTokensWithThoseThatMakeItVolatile) {
+    // Each operand takes three bytes and each operator one.
+    const auto compiles = [](std::string text, int operands) {
+        for (int i = 1; i < operands; ++i) text += "+1";
+        return Compiled(text) != "fault";
+    };
+    EXPECT_TRUE(compiles("=1%", 256));
+    EXPECT_FALSE(compiles("=1%%", 256));
+    EXPECT_FALSE(compiles("=1", 257));
+    EXPECT_TRUE(compiles("=NOW()%", 255));
+    EXPECT_FALSE(compiles("=NOW()%%", 255));
+    EXPECT_FALSE(compiles("=NOW()", 256));
+}
+
 TEST_F(Compiler, TokensAreExact) {
     struct Row {
         const char* formula;

@@ -12,37 +12,16 @@
 namespace tally {
 namespace {
 
-class EngineEdges : public Sandbox {
-  protected:
-    // An array formula over some cells, as the entry of one leaves it.
-    static void EnterArray(RefArea area, std::string_view formula) {
-        ASSERT_TRUE(CurrentSheet()->arrayFormulas.Append({area, 0, 0}));
-        for (i32 row = area.firstRow; row <= area.lastRow; ++row) {
-            for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
-                FormulaPlace place;
-                place.book = CurrentBook();
-                place.row = area.firstRow;
-                place.column = area.firstColumn;
-                place.arrayMode = true;
-                CellInput input;
-                input.row = static_cast<u16>(row);
-                input.column = static_cast<u8>(column);
-                input.format = 15;
-                ASSERT_TRUE(CompileFormula(place, Wide(formula), 'V', input.tokens));
-                ASSERT_TRUE(SetCell(CurrentBook(), 0, input, true, false));
-            }
-        }
-    }
-};
+class EngineEdges : public Sandbox {};
 
 TEST_F(EngineEdges, AnArrayOverAScalarKeepsAnErrorForEachElement) {
-    EnterArray({0, 0, 0, 1}, "={1,2}/0");
+    EnterArray("A1", "B1", "={1,2}/0");
     EXPECT_EQ(Shown("A1"), "#DIV/0!");
     EXPECT_EQ(Shown("B1"), "#DIV/0!");
 }
 
 TEST_F(EngineEdges, ARowAndAColumnMakeARectangle) {
-    EnterArray({0, 1, 0, 1}, "={1,2}+{10;20}");
+    EnterArray("A1", "B2", "={1,2}+{10;20}");
     EXPECT_EQ(Shown("A1"), "11");
     EXPECT_EQ(Shown("B1"), "12");
     EXPECT_EQ(Shown("A2"), "21");
@@ -50,17 +29,17 @@ TEST_F(EngineEdges, ARowAndAColumnMakeARectangle) {
 }
 
 TEST_F(EngineEdges, OutsideTheSmallerOperandIsNotAvailable) {
-    EnterArray({0, 0, 0, 2}, "={1,2,3}+{1,2}");
+    EnterArray("A1", "C1", "={1,2,3}+{1,2}");
     EXPECT_EQ(Shown("A1"), "2");
     EXPECT_EQ(Shown("B1"), "4");
     EXPECT_EQ(Shown("C1"), "#N/A");
 }
 
 TEST_F(EngineEdges, AnErrorOnTheLeftReplacesEveryElementAndOneOnTheRightOnlyTheNumbers) {
-    EnterArray({0, 0, 0, 1}, "=#NUM!+{1,#REF!}");
+    EnterArray("A1", "B1", "=#NUM!+{1,#REF!}");
     EXPECT_EQ(Shown("A1"), "#NUM!");
     EXPECT_EQ(Shown("B1"), "#NUM!");
-    EnterArray({1, 1, 0, 1}, "={1,#REF!}+#NUM!");
+    EnterArray("A2", "B2", "={1,#REF!}+#NUM!");
     EXPECT_EQ(Shown("A2"), "#NUM!");
     EXPECT_EQ(Shown("B2"), "#REF!");
 }

@@ -71,6 +71,28 @@ TEST_F(Evaluator, OperatorsOnScalars) {
            {"=2*3%", "0.06"}});
 }
 
+TEST_F(Evaluator, AFunctionRepeatedOverAColumnAndARowReadsTheColumnByRows) {
+    Check({{"=SUM(ROUND({1.26;2.34},{1,0}))", "6.6"},
+           {"=SUM(ROUND({1.26,2.34},{1;0}))", "6.6"},
+           {"=INDEX(ROUND({1.26;2.34;3.45},{1,0}),3,1)", "3.5"},
+           {"=INDEX(MID({\"abc\";\"def\"},{1,2,3},1),2,3)", "f"},
+           // An argument wider than the result is still read by the result's columns.
+           {"=INDEX(ROUND({1,2,3;4,5,6},{0,0;0,0}),2,1)", "3"}});
+    for (const char* cell : {"C1", "C2", "C3", "C4"})
+        Enter(cell, cell[1] == '3' ? "xb" : cell[1] == '4' ? "ab" : "a");
+    Check({{"=SUMPRODUCT(--ISNUMBER(SEARCH({\"a\",\"b\"},C1:C4)))", "5"}});
+}
+
+TEST_F(Evaluator, AMinusZeroHasNoSignInATexts) {
+    Check({{"=(0*-1)&\"\"", "0"},
+           {"=\"a\"&-0", "a0"},
+           {"=TEXT(0*-1,\"General\")", "0"},
+           {"=-(0)&\"\"", "0"},
+           {"=LEN(ROUND(-0.4,0))", "1"},
+           {"=FIXED(0*-1,1)", "0.0"},
+           {"=COMPLEX(0*-1,1)", "i"}});
+}
+
 TEST_F(Evaluator, OperatorsBroadcastOverArrays) {
     Check({{"=SUM({1,2}+{1;2})", "12"},
            {"={1,2,3}+1", "2"},

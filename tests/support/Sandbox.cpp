@@ -145,6 +145,22 @@ void Sandbox::Enter(std::string_view cell, std::string_view text) {
     ASSERT_TRUE(SetCell(place.book, place.sheet, input, true, false));
 }
 
+void Sandbox::EnterArray(std::string_view first, std::string_view last, std::string_view formula) {
+    const RefArea area = AreaOf(first, last);
+    FormulaPlace place = PlaceOf(first);
+    place.arrayMode = true;
+    ASSERT_TRUE(CurrentSheet()->arrayFormulas.Append({area, 0, 0}));
+    for (i32 row = area.firstRow; row <= area.lastRow; ++row) {
+        for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
+            CellInput input;
+            input.row = static_cast<u16>(row);
+            input.column = static_cast<u8>(column);
+            ASSERT_TRUE(CompileFormula(place, Wide(formula), 'V', input.tokens)) << formula;
+            ASSERT_TRUE(SetCell(place.book, place.sheet, input, true, false));
+        }
+    }
+}
+
 std::string Sandbox::Shown(std::string_view cell) {
     i32 row = 0, column = 0;
     ReadCellName(cell, row, column);

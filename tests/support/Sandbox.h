@@ -19,6 +19,8 @@ class Sandbox : public testing::Test {
 
     // Types an entry into a cell of the current sheet as a user does, without the entry line.
     static void Enter(std::string_view cell, std::string_view text);
+    // Enters an array formula over an area of the current sheet.
+    static void EnterArray(std::string_view first, std::string_view last, std::string_view formula);
     // What the cell shows, brought up to date first.
     static std::string Shown(std::string_view cell);
     static CellRecord* CellAtName(std::string_view cell);
