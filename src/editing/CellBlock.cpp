@@ -14,16 +14,6 @@ bool CaptureColumns(CellBlock& block, const Sheet& sheet) {
     return true;
 }
 
-bool CaptureLinks(CellBlock& block, const Sheet& sheet) {
-    for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
-        if (!AreasMeet(sheet.hyperlinks[i].area, block.area)) continue;
-        SavedLink* saved = block.links.AppendDefault();
-        if (!saved || !CopyLink(saved->link, sheet.hyperlinks[i])) return false;
-        saved->place = i;
-    }
-    return true;
-}
-
 bool Capture(CellBlock& block, Sheet& sheet) {
     const RefArea& area = block.area;
     const u32 mask = block.mask;
@@ -37,7 +27,7 @@ bool Capture(CellBlock& block, Sheet& sheet) {
         for (const RefArea& merge : sheet.mergedAreas)
             if (AreasMeet(merge, area) && !block.merges.Append(merge)) return false;
     }
-    if ((mask & BLOCK_HYPERLINKS) && !CaptureLinks(block, sheet)) return false;
+    if ((mask & BLOCK_HYPERLINKS) && !SaveLinks(block.links, sheet, area)) return false;
     if ((mask & BLOCK_VALIDATION) && !CopyRulesIn(block.validations, sheet.validations, area)) return false;
     return !(mask & BLOCK_CONDITIONAL) || CopyRulesIn(block.formats, sheet.conditionalFormats, area);
 }
@@ -62,6 +52,16 @@ void FreeBlock(CellBlock& block) {
     FreeRules(block.validations);
     FreeRules(block.formats);
     block = CellBlock();
+}
+
+bool SaveLinks(Array<SavedLink>& links, const Sheet& sheet, const RefArea& area) {
+    for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
+        if (!AreasMeet(sheet.hyperlinks[i].area, area)) continue;
+        SavedLink* saved = links.AppendDefault();
+        if (!saved || !CopyLink(saved->link, sheet.hyperlinks[i])) return false;
+        saved->place = i;
+    }
+    return true;
 }
 
 bool CopyLink(Hyperlink& target, const Hyperlink& source) {

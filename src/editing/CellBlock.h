@@ -48,6 +48,8 @@ struct CellBlock {
 // Captures what the mask names. False, with the block empty, when memory fails.
 [[nodiscard]] bool CaptureBlock(CellBlock& block, i32 book, i32 sheet, const RefArea& area, u32 mask);
 void FreeBlock(CellBlock& block);
+// Appends copies of the hyperlinks that touch an area.
+[[nodiscard]] bool SaveLinks(Array<SavedLink>& links, const Sheet& sheet, const RefArea& area);
 [[nodiscard]] bool CopyLink(Hyperlink& target, const Hyperlink& source);
 
 }  // namespace tally

@@ -3,10 +3,8 @@
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "display/DisplayText.h"
+#include "editing/AreaLists.h"
 #include "editing/Guards.h"
-#include "editing/RestoreLists.h"
-#include "editing/ShiftBlock.h"
-#include "editing/UndoInverse.h"
 #include "editing/VisibleRuns.h"
 #include "editing/WorkRows.h"
 #include "formula/FormulaText.h"
@@ -15,7 +13,6 @@
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "model/RuleLists.h"
 #include "model/Tokens.h"
 
 namespace tally {
@@ -188,7 +185,7 @@ bool CellText(WideText& out, const CellBlock& block, const Sheet& sheet, const S
 // ---- cutting ----------------------------------------------------------------------------------------------
 
 // The cells that stay behind a cut. On a protected sheet an unlocked cell stays unlocked.
-bool CellsBehindCut(UndoRecord& after, const Sheet& sheet, const CellBlock& block) {
+bool CellsBehindCut(AreaContents& after, const Sheet& sheet, const CellBlock& block) {
     if (!(sheet.viewFlags & VIEW_PROTECTED)) return true;
     for (const SavedCell& cell : block.cells) {
         u16 flags = 0, format = 0;
@@ -198,37 +195,18 @@ bool CellsBehindCut(UndoRecord& after, const Sheet& sheet, const CellBlock& bloc
         blank.row = cell.row;
         blank.column = cell.column;
         blank.format = cell.format;
-        if (!after.block.cells.Append(blank)) return false;
+        if (!after.cells.Append(blank)) return false;
     }
     return true;
 }
 
-bool ListsBehindCut(UndoRecord& after, const Sheet& sheet) {
-    if (!KeepArraysAndMerges(sheet, std::span(&after.area, 1), after)) return false;
-    const bool validations = AnyRuleTouches(sheet.validations, after.area),
-               formats = AnyRuleTouches(sheet.conditionalFormats, after.area);
-    if (!validations && !formats) return true;
-    SavedRules* rules = after.rules.AppendDefault();
-    if (!rules) return false;
-    rules->serial = sheet.serial;
-    rules->hasValidations = validations;
-    rules->hasFormats = formats;
-    if (validations && !CopyRules(rules->validations, sheet.validations)) return false;
-    if (formats && !CopyRules(rules->formats, sheet.conditionalFormats)) return false;
-    const u64 failures = FailedAllocations();
-    RemoveRulesIn(rules->validations, after.area);
-    RemoveRulesIn(rules->formats, after.area);
-    return FailedAllocations() == failures;
-}
-
 bool TakeAway(const Sheet& sheet, const CellBlock& block) {
-    UndoRecord after;
-    StartAfter(after, sheet, block.area);
-    after.mask = BLOCK_CELLS | BLOCK_ARRAYS | BLOCK_MERGES | BLOCK_HYPERLINKS;
+    AreaContents after;
+    StartContents(after, sheet, block.area, BLOCK_CELLS);
     if (IsWholeColumns(block.area) && !(sheet.viewFlags & VIEW_PROTECTED)) after.mask |= BLOCK_COLUMNS;
-    const bool good = CellsBehindCut(after, sheet, block) && ListsBehindCut(after, sheet) &&
+    const bool good = CellsBehindCut(after, sheet, block) && EmptyLists(sheet, after) &&
                       ReplaceArea(after, UNDO_CUT, BLOCK_ALL);
-    FreeUndoContents(after);
+    FreeContents(after);
     return good;
 }
 

@@ -3,9 +3,9 @@
 #include <cmath>
 
 #include "display/Calendar.h"
-#include "editing/AreaChange.h"
+#include "editing/AreaLists.h"
 #include "editing/Guards.h"
-#include "editing/Undo.h"
+#include "editing/WorkRows.h"
 #include "formula/Coercion.h"
 #include "formula/Recalculation.h"
 #include "functions/DateMath.h"
@@ -69,54 +69,45 @@ bool Advance(const SeriesRequest& request, bool date1904, double& value) {
     return !request.hasStop || (request.step >= 0 ? value <= request.stop : value >= request.stop);
 }
 
-SeriesLine BeginLine(const SavedCell* cell) {
+SeriesLine BeginLine(const CellRecord* cell) {
     if (!cell || cell->value.type != VT_NUMBER) return {};
     return {true, cell->value.number, cell->format};
 }
 
-SavedCell NumberCell(i32 row, i32 column, const SeriesLine& line) {
+// The next number of a line in one place, or its start.
+void StepLine(const SeriesRun& run, SeriesLine& line, WorkRows& work, i32 column, bool first) {
+    if (first) {
+        line = BeginLine(work.cells[column].old);
+        return;
+    }
+    line.active = line.active && Advance(run.request, run.date1904, line.value);
+    if (!line.active) return;
     SavedCell cell;
     cell.value = NumberValue(line.value);
-    cell.row = static_cast<u16>(row);
-    cell.column = static_cast<u8>(column);
     cell.format = line.format;
-    cell.calcState = CALC_CURRENT;
-    return cell;
+    StoreWorkCell(work, column, cell, work.columnFormats[column]);
 }
 
-// Takes the place's own cell out of the list of old ones; null when there is none.
-SavedCell* TakeOld(Array<SavedCell>& old, u32& next, i32 row, i32 column) {
-    if (next == old.Count() || old[next].row != row || old[next].column != column) return nullptr;
-    return &old[next++];
-}
-
-// The contents of one place: the line's next number, or what stands there, which then passes over.
-bool PutPlace(SeriesRun& run, AreaChange& change, Array<SavedCell>& old, u32& next, i32 row, i32 column) {
-    const RefArea& area = change.area;
+bool MakeRows(SeriesRun& run, WorkRows& work) {
+    const RefArea area = work.after.area;
     const bool down = run.request.direction == SERIES_COLUMNS;
-    SavedCell* cell = TakeOld(old, next, row, column);
-    SeriesLine& line = run.lines[down ? column - area.firstColumn : 0];
-    if (down ? row == area.firstRow : column == area.firstColumn) {
-        line = BeginLine(cell);
-    } else if (line.active) {
-        line.active = Advance(run.request, run.date1904, line.value);
-        if (line.active) return change.cells.Append(NumberCell(row, column, line));
+    for (i32 row = area.firstRow; row <= area.lastRow; ++row) {
+        LoadWorkRow(work, row);
+        for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
+            const bool first = down ? row == area.firstRow : column == area.firstColumn;
+            StepLine(run, run.lines[down ? column - area.firstColumn : 0], work, column, first);
+        }
+        if (!PutWorkRow(work, true)) return false;
     }
-    if (!cell) return true;
-    if (!change.cells.Append(*cell)) return false;
-    *cell = SavedCell();
     return true;
 }
 
-bool MakeCells(SeriesRun& run, AreaChange& change, Array<SavedCell>& old) {
-    u32 next = 0;
-    for (i32 row = change.area.firstRow; row <= change.area.lastRow; ++row) {
-        for (i32 column = change.area.firstColumn; column <= change.area.lastColumn; ++column) {
-            if (!PutPlace(run, change, old, next, row, column)) return false;
-        }
-        if (change.cells.Count() > MOST_CHANGED_CELLS) return RefuseSize();
-    }
-    return true;
+// Arrays and hyperlinks go from the whole selection.
+bool MakeContents(SeriesRun& run, Sheet& sheet, AreaContents& after) {
+    WorkRows work{sheet, after};
+    after.mask |= BLOCK_HYPERLINKS;
+    return StartWork(work) && MakeRows(run, work) &&
+           KeepArraysAndMerges(sheet, std::span(&after.area, 1), after);
 }
 
 // The first cells decide, so they must be up to date.
@@ -160,27 +151,18 @@ bool ProposedStep(i32 direction, WideText& out) {
 }
 
 bool FillSeries(const SeriesRequest& request) {
-    const i32 book = CurrentBook();
-    const Workbook* workbook = BookAt(book);
     Sheet* sheet = CurrentSheet();
     if (!sheet || !(sheet->kind & SHEET_WITH_CELLS)) return false;
-    AreaChange change;
-    change.book = book;
-    change.sheet = workbook->currentSheet;
-    change.area = sheet->view.selection;
-    if (Refuses(*sheet, change.area)) return false;
-    CalculateFirstCells(book, change.sheet, change.area, request.direction);
-    SeriesRun run{request, workbook->date1904 != 0, {}};
-    Array<SavedCell> old;
-    const bool good = SaveCells(CurrentSheet()->cells, change.area, old) && MakeCells(run, change, old) &&
-                      ClearArraysAndLinks(change, change.area) && PrepareChange(change);
-    if (good) {
-        IgnoreFailure(RecordBlock(UNDO_FILL_SERIES, book, change.sheet, change.area, BLOCK_BY_ENTRY));
-        CommitChange(change);
-    }
-    FreeSavedCells(old);
-    DropChange(change);
-    return good;
+    const RefArea area = sheet->view.selection;
+    if (Refuses(*sheet, area)) return false;
+    CalculateFirstCells(sheet->book, sheet->index, area, request.direction);
+    sheet = CurrentSheet();
+    const u64 failures = FailedAllocations();
+    SeriesRun run{request, BookAt(sheet->book)->date1904 != 0, {}};
+    AreaContents after;
+    StartContents(after, *sheet, area, BLOCK_CELLS);
+    const bool good = MakeContents(run, *sheet, after);
+    return FinishArea(after, good, failures, UNDO_FILL_SERIES, BLOCK_BY_ENTRY);
 }
 
 }  // namespace tally

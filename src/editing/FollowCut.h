@@ -8,6 +8,6 @@ namespace tally {
 
 // The new tokens of every formula and name that the move changes, but for cells of its target: what pointed at
 // the moved cells points at their new place, what pointed at overwritten ones is lost. False when memory fails.
-[[nodiscard]] bool CollectFollowers(const AreaMove& move, Array<SavedTokens>& followers);
+[[nodiscard]] bool CollectFollowers(const AreaMove& move, Array<TokenChange>& followers);
 
 }  // namespace tally

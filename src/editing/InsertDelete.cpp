@@ -4,12 +4,11 @@
 
 #include "base/MessageTable.h"
 #include "base/Platform.h"
+#include "editing/AreaLists.h"
 #include "editing/ShiftBlock.h"
 #include "formula/Links.h"
-#include "model/AreaList.h"
 #include "model/CellShift.h"
 #include "model/CellStore.h"
-#include "model/RuleLists.h"
 
 namespace tally {
 namespace {
@@ -26,7 +25,6 @@ struct Edit {
     RefArea lost;
     bool rows = false;    // moves rows, else columns
     bool whole = false;   // spans the sheet, so that the sizes go along
-    bool clears = false;  // the columns stay and lose their formats
     bool inserts = false;
 };
 
@@ -34,20 +32,17 @@ bool Moves(const Edit& edit) { return edit.move.rowDelta || edit.move.columnDelt
 
 // What the record of an edit holds beside the view. The rules and hyperlinks come with the shift.
 bool SaveEdit(UndoRecord& record, const Edit& edit) {
-    const Sheet& sheet = *SheetAt(record.book, record.sheet);
-    record.structural = true;
-    record.area = edit.lost;
-    record.mask = BLOCK_CELLS;
+    Sheet& sheet = *SheetAt(record.book, record.sheet);
+    AreaContents& contents = record.contents;
     record.moved = edit.move.from;
     record.rowDelta = edit.move.rowDelta;
     record.columnDelta = edit.move.columnDelta;
-    record.hasRows = edit.whole && edit.rows;
-    record.hasColumns = (edit.whole && !edit.rows) || edit.clears;
-    return CaptureBlock(record.block, record.book, record.sheet, edit.lost, BLOCK_CELLS) &&
-           record.arrays.AppendMany(sheet.arrayFormulas.Data(), sheet.arrayFormulas.Count()) &&
-           record.merges.AppendMany(sheet.mergedAreas.Data(), sheet.mergedAreas.Count()) &&
-           (!record.hasRows || record.rows.AppendMany(sheet.rows.Data(), sheet.rows.Count())) &&
-           (!record.hasColumns || record.columns.AppendMany(sheet.columns.Data(), sheet.columns.Count()));
+    if (!SaveContents(contents, sheet, edit.lost, BLOCK_CELLS | BLOCK_ARRAYS | BLOCK_MERGES)) return false;
+    if (!edit.whole) return true;
+    // Sizes go along with the shift, so that the whole list is kept.
+    contents.mask |= edit.rows ? CONTENTS_ROWS : u32{BLOCK_COLUMNS};
+    return edit.rows ? contents.rows.AppendMany(sheet.rows.Data(), sheet.rows.Count())
+                     : contents.columns.AppendMany(sheet.columns.Data(), sheet.columns.Count());
 }
 
 UndoRecord* RecordEdit(const Edit& edit) {
@@ -60,21 +55,14 @@ UndoRecord* RecordEdit(const Edit& edit) {
 
 // What the shift has taken out of the sheet passes to the record.
 bool ReserveShift(UndoRecord* record, const ShiftPlan& plan) {
-    return !record || (record->rules.Reserve(plan.rules.Count()));
+    return !record || (record->contents.rules.Reserve(plan.rules.Count()));
 }
 void KeepShift(UndoRecord* record, ShiftPlan& plan) {
     if (!record) return;
-    for (SavedRules& rules : plan.rules) IgnoreFailure(record->rules.Append(std::move(rules)));
+    for (SavedRules& rules : plan.rules) IgnoreFailure(record->contents.rules.Append(std::move(rules)));
     plan.rules.Clear();
-    record->links = std::move(plan.links);
+    record->contents.links = std::move(plan.links);
     record->linkAreas = std::move(plan.linkAreas);
-}
-
-void ClearColumnFormats(Sheet& sheet, const RefArea& area) {
-    if (!IsWholeColumns(area)) return;
-    for (ColumnInfo& info : sheet.columns)
-        if (info.column >= area.firstColumn && info.column <= area.lastColumn)
-            info.format = DEFAULT_CELL_FORMAT;
 }
 
 // Removes what lies in an area when nothing behind it moves up.
@@ -82,19 +70,9 @@ bool RemoveOnly(const Edit& edit, UndoRecord* record) {
     Sheet& sheet = *SheetAt(edit.move.book, edit.move.sheet);
     ShiftPlan plan;
     SavedRules made;
-    made.serial = sheet.serial;
-    made.hasValidations = AnyRuleTouches(sheet.validations, edit.lost);
-    made.hasFormats = AnyRuleTouches(sheet.conditionalFormats, edit.lost);
     plan.move = edit.move;
-    bool good = (!made.hasValidations || CopyRules(made.validations, sheet.validations)) &&
-                (!made.hasFormats || CopyRules(made.formats, sheet.conditionalFormats)) &&
-                PrepareLinks(plan, edit.lost) && plan.rules.Reserve(1) && (!record || record->rules.Reserve(1));
-    const u64 failures = FailedAllocations();
-    if (good) {
-        RemoveRulesIn(made.validations, edit.lost);
-        RemoveRulesIn(made.formats, edit.lost);
-        good = FailedAllocations() == failures;
-    }
+    const bool good = SheetRulesWithout(sheet, std::span(&edit.lost, 1), made) && PrepareLinks(plan, edit.lost) &&
+                      plan.rules.Reserve(1) && (!record || record->contents.rules.Reserve(1));
     if (!good) {
         FreeSavedRules(made);
         return false;
@@ -105,7 +83,6 @@ bool RemoveOnly(const Edit& edit, UndoRecord* record) {
     RemoveLists(sheet, plan, edit.lost);
     if (edit.whole && edit.rows)
         ShiftRowInfos(sheet.rows, edit.lost.firstRow, edit.lost.firstRow - edit.lost.lastRow - 1);
-    if (edit.clears) ClearColumnFormats(sheet, edit.lost);
     if (edit.whole && !edit.rows)
         ShiftColumnInfos(sheet.columns, edit.lost.firstColumn,
                          edit.lost.firstColumn - edit.lost.lastColumn - 1);
@@ -200,47 +177,7 @@ bool RefuseFilterColumns(const Sheet& sheet, const RefArea& area) {
     return Refuse(MSG_FILTER_COLUMNS);
 }
 
-// Contents alone: the cells keep their formats.
-bool ClearContents(Sheet& sheet, const RefArea& area) {
-    constexpr u32 mask = BLOCK_CELLS | BLOCK_ARRAYS;
-    IgnoreFailure(RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, mask));
-    u32 kept = 0;
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!AreaHoldsArea(area, entry.area)) sheet.arrayFormulas[kept++] = entry;
-    sheet.arrayFormulas.Truncate(kept);
-    MarkDependentsOfArea(sheet.book, sheet.index, area);
-    WalkArea(sheet.cells, area, [&sheet](u16, CellRecord& cell) {
-        FreeCellContents(sheet.cells, cell);
-        return true;
-    });
-    return true;
-}
-
-// Formats alone.
-bool ClearFormats(Sheet& sheet, const RefArea& area) {
-    IgnoreFailure(RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS));
-    ClearColumnFormats(sheet, area);
-    WalkArea(sheet.cells, area, [](u16, CellRecord& cell) {
-        cell.format = DEFAULT_CELL_FORMAT;
-        return true;
-    });
-    return true;
-}
-
 }  // namespace
-
-bool ClearArea(const RefArea& area, ClearMode mode) {
-    Sheet* sheet = CurrentSheet();
-    if (!sheet || !(sheet->kind & SHEET_WITH_CELLS)) return false;
-    BookAt(sheet->book)->dirty = 1;
-    if (mode == CLEAR_CONTENTS) return ClearContents(*sheet, area);
-    if (mode == CLEAR_FORMATS) return ClearFormats(*sheet, area);
-    Edit edit = StartEdit(*sheet);
-    edit.kind = UNDO_CLEAR;
-    edit.lost = area;
-    edit.clears = true;
-    return RunEdit(edit);
-}
 
 bool RefuseCutArray(const Sheet& sheet, const RefArea& area) {
     return std::any_of(sheet.arrayFormulas.begin(), sheet.arrayFormulas.end(),

@@ -13,11 +13,6 @@ namespace tally {
 [[nodiscard]] bool DeleteRowsOrCellsUp(const RefArea& area);
 [[nodiscard]] bool DeleteColumnsOrCellsLeft(const RefArea& area);
 
-// Takes things away from an area of the current sheet, with undo and without a question. All: contents,
-// formats, arrays and merges inside, rules and hyperlinks.
-enum ClearMode : u8 { CLEAR_ALL, CLEAR_FORMATS, CLEAR_CONTENTS };
-[[nodiscard]] bool ClearArea(const RefArea& area, ClearMode mode);
-
 // Whether an area cuts an array formula or a merged area of the sheet. The user has then been told.
 bool RefuseCutArray(const Sheet& sheet, const RefArea& area);
 bool RefuseCutMerge(const Sheet& sheet, const RefArea& area);

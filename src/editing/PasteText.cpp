@@ -2,12 +2,9 @@
 
 #include <algorithm>
 
-#include "base/MessageTable.h"
-#include "base/Platform.h"
+#include "editing/AreaLists.h"
 #include "editing/PasteTargets.h"
-#include "editing/RestoreLists.h"
 #include "editing/StoreEntry.h"
-#include "editing/UndoInverse.h"
 #include "editing/WorkRows.h"
 #include "model/AreaList.h"
 #include "model/BookTable.h"
@@ -44,7 +41,7 @@ bool PasteFields(TextPaste& paste, u32 row, i32 column) {
         cell.row = static_cast<u16>(work.row);
         cell.column = static_cast<u8>(column);
         cell.format = WorkFormat(work, column);
-        if (!MakeEntryCell(work.after.book, work.after.sheet, text.substr(at, end - at), cell)) return false;
+        if (!MakeEntryCell(work.sheet.book, work.sheet.index, text.substr(at, end - at), cell)) return false;
         StoreWorkCell(work, column, cell, work.columnFormats[column]);
         if (end == text.size() || text[end] == u'\r') return true;
         at = end + 1;
@@ -75,25 +72,19 @@ bool PasteTextRows(TextPaste& paste, std::span<const RefArea> targets) {
 
 // Arrays and merges of the targets give way, and hyperlinks that lie wholly in one or lose a cell.
 bool ListsAfterText(const Sheet& sheet, std::span<const RefArea> targets, const Array<u8>& drops,
-                    UndoRecord& after) {
-    if (!KeepArraysAndMerges(sheet, targets, after)) return false;
-    for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
-        const Hyperlink& link = sheet.hyperlinks[i];
-        const bool inside = std::any_of(targets.begin(), targets.end(), [&link](const RefArea& target) {
-            return AreaHoldsArea(target, link.area);
-        });
-        if (!AreasMeet(link.area, after.area) || drops[i] || inside) continue;
-        SavedLink* saved = after.block.links.AppendDefault();
-        if (!saved || !CopyLink(saved->link, link)) return false;
-        saved->place = i;
-    }
-    return true;
+                    AreaContents& after) {
+    after.mask |= BLOCK_HYPERLINKS;
+    return KeepArraysAndMerges(sheet, targets, after) && KeepLinks(sheet, after, [&](u32 i) {
+               const RefArea& area = sheet.hyperlinks[i].area;
+               return !drops[i] && !std::any_of(targets.begin(), targets.end(), [&](const RefArea& target) {
+                   return AreaHoldsArea(target, area);
+               });
+           });
 }
 
 bool PrepareText(Sheet& sheet, WideView text, const TextShape& shape, std::span<const RefArea> targets,
-                 UndoRecord& after) {
+                 AreaContents& after) {
     TextPaste paste{text, shape, {}, {sheet, after}};
-    after.mask = BLOCK_CELLS | BLOCK_ARRAYS | BLOCK_MERGES | BLOCK_HYPERLINKS;
     return ListRows(paste) && StartWork(paste.work) && PasteTextRows(paste, targets) &&
            ListsAfterText(sheet, targets, paste.work.drops, after);
 }
@@ -123,13 +114,10 @@ bool PasteText(const PasteRequest& request, WideView text) {
         !FitTargets(*sheet, shape.rows, shape.columns, targets))
         return false;
     const u64 failures = FailedAllocations();
-    UndoRecord after;
-    StartAfter(after, *sheet, UnionOf(targets.Span()));
-    const bool good = PrepareText(*sheet, text, shape, targets.Span(), after) &&
-                      ReplaceArea(after, UNDO_PASTE, BLOCK_BUT_OBJECTS);
-    if (good) WantRowHeights(*sheet, after.area);
-    FreeUndoContents(after);
-    if (!good && FailedAllocations() == failures) ShowMessage(Message(MSG_OUT_OF_MEMORY));
+    AreaContents after;
+    StartContents(after, *sheet, UnionOf(targets.Span()), BLOCK_CELLS);
+    const bool made = PrepareText(*sheet, text, shape, targets.Span(), after);
+    const bool good = FinishArea(after, made, failures, UNDO_PASTE, BLOCK_BUT_OBJECTS);
     if (good && request.growSelection) GrowSelection(*sheet, targets);
     return good;
 }

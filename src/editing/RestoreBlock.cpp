@@ -2,13 +2,11 @@
 
 #include <algorithm>
 
-#include "base/MessageTable.h"
-#include "base/Platform.h"
+#include "editing/AreaLists.h"
 #include "editing/FollowCut.h"
 #include "editing/PasteFormats.h"
 #include "editing/PasteTargets.h"
 #include "editing/RestoreLists.h"
-#include "editing/UndoInverse.h"
 #include "editing/WorkRows.h"
 #include "formula/TokenRebasing.h"
 #include "model/AreaList.h"
@@ -154,7 +152,8 @@ bool PasteCell(Restorer& run, const SavedCell* source, const CellWay& way) {
 // ---- rows -------------------------------------------------------------------------------------------------
 
 bool PasteRow(Restorer& run, const RefArea& target, i32 row) {
-    const i32 inTile = (row - target.firstRow) % run.tileRows;
+    const RefArea& origin = TileOrigin(run.order, target);
+    const i32 inTile = (row - origin.firstRow) % run.tileRows;
     const bool transpose = run.order.transpose;
     CellWay way;
     way.targetRow = row;
@@ -162,7 +161,7 @@ bool PasteRow(Restorer& run, const RefArea& target, i32 row) {
     if (transpose) way.column = run.whole.firstColumn + inTile;
     else way.row = run.whole.firstRow + inTile;
     ReadLine(run, transpose ? way.column : way.row);
-    i32 along = 0;
+    i32 along = (target.firstColumn - origin.firstColumn) % run.tileColumns;
     for (i32 column = target.firstColumn; column <= target.lastColumn; ++column) {
         way.targetColumn = column;
         way.tile.firstColumn = static_cast<u8>(column - along);
@@ -208,7 +207,7 @@ bool RestoreColumns(Restorer& run) {
         for (const RefArea& t : run.order.targets)
             if (column >= t.firstColumn && column <= t.lastColumn) target = &t;
         i32 wanted = column;
-        if (target) wanted = run.whole.firstColumn + (column - target->firstColumn) % run.tileColumns;
+        if (target) wanted = run.whole.firstColumn + (column - TileOrigin(run.order, *target).firstColumn) % run.tileColumns;
         for (const ColumnInfo& info : target ? source : run.work.sheet.columns) {
             if (info.column != wanted) continue;
             ColumnInfo placed = info;
@@ -216,11 +215,11 @@ bool RestoreColumns(Restorer& run) {
             if (target &&
                 !PastedFormat(run.formats, info.format, run.work.columnFormats[column], placed.format))
                 return false;
-            if (!run.work.after.block.columns.Append(placed)) return false;
+            if (!run.work.after.columns.Append(placed)) return false;
             run.newFormats[column] = placed.format;
         }
         if (target &&
-            (run.work.after.block.columns.IsEmpty() || run.work.after.block.columns.Last().column != column))
+            (run.work.after.columns.IsEmpty() || run.work.after.columns.Last().column != column))
             run.newFormats[column] = DEFAULT_CELL_FORMAT;
     }
     return true;
@@ -247,8 +246,7 @@ bool BringsCells(const RestoreOrder& order) {
 }
 
 // Everything that will stand in the union of the targets.
-bool PrepareAfter(const RestoreOrder& order, Sheet& sheet, UndoRecord& after) {
-    after.mask = BLOCK_ARRAYS | BLOCK_MERGES;
+bool PrepareAfter(const RestoreOrder& order, Sheet& sheet, AreaContents& after) {
     Restorer run{order, {sheet, after}, {}, {}};
     if (!StartRestorer(run)) return false;
     if (BringsCells(order)) {
@@ -279,15 +277,10 @@ bool RestoreBlock(const RestoreOrder& order) {
     Sheet* sheet = SheetAt(order.book, order.sheet);
     if (!sheet || order.targets.empty()) return false;
     const u64 failures = FailedAllocations();
-    UndoRecord after;
-    StartAfter(after, *sheet, UnionOf(order.targets));
-    const bool good =
-        PrepareAfter(order, *sheet, after) && ReplaceArea(after, order.undoKind, BLOCK_BUT_OBJECTS);
-    if (good) WantRowHeights(*sheet, after.area);
-    FreeUndoContents(after);
-    // Too many cells; of a lack of memory the user has been told.
-    if (!good && FailedAllocations() == failures) ShowMessage(Message(MSG_OUT_OF_MEMORY));
-    return good;
+    AreaContents after;
+    StartContents(after, *sheet, UnionOf(order.targets), 0);
+    const bool good = PrepareAfter(order, *sheet, after);
+    return FinishArea(after, good, failures, order.undoKind, order.undoMask);
 }
 
 }  // namespace tally

@@ -24,7 +24,10 @@ struct RestoreOrder {
     std::span<const u16> rowPlaces;
     std::span<const u8> columnPlaces;
     i32 book = 0, sheet = 0;
-    std::span<const RefArea> targets;  // multiples of the block's size, one or more
+    std::span<const RefArea> targets;  // one or more, multiples of the block's size where there is no origin
+    // The tiles of all targets are counted from its first cell, so that a target may show a part of one; null: each
+    // target has its own from its first cell on.
+    const RefArea* origin = nullptr;
     i32 mode = PASTE_ALL;
     i32 operation = PASTE_NONE;
     bool skipBlanks = false;
@@ -32,7 +35,8 @@ struct RestoreOrder {
     bool isCut = false;
     // What gives way in the targets and what of the block comes there, beside cells, arrays and merges.
     u32 mask = 0;
-    i32 undoKind = UNDO_PASTE;
+    i32 undoKind = UNDO_PASTE;  // below 0: without undo
+    u32 undoMask = BLOCK_BUT_OBJECTS;
     // References to the block's old place go along; null: they stay.
     const AreaMove* move = nullptr;
 };

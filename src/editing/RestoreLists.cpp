@@ -1,5 +1,8 @@
 #include "editing/RestoreLists.h"
 
+#include <algorithm>
+
+#include "editing/AreaLists.h"
 #include "formula/TokenRebasing.h"
 #include "model/AreaList.h"
 #include "model/BookTable.h"
@@ -8,8 +11,11 @@
 namespace tally {
 namespace {
 
-// An area of the block, at the target's first tile.
-RefArea FirstTile(const RestoreOrder& order, const RefArea& target, const RefArea& area) {
+// An area of the block in the tile that begins at a row and a column.
+struct TileArea {
+    i32 firstRow, lastRow, firstColumn, lastColumn;
+};
+TileArea AtTile(const RestoreOrder& order, i32 tileRow, i32 tileColumn, const RefArea& area) {
     const RefArea& whole = order.block->area;
     i32 row = area.firstRow - whole.firstRow, lastRow = area.lastRow - whole.firstRow;
     i32 column = area.firstColumn - whole.firstColumn, lastColumn = area.lastColumn - whole.firstColumn;
@@ -17,8 +23,20 @@ RefArea FirstTile(const RestoreOrder& order, const RefArea& target, const RefAre
         std::swap(row, column);
         std::swap(lastRow, lastColumn);
     }
-    return {static_cast<u16>(target.firstRow + row), static_cast<u16>(target.firstRow + lastRow),
-            static_cast<u8>(target.firstColumn + column), static_cast<u8>(target.firstColumn + lastColumn)};
+    return {tileRow + row, tileRow + lastRow, tileColumn + column, tileColumn + lastColumn};
+}
+
+// What of it lies in a target. False when nothing does, or not all when `whole`.
+bool CutToTarget(const RefArea& target, bool whole, const TileArea& tile, RefArea& out) {
+    const i32 firstRow = std::max(tile.firstRow, i32{target.firstRow}),
+              lastRow = std::min(tile.lastRow, i32{target.lastRow}),
+              firstColumn = std::max(tile.firstColumn, i32{target.firstColumn}),
+              lastColumn = std::min(tile.lastColumn, i32{target.lastColumn});
+    if (firstRow > lastRow || firstColumn > lastColumn) return false;
+    out = {static_cast<u16>(firstRow), static_cast<u16>(lastRow), static_cast<u8>(firstColumn),
+           static_cast<u8>(lastColumn)};
+    return !whole || (firstRow == tile.firstRow && lastRow == tile.lastRow &&
+                      firstColumn == tile.firstColumn && lastColumn == tile.lastColumn);
 }
 
 // Whether a target behind that of number `own`, which a filter has made start inside it, takes a tile over.
@@ -28,36 +46,40 @@ bool IsTakenOver(std::span<const RefArea> targets, std::size_t own, const RefAre
     return false;
 }
 
-// Calls visit(area) for an area of the block at every tile of every target; a visit that returns false ends
-// it. With `join` what touches from tile to tile is one area.
+// Calls visit(area) for an area of the block at every tile of one target. What a tile has of it beyond the
+// target is cut off, or with `join` false is not visited at all. With `join` what touches from tile to tile is
+// one area.
+template <typename Visit>
+bool VisitTarget(const RestoreOrder& order, std::size_t number, const RefArea& area, bool join, Visit visit) {
+    const RefArea& target = order.targets[number];
+    const RefArea& origin = TileOrigin(order, target);
+    const i32 height = TileRows(order), width = TileColumns(order);
+    TileArea reach = AtTile(order, 0, 0, area);
+    const bool tall = join && reach.lastRow - reach.firstRow + 1 == height,
+               wide = join && reach.lastColumn - reach.firstColumn + 1 == width;
+    const i32 first = (target.firstRow - origin.firstRow) / height,
+              last = tall ? first : (target.lastRow - origin.firstRow) / height;
+    const i32 left = (target.firstColumn - origin.firstColumn) / width,
+              right = wide ? left : (target.lastColumn - origin.firstColumn) / width;
+    for (i32 r = first; r <= last; ++r) {
+        for (i32 c = left; c <= right; ++c) {
+            TileArea tile = AtTile(order, origin.firstRow + r * height, origin.firstColumn + c * width, area);
+            if (tall) tile.lastRow = target.lastRow;
+            if (wide) tile.lastColumn = target.lastColumn;
+            RefArea cut;
+            if (!CutToTarget(target, !join, tile, cut)) continue;
+            if (!join && IsTakenOver(order.targets, number, cut)) continue;
+            if (!visit(cut)) return false;
+        }
+    }
+    return true;
+}
+
 template <typename Visit>
 bool VisitTiles(const RestoreOrder& order, RefArea area, bool join, Visit visit) {
     area = CommonArea(area, order.block->area);
-    const i32 height = TileRows(order), width = TileColumns(order);
-    for (std::size_t t = 0; t < order.targets.size(); ++t) {
-        const RefArea& target = order.targets[t];
-        RefArea first = FirstTile(order, target, area);
-        i32 rows = (target.lastRow - target.firstRow + 1) / height,
-            columns = (target.lastColumn - target.firstColumn + 1) / width;
-        if (join && first.lastRow - first.firstRow + 1 == height) {
-            first.lastRow = target.lastRow;
-            rows = 1;
-        }
-        if (join && first.lastColumn - first.firstColumn + 1 == width) {
-            first.lastColumn = target.lastColumn;
-            columns = 1;
-        }
-        for (i32 r = 0; r < rows; ++r) {
-            for (i32 c = 0; c < columns; ++c) {
-                const RefArea tile = {static_cast<u16>(first.firstRow + r * height),
-                                      static_cast<u16>(first.lastRow + r * height),
-                                      static_cast<u8>(first.firstColumn + c * width),
-                                      static_cast<u8>(first.lastColumn + c * width)};
-                if (!join && IsTakenOver(order.targets, t, tile)) continue;
-                if (!visit(tile)) return false;
-            }
-        }
-    }
+    for (std::size_t t = 0; t < order.targets.size(); ++t)
+        if (!VisitTarget(order, t, area, join, visit)) return false;
     return true;
 }
 
@@ -89,42 +111,23 @@ bool AddRules(const RestoreOrder& order, const Array<Rule>& source, Array<Rule>&
     return true;
 }
 
-// Copies the sheet's rules, takes the targets out of them, adds those of the block and joins equal ones.
+// The sheet's rules without the targets, and those of the block; `changes` tells whether there is any difference.
 template <typename Rule>
 bool MakeRules(const RestoreOrder& order, const Array<Rule>& old, const Array<Rule>& source, bool& changes,
                Array<Rule>& made) {
-    changes = !source.IsEmpty();
-    for (const RefArea& target : order.targets) changes = changes || AnyRuleTouches(old, target);
-    if (!changes) return true;
-    if (!CopyRules(made, old)) return false;
-    const u64 failures = FailedAllocations();
-    for (const RefArea& target : order.targets) RemoveRulesIn(made, target);
-    if (FailedAllocations() != failures || !AddRules(order, source, made)) return false;
+    if (!RulesWithout(old, order.targets, !source.IsEmpty(), changes, made)) return false;
+    if (!AddRules(order, source, made)) return false;
     MergeEqualRules(made);
     return true;
 }
 
 }  // namespace
 
-bool MeetsAny(std::span<const RefArea> targets, const RefArea& area) {
-    for (const RefArea& target : targets)
-        if (AreasMeet(target, area)) return true;
-    return false;
-}
-
-bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets, UndoRecord& after) {
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!MeetsAny(targets, entry.area) && !after.arrays.Append(entry)) return false;
-    for (const RefArea& merge : sheet.mergedAreas)
-        if (!MeetsAny(targets, merge) && !after.merges.Append(merge)) return false;
-    return true;
-}
-
 bool BringsColumns(const RestoreOrder& order) {
     return IsWholeColumns(order.block->area) && (order.mask & BLOCK_CONDITIONAL) && !order.transpose;
 }
 
-bool RestoreArrays(const RestoreOrder& order, UndoRecord& after) {
+bool RestoreArrays(const RestoreOrder& order, AreaContents& after) {
     const bool brings =
         (order.mode == PASTE_ALL || order.mode == PASTE_FORMULAS || order.mode == PASTE_BUT_BORDERS) &&
         order.operation == PASTE_NONE;
@@ -141,7 +144,7 @@ bool RestoreArrays(const RestoreOrder& order, UndoRecord& after) {
     return true;
 }
 
-bool RestoreMerges(const RestoreOrder& order, UndoRecord& after) {
+bool RestoreMerges(const RestoreOrder& order, AreaContents& after) {
     // Merges come where the look of a cell comes.
     const bool brings = order.mode == PASTE_ALL || order.mode == PASTE_FORMATS ||
                         order.mode == PASTE_BUT_BORDERS || order.mode == PASTE_VALUES_AND_FORMATS;
@@ -158,7 +161,7 @@ bool RestoreMerges(const RestoreOrder& order, UndoRecord& after) {
     return true;
 }
 
-bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after) {
+bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, AreaContents& after) {
     SavedRules* rules = after.rules.AppendDefault();
     if (!rules) return false;
     rules->serial = sheet.serial;
@@ -169,18 +172,14 @@ bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, UndoRecord& aft
             MakeRules(order, sheet.conditionalFormats, block.formats, rules->hasFormats, rules->formats));
 }
 
-bool RestoreLinks(const RestoreOrder& order, const Sheet& sheet, std::span<const u8> drops, UndoRecord& after) {
+bool RestoreLinks(const RestoreOrder& order, const Sheet& sheet, std::span<const u8> drops, AreaContents& after) {
     after.mask |= BLOCK_HYPERLINKS;
-    Array<SavedLink>& links = after.block.links;
+    Array<SavedLink>& links = after.links;
     const bool replaces = (order.mask & BLOCK_HYPERLINKS) != 0;
-    for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
-        const Hyperlink& link = sheet.hyperlinks[i];
-        if (!AreasMeet(link.area, after.area) || drops[i]) continue;
-        if (replaces && MeetsAny(order.targets, link.area)) continue;
-        SavedLink* saved = links.AppendDefault();
-        if (!saved || !CopyLink(saved->link, link)) return false;
-        saved->place = i;
-    }
+    const bool kept = KeepLinks(sheet, after, [&](u32 i) {
+        return !drops[i] && !(replaces && MeetsAny(order.targets, sheet.hyperlinks[i].area));
+    });
+    if (!kept) return false;
     if (!replaces) return true;
     for (const SavedLink& source : order.block->links) {
         const bool good = VisitTiles(order, source.link.area, false, [&](const RefArea& tile) {

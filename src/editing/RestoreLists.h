@@ -19,6 +19,10 @@ inline i32 PlaceOfColumn(const RestoreOrder& order, i32 column) {
                ? column
                : order.columnPlaces[static_cast<std::size_t>(column - order.block->area.firstColumn)];
 }
+// Where the tiles of a target begin.
+inline const RefArea& TileOrigin(const RestoreOrder& order, const RefArea& target) {
+    return order.origin ? *order.origin : target;
+}
 // Rows and columns that a tile takes at the target.
 inline i32 TileRows(const RestoreOrder& order) {
     const RefArea& area = order.block->area;
@@ -31,18 +35,13 @@ inline i32 TileColumns(const RestoreOrder& order) {
 // Whether the records of the block's columns come along with its cells.
 bool BringsColumns(const RestoreOrder& order);
 
-// Whether any target has a cell in an area.
-bool MeetsAny(std::span<const RefArea> targets, const RefArea& area);
-// The arrays and merged areas of the sheet that lie beside all targets, into `after`.
-[[nodiscard]] bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets, UndoRecord& after);
-
 // What the block brings, behind what `after` keeps; its area is the smallest around all targets.
-[[nodiscard]] bool RestoreArrays(const RestoreOrder& order, UndoRecord& after);
-[[nodiscard]] bool RestoreMerges(const RestoreOrder& order, UndoRecord& after);
+[[nodiscard]] bool RestoreArrays(const RestoreOrder& order, AreaContents& after);
+[[nodiscard]] bool RestoreMerges(const RestoreOrder& order, AreaContents& after);
 // The lists of the sheet as they will be.
-[[nodiscard]] bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, UndoRecord& after);
+[[nodiscard]] bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, AreaContents& after);
 // `drops` tells of each hyperlink of the sheet whether it goes.
 [[nodiscard]] bool RestoreLinks(const RestoreOrder& order, const Sheet& sheet, std::span<const u8> drops,
-                                UndoRecord& after);
+                                AreaContents& after);
 
 }  // namespace tally

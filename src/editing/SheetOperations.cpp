@@ -59,8 +59,7 @@ struct Removal {
     Array<u16> scoped;          // rows of the sheet's own names
     Array<TokenChange> changes;
     Array<SavedRules> rules;
-    Array<FormulaCell*> stale;
-    Array<ChangedName> staleNames;
+    Marks stale;
 };
 
 struct HashedName {
@@ -120,18 +119,9 @@ bool WithoutSheet(const Removal& r, const FormulaTokens& tokens, FormulaTokens& 
     return true;
 }
 
-bool AppendRemovalChange(Removal& r, TokenChange change, SavedTokens place, const FormulaTokens& tokens) {
-    if (r.record) {
-        CopyTokens(place.tokens, tokens);
-        if (!r.record->tokens.Append(place)) {
-            FreeTokens(place.tokens);
-            return false;
-        }
-    }
-    if (!WithoutSheet(r, tokens, change.tokens)) return false;
-    if (r.changes.Append(change)) return true;
-    FreeTokens(change.tokens);
-    return false;
+bool AppendRemovalChange(Removal& r, TokenChange change, const FormulaTokens& tokens) {
+    if (r.record && !SaveTokens(r.record->contents.tokens, change, tokens)) return false;
+    return WithoutSheet(r, tokens, change.tokens) && AppendTokenChange(r.changes, change);
 }
 
 template <typename Rule>
@@ -175,15 +165,8 @@ bool PrepareSheetRemoval(Removal& r, Sheet& sheet) {
     for (FormulaCell* formula : sheet.cells.formulas) {
         const bool touched = IsTouched(r, formula->tokens);
         if (!touched && !RefersThroughRows(formula->tokens, r.over.Span())) continue;
-        if (!r.stale.Append(formula)) return false;
-        if (!touched) continue;
-        TokenChange change;
-        change.cell = formula;
-        SavedTokens place;
-        place.serial = sheet.serial;
-        place.row = formula->row;
-        place.column = formula->column;
-        if (!AppendRemovalChange(r, change, place, formula->tokens)) return false;
+        if (!r.stale.formulas.Append(formula)) return false;
+        if (touched && !AppendRemovalChange(r, ChangeOfCell(*formula), formula->tokens)) return false;
     }
     return PrepareRuleRemoval(r, sheet);
 }
@@ -197,19 +180,12 @@ bool PrepareNameRemoval(Removal& r) {
         const bool touched = IsTouched(r, name.tokens);
         const bool scoped = name.sheet == r.sheet + 1;
         if ((touched || scoped || RefersThroughRows(name.tokens, r.over.Span())) &&
-            !r.staleNames.Append({r.book, row}))
+            !r.stale.names.Append({r.book, row}))
             return false;
-        if (scoped && r.names[i] != i && !r.staleNames.Append({r.book, r.names[i]})) return false;
+        if (scoped && r.names[i] != i && !r.stale.names.Append({r.book, r.names[i]})) return false;
         // Those that go keep their tokens for the record.
         if (!touched || (scoped && r.names[i] != i)) continue;
-        TokenChange change;
-        change.book = r.book;
-        change.name = row;
-        SavedTokens place;
-        place.holder = HOLDER_NAME;
-        place.book = r.book;
-        place.name = row;
-        if (!AppendRemovalChange(r, change, place, name.tokens)) return false;
+        if (!AppendRemovalChange(r, ChangeOfName(r.book, row), name.tokens)) return false;
     }
     return true;
 }
@@ -240,7 +216,7 @@ bool SaveRemovalState(Removal& r) {
         }
     }
     return r.record->externSheets.AppendMany(book.externSheets.Data(), book.externSheets.Count()) &&
-           r.record->rules.Reserve(r.rules.Count());
+           r.record->contents.rules.Reserve(r.rules.Count());
 }
 
 bool PrepareRemoval(Removal& r) {
@@ -248,11 +224,11 @@ bool PrepareRemoval(Removal& r) {
         return false;
     for (Sheet* sheet : BookAt(r.book)->sheets)
         if (sheet->index != r.sheet && !PrepareSheetRemoval(r, *sheet)) return false;
-    return PrepareNameRemoval(r) && CollectReaders(r.book, r.sheet, false, r.stale) && SaveRemovalState(r);
+    return PrepareNameRemoval(r) && CollectReaders(r.book, r.sheet, false, r.stale.formulas) && SaveRemovalState(r);
 }
 
 void DropRemoval(Removal& r) {
-    for (TokenChange& change : r.changes) FreeTokens(change.tokens);
+    FreeTokenChanges(r.changes);
     for (SavedRules& rules : r.rules) FreeSavedRules(rules);
     r = Removal();
 }
@@ -293,14 +269,10 @@ void LowerExternRows(const Removal& r) {
 
 void CommitRemoval(Removal& r) {
     Sheet* sheet = DetachSheet(r.book, r.sheet);
-    for (TokenChange& change : r.changes) {
-        FormulaTokens& tokens = change.cell ? change.cell->tokens
-                                            : BookAt(change.book)->names[static_cast<u32>(change.name)].tokens;
-        std::swap(tokens, change.tokens);
-    }
+    for (TokenChange& change : r.changes) std::swap(TokensOf(change), change.tokens);
     for (SavedRules& rules : r.rules) {
         SwapRules(rules);
-        if (r.record) IgnoreFailure(r.record->rules.Append(std::move(rules)));
+        if (r.record) IgnoreFailure(r.record->contents.rules.Append(std::move(rules)));
     }
     if (r.record) r.rules.Clear();
     RemoveScopedNames(r);
@@ -308,7 +280,7 @@ void CommitRemoval(Removal& r) {
     if (r.record) r.record->removed = sheet;
     else FreeSheet(sheet);
     BookAt(r.book)->dirty = 1;
-    MarkChanged(r.stale.Span(), r.staleNames.Span());
+    MarkAll(r.stale);
 }
 
 i32 NeighbourOf(i32 book, i32 sheet) {
@@ -474,20 +446,19 @@ void MoveSheetBack(const UndoRecord& record) {
 
 bool ReturnSheet(UndoRecord& record) {
     Workbook& book = *BookAt(record.book);
-    Array<FormulaCell*> stale;
-    Array<ChangedName> names;
+    Marks marks;
     if (!record.removed) return true;
-    if (!ReserveMarks(record, stale, names) ||
-        !names.Reserve(std::size_t{names.Capacity()} + record.names.Count()) ||
+    if (!ReserveMarks(marks, record.contents.tokens) ||
+        !marks.names.Reserve(std::size_t{marks.names.Capacity()} + record.names.Count()) ||
         !AttachSheet(record.book, record.sheet, record.removed))
         return false;
     record.removed = nullptr;
-    ReturnNames(book, record, names);
+    ReturnNames(book, record, marks.names);
     ReturnExternRows(book, record);
-    for (SavedRules& rules : record.rules) SwapRules(rules);
-    PutSavedTokens(record, stale, names);
+    for (SavedRules& rules : record.contents.rules) SwapRules(rules);
+    PutTokenChanges(record.contents.tokens, marks);
     // Marking costs memory, and what it cannot reach is marked with everything else.
-    if (CollectReaders(record.book, record.sheet, true, stale)) MarkChanged(stale.Span(), names.Span());
+    if (CollectReaders(record.book, record.sheet, true, marks.formulas)) MarkAll(marks);
     else MarkAllStale();
     return true;
 }

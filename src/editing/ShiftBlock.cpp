@@ -26,12 +26,8 @@ struct Preparation {
     LastChange last;
 };
 
-bool SaveTokens(Preparation& p, SavedTokens place, const FormulaTokens& tokens) {
-    if (!p.record) return true;
-    CopyTokens(place.tokens, tokens);
-    if (p.record->tokens.Append(place)) return true;
-    FreeTokens(place.tokens);
-    return false;
+bool SaveLost(Preparation& p, const TokenChange& place, const FormulaTokens& tokens) {
+    return !p.record || SaveTokens(p.record->contents.tokens, place, tokens);
 }
 
 // The new tokens of a formula whose bytes must not be written.
@@ -56,33 +52,20 @@ bool RewrittenCopy(Preparation& p, const FormulaTokens& tokens, MoveView& view, 
     return true;
 }
 
-bool AppendChange(Array<TokenChange>& changes, TokenChange change) {
-    if (changes.Append(change)) return true;
-    FreeTokens(change.tokens);
-    return false;
-}
-
 bool PrepareFormula(Preparation& p, FormulaCell& formula, MoveView& view) {
     const bool inside = view.plainMoves && AreaHolds(view.move.from, formula.row, formula.column);
     if (view.plainMoves && !inside && AreaHolds(p.lost, formula.row, formula.column)) return true;
     const u32 effect = EffectOfMove(formula.tokens, view);
-    if (MoveChangesValue(effect, inside) && !p.plan->stale.Append(&formula)) return false;
+    if (MoveChangesValue(effect, inside) && !p.plan->stale.formulas.Append(&formula)) return false;
     const bool lost = p.record && (effect & MOVE_LOST);
-    if (lost) {
-        SavedTokens place;
-        place.serial = formula.sheet->serial;
-        // Where the formula stands after the shift back, which is where it stands now.
-        place.row = formula.row;
-        place.column = formula.column;
-        if (!SaveTokens(p, place, formula.tokens)) return false;
-    }
+    // Where the formula stands after the shift back, which is where it stands now.
+    TokenChange change = ChangeOfCell(formula);
+    if (lost && !SaveLost(p, change, formula.tokens)) return false;
     if (!(effect & MOVE_CHANGED)) return true;
-    TokenChange change;
-    change.cell = &formula;
     if ((lost || TokenUsers(formula.tokens) > 1) &&
         !RewrittenCopy(p, formula.tokens, view, false, change.tokens))
         return false;
-    return AppendChange(p.plan->changes, change);
+    return AppendTokenChange(p.plan->changes, change);
 }
 
 bool PrepareSheet(Preparation& p, Sheet& sheet, const MoveView& bookView, bool withLists) {
@@ -117,17 +100,12 @@ bool PrepareNames(Preparation& p, i32 book, const MoveView& bookView) {
         view.plainMoves = book == view.move.book && name.sheet == view.move.sheet + 1;
         const u32 effect = EffectOfNameMove(name.tokens, view);
         const i32 row = static_cast<i32>(i);
-        if ((effect & (MOVE_CHANGED | MOVE_MET)) && !p.plan->staleNames.Append({book, row})) return false;
-        SavedTokens place;
-        place.holder = HOLDER_NAME;
-        place.book = book;
-        place.name = row;
-        if ((effect & MOVE_LOST) && !SaveTokens(p, place, name.tokens)) return false;
+        if ((effect & (MOVE_CHANGED | MOVE_MET)) && !p.plan->stale.names.Append({book, row})) return false;
+        TokenChange change = ChangeOfName(book, row);
+        if ((effect & MOVE_LOST) && !SaveLost(p, change, name.tokens)) return false;
         if (!(effect & MOVE_CHANGED)) continue;
-        TokenChange change;
-        change.book = book;
-        change.name = row;
-        if (!RewrittenCopy(p, name.tokens, view, true, change.tokens) || !AppendChange(p.plan->changes, change))
+        if (!RewrittenCopy(p, name.tokens, view, true, change.tokens) ||
+            !AppendTokenChange(p.plan->changes, change))
             return false;
     }
     return true;
@@ -230,8 +208,7 @@ void PutTokens(ShiftPlan& plan) {
     const Sheet* sheet = nullptr;
     MoveView view;
     for (TokenChange& change : plan.changes) {
-        FormulaTokens& tokens = change.cell ? change.cell->tokens
-                                            : BookAt(change.book)->names[static_cast<u32>(change.name)].tokens;
+        FormulaTokens& tokens = TokensOf(change);
         if (change.tokens.bytes) {
             std::swap(tokens, change.tokens);
             FreeTokens(change.tokens);
@@ -314,13 +291,13 @@ void MarkShifted(ShiftPlan& plan) {
     for (const Workbook* book : Books().books)
         for (const Sheet* sheet : book->sheets)
             for (FormulaCell* formula : sheet->cells.formulas)
-                if (formula->alwaysCalculate) good = good && plan.stale.Append(formula);
-    if (good) MarkChanged(plan.stale.Span(), plan.staleNames.Span());
+                if (formula->alwaysCalculate) good = good && plan.stale.formulas.Append(formula);
+    if (good) MarkAll(plan.stale);
     else MarkAllStale();
 }
 
 void DropShift(ShiftPlan& plan) {
-    for (TokenChange& change : plan.changes) FreeTokens(change.tokens);
+    FreeTokenChanges(plan.changes);
     for (SavedRules& rules : plan.rules) FreeSavedRules(rules);
     plan = ShiftPlan();
 }

@@ -3,24 +3,14 @@
 // got first: a shift either happens whole or not at all.
 
 #include "editing/Undo.h"
-#include "formula/Recalculation.h"
 #include "formula/ReferenceAdjustment.h"
 
 namespace tally {
 
-// A formula that gets other tokens. Null tokens: its own are rewritten in place.
-struct TokenChange {
-    FormulaCell* cell = nullptr;  // null: a defined name
-    i32 book = 0;
-    i32 name = 0;
-    FormulaTokens tokens;
-};
-
 struct ShiftPlan {
     AreaMove move;
-    Array<TokenChange> changes;
-    Array<FormulaCell*> stale;  // what must be calculated again
-    Array<ChangedName> staleNames;
+    Array<TokenChange> changes;  // null tokens: the formula's own are rewritten in place
+    Marks stale;
     Array<SavedRules> rules;   // new lists of sheets; after the shift the old ones
     Array<SavedLink> links;    // room for the hyperlinks of the lost area; after the shift they are here
     Array<RefArea> linkAreas;  // of all hyperlinks of the sheet, before the shift
@@ -51,9 +41,5 @@ void RemoveLists(Sheet& sheet, ShiftPlan& plan, const RefArea& lost);
 
 // The rules of a sheet after a move: new lists in `made` when anything changes. False when memory fails.
 [[nodiscard]] bool ShiftedRules(Sheet& sheet, const MoveView& view, SavedRules& made);
-void FreeSavedRules(SavedRules& rules);
-// Exchanges a sheet's lists with the saved ones.
-void SwapRules(SavedRules& rules);
-Sheet* FindSheetBySerial(u32 serial);
 
 }  // namespace tally

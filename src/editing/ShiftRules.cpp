@@ -2,7 +2,6 @@
 
 #include "editing/ShiftBlock.h"
 #include "model/AreaList.h"
-#include "model/BookTable.h"
 #include "model/RuleLists.h"
 
 namespace tally {
@@ -86,25 +85,6 @@ bool ShiftedRules(Sheet& sheet, const MoveView& view, SavedRules& made) {
         return true;
     FreeSavedRules(made);
     return false;
-}
-
-void FreeSavedRules(SavedRules& rules) {
-    FreeRules(rules.validations);
-    FreeRules(rules.formats);
-}
-
-void SwapRules(SavedRules& rules) {
-    Sheet* sheet = FindSheetBySerial(rules.serial);
-    if (!sheet) return;
-    if (rules.hasValidations) std::swap(sheet->validations, rules.validations);
-    if (rules.hasFormats) std::swap(sheet->conditionalFormats, rules.formats);
-}
-
-Sheet* FindSheetBySerial(u32 serial) {
-    for (const Workbook* book : Books().books)
-        for (Sheet* sheet : book->sheets)
-            if (sheet->serial == serial) return sheet;
-    return nullptr;
 }
 
 }  // namespace tally

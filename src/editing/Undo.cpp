@@ -1,13 +1,10 @@
 #include "editing/Undo.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "base/MessageTable.h"
 #include "editing/UndoInverse.h"
 #include "model/BookTable.h"
-#include "model/CellStore.h"
-#include "model/RuleLists.h"
 #include "model/Tokens.h"
 
 namespace tally {
@@ -26,58 +23,11 @@ void SaveView(SavedView& saved, const Sheet& sheet) {
     saved.view = sheet.view;
 }
 
-bool SaveRules(UndoRecord& record, const Sheet& sheet) {
-    const bool validations = (record.mask & BLOCK_VALIDATION) != 0,
-               formats = (record.mask & BLOCK_CONDITIONAL) != 0;
-    if (!validations && !formats) return true;
-    SavedRules* saved = record.rules.AppendDefault();
-    if (!saved) return false;
-    saved->serial = sheet.serial;
-    saved->hasValidations = validations;
-    saved->hasFormats = formats;
-    return (!validations || CopyRules(saved->validations, sheet.validations)) &&
-           (!formats || CopyRules(saved->formats, sheet.conditionalFormats));
-}
-
-bool SaveArea(UndoRecord& record) {
-    const Sheet& sheet = *SheetAt(record.book, record.sheet);
-    constexpr u32 ofBlock = BLOCK_CELLS | BLOCK_COLUMNS | BLOCK_HYPERLINKS;
-    const u32 mask = record.mask;
-    return CaptureBlock(record.block, record.book, record.sheet, record.area, mask & ofBlock) &&
-           (!(mask & BLOCK_ARRAYS) ||
-            record.arrays.AppendMany(sheet.arrayFormulas.Data(), sheet.arrayFormulas.Count())) &&
-           (!(mask & BLOCK_MERGES) ||
-            record.merges.AppendMany(sheet.mergedAreas.Data(), sheet.mergedAreas.Count())) &&
-           SaveRules(record, sheet);
-}
-
-bool SaveRows(UndoRecord& record) {
-    record.hasRows = true;
-    const Array<RowInfo>& rows = SheetAt(record.book, record.sheet)->rows;
-    const auto before = [](const RowInfo& info, i32 row) { return info.row < row; };
-    const RowInfo* first = std::lower_bound(rows.begin(), rows.end(), i32{record.area.firstRow}, before);
-    const RowInfo* last = std::lower_bound(first, rows.end(), record.area.lastRow + 1, before);
-    return record.rows.AppendMany(first, static_cast<std::size_t>(last - first));
-}
-
-bool SaveColumns(UndoRecord& record) {
-    record.hasColumns = true;
-    for (const ColumnInfo& info : SheetAt(record.book, record.sheet)->columns) {
-        if (info.column < record.area.firstColumn || info.column > record.area.lastColumn) continue;
-        if (!record.columns.Append(info)) return false;
-    }
-    return true;
-}
-
-// A record over an area, filled by `save`.
-template <typename Save>
-bool RecordArea(i32 kind, i32 book, i32 sheet, const RefArea& area, u32 mask, Save save) {
+// A record with contents of an area.
+bool RecordContents(i32 kind, i32 book, i32 sheet, const RefArea& area, u32 mask) {
     QuietMemoryScope quiet;
     if (!RecordUndo(book, sheet, kind)) return false;
-    UndoRecord& record = records.Last();
-    record.area = area;
-    record.mask = mask;
-    if (save(record)) return true;
+    if (SaveContents(records.Last().contents, *SheetAt(book, sheet), area, mask)) return true;
     DropLastUndo();
     return false;
 }
@@ -92,28 +42,23 @@ void RecordSheetInsert(i32 book, i32 sheet, i32 kind) {
 }
 
 // Names of a closing book are gone, those of later books count one less.
-void DropTokensOfBook(UndoRecord& record, i32 book) {
+void DropTokensOfBook(Array<TokenChange>& changes, i32 book) {
     u32 kept = 0;
-    for (SavedTokens& saved : record.tokens) {
-        if (saved.holder == HOLDER_NAME && saved.book == book) {
+    for (TokenChange& saved : changes) {
+        if (!saved.serial && saved.book == book) {
             FreeTokens(saved.tokens);
             continue;
         }
-        if (saved.holder == HOLDER_NAME && saved.book > book) --saved.book;
-        record.tokens[kept++] = saved;
+        if (!saved.serial && saved.book > book) --saved.book;
+        changes[kept++] = saved;
     }
-    record.tokens.Truncate(kept);
+    changes.Truncate(kept);
 }
 
 }  // namespace
 
 void FreeUndoContents(UndoRecord& record) {
-    FreeBlock(record.block);
-    for (SavedRules& rules : record.rules) {
-        FreeRules(rules.validations);
-        FreeRules(rules.formats);
-    }
-    for (SavedTokens& saved : record.tokens) FreeTokens(saved.tokens);
+    FreeContents(record.contents);
     for (SavedName& name : record.names) FreeTokens(name.tokens);
     FreeSheet(record.removed);
     record.removed = nullptr;
@@ -143,16 +88,15 @@ bool RecordUndo(i32 book, i32 sheet, i32 kind) {
 }
 
 bool RecordBlock(i32 kind, i32 book, i32 sheet, const RefArea& area, u32 mask) {
-    return RecordArea(kind, book, sheet, area, mask,
-                      [](UndoRecord& record) { return SaveArea(record) && SaveRows(record); });
+    return RecordContents(kind, book, sheet, area, mask | CONTENTS_ROWS);
 }
 
 bool RecordRows(i32 kind, i32 book, i32 sheet, const RefArea& area) {
-    return RecordArea(kind, book, sheet, area, 0, SaveRows);
+    return RecordContents(kind, book, sheet, area, CONTENTS_ROWS);
 }
 
 bool RecordColumns(i32 kind, i32 book, i32 sheet, const RefArea& area) {
-    return RecordArea(kind, book, sheet, area, 0, SaveColumns);
+    return RecordContents(kind, book, sheet, area, BLOCK_COLUMNS);
 }
 
 bool RecordName(i32 kind, i32 book, i32 name) {
@@ -191,7 +135,7 @@ void DropUndoOfBook(i32 book) {
             continue;
         }
         if (records[i].book > book) --records[i].book;
-        DropTokensOfBook(records[i], book);
+        DropTokensOfBook(records[i].contents.tokens, book);
     }
 }
 

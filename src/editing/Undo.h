@@ -1,7 +1,7 @@
 #pragma once
 // The list of the last operations. It only goes backwards: an operation that is undone is forgotten.
 
-#include "editing/CellBlock.h"
+#include "editing/AreaContents.h"
 
 namespace tally {
 
@@ -69,26 +69,6 @@ enum UndoKind : i32 {
     UNDO_KINDS = 59,
 };
 
-// Where a formula stands, for saved tokens.
-enum TokenHolder : u8 { HOLDER_CELL, HOLDER_NAME };
-struct SavedTokens {
-    u8 holder = HOLDER_CELL;
-    u8 column = 0;
-    u16 row = 0;
-    u32 serial = 0;  // of the sheet
-    i32 book = 0;    // HOLDER_NAME
-    i32 name = 0;
-    FormulaTokens tokens;
-};
-
-// The rules of one sheet as they were, whole lists.
-struct SavedRules {
-    u32 serial = 0;
-    bool hasValidations = false, hasFormats = false;
-    Array<ValidationRule> validations;
-    Array<ConditionalFormat> formats;
-};
-
 // The view of a sheet as it was.
 struct SavedView {
     char16_t name[MAX_SHEET_NAME + 1] = {};
@@ -114,19 +94,8 @@ struct UndoRecord {
     i32 sheet = 0;   // index; of sheet operations the sheet that was made or removed
     u32 serial = 0;  // of that sheet
     SavedView view;
-    RefArea area;
-    u32 mask = 0;  // what `block` and the lists below hold, as BlockMask
-    CellBlock block;
-    bool hasRows = false, hasColumns = false;
-    Array<RowInfo> rows;        // of the area's rows; of a structural edit all
-    Array<ColumnInfo> columns;  // likewise
-    Array<ArrayEntry> arrays;   // whole lists of the sheet
-    Array<RefArea> merges;
-    Array<SavedRules> rules;
-    Array<SavedTokens> tokens;          // what no inverse step brings back
-    Array<SavedLink> links;             // removed by a structural edit
-    Array<RefArea> linkAreas;           // places of all links before it
-    bool structural = false;            // a structural edit, with the lists of the whole sheet
+    AreaContents contents;              // of a structural edit: whole lists of the sheet, its links moved
+    Array<RefArea> linkAreas;           // places of all links before a structural edit
     i32 rowDelta = 0, columnDelta = 0;  // the shift of a structural edit; both 0 when nothing was shifted
     RefArea moved;                      // the area that was shifted, where it stood before
     Sheet* removed = nullptr;           // owned
@@ -142,7 +111,7 @@ void ConnectUndo();
 // Makes room (the oldest of 16 goes) and a record with the view of the sheet. False when memory fails; the
 // operation then goes on without undo.
 [[nodiscard]] bool RecordUndo(i32 book, i32 sheet, i32 kind);
-// The same with all that the mask names over an area.
+// The same with all that the mask names over an area, and its row records.
 [[nodiscard]] bool RecordBlock(i32 kind, i32 book, i32 sheet, const RefArea& area, u32 mask);
 // The same with the row records of an area, or the column records.
 [[nodiscard]] bool RecordRows(i32 kind, i32 book, i32 sheet, const RefArea& area);

@@ -13,88 +13,28 @@
 namespace tally {
 namespace {
 
-// ---- sorted size records --------------------------------------------------------------------------
-
-template <typename Record, typename Key>
-u32 PlaceOf(const Array<Record>& list, Key Record::*key, i32 wanted) {
-    const Record* found = std::lower_bound(list.begin(), list.end(), wanted,
-                                           [key](const Record& r, i32 k) { return i32{r.*key} < k; });
-    return static_cast<u32>(found - list.begin());
-}
-
-// The records of a range give way to the saved ones. Room was made before.
-template <typename Record, typename Key>
-void ReplaceRange(Array<Record>& list, Key Record::*key, i32 first, i32 last, const Array<Record>& saved) {
-    const u32 from = PlaceOf(list, key, first), to = PlaceOf(list, key, last + 1);
-    const u32 tail = list.Count() - to, count = from + saved.Count() + tail;
-    IgnoreFailure(list.ResizeRaw(std::max(count, list.Count())));
-    Record* records = list.Data();
-    if (tail) std::memmove(records + from + saved.Count(), records + to, tail * sizeof(Record));
-    if (saved.Count()) std::memcpy(records + from, saved.Data(), saved.Count() * sizeof(Record));
-    IgnoreFailure(list.ResizeRaw(count));
-}
-
-// ---- hyperlinks -----------------------------------------------------------------------------------
-
-// The saved links go among the others, each to its old place. `room` holds all of them.
-void ReturnLinks(Sheet& sheet, Array<SavedLink>& saved, Array<Hyperlink>& room) {
-    if (!room.Capacity()) return;
-    u32 next = 0;
-    const auto put = [&](Hyperlink& link) { IgnoreFailure(room.Append(std::move(link))); };
-    const auto putSaved = [&] {
-        while (next < saved.Count() && saved[next].place <= room.Count()) put(saved[next++].link);
-    };
-    for (Hyperlink& link : sheet.hyperlinks) {
-        putSaved();
-        put(link);
-    }
-    while (next < saved.Count()) put(saved[next++].link);
-    sheet.hyperlinks = std::move(room);
-}
-
-void DropLinksIn(Sheet& sheet, const RefArea& area) {
-    u32 kept = 0;
-    for (u32 i = 0; i < sheet.hyperlinks.Count(); ++i) {
-        if (AreasMeet(sheet.hyperlinks[i].area, area)) continue;
-        if (kept != i) sheet.hyperlinks[kept] = std::move(sheet.hyperlinks[i]);
-        ++kept;
-    }
-    sheet.hyperlinks.Truncate(kept);
-}
-
-bool MakeLinkRoom(const Sheet& sheet, const Array<SavedLink>& saved, Array<Hyperlink>& room) {
-    return saved.IsEmpty() || room.Reserve(std::size_t{sheet.hyperlinks.Count()} + saved.Count());
-}
-
-// ---- an area --------------------------------------------------------------------------------------
-
-// Enters the formulas that a patch has brought into the index of dependents.
-void IndexFormulas(Sheet& sheet, u32 count) {
-    if (!(sheet.kind & SHEET_WORKSHEET)) return;
-    const u32 all = sheet.cells.formulas.Count();
-    for (u32 i = all - count; i < all; ++i) EnterFormula(*sheet.cells.formulas[i]);
-}
-
 // ---- a shift --------------------------------------------------------------------------------------
 
 bool PrepareShiftBack(UndoRecord& record, Sheet& sheet, ShiftPlan& plan, CellPatch& patch,
                       Array<Hyperlink>& linkRoom) {
     const AreaMove move = {sheet.book, sheet.index, record.moved, record.rowDelta, record.columnDelta};
+    const AreaContents& contents = record.contents;
     const bool shifts = record.rowDelta || record.columnDelta;
     if (shifts && !PrepareShift(plan, InverseMove(move), nullptr, false)) return false;
-    return ReserveMarks(record, plan.stale, plan.staleNames) && MakeLinkRoom(sheet, record.links, linkRoom) &&
-           PrepareCells(patch, sheet, record.area, record.block.cells.Span(), sheet.cells.rows.Count() + 1);
+    return ReserveMarks(plan.stale, contents.tokens) && MakeLinkRoom(sheet, contents.links, linkRoom) &&
+           PrepareCells(patch, sheet, contents.area, contents.cells.Span(), sheet.cells.rows.Count() + 1);
 }
 
 void RestoreLists(UndoRecord& record, Sheet& sheet, Array<Hyperlink>& linkRoom) {
-    std::swap(sheet.arrayFormulas, record.arrays);
-    std::swap(sheet.mergedAreas, record.merges);
-    for (SavedRules& rules : record.rules) SwapRules(rules);
-    ReturnLinks(sheet, record.links, linkRoom);
+    AreaContents& contents = record.contents;
+    std::swap(sheet.arrayFormulas, contents.arrays);
+    std::swap(sheet.mergedAreas, contents.merges);
+    for (SavedRules& rules : contents.rules) SwapRules(rules);
+    ReturnLinks(sheet, contents.links, linkRoom);
     if (record.linkAreas.Count() == sheet.hyperlinks.Count())
         for (u32 i = 0; i < record.linkAreas.Count(); ++i) sheet.hyperlinks[i].area = record.linkAreas[i];
-    if (record.hasRows) std::swap(sheet.rows, record.rows);
-    if (record.hasColumns) std::swap(sheet.columns, record.columns);
+    if (contents.mask & CONTENTS_ROWS) std::swap(sheet.rows, contents.rows);
+    if (contents.mask & BLOCK_COLUMNS) std::swap(sheet.columns, contents.columns);
 }
 
 bool RestoreShift(UndoRecord& record) {
@@ -111,21 +51,11 @@ bool RestoreShift(UndoRecord& record) {
     }
     CommitCells(patch, *sheet);
     RestoreLists(record, *sheet, linkRoom);
-    IndexFormulas(*sheet, patch.formulas);
-    PutSavedTokens(record, plan.stale, plan.staleNames);
+    IndexNewFormulas(*sheet, patch.formulas);
+    PutTokenChanges(record.contents.tokens, plan.stale);
     MarkShifted(plan);
-    if (!shifts) MarkDependentsOfArea(sheet->book, sheet->index, record.area);
+    if (!shifts) MarkDependentsOfArea(sheet->book, sheet->index, record.contents.area);
     DropShift(plan);
-    return true;
-}
-
-// An area, and the formulas elsewhere that went along with it.
-bool RestorePaste(UndoRecord& record) {
-    Array<FormulaCell*> stale;
-    Array<ChangedName> names;
-    if (!ReserveMarks(record, stale, names) || !RestoreArea(record)) return false;
-    PutSavedTokens(record, stale, names);
-    MarkChanged(stale.Span(), names.Span());
     return true;
 }
 
@@ -179,6 +109,8 @@ bool MoveBack(UndoRecord& record) {
     return true;
 }
 
+bool RestoreContents(UndoRecord& record) { return PutContents(record.contents); }
+
 using Inverse = bool (*)(UndoRecord& record);
 struct InverseRow {
     i32 kind;
@@ -186,11 +118,12 @@ struct InverseRow {
 };
 // Kinds that are not here put their area back, as far as they have recorded one, and the view.
 constexpr InverseRow inverseRows[] = {
-    {UNDO_PASTE, RestorePaste},
     {UNDO_DELETE_ROWS, RestoreShift},
+    {UNDO_DELETE_COLUMNS, RestoreShift},
     {UNDO_DELETE_WORKSHEET, ReturnSheet},
     {UNDO_DELETE_CHART, ReturnSheet},
     {UNDO_INSERT_CELLS, RestoreShift},
+    {UNDO_INSERT_ROWS, RestoreShift},
     {UNDO_INSERT_COLUMNS, RestoreShift},
     {UNDO_INSERT_WORKSHEET, DeleteAgain},
     {UNDO_INSERT_CHART, DeleteAgain},
@@ -207,10 +140,9 @@ constexpr InverseRow inverseRows[] = {
 };
 
 Inverse InverseOf(const UndoRecord& record) {
-    if (record.structural) return RestoreShift;
     for (const InverseRow& row : inverseRows)
         if (row.kind == record.kind) return row.inverse;
-    return RestoreArea;
+    return RestoreContents;
 }
 
 void RestoreView(const SavedView& saved, Sheet& sheet) {
@@ -225,63 +157,6 @@ void RestoreView(const SavedView& saved, Sheet& sheet) {
 }
 
 }  // namespace
-
-bool RestoreArea(UndoRecord& record) {
-    Sheet* sheet = FindSheetBySerial(record.serial);
-    if (!sheet) return true;
-    CellPatch patch;
-    Array<Hyperlink> linkRoom;
-    const u32 mask = record.mask;
-    const Array<ColumnInfo>& columns = record.hasColumns ? record.columns : record.block.columns;
-    const bool good =
-        MakeLinkRoom(*sheet, record.block.links, linkRoom) &&
-        sheet->rows.Reserve(std::size_t{sheet->rows.Count()} + record.rows.Count()) &&
-        sheet->columns.Reserve(std::size_t{sheet->columns.Count()} + columns.Count()) &&
-        (!(mask & BLOCK_CELLS) || PrepareCells(patch, *sheet, record.area, record.block.cells.Span(), 0));
-    if (!good) return false;
-    if (mask & BLOCK_CELLS) {
-        CommitCells(patch, *sheet);
-        IndexFormulas(*sheet, patch.formulas);
-    }
-    if (mask & BLOCK_ARRAYS) std::swap(sheet->arrayFormulas, record.arrays);
-    if (mask & BLOCK_MERGES) std::swap(sheet->mergedAreas, record.merges);
-    for (SavedRules& rules : record.rules) SwapRules(rules);
-    if (mask & BLOCK_HYPERLINKS) {
-        DropLinksIn(*sheet, record.area);
-        ReturnLinks(*sheet, record.block.links, linkRoom);
-    }
-    const RefArea& area = record.area;
-    if (record.hasColumns || (mask & BLOCK_COLUMNS))
-        ReplaceRange(sheet->columns, &ColumnInfo::column, area.firstColumn, area.lastColumn, columns);
-    if (record.hasRows) ReplaceRange(sheet->rows, &RowInfo::row, area.firstRow, area.lastRow, record.rows);
-    if (mask & BLOCK_CELLS) MarkDependentsOfArea(sheet->book, sheet->index, area);
-    return true;
-}
-
-void PutSavedTokens(UndoRecord& record, Array<FormulaCell*>& stale, Array<ChangedName>& names) {
-    Sheet* sheet = nullptr;
-    for (SavedTokens& saved : record.tokens) {
-        if (saved.holder == HOLDER_NAME) {
-            Workbook* book = BookAt(saved.book);
-            if (!book || static_cast<u32>(saved.name) >= book->names.Count()) continue;
-            std::swap(book->names[static_cast<u32>(saved.name)].tokens, saved.tokens);
-            IgnoreFailure(names.Append({saved.book, saved.name}));
-            continue;
-        }
-        if (!sheet || sheet->serial != saved.serial) sheet = FindSheetBySerial(saved.serial);
-        CellRecord* cell = sheet ? GetCell(sheet->cells, saved.row, saved.column) : nullptr;
-        if (!cell || !cell->formula) continue;
-        ForgetFormula(*cell->formula);
-        std::swap(cell->formula->tokens, saved.tokens);
-        EnterFormula(*cell->formula);
-        IgnoreFailure(stale.Append(cell->formula));
-    }
-}
-
-bool ReserveMarks(const UndoRecord& record, Array<FormulaCell*>& stale, Array<ChangedName>& names) {
-    return stale.Reserve(std::size_t{stale.Count()} + record.tokens.Count()) &&
-           names.Reserve(std::size_t{names.Count()} + record.tokens.Count());
-}
 
 bool RunInverse(UndoRecord& record) {
     if (!BookAt(record.book)) return true;

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/MessageTable.h"
+#include "base/Platform.h"
 #include "editing/PasteTargets.h"
-#include "editing/UndoInverse.h"
 #include "formula/Recalculation.h"
 #include "model/AreaList.h"
 #include "model/BookTable.h"
@@ -37,13 +38,6 @@ void DropLinksOf(WorkRows& work, i32 column) {
 }
 
 }  // namespace
-
-void StartAfter(UndoRecord& after, const Sheet& sheet, const RefArea& area) {
-    after.book = sheet.book;
-    after.sheet = sheet.index;
-    after.serial = sheet.serial;
-    after.area = area;
-}
 
 bool StartWork(WorkRows& work) {
     const Sheet& sheet = work.sheet;
@@ -102,7 +96,7 @@ void StoreWorkCell(WorkRows& work, i32 column, SavedCell cell, u16 columnFormat)
 
 bool PutWorkRow(WorkRows& work, bool good) {
     const RefArea& area = work.after.area;
-    Array<SavedCell>& cells = work.after.block.cells;
+    Array<SavedCell>& cells = work.after.cells;
     for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
         WorkCell& place = work.cells[column];
         if (!place.isNew) {
@@ -118,27 +112,37 @@ bool PutWorkRow(WorkRows& work, bool good) {
     return good && cells.Count() <= MAX_PASTED_CELLS;
 }
 
-bool ReplaceArea(UndoRecord& after, i32 undoKind, u32 undoMask) {
-    Array<FormulaCell*> stale;
-    Array<ChangedName> names;
-    if (!ReserveMarks(after, stale, names)) return false;
-    const bool recorded = RecordBlock(undoKind, after.book, after.sheet, after.area, undoMask);
-    if (!RestoreArea(after)) {
+bool RefuseSize() {
+    ShowMessage(Message(MSG_OUT_OF_MEMORY));
+    return false;
+}
+
+bool ReplaceArea(AreaContents& after, i32 undoKind, u32 undoMask) {
+    const Sheet* sheet = FindSheetBySerial(after.serial);
+    if (!sheet) return false;
+    const bool recorded =
+        undoKind >= 0 && RecordBlock(undoKind, sheet->book, sheet->index, after.area, undoMask);
+    if (!PutContents(after)) {
         if (recorded) DropLastUndo();
         return false;
     }
-    PutSavedTokens(after, stale, names);
-    MarkChanged(stale.Span(), names.Span());
-    if (recorded) LastUndo()->tokens = std::move(after.tokens);
-    BookAt(after.book)->dirty = 1;
+    if (recorded) LastUndo()->contents.tokens = std::move(after.tokens);
+    BookAt(sheet->book)->dirty = 1;
     IgnoreFailure(MarkVolatileCells());
     return true;
 }
 
-void WantRowHeights(const Sheet& sheet, const RefArea& area) {
-    if (!(sheet.kind & SHEET_WORKSHEET)) return;
-    for (i32 row = area.firstRow; row <= area.lastRow; ++row)
-        RecalculationView().rowHeightWanted(sheet.book, sheet.index, row);
+bool FinishArea(AreaContents& after, bool good, u64 failures, i32 undoKind, u32 undoMask) {
+    good = good && ReplaceArea(after, undoKind, undoMask);
+    const Sheet* sheet = FindSheetBySerial(after.serial);
+    if (good && sheet && (sheet->kind & SHEET_WORKSHEET)) {
+        for (i32 row = after.area.firstRow; row <= after.area.lastRow; ++row)
+            RecalculationView().rowHeightWanted(sheet->book, sheet->index, row);
+    }
+    FreeContents(after);
+    // Of a lack of memory the user has been told.
+    if (!good && FailedAllocations() == failures) return RefuseSize();
+    return good;
 }
 
 }  // namespace tally

@@ -16,17 +16,14 @@ struct WorkCell {
 
 struct WorkRows {
     Sheet& sheet;
-    UndoRecord& after;  // its area is what is worked on, its block gets the cells
-    u32 slot = 0;       // in the store's rows
+    AreaContents& after;  // its area is what is worked on; gets the cells
+    u32 slot = 0;         // in the store's rows
     i32 row = 0;
     u16 columnFormats[MAX_COLUMNS] = {};  // that a cell has which is not there
     Array<u32> links{};                   // hyperlinks that touch the area
     Array<u8> drops{};                    // of all hyperlinks: 1 goes with a cell that something is stored over
     WorkCell cells[MAX_COLUMNS] = {};
 };
-
-// An empty record of what an area will hold.
-void StartAfter(UndoRecord& after, const Sheet& sheet, const RefArea& area);
 
 [[nodiscard]] bool StartWork(WorkRows& work);
 // The next row, ascending, as it stands.
@@ -39,10 +36,14 @@ void StoreWorkCell(WorkRows& work, i32 column, SavedCell cell, u16 columnFormat)
 // row failed before; nothing of it is kept then.
 [[nodiscard]] bool PutWorkRow(WorkRows& work, bool good);
 
-// Records what stands there and puts `after` in its place: cells by the mask, new lists, links, columns, and
-// tokens elsewhere. False with nothing changed when memory fails.
-[[nodiscard]] bool ReplaceArea(UndoRecord& after, i32 undoKind, u32 undoMask);
-// The rows of an area wait to be fitted to what was stored in them.
-void WantRowHeights(const Sheet& sheet, const RefArea& area);
+// Tells the user that there are too many cells; false.
+bool RefuseSize();
+// Records what stands there, unless the kind is below 0, and puts `after` in its place. False with nothing
+// changed when memory fails.
+[[nodiscard]] bool ReplaceArea(AreaContents& after, i32 undoKind, u32 undoMask);
+// The same for contents that a user's paste or fill has made: `good` tells whether that went well. The rows wait
+// to be fitted, `after` is released, and of too many cells the user is told; `failures` are the allocations that
+// had failed before.
+[[nodiscard]] bool FinishArea(AreaContents& after, bool good, u64 failures, i32 undoKind, u32 undoMask);
 
 }  // namespace tally

@@ -4,6 +4,7 @@
 
 #include "display/LocaleSettings.h"
 #include "editing/Undo.h"
+#include "editing/VisibleRuns.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaText.h"
 #include "formula/FormulaTypes.h"
@@ -22,15 +23,6 @@ namespace {
 
 constexpr u16 FUNCTION_SUM = 4;
 constexpr u16 FUNCTION_SUBTOTAL = 344;
-
-// SUM, or SUBTOTAL(9, ...) while a filter may hide rows: an advanced one, or one with a criterion.
-bool SumsShownRows(const Sheet& sheet) {
-    if (sheet.filterState & FILTER_ADVANCED) return true;
-    for (const FilterColumn& column : sheet.filterColumns)
-        if (column.top10 || column.conditions[0].kind || column.conditions[1].kind)
-            return (sheet.filterState & FILTER_AUTO) != 0;
-    return false;
-}
 
 const CellRecord* CurrentCell(const Sheet& sheet, i32 row, i32 column) {
     if (row < 0 || column < 0 || row >= MAX_ROWS || column >= MAX_COLUMNS) return nullptr;
@@ -99,7 +91,7 @@ void ProposeSum(const Sheet& sheet, const RefArea* area) {
     if (area && !AreaToText(sheet.book, sheet.index, *area, AREA_ALL_RELATIVE | AREA_USE_A1, 0, 0, reference))
         return;
     bool good = text.Assign(u"=SUM(");
-    if (SumsShownRows(sheet)) good = text.Assign(u"=SUBTOTAL(9") && text.Append(Locale().listSeparator);
+    if (HasHiddenFilterRows(sheet)) good = text.Assign(u"=SUBTOTAL(9") && text.Append(Locale().listSeparator);
     const i32 start = static_cast<i32>(text.Length());
     good = good && text.Append(reference);
     const i32 end = static_cast<i32>(text.Length());
@@ -247,7 +239,7 @@ void AutoSumCommand(i32) {
     const RefArea area = view.selection;
     if (!MayStore(area)) return;
     const RefArea* merge = FindMerge(*sheet, view.activeRow, view.activeColumn);
-    const bool subtotal = SumsShownRows(*sheet);
+    const bool subtotal = HasHiddenFilterRows(*sheet);
     if (IsOneCell(area) || (merge && *merge == area)) {
         RefArea run;
         const bool found = ProposedRun(*sheet, {area.firstRow, area.firstColumn}, run);

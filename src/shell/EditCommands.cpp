@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "editing/ClearArea.h"
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "model/AreaList.h"

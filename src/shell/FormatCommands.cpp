@@ -34,11 +34,7 @@ i64 CellsOf(const RefArea& area) {
 
 // Cells and columns with their formats, and the heights that fonts may change.
 void RecordFormats(const Sheet& sheet, const RefArea& area) {
-    if (!RecordBlock(UNDO_CELL_FORMAT, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS)) return;
-    UndoRecord& record = *LastUndo();
-    for (const RowInfo& row : sheet.rows)
-        if (row.row >= area.firstRow && row.row <= area.lastRow && !record.rows.Append(row)) return;
-    record.hasRows = true;
+    IgnoreFailure(RecordBlock(UNDO_CELL_FORMAT, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS));
 }
 
 }  // namespace

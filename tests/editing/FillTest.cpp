@@ -1,6 +1,6 @@
 #include "editing/Fill.h"
 
-#include "editing/AreaChange.h"
+#include "editing/PasteTargets.h"
 #include "editing/FillSeries.h"
 #include "editing/Undo.h"
 #include "fileio/SaveFile.h"
@@ -216,9 +216,11 @@ TEST_F(Filling, RulesAndLinksGoWithTheCells) {
     EXPECT_FALSE(AnyRuleTouches(sheet.validations, {0, 9, 1, 1}));
     EXPECT_TRUE(AnyRuleTouches(sheet.conditionalFormats, {3, 3, 1, 1}));
     EXPECT_FALSE(AnyRuleTouches(sheet.conditionalFormats, {4, 4, 1, 1}));
-    ASSERT_EQ(sheet.hyperlinks.Count(), 2u);
-    EXPECT_EQ(sheet.hyperlinks[1].area, (RefArea{1, 3, 0, 0}));
-    EXPECT_EQ(Narrow(sheet.hyperlinks[1].target), "http://x");
+    ASSERT_EQ(sheet.hyperlinks.Count(), 4u);
+    for (u16 row = 0; row < 4; ++row) {
+        EXPECT_EQ(sheet.hyperlinks[row].area, (RefArea{row, row, 0, 0}));
+        EXPECT_EQ(Narrow(sheet.hyperlinks[row].target), "http://x");
+    }
     ASSERT_TRUE(UndoLast());
     EXPECT_EQ(DumpDifference(before, DumpBook(CurrentBook())), "");
 }

@@ -1,3 +1,4 @@
+#include "editing/ClearArea.h"
 #include "editing/InsertDelete.h"
 
 #include "base/MessageTable.h"

@@ -1,6 +1,7 @@
 #include "editing/Undo.h"
 
 #include "base/MessageTable.h"
+#include "editing/ClearArea.h"
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/StoreEntry.h"

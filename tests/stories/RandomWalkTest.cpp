@@ -239,7 +239,7 @@ class RandomWalk : public ShellSandbox {
         if (CurrentSheet()->kind & SHEET_WITH_CELLS) SelectAnything(!fills);
         const bool undoes = command == 130 && UndoCount() > 0;
         std::string state = DumpContent();
-        if (LastUndo()) LastUndo()->mask |= SEEN;
+        if (LastUndo()) LastUndo()->contents.mask |= SEEN;
         const std::size_t count = UndoCount();
         if (types) TypeAnything();
         else if (FindCommand(command)) PickCommand(command);
@@ -254,7 +254,7 @@ class RandomWalk : public ShellSandbox {
             if (before.back() && *before.back() != now && !HasCircle(5000))
                 ASSERT_EQ(Difference(*before.back(), now), "");
             before.pop_back();
-        } else if (LastUndo() && !(LastUndo()->mask & SEEN)) {
+        } else if (LastUndo() && !(LastUndo()->contents.mask & SEEN)) {
             before.emplace_back(std::move(state));
             if (before.size() > UNDO_DEPTH) before.pop_front();
         } else if (now != state) {
