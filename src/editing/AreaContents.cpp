@@ -102,8 +102,7 @@ bool PutContents(AreaContents& contents) {
     Array<Hyperlink> linkRoom;
     const u32 mask = contents.mask;
     const RefArea& area = contents.area;
-    const bool good = ReserveMarks(marks, contents.tokens) &&
-                      MakeLinkRoom(*sheet, contents.links, linkRoom) &&
+    const bool good = ReserveMarks(marks, contents.tokens) && MakeLinkRoom(*sheet, contents.links, linkRoom) &&
                       ReserveMore(sheet->rows, contents.rows.Count()) &&
                       ReserveMore(sheet->columns, contents.columns.Count()) &&
                       (!(mask & BLOCK_CELLS) || PrepareCells(patch, *sheet, area, contents.cells.Span(), 0));

@@ -21,15 +21,15 @@ constexpr u32 CONTENTS_ROWS = 512;
 struct AreaContents {
     u32 serial = 0;  // of the sheet
     RefArea area;
-    u32 mask = 0;                // what counts: BlockMask and CONTENTS_ROWS
-    Array<SavedCell> cells;      // by row, then column
-    Array<RowInfo> rows;         // of the area's rows
-    Array<ColumnInfo> columns;   // of its columns
-    Array<SavedLink> links;      // hyperlinks that touch it, each with its place in the sheet's list
-    Array<ArrayEntry> arrays;    // the sheet's whole list
-    Array<RefArea> merges;       // likewise
-    Array<SavedRules> rules;     // likewise, of every sheet whose rules change
-    Array<TokenChange> tokens;   // of formulas elsewhere
+    u32 mask = 0;               // what counts: BlockMask and CONTENTS_ROWS
+    Array<SavedCell> cells;     // by row, then column
+    Array<RowInfo> rows;        // of the area's rows
+    Array<ColumnInfo> columns;  // of its columns
+    Array<SavedLink> links;     // hyperlinks that touch it, each with its place in the sheet's list
+    Array<ArrayEntry> arrays;   // the sheet's whole list
+    Array<RefArea> merges;      // likewise
+    Array<SavedRules> rules;    // likewise, of every sheet whose rules change
+    Array<TokenChange> tokens;  // of formulas elsewhere
 };
 
 // Starts empty contents for an area.

@@ -10,7 +10,8 @@ namespace tally {
 // Whether any target has a cell in an area.
 bool MeetsAny(std::span<const RefArea> targets, const RefArea& area);
 // The arrays and merged areas that lie beside all targets, into `after`.
-[[nodiscard]] bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets, AreaContents& after);
+[[nodiscard]] bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets,
+                                       AreaContents& after);
 
 // Of the hyperlinks that touch the area of `after`, copies of those that keep(number) chooses.
 template <typename Keep>

@@ -65,13 +65,26 @@ bool MakeBlankCells(Sheet& sheet, const RefArea& area) {
     });
 }
 
+// Blank cells that look as their columns do are as good as none.
+void DropPlainBlanks(Sheet& sheet, const RefArea& area) {
+    IgnoreFailure(VisitFormattedColumns(sheet, area, [&](i32 row, i32 column) {
+        u16 flags = 0, format = 0;
+        IgnoreFailure(GetColumnInfo(sheet.columns, column, flags, format));
+        CellPosition position;
+        if (!FindCell(sheet.cells, row, column, position)) return true;
+        const CellRecord& cell = CellAt(sheet.cells, position);
+        if (cell.calcState == CALC_BLANK && cell.format == format) RemoveCell(sheet.cells, position);
+        return true;
+    }));
+}
+
 bool ClearFormats(Sheet& sheet, const RefArea& area) {
     const u64 failures = FailedAllocations();
     const bool whole = IsWholeColumns(area);
-    const bool recorded =
-        RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS);
+    const bool recorded = RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS);
     if (!whole && !MakeBlankCells(sheet, area)) {
         if (recorded) DropLastUndo();
+        DropPlainBlanks(sheet, area);
         return FailedAllocations() != failures ? false : RefuseSize();
     }
     if (whole) ClearColumnFormats(sheet.columns, area);

@@ -23,8 +23,8 @@ struct Edit {
     i32 kind = 0;
     AreaMove move;
     RefArea lost;
-    bool rows = false;    // moves rows, else columns
-    bool whole = false;   // spans the sheet, so that the sizes go along
+    bool rows = false;   // moves rows, else columns
+    bool whole = false;  // spans the sheet, so that the sizes go along
     bool inserts = false;
 };
 
@@ -71,8 +71,9 @@ bool RemoveOnly(const Edit& edit, UndoRecord* record) {
     ShiftPlan plan;
     SavedRules made;
     plan.move = edit.move;
-    const bool good = SheetRulesWithout(sheet, std::span(&edit.lost, 1), made) && PrepareLinks(plan, edit.lost) &&
-                      plan.rules.Reserve(1) && (!record || record->contents.rules.Reserve(1));
+    const bool good = SheetRulesWithout(sheet, std::span(&edit.lost, 1), made) &&
+                      PrepareLinks(plan, edit.lost) && plan.rules.Reserve(1) &&
+                      (!record || record->contents.rules.Reserve(1));
     if (!good) {
         FreeSavedRules(made);
         return false;

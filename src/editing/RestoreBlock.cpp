@@ -86,6 +86,7 @@ bool AdjustTokens(const Restorer& run, const CellWay& way, FormulaTokens& tokens
     rebase.sourceBook = order.block->book;
     rebase.sourceSheet = order.block->sheet;
     rebase.targetBook = order.book;
+    rebase.targetSheet = order.sheet;
     rebase.area = run.whole;
     rebase.rowDelta = way.targetRow - PlaceOfRow(order, way.row);
     rebase.columnDelta = way.targetColumn - PlaceOfColumn(order, way.column);
@@ -207,7 +208,9 @@ bool RestoreColumns(Restorer& run) {
         for (const RefArea& t : run.order.targets)
             if (column >= t.firstColumn && column <= t.lastColumn) target = &t;
         i32 wanted = column;
-        if (target) wanted = run.whole.firstColumn + (column - TileOrigin(run.order, *target).firstColumn) % run.tileColumns;
+        if (target)
+            wanted =
+                run.whole.firstColumn + (column - TileOrigin(run.order, *target).firstColumn) % run.tileColumns;
         for (const ColumnInfo& info : target ? source : run.work.sheet.columns) {
             if (info.column != wanted) continue;
             ColumnInfo placed = info;
@@ -218,8 +221,7 @@ bool RestoreColumns(Restorer& run) {
             if (!run.work.after.columns.Append(placed)) return false;
             run.newFormats[column] = placed.format;
         }
-        if (target &&
-            (run.work.after.columns.IsEmpty() || run.work.after.columns.Last().column != column))
+        if (target && (run.work.after.columns.IsEmpty() || run.work.after.columns.Last().column != column))
             run.newFormats[column] = DEFAULT_CELL_FORMAT;
     }
     return true;

@@ -25,8 +25,8 @@ struct RestoreOrder {
     std::span<const u8> columnPlaces;
     i32 book = 0, sheet = 0;
     std::span<const RefArea> targets;  // one or more, multiples of the block's size where there is no origin
-    // The tiles of all targets are counted from its first cell, so that a target may show a part of one; null: each
-    // target has its own from its first cell on.
+    // The tiles of all targets are counted from its first cell, so that a target may show a part of one; null:
+    // each target has its own from its first cell on.
     const RefArea* origin = nullptr;
     i32 mode = PASTE_ALL;
     i32 operation = PASTE_NONE;

@@ -35,8 +35,8 @@ bool CutToTarget(const RefArea& target, bool whole, const TileArea& tile, RefAre
     if (firstRow > lastRow || firstColumn > lastColumn) return false;
     out = {static_cast<u16>(firstRow), static_cast<u16>(lastRow), static_cast<u8>(firstColumn),
            static_cast<u8>(lastColumn)};
-    return !whole || (firstRow == tile.firstRow && lastRow == tile.lastRow &&
-                      firstColumn == tile.firstColumn && lastColumn == tile.lastColumn);
+    return !whole || (firstRow == tile.firstRow && lastRow == tile.lastRow && firstColumn == tile.firstColumn &&
+                      lastColumn == tile.lastColumn);
 }
 
 // Whether a target behind that of number `own`, which a filter has made start inside it, takes a tile over.
@@ -111,7 +111,8 @@ bool AddRules(const RestoreOrder& order, const Array<Rule>& source, Array<Rule>&
     return true;
 }
 
-// The sheet's rules without the targets, and those of the block; `changes` tells whether there is any difference.
+// The sheet's rules without the targets, and those of the block; `changes` tells whether there is any
+// difference.
 template <typename Rule>
 bool MakeRules(const RestoreOrder& order, const Array<Rule>& old, const Array<Rule>& source, bool& changes,
                Array<Rule>& made) {
@@ -172,7 +173,8 @@ bool RestoreRules(const RestoreOrder& order, const Sheet& sheet, AreaContents& a
             MakeRules(order, sheet.conditionalFormats, block.formats, rules->hasFormats, rules->formats));
 }
 
-bool RestoreLinks(const RestoreOrder& order, const Sheet& sheet, std::span<const u8> drops, AreaContents& after) {
+bool RestoreLinks(const RestoreOrder& order, const Sheet& sheet, std::span<const u8> drops,
+                  AreaContents& after) {
     after.mask |= BLOCK_HYPERLINKS;
     Array<SavedLink>& links = after.links;
     const bool replaces = (order.mask & BLOCK_HYPERLINKS) != 0;

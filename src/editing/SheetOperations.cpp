@@ -224,7 +224,8 @@ bool PrepareRemoval(Removal& r) {
         return false;
     for (Sheet* sheet : BookAt(r.book)->sheets)
         if (sheet->index != r.sheet && !PrepareSheetRemoval(r, *sheet)) return false;
-    return PrepareNameRemoval(r) && CollectReaders(r.book, r.sheet, false, r.stale.formulas) && SaveRemovalState(r);
+    return PrepareNameRemoval(r) && CollectReaders(r.book, r.sheet, false, r.stale.formulas) &&
+           SaveRemovalState(r);
 }
 
 void DropRemoval(Removal& r) {

@@ -41,8 +41,7 @@ void FreeTokenChanges(Array<TokenChange>& changes) {
 }
 
 FormulaTokens& TokensOf(const TokenChange& change) {
-    return change.cell ? change.cell->tokens
-                       : BookAt(change.book)->names[static_cast<u32>(change.name)].tokens;
+    return change.cell ? change.cell->tokens : BookAt(change.book)->names[static_cast<u32>(change.name)].tokens;
 }
 
 bool ReserveMarks(Marks& marks, const Array<TokenChange>& changes) {

@@ -118,24 +118,15 @@ struct InverseRow {
 };
 // Kinds that are not here put their area back, as far as they have recorded one, and the view.
 constexpr InverseRow inverseRows[] = {
-    {UNDO_DELETE_ROWS, RestoreShift},
-    {UNDO_DELETE_COLUMNS, RestoreShift},
-    {UNDO_DELETE_WORKSHEET, ReturnSheet},
-    {UNDO_DELETE_CHART, ReturnSheet},
-    {UNDO_INSERT_CELLS, RestoreShift},
-    {UNDO_INSERT_ROWS, RestoreShift},
-    {UNDO_INSERT_COLUMNS, RestoreShift},
-    {UNDO_INSERT_WORKSHEET, DeleteAgain},
-    {UNDO_INSERT_CHART, DeleteAgain},
-    {UNDO_ADD_NAME, RestoreName},
-    {UNDO_CHANGE_NAME, RestoreName},
-    {UNDO_DELETE_NAME, RestoreName},
-    {UNDO_DELETE_MACRO_SHEET, ReturnSheet},
-    {UNDO_INSERT_MACRO_SHEET, DeleteAgain},
-    {UNDO_DELETE_CELLS, RestoreShift},
-    {UNDO_HIDE_SHEET, ShowAgain},
-    {UNDO_SHOW_SHEET, HideAgain},
-    {UNDO_MOVE_SHEET, MoveBack},
+    {UNDO_DELETE_ROWS, RestoreShift},       {UNDO_DELETE_COLUMNS, RestoreShift},
+    {UNDO_DELETE_WORKSHEET, ReturnSheet},   {UNDO_DELETE_CHART, ReturnSheet},
+    {UNDO_INSERT_CELLS, RestoreShift},      {UNDO_INSERT_ROWS, RestoreShift},
+    {UNDO_INSERT_COLUMNS, RestoreShift},    {UNDO_INSERT_WORKSHEET, DeleteAgain},
+    {UNDO_INSERT_CHART, DeleteAgain},       {UNDO_ADD_NAME, RestoreName},
+    {UNDO_CHANGE_NAME, RestoreName},        {UNDO_DELETE_NAME, RestoreName},
+    {UNDO_DELETE_MACRO_SHEET, ReturnSheet}, {UNDO_INSERT_MACRO_SHEET, DeleteAgain},
+    {UNDO_DELETE_CELLS, RestoreShift},      {UNDO_HIDE_SHEET, ShowAgain},
+    {UNDO_SHOW_SHEET, HideAgain},           {UNDO_MOVE_SHEET, MoveBack},
     {UNDO_COPY_SHEET, DeleteAgain},
 };
 

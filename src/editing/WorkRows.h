@@ -41,9 +41,9 @@ bool RefuseSize();
 // Records what stands there, unless the kind is below 0, and puts `after` in its place. False with nothing
 // changed when memory fails.
 [[nodiscard]] bool ReplaceArea(AreaContents& after, i32 undoKind, u32 undoMask);
-// The same for contents that a user's paste or fill has made: `good` tells whether that went well. The rows wait
-// to be fitted, `after` is released, and of too many cells the user is told; `failures` are the allocations that
-// had failed before.
+// The same for contents that a user's paste or fill has made: `good` tells whether that went well. The rows
+// wait to be fitted, `after` is released, and of too many cells the user is told; `failures` are the
+// allocations that had failed before.
 [[nodiscard]] bool FinishArea(AreaContents& after, bool good, u64 failures, i32 undoKind, u32 undoMask);
 
 }  // namespace tally

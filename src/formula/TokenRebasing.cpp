@@ -55,6 +55,11 @@ bool HasRelativePair(u8 nibble) {
     return (nibble & rows) == rows || (nibble & columns) == columns;
 }
 
+// Whether a reference goes along with the cells of the block that was cut.
+bool GoesAlong(const TokenRebase& rebase, const TokenReference& r) {
+    return rebase.mode == REBASE_CUT && LiesIn(r, rebase.area) && IsOnSource(r, rebase);
+}
+
 void RebasePosition(const TokenRebase& rebase, FormulaTokens& tokens, TokenReference& r) {
     const TokenReference before = r;
     constexpr u8 allFields = 15;
@@ -62,8 +67,7 @@ void RebasePosition(const TokenRebase& rebase, FormulaTokens& tokens, TokenRefer
         case REBASE_NOTHING: return;
         case REBASE_RELATIVE: Shift(r, rebase.rowDelta, rebase.columnDelta, r.nibble); break;
         case REBASE_CUT:
-            if (LiesIn(r, rebase.area) && IsOnSource(r, rebase))
-                Shift(r, rebase.rowDelta, rebase.columnDelta, allFields);
+            if (GoesAlong(rebase, r)) Shift(r, rebase.rowDelta, rebase.columnDelta, allFields);
             break;
         default:
             if (LiesIn(r, rebase.area) || HasRelativePair(r.nibble)) Transpose(r, rebase);
@@ -124,6 +128,15 @@ i32 CopyExternRow(const TokenRebase& rebase, i32 externIndex) {
     const i32 first = CopySheetName(link, to, row->firstSheet);
     const i32 last = CopySheetName(link, to, row->lastSheet);
     return first == -1 || last == -1 ? -1 : FindExternSheet(target, copy, first, last);
+}
+
+// The target book's row for the sheet that the block has gone to; -1 on failure.
+i32 RowOfTarget(const TokenRebase& rebase) {
+    ResolvedRef ref;
+    ref.book = ref.targetBook = rebase.targetBook;
+    ref.firstSheet = ref.lastSheet = rebase.targetSheet;
+    i32 row = -1;
+    return AddExternRef(ref, row) ? row : -1;
 }
 
 // ---- names ----------------------------------------------------------------------------------------
@@ -318,11 +331,19 @@ bool RebaseTokens(const TokenRebase& rebase, FormulaTokens& tokens) {
     for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
         TokenReference reference;
         const bool isReference = ReadReference(tokens, at, reference);
+        const bool named = isReference && reference.externIndex >= 0;
+        const bool goesAlong =
+            named && rebase.targetSheet >= 0 && !reference.relativeForm && GoesAlong(rebase, reference);
         if (isReference && !reference.relativeForm) RebasePosition(rebase, tokens, reference);
+        if (goesAlong) {
+            const i32 row = RowOfTarget(rebase);
+            if (row >= 0) PutU16(tokens.bytes + at + 1, static_cast<u32>(row));
+            continue;
+        }
         if (!otherBook) continue;
         if (FoldToken(tokens.bytes[at]) == ptgNameX && at + 5 <= tokens.length)
             RebaseLinkedName(rebase, tokens.bytes + at + 1);
-        if (!isReference || reference.externIndex < 0) continue;
+        if (!named) continue;
         const i32 row = CopyExternRow(rebase, reference.externIndex);
         if (row >= 0) PutU16(tokens.bytes + at + 1, static_cast<u32>(row));
     }

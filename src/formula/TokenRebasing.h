@@ -18,7 +18,8 @@ struct TokenRebase {
     i32 sourceBook = 0;
     i32 sourceSheet = 0;
     i32 targetBook = 0;
-    i32 rowDelta = 0;  // from a place in the source to that in the target
+    i32 targetSheet = -1;  // of a cut: what names the source sheet and goes along names this one; -1: no change
+    i32 rowDelta = 0;      // from a place in the source to that in the target
     i32 columnDelta = 0;
     RefArea area;  // the block that is copied or cut
 };

@@ -1,7 +1,7 @@
 #include "editing/Fill.h"
 
-#include "editing/PasteTargets.h"
 #include "editing/FillSeries.h"
+#include "editing/PasteTargets.h"
 #include "editing/Undo.h"
 #include "fileio/SaveFile.h"
 #include "formula/FormulaText.h"
@@ -245,6 +245,31 @@ TEST_F(Filling, RowsThatAFilterHidesStayAsTheyAre) {
     Select("A1", "A5");
     ASSERT_TRUE(FillDown(true));
     EXPECT_EQ(Shown("A2"), "1");
+}
+
+// A part of the target that a hidden column makes begin inside the source keeps to the source's columns.
+TEST_F(Filling, APartOfTheTargetTakesItsOwnColumnsOfTheSource) {
+    const char* names[] = {"A", "B", "C", "D"};
+    for (u32 i = 0; i < 4; ++i) Enter(std::string(names[i]) + "1", std::to_string(i + 1));
+    Sheet& sheet = *CurrentSheet();
+    ASSERT_TRUE(SetColumnInfo(sheet.columns, {1, COLUMN_HIDDEN, 2048, DEFAULT_CELL_FORMAT}));
+    Hyperlink* link = sheet.hyperlinks.AppendDefault();
+    ASSERT_TRUE(link && link->target.Assign(u"http://x"));
+    link->area = AreaOf("D1", "D1");
+    AddRule(sheet, {0, 0, 1, 2});
+    Select("A1", "D3");
+    sheet.filterState = FILTER_ADVANCED;
+    ASSERT_TRUE(FillDown(true));
+    EXPECT_EQ(Shown("A3"), "1");
+    EXPECT_EQ(CellAtName("B2"), nullptr);
+    EXPECT_EQ(Shown("C2"), "3");
+    EXPECT_EQ(Shown("D3"), "4");
+    ASSERT_EQ(sheet.hyperlinks.Count(), 3u);
+    EXPECT_EQ(sheet.hyperlinks[1].area, AreaOf("D2", "D2"));
+    EXPECT_EQ(sheet.hyperlinks[2].area, AreaOf("D3", "D3"));
+    EXPECT_TRUE(AnyRuleTouches(sheet.validations, AreaOf("C2", "C3")));
+    EXPECT_FALSE(AnyRuleTouches(sheet.validations, AreaOf("B2", "B3")));
+    EXPECT_FALSE(AnyRuleTouches(sheet.validations, AreaOf("D1", "D3")));
 }
 
 TEST_F(Filling, WhatReadsTheFilledCellsFollows) {

@@ -11,6 +11,7 @@
 #include "formula/Recalculation.h"
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
+#include "model/Formats.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/RandomBook.h"
@@ -454,7 +455,8 @@ bool FillAndEdit(int which) {
             i32 outcome = 0;
             return StoreEntry(target, u"=A1+B2", outcome);
         }
-        default: return ClearArea({2, 9, 1, 6}, CLEAR_ALL);
+        case 10: return ClearArea({2, 9, 1, 6}, CLEAR_ALL);
+        default: return ClearArea({2, 9, 1, 6}, CLEAR_FORMATS);
     }
 }
 
@@ -462,7 +464,7 @@ bool FillAndEdit(int which) {
 TEST_F(InsertAndDelete, EveryRefusedAllocationLeavesTheBookWhole) {
     int done = 0;
     LeaveNothing();
-    for (int which = 0; which < 11; ++which) {
+    for (int which = 0; which < 12; ++which) {
         for (const int way : {0, 1, 2, 3}) {
             const bool inUndo = way & 1, forEver = way & 2;
             // A fill that finds no memory at all stops where it is and keeps its record.
@@ -480,6 +482,11 @@ TEST_F(InsertAndDelete, EveryRefusedAllocationLeavesTheBookWhole) {
                         sheet->mergedAreas.Clear();
                         sheet->arrayFormulas.Clear();
                     }
+                    u16 look = 0;
+                    CellFormat format = ResolveCellFormat(*CurrentWorkbook(), DEFAULT_CELL_FORMAT);
+                    format.horizontal = 3;
+                    ASSERT_TRUE(FindOrAddCellFormat(*CurrentWorkbook(), format, look));
+                    ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, {4, 0, 3000, look}));
                     MarkAllStale();
                     const std::string before = DumpBooks();
                     bool good = false;

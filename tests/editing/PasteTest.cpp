@@ -291,7 +291,32 @@ TEST_F(Paste, ACutBlockKeepsItsOuterReferencesOnAnotherSheet) {
     ASSERT_TRUE(Cut("A1", "A2"));
     CurrentWorkbook()->currentSheet = 1;
     ASSERT_TRUE(PasteBlock(At("C3")));
-    EXPECT_EQ(Formula("C4").substr(0, 4), "=C3+");
+    EXPECT_EQ(Formula("C4"), "=C3+Sheet2!C3+Sheet2!B1");
+}
+
+// What names the block's own sheet and lies in the block names the new place; the rest stays.
+TEST_F(Paste, ACutBlockTakesTheNameOfItsSheetAlong) {
+    AddSheet();
+    CurrentWorkbook()->currentSheet = 0;
+    Enter("A1", "1");
+    Enter("A2", "=Sheet1!A1+SUM(Sheet1!A1:A2)+Sheet1!D9+A1");
+    ASSERT_TRUE(Cut("A1", "A2"));
+    CurrentWorkbook()->currentSheet = 1;
+    ASSERT_TRUE(PasteBlock(At("A1")));
+    EXPECT_EQ(Formula("A2"), "=Sheet2!A1+SUM(Sheet2!A1:A2)+Sheet1!D9+A1");
+    CurrentWorkbook()->currentSheet = 0;
+    ASSERT_TRUE(PasteBlock(At("B1")));
+    EXPECT_EQ(Formula("B2"), "=Sheet1!B1+SUM(Sheet1!B1:B2)+Sheet1!D9+B1");
+}
+
+TEST_F(Paste, ACutBlockTakesTheNameOfItsSheetIntoAnotherBook) {
+    Enter("A1", "1");
+    Enter("A2", "=Sheet1!A1+A1");
+    ASSERT_TRUE(Cut("A1", "A2"));
+    ASSERT_TRUE(CreateWorkbook(nullptr, true));
+    ASSERT_TRUE(PasteBlock(At("B3")));
+    EXPECT_EQ(Formula("B4"), "=Sheet1!B3+B3");
+    EXPECT_EQ(Shown("B4"), "2");
 }
 
 TEST_F(Paste, ReferencesToCutCellsGoAlongAndThoseToOverwrittenCellsAreLost) {

@@ -2,6 +2,7 @@
 
 #include "base/MessageTable.h"
 #include "editing/ClearArea.h"
+#include "editing/Fill.h"
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/StoreEntry.h"
@@ -242,7 +243,15 @@ bool ClearSome(std::mt19937& random, ClearMode mode) {
     return ClearArea(area, mode);
 }
 
+bool FillSome(std::mt19937& random) {
+    constexpr bool (*fills[])(bool) = {FillDown, FillRight, FillUp, FillLeft};
+    CurrentSheet()->view.selection = RandomArea(random);
+    const u32 before = UndoCount();
+    return fills[random() % 4](true) && UndoCount() > before;
+}
+
 const Operation operations[] = {
+    {"fill", FillSome},
     {"type", TypeAnything},
     {"insert rows", [](std::mt19937& r) { return InsertRowsOrCellsDown(WholeRows(RandomArea(r))); }},
     {"insert columns", [](std::mt19937& r) { return InsertColumnsOrCellsRight(WholeColumns(RandomArea(r))); }},
