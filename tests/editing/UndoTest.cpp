@@ -245,9 +245,15 @@ bool ClearSome(std::mt19937& random, ClearMode mode) {
 
 bool FillSome(std::mt19937& random) {
     constexpr bool (*fills[])(bool) = {FillDown, FillRight, FillUp, FillLeft};
-    CurrentSheet()->view.selection = RandomArea(random);
+    RefArea& selection = CurrentSheet()->view.selection;
+    const RefArea kept = selection;
+    selection = RandomArea(random);
     const u32 before = UndoCount();
-    return fills[random() % 4](true) && UndoCount() > before;
+    const bool good = fills[random() % 4](true) && UndoCount() > before;
+    // The record has the selection of the fill, which is not what is undone here.
+    selection = kept;
+    if (good) LastUndo()->view.view.selection = kept;
+    return good;
 }
 
 const Operation operations[] = {
