@@ -3,26 +3,81 @@
 #include "functions/Annuity.h"
 #include "functions/Arguments.h"
 #include "functions/Handlers.h"
+#include "functions/RootSearch.h"
 
 // Loans and annuities with equal payments, and the rate that they imply.
 
 namespace tally {
 
+namespace {
+
+using Wide = long double;
+
+// Powers of 1 + rate, and sums of them, with all their digits when the rate is small.
+Wide Growth(Wide rate, Wide periods) {
+    return rate > -1 ? std::exp(periods * std::log1p(rate)) : std::pow(1 + rate, periods);
+}
+// The value at the end of payments of 1 at the end of each period.
+Wide GrownPayments(Wide rate, Wide periods) {
+    if (rate == 0) return periods;
+    return (rate > -1 ? std::expm1(periods * std::log1p(rate)) : Growth(rate, periods) - 1) / rate;
+}
+Wide Due(Wide rate, double type) { return 1 + type * rate; }
+
+Wide WidePayment(double rate, double nper, double pv, double fv, double type) {
+    // By the values of today, which stay in range for a loan without an end.
+    const Wide back = Growth(rate, -nper);
+    if (rate > 0) return -(pv + fv * back) / (GrownPayments(rate, -nper) * -Due(rate, type));
+    return -(pv * Growth(rate, nper) + fv) / (GrownPayments(rate, nper) * Due(rate, type));
+}
+
+Wide WideFuture(double rate, double nper, Wide pmt, double pv, double type) {
+    const Wide payments = GrownPayments(rate, nper);
+    if (!std::isfinite(payments)) return payments;
+    return -(Due(rate, type) * pmt * payments + pv * Growth(rate, nper));
+}
+
+}  // namespace
+
 double PaymentCore(double rate, double nper, double pv, double fv, double type) {
-    const double t = std::pow(1 + rate, nper);
-    return -(t * pv + fv) / (((t - 1) / rate) * (type * rate + 1));
+    return static_cast<double>(WidePayment(rate, nper, pv, fv, type));
 }
 
 double FutureValueCore(double rate, double nper, double pmt, double pv, double type) {
-    if (rate == 0) return -(nper * pmt + pv);
-    const double t = std::pow(1 + rate, nper);
-    if (!std::isfinite(t)) return t;
-    return -((type * rate + 1) * (t - 1) * pmt / rate + t * pv);
+    return static_cast<double>(WideFuture(rate, nper, pmt, pv, type));
 }
 
 double InterestCore(double rate, double per, double nper, double pv, double fv, double type) {
-    const double payment = PaymentCore(rate, nper, pv, fv, type);
-    return FutureValueCore(rate, per - 1, payment, pv, type) - FutureValueCore(rate, per, payment, pv, type);
+    if (type != 0 && per == 1) return 0;
+    const Wide payment = WidePayment(rate, nper, pv, fv, type);
+    // Adding 0 takes the minus off a zero.
+    return static_cast<double>(WideFuture(rate, per - 1, payment, pv, type) * rate / Due(rate, type)) + 0.0;
+}
+
+PaymentSums SumPayments(double rate, double nper, double pv, i32 first, i32 last, double type) {
+    constexpr i32 ONE_BY_ONE = 1000;
+    const Wide payment = WidePayment(rate, nper, pv, 0, type);
+    const Wide count = static_cast<Wide>(last) - first + 1;
+    PaymentSums sums;
+    if (count <= ONE_BY_ONE) {
+        // The principal of a payment is what its share of the payments to come is worth before them.
+        const double force = std::log1p(rate);
+        Wide shares = 0;
+        for (i64 period = first; period <= last; ++period) {
+            const double left = nper - static_cast<double>(period) + 1;
+            if (type == 0 || period > 1) shares -= std::expm1(-left * force);
+        }
+        sums.interest = static_cast<double>(payment * shares);
+        sums.principal = static_cast<double>(payment * (count - shares));
+        return sums;
+    }
+    const auto balance = [&](double period) {
+        return period == 0 ? -Wide{pv} : WideFuture(rate, period, payment, pv, type) / Due(rate, type);
+    };
+    const Wide principal = balance(first - 1.0) - balance(last);
+    sums.principal = static_cast<double>(principal);
+    sums.interest = static_cast<double>(payment * count - principal);
+    return sums;
 }
 
 namespace {
@@ -54,20 +109,20 @@ bool AnnuityArguments(Value* arguments, Value& result, const EvalContext& contex
 
 Value FiniteNumber(double number) { return std::isfinite(number) ? NumberValue(number) : ErrorValue(ERR_NUM); }
 
-bool IsZero(double x) { return std::fabs(x) <= std::fmin(std::fabs(x), 0) * 1e-15; }
-
 struct RateSearch {
     double nper, pmt, pv, fv, type;
-    double operator()(double rate) const { return FutureValueCore(rate, nper, pmt, pv, type) - fv; }
+    double operator()(double rate) const {
+        return static_cast<double>(WideFuture(rate, nper, pmt, pv, type) - fv);
+    }
 };
 
 // The cases that need no search. True with the answer in `result`.
 bool RateAtOnce(const RateSearch& f, Value& result) {
     if (f.nper == 0) {
-        result = IsZero(f.pv + f.fv) ? NumberValue(0) : ErrorValue(ERR_NUM);
+        result = f.pv + f.fv == 0 ? NumberValue(0) : ErrorValue(ERR_NUM);
         return true;
     }
-    if (IsZero(f.nper * f.pmt + f.pv + f.fv)) {
+    if (f.nper * f.pmt + f.pv + f.fv == 0) {
         result = NumberValue(0);
         return true;
     }
@@ -76,44 +131,28 @@ bool RateAtOnce(const RateSearch& f, Value& result) {
             result = NumberValue(0);
             return true;
         }
-        if (f.pv / f.fv < 0) {
-            result = FiniteNumber(std::pow(-f.pv / f.fv, 1 / f.nper) - 1);
+        if (f.fv / f.pv < 0) {
+            result = FiniteNumber(std::expm1(std::log(-f.fv / f.pv) / f.nper));
             return true;
         }
     }
-    const double d = f.pv - f.type * f.pmt;
-    if (!IsZero(f.pv + f.fv) || d == 0) return false;
-    result = FiniteNumber(f.pmt / d);
+    const double d = f.pv + f.type * f.pmt;
+    if (f.pv + f.fv != 0 || d == 0) return false;
+    result = FiniteNumber(-f.pmt / d);
     return true;
 }
 
-// Bisection between 0 and the first place where the sign is another.
+// Between 0 and the first place where the sign is another.
 Value SearchRate(const RateSearch& f, double guess) {
-    constexpr i32 ROUNDS = 25;
-    constexpr double STEP_LIMIT = 1e-7;
-    const double atGuess = f(guess);
-    if (IsZero(atGuess)) return NumberValue(guess);
     const double atZero = f(0);
-    const auto opposite = [&](double y) { return (atZero < 0 && y > 0) || (atZero > 0 && y < 0); };
-    double far = guess;
-    if (!opposite(atGuess)) {
-        far = 0;
-        for (double end : {1.0, -1.0, 2.0, -2.0}) {
-            if (!opposite(f(end))) continue;
-            far = end;
-            break;
-        }
-        if (far == 0) return ErrorValue(ERR_NUM);
+    double far = guess, atFar = f(guess);
+    const auto opposite = [&] { return (atZero < 0 && atFar >= 0) || (atZero > 0 && atFar <= 0); };
+    for (double end : {1.0, -1.0, 2.0, 10.0, -0.5, -0.99, 100.0, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, -2.0}) {
+        if (opposite()) break;
+        far = end;
+        atFar = f(end);
     }
-    double x = far / 2, step = far / 2;
-    for (i32 round = 0; round < ROUNDS; ++round) {
-        const double y = f(x);
-        if (IsZero(y)) return NumberValue(x);
-        step /= 2;
-        if (std::fabs(step) < STEP_LIMIT) return NumberValue(x);
-        x += opposite(y) ? -step : step;
-    }
-    return ErrorValue(ERR_NUM);
+    return opposite() ? FiniteNumber(RootBetween(0, atZero, far, atFar, f)) : ErrorValue(ERR_NUM);
 }
 
 // The payment of a period and the part of it that InterestCore gives. False with the error in `result`.
@@ -149,9 +188,8 @@ void CallPv(Value* arguments, Value& result, const EvalContext& context) {
     Annuity a;
     if (!AnnuityArguments(arguments, result, context, 4, 3, a)) return;
     const double rate = a.number[0], nper = a.number[1], pmt = a.number[2], fv = a.number[3];
-    const double t = std::pow(1 + rate, nper);
-    result =
-        FiniteNumber(rate == 0 ? -(nper * pmt + fv) : -((a.type * rate + 1) * (t - 1) * pmt / rate + fv) / t);
+    result = FiniteNumber(
+        static_cast<double>(Due(rate, a.type) * pmt * GrownPayments(rate, -nper) - fv * Growth(rate, -nper)));
 }
 
 void CallNper(Value* arguments, Value& result, const EvalContext& context) {
@@ -159,8 +197,8 @@ void CallNper(Value* arguments, Value& result, const EvalContext& context) {
     if (!AnnuityArguments(arguments, result, context, 4, 3, a)) return;
     const double rate = a.number[0], pmt = a.number[1], pv = a.number[2], fv = a.number[3];
     const double due = pmt * (a.type * rate + 1);
-    result = FiniteNumber(rate == 0 ? -(pv + fv) / pmt
-                                    : std::log((due - fv * rate) / (due + pv * rate)) / std::log(1 + rate));
+    const double part = -rate * (pv + fv) / (due + pv * rate);
+    result = FiniteNumber(rate == 0 ? -(pv + fv) / pmt : std::log1p(part) / std::log1p(rate));
 }
 
 void CallIpmt(Value* arguments, Value& result, const EvalContext& context) {

@@ -21,21 +21,8 @@ constexpr Base HEXADECIMAL{16, i64{1} << 39};
 
 i64 Signed(i64 number, const Base& base) { return number >= base.half ? number - 2 * base.half : number; }
 
-// The digits of binary and octal numbers are the decimal digits of the argument as a number.
-i64 ReadDecimalDigits(ArgumentReader& in, const Base& base) {
-    constexpr double ABOVE = 1e10;
-    const double given = std::trunc(in.Number());
-    in.Require(given >= 0 && given < ABOVE);
-    if (!in.inside) return 0;
-    i64 number = 0, worth = 1;
-    for (i64 rest = static_cast<i64>(given); rest; rest /= 10, worth *= base.radix) {
-        in.Require(rest % 10 < base.radix);
-        number += rest % 10 * worth;
-    }
-    return Signed(number, base);
-}
-
-i64 ReadHexadecimal(ArgumentReader& in) {
+// A text of digits, or a number by the digits that it shows. Nothing is 0.
+i64 ReadDigits(ArgumentReader& in, const Base& base) {
     const WideView text = in.Text();
     in.Require(text.size() <= MOST_DIGITS);
     i64 number = 0;
@@ -43,11 +30,11 @@ i64 ReadHexadecimal(ArgumentReader& in) {
         const char16_t letter = text[i] | u' ';
         const i32 digit = text[i] >= u'0' && text[i] <= u'9' ? text[i] - u'0'
                           : letter >= u'a' && letter <= u'f' ? letter - u'a' + 10
-                                                             : HEXADECIMAL.radix;
-        in.Require(digit < HEXADECIMAL.radix);
-        number = number * HEXADECIMAL.radix + digit;
+                                                             : base.radix;
+        in.Require(digit < base.radix);
+        number = number * base.radix + digit;
     }
-    return Signed(number, HEXADECIMAL);
+    return Signed(number, base);
 }
 
 // A number too large for any base is outside of all of them.
@@ -57,16 +44,22 @@ i64 ReadDecimal(ArgumentReader& in) {
     return in.inside ? static_cast<i64>(number) : 0;
 }
 
-// The number with zeros in front up to the places of the next argument; all ten when it is negative.
+// The number with zeros in front up to the places of the next argument; all ten when it is negative. Too few
+// places are outside the domain.
 void WriteDigits(ArgumentReader& in, i64 number, const Base& base) {
-    const i32 places = in.IntegerOr(0);
-    in.Require(places >= 0 && places <= MOST_DIGITS);
+    const bool free = IsMissing(in.arguments[in.next]);
+    const i32 places = in.IntegerOr(1);
+    in.Require(places >= 1 && places <= MOST_DIGITS);
     in.Require(number >= -base.half && number < base.half);
     if (!in.Done()) return;
     char16_t text[MOST_DIGITS];
     i32 at = MOST_DIGITS;
     for (i64 rest = number < 0 ? number + 2 * base.half : number; rest || at == MOST_DIGITS; rest /= base.radix)
         text[--at] = u"0123456789ABCDEF"[rest % base.radix];
+    if (!free && number >= 0 && MOST_DIGITS - at > places) {
+        in.result = ErrorValue(ERR_NUM);
+        return;
+    }
     while (MOST_DIGITS - at < places) text[--at] = u'0';
     in.result = TextValue({text + at, static_cast<std::size_t>(MOST_DIGITS - at)});
 }
@@ -79,17 +72,17 @@ void WriteDecimal(ArgumentReader& in, i64 number) {
 
 void CallBin2dec(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDecimal(in, ReadDecimalDigits(in, BINARY));
+    WriteDecimal(in, ReadDigits(in, BINARY));
 }
 
 void CallBin2hex(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDigits(in, ReadDecimalDigits(in, BINARY), HEXADECIMAL);
+    WriteDigits(in, ReadDigits(in, BINARY), HEXADECIMAL);
 }
 
 void CallBin2oct(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDigits(in, ReadDecimalDigits(in, BINARY), OCTAL);
+    WriteDigits(in, ReadDigits(in, BINARY), OCTAL);
 }
 
 void CallDec2bin(Value* arguments, Value& result, const EvalContext& context) {
@@ -109,32 +102,32 @@ void CallDec2oct(Value* arguments, Value& result, const EvalContext& context) {
 
 void CallHex2bin(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDigits(in, ReadHexadecimal(in), BINARY);
+    WriteDigits(in, ReadDigits(in, HEXADECIMAL), BINARY);
 }
 
 void CallHex2dec(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDecimal(in, ReadHexadecimal(in));
+    WriteDecimal(in, ReadDigits(in, HEXADECIMAL));
 }
 
 void CallHex2oct(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDigits(in, ReadHexadecimal(in), OCTAL);
+    WriteDigits(in, ReadDigits(in, HEXADECIMAL), OCTAL);
 }
 
 void CallOct2bin(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDigits(in, ReadDecimalDigits(in, OCTAL), BINARY);
+    WriteDigits(in, ReadDigits(in, OCTAL), BINARY);
 }
 
 void CallOct2dec(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDecimal(in, ReadDecimalDigits(in, OCTAL));
+    WriteDecimal(in, ReadDigits(in, OCTAL));
 }
 
 void CallOct2hex(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
-    WriteDigits(in, ReadDecimalDigits(in, OCTAL), HEXADECIMAL);
+    WriteDigits(in, ReadDigits(in, OCTAL), HEXADECIMAL);
 }
 
 }  // namespace tally

@@ -129,7 +129,7 @@ void CallYield(Value* arguments, Value& result, const EvalContext& context) {
         result = NumberValue(LastPeriodYield(bond, place));
         return;
     }
-    result = SolveYield(bond.second, [&](double yield) {
+    result = SolveYield(bond.second, bond.frequency, [&](double yield) {
         return PriceCore(place, bond.rate, yield, bond.redemption, bond.frequency);
     });
 }

@@ -31,7 +31,10 @@ DateParts PartsOf(i32 serial) {
 template <typename Part>
 void PartOfDate(Value* arguments, Value& result, const EvalContext& context, Part part) {
     i32 serial = 0;
-    if (DateArgument(arguments[0], result, context, serial)) result = NumberValue(PartsOf(serial).*part);
+    if (!DateArgument(arguments[0], result, context, serial)) return;
+    // A time alone stands on the day before the first of January 1900, which belongs to that month.
+    const DateParts parts = serial == 0 ? DateParts{1900, 1, 0} : PartsOf(serial);
+    result = serial < 0 ? ErrorValue(ERR_NUM) : NumberValue(parts.*part);
 }
 
 void PartOfTime(Value* arguments, Value& result, const EvalContext& context, i32 which) {
@@ -90,11 +93,14 @@ bool TakeHoliday(const VisitedValue& visited, void* state) {
     Holidays& holidays = *static_cast<Holidays*>(state);
     if (visited.value->type == VT_EMPTY) return true;
     Value result;
-    Value value = *visited.value;  // a number owns nothing
+    Value value;
+    CopyValue(value, *visited.value);
+    if (value.type == VT_STRING) CoerceValue(value, VT_NUMBER, holidays.context);
     i32 serial = 0;
     if (value.type != VT_NUMBER) holidays.error = ERR_VALUE;
     else if (!DateArgument(value, result, holidays.context, serial)) holidays.error = result.error;
     else if (!holidays.days.Append(serial)) holidays.error = ERR_NA;
+    FreeValue(value);
     return holidays.error < 0;
 }
 
@@ -152,8 +158,10 @@ void CallDate(Value* arguments, Value& result, const EvalContext& context) {
 
 void CallTime(Value* arguments, Value& result, const EvalContext& context) {
     i32 hour = 0, minute = 0, second = 0;
-    if (ThreeIntegers(arguments, result, context, hour, minute, second))
-        result = NumberValue(TimeToSerial(hour, minute, second, 0));
+    if (!ThreeIntegers(arguments, result, context, hour, minute, second)) return;
+    const double serial = TimeToSerial(hour, minute, second, 0);
+    // Whole days fall away.
+    result = serial < 0 ? ErrorValue(ERR_NUM) : NumberValue(serial - std::floor(serial));
 }
 
 void CallDatevalue(Value* arguments, Value& result, const EvalContext& context) {

@@ -42,24 +42,19 @@ struct Declining {
     }
 };
 
-// The sum of the amounts of the years first to last (counted from 1), each not below `straight`.
-// False when there are too many.
-bool SumYears(Declining asset, double first, double last, double straight, double& sum) {
+// What is lost between two moments of a life. When `straight` is set a year takes its even share of what is
+// left of the worth and of the life as soon as that is more. False when there are too many years.
+bool SumYears(Declining asset, double life, double start, double end, bool straight, double& sum) {
     sum = 0;
-    if (last < first) return true;
-    asset.Pass(first - 1);
-    for (i32 i = 0; i < MAX_YEARS; ++i) {
-        if (first + i > last) return true;
-        const double amount = asset.Amount();
-        const double counted = amount <= straight ? straight : amount;
-        if (amount == 0) {
-            sum += counted * (last - (first + i) + 1);
-            return true;
-        }
-        sum += counted;
+    for (i32 year = 0; year < MAX_YEARS && year < end; ++year) {
+        double amount = asset.Amount();
+        if (straight) amount = std::fmax(amount, (asset.left - asset.salvage) / (life - year));
+        if (amount == 0) return true;
+        const double share = std::fmin(end, year + 1.0) - std::fmax(start, year);
+        if (share > 0) sum += share * amount;
         asset.left -= amount;
     }
-    return first + MAX_YEARS > last;
+    return end <= MAX_YEARS;
 }
 
 }  // namespace
@@ -88,7 +83,7 @@ void CallDb(Value* arguments, Value& result, const EvalContext& context) {
     if (!IntegerArgument(arguments[3], result, context, period)) return;
     if (!OptionalInteger(arguments[4], result, context, 12, month)) return;
     const double cost = x[0], salvage = x[1], life = x[2];
-    if (life == 0) {
+    if (life == 0 || period < 1) {
         result = ErrorValue(ERR_NUM);
         return;
     }
@@ -108,22 +103,24 @@ void CallDb(Value* arguments, Value& result, const EvalContext& context) {
         }
         total += amount;
     }
-    const bool last = period >= life && (period > life || month >= 12);
-    result = NumberValue(last ? (cost - total) * (12.0 - month) * k / 12 : (cost - total) * k);
+    // Behind the years of life comes what the first one left of a year.
+    result = NumberValue(period > life ? (cost - total) * (12.0 - month) * k / 12 : (cost - total) * k);
 }
 
 void CallDdb(Value* arguments, Value& result, const EvalContext& context) {
-    double x[3] = {}, factor = 0;
-    i32 period = 0;
-    if (!Numbers(arguments, 3, result, context, x)) return;
-    if (!IntegerArgument(arguments[3], result, context, period)) return;
+    double x[4] = {}, factor = 0;
+    if (!Numbers(arguments, 4, result, context, x)) return;
     if (!OptionalNumber(arguments[4], result, context, 2, factor)) return;
-    if (x[2] == 0) {
+    const double life = x[2], period = x[3];
+    if (!(period >= 1 && period <= life)) {
         result = ErrorValue(ERR_NUM);
         return;
     }
-    Declining asset{x[1], factor / x[2], x[0]};
-    asset.Pass(period - 1.0);
+    Declining asset{x[1], factor / life, x[0]};
+    asset.Pass(std::floor(period - 1));
+    // A part of a year takes the same part of the decline, as long as that does not end.
+    const double part = period - std::floor(period);
+    if (part > 0) asset.left = std::fmax(asset.left * std::pow(1 - asset.part, part), asset.salvage);
     result = NumberValue(asset.Amount());
 }
 
@@ -134,25 +131,12 @@ void CallVdb(Value* arguments, Value& result, const EvalContext& context) {
     if (!OptionalNumber(arguments[5], result, context, 2, factor)) return;
     if (!OptionalBool(arguments[6], result, context, false, noSwitch)) return;
     const double cost = x[0], salvage = x[1], life = x[2], start = x[3], end = x[4];
-    if (life == 0 || start > end || start < 0) {
+    if (!(start >= 0 && start <= end && end <= life && life > 0)) {
         result = ErrorValue(ERR_NUM);
         return;
     }
-    if (start == end) {
-        result = NumberValue(0);
-        return;
-    }
-    const Declining asset{salvage, factor / life, cost};
-    const double straight = noSwitch ? -INFINITY : (cost - salvage) / life;
-    const double i = std::trunc(start), j = std::trunc(end);
-    double first = 0, whole = 0, last = 0;
-    bool done = SumYears(asset, i + 1, i + 1, straight, first) && SumYears(asset, j + 1, j + 1, straight, last);
-    if (i == j) {
-        result = NumberValue((end - start) * first);
-        return;
-    }
-    done = done && SumYears(asset, i + 2, j, straight, whole);
-    const double sum = (i + 1 - start) * first + whole + (end - j) * last;
+    double sum = 0;
+    const bool done = SumYears({salvage, factor / life, cost}, life, start, end, !noSwitch, sum);
     result = done ? NumberValue(sum) : ErrorValue(ERR_NUM);
 }
 

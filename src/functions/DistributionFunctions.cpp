@@ -13,8 +13,6 @@ namespace {
 constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 constexpr double MAX_FREEDOM = 1e11;
 constexpr double MAX_DENSITY_ALPHA = 171;
-constexpr i32 MAX_ROUNDS = 100;
-constexpr double CLOSE_ENOUGH = 3e-7;
 
 Value NumberOrError(double x) { return std::isfinite(x) ? NumberValue(x) : ErrorValue(ERR_NUM); }
 
@@ -44,22 +42,6 @@ void OfNumbersAndFlag(Value* arguments, Value& result, const EvalContext& contex
 }
 
 bool IsShare(double p) { return p >= 0 && p <= 1; }
-
-// Newton's steps without a bracket, driven by central differences that halve; `stretch` scales the step.
-// It ends close to p, not at its last digit, or without a result.
-template <typename Function>
-Value NewtonInverse(double start, double p, double stretch, Function function) {
-    double x = start, h = 1;
-    for (i32 round = 0; round < MAX_ROUNDS; ++round, h /= 2) {
-        const double f = function(x) - p;
-        if (std::fabs(f) < CLOSE_ENOUGH) return NumberOrError(x);
-        const double a = function(x - h), b = function(x + h);
-        if (a == b) break;
-        x -= stretch * f * h / (b - a);
-        if (!std::isfinite(x)) break;
-    }
-    return ErrorValue(ERR_NA);
-}
 
 bool IsFreedom(double freedom) { return freedom >= 1 && freedom < MAX_FREEDOM; }
 
@@ -146,11 +128,9 @@ void CallGammadist(Value* arguments, Value& result, const EvalContext& context) 
     });
 }
 void CallGammainv(Value* arguments, Value& result, const EvalContext& context) {
-    double x[3];
-    if (!Numbers(arguments, result, context, 3, x)) return;
-    result = ErrorValue(ERR_NUM);
-    if (!(IsShare(x[0]) && x[1] > 0 && x[2] > 0)) return;
-    result = NewtonInverse(2 * x[1], x[0], 2, [&](double at) { return IncompleteGammaP(at / x[2], x[1]); });
+    OfNumbers<3>(arguments, result, context, [](double* x) {
+        return IsShare(x[0]) && x[1] > 0 && x[2] > 0 ? x[2] * InverseGammaP(x[0], x[1]) : NOT_A_NUMBER;
+    });
 }
 void CallChidist(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<2>(arguments, result, context, [](double* x) {
@@ -185,12 +165,12 @@ void CallTdist(Value* arguments, Value& result, const EvalContext& context) {
     });
 }
 void CallTinv(Value* arguments, Value& result, const EvalContext& context) {
-    double x[2];
-    if (!Numbers(arguments, result, context, 2, x)) return;
-    const double freedom = std::trunc(x[1]);
-    result = ErrorValue(ERR_NUM);
-    if (IsShare(x[0]) && IsFreedom(freedom))
-        result = NewtonInverse(1, x[0], 1, [=](double at) { return 2 * StudentTail(at, freedom); });
+    OfNumbers<2>(arguments, result, context, [](double* x) {
+        const double freedom = std::trunc(x[1]);
+        if (!(IsShare(x[0]) && IsFreedom(freedom))) return NOT_A_NUMBER;
+        // The square over the freedom is the odds of a beta distribution.
+        return std::sqrt(freedom * InverseBetaOdds(1 - x[0], x[0], 0.5, freedom / 2));
+    });
 }
 void CallFdist(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<3>(arguments, result, context, [](double* x) {
@@ -200,12 +180,11 @@ void CallFdist(Value* arguments, Value& result, const EvalContext& context) {
     });
 }
 void CallFinv(Value* arguments, Value& result, const EvalContext& context) {
-    double x[3];
-    if (!Numbers(arguments, result, context, 3, x)) return;
-    const double freedom1 = std::trunc(x[1]), freedom2 = std::trunc(x[2]);
-    result = ErrorValue(ERR_NUM);
-    if (IsShare(x[0]) && IsFreedom(freedom1) && IsFreedom(freedom2))
-        result = NewtonInverse(1, x[0], 1, [=](double at) { return FisherTail(at, freedom1, freedom2); });
+    OfNumbers<3>(arguments, result, context, [](double* x) {
+        const double freedom1 = std::trunc(x[1]), freedom2 = std::trunc(x[2]);
+        if (!(IsShare(x[0]) && IsFreedom(freedom1) && IsFreedom(freedom2))) return NOT_A_NUMBER;
+        return InverseBetaOdds(1 - x[0], x[0], freedom1 / 2, freedom2 / 2) * (freedom2 / freedom1);
+    });
 }
 
 }  // namespace tally

@@ -29,7 +29,7 @@ double ErrorFunctionNear(double from, double to) {
     };
     // Beyond it the function has nothing left that a double holds.
     constexpr double END = 40;
-    if (from > END) return 0;
+    if (std::fabs(from) > END) return 0;
     const long double start = from, end = to;
     const long double middle = (start + end) / 2, half = (end - start) / 2;
     const auto height = [&](long double offset) { return std::exp(-offset * (2 * middle + offset)); };
@@ -44,6 +44,7 @@ double ErrorFunctionBetween(double from, double to) {
     constexpr double NEAR = 0.25;
     if (std::fabs(to - from) < NEAR) return ErrorFunctionNear(from, to);
     const long double start = from, end = to;
+    if (from < -0.5 && to < -0.5) return ErrorFunctionBetween(-to, -from);
     const bool inTail = from > 0.5 && to > 0.5;
     return static_cast<double>(inTail ? std::erfc(start) - std::erfc(end) : std::erf(end) - std::erf(start));
 }
@@ -95,14 +96,12 @@ void CallErf(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
     const bool toValue = IsMissing(arguments[1]);
     const double a = in.Number(), b = in.NumberOr(0);
-    in.Require(a >= 0 && b >= 0);
     if (in.Done()) result = NumberValue(toValue ? std::erf(a) : ErrorFunctionBetween(a, b));
 }
 
 void CallErfc(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
     const double x = in.Number();
-    in.Require(x >= 0);
     if (in.Done()) result = NumberValue(std::erfc(x));
 }
 

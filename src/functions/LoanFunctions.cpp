@@ -10,15 +10,10 @@
 namespace tally {
 namespace {
 
-// The longest walk through the periods of a loan or a depreciation.
+// The longest walk through the periods of a depreciation.
 constexpr i32 MAX_PERIODS = 100000;
 
-// The payment of a loan and the two parts of it, summed over a range of periods.
-struct LoanRange {
-    double interest = 0;
-    double principal = 0;
-};
-bool ReadLoanRange(Value* arguments, Value& result, const EvalContext& context, LoanRange& out) {
+bool ReadLoanRange(Value* arguments, Value& result, const EvalContext& context, PaymentSums& out) {
     ArgumentReader in{arguments, result, context};
     const double rate = in.Number();
     const i32 nper = in.Integer();
@@ -27,24 +22,7 @@ bool ReadLoanRange(Value* arguments, Value& result, const EvalContext& context, 
     in.Require(rate > 0 && nper > 0 && pv > 0 && start >= 1 && start <= end && end <= nper);
     in.Require(type == 0 || type == 1);
     if (!in.Done()) return false;
-    const double payment = PaymentCore(rate, nper, pv, 0, type);
-    const auto balance = [&](i64 period) {
-        return FutureValueCore(rate, static_cast<double>(period), payment, pv, type);
-    };
-    const double periods = static_cast<double>(end) - start + 1;
-    double before = balance(i64{start} - 1);
-    if (periods > MAX_PERIODS) {
-        // The interest of a period is the fall of the future value: the falls of a range are one fall.
-        out.interest = before - balance(end);
-        out.principal = payment * periods - out.interest;
-        return true;
-    }
-    for (i64 period = start; period <= end; ++period) {
-        const double after = balance(period);
-        out.interest += before - after;
-        out.principal += payment - (before - after);
-        before = after;
-    }
+    out = SumPayments(rate, nper, pv, start, end, type);
     return true;
 }
 
@@ -141,12 +119,12 @@ bool TakeRate(const VisitedValue& visited, void* state) {
 }  // namespace
 
 void CallCumipmt(Value* arguments, Value& result, const EvalContext& context) {
-    LoanRange range;
+    PaymentSums range;
     if (ReadLoanRange(arguments, result, context, range)) result = NumberValue(range.interest);
 }
 
 void CallCumprinc(Value* arguments, Value& result, const EvalContext& context) {
-    LoanRange range;
+    PaymentSums range;
     if (ReadLoanRange(arguments, result, context, range)) result = NumberValue(range.principal);
 }
 

@@ -4,6 +4,7 @@
 #include "display/NumberFormatter.h"
 #include "functions/Arguments.h"
 #include "functions/Handlers.h"
+#include "functions/RoundDigits.h"
 
 namespace tally {
 namespace {
@@ -34,11 +35,11 @@ double Product(double from, double step) {
 
 bool SignsDiffer(double x, double s) { return (x < 0 && s > 0) || (x > 0 && s < 0); }
 
-// Truncation through a 32-bit integer.
-bool Truncated(double value, double& out) {
-    if (!(value > -2147483649.0 && value < 2147483648.0)) return false;
-    out = std::trunc(value);
-    return true;
+// The multiple of s that `whole` finds in the quotient; a quotient that is whole but for its last bits is.
+double Multiple(double x, double s, double (*whole)(double)) {
+    const double quotient = x / s, nearest = std::nearbyint(quotient);
+    const bool near = std::fabs(quotient - nearest) <= std::fabs(quotient) * 1e-15;
+    return s * (near ? nearest : whole(quotient));
 }
 
 }  // namespace
@@ -148,14 +149,15 @@ void CallMod(Value* arguments, Value& result, const EvalContext& context) {
 void CallCeiling(Value* arguments, Value& result, const EvalContext& context) {
     TwoNumberFunction(arguments, result, context, [](double x, double s) {
         if (SignsDiffer(x, s)) return ErrorValue(ERR_NUM);
-        return s == 0 ? NumberValue(0) : NumberValue(s * std::ceil(x / s));
+        return s == 0 ? NumberValue(0) : NumberValue(Multiple(x, s, std::ceil));
     });
 }
 
 void CallFloor(Value* arguments, Value& result, const EvalContext& context) {
     TwoNumberFunction(arguments, result, context, [](double x, double s) {
         if (SignsDiffer(x, s)) return ErrorValue(ERR_NUM);
-        return s == 0 ? ErrorValue(ERR_DIV0) : NumberValue(s * std::floor(x / s));
+        if (s == 0) return x == 0 ? NumberValue(0) : ErrorValue(ERR_DIV0);
+        return NumberValue(Multiple(x, s, std::floor));
     });
 }
 
@@ -168,9 +170,7 @@ void CallMround(Value* arguments, Value& result, const EvalContext& context) {
 
 void CallQuotient(Value* arguments, Value& result, const EvalContext& context) {
     TwoNumberFunction(arguments, result, context, [](double a, double b) {
-        double quotient = 0;
-        if (b == 0) return ErrorValue(ERR_DIV0);
-        return Truncated(a / b, quotient) ? NumberValue(quotient) : ErrorValue(ERR_NUM);
+        return b == 0 ? ErrorValue(ERR_DIV0) : NumberValue(std::trunc(a / b));
     });
 }
 
@@ -210,15 +210,13 @@ void CallLog(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallTrunc(Value* arguments, Value& result, const EvalContext& context) {
-    double x = 0, digits = 0, whole = 0;
+    double x = 0, digits = 0;
     if (!NumberArgument(arguments[0], result, context, x) ||
         !OptionalNumber(arguments[1], result, context, 0, digits))
         return;
-    const double power = std::pow(10.0, std::trunc(digits));
-    // What no 32-bit integer holds is cut in the double itself.
-    const double scaled = x * power;
-    if (!Truncated(scaled, whole)) whole = std::trunc(scaled);
-    result = NumberValue(whole / power);
+    // Behind the point the printed digits are cut, so that 4.35 keeps both of them.
+    result =
+        NumberValue(std::trunc(digits) != 0 ? RoundDigits(x, std::trunc(digits), ROUND_DOWN) : std::trunc(x));
 }
 
 }  // namespace tally

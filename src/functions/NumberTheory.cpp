@@ -45,8 +45,12 @@ double NextRandom() {
         randomState.seeded = true;
         randomState.state = Platform().clockSeconds();
     }
-    randomState.state = randomState.state * 214013u + 2531011u;
-    return (randomState.state >> 16 & 0x7FFF) * 3.0517578125e-5;
+    // SplitMix64: a counter that a hash spreads over all 64 bits, of which 53 make a double.
+    randomState.state += 0x9E3779B97F4A7C15u;
+    u64 bits = randomState.state;
+    bits = (bits ^ bits >> 30) * 0xBF58476D1CE4E5B9u;
+    bits = (bits ^ bits >> 27) * 0x94D049BB133111EBu;
+    return static_cast<double>((bits ^ bits >> 31) >> 11) * 0x1p-53;
 }
 
 void CallRand(Value* arguments, Value& result, const EvalContext& context) {

@@ -95,7 +95,8 @@ void CallOddfprice(Value* arguments, Value& result, const EvalContext& context) 
 void CallOddfyield(Value* arguments, Value& result, const EvalContext& context) {
     OddFirstArguments a;
     if (ReadOddFirst(arguments, result, context, true, a))
-        result = SolveYield(a.second, [&](double yield) { return OddFirstPrice(a.bond, yield); });
+        result =
+            SolveYield(a.second, a.bond.frequency, [&](double yield) { return OddFirstPrice(a.bond, yield); });
 }
 
 void CallOddlprice(Value* arguments, Value& result, const EvalContext& context) {

@@ -46,20 +46,33 @@ Value Median(Array<double>& values) {
     return NumberValue(values.Count() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2);
 }
 
+// Of values that stand there equally often it is the one that comes first.
 Value Mode(Array<double>& values) {
-    Sort(values);
-    u32 longest = 1;
-    double mode = 0;
-    for (u32 i = 0; i < values.Count();) {
-        u32 end = i + 1;
-        while (end < values.Count() && values[end] == values[i]) ++end;
-        if (end - i > longest) {
-            longest = end - i;
-            mode = values[i];
-        }
-        i = end;
+    Array<double> sorted;
+    if (!sorted.AppendMany(values.Data(), values.Count())) return ErrorValue(ERR_NA);
+    Sort(sorted);
+    std::ptrdiff_t longest = 1;
+    for (const double* at = sorted.begin(); at != sorted.end();) {
+        const double* end = std::upper_bound(at, static_cast<const double*>(sorted.end()), *at);
+        longest = std::max(longest, end - at);
+        at = end;
     }
-    return longest == 1 ? ErrorValue(ERR_NA) : NumberValue(mode);
+    for (double x : values) {
+        const auto [first, last] = std::equal_range(sorted.begin(), sorted.end(), x);
+        if (longest > 1 && last - first == longest) return NumberValue(x);
+    }
+    return ErrorValue(ERR_NA);
+}
+
+// Texts that are given to MODE by themselves are not read as numbers. False with the error in `result`.
+bool NoTextsAlone(Value* arguments, Value& result) {
+    for (i32 i = 0; i < MAX_ARGUMENTS; ++i) {
+        const Value& argument = arguments[i];
+        if (argument.type != VT_ERROR && argument.type != VT_STRING) continue;
+        result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
+        return false;
+    }
+    return true;
 }
 
 // The value that the share `k` of the data lies below.
@@ -96,9 +109,9 @@ Value PercentRank(std::span<const double> values, double x, i32 digits) {
     const double* at = std::lower_bound(values.data(), values.data() + values.size(), x);
     double rank = static_cast<double>(at - values.data());
     if (*at != x) rank += (x - at[-1]) / (*at - at[-1]) - 1;
+    // A single value is above all of the others there are.
+    if (values.size() == 1) return NumberValue(1);
     rank /= static_cast<double>(values.size() - 1);
-    // A single value has no share of the rest.
-    if (!std::isfinite(rank)) return ErrorValue(ERR_NUM);
     return NumberValue(RoundDigits(rank, digits, ROUND_DOWN));
 }
 
@@ -108,7 +121,7 @@ void CallMedian(Value* arguments, Value& result, const EvalContext& context) {
     Aggregate(arguments, result, context, false, Median);
 }
 void CallMode(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, Mode);
+    if (NoTextsAlone(arguments, result)) Aggregate(arguments, result, context, false, Mode);
 }
 void CallLarge(Value* arguments, Value& result, const EvalContext& context) {
     Ranked(arguments, result, context, true);
@@ -208,7 +221,6 @@ void CallFrequency(Value* arguments, Value& result, const EvalContext& context) 
     result = ErrorValue(ERR_NA);
     if (limits.IsEmpty() && !limits.Append(0)) return;
     Sort(limits);
-    limits.Truncate(static_cast<std::size_t>(std::unique(limits.begin(), limits.end()) - limits.begin()));
     result = ErrorValue(ERR_NUM);
     if (limits.Count() > MAX_BINS) return;
     result = ArrayValue(limits.Count() + 1, 1);

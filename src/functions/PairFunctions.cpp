@@ -38,20 +38,22 @@ bool WalkPairs(Value* arguments, Value& result, const EvalContext& context, Visi
     return true;
 }
 
+using Wide = long double;
+
 // Counts, means and the sums of squares and products about the means.
 struct PairMoments {
     double count = 0;
-    double mean1 = 0, mean2 = 0;
-    double squares1 = 0, squares2 = 0, products = 0;
+    Wide mean1 = 0, mean2 = 0;
+    Wide squares1 = 0, squares2 = 0, products = 0;
 
-    double Slope() const { return products / squares2; }
-    double Intercept() const { return mean1 - Slope() * mean2; }
-    double Correlation() const { return products / (std::sqrt(squares1) * std::sqrt(squares2)); }
+    Wide Slope() const { return products / squares2; }
+    Wide Intercept() const { return mean1 - Slope() * mean2; }
+    Wide Correlation() const { return products / (std::sqrt(squares1) * std::sqrt(squares2)); }
 };
 
 // By two passes, so that a large mean costs no digits.
 bool ReadMoments(Value* arguments, Value& result, const EvalContext& context, PairMoments& m) {
-    double sum1 = 0, sum2 = 0;
+    Wide sum1 = 0, sum2 = 0;
     if (!WalkPairs(arguments, result, context, [&](double a, double b) {
             m.count += 1;
             sum1 += a;
@@ -61,9 +63,10 @@ bool ReadMoments(Value* arguments, Value& result, const EvalContext& context, Pa
     m.mean1 = sum1 / m.count;
     m.mean2 = sum2 / m.count;
     return WalkPairs(arguments, result, context, [&](double a, double b) {
-        m.squares1 += (a - m.mean1) * (a - m.mean1);
-        m.squares2 += (b - m.mean2) * (b - m.mean2);
-        m.products += (a - m.mean1) * (b - m.mean2);
+        const Wide d1 = a - m.mean1, d2 = b - m.mean2;
+        m.squares1 += d1 * d1;
+        m.squares2 += d2 * d2;
+        m.products += d1 * d2;
     });
 }
 
@@ -71,40 +74,78 @@ bool ReadMoments(Value* arguments, Value& result, const EvalContext& context, Pa
 template <typename Finish>
 void OfPairs(Value* arguments, Value& result, const EvalContext& context, Finish finish) {
     PairMoments m;
-    if (ReadMoments(arguments, result, context, m)) result = NumberOr(finish(m), ERR_DIV0);
+    if (ReadMoments(arguments, result, context, m)) result = NumberOr(static_cast<double>(finish(m)), ERR_DIV0);
 }
 
 void Correlation(Value* arguments, Value& result, const EvalContext& context, bool squared) {
     OfPairs(arguments, result, context, [=](const PairMoments& m) {
-        const double r = m.Correlation();
+        const Wide r = m.Correlation();
         return squared ? r * r : r;
     });
 }
 
+// The numbers of an argument about their own mean. False with the error in `result`.
+bool ReadSample(Value& argument, Value& result, const EvalContext& context, RunningMoments& moments) {
+    if (!ArrayArgument(argument, result, context)) return false;
+    for (u32 i = 0; i < ArrayElementCount(argument); ++i) {
+        const Value& element = argument.elements[i];
+        if (element.type == VT_ERROR) {
+            result = ErrorValue(element.error);
+            return false;
+        }
+        if (element.type == VT_NUMBER) moments.Add(element.number);
+    }
+    return true;
+}
+
+// Two ranges, each by its own numbers.
+struct Samples {
+    RunningMoments first, second;
+};
+bool ReadSamples(Value* arguments, Value& result, const EvalContext& context, Samples& samples) {
+    return ReadSample(arguments[0], result, context, samples.first) &&
+           ReadSample(arguments[1], result, context, samples.second);
+}
+
 // Twice the smaller tail of the ratio of two variances.
-Value VarianceTest(const PairMoments& m) {
-    if (m.count < 2 || m.squares1 == 0 || m.squares2 == 0) return ErrorValue(ERR_DIV0);
-    const double tail = FisherTail(m.squares1 / m.squares2, m.count - 1, m.count - 1);
-    const double other = FisherTail(m.squares2 / m.squares1, m.count - 1, m.count - 1);
+Value VarianceTest(const Samples& samples) {
+    const double freedom1 = static_cast<double>(samples.first.count) - 1;
+    const double freedom2 = static_cast<double>(samples.second.count) - 1;
+    const double variance1 = samples.first.Squares() / freedom1;
+    const double variance2 = samples.second.Squares() / freedom2;
+    if (freedom1 < 1 || freedom2 < 1 || variance1 == 0 || variance2 == 0) return ErrorValue(ERR_DIV0);
+    const double tail = FisherTail(variance1 / variance2, freedom1, freedom2);
+    const double other = FisherTail(variance2 / variance1, freedom2, freedom1);
     return NumberOr(2 * std::min(tail, other), ERR_NUM);
 }
 
-// Student's test: type 1 paired, 2 of one variance, 3 of two.
-Value MeansTest(const PairMoments& m, double tails, double type) {
-    const double n = m.count;
-    if (n < 2) return ErrorValue(ERR_DIV0);
-    const double variance1 = m.squares1 / (n - 1), variance2 = m.squares2 / (n - 1);
-    double spread = (variance1 + variance2) / n, freedom = 2 * n - 2;
-    if (type == 1) {
-        spread = (m.squares1 + m.squares2 - 2 * m.products) / (n - 1) / n;
-        freedom = n - 1;
-    } else if (type == 3) {
-        // Welch and Satterthwaite.
-        freedom = (n - 1) * (variance1 + variance2) * (variance1 + variance2) /
-                  (variance1 * variance1 + variance2 * variance2);
-    }
+Value StudentTest(double difference, double spread, double freedom, double tails) {
     if (!(spread > 0)) return ErrorValue(ERR_DIV0);
-    return NumberOr(tails * StudentTail(std::fabs(m.mean1 - m.mean2) / std::sqrt(spread), freedom), ERR_NUM);
+    return NumberOr(tails * StudentTail(std::fabs(difference) / std::sqrt(spread), freedom), ERR_NUM);
+}
+
+// Student's test of the differences of pairs.
+Value PairedTest(const PairMoments& m, double tails) {
+    if (m.count < 2) return ErrorValue(ERR_DIV0);
+    const Wide squares = m.squares1 + m.squares2 - 2 * m.products;
+    return StudentTest(static_cast<double>(m.mean1 - m.mean2),
+                       static_cast<double>(squares / (m.count - 1) / m.count), m.count - 1, tails);
+}
+
+// Student's test of two means, of one variance or by Welch and Satterthwaite of two.
+Value MeansTest(const Samples& samples, double tails, bool oneVariance) {
+    const double n1 = static_cast<double>(samples.first.count), n2 = static_cast<double>(samples.second.count);
+    const double difference = samples.first.Mean() - samples.second.Mean();
+    const double squares1 = samples.first.Squares(), squares2 = samples.second.Squares();
+    if (n1 < 2 || n2 < 2) return ErrorValue(ERR_DIV0);
+    if (oneVariance) {
+        const double freedom = n1 + n2 - 2;
+        return StudentTest(difference, (squares1 + squares2) / freedom * (1 / n1 + 1 / n2), freedom, tails);
+    }
+    const double part1 = squares1 / (n1 - 1) / n1, part2 = squares2 / (n2 - 1) / n2;
+    const double spread = part1 + part2;
+    const double freedom = spread * spread / (part1 * part1 / (n1 - 1) + part2 * part2 / (n2 - 1));
+    return StudentTest(difference, spread, freedom, tails);
 }
 
 // Of a table of rows and columns, or of a single row or column.
@@ -141,25 +182,35 @@ void CallForecast(Value* arguments, Value& result, const EvalContext& context) {
 }
 void CallSteyx(Value* arguments, Value& result, const EvalContext& context) {
     OfPairs(arguments, result, context, [](const PairMoments& m) {
-        const double rest = std::max(0.0, m.squares1 - m.products * m.Slope());
-        return m.count < 3 || m.squares2 == 0 ? HUGE_VAL : std::sqrt(rest / (m.count - 2));
+        const Wide rest = std::max(Wide{0}, m.squares1 - m.products * m.Slope());
+        return m.count < 3 || m.squares2 == 0 ? Wide{HUGE_VAL} : std::sqrt(rest / (m.count - 2));
     });
 }
 
 void CallFtest(Value* arguments, Value& result, const EvalContext& context) {
-    PairMoments m;
-    if (ReadMoments(arguments, result, context, m)) result = VarianceTest(m);
+    Samples samples;
+    if (ReadSamples(arguments, result, context, samples)) result = VarianceTest(samples);
 }
 
 void CallTtest(Value* arguments, Value& result, const EvalContext& context) {
-    PairMoments m;
     double tails = 0, type = 0;
-    if (!ReadMoments(arguments, result, context, m)) return;
+    for (i32 i = 0; i < 2; ++i) {
+        if (!ArrayArgument(arguments[i], result, context)) return;
+    }
     if (!TwoNumbers(arguments + 2, result, context, tails, type)) return;
     tails = std::trunc(tails);
     type = std::trunc(type);
-    const bool known = (tails == 1 || tails == 2) && type >= 1 && type <= 3;
-    result = known ? MeansTest(m, tails, type) : ErrorValue(ERR_NUM);
+    if (!((tails == 1 || tails == 2) && type >= 1 && type <= 3)) {
+        result = ErrorValue(ERR_NUM);
+        return;
+    }
+    PairMoments m;
+    Samples samples;
+    if (type == 1) {
+        if (ReadMoments(arguments, result, context, m)) result = PairedTest(m, tails);
+    } else if (ReadSamples(arguments, result, context, samples)) {
+        result = MeansTest(samples, tails, type == 2);
+    }
 }
 
 void CallZtest(Value* arguments, Value& result, const EvalContext& context) {
@@ -181,7 +232,7 @@ void CallZtest(Value* arguments, Value& result, const EvalContext& context) {
     }
     result = ErrorValue(ERR_NUM);
     if (!(sigma > 0)) return;
-    const double z = (moments.mean - x) / (sigma / std::sqrt(static_cast<double>(moments.count)));
+    const double z = (moments.Mean() - x) / (sigma / std::sqrt(static_cast<double>(moments.count)));
     result = NumberValue(NormalCdf(-z));
 }
 
@@ -205,7 +256,9 @@ void CallProb(Value* arguments, Value& result, const EvalContext& context) {
 void CallChitest(Value* arguments, Value& result, const EvalContext& context) {
     double sum = 0;
     bool negative = false, zero = false;
+    u32 pairs = 0;
     if (!WalkPairs(arguments, result, context, [&](double actual, double expected) {
+            ++pairs;
             negative = negative || expected < 0;
             zero = zero || expected == 0;
             sum += (actual - expected) * (actual - expected) / expected;
@@ -214,7 +267,7 @@ void CallChitest(Value* arguments, Value& result, const EvalContext& context) {
     const double freedom = TableFreedom(arguments[0]);
     if (freedom < 1) {
         result = ErrorValue(ERR_NA);
-    } else if (negative || zero) {
+    } else if (negative || zero || !pairs) {
         result = ErrorValue(negative ? ERR_NUM : ERR_DIV0);
     } else {
         result = NumberOr(IncompleteGammaQ(sum / 2, freedom / 2), ERR_NUM);

@@ -6,7 +6,7 @@
 namespace tally {
 
 struct RandomState {
-    u32 state = 0;
+    u64 state = 0;
     bool seeded = false;
 };
 RandomState& Random();

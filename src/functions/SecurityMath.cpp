@@ -149,19 +149,8 @@ CouponPlace PlaceCoupons(i32 settlement, i32 maturity, i32 frequency, i32 basis)
 double PriceCore(const CouponPlace& place, double rate, double yield, double redemption, i32 frequency) {
     const double coupon = rate * 100 / frequency;
     const double each = yield / frequency;
-    const double growth = 1 + each;
-    double sum = 0;
-    if (place.count <= MAX_COUPONS) {
-        for (i32 i = 1; i <= place.count; ++i) {
-            const double before = sum;
-            sum += coupon / std::pow(growth, i - 1 + place.toNext);
-            // What follows is smaller still.
-            if (each >= 0 && sum == before) break;
-        }
-    } else {
-        sum = coupon * AnnuityFactor(each, place.count) * DiscountFactor(each, place.toNext);
-    }
-    sum += redemption / std::pow(growth, place.count - 1 + place.toNext);
+    const double sum = coupon * AnnuityFactor(each, place.count) * DiscountFactor(each, place.toNext) +
+                       redemption * DiscountFactor(each, place.count - 1 + place.toNext);
     return sum - coupon * place.accruedDays / place.periodDays;
 }
 

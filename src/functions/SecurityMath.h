@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "functions/ArgumentReader.h"
+#include "functions/RootSearch.h"
 
 namespace tally {
 
@@ -72,26 +73,22 @@ struct CouponPlace {
     double toNext;       // the part of a period to the next coupon
 };
 CouponPlace PlaceCoupons(i32 settlement, i32 maturity, i32 frequency, i32 basis);
-// The price of a bond of the face value 100, without the interest accrued. Rates are for a year. The coupons
-// are discounted one by one, as long as they change the sum.
+// The price of a bond of the face value 100, without the interest accrued. Rates are for a year.
 double PriceCore(const CouponPlace& place, double rate, double yield, double redemption, i32 frequency);
 
-// The yield at which `priceAt` gives `price`: Newton's steps with central differences from 10 %.
+// The yield at which `priceAt`, which falls from the loss of everything in a period on, gives `price`.
 template <typename Price>
-Value SolveYield(double price, Price priceAt) {
-    constexpr i32 ROUNDS = 100;
-    constexpr double GOOD_ENOUGH = 1e-7;
-    double yield = 0.1, h = 0.01;
-    for (i32 round = 0; round < ROUNDS; ++round) {
-        const double f = priceAt(yield) - price;
-        if (!std::isfinite(f)) break;
-        if (std::fabs(f) < GOOD_ENOUGH) return NumberValue(yield);
-        const double below = priceAt(yield - h), above = priceAt(yield + h);
-        if (below == above) break;
-        yield -= 2 * f * h / (above - below);
-        h /= 4;
-    }
-    return ErrorValue(ERR_NUM);
+Value SolveYield(double price, i32 frequency, Price priceAt) {
+    constexpr double START = 0.1;
+    const double bottom = -frequency;
+    // In the growth of a coupon period, which is above zero.
+    const double growth = RisingRoot(START - bottom, 1.0 / 32, [&](double y) {
+        const double at = priceAt(y + bottom);
+        return std::isinf(at) ? -at : price - at;
+    });
+    const double yield = growth + bottom;
+    const bool found = growth > 0 && std::isfinite(growth) && std::isfinite(priceAt(yield));
+    return found ? NumberValue(yield) : ErrorValue(ERR_NUM);
 }
 
 }  // namespace tally

@@ -65,10 +65,10 @@ double LogRest(double d) {
     return 2 * sum - r * d;
 }
 
-// x ln(x / mean) + mean - x, exact for an x close to the mean.
-double Deviance(double x, double mean) {
-    const double d = (mean - x) / x;
-    return std::fabs(d) > 0.3 ? x * std::log(x / mean) + mean - x : -x * LogRest(d);
+// x ln(x / mean) + mean - x, exact for an x close to the mean, by how far the mean lies above x.
+double Deviance(double x, double mean, double above) {
+    const double d = above / x;
+    return std::fabs(d) > 0.3 ? x * std::log(x / mean) + above : -x * LogRest(d);
 }
 
 // The terms of Temme's uniform expansion, for orders above ASYMPTOTIC_ORDER.
@@ -134,8 +134,9 @@ struct Convergents {
     double top0, bottom0, top1, bottom1;
 
     // Takes in one more term, which replaces the older convergent.
-    void Take(double term) {
-        const double top = top1 + term * top0, bottom = bottom1 + term * bottom0;
+    void Take(double numerator, double denominator) {
+        const double top = denominator * top1 + numerator * top0;
+        const double bottom = denominator * bottom1 + numerator * bottom0;
         top0 = top1;
         bottom0 = bottom1;
         top1 = top;
@@ -153,35 +154,32 @@ struct Convergents {
     }
 };
 
-// IncompleteBeta over BetaPower; settles fast for x below (a + 1) / (a + b + 2).
-double BetaFraction(double x, double a, double b) {
-    Convergents fraction = {1, 1, 1, 1 - (a + b) * x / (a + 1)};
-    double before = fraction.top1 / fraction.bottom1;
+// How far (a + b) x lies above a. The smaller of x and its complement tells it.
+double AboveMean(double x, double complement, double a, double b) {
+    const long double n = static_cast<long double>(a) + b;
+    return static_cast<double>(x < complement ? n * x - a : b - n * complement);
+}
+
+// IncompleteBeta over BetaPower, by every second convergent of the usual fraction; settles fast for x below the
+// mean. Its terms are written by the distance from the mean and by the complement, so that none cancels for an
+// x close to 1.
+double BetaFraction(double x, double complement, double a, double b) {
+    const double below = -AboveMean(x, complement, a, b);
+    Convergents fraction = {1, 0, (1 + below) / (a + 1), 1};
+    double before = fraction.bottom1 / fraction.top1;
     for (i32 m = 1; m < MAX_STEPS; ++m) {
-        const double twice = a + 2.0 * m;
-        fraction.Take(m * (b - m) * x / ((twice - 1) * twice));
-        fraction.Take(-(a + m) * (a + b + m) * x / (twice * (twice + 1)));
+        const double order = a + m, twice = a + 2.0 * m;
+        const double even = m * (b - m) * x / ((twice - 1) * twice);
+        const double odd = (order - 1) * (order - 1 + b) * x / ((twice - 2) * (twice - 1));
+        const double rest = order * (below + m * complement + 2.0 * m + 1) + m * (m + 1.0);
+        fraction.Take(odd * even, rest / (twice * (twice + 1)) + even);
         fraction.Rescale();
-        const double value = fraction.top1 / fraction.bottom1;
+        const double value = fraction.bottom1 / fraction.top1;
         if (std::fabs(value - before) <= 1e-15 * std::fabs(value)) return value / a;
         if (std::isnan(value)) break;
         before = value;
     }
     return NOT_A_NUMBER;
-}
-
-// Halves the doubles between 0 and `high`, which their bits put in order: the lowest at which `gap` is
-// no longer below zero, in at most 64 steps.
-template <typename Gap>
-double LowestReached(double high, Gap gap) {
-    u64 below = 0, above = std::bit_cast<u64>(high);
-    while (above - below > 1) {
-        const u64 middle = below + (above - below) / 2;
-        const double at = gap(std::bit_cast<double>(middle));
-        if (std::isnan(at)) return NOT_A_NUMBER;
-        (at >= 0 ? above : below) = middle;
-    }
-    return std::bit_cast<double>(above);
 }
 
 }  // namespace
@@ -245,7 +243,7 @@ double LogGamma(double x) { return std::lgamma(x); }
 double GammaPower(double x, double a) {
     if (x <= 0) return 0;
     // x^a e^-x / gamma(a + 1) is a Poisson term, here by its distance from the peak (Loader, 2000).
-    return std::sqrt(a) / ROOT_TWO_PI * std::exp(-StirlingRest(a) - Deviance(a, x));
+    return std::sqrt(a) / ROOT_TWO_PI * std::exp(-StirlingRest(a) - Deviance(a, x, x - a));
 }
 
 double IncompleteGammaP(double x, double a) { return IncompleteGamma(x, a, false); }
@@ -255,8 +253,9 @@ double BetaPower(double x, double complement, double a, double b) {
     if (x <= 0 || complement <= 0) return 0;
     const double n = a + b;
     const double rest = StirlingRest(n) - StirlingRest(a) - StirlingRest(b);
+    const double above = AboveMean(x, complement, a, b);
     return std::sqrt(a) * std::sqrt(b / n) / ROOT_TWO_PI *
-           std::exp(rest - Deviance(a, n * x) - Deviance(b, n * complement));
+           std::exp(rest - Deviance(a, n * x, above) - Deviance(b, n * complement, -above));
 }
 
 double IncompleteBetaOf(double x, double complement, double a, double b) {
@@ -266,24 +265,11 @@ double IncompleteBetaOf(double x, double complement, double a, double b) {
     if (a == 0) return 1;
     if (b == 0) return 0;
     const double power = BetaPower(x, complement, a, b);
-    if ((b + 1) * x <= (a + 1) * complement) return power * BetaFraction(x, a, b);
-    return 1 - power * BetaFraction(complement, b, a);
+    if ((b + 1) * x <= (a + 1) * complement) return power * BetaFraction(x, complement, a, b);
+    return 1 - power * BetaFraction(complement, x, b, a);
 }
 
 double IncompleteBeta(double x, double a, double b) { return IncompleteBetaOf(x, 1 - x, a, b); }
-
-double InverseBeta(double p, double a, double b) {
-    if (!(p > 0)) return p == 0 ? 0 : NOT_A_NUMBER;
-    if (p >= 1) return p == 1 ? 1 : NOT_A_NUMBER;
-    return LowestReached(1, [&](double x) { return IncompleteBeta(x, a, b) - p; });
-}
-
-double InverseChiHalf(double a, double p) {
-    if (p >= 1) return p == 1 ? 0 : NOT_A_NUMBER;
-    if (!(p > 0)) return p == 0 ? std::numeric_limits<double>::infinity() : NOT_A_NUMBER;
-    return LowestReached(std::numeric_limits<double>::max(),
-                         [&](double x) { return p - IncompleteGammaQ(x, a); });
-}
 
 double StudentTail(double t, double freedom) {
     const double square = t * t;

@@ -25,9 +25,12 @@ double IncompleteBetaOf(double x, double complement, double a, double b);
 // x^a (1 - x)^b / beta(a, b), without overflow.
 double BetaPower(double x, double complement, double a, double b);
 
-// The x with IncompleteBeta(x, a, b) = p.
+// The x with IncompleteBeta(x, a, b) = p; infinite odds are 1.
 double InverseBeta(double p, double a, double b);
-// The x with IncompleteGammaQ(x, a) = p.
+// The odds x / (1 - x) of that x, by the share below it and the share above it, which make 1.
+double InverseBetaOdds(double lower, double upper, double a, double b);
+// The x with IncompleteGammaP(x, a) = p, and the one with IncompleteGammaQ(x, a) = p. Infinite at the end.
+double InverseGammaP(double p, double a);
 double InverseChiHalf(double a, double p);
 
 // What lies above a value in Student's distribution and in the F distribution.

@@ -8,8 +8,10 @@
 namespace tally {
 namespace {
 
-double Mean(const Array<double>& values) {
-    double sum = 0;
+using Wide = long double;
+
+Wide Mean(const Array<double>& values) {
+    Wide sum = 0;
     for (double x : values) sum += x;
     return sum / values.Count();
 }
@@ -17,14 +19,14 @@ double Mean(const Array<double>& values) {
 // Sum of a power of the deviations from the mean.
 template <typename Term>
 double SumDeviations(const Array<double>& values, Term term) {
-    const double mean = Mean(values);
-    double sum = 0;
+    const Wide mean = Mean(values);
+    Wide sum = 0;
     for (double x : values) sum += term(x - mean);
-    return sum;
+    return static_cast<double>(sum);
 }
 
 double SquareSum(const Array<double>& values) {
-    return SumDeviations(values, [](double d) { return d * d; });
+    return SumDeviations(values, [](Wide d) { return d * d; });
 }
 
 bool AllPositive(const Array<double>& values) {
@@ -36,7 +38,7 @@ bool AllPositive(const Array<double>& values) {
 
 Value AverageDeviation(Array<double>& values) {
     if (values.IsEmpty()) return ErrorValue(ERR_NUM);
-    return NumberValue(SumDeviations(values, [](double d) { return std::fabs(d); }) / values.Count());
+    return NumberValue(SumDeviations(values, [](Wide d) { return std::fabs(d); }) / values.Count());
 }
 
 Value SquaredDeviations(Array<double>& values) {
@@ -63,7 +65,7 @@ Value Kurtosis(Array<double>& values) {
     const double variance = n < 4 ? 0 : SquareSum(values) / (n - 1);
     if (variance == 0) return ErrorValue(ERR_DIV0);
     const double fourth =
-        SumDeviations(values, [&](double d) { return (d * d / variance) * (d * d / variance); });
+        SumDeviations(values, [&](Wide d) { return (d * d / variance) * (d * d / variance); });
     return NumberValue(n * (n + 1) / ((n - 1) * (n - 2) * (n - 3)) * fourth -
                        3 * (n - 1) * (n - 1) / ((n - 2) * (n - 3)));
 }
@@ -73,8 +75,8 @@ Value Skewness(Array<double>& values) {
     const double n = values.Count();
     const double deviation = n < 3 ? 0 : std::sqrt(SquareSum(values) / (n - 1));
     if (deviation == 0) return ErrorValue(ERR_DIV0);
-    const double third = SumDeviations(values, [&](double d) {
-        const double z = d / deviation;
+    const double third = SumDeviations(values, [&](Wide d) {
+        const Wide z = d / deviation;
         return z * z * z;
     });
     return NumberValue(n / ((n - 1) * (n - 2)) * third);

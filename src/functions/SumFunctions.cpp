@@ -38,22 +38,19 @@ bool AddArgument(Value& argument, double& sum, Value& result, const EvalContext&
     return true;
 }
 
-// The pairs of two arrays of one shape; empty places and texts count as in the sum that asks.
-bool PairArrays(Value* arguments, Value& result, const EvalContext& context) {
-    for (i32 i = 0; i < 2; ++i) {
-        if (!ArrayArgument(arguments[i], result, context)) return false;
-    }
-    if (ArrayRows(arguments[0]) == ArrayRows(arguments[1]) && arguments[0].columns == arguments[1].columns)
-        return true;
-    result = ErrorValue(ERR_VALUE);
-    return false;
-}
-
+// Sums over the pairs of two arrays of as many elements, whatever their shapes.
 template <typename Term>
 void SumPairs(Value* arguments, Value& result, const EvalContext& context, Term term) {
-    if (!PairArrays(arguments, result, context)) return;
-    double sum = 0;
+    for (i32 i = 0; i < 2; ++i) {
+        if (!ArrayArgument(arguments[i], result, context)) return;
+    }
     const u32 count = ArrayElementCount(arguments[0]);
+    if (count != ArrayElementCount(arguments[1])) {
+        result = ErrorValue(ERR_NA);
+        return;
+    }
+    double sum = 0;
+    u32 pairs = 0;
     for (u32 i = 0; i < count; ++i) {
         const Value& x = arguments[0].elements[i];
         const Value& y = arguments[1].elements[i];
@@ -61,9 +58,11 @@ void SumPairs(Value* arguments, Value& result, const EvalContext& context, Term 
             result = ErrorValue(x.type == VT_ERROR ? x.error : y.error);
             return;
         }
-        if (x.type == VT_NUMBER && y.type == VT_NUMBER) sum += term(x.number, y.number);
+        if (x.type != VT_NUMBER || y.type != VT_NUMBER) continue;
+        sum += term(x.number, y.number);
+        ++pairs;
     }
-    result = NumberValue(sum);
+    result = pairs ? NumberValue(sum) : ErrorValue(ERR_DIV0);
 }
 
 // An argument that must be one area on one sheet.
@@ -279,17 +278,19 @@ namespace {
 
 struct FilledCells {
     u32 count = 0;
+    bool skipHidden = false;  // rows hidden by hand, too
 };
 
 // COUNTA of a subtotal counts what is there, numbers or not.
 bool CountFilled(const VisitedValue& visited, void* state) {
+    FilledCells& filled = *static_cast<FilledCells*>(state);
     const Sheet* sheet = SheetAt(visited.book, visited.sheet);
     u16 flags = 0;
     if (sheet) GetRowInfo(sheet->rows, visited.row, flags);
-    const bool hidden = sheet && sheet->filterState && (flags & ROW_HIDDEN);
+    const bool hidden = sheet && (filled.skipHidden || sheet->filterState) && (flags & ROW_HIDDEN);
     const bool counts = visited.value->type != VT_EMPTY && !hidden &&
                         !IsSubtotalCell(visited.book, visited.sheet, visited.row, visited.column);
-    static_cast<FilledCells*>(state)->count += counts;
+    filled.count += counts;
     return true;
 }
 
@@ -299,7 +300,7 @@ Value SubtotalOf(i32 code, Array<double>& values) {
     for (double x : values) moments.Add(x);
     double total = code == 6 ? 1 : 0;
     switch (code) {
-        case 1: return count ? NumberValue(moments.mean) : ErrorValue(ERR_DIV0);
+        case 1: return count ? NumberValue(moments.Mean()) : ErrorValue(ERR_DIV0);
         case 2: return NumberValue(count);
         case 4: return count ? NumberValue(*std::max_element(values.begin(), values.end())) : NumberValue(0);
         case 5: return count ? NumberValue(*std::min_element(values.begin(), values.end())) : NumberValue(0);
@@ -321,14 +322,18 @@ Value SubtotalOf(i32 code, Array<double>& values) {
 void CallSubtotal(Value* arguments, Value& result, const EvalContext& context) {
     i32 code = 0;
     if (!IntegerArgument(arguments[0], result, context, code)) return;
+    // Codes from 101 on are the same ones, which also pass over rows that were hidden by hand.
+    constexpr i32 WITHOUT_HIDDEN = 100;
+    FilledCells filled;
+    filled.skipHidden = code > WITHOUT_HIDDEN;
+    if (filled.skipHidden) code -= WITHOUT_HIDDEN;
     if (code < 1 || code > 11) {
         result = ErrorValue(ERR_VALUE);
         return;
     }
     CollectOptions options;
     options.skipSubtotals = true;
-    options.hiddenRows = 2;
-    FilledCells filled;
+    options.hiddenRows = filled.skipHidden ? 1 : 2;
     for (i32 i = 1; i < MAX_ARGUMENTS && !IsMissing(arguments[i]); ++i) {
         SheetArea area;
         i32 error = -1;

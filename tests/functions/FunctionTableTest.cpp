@@ -7,6 +7,7 @@
 #include "functions/Criteria.h"
 #include "functions/Handlers.h"
 #include "functions/RoundDigits.h"
+#include "model/CellStore.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -225,7 +226,7 @@ TEST_F(Functions, SumsAndProducts) {
            {"=SUMX2MY2({2,3},{1,1})", "11"},
            {"=SUMX2PY2({2,3},{1,1})", "15"},
            {"=SUMXMY2({2,3},{1,1})", "5"},
-           {"=SUMXMY2({2,3},{1})", "#VALUE!"},
+           {"=SUMXMY2({2,3},{1})", "#N/A"},
            {"=SUMX2MY2(#NAME?,{2,3})", "#NAME?"},
            {"=SUMPRODUCT({1,2},#NAME?)", "#NAME?"},
            {"=SUM({1,#N/A})", "#N/A"},
@@ -285,9 +286,42 @@ TEST_F(Functions, SubtotalsSkipSubtotals) {
            {"=SUBTOTAL(4,B1:B4)", "5"},
            {"=SUBTOTAL(6,B1:B4)", "15"},
            {"=SUBTOTAL(12,B1:B4)", "#VALUE!"},
+           {"=SUBTOTAL(100,B1:B4)", "#VALUE!"},
+           {"=SUBTOTAL(112,B1:B4)", "#VALUE!"},
+           {"=SUBTOTAL(109,B1:B4)", "9"},
            {"=SUBTOTAL(1,D1:D2)", "#DIV/0!"},
            {"=SUBTOTAL(10,B1:B4)", "4"},
            {"=SUBTOTAL(9,B1)", "1"}});
+}
+
+TEST_F(Functions, SubtotalsFromAHundredOnSkipRowsHiddenByHand) {
+    for (const char* cell : {"B1", "B2", "B3", "B4"})
+        Enter(cell, cell[1] == '2' ? "30" : cell[1] == '4' ? "x" : "4");
+    const char* shown[] = {"12.6666666666667",
+                           "3",
+                           "4",
+                           "30",
+                           "4",
+                           "480",
+                           "15.0111069989303",
+                           "12.2565175405668",
+                           "38",
+                           "225.333333333333",
+                           "150.222222222222"};
+    const auto check = [](int code, const std::string& expected) {
+        const std::string formula = "=SUBTOTAL(" + std::to_string(code) + ",B1:B4)";
+        EXPECT_EQ(Eval(formula), expected) << formula;
+    };
+    ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {1, ROW_HIDDEN, 255}));
+    ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {3, ROW_HIDDEN, 255}));
+    const char* visible[] = {"4", "2", "2", "4", "4", "16", "0", "0", "8", "0", "0"};
+    for (int i = 0; i < 11; ++i) {
+        check(i + 1, shown[i]);
+        check(i + 101, visible[i]);
+    }
+    // In a filtered list the plain codes skip what is hidden, too.
+    CurrentSheet()->filterState = FILTER_AUTO;
+    for (int i = 0; i < 11; ++i) check(i + 1, visible[i]);
 }
 
 TEST_F(Functions, Matrices) {
@@ -319,8 +353,9 @@ TEST_F(Functions, RomanNumerals) {
 }
 
 TEST_F(Functions, RandomNumbersFollowTheClock) {
-    // The first number of the seed 1: 1 * 214013 + 2531011, its bits 16 to 30 over 32,768.
-    EXPECT_EQ(Eval("=RAND()*32768"), "41");
+    // The first number of the seed 1, and that it has bits down to the last one of a double below 1.
+    EXPECT_EQ(Eval("=RAND()"), "0.566561575172281");
+    EXPECT_EQ(Eval("=SUMPRODUCT(--(MOD(RAND()*2^26,1)=0))"), "0");
     EXPECT_EQ(Eval("=RANDBETWEEN(5,5)"), "5");
     EXPECT_EQ(Eval("=RANDBETWEEN(6,5)"), "#NUM!");
 }

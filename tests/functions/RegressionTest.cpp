@@ -143,7 +143,7 @@ TEST_F(Regression, NearlyCollinearDataKeepsItsDigits) {
     for (const Place& place : PLACES) {
         const std::string at = std::to_string(place.row) + "," + std::to_string(place.column);
         const double value = std::stod(Eval("=INDEX(LINEST(B1:B16,C1:H16,TRUE,TRUE)," + at + ")"));
-        EXPECT_NEAR(value, place.certified, std::fabs(place.certified) * 1e-9) << at;
+        EXPECT_NEAR(value, place.certified, std::fabs(place.certified) * 1e-13) << at;
     }
 }
 
