@@ -49,7 +49,8 @@ void Include(LeastSquares<Real>& fit, u32 first, Real weight, Real y) {
         const Real before = fit.diagonal[i];
         const Real weighted = weight * xi;
         const Real after = before + weighted * xi;
-        const Real cosine = before / after, sine = weighted / after;
+        const Real inverse = Real(1.0) / after;
+        const Real cosine = before * inverse, sine = weighted * inverse;
         weight *= cosine;
         fit.diagonal[i] = after;
         for (u32 k = i + 1; k < fit.columns; ++k) {
