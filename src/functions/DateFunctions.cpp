@@ -117,6 +117,7 @@ bool ReadHolidays(Value& argument, Value& result, Holidays& holidays) {
 }
 
 i64 CountWorkdays(i32 start, i32 end, const Array<i32>& holidays) {
+    if (start > end) return -CountWorkdays(end, start, holidays);
     i64 a = start, b = end;
     i32 wa = WeekdayOf(a), wb = WeekdayOf(b);
     if (wa > 4) {

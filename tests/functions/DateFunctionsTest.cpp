@@ -181,6 +181,10 @@ TEST_F(DateFunctions, NetWorkdays) {
     Enter("B5", "39500");
     Enter("C1", "x");
     Check({{"=NETWORKDAYS(DATE(2008,1,5),DATE(2008,1,6))", "5"},
+           {"=NETWORKDAYS(DATE(2008,1,14),DATE(2008,1,7))", "-6"},
+           {"=NETWORKDAYS(DATE(2008,1,14),DATE(2008,1,7),39456)", "-5"},
+           {"=NETWORKDAYS(40000,36526)", "-2481"},
+           {"=NETWORKDAYS(\"1999-1-22\",\"2001-5-21\",{\"2000-3-23\";\"2000-5-1\"})", "605"},
            {"=NETWORKDAYS(DATE(2008,1,7),DATE(2008,1,11))", "5"},
            {"=NETWORKDAYS(DATE(2008,1,7),DATE(2008,1,14))", "6"},
            {"=NETWORKDAYS(DATE(2008,1,5),DATE(2008,1,13))", "5"},
