@@ -1,5 +1,8 @@
 #include "Common.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "base/Text.h"
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
@@ -22,7 +25,13 @@ void BeginRun() {
     IgnoreFailure(CreateWorkbook(nullptr, false));
 }
 
-void EndRun() {
+void EndRun(u32 ownReads) {
+    // Whatever a book or a text says, no run opens a file that the target itself did not name.
+    if (Headless().foreignReads != 0 || Headless().ownReads != ownReads) {
+        std::fprintf(stderr, "a file was read: %u foreign, %u own\n", Headless().foreignReads,
+                     Headless().ownReads);
+        std::abort();
+    }
     ResetBooks();
     DropDependents();
     ResetAreaSums();

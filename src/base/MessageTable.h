@@ -33,6 +33,7 @@ enum MessageId : u16 {
     MSG_SAVE_NAME_OPEN = 79,
     MSG_NO_CHART_SHEET = 80,
     MSG_REPLACE_FILE = 81,
+    MSG_FILE_CHANGED = 82,
     // 226 to 238: function categories.
     MSG_CATEGORY_FIRST = 226,
     // 300 to 349: editing.
@@ -45,7 +46,7 @@ enum MessageId : u16 {
     // 400 to 449: the shell.
     MSG_SAVE_FORM_MISSING = 400,
     MSG_ARRAY_OVER_MERGE = 401,
-    MSG_TRUST_BOOK = 402,
+    MSG_TRUST_BOOK = 402,  // the rows of ForeignUse stand at MSG_TRUST_USE_FIRST
     MSG_INVALID_LINK = 403,
     MSG_INVALID_LOCATION = 404,
     MSG_ROW_HEIGHT_LIMIT = 405,
@@ -57,6 +58,8 @@ enum MessageId : u16 {
     MSG_WRONG_PASSWORD = 411,
     MSG_ENTRY_INVALID = 412,
     MSG_ENTRY_INVALID_CONTINUE = 413,
+    MSG_TRUST_USE_FIRST = 420,
+    MSG_TRUST_QUESTION = 427,
     MSG_NO_NUMBER = 440,
 };
 

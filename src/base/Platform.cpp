@@ -1,5 +1,7 @@
 #include "base/Platform.h"
 
+#include "base/Text.h"
+
 namespace tally {
 namespace {
 
@@ -35,28 +37,46 @@ u32 NoSeconds() { return 0; }
 i32 NoBox(WideView, WideView, u32) { return IDCANCEL; }
 void FixedMetrics(ScreenMetrics& out) { out = {16, 3, 7, 96, 96, 34, 0}; }
 bool NoFace(WideView, u8&, u8&) { return false; }
-TrustState ClosedTrust() { return TRUST_CLOSED; }
+TrustState ClosedTrust(ForeignUse) { return TRUST_CLOSED; }
+ReadOutcome NoPlainFile(const FileRequest&, Array<u8>&, FileStamp*) { return READ_MISSING; }
+bool NoStamp(WideView, FileStamp&) { return false; }
 
 const PlatformTable emptyPlatform = {
-    NoFile,    NoPath,    NoCreate, NoWrite,      NoPatch,    NoClose,     NoAbandon, NoDirectory,
-    LatinPage, Utf8Page,  NoPage,   NoLead,       WidenBytes, NarrowText,  NoLocale,  RootTag,
-    FixedTime, NoSeconds, NoBox,    FixedMetrics, NoFace,     ClosedTrust,
+    NoFile,   NoPath,       NoCreate, NoWrite,     NoPatch,    NoClose,  NoAbandon, NoDirectory, LatinPage,
+    Utf8Page, NoPage,       NoLead,   WidenBytes,  NarrowText, NoLocale, RootTag,   FixedTime,   NoSeconds,
+    NoBox,    FixedMetrics, NoFace,   ClosedTrust, nullptr,    nullptr,  nullptr,   NoPlainFile, NoStamp,
 };
 
-const PlatformTable* current = &emptyPlatform;
+struct PlatformState {
+    const PlatformTable* table = &emptyPlatform;
+    u32 quiet = 0;  // QuietMessages that live
+};
+PlatformState state;
 
 }  // namespace
 
-const PlatformTable& Platform() { return *current; }
-void SetPlatform(const PlatformTable* table) { current = table ? table : &emptyPlatform; }
+const PlatformTable& Platform() { return *state.table; }
+void SetPlatform(const PlatformTable* table) { state.table = table ? table : &emptyPlatform; }
 
-void ShowMessage(WideView text) { IgnoreFailure(Platform().messageBox(text, PROGRAM_NAME, MB_OK)); }
+bool IsNetworkPath(WideView path) {
+    const auto isSeparator = [](char16_t c) { return c == u'/' || c == u'\\'; };
+    return (path.size() > 1 && isSeparator(path[0]) && isSeparator(path[1])) ||
+           path.find(u"://") != WideView::npos;
+}
+
+QuietMessages::QuietMessages() { ++state.quiet; }
+QuietMessages::~QuietMessages() { --state.quiet; }
+
+void ShowMessage(WideView text) {
+    if (!state.quiet) IgnoreFailure(Platform().messageBox(text, PROGRAM_NAME, MB_OK));
+}
 
 bool FormatWith(WideText& out, WideView pattern, WideView insert) {
     const std::size_t cut = pattern.find(u"%s");
     out.Truncate(0);
     if (cut == WideView::npos) return out.Assign(pattern);
-    return out.Append(pattern.substr(0, cut)) && out.Append(insert) && out.Append(pattern.substr(cut + 2));
+    return out.Append(pattern.substr(0, cut)) && AppendEscaped(out, insert) &&
+           out.Append(pattern.substr(cut + 2));
 }
 
 void ShowMessageWith(WideView pattern, WideView insert) {

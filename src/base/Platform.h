@@ -65,6 +65,48 @@ using OutputHandle = i32;  // 0 is none
 // How far a file's own wishes may reach outside the program.
 enum TrustState : u8 { TRUST_CLOSED = 0, TRUST_ASK = 1, TRUST_OPEN = 2 };
 
+// What a book, and not its user, may want of the world outside.
+enum ForeignUse : u8 {
+    FOREIGN_LINK = 0,  // a formula reads another file
+    FOREIGN_READ = 1,  // a command of a macro does
+    FOREIGN_WRITE = 2,
+    FOREIGN_DELETE = 3,
+    FOREIGN_PROGRAM = 4,
+    FOREIGN_LIBRARY = 5,
+    FOREIGN_ADDRESS = 6,  // of a network
+    FOREIGN_USES = 7,
+};
+
+// What of a file changes when another program writes it.
+struct FileStamp {
+    bool known = false;  // false: nothing else is set
+    u64 device = 0, inode = 0, size = 0;
+    i64 seconds = 0;  // of the last change of its contents
+    u32 nanoseconds = 0;
+    bool operator==(const FileStamp&) const = default;
+};
+
+enum ReadOutcome : u8 {
+    READ_GOOD = 0,
+    READ_MISSING,
+    READ_FOLDER,
+    READ_NOT_PLAIN,  // a pipe, a device, a socket, or no path that can be opened
+    READ_NO_ACCESS,
+    READ_FAILED,    // while it was read
+    READ_NO_ROOM,   // memory is short
+    READ_UNWANTED,  // by its first bytes
+    READ_REFUSED,   // the trust state is closed
+};
+
+struct FileRequest {
+    WideView path;
+    // A book wants the file and not its user.
+    bool foreign = false;
+    // Given the first READ_START bytes, or all of a shorter file; false ends the reading there. May be null.
+    bool (*mayBe)(ByteView start) = nullptr;
+};
+constexpr std::size_t READ_START = 512;
+
 struct PlatformTable {
     // ---- files -------------------------------------------------------------------------------
     // The whole of an existing file into `out`. False when it cannot be opened or read.
@@ -99,13 +141,20 @@ struct PlatformTable {
     void (*getScreenMetrics)(ScreenMetrics& out);
     // Family and character set of an installed face; false when there is none of that name.
     bool (*findFontFace)(WideView faceName, u8& family, u8& charSet);
-    TrustState (*trustState)();
+    TrustState (*trustState)(ForeignUse use);
 
     // ---- the system: null, or false, when it is not known ------------------------------------
     // Bytes of physical memory.
     bool (*globalMemoryStatus)(u64& total, u64& available) = nullptr;
     bool (*getVersion)(u32& major, u32& minor) = nullptr;
     bool (*currentDirectory)(WideText& out) = nullptr;
+
+    // ---- files that are books ----------------------------------------------------------------
+    // The whole of a plain file into `out`; nothing else is opened. A foreign request is refused where the
+    // trust state of links and of reading is closed. `stamp` may be null.
+    ReadOutcome (*readPlainFile)(const FileRequest& request, Array<u8>& out, FileStamp* stamp) = nullptr;
+    // The stamp of a plain file as it is now; false when there is none.
+    bool (*fileStamp)(WideView path, FileStamp& out) = nullptr;
 };
 
 // The platform in force. A test or program sets it before anything else; it is never null.
@@ -114,11 +163,21 @@ void SetPlatform(const PlatformTable* table);
 
 constexpr WideView PROGRAM_NAME = u"Tallyman";
 
+// Whether a path leads to another machine, or could: "\\\\host\\share", "//host/share", "smb://host/share".
+bool IsNetworkPath(WideView path);
+
 // A box with the program's name and one OK button.
 void ShowMessage(WideView text);
 // The same for a text with one "%s".
 void ShowMessageWith(WideView pattern, WideView insert);
-// Replaces the first "%s" of `pattern`.
+// While one lives, ShowMessage shows nothing: what is done in the background has no boxes.
+struct QuietMessages {
+    QuietMessages();
+    ~QuietMessages();
+    QuietMessages(const QuietMessages&) = delete;
+    QuietMessages& operator=(const QuietMessages&) = delete;
+};
+// Replaces the first "%s" of `pattern`. Control characters of a file's name do not come through as such.
 [[nodiscard]] bool FormatWith(WideText& out, WideView pattern, WideView insert);
 
 }  // namespace tally

@@ -41,8 +41,10 @@ int CompareFolded(WideView a, WideView b) {
     return a.size() < b.size() ? -1 : 1;
 }
 
-// Decodes one code point at `i` and moves past it; U+FFFD for malformed bytes.
-u32 NextUtf8(std::string_view s, std::size_t& i) {
+constexpr u32 MALFORMED = 0x110000;
+
+// Decodes one code point at `i` and moves past it; MALFORMED behind the bytes that make none.
+u32 DecodeUtf8(std::string_view s, std::size_t& i) {
     const auto lead = static_cast<u8>(s[i++]);
     if (lead < 0x80) return lead;
     int more = 0;
@@ -60,18 +62,43 @@ u32 NextUtf8(std::string_view s, std::size_t& i) {
         more = 3;
         value = lead & 0x07u;
         least = 0x10000;
-    } else return 0xFFFD;
+    } else return MALFORMED;
     std::size_t at = i;
     for (; more > 0; --more) {
         if (at >= s.size() || (static_cast<u8>(s[at]) & 0xC0) != 0x80) {
             i = at;
-            return 0xFFFD;
+            return MALFORMED;
         }
         value = (value << 6) | (static_cast<u8>(s[at++]) & 0x3Fu);
     }
     i = at;
-    if (value < least || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return 0xFFFD;
+    if (value < least || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return MALFORMED;
     return value;
+}
+
+u32 NextUtf8(std::string_view s, std::size_t& i) {
+    const u32 c = DecodeUtf8(s, i);
+    return c == MALFORMED ? 0xFFFD : c;
+}
+
+bool AppendCodePoint(WideText& out, u32 c) {
+    if (c <= 0xFFFF) return out.Append(static_cast<char16_t>(c));
+    return out.Append(static_cast<char16_t>(0xD7C0 + (c >> 10))) &&
+           out.Append(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
+}
+
+bool IsPairStart(WideView text, std::size_t i) {
+    return (text[i] & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00;
+}
+
+// A byte of a file's name that is not UTF-8.
+constexpr char16_t RAW_BYTE = 0xDC00;
+bool IsRawByte(char16_t c) { return c >= RAW_BYTE + 0x80 && c <= RAW_BYTE + 0xFF; }
+
+bool IsHidden(char16_t c) {
+    return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x200B && c <= 0x200F) ||
+           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF ||
+           (c >= 0xD800 && c <= 0xDFFF);
 }
 
 }  // namespace
@@ -131,15 +158,7 @@ void SetCollationLocale(const char* tag) {
 bool AppendUtf8(WideText& out, std::string_view utf8) {
     if (!out.Reserve(std::size_t{out.Length()} + utf8.size())) return false;
     for (std::size_t i = 0; i < utf8.size();) {
-        const u32 c = NextUtf8(utf8, i);
-        bool stored = true;
-        if (c > 0xFFFF) {
-            stored = out.Append(static_cast<char16_t>(0xD7C0 + (c >> 10))) &&
-                     out.Append(static_cast<char16_t>(0xDC00 | (c & 0x3FF)));
-        } else {
-            stored = out.Append(static_cast<char16_t>(c));
-        }
-        if (!stored) return false;
+        if (!AppendCodePoint(out, NextUtf8(utf8, i))) return false;
     }
     return true;
 }
@@ -188,6 +207,64 @@ std::size_t Utf8FromWide(WideView text, char* out) {
         *p++ = static_cast<char>(0x80 | (c & 0x3F));
     }
     return static_cast<std::size_t>(p - out);
+}
+
+bool WideFromPath(WideText& out, std::string_view bytes) {
+    out.Truncate(0);
+    if (!out.Reserve(bytes.size())) return false;
+    for (std::size_t i = 0; i < bytes.size();) {
+        const std::size_t start = i;
+        const u32 c = DecodeUtf8(bytes, i);
+        if (c != MALFORMED) {
+            if (!AppendCodePoint(out, c)) return false;
+            continue;
+        }
+        for (std::size_t at = start; at < i; ++at) {
+            const auto byte = static_cast<u8>(bytes[at]);
+            if (!out.Append(static_cast<char16_t>(byte < 0x80 ? byte : RAW_BYTE + byte))) return false;
+        }
+    }
+    return true;
+}
+
+bool PathFromWide(Array<char>& out, WideView path) {
+    out.Truncate(0);
+    if (path.empty() || path.find(u'\0') != WideView::npos) return false;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        char bytes[4];
+        std::size_t count = 1;
+        const bool pair = IsPairStart(path, i);
+        if (!pair && IsRawByte(path[i])) {
+            bytes[0] = static_cast<char>(path[i] - RAW_BYTE);
+        } else if (!pair && path[i] >= 0xD800 && path[i] <= 0xDFFF) {
+            return false;
+        } else {
+            count = Utf8FromWide(path.substr(i, pair ? 2 : 1), bytes);
+        }
+        i += pair;
+        if (!out.AppendMany(bytes, count)) return false;
+    }
+    return out.Append('\0');
+}
+
+bool AppendEscaped(WideText& out, WideView text) {
+    static constexpr char16_t digits[] = u"0123456789ABCDEF";
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i];
+        if (IsPairStart(text, i)) {
+            if (!out.Append(text.substr(i++, 2))) return false;
+            continue;
+        }
+        if (!IsHidden(c)) {
+            if (!out.Append(c)) return false;
+            continue;
+        }
+        const u32 code = IsRawByte(c) ? u32{c} - RAW_BYTE : c;
+        if (!out.Append(code < 0x100 ? WideView(u"\\x") : WideView(u"\\u"))) return false;
+        for (u32 shift = code < 0x100 ? 8 : 16; shift > 0; shift -= 4)
+            if (!out.Append(digits[code >> (shift - 4) & 15])) return false;
+    }
+    return true;
 }
 
 WideView FileNameOf(WideView path) {

@@ -1,6 +1,7 @@
 #pragma once
 // Comparison, case and conversion of UTF-16 text.
 
+#include "base/Array.h"
 #include "base/WideText.h"
 
 namespace tally {
@@ -38,6 +39,13 @@ void SetCollationLocale(const char* tag);
 // Bytes needed for `text` in UTF-8, and the conversion into a buffer of at least that size.
 std::size_t Utf8Length(WideView text);
 std::size_t Utf8FromWide(WideView text, char* out);
+
+// Names of files are bytes. Those that are not UTF-8 stand as U+DC80 to U+DCFF, so that every name comes back
+// as it was; PathFromWide is zero-terminated, and false also for an empty text and for what no name can be.
+[[nodiscard]] bool WideFromPath(WideText& out, std::string_view bytes);
+[[nodiscard]] bool PathFromWide(Array<char>& out, WideView path);
+// What would move the cursor, hide text or turn its direction becomes visible, such as "\\x1B".
+[[nodiscard]] bool AppendEscaped(WideText& out, WideView text);
 
 // The last element of a path behind "/" or "\\".
 WideView FileNameOf(WideView path);

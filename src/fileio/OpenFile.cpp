@@ -11,6 +11,7 @@
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "model/Trust.h"
 
 namespace tally {
 namespace {
@@ -97,6 +98,10 @@ bool OpenCompoundWorkbook(ByteView file, LoadState& load) {
     return true;
 }
 
+bool IsWorkbookStart(u16 first) {
+    return first == BOF_BIFF2 || first == BOF_BIFF3 || first == BOF_BIFF4 || first == COMPOUND_SIGNATURE;
+}
+
 bool ReadWorkbook(ByteView file, LoadState& load) {
     const u16 first = file.size() < 2 ? u16{0} : WordAt(file, 0);
     if (first == BOF_BIFF2 || first == BOF_BIFF3 || first == BOF_BIFF4) {
@@ -123,12 +128,16 @@ bool ReadByType(FileType type, ByteView file, char16_t delimiter, LoadState& loa
     }
 }
 
-// The first open replaces the empty book that the program started with.
-void CloseUntouchedFirstBook() {
-    const BookTable& table = Books();
-    if (table.books.Count() != 1) return;
-    const Workbook& book = *table.books[0];
-    if (!book.dirty && book.path.View() == u"Book1") RemoveBook(0);
+// A file that is longer than a workbook's first bytes allow is not read to its end.
+bool MayBeWorkbook(ByteView start) { return start.size() >= 2 && IsWorkbookStart(WordAt(start, 0)); }
+
+// The first open replaces the empty book that the program started with. Returns the new book.
+i32 CloseUntouchedFirstBook(i32 book) {
+    if (book != 1 || Books().books.Count() != 2) return book;
+    const Workbook& first = *BookAt(0);
+    if (first.dirty || first.path.View() != u"Book1") return book;
+    RemoveBook(0);
+    return 0;
 }
 
 bool SameFileOpen(WideView path, u32 flags) {
@@ -142,12 +151,26 @@ bool SameFileOpen(WideView path, u32 flags) {
     return true;
 }
 
-i32 OpenLink(WideView path) {
+FileRequest RequestFor(WideView path, char16_t delimiter) {
+    const FileType type = delimiter ? FILE_CSV : FileTypeOf(path);
+    return {.path = path, .mayBe = type == FILE_XLS || type == FILE_XLT ? MayBeWorkbook : nullptr};
+}
+
+i32 OpenLink(i32 asking, i32 externBook, WideView path) {
+    if (FileTypeOf(path) == FILE_UNKNOWN) return -1;
+    Array<u8> bytes;
+    if (ReadLinkedFile(asking, externBook, RequestFor(path, 0), bytes) != READ_GOOD) return -1;
+    const QuietMessages quiet;
     const i32 current = CurrentBook();
-    const bool opened = OpenFile(path, OPEN_HIDDEN_LINK | OPEN_SILENT_LINKS);
+    const bool opened = OpenFileFromMemory(path, bytes.Span(), OPEN_HIDDEN_LINK | OPEN_SILENT_LINKS);
     const i32 book = opened ? FindOpenBook(path, false) : -1;
     Books().currentBook = current;
     return book;
+}
+
+void TellUnread(ReadOutcome outcome, WideView path) {
+    if (outcome == READ_UNWANTED) ShowMessage(Message(MSG_INVALID_DATA));
+    else ShowMessageWith(Message(MSG_CANNOT_READ_FILE), path);
 }
 
 }  // namespace
@@ -165,19 +188,23 @@ FileType FileTypeOf(WideView path) {
     return FILE_UNKNOWN;
 }
 
-bool OpenFile(WideView path, u32 flags, char16_t delimiter) {
+bool OpenFile(WideView path, u32 flags, char16_t delimiter, ReadOutcome* outcome) {
     if (SameFileOpen(path, flags)) return true;
-    const bool quiet = (flags & OPEN_HIDDEN_LINK) != 0;
     if (!delimiter && FileTypeOf(path) == FILE_UNKNOWN) {
-        if (!quiet) ShowMessage(Message(MSG_FILE_TYPE_UNKNOWN));
+        ShowMessage(Message(MSG_FILE_TYPE_UNKNOWN));
         return false;
     }
     Array<u8> bytes;
-    if (!Platform().readFile(path, bytes)) {
-        if (!quiet) ShowMessageWith(Message(MSG_CANNOT_READ_FILE), path);
+    FileStamp stamp;
+    const ReadOutcome got = Platform().readPlainFile(RequestFor(path, delimiter), bytes, &stamp);
+    if (outcome) *outcome = got;
+    if (got != READ_GOOD) {
+        TellUnread(got, path);
         return false;
     }
-    return OpenFileFromMemory(path, bytes.Span(), flags, delimiter);
+    if (!OpenFileFromMemory(path, bytes.Span(), flags, delimiter)) return false;
+    if (Workbook* book = CurrentWorkbook()) book->stamp = stamp;
+    return true;
 }
 
 bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delimiter) {
@@ -187,10 +214,9 @@ bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delim
         return false;
     }
     const bool hidden = (flags & OPEN_HIDDEN_LINK) != 0;
-    if (!hidden) CloseUntouchedFirstBook();
     const i32 previous = CurrentBook();
     if (!CreateWorkbook(&path, false)) return false;
-    const i32 book = CurrentBook();
+    i32 book = CurrentBook();
     BookAt(book)->hiddenLink = hidden;
     bool good = false;
     {
@@ -203,11 +229,19 @@ bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delim
         Books().currentBook = previous < static_cast<i32>(Books().books.Count()) ? previous : -1;
         return false;
     }
+    if (!hidden) book = CloseUntouchedFirstBook(book);
     DropDependents();
     if (!BookAt(book)->externBooks.IsEmpty())
         UpdateLinks(book, !(flags & OPEN_SILENT_LINKS), (flags & OPEN_UPDATE_LINKS) != 0);
     if (!hidden) Calls().booksChanged();
     return true;
+}
+
+bool FileHasChanged(const Workbook& book, WideView path) {
+    FileStamp own, there;
+    if (!book.stamp.known || !Platform().fileStamp(book.path, own) || own == book.stamp) return false;
+    return path == book.path.View() ||
+           (Platform().fileStamp(path, there) && there.device == own.device && there.inode == own.inode);
 }
 
 void ConnectLinkOpener() { SetLinkOpener(OpenLink); }

@@ -1,7 +1,7 @@
 #pragma once
 // Opening a file as a new book.
 
-#include "base/WideText.h"
+#include "model/ModelTypes.h"
 
 namespace tally {
 
@@ -25,11 +25,16 @@ enum OpenFlags : u32 {
     OPEN_SILENT_LINKS = 4,  // does not ask about links
 };
 
-// Opens a file and makes its book current, or makes an open book of that path current. False, with one
-// box and no new book, when that fails. `delimiter`, when not 0, forces delimited text.
-[[nodiscard]] bool OpenFile(WideView path, u32 flags, char16_t delimiter = 0);
+// Opens a file that the user named and makes its book current, or makes an open book of that path current.
+// False, with one box and no new book, when that fails; `outcome` tells how the reading went. `delimiter`, when
+// not 0, forces delimited text.
+[[nodiscard]] bool OpenFile(WideView path, u32 flags, char16_t delimiter = 0, ReadOutcome* outcome = nullptr);
 // The same from bytes in memory; `path` names the book and gives its type.
 [[nodiscard]] bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delimiter = 0);
+
+// Whether a path leads to the file that a book came from, under whatever name, and another program has written
+// that file since the book was read or written there.
+bool FileHasChanged(const Workbook& book, WideView path);
 
 // Lets references open linked books.
 void ConnectLinkOpener();

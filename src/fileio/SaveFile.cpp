@@ -135,15 +135,17 @@ bool CanWrite(FileType type) { return type != FILE_BMP && type != FILE_UNKNOWN; 
 
 bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses) {
     losses = 0;
-    switch (type) {
-        case FILE_CSV:
-        case FILE_TXT: return WriteTextFile(book, path, type, losses);
-        case FILE_PXL:
-        case FILE_PXT:
-        case FILE_XLS:
-        case FILE_XLT: return WriteWorkbook(book, path, type, losses);
-        default: ShowMessage(Message(MSG_SAVE_FORM_MISSING)); return false;
+    if (!CanWrite(type)) {
+        ShowMessage(Message(MSG_SAVE_FORM_MISSING));
+        return false;
     }
+    const bool isText = type == FILE_CSV || type == FILE_TXT;
+    if (!(isText ? WriteTextFile(book, path, type, losses) : WriteWorkbook(book, path, type, losses)))
+        return false;
+    // A later change of the file is another program's.
+    FileStamp stamp;
+    BookAt(book)->stamp = Platform().fileStamp(path, stamp) ? stamp : FileStamp();
+    return true;
 }
 
 }  // namespace tally

@@ -4,6 +4,7 @@
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "formula/TokenWalk.h"
+#include "model/Trust.h"
 
 namespace tally {
 namespace {
@@ -12,7 +13,7 @@ constexpr char16_t STORED_START = 1;  // also: the next letter is a drive
 constexpr char16_t STORED_ROOT = 2;   // the root of the referring book's drive
 constexpr char16_t STORED_SEPARATOR = 3;
 
-i32 OpenNothing(WideView) { return -1; }
+i32 OpenNothing(i32, i32, WideView) { return -1; }
 
 struct LinkState {
     LinkOpener open = OpenNothing;
@@ -71,6 +72,50 @@ u32 CollectLinkedCells(const Workbook& book, u32 wanted, Array<LinkedCell>* out)
         }
     }
     return all;
+}
+
+bool LinkPath(const Workbook& book, const ExternBook& link, WideText& path) {
+    return ExpandStoredPath(path, link.path, book) && MakeAbsolutePath(path, book);
+}
+
+// More would not fit on a screen; the others are asked about when they are wanted.
+constexpr u32 NAMED_LINKS = 16;
+
+// The closed links that the user can be asked about, the first ones; their paths stand in `text`, a line each.
+bool ListClosedLinks(i32 book, Array<i32>& rows, WideText& text) {
+    const Workbook& workbook = *BookAt(book);
+    for (u32 i = 0; i < workbook.externBooks.Count() && rows.Count() < NAMED_LINKS; ++i) {
+        const ExternBook& link = workbook.externBooks[i];
+        WideText path;
+        if (link.kind != EXTERN_FILE || IsOpenLink(link)) continue;
+        if (!LinkPath(workbook, link, path)) return false;
+        if (!CanAskForLink(book, static_cast<i32>(i), path)) continue;
+        if (!rows.Append(static_cast<i32>(i)) || !text.Append(u'\n') || !AppendEscaped(text, path))
+            return false;
+    }
+    return true;
+}
+
+// One question for several files, `head` first. The answer is remembered: a Yes for the files that were named,
+// a No for the book. False when it was No or there was nothing to ask.
+bool AskToReadLinks(i32 book, WideView head, WideView tail, u32 flags) {
+    Array<i32> rows;
+    WideText text;
+    if (!text.Append(head) || !ListClosedLinks(book, rows, text) || rows.IsEmpty() || !text.Append(tail))
+        return false;
+    const i32 answer = Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | flags);
+    // The box runs a loop of its own.
+    Workbook* workbook = BookAt(book);
+    if (!workbook) return false;
+    if (answer != IDYES) {
+        workbook->trust[FOREIGN_LINK] = TRUST_REFUSED;
+        return false;
+    }
+    for (const i32 row : rows) {
+        if (static_cast<u32>(row) < workbook->externBooks.Count())
+            workbook->externBooks[static_cast<u32>(row)].trusted = true;
+    }
+    return true;
 }
 
 void RefreshLinks(i32 book, u32 wanted) {
@@ -161,8 +206,8 @@ i32 FindOrOpenLinkedBook(i32 book, i32 externBook) {
     const i32 open = FindOpenBook(link.path, false);
     if (open >= 0) return open;
     WideText path;
-    if (!ExpandStoredPath(path, link.path, *workbook) || !MakeAbsolutePath(path, *workbook)) return -1;
-    return links.open(path);
+    if (!LinkPath(*workbook, link, path)) return -1;
+    return links.open(book, externBook, path);
 }
 
 void UpdateLinks(i32 book, bool prompt, bool silentAnswer) {
@@ -178,11 +223,27 @@ void UpdateLinks(i32 book, bool prompt, bool silentAnswer) {
     if (!anyOpen && !anyClosed) return;
     bool refreshClosed = false;
     if (anyClosed && (CollectLinkedCells(*workbook, USES_CLOSED, nullptr) & USES_CLOSED)) {
-        refreshClosed = prompt ? Platform().messageBox(Message(MSG_UPDATE_LINKS), PROGRAM_NAME,
-                                                       MB_YESNO | MB_ICONQUESTION) == IDYES
-                               : silentAnswer;
+        refreshClosed =
+            prompt ? AskToReadLinks(book, Message(MSG_UPDATE_LINKS), {}, MB_ICONQUESTION) : silentAnswer;
     }
-    RefreshLinks(book, refreshClosed ? USES_OPEN | USES_CLOSED : USES_OPEN);
+    if (BookAt(book)) RefreshLinks(book, refreshClosed ? USES_OPEN | USES_CLOSED : USES_OPEN);
+}
+
+bool AskForWantedLinks(i32 book) {
+    Workbook* workbook = BookAt(book);
+    if (!workbook || workbook->wantedLink.IsEmpty()) return false;
+    workbook->wantedLink.Clear();
+    WideText head, tail;
+    if (!FormatWith(head, Message(MSG_TRUST_BOOK), FileNameOf(workbook->path)) || !head.Append(u'\n') ||
+        !head.Append(TrustUseText(FOREIGN_LINK)) || !tail.Append(u'\n') ||
+        !tail.Append(Message(MSG_TRUST_QUESTION)) ||
+        !AskToReadLinks(book, head, tail, MB_ICONWARNING | MB_DEFBUTTON2)) {
+        return false;
+    }
+    RefreshLinks(book, USES_OPEN | USES_CLOSED);
+    // References that are worked out from texts are in no list.
+    MarkVolatileCells();
+    return true;
 }
 
 }  // namespace tally

@@ -51,9 +51,13 @@ i32 FindOrAddExternName(ExternBook& row, WideView text);
 i32 FindOrOpenLinkedBook(i32 book, i32 externBook);
 // After a book was opened: refreshes the cells that its links feed, asking when `prompt` is set.
 void UpdateLinks(i32 book, bool prompt, bool silentAnswer);
+// Asks about the files that formulas of a book have wanted to read since the last time, and reads them on a
+// Yes. False when nothing was wanted. Not inside a calculation.
+bool AskForWantedLinks(i32 book);
 
-// Filled in by fileio at start: opens a file in the background. Returns the book or -1.
-using LinkOpener = i32 (*)(WideView path);
+// Filled in by fileio at start: opens the file of a book's link in the background, if the gate lets it. Returns
+// the book or -1.
+using LinkOpener = i32 (*)(i32 book, i32 externBook, WideView path);
 void SetLinkOpener(LinkOpener opener);
 
 }  // namespace tally

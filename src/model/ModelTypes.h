@@ -2,6 +2,7 @@
 // The records of a book. No routine stands here: what acts on them is in the headers beside.
 
 #include "base/Array.h"
+#include "base/Platform.h"
 #include "base/WideText.h"
 #include "charts/ChartTypes.h"
 #include "model/Value.h"
@@ -200,6 +201,7 @@ struct ExternBook {
     Array<WideText> sheetNames;
     u32 kind = EXTERN_FILE;
     Array<ExternName> names;
+    bool trusted = false;  // the user was told of this file and let it be read
 };
 
 constexpr i16 EXTERN_NO_SHEET = -2;
@@ -386,7 +388,9 @@ struct Workbook {
     Array<u8> userName;     // WRITEACCESS body behind the length, as read
     u16 userNameLength = 0;
     u16 country[2] = {};
-    u8 trust = 0;  // 0 not asked yet, 1 refused, 2 granted: see TrustState
+    u8 trust[FOREIGN_USES] = {};  // a BookTrust for each ForeignUse
+    WideText wantedLink;          // a file that a formula wanted to read and nobody has been asked about yet
+    FileStamp stamp;              // of the file when it was read or written
 };
 
 // All open books. Indexes shift when a book closes; a reference is fetched anew after any call that

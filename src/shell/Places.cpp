@@ -50,11 +50,12 @@ bool FollowTarget(WideView target) {
     const bool web = target.find(u"://") != WideView::npos || target.find(u"mailto:") == 0;
     if (!web && !MakeAbsolutePath(path, *CurrentWorkbook())) return false;
     const FileType type = FileTypeOf(path);
-    const bool asks = Platform().trustState() == TRUST_ASK && !CurrentWorkbook()->trust;
+    const ForeignUse use = web ? FOREIGN_ADDRESS : FOREIGN_PROGRAM;
+    const bool asks = TrustOf(CurrentBook(), use) == TRUST_ASK;
     if (!web && type != FILE_UNKNOWN && type != FILE_BMP) {
         // A file that is there and cannot be opened has its own message.
         if (Platform().fileExists(path)) return OpenBookFile(path, true);
-    } else if (!MayReachOutside(CurrentBook())) {
+    } else if (!MayReachOutside(CurrentBook(), use, path)) {
         // The user's own No needs no second box.
         if (asks) return false;
     } else if (ShellPlatform().openExternally(path)) {

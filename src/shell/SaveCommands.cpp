@@ -98,6 +98,14 @@ bool MayReplace(WideView chosen, WideView path) {
            Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
 }
 
+// What another program wrote there since is not replaced unasked.
+bool MayOverwrite(const Workbook& book, WideView path) {
+    if (!FileHasChanged(book, path)) return true;
+    WideText text;
+    return FormatWith(text, Message(MSG_FILE_CHANGED), path) &&
+           Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
+}
+
 bool MaySaveText(const Workbook& book, FileType type) {
     if ((type != FILE_CSV && type != FILE_TXT) || book.sheets.Count() < 2) return true;
     return Platform().messageBox(Message(MSG_SEVERAL_SHEETS), PROGRAM_NAME, MB_OKCANCEL | MB_ICONWARNING) ==
@@ -119,6 +127,8 @@ bool SaveBook(i32 book, WideView path, bool askForName) {
     const bool isTemplate = type == FILE_XLT || type == FILE_PXT;
     if (type == FILE_UNKNOWN || (isTemplate && !askForName)) return SaveBookAs(book);
     if (!MaySaveText(*BookAt(book), type)) return false;
+    // The dialog has asked already.
+    if (!askForName && !MayOverwrite(*BookAt(book), path)) return false;
     u32 losses = 0;
     if (!WriteBookFile(book, path, type, losses)) return false;
     BookAt(book)->dirty = 0;

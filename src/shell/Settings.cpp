@@ -1,5 +1,6 @@
 #include "base/Number.h"
 #include "base/Text.h"
+#include "model/Trust.h"
 #include "shell/Commands.h"
 #include "shell/FramePaint.h"
 
@@ -43,6 +44,8 @@ void LoadSettings() {
     shell.aggregate = ReadNumber(u"StsBarFunc", 6);
     if (shell.aggregate >= AGGREGATE_COUNT) shell.aggregate = 6;
     shell.options5 = static_cast<u32>(ReadNumber(u"Options5", 0));
+    shell.trustClosed = ReadNumber(u"TrustClosed", 0) != 0;
+    CloseTrust(shell.trustClosed);
     shell.recent.Truncate(0);
     for (u32 i = 1; i <= RECENT_FILES; ++i) {
         WideText key, path;
@@ -64,6 +67,7 @@ void SaveSettings() {
     WriteNumber(u"StsBarShow", shell.statusBarShown);
     WriteNumber(u"StsBarFunc", shell.aggregate);
     WriteNumber(u"Options5", shell.options5);
+    WriteNumber(u"TrustClosed", shell.trustClosed);
 }
 
 }  // namespace tally

@@ -8,10 +8,12 @@
 #include "editing/Undo.h"
 #include "fileio/OpenFile.h"
 #include "formula/AreaSums.h"
+#include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "functions/LookupIndex.h"
 #include "functions/Random.h"
 #include "model/BookTable.h"
+#include "model/Trust.h"
 #include "shell/Commands.h"
 #include "shell/EntryEditor.h"
 #include "shell/GridPaint.h"
@@ -109,6 +111,28 @@ bool OnFocus(const ShellMessage&) {
     return true;
 }
 
+constexpr i32 ASK_SOON = 1, ASK_LATER = 500;  // milliseconds
+
+// What a formula wanted to read is asked for when nothing else goes on.
+bool OnTimer(const ShellMessage& message) {
+    if (message.command != TIMER_TRUST) return GestureTimer(message);
+    ShellPlatform().killTimer(TIMER_TRUST);
+    if (IsEditing() || state.messageDepth > 1 || state.gesture != GESTURE_NONE) {
+        ShellPlatform().startTimer(TIMER_TRUST, ASK_LATER);
+        return true;
+    }
+    for (u32 i = 0; i < Books().books.Count(); ++i) {
+        if (AskForWantedLinks(static_cast<i32>(i))) InvalidateAll();
+    }
+    return true;
+}
+
+void AskSoonForLinks() {
+    for (const Workbook* book : Books().books) {
+        if (!book->wantedLink.IsEmpty()) return ShellPlatform().startTimer(TIMER_TRUST, ASK_SOON);
+    }
+}
+
 bool OnSize(const ShellMessage& message) {
     if (message.minimised) return true;
     RefreshChrome();
@@ -135,7 +159,7 @@ constexpr FrameMessageRow frameMessages[] = {
     {WM_PAINT, OnPaint},
     {WM_SETFOCUS, OnFocus},
     {WM_SIZE, OnSize},
-    {WM_TIMER, GestureTimer},
+    {WM_TIMER, OnTimer},
 };
 
 void CellChanged(i32 book, i32 sheet, i32 row, i32 column) {
@@ -199,6 +223,7 @@ void StopShell() {
     DropDependents();
     ResetAreaSums();
     ResetLookups();
+    ResetTrust();
     ResetShell();
 }
 
@@ -209,6 +234,7 @@ bool SendShellMessage(const ShellMessage& message) {
         const bool taken = row.handler(message);
         if (message.message != WM_PAINT) FitWantedRows();
         if (message.message != WM_PAINT && message.message != WM_MOUSEMOVE) RefreshToolbars();
+        if (message.message != WM_TIMER) AskSoonForLinks();
         return taken;
     }
     return false;

@@ -153,6 +153,7 @@ enum PointerShape : u8 { POINTER_ARROW, POINTER_CELL, POINTER_COLUMN_EDGE, POINT
 enum TimerId : i32 {
     TIMER_AUTO_SCROLL = 1,
     TIMER_COMMENT_HINT = 2,
+    TIMER_TRUST = 3,  // a formula wanted a file, and the user is asked outside the calculation
 };
 
 // A row of a file dialog's type list: "*.csv" and what it is called.

@@ -100,6 +100,7 @@ struct ShellState {
     bool statusBarShown = true;
     i32 aggregate = 6;
     u32 options5 = 0;
+    bool trustClosed = false;  // no book reaches outside, and nobody is asked
     bool closing = false;
     i32 messageDepth = 0;     // messages that are being handled, one inside the other
     bool memoryTold = false;  // the user knows that the outermost one was refused memory

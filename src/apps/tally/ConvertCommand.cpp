@@ -1,5 +1,6 @@
 #include "apps/tally/Commands.h"
 #include "base/Text.h"
+#include "fileio/OpenFile.h"
 #include "fileio/SaveFile.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -27,8 +28,11 @@ void TellLosses(u32 losses) {
 int WriteCurrentBook(const Options& options, const std::string& output) {
     WideText path;
     const std::string named = output == "-" ? "stdout." + options.to : output;
-    if (!WideFromUtf8(path, named)) return Complain(EXIT_DATA, "out of memory");
+    if (!WideFromPath(path, named)) return Complain(EXIT_DATA, "out of memory");
     const FileType type = FileTypeOf(path);
+    if (!options.force && FileHasChanged(*CurrentWorkbook(), path))
+        return Complain(EXIT_FILES,
+                        output + ": another program changed the file meanwhile; --force replaces it");
     ChooseForm(options);
     const u32 boxes = Headless().boxes.Count();
     u32 losses = 0;
@@ -44,7 +48,7 @@ int WriteCurrentBook(const Options& options, const std::string& output) {
 
 bool CanWriteTo(const Options& options, const std::string& output, int& status) {
     WideText path;
-    if (!WideFromUtf8(path, output == "-" ? "stdout." + options.to : output)) {
+    if (!WideFromPath(path, output == "-" ? "stdout." + options.to : output)) {
         status = Complain(EXIT_DATA, "out of memory");
         return false;
     }

@@ -45,6 +45,9 @@ void AddCommands(CLI::App& app, Options& options) {
     convert->add_option("--to", options.to, "Form of standard output: xls, xlt, pxl, pxt, csv, txt");
     convert->add_option("--form", options.form,
                         "Form of a workbook: 97 or 95 (default: that of the book read)");
+    for (CLI::App* sub : {convert, replay}) {
+        sub->add_flag("--force", options.force, "Replace a file that another program changed meanwhile");
+    }
     functions->add_flag("--document", options.document, "The list as a document (docs/functions.md)");
     eval->add_option("--book", options.book, "A book that the formula may refer to");
     replay->add_option("--book", options.book, "The book to begin with");
@@ -62,7 +65,7 @@ bool ReadOptions(int count, char** arguments, Options& options, int& status) {
     app.add_option("--code-page", options.codePage, "Code page of text files and of books without one");
     app.add_option("--date", options.date, "A fixed clock: YYYY-MM-DDTHH:MM:SS");
     app.add_flag("--trust", options.trust, "Let a book's macros act outside the program");
-    app.add_flag("--update-links", options.updateLinks, "Read linked books");
+    app.add_flag("--update-links", options.updateLinks, "Let formulas read other books");
     try {
         app.parse(count, arguments);
     } catch (const CLI::ParseError& error) {

@@ -24,6 +24,7 @@ struct Options {
     bool document = false;  // the functions as a document
     bool trust = false;
     bool updateLinks = false;
+    bool force = false;
 };
 
 enum ExitStatus { EXIT_GOOD = 0, EXIT_DATA = 1, EXIT_USAGE = 2, EXIT_FILES = 3 };

@@ -64,8 +64,7 @@ int RunScript(std::string_view text, const std::string& name) {
 int RunReplay(const Options& options) {
     WideText path;
     Array<u8> script;
-    if (!WideFromUtf8(path, options.input)) return Complain(EXIT_DATA, "out of memory");
-    if (!Platform().readFile(path, script)) return Complain(EXIT_FILES, "cannot read the script", path);
+    if (!WideFromPath(path, options.input)) return Complain(EXIT_DATA, "out of memory");
     int status = EXIT_GOOD;
     if (!options.output.empty() && !CanWriteTo(options, options.output, status)) return status;
     UseHeadlessShell();
@@ -73,6 +72,8 @@ int RunReplay(const Options& options) {
     StartShell(u"");
     if (!options.book.empty() && !OpenInput(options.book, "", options, status)) return status;
     if (!options.book.empty()) ShowReplayedBook();
+    if (!Platform().readFile(path, script))
+        return Complain(EXIT_FILES, "cannot read the script " + options.input);
     status = RunScript({reinterpret_cast<const char*>(script.Data()), script.Count()}, options.input);
     if (status == EXIT_GOOD && !FlushLines()) status = Complain(EXIT_FILES, "cannot write standard output");
     if (status != EXIT_GOOD || options.output.empty()) return status;

@@ -226,7 +226,7 @@ const char* StepFile(std::string_view rest, int& status) {
     const std::optional<i32> filter = ReadNumber(TakeWord(path));
     if (!filter || path.empty()) path = rest;
     frame.dialogFilter = filter && path != rest ? *filter : -1;
-    return WideFromUtf8(frame.dialogPath, path) ? nullptr : Fault(noMemory, EXIT_DATA, status);
+    return WideFromPath(frame.dialogPath, path) ? nullptr : Fault(noMemory, EXIT_DATA, status);
 }
 
 // ---- looking ---------------------------------------------------------------------------------------

@@ -68,6 +68,7 @@ bool ApplyOptions(const Options& options, int& status) {
         headless.fixedClock = true;
     }
     if (options.trust) headless.trust = TRUST_OPEN;
+    if (options.updateLinks) headless.links = TRUST_OPEN;
     return true;
 }
 

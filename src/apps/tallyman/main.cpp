@@ -26,7 +26,7 @@ int main(int count, char** arguments) {
     OpenFrame({SendShellMessage, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar, EntryLineClick,
                MenuItems});
     WideText path;
-    if (count > 1) IgnoreFailure(WideFromUtf8(path, arguments[1]));
+    if (count > 1) IgnoreFailure(WideFromPath(path, arguments[1]));
     StartShell(path);
     ShowFrame();
     const int code = RunMessageLoop();

@@ -22,7 +22,18 @@ bool NextFileOperationFails() {
 
 bool HeadlessReadFile(WideView path, Array<u8>& out) {
     if (NextFileOperationFails()) return false;
+    ++state.ownReads;
     return state.filesInMemory ? MemoryReadFile(path, out) : PosixReadFile(path, out);
+}
+ReadOutcome HeadlessReadPlainFile(const FileRequest& request, Array<u8>& out, FileStamp* stamp) {
+    ++(request.foreign ? state.foreignReads : state.ownReads);
+    if (request.foreign && state.links == TRUST_CLOSED && state.trust == TRUST_CLOSED) return READ_REFUSED;
+    if (NextFileOperationFails()) return READ_FAILED;
+    return state.filesInMemory ? MemoryReadPlainFile(request, out, stamp)
+                               : PosixReadPlainFile(request, out, stamp);
+}
+bool HeadlessFileStamp(WideView path, FileStamp& out) {
+    return state.filesInMemory ? MemoryFileStamp(path, out) : PosixFileStamp(path, out);
 }
 bool HeadlessFileExists(WideView path) {
     return state.filesInMemory ? FindMemoryFile(path) != nullptr : PosixFileExists(path);
@@ -110,19 +121,26 @@ i32 HeadlessMessageBox(WideView text, WideView title, u32 flags) {
 void HeadlessMetrics(ScreenMetrics& out) { out = {16, 3, 7, 96, 96, 34, 0}; }
 
 bool HeadlessFontFace(WideView, u8&, u8&) { return false; }
-TrustState HeadlessTrust() { return state.trust; }
+TrustState HeadlessTrust(ForeignUse use) { return use == FOREIGN_LINK ? state.links : state.trust; }
 bool HeadlessDirectory(WideText& out) {
     return state.filesInMemory ? out.Assign(u"/") : PosixCurrentDirectory(out);
 }
 
 const PlatformTable headlessTable = {
-    HeadlessReadFile,  HeadlessFileExists,   HeadlessCreateFile,  HeadlessWriteFile,
-    HeadlessPatchFile, HeadlessCloseFile,    HeadlessAbandonFile, HeadlessProgramDirectory,
-    HeadlessGetACP,    HeadlessTextCodePage, IcuIsValidCodePage,  IcuIsLeadByte,
-    IcuToWide,         IcuToBytes,           HeadlessLocaleInfo,  HeadlessLocaleTag,
-    HeadlessLocalTime, HeadlessClockSeconds, HeadlessMessageBox,  HeadlessMetrics,
-    HeadlessFontFace,  HeadlessTrust,        PosixMemoryStatus,   PosixVersion,
-    HeadlessDirectory,
+    HeadlessReadFile,    HeadlessFileExists,
+    HeadlessCreateFile,  HeadlessWriteFile,
+    HeadlessPatchFile,   HeadlessCloseFile,
+    HeadlessAbandonFile, HeadlessProgramDirectory,
+    HeadlessGetACP,      HeadlessTextCodePage,
+    IcuIsValidCodePage,  IcuIsLeadByte,
+    IcuToWide,           IcuToBytes,
+    HeadlessLocaleInfo,  HeadlessLocaleTag,
+    HeadlessLocalTime,   HeadlessClockSeconds,
+    HeadlessMessageBox,  HeadlessMetrics,
+    HeadlessFontFace,    HeadlessTrust,
+    PosixMemoryStatus,   PosixVersion,
+    HeadlessDirectory,   HeadlessReadPlainFile,
+    HeadlessFileStamp,
 };
 
 }  // namespace

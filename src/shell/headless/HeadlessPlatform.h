@@ -18,6 +18,7 @@ struct RecordedBox {
 struct MemoryFile {
     WideText path;
     Array<u8> bytes;
+    u64 version = 0;  // another one after each writing
 };
 
 struct HeadlessState {
@@ -25,8 +26,9 @@ struct HeadlessState {
     u32 ansiCodePage = 0;  // 0: that of the region
     u32 textCodePage = 65001;
     bool fixedClock = false;
-    SystemTime clock = {};  // when fixed
-    TrustState trust = TRUST_CLOSED;
+    SystemTime clock = {};            // when fixed
+    TrustState trust = TRUST_CLOSED;  // of everything but links
+    TrustState links = TRUST_CLOSED;
     // Called for each box; null records only.
     void (*boxShown)(WideView text, u32 flags) = nullptr;
     Array<RecordedBox> boxes;
@@ -40,6 +42,9 @@ struct HeadlessState {
     // The n-th file operation from now on fails, counted from 1; 0 none does.
     u32 failFileOperation = 0;
     u32 fileOperations = 0;
+    // Files that were asked for, by the user and by a book; the refused ones count.
+    u32 ownReads = 0;
+    u32 foreignReads = 0;
 };
 HeadlessState& Headless();
 

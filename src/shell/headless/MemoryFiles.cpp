@@ -1,5 +1,6 @@
 #include "shell/headless/MemoryFiles.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "shell/headless/HeadlessPlatform.h"
@@ -10,6 +11,7 @@ namespace {
 // Outputs in the making; an ended one has an empty path.
 struct MemoryOutputs {
     Array<MemoryFile> open;
+    u64 versions = 0;
 };
 MemoryOutputs outputs;
 
@@ -40,6 +42,7 @@ bool PutMemoryFile(WideView path, ByteView bytes) {
         file = &Headless().files.Last();
     }
     file->bytes = std::move(copy);
+    file->version = ++outputs.versions;
     return true;
 }
 
@@ -47,6 +50,25 @@ bool MemoryReadFile(WideView path, Array<u8>& out) {
     const MemoryFile* file = FindFile(path);
     out.Truncate(0);
     return file && out.AppendMany(file->bytes.Data(), file->bytes.Count());
+}
+
+ReadOutcome MemoryReadPlainFile(const FileRequest& request, Array<u8>& out, FileStamp* stamp) {
+    const MemoryFile* file = FindFile(request.path);
+    if (!file) return READ_MISSING;
+    const ByteView all = file->bytes.Span();
+    if (request.mayBe && !request.mayBe(all.first(std::min(all.size(), READ_START)))) return READ_UNWANTED;
+    if (stamp) IgnoreFailure(MemoryFileStamp(request.path, *stamp));
+    return MemoryReadFile(request.path, out) ? READ_GOOD : READ_NO_ROOM;
+}
+
+bool MemoryFileStamp(WideView path, FileStamp& out) {
+    const MemoryFile* file = FindFile(path);
+    if (!file) return false;
+    out = {};
+    out.known = true;
+    out.size = file->bytes.Count();
+    out.seconds = static_cast<i64>(file->version);
+    return true;
 }
 
 OutputHandle MemoryCreateFile(WideView path) {

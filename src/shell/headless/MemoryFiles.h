@@ -6,6 +6,8 @@
 namespace tally {
 
 bool MemoryReadFile(WideView path, Array<u8>& out);
+ReadOutcome MemoryReadPlainFile(const FileRequest& request, Array<u8>& out, FileStamp* stamp);
+bool MemoryFileStamp(WideView path, FileStamp& out);
 OutputHandle MemoryCreateFile(WideView path);
 bool MemoryWriteFile(OutputHandle file, const void* bytes, std::size_t count);
 bool MemoryPatchFile(OutputHandle file, u64 offset, const void* bytes, std::size_t count);

@@ -14,6 +14,9 @@ bool PosixPatchFile(OutputHandle file, u64 offset, const void* bytes, std::size_
 bool PosixCloseFile(OutputHandle file);
 void PosixAbandonFile(OutputHandle file);
 bool PosixProgramDirectory(WideText& out);
+// Neither knows of trust: a platform asks its own state first.
+ReadOutcome PosixReadPlainFile(const FileRequest& request, Array<u8>& out, FileStamp* stamp);
+bool PosixFileStamp(WideView path, FileStamp& out);
 
 // Gives up every output that was neither closed nor abandoned.
 void ResetPosixFiles();

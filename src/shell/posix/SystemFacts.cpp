@@ -32,7 +32,7 @@ bool PosixVersion(u32& major, u32& minor) {
 
 bool PosixCurrentDirectory(WideText& out) {
     char path[PATH_MAX];
-    return getcwd(path, sizeof path) && WideFromUtf8(out, path);
+    return getcwd(path, sizeof path) && WideFromPath(out, path);
 }
 
 }  // namespace tally

@@ -34,7 +34,7 @@ void QtLocalTime(SystemTime& out) {
 }
 
 u32 QtClockSeconds() { return static_cast<u32>(QDateTime::currentSecsSinceEpoch()); }
-TrustState QtTrust() { return TRUST_ASK; }
+TrustState QtTrust(ForeignUse) { return TRUST_ASK; }
 
 const PlatformTable platformTable = {
     .readFile = PosixReadFile,
@@ -62,6 +62,8 @@ const PlatformTable platformTable = {
     .globalMemoryStatus = PosixMemoryStatus,
     .getVersion = PosixVersion,
     .currentDirectory = PosixCurrentDirectory,
+    .readPlainFile = PosixReadPlainFile,
+    .fileStamp = PosixFileStamp,
 };
 
 }  // namespace
