@@ -41,8 +41,9 @@ void FreeBook(Workbook* book) {
     DestroyRecord(book);
 }
 
-void RenumberSheets(Workbook& book, i32 bookIndex) {
-    for (u32 i = 0; i < book.sheets.Count(); ++i) {
+// Those from `first` on: a sheet that is appended to thousands touches none of them.
+void RenumberSheets(Workbook& book, i32 bookIndex, i32 first = 0) {
+    for (u32 i = static_cast<u32>(first); i < book.sheets.Count(); ++i) {
         book.sheets[i]->book = bookIndex;
         book.sheets[i]->index = static_cast<i32>(i);
     }
@@ -237,7 +238,7 @@ bool InsertSheet(i32 position, const WideView* name, i32 kind, bool recordUndo, 
     book->currentSheet = position;
     ResetSheet(kind, 0);
     SetSheetName(*sheet, name ? *name : ownName.View());
-    RenumberSheets(*book, bookTable.currentBook);
+    RenumberSheets(*book, bookTable.currentBook, position);
     RaiseSheetReferences(*book, position, (kind & SHEET_WITH_CELLS) != 0);
     if (recordUndo) calls.recordSheetInsert(bookTable.currentBook, position, kind);
     calls.sheetInserted(bookTable.currentBook, position);
@@ -274,7 +275,7 @@ Sheet* DetachSheet(i32 book, i32 sheet) {
     if (!detached) return nullptr;
     workbook->sheets.RemoveAt(static_cast<u32>(sheet));
     detached->book = detached->index = -1;
-    RenumberSheets(*workbook, book);
+    RenumberSheets(*workbook, book, sheet);
     const i32 count = static_cast<i32>(workbook->sheets.Count());
     if (workbook->currentSheet >= count && count) workbook->currentSheet = count - 1;
     calls.sheetRemoved(book, sheet);
@@ -287,7 +288,7 @@ bool AttachSheet(i32 book, i32 position, Sheet* sheet) {
     if (!workbook || workbook->sheets.Count() >= u32{MAX_SHEETS}) return false;
     position = std::clamp(position, 0, static_cast<i32>(workbook->sheets.Count()));
     if (!workbook->sheets.InsertAt(static_cast<u32>(position), sheet)) return false;
-    RenumberSheets(*workbook, book);
+    RenumberSheets(*workbook, book, position);
     calls.sheetInserted(book, position);
     calls.structureChanged();
     return true;

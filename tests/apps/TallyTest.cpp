@@ -1,4 +1,9 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <map>
+#include <thread>
 
 #include "apps/TallyRun.h"
 
@@ -150,6 +155,7 @@ TEST_F(Tally, WhatAFormCannotHoldIsNamed) {
 TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
     PutBook("a.xls");
     Put("bad.xls", "no book");
+    fs::create_directory(folder / "folder.xls");
     struct Row {
         const char* arguments;
         int status;
@@ -164,8 +170,10 @@ TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
         {"eval =1 --code-page 77", 2, "--code-page"},
         {"eval =1 --date tomorrow", 2, "--date"},
         {"eval '=SUM('", 1, "There is an error in the formula you entered"},
-        {"sheets none.xls", 3, "none.xls"},
-        {"sheets bad.xls", 1, "Invalid data in input file"},
+        {"sheets none.xls", 3, "none.xls: no such file"},
+        {"sheets bad.xls", 1, "bad.xls: it is not a workbook"},
+        {"sheets folder.xls", 3, "folder.xls: it is a directory"},
+        {"sheets /dev/null.csv", 3, "no such file"},
         {"sheets a.doc", 1, "File type not recognised"},
         {"cells a.xls --sheet Third", 1, "Third"},
         {"convert a.xls out.pdf", 2, "xls, xlt, pxl, pxt, csv or txt"},
@@ -203,6 +211,88 @@ TEST_F(Tally, ALinkedBookIsReadOnlyWhenAsked) {
     Put("a.xls", std::string(bytes.begin(), bytes.end()));
     EXPECT_EQ(Run("convert a.xls - --to csv").output, "3\r\n");
     EXPECT_EQ(Run("convert a.xls - --to csv --update-links").output, "5\r\n");
+}
+
+// Whatever a file says, and whatever is asked of it: a pipe would hang the program, a device fill the memory.
+TEST_F(Tally, NoRoadOpensAnotherFileUnasked) {
+    ASSERT_EQ(mkfifo((folder / "pipe.csv").c_str(), 0666), 0);
+    fs::create_symlink("/dev/zero", folder / "device.csv");
+    Put("other.csv", "5,6\n");
+    for (const std::string other : {"pipe", "device", "other"}) {
+        const std::string reference = "[" + other + ".csv]" + other + "!A1";
+        Put("a.csv", "\"=INDIRECT(\"\"" + reference + "\"\")\",=" + reference + "\n");
+        Put("a.replay", "enter =INDIRECT(\"" + reference + "\")\nkey F9\nenter =" + reference + "\n");
+        EXPECT_EQ(Run("convert a.csv linked.xls").status, 0);
+        const std::string roads[] = {"sheets a.csv",
+                                     "cells a.csv",
+                                     "cells a.csv --recalculate",
+                                     "cells linked.xls",
+                                     "verify a.csv",
+                                     "verify linked.xls",
+                                     "convert a.csv out.xls",
+                                     "convert linked.xls - --to csv --recalculate",
+                                     "convert linked.xls out.csv --trust",
+                                     "eval '=INDIRECT(\"" + reference + "\")'",
+                                     "eval '=" + reference + "' --book linked.xls",
+                                     "replay a.replay --book linked.xls --out out.xls"};
+        for (const std::string& road : roads) {
+            const Outcome closed = Run(road, "timeout 20 ");
+            EXPECT_NE(closed.status, 124) << road;
+            EXPECT_EQ(closed.output.find("\"value\":5"), std::string::npos) << closed.output;
+            EXPECT_EQ(closed.output.find("5,"), std::string::npos) << closed.output;
+            // With the user's yes plain files are read, and only those.
+            const Outcome open = Run(road + " --update-links", "timeout 20 ");
+            EXPECT_NE(open.status, 124) << road;
+        }
+        EXPECT_EQ(Run("convert a.csv - --to csv --update-links", "timeout 20 ").output,
+                  other == "other" ? "5,5\r\n" : "#REF!,#REF!\r\n");
+    }
+}
+
+TEST_F(Tally, ErrorLinesShowControlCharactersAndForeignBytesEscaped) {
+    EXPECT_EQ(Run("sheets 'a\x1B[31m\nb\xFF.csv'").output, "tally: a\\x1B[31m\\x0Ab\\xFF.csv: no such file\n");
+    EXPECT_EQ(Run("convert --from csv - 'none/\x07.csv' < /dev/null").output,
+              "tally: Unable to open output file none/\\x07.csv\n");
+}
+
+TEST_F(Tally, AFileWhoseNameIsNotUtf8IsReadAndWritten) {
+    Put("caf\xE9.csv", "1,2\n");
+    EXPECT_EQ(Run("convert 'caf\xE9.csv' 'sp\xE4t\xFF.xls'").output, "");
+    EXPECT_TRUE(fs::exists(folder / "sp\xE4t\xFF.xls"));
+    EXPECT_EQ(Run("convert 'sp\xE4t\xFF.xls' - --to csv").output, "1,2\r\n");
+}
+
+// The script comes from a pipe, so that the file can be changed at a known time: the book is read before it.
+TEST_F(Tally, AFileThatAnotherProgramChangedIsReplacedOnlyByForce) {
+    ASSERT_EQ(mkfifo((folder / "script").c_str(), 0666), 0);
+    struct Row {
+        const char* out;
+        int status;
+        const char* content;
+    };
+    for (const Row& row : {Row{"book.csv", 3, "theirs"},
+                           {"./book.csv", 3, "theirs"},
+                           {"other.csv", 0, "theirs"},
+                           {"book.csv --force", 0, "mine\r\n"}}) {
+        Put("book.csv", "old");
+        Outcome outcome;
+        std::thread program([&] {
+            outcome = Run("replay script --book book.csv --out " + std::string(row.out), "timeout 20 ");
+        });
+        const int pipe = open((folder / "script").c_str(), O_WRONLY);  // waits for the reader
+        Put("book.csv", "theirs");
+        const std::string script = "enter mine\n";
+        EXPECT_EQ(write(pipe, script.data(), script.size()), static_cast<ssize_t>(script.size()));
+        close(pipe);
+        program.join();
+        EXPECT_EQ(outcome.status, row.status) << row.out << outcome.output;
+        EXPECT_EQ(Get("book.csv"), row.content) << row.out;
+        if (row.status)
+            EXPECT_NE(outcome.output.find("another program changed the file"), std::string::npos)
+                << outcome.output;
+    }
+    // Without such a change a file may be written over itself.
+    EXPECT_EQ(Run("convert book.csv book.csv").output, "");
 }
 
 }  // namespace

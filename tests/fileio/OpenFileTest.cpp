@@ -90,6 +90,53 @@ TEST_F(OpeningFiles, TheUntouchedFirstBookIsReplaced) {
     EXPECT_EQ(Books().books.Count(), 1u);
 }
 
+TEST_F(OpeningFiles, AFailedFirstOpenLeavesTheEmptyBookOpen) {
+    ASSERT_EQ(Narrow(CurrentWorkbook()->path), "Book1");
+    ASSERT_FALSE(BookAt(0)->dirty);
+    EXPECT_FALSE(Open({1}, u"a.xls"));
+    EXPECT_FALSE(Open({0xD0, 0xCF, 1, 2, 3}, u"b.xls"));
+    EXPECT_FALSE(Open({'"', 'a'}, u"c.csv"));
+    ASSERT_EQ(Books().books.Count(), 1u);
+    EXPECT_EQ(CurrentBook(), 0);
+    EXPECT_EQ(Narrow(CurrentWorkbook()->path), "Book1");
+    // One that is good takes its place; a changed one stays.
+    ASSERT_TRUE(Open(OneSheet([](BiffBuilder& b) { b.Number(0, 0, 1); })));
+    EXPECT_EQ(Books().books.Count(), 1u);
+    EXPECT_EQ(CurrentBook(), 0);
+    EXPECT_EQ(SheetAt(0, 0)->book, 0);
+    EXPECT_EQ(Shown("A1"), "1");
+    ForgetBooks();
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    BookAt(0)->dirty = 1;
+    ASSERT_TRUE(Open(OneSheet([](BiffBuilder& b) { b.Number(0, 0, 1); })));
+    EXPECT_EQ(Books().books.Count(), 2u);
+    EXPECT_EQ(CurrentBook(), 1);
+}
+
+TEST_F(OpeningFiles, TheOutcomeTellsWhyAFileWasNotOpened) {
+    Headless().filesInMemory = true;
+    const u8 none[] = {'n', 'o'};
+    ASSERT_TRUE(PutMemoryFile(u"bad.xls", none));
+    ASSERT_TRUE(PutMemoryFile(u"short.xlt", ByteView(none, 1)));
+    ASSERT_TRUE(PutMemoryFile(u"good.csv", none));
+    struct Row {
+        WideView path;
+        ReadOutcome outcome;
+    };
+    for (const Row& row : {Row{u"none.xls", READ_MISSING},
+                           {u"bad.xls", READ_UNWANTED},
+                           {u"short.xlt", READ_UNWANTED},
+                           {u"good.csv", READ_GOOD}}) {
+        ReadOutcome outcome = READ_GOOD;
+        EXPECT_EQ(OpenFile(row.path, 0, 0, &outcome), row.outcome == READ_GOOD);
+        EXPECT_EQ(outcome, row.outcome) << Narrow(row.path);
+    }
+    EXPECT_TRUE(CurrentWorkbook()->stamp.known);
+    EXPECT_FALSE(FileHasChanged(*CurrentWorkbook(), u"good.csv"));
+    ASSERT_TRUE(PutMemoryFile(u"good.csv", none));
+    EXPECT_TRUE(FileHasChanged(*CurrentWorkbook(), u"good.csv"));
+}
+
 TEST_F(OpeningFiles, CellsOfEveryKind) {
     for (u8 version : {u8{8}, u8{7}}) {
         ResetBooks();

@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 #include "model/CellStore.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "shell/headless/MemoryFiles.h"
+#include "shell/posix/FileSteps.h"
 #include "support/FailingAllocator.h"
 #include "support/Saving.h"
 
@@ -94,6 +96,50 @@ TEST_F(SaveFaults, EveryOutputOperationThatFailsLeavesTheOldFileWhole) {
     EXPECT_EQ(FilesInFolder(), 1u);
 }
 
+// A failed create, write, flush or rename on the disk: one box, the old file, and the book still to be saved.
+TEST_F(SaveFaults, EveryStepOnTheDiskThatFailsIsToldOnceInEveryForm) {
+    Headless().filesInMemory = false;
+    static FileStep failing = STEP_COUNT;
+    struct Form {
+        FileType type;
+        const char* name;
+    };
+    struct Step {
+        FileStep step;
+        const char* message;
+    };
+    constexpr Step steps[] = {{STEP_BESIDE, "Unable to open output file\n"},
+                              {STEP_WRITE, "不能写入文件\n"},
+                              {STEP_FLUSH, "不能写入文件\n"},
+                              {STEP_LINK, "不能写入文件\n"},
+                              {STEP_RENAME, "不能写入文件\n"}};
+    Put(0, 0, 1);
+    for (const Form& form :
+         {Form{FILE_XLS, "a.xls"}, {FILE_PXL, "a.pxl"}, {FILE_CSV, "a.csv"}, {FILE_TXT, "a.txt"}}) {
+        const fs::path path = folder / form.name;
+        u32 lost = 0;
+        failing = STEP_COUNT;
+        ASSERT_TRUE(WriteBookFile(CurrentBook(), Wide(path.string()), form.type, lost));
+        const std::string old = Bytes(path);
+        Put(0, 0, static_cast<double>(old.size()));
+        SetFileStepHook([](FileStep step) { return step == failing ? ENOSPC : 0; });
+        for (const Step& row : steps) {
+            failing = row.step;
+            Headless().boxes.Clear();
+            CurrentWorkbook()->dirty = 1;
+            EXPECT_FALSE(WriteBookFile(CurrentBook(), Wide(path.string()), form.type, lost)) << row.step;
+            ASSERT_EQ(Headless().boxes.Count(), 1u) << form.name << row.step;
+            EXPECT_EQ(Narrow(Headless().boxes[0].text), row.message + path.string());
+            EXPECT_EQ(CurrentWorkbook()->dirty, 1u);
+            EXPECT_TRUE(Bytes(path) == old) << form.name << row.step;
+        }
+        SetFileStepHook(nullptr);
+        ASSERT_TRUE(WriteBookFile(CurrentBook(), Wide(path.string()), form.type, lost));
+        EXPECT_FALSE(Bytes(path) == old);
+    }
+    EXPECT_EQ(FilesInFolder(), 4u);
+}
+
 TEST_F(SaveFaults, EveryAllocationThatFailsLeavesFileAndBook) {
     const u8 old[] = {'o', 'l', 'd'};
     for (u8 form : {u8{8}, u8{7}}) {
@@ -146,7 +192,6 @@ TEST_F(SaveFaults, AFullDiskLeavesTheOldFileWhole) {
     ASSERT_TRUE(TrySave(Wide(path.string())));
     const std::string old = Bytes(path);
     Put(60, 0, 2);
-    std::signal(SIGXFSZ, SIG_IGN);
     rlimit before;
     getrlimit(RLIMIT_FSIZE, &before);
     for (rlim_t room = 0; room <= old.size(); room += room < 1024 ? 256 : 8192) {
@@ -162,7 +207,6 @@ TEST_F(SaveFaults, AFullDiskLeavesTheOldFileWhole) {
     EXPECT_EQ(FilesInFolder(), 1u);
     ASSERT_TRUE(TrySave(Wide(path.string())));
     EXPECT_NE(Bytes(path), old);
-    std::signal(SIGXFSZ, SIG_DFL);
 }
 
 TEST_F(SaveFaults, AProcessThatIsKilledWhileItSavesLeavesTheOldFileOrTheNew) {
@@ -174,25 +218,25 @@ TEST_F(SaveFaults, AProcessThatIsKilledWhileItSavesLeavesTheOldFileOrTheNew) {
     Put(60, 0, 2);
     ASSERT_TRUE(TrySave(Wide((folder / "new.xls").string())));
     const std::string fresh = Bytes(folder / "new.xls");
+    static int left = 0;
     int killed = 0;
-    for (rlim_t room = 0; room < fresh.size() + 4096; room += 2048) {
+    for (int n = 1; n <= killed + 1; ++n) {
         const pid_t child = fork();
         if (!child) {
-            // The system ends the process in the middle of its writing.
-            const rlimit small = {room, room};
-            const rlimit none = {0, 0};
-            setrlimit(RLIMIT_CORE, &none);
-            setrlimit(RLIMIT_FSIZE, &small);
+            left = n;
+            SetFileStepHook([](FileStep) {
+                if (--left == 0) raise(SIGKILL);
+                return 0;
+            });
             _exit(TrySave(Wide(path.string())) ? 0 : 1);
         }
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         killed += WIFSIGNALED(status);
         const std::string now = Bytes(path);
-        EXPECT_TRUE(now == old || now == fresh) << room;
-        if (WIFSIGNALED(status)) EXPECT_TRUE(now == old) << room;
+        EXPECT_TRUE(now == (WIFSIGNALED(status) ? old : fresh)) << n;
     }
-    EXPECT_GT(killed, 2);
+    EXPECT_GE(killed, 6);
     EXPECT_TRUE(Bytes(path) == fresh);
 }
 

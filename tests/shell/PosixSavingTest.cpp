@@ -168,7 +168,7 @@ TEST_F(PosixSaving, EveryStepThatFailsLeavesTheOldFileWholeAndNothingBeside) {
                 EXPECT_TRUE(good == done || n <= 3) << way.name << " step " << n;
             }
             EXPECT_TRUE(done);
-            EXPECT_GE(failures, way.hardLink ? 4 : 5) << way.name;
+            EXPECT_GE(failures, 4) << way.name;
         }
     }
 }

@@ -167,6 +167,44 @@ TEST_F(SaveCommands, AFailedSaveLeavesFileBookAndForm) {
     EXPECT_EQ(CurrentWorkbook()->dirty, 0u);
 }
 
+TEST_F(SaveCommands, AFileThatAnotherProgramChangedIsNotOverwrittenUnasked) {
+    const u8 old[] = {'1'}, theirs[] = {'2'};
+    ASSERT_TRUE(PutMemoryFile(u"/a.csv", old));
+    ASSERT_TRUE(OpenBookFile(u"/a.csv", false));
+    Type("A1", "mine");
+    Save();
+    EXPECT_EQ(Boxes(), "");
+    EXPECT_EQ(FindMemoryFile(u"/a.csv")->bytes.Count(), 6u);
+    // What was saved here is no change of another program's.
+    Type("A1", "again");
+    Save();
+    EXPECT_EQ(Boxes(), "");
+    ASSERT_TRUE(PutMemoryFile(u"/a.csv", theirs));
+    Type("A1", "third");
+    Save();  // answered with No
+    EXPECT_EQ(Boxes(), "/a.csv 已被其他程序更改。要覆盖它吗？;");
+    EXPECT_EQ(Headless().boxes[0].flags & 0xFu, u32{MB_YESNO});
+    EXPECT_NE(Headless().boxes[0].flags & MB_DEFBUTTON2, 0u);
+    EXPECT_EQ(FindMemoryFile(u"/a.csv")->bytes[0], '2');
+    EXPECT_EQ(CurrentWorkbook()->dirty, 1u);
+    // Closing asks the same and keeps the book open.
+    AnswerBox(IDYES);
+    EXPECT_TRUE(CloseBook(CurrentBook(), CLOSE_ASK));
+    EXPECT_EQ(Headless().boxes.Count(), 3u);
+    EXPECT_EQ(FindMemoryFile(u"/a.csv")->bytes[0], '2');
+    AnswerBox(IDYES);
+    Save();
+    EXPECT_EQ(FindMemoryFile(u"/a.csv")->bytes.Count(), 7u);
+    EXPECT_EQ(CurrentWorkbook()->dirty, 0u);
+    EXPECT_EQ(Headless().boxes.Count(), 4u);
+    // Under another name nothing is lost.
+    ASSERT_TRUE(PutMemoryFile(u"/a.csv", theirs));
+    AnswerDialog(u"/b.csv", 3);
+    SaveAs();
+    EXPECT_EQ(Headless().boxes.Count(), 4u);
+    EXPECT_EQ(FindMemoryFile(u"/a.csv")->bytes[0], '2');
+}
+
 TEST_F(SaveCommands, ClosingSavesWhenAskedTo) {
     Type("A1", "kept");
     AnswerBox(IDYES);
