@@ -101,6 +101,12 @@ bool IsHidden(char16_t c) {
            (c >= 0xD800 && c <= 0xDFFF);
 }
 
+[[nodiscard]] bool AppendFolded(WideText& out, WideView text) {
+    if (!out.Assign(text)) return false;
+    for (std::size_t i = 0; i < text.size(); ++i) out.Data()[i] = FoldChar(text[i]);
+    return true;
+}
+
 }  // namespace
 
 char16_t UpperChar(char16_t c) { return c < 0x80 ? AsciiUpper(c) : MapChar(c, u_toupper); }
@@ -128,7 +134,7 @@ u32 HashIgnoringCase(WideView text) {
 }
 
 int CollateText(WideView a, WideView b) {
-    if (a == b) return 0;
+    if (EqualIgnoringCase(a, b)) return 0;
     // Digits, letters and blanks alone stand in the collation's order already.
     if (IsPlainWord(a) && IsPlainWord(b)) return CompareFolded(a, b);
     if (!collation.collator) {
@@ -138,10 +144,14 @@ int CollateText(WideView a, WideView b) {
             collation.collator = nullptr;
             return CompareFolded(a, b);
         }
-        ucol_setStrength(collation.collator, UCOL_SECONDARY);
+        ucol_setStrength(collation.collator, UCOL_TERTIARY);
     }
-    const UCollationResult result = ucol_strcoll(collation.collator, a.data(), static_cast<int32_t>(a.size()),
-                                                 b.data(), static_cast<int32_t>(b.size()));
+    // Folded first, case no longer counts among the differences of the third level.
+    WideText left, right;
+    if (!AppendFolded(left, a) || !AppendFolded(right, b)) return CompareFolded(a, b);
+    const UCollationResult result =
+        ucol_strcoll(collation.collator, left.View().data(), static_cast<int32_t>(left.Length()),
+                     right.View().data(), static_cast<int32_t>(right.Length()));
     return result == UCOL_LESS ? -1 : result == UCOL_GREATER ? 1 : 0;
 }
 

@@ -27,8 +27,8 @@ int CompareIgnoringCase(WideView a, WideView b);
 // A hash that is equal for texts that EqualIgnoringCase calls equal.
 u32 HashIgnoringCase(WideView text);
 
-// The order of words in the user's language, without regard to case (ICU collation, secondary
-// strength). Below zero, zero, above zero.
+// The order of words in the user's language, without regard to case and to nothing else: full and half width,
+// hiragana and katakana differ. Below zero, zero, above zero.
 int CollateText(WideView a, WideView b);
 // Language of CollateText, as a BCP 47 tag such as "zh-CN"; null or empty for the root order.
 void SetCollationLocale(const char* tag);

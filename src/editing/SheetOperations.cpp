@@ -376,6 +376,14 @@ void ReturnExternRows(Workbook& book, const UndoRecord& record) {
 
 }  // namespace
 
+bool RenameSheet(Sheet& sheet, WideView name) {
+    name = name.substr(0, MAX_SHEET_NAME);
+    if (!RenameLinkedSheet(sheet.book, sheet.name, name)) return false;
+    std::copy(name.begin(), name.end(), sheet.name);
+    sheet.name[name.size()] = 0;
+    return true;
+}
+
 void MarkSheetRanges(i32 book) {
     const Workbook& workbook = *BookAt(book);
     Array<u8> rows;

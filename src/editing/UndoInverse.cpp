@@ -137,7 +137,7 @@ Inverse InverseOf(const UndoRecord& record) {
 }
 
 void RestoreView(const SavedView& saved, Sheet& sheet) {
-    std::memcpy(sheet.name, saved.name, sizeof sheet.name);
+    if (WideView(sheet.name) != WideView(saved.name)) IgnoreFailure(RenameSheet(sheet, saved.name));
     sheet.zoomPercent = saved.zoomPercent;
     sheet.viewFlags = saved.viewFlags;
     sheet.defaultColumnWidth = saved.defaultColumnWidth;

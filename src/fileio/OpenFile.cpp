@@ -1,5 +1,7 @@
 #include "fileio/OpenFile.h"
 
+#include <optional>
+
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
@@ -208,12 +210,15 @@ bool OpenFile(WideView path, u32 flags, char16_t delimiter, ReadOutcome* outcome
 }
 
 bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delimiter) {
+    const bool hidden = (flags & OPEN_HIDDEN_LINK) != 0;
+    // What opens in the background shows no box.
+    std::optional<QuietMessages> quiet;
+    if (hidden) quiet.emplace();
     const FileType type = delimiter ? FILE_CSV : FileTypeOf(path);
     if (type == FILE_UNKNOWN) {
         ShowMessage(Message(MSG_FILE_TYPE_UNKNOWN));
         return false;
     }
-    const bool hidden = (flags & OPEN_HIDDEN_LINK) != 0;
     const i32 previous = CurrentBook();
     if (!CreateWorkbook(&path, false)) return false;
     i32 book = CurrentBook();
@@ -233,6 +238,7 @@ bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delim
     DropDependents();
     if (!BookAt(book)->externBooks.IsEmpty())
         UpdateLinks(book, !(flags & OPEN_SILENT_LINKS), (flags & OPEN_UPDATE_LINKS) != 0);
+    if (!hidden) RefreshLinksTo(book);
     if (!hidden) Calls().booksChanged();
     return true;
 }

@@ -1,7 +1,10 @@
 #include <algorithm>
 
 #include "formula/AreaSums.h"
+#include "formula/ArrayResults.h"
 #include "formula/Coercion.h"
+#include "formula/DataTables.h"
+#include "formula/EvaluationNotes.h"
 #include "formula/Evaluator.h"
 #include "formula/Precedents.h"
 #include "model/BookTable.h"
@@ -141,9 +144,9 @@ bool WalkOn(CalculationRun& run, Frame& frame, i32& row, i32& column) {
 }
 
 // Begins the walk of the frame's next precedent; false when there is none left.
-bool BeginPrecedent(CalculationRun& run, Frame& frame, const FormulaTokens& tokens) {
+bool BeginPrecedent(CalculationRun& run, Frame& frame, const FormulaCell& formula) {
     TokenPrecedent precedent;
-    while (NextPrecedent(tokens, frame.tokenAt, precedent)) {
+    while (NextPrecedent(formula, frame.tokenAt, precedent)) {
         if (!ResolvePrecedent(frame.book, frame.sheet, precedent.externIndex, frame.sheets)) continue;
         frame.area = precedent.area;
         for (frame.walkSheet = frame.sheets.first; frame.walkSheet <= frame.sheets.last; ++frame.walkSheet) {
@@ -173,6 +176,23 @@ bool PushFrame(CalculationRun& run, i32 book, i32 sheet, i32 row, i32 column) {
     return true;
 }
 
+// What a formula whose inputs are up to date gives now, and what its evaluation has met. False when the run was
+// abandoned.
+bool Evaluate(const FormulaTokens& tokens, Value& result, const EvalContext& context, u32& notes) {
+    const u32 outer = ExchangeNotes(0);
+    const bool completed =
+        IsTablePart(tokens) ? CalculateTable(result, context) : EvaluateFormula(tokens, result, context);
+    if (completed && (result.type == VT_REF || result.type == VT_AREA)) DerefValue(result, context);
+    notes = ExchangeNotes(outer);
+    if (!completed) return false;
+    if (context.arrayMode && !(notes & NOTE_PLACE)) ShareArrayResult(result, (notes & NOTE_AWAY) != 0, context);
+    const u32 beside = ExchangeNotes(0);
+    ReduceToScalar(result, context);
+    IgnoreFailure(ExchangeNotes(beside));
+    if (result.type == VT_EMPTY) result = NumberValue(0);
+    return true;
+}
+
 // Runs the formula of a frame whose inputs are up to date. False when the run was abandoned.
 bool Finish(const Frame& frame) {
     const CellRecord* cell = FrameCell(frame);
@@ -182,19 +202,25 @@ bool Finish(const Frame& frame) {
     if (!sheet.arrayFormulas.IsEmpty())
         context.arrayMode = FindArray(sheet, frame.row, frame.column) != nullptr;
     Value result;
-    const bool completed = EvaluateFormula(cell->formula->tokens, result, context);
-    if (completed) ReduceToScalar(result, context);
-    if (completed && result.type == VT_EMPTY) result = NumberValue(0);
+    u32 notes = 0;
+    const bool completed = Evaluate(cell->formula->tokens, result, context, notes);
     CellRecord* target = FrameCell(frame);
     if (!target || !completed) {
         FreeValue(result);
         if (target) target->calcState = CALC_STALE;
         return completed;
     }
-    FreeValue(target->value);
-    target->value = result;
+    // What asked for something that is away keeps what it had; a new formula has nothing to keep.
+    target->formula->kept = (notes & NOTE_AWAY) && target->value.type != VT_EMPTY;
+    if (target->formula->kept) {
+        FreeValue(result);
+    } else {
+        FreeValue(target->value);
+        target->value = result;
+    }
     target->calcState = CALC_CURRENT;
     ForgetSums(*SheetAt(frame.book, frame.sheet), frame.row, frame.column);
+    NoteCalculated(frame.book, frame.sheet, frame.row, frame.column);
     return true;
 }
 
@@ -214,7 +240,7 @@ bool Calculate(CalculationRun& run, i32 book, i32 sheet, i32 row, i32 column) {
         const CellRecord* cell = FrameCell(frame);
         i32 nextRow = 0;
         i32 nextColumn = 0;
-        if (cell && (frame.walking || BeginPrecedent(run, frame, cell->formula->tokens))) {
+        if (cell && (frame.walking || BeginPrecedent(run, frame, *cell->formula))) {
             if (WalkOn(run, frame, nextRow, nextColumn) &&
                 !PushFrame(run, frame.sheets.book, frame.walkSheet, nextRow, nextColumn)) {
                 Abandon(run);

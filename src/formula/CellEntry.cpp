@@ -18,6 +18,12 @@ void ReleaseInput(CellInput& input) {
     FreeTokens(input.tokens);
 }
 
+// Cells of an array that is being stored wait for its last one, which calculates for all of them.
+bool WaitsForArray(const Sheet& sheet, i32 row, i32 column) {
+    const ArrayEntry* entry = sheet.arrayFormulas.IsEmpty() ? nullptr : FindArray(sheet, row, column);
+    return entry && (row != entry->area.lastRow || column != entry->area.lastColumn);
+}
+
 }  // namespace
 
 void BuildPrecedents(FormulaCell& formula) {
@@ -58,7 +64,8 @@ bool SetCell(i32 book, i32 sheet, CellInput& input, bool recalculate, bool adjus
     TouchColumn(store, input.column);
     if (hasFormula && worksheet) {
         BuildPrecedents(*cell->formula);
-        CalculateCell(book, sheet, input.row, input.column);
+        if (!WaitsForArray(*target, input.row, input.column))
+            CalculateCell(book, sheet, input.row, input.column);
     }
     if (adjustRowHeight && worksheet) RecalculationView().rowHeightWanted(book, sheet, input.row);
     if (recalculate && worksheet) MarkDependents(book, sheet, input.row, input.column);

@@ -7,9 +7,9 @@
 #include "display/EntryScanners.h"
 #include "display/LocaleSettings.h"
 #include "display/NumberFormatter.h"
+#include "formula/ArrayResults.h"
+#include "formula/EvaluationNotes.h"
 #include "formula/Evaluator.h"
-#include "formula/FormulaScanner.h"
-#include "formula/FormulaText.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
@@ -240,6 +240,7 @@ void DerefValue(Value& value, const EvalContext& context) {
     const RefArea area = from.area;
     i32 row = area.firstRow;
     i32 column = area.firstColumn;
+    if (!IsOneCell(area)) NoteEvaluation(NOTE_PLACE);
     if (area.firstRow == area.lastRow) {
         if (area.firstColumn != area.lastColumn) column = context.column;
     } else if (area.firstColumn == area.lastColumn) {
@@ -255,19 +256,16 @@ void DerefValue(Value& value, const EvalContext& context) {
 
 void ArrayValueToScalar(Value& value, const EvalContext& context) {
     if (value.type != VT_ARRAY) return;
-    const u32 rows = ArrayRows(value);
-    const u32 columns = value.columns;
-    if (!value.elements || !columns) return SetError(value, ERR_NA);
+    if (!value.elements || !value.columns) return SetError(value, ERR_NA);
     const Sheet* sheet = SheetAt(context.book, context.sheet);
     const ArrayEntry* entry = sheet ? FindArray(*sheet, context.row, context.column) : nullptr;
-    u32 row = 0;
-    u32 column = 0;
+    if (entry && ArrayElementCount(value) > 1) NoteEvaluation(NOTE_PLACE);
+    Value element;
     if (entry) {
-        row = rows == 1 ? 0 : static_cast<u32>(context.row - entry->area.firstRow);
-        column = columns == 1 ? 0 : static_cast<u32>(context.column - entry->area.firstColumn);
+        CopyArrayElement(value, entry->area, context.row, context.column, element);
+    } else {
+        element = TakeValue(value.elements[0]);
     }
-    if (row >= rows || column >= columns) return SetError(value, ERR_NA);
-    Value element = TakeValue(value.elements[row * columns + column]);
     FreeValue(value);
     value = element;
 }
@@ -282,6 +280,8 @@ void BringUpToDate(i32 book, i32 sheet, i32 row, i32 column) {
     const CellRecord* cell = target ? GetCell(target->cells, row, column) : nullptr;
     if (!cell) return;
     if (cell->calcState == CALC_CALCULATING) {
+        // The old value that is read depends on where the circle was entered.
+        NoteEvaluation(NOTE_PLACE);
         if (CurrentWorkbook()) CurrentWorkbook()->circularSeen = 1;
     } else if (cell->calcState == CALC_STALE) {
         CalculateCell(book, sheet, row, column);
@@ -356,78 +356,6 @@ bool TextToNumber(WideView text, double& number) {
     i32 id = 0;
     return PlainNumber(text, number) || ParseDateEntry(text, date1904, number, id) ||
            ParseTimeEntry(text, number, id);
-}
-
-namespace {
-
-// The formula of a name that the text is, without its "="; false when it is none.
-bool NameFormula(WideView text, const EvalContext& context, WideText& formula) {
-    FormulaPlace place;
-    place.book = context.book;
-    place.sheet = context.sheet;
-    NameParts parts;
-    const i32 end = static_cast<i32>(text.size());
-    if (!ScanName(place, text, 0, end, parts) || parts.behind != end || parts.prefix.kind == PREFIX_FILE)
-        return false;
-    const Workbook* book = BookAt(context.book);
-    if (!book) return false;
-    const i32 sheet = parts.prefix.kind == PREFIX_OWN ? parts.prefix.firstSheet : context.sheet;
-    i32 row = FindName(*book, parts.identifier, static_cast<u16>(sheet + 1));
-    if (row < 0) row = FindName(*book, parts.identifier, 0);
-    if (row < 0 || !HasFormula(book->names[static_cast<u32>(row)].tokens)) return false;
-    WideText whole;
-    if (!FormulaToText(context.book, book->names[static_cast<u32>(row)].tokens, context.row, context.column,
-                       true, whole))
-        return false;
-    return formula.Assign(whole.View().substr(1));
-}
-
-// One or more references with list separators between them.
-bool ReferenceList(WideView text, const FormulaPlace& place, i32& externIndex, Array<RefArea>& areas) {
-    const i32 end = static_cast<i32>(text.size());
-    i32 p = SkipBlanks(text, 0, end);
-    bool parenthesis = CharAt(text, p, end) == u'(' && CharAt(text, end - 1, end) == u')';
-    const i32 stop = parenthesis ? end - 1 : end;
-    if (parenthesis) ++p;
-    externIndex = -1;
-    for (bool first = true;; first = false) {
-        RefArea area;
-        u8 nibble = 0;
-        i32 found = -1;
-        p = ParseReference(place, text, SkipBlanks(text, p, stop), stop, &found, area, nibble);
-        if (p < 0 || (!first && found != externIndex)) return false;
-        externIndex = found;
-        if (areas.Count() >= 0xFFFF || !areas.Append(area)) return false;
-        p = SkipBlanks(text, p, stop);
-        if (p >= stop) return true;
-        if (CharAt(text, p, stop) != ListSeparator()) return false;
-        ++p;
-    }
-}
-
-}  // namespace
-
-void TextToReference(Value& value, const EvalContext& context, bool useA1) {
-    WideText formula;
-    const WideView own = TextOf(value);
-    const WideView text = NameFormula(own, context, formula) ? formula.View() : own;
-    FormulaPlace place;
-    place.book = context.book;
-    place.sheet = context.sheet;
-    place.row = context.row;
-    place.column = context.column;
-    place.useA1 = useA1;
-    Array<RefArea> areas;
-    i32 externIndex = -1;
-    bool good =
-        !text.empty() && text.size() <= MAX_FORMULA_TEXT && ReferenceList(text, place, externIndex, areas);
-    if (good && externIndex < 0)
-        good = AddExternRef({context.book, context.book, context.sheet, context.sheet}, externIndex);
-    if (!good) return SetError(value, ERR_REF);
-    Value reference = RefValue(externIndex, static_cast<u16>(areas.Count()));
-    FreeValue(value);
-    value = reference;
-    if (value.type == VT_REF) std::copy(areas.begin(), areas.end(), value.areas->areas);
 }
 
 }  // namespace tally

@@ -160,7 +160,7 @@ bool EnterArea(u32 serial, const RefArea& area, u32 number) {
 bool EnterPrecedents(const FormulaCell& formula, u32 number) {
     u32 at = 0;
     TokenPrecedent precedent;
-    while (NextPrecedent(formula.tokens, at, precedent)) {
+    while (NextPrecedent(formula, at, precedent)) {
         PrecedentSheets sheets;
         if (!ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets))
             continue;
@@ -277,7 +277,7 @@ void VisitReadersOfArea(const Sheet& sheet, const RefArea& area, DependentVisit 
     const auto reads = [&](const FormulaCell& formula) {
         u32 at = 0;
         TokenPrecedent precedent;
-        while (NextPrecedent(formula.tokens, at, precedent)) {
+        while (NextPrecedent(formula, at, precedent)) {
             PrecedentSheets sheets;
             if (AreasMeet(precedent.area, area) &&
                 ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets) &&

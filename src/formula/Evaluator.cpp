@@ -6,6 +6,7 @@
 #include "formula/AreaSums.h"
 #include "formula/ArrayChoice.h"
 #include "formula/Coercion.h"
+#include "formula/EvaluationNotes.h"
 #include "formula/FormulaScanner.h"
 #include "formula/Links.h"
 #include "formula/NameEvaluation.h"
@@ -155,6 +156,7 @@ void PushLocalReference(Run& run, const u8* token) {
     const bool offsets = folded == ptgRefN || folded == ptgAreaN;
     u8 nibble = 0;
     RefArea area = ReadArea(token + 1, oneCell, nibble);
+    if (offsets) NoteEvaluation(NOTE_PLACE);
     if (offsets) AddContext(area, nibble, run.context.row, run.context.column);
     run.stack.Push(AreaValue(Ordered(area)));
     if (run.stack.Failed() || folded == ptgAreaN) return;
@@ -345,6 +347,7 @@ void PrepareArguments(Call& call, std::string_view signature, const EvalContext&
 // Macro functions run only where the running macro stands, commands not without side effects.
 bool IsBarred(const FunctionEntry& entry, bool addIn, const EvalContext& context) {
     const bool macroFunction = entry.category >= CATEGORY_MACRO_CONTROL && entry.category != CATEGORY_NONE;
+    if (macroFunction) NoteEvaluation(NOTE_PLACE);
     if (macroFunction && !macroCalls.isRunningCell(context)) return true;
     return !addIn && (entry.id & COMMAND_BIT) && macroCalls.sideEffectsBarred();
 }
@@ -388,6 +391,7 @@ void CallMacro(Call& call, Value& result, const EvalContext& context) {
     const Sheet* sheet = SheetAt(context.book, context.sheet);
     const bool onMacroSheet = sheet && sheet->kind == SHEET_MACRO;
     Value target = TakeValue(call.frame[0]);
+    NoteEvaluation(target.type == VT_ERROR && target.error == ERR_NAME ? NOTE_PLACE | NOTE_AWAY : NOTE_PLACE);
     SheetArea at;
     i32 error = ERR_REF;
     if (onMacroSheet && !macroCalls.isRunningCell(context)) {
@@ -620,6 +624,7 @@ void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column) {
         if (start + (oneCell ? 4 : 8) > tokens.length) return;
         u8 nibble = 0;
         RefArea area = ReadArea(tokens.bytes + start, oneCell, nibble);
+        if (nibble) NoteEvaluation(NOTE_PLACE);
         const bool allRows = !oneCell && area.firstRow == 0 && area.lastRow == MAX_ROWS - 1;
         const bool allColumns = !oneCell && area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1;
         AddContext(area, nibble, allRows ? 0 : row, allColumns ? 0 : column);

@@ -1,4 +1,5 @@
 #include "base/Text.h"
+#include "formula/EvaluationNotes.h"
 #include "formula/Links.h"
 
 namespace tally {
@@ -39,7 +40,10 @@ bool Resolve(i32 externIndex, ResolvedRef& ref, bool mayOpen) {
     }
     const WideView path = book->externBooks[static_cast<u32>(row.externBook)].path;
     ref.targetBook = mayOpen ? FindOrOpenLinkedBook(ref.book, row.externBook) : FindOpenBook(path, false);
-    if (ref.targetBook < 0) return false;
+    if (ref.targetBook < 0) {
+        if (mayOpen) NoteEvaluation(NOTE_AWAY);
+        return false;
+    }
     // Opening may have moved the table of books.
     const ExternBook& link = BookAt(ref.book)->externBooks[static_cast<u32>(row.externBook)];
     ref.firstSheet = LinkedSheet(link, ref.targetBook, row.firstSheet);

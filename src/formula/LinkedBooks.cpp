@@ -59,6 +59,15 @@ struct LinkedCell {
     u8 column;
 };
 
+void MarkLinkedCells(i32 book, std::span<const LinkedCell> cells) {
+    for (const LinkedCell& at : cells) {
+        CellRecord* cell = GetCell(SheetAt(book, at.sheet)->cells, at.row, at.column);
+        if (!cell || !cell->formula) continue;
+        SetStale(SheetAt(book, at.sheet)->cells, *cell);
+        MarkDependents(book, at.sheet, at.row, at.column);
+    }
+}
+
 // Lists the worksheet formulas that use links of the wanted kinds; returns what all of them use.
 u32 CollectLinkedCells(const Workbook& book, u32 wanted, Array<LinkedCell>* out) {
     u32 all = USES_NONE;
@@ -127,12 +136,7 @@ void RefreshLinks(i32 book, u32 wanted) {
     }
     Array<LinkedCell> cells;
     CollectLinkedCells(*BookAt(book), USES_OPEN | wanted, &cells);
-    for (const LinkedCell& at : cells) {
-        CellRecord* cell = GetCell(SheetAt(book, at.sheet)->cells, at.row, at.column);
-        if (!cell || !cell->formula) continue;
-        SetStale(SheetAt(book, at.sheet)->cells, *cell);
-        MarkDependents(book, at.sheet, at.row, at.column);
-    }
+    MarkLinkedCells(book, cells.Span());
 }
 
 }  // namespace
@@ -243,6 +247,36 @@ bool AskForWantedLinks(i32 book) {
     RefreshLinks(book, USES_OPEN | USES_CLOSED);
     // References that are worked out from texts are in no list.
     MarkVolatileCells();
+    return true;
+}
+
+void RefreshLinksTo(i32 book) {
+    for (u32 other = 0; other < Books().books.Count(); ++other) {
+        if (static_cast<i32>(other) == book) continue;
+        bool linked = false;
+        for (const ExternBook& link : Books().books[other]->externBooks)
+            linked = linked || (link.kind == EXTERN_FILE && FindOpenBook(link.path, false) == book);
+        if (!linked) continue;
+        Array<LinkedCell> cells;
+        CollectLinkedCells(*Books().books[other], USES_OPEN, &cells);
+        MarkLinkedCells(static_cast<i32>(other), cells.Span());
+    }
+}
+
+bool RenameLinkedSheet(i32 book, WideView from, WideView to) {
+    // Room first, then the names: the longest one fits, so that the way back needs none.
+    for (const bool acts : {false, true}) {
+        for (u32 other = 0; other < Books().books.Count(); ++other) {
+            if (static_cast<i32>(other) == book) continue;
+            for (ExternBook& link : Books().books[other]->externBooks) {
+                if (link.kind != EXTERN_FILE || FindOpenBook(link.path, false) != book) continue;
+                for (WideText& name : link.sheetNames) {
+                    if (!EqualIgnoringCase(name, from)) continue;
+                    if (acts ? !name.Assign(to) : !name.Reserve(MAX_SHEET_NAME)) return false;
+                }
+            }
+        }
+    }
     return true;
 }
 

@@ -55,6 +55,13 @@ void UpdateLinks(i32 book, bool prompt, bool silentAnswer);
 // Yes. False when nothing was wanted. Not inside a calculation.
 bool AskForWantedLinks(i32 book);
 
+// After a book was opened: what other open books read of it is stale, having kept the values of before.
+void RefreshLinksTo(i32 book);
+
+// A sheet of an open book gets another name: the links of other books that name it go along. False with nothing
+// changed when memory fails.
+[[nodiscard]] bool RenameLinkedSheet(i32 book, WideView from, WideView to);
+
 // Filled in by fileio at start: opens the file of a book's link in the background, if the gate lets it. Returns
 // the book or -1.
 using LinkOpener = i32 (*)(i32 book, i32 externBook, WideView path);

@@ -1,4 +1,5 @@
 #include "base/Text.h"
+#include "formula/DataTables.h"
 #include "formula/Dependents.h"
 #include "formula/Precedents.h"
 #include "formula/Recalculation.h"
@@ -25,6 +26,7 @@ struct NameReach {
 };
 
 struct Marking {
+    Array<TrialCell>* trial = nullptr;  // what becomes stale is kept there and nobody is told
     Array<ChangedCell> waiting;
     Array<NameReach> nameReach;
     bool anyNameStale = false;
@@ -45,6 +47,8 @@ void MarkFormula(FormulaCell& formula, void* context) {
     Marking& marking = *static_cast<Marking*>(context);
     CellRecord* cell = CellOf(formula);
     if (!cell || cell->calcState < CALC_CURRENT) return;
+    if (marking.trial && !KeepForTrial(*marking.trial, *formula.sheet, formula.row, *cell))
+        marking.failed = true;
     SetStale(formula.sheet->cells, *cell);
     // Without memory the cell is stale all the same; only its own dependents are not followed.
     if (!marking.waiting.Append({formula.sheet, formula.row, formula.column})) marking.failed = true;
@@ -164,7 +168,8 @@ void Spread(Marking& marking) {
     while (!marking.waiting.IsEmpty()) {
         const ChangedCell changed = marking.waiting.Last();
         marking.waiting.RemoveLast();
-        viewCalls.cellChanged(changed.sheet->book, changed.sheet->index, changed.row, changed.column);
+        if (!marking.trial)
+            viewCalls.cellChanged(changed.sheet->book, changed.sheet->index, changed.row, changed.column);
         MarkNamesOf(marking, *changed.sheet, {changed.row, changed.row, changed.column, changed.column});
         VisitDependents(*changed.sheet, changed.row, changed.column, MarkFormula, &marking);
         MarkAlways(marking);
@@ -253,6 +258,17 @@ void MarkChanged(std::span<FormulaCell* const> formulas, std::span<const Changed
             MarkName(marking, book->names[static_cast<u32>(name.name)]);
     }
     MarkAlways(marking);
+    RunMarking(marking);
+}
+
+void MarkForTrial(std::span<const TrialCell> inputs, Array<TrialCell>& marked) {
+    Marking marking;
+    marking.trial = &marked;
+    if (!Begin(marking)) return;
+    for (const TrialCell& input : inputs) {
+        Sheet* sheet = SheetAt(input.book, input.sheet);
+        if (sheet && !marking.waiting.Append({sheet, input.row, input.column})) marking.failed = true;
+    }
     RunMarking(marking);
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "formula/DataTables.h"
+#include "formula/FormulaTypes.h"
 #include "formula/Links.h"
 
 namespace tally {
@@ -37,7 +39,85 @@ RefArea Ordered(RefArea area) {
     return area;
 }
 
+// ---- what SUMIF adds up ---------------------------------------------------------------------------
+
+constexpr u16 FUNCTION_SUMIF = 345;
+constexpr u32 MOST_OPERANDS = 64;  // that wait for their operator or call; more are not followed
+
+// What the operands of a token string are, as far as they are plain references.
+struct OperandStack {
+    struct Operand {
+        bool isArea = false;
+        RefArea area;
+    };
+    Operand operands[MOST_OPERANDS];
+    u32 count = 0;
+
+    void Push(Operand operand) {
+        if (count < MOST_OPERANDS) operands[count] = operand;
+        ++count;
+    }
+    void Replace(u32 taken) {
+        count -= std::min(taken, count);
+        Push({});
+    }
+};
+
+u32 ArgumentsOfCall(const u8* token, u8 folded) {
+    if (folded == ptgFuncVar) return token[1] & 0x7F;
+    const i32 row = FindFunctionById(ReadU16(token + 1));
+    return row < 0 ? 0 : static_cast<u32>(FunctionTable[row].signature.size());
+}
+
+// What a whole token does to the stack.
+void StepOperands(OperandStack& stack, const u8* token) {
+    const u8 folded = FoldToken(*token);
+    u8 nibble = 0;
+    switch (folded) {
+        case ptgRef: return stack.Push({true, Ordered(ReadRefOperand(token + 1, nibble))});
+        case ptgArea: return stack.Push({true, Ordered(ReadAreaOperand(token + 1, nibble))});
+        case ptgRef3d: return stack.Push({true, Ordered(ReadRefOperand(token + 3, nibble))});
+        case ptgArea3d: return stack.Push({true, Ordered(ReadAreaOperand(token + 3, nibble))});
+        case ptgFunc:
+        case ptgFuncVar: return stack.Replace(ArgumentsOfCall(token, folded));
+        case ptgUplus:
+        case ptgUminus:
+        case ptgPercent: return stack.Replace(1);
+        case ptgParen:
+        case ptgExp:
+        case ptgTbl:
+        case ptgMemArea:
+        case ptgMemFunc: return;
+        case ptgAttr: return token[1] == ATTR_SUM ? stack.Replace(1) : void();
+        default: break;
+    }
+    if (folded >= ptgAdd && folded <= ptgRange) return stack.Replace(2);
+    stack.Push({});
+}
+
+// The reference at `here` when it is what SUMIF adds up: extended to the shape of what is compared.
+RefArea SummedArea(const FormulaTokens& tokens, u32 here, u32 next, const RefArea& given) {
+    if (next + 4 > tokens.length || FoldToken(tokens.bytes[next]) != ptgFuncVar ||
+        ReadU16(tokens.bytes + next + 2) != FUNCTION_SUMIF || (tokens.bytes[next + 1] & 0x7F) != 3) {
+        return given;
+    }
+    OperandStack stack;
+    for (u32 at = 0; at < here; at = NextToken(tokens.bytes, tokens.length, at) + 1)
+        StepOperands(stack, tokens.bytes + at);
+    if (stack.count < 2 || stack.count > MOST_OPERANDS || !stack.operands[stack.count - 2].isArea) return given;
+    const RefArea reached = WithShapeOf(given, stack.operands[stack.count - 2].area);
+    return {given.firstRow, std::max(given.lastRow, reached.lastRow), given.firstColumn,
+            std::max(given.lastColumn, reached.lastColumn)};
+}
+
 }  // namespace
+
+RefArea WithShapeOf(const RefArea& given, const RefArea& wanted) {
+    const i32 lastRow = std::min(given.firstRow + (wanted.lastRow - wanted.firstRow), MAX_ROWS - 1);
+    const i32 lastColumn =
+        std::min(given.firstColumn + (wanted.lastColumn - wanted.firstColumn), MAX_COLUMNS - 1);
+    return {given.firstRow, static_cast<u16>(lastRow), given.firstColumn, static_cast<u8>(lastColumn)};
+}
 
 bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out) {
     while (at < tokens.length) {
@@ -53,9 +133,19 @@ bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out) {
         out.externIndex = outside ? ReadU16(tokens.bytes + here + 1) : -1;
         out.area = Ordered(oneCell ? ReadRefOperand(tokens.bytes + start, nibble)
                                    : ReadAreaOperand(tokens.bytes + start, nibble));
+        out.area = SummedArea(tokens, here, at, out.area);
         return true;
     }
     return false;
+}
+
+bool NextPrecedent(const FormulaCell& formula, u32& at, TokenPrecedent& out) {
+    if (!IsTablePart(formula.tokens)) return NextPrecedent(formula.tokens, at, out);
+    const DataTable* table = TableOf(formula);
+    TablePlaces places;
+    if (!table || !PlacesOf(*table, formula.row, formula.column, places) || at >= places.count) return false;
+    out = {-1, places.reads[at++]};
+    return true;
 }
 
 bool TokensUseNames(const FormulaTokens& tokens) {

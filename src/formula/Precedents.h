@@ -11,8 +11,12 @@ struct TokenPrecedent {
     i32 externIndex = -1;
     RefArea area;
 };
+// The area of `wanted`'s rows and columns that begins where `given` does, as far as the sheet goes.
+RefArea WithShapeOf(const RefArea& given, const RefArea& wanted);
 // The next reference at or behind `at`, which moves behind it; false at the end.
 bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out);
+// The same for a formula of a cell; a part of a data table reads the table's formula and its own headings.
+bool NextPrecedent(const FormulaCell& formula, u32& at, TokenPrecedent& out);
 // Whether the tokens name a defined name.
 bool TokensUseNames(const FormulaTokens& tokens);
 // What a load asks of a formula, found in one walk.

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "formula/Dependents.h"
+#include "formula/EvaluationNotes.h"
 #include "formula/Evaluator.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
@@ -118,7 +119,9 @@ void CalculateAlways(const EvalContext& context) {
     Sheet* sheet = SheetAt(context.book, context.sheet);
     if (!sheet || !(sheet->kind & SHEET_WORKSHEET)) return;
     CellRecord* cell = GetCell(sheet->cells, context.row, context.column);
-    if (cell && cell->formula) EnterAlwaysCalculated(*cell->formula);
+    if (!cell || !cell->formula || cell->formula->alwaysCalculate) return;
+    NoteEvaluation(NOTE_PLACE);
+    EnterAlwaysCalculated(*cell->formula);
 }
 
 bool IsSubtotalCell(i32 book, i32 sheet, i32 row, i32 column) {

@@ -1,5 +1,6 @@
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "formula/EvaluationNotes.h"
 #include "formula/FormulaText.h"
 #include "functions/Arguments.h"
 #include "functions/FormatCode.h"
@@ -175,6 +176,7 @@ void CallCell(Value* arguments, Value& result, const EvalContext& context) {
         return;
     }
     const Value& where = arguments[1];
+    if (IsMissing(where)) NoteEvaluation(NOTE_PLACE);
     const auto row = static_cast<u16>(context.row);
     const auto column = static_cast<u8>(context.column);
     SheetArea at{context.book, context.sheet, {row, row, column, column}};

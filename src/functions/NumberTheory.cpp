@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "base/Platform.h"
+#include "formula/EvaluationNotes.h"
 #include "functions/Arguments.h"
 #include "functions/Handlers.h"
 #include "functions/Random.h"
@@ -56,6 +57,7 @@ double NextRandom() {
 void CallRand(Value* arguments, Value& result, const EvalContext& context) {
     IgnoreFailure(arguments);
     IgnoreFailure(context);
+    NoteEvaluation(NOTE_PLACE);
     result = NumberValue(NextRandom());
 }
 
@@ -69,6 +71,7 @@ void CallRandbetween(Value* arguments, Value& result, const EvalContext& context
         return;
     }
     CalculateAlways(context);
+    NoteEvaluation(NOTE_PLACE);
     result = NumberValue(std::floor(NextRandom() * (high - low + 1)) + low);
 }
 

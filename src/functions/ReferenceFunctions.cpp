@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "formula/EvaluationNotes.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaText.h"
 #include "functions/Arguments.h"
@@ -92,6 +93,7 @@ Value IndexArray(const Value& array, i32 areaNumber, IndexPlace place, bool oneN
 void NumberLines(Value* arguments, Value& result, const EvalContext& context, bool rows) {
     const Value& argument = arguments[0];
     if (IsMissing(argument)) {
+        NoteEvaluation(NOTE_PLACE);
         result = NumberValue((rows ? context.row : context.column) + 1);
         return;
     }
@@ -142,6 +144,7 @@ void MarkLink(const EvalContext& context, WideView link) {
     Sheet* sheet = SheetAt(context.book, context.sheet);
     const CellRecord* cell = sheet ? GetCell(sheet->cells, context.row, context.column) : nullptr;
     if (!cell || cell->calcState != CALC_CALCULATING || !cell->formula) return;
+    NoteEvaluation(NOTE_PLACE);
     if (!TokensCall(cell->formula->tokens, ID_HYPERLINK)) return;
     const auto row = static_cast<u16>(context.row);
     const auto column = static_cast<u8>(context.column);

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "formula/AreaSums.h"
+#include "formula/Precedents.h"
 #include "functions/Arguments.h"
 #include "functions/Criteria.h"
 #include "functions/Handlers.h"
@@ -260,11 +261,32 @@ void CallCountif(Value* arguments, Value& result, const EvalContext& context) {
     result = NumberValue(static_cast<double>(matching.matches));
 }
 
+namespace {
+
+// The cells that are added up have the shape of those that are compared, from the first of the given ones on.
+// Where the formula does not show them all, as through a name, it is calculated after every change.
+void FollowSums(const SheetArea& from, const SheetArea& sums, const EvalContext& context) {
+    const RefArea reached = WithShapeOf(sums.area, from.area);
+    if (AreaHoldsArea(sums.area, reached)) return;
+    const Sheet* sheet = SheetAt(context.book, context.sheet);
+    const CellRecord* cell = sheet ? GetCell(sheet->cells, context.row, context.column) : nullptr;
+    if (!cell || !cell->formula) return;
+    u32 at = 0;
+    TokenPrecedent precedent;
+    while (NextPrecedent(*cell->formula, at, precedent)) {
+        if (AreaHoldsArea(precedent.area, reached)) return;
+    }
+    CalculateAlways(context);
+}
+
+}  // namespace
+
 void CallSumif(Value* arguments, Value& result, const EvalContext& context) {
     SheetArea from, sums;
     if (!OneArea(arguments[0], context, from, result)) return;
     sums = from;
     if (!IsMissing(arguments[2]) && !OneArea(arguments[2], context, sums, result)) return;
+    FollowSums(from, sums, context);
     PrepareCriteria(arguments[1], context);
     SumMatching matching{TakeCriteria(arguments[1]), from, sums};
     if (SumKept(matching, result)) return;

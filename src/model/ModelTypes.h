@@ -32,6 +32,7 @@ struct FormulaCell {
     bool alwaysCalculate = false;  // its inputs cannot be told from its tokens
     bool indexed = false;          // entered in the index of dependents
     bool usesNames = false;        // set when it is entered
+    bool kept = false;             // the value is an older one: what it asked for was away
     u32 dependentMark = 0;         // work word of the index of dependents
 };
 
@@ -113,7 +114,15 @@ struct ArrayEntry {
     u16 reserved2 = 0;
 };
 
-// A rectangle of results that two input cells feed. Nothing calculates it here; it is kept for its file.
+enum DataTableFlags : u16 {
+    TABLE_ROW_INPUT = 4,  // of one input: the values stand in the row above
+    TABLE_TWO_INPUTS = 8,
+    TABLE_INPUT_LOST = 0x10,  // of the first input, and of the second
+    TABLE_SECOND_LOST = 0x20,
+};
+
+// A rectangle of results of one formula for many values of one or two input cells. With two inputs the first
+// takes the values of the row above, the second those of the column on the left.
 struct DataTable {
     RefArea area;
     u16 flags = 0;

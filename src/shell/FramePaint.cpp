@@ -81,6 +81,9 @@ void PaintHeaders(void* target, const Sheet& sheet, const PixelRect& paint) {
         if (AppendInteger(text, row.index + 1)) Centred(target, rect, text, font);
     }
     HeaderBox(target, {layout.grid.left, layout.grid.top, layout.cells.left, layout.cells.top}, false);
+    if (Shell().circle)
+        Centred(target, {layout.cells.left, layout.grid.top, layout.cells.right, layout.cells.top}, u"CIR",
+                font);
 }
 
 void PaintTabs(void* target) {

@@ -419,6 +419,20 @@ void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
     }
 }
 
+// The cells, and whether a circle was met among them. The mark of one stands in the column headers, which this
+// paint need not reach.
+void PaintCells(void* target, Sheet& sheet, const PixelRect& paint) {
+    const Layout& layout = Shell().layout;
+    if (!RectsMeet(layout.cells, paint)) return;
+    const i32 book = sheet.book;
+    BookAt(book)->circularSeen = 0;
+    PaintPanes(target, sheet, paint);
+    const bool circle = BookAt(book) && BookAt(book)->circularSeen;
+    if (circle == Shell().circle) return;
+    Shell().circle = circle;
+    ShellPlatform().invalidate({layout.cells.left, layout.grid.top, layout.cells.right, layout.cells.top});
+}
+
 // Where the edge of a row or column stands while it is dragged.
 void PaintResizeEdge(void* target, const PixelRect& paint) {
     const ShellState& shell = Shell();
@@ -444,7 +458,7 @@ void PaintFrame(void* target, const PixelRect& paint) {
     const Layout& layout = Shell().layout;
     PaintFrameBackground(target, paint);
     if (HasCells(sheet) && RectsMeet(layout.grid, paint)) {
-        PaintPanes(target, *sheet, paint);
+        PaintCells(target, *sheet, paint);
         Drawing().setClip(target, IntersectRects(layout.cells, paint));
         PaintListArrow(target);
         Drawing().setClip(target, IntersectRects(layout.grid, paint));

@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "editing/SheetOperations.h"
 #include "editing/Undo.h"
 #include "formula/Coercion.h"
 #include "model/BookTable.h"
@@ -85,8 +86,7 @@ void RenameSheetCommand(i32) {
     const WideView name = form.fields[0].text;
     if (!sheet || NameFault(name)) return;
     RecordView(UNDO_RENAME_SHEET);
-    std::copy(name.begin(), name.end(), sheet->name);
-    sheet->name[name.size()] = 0;
+    if (!RenameSheet(*sheet, name)) return;
     SheetChanged();
     ScrollTabs();
 }

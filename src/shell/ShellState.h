@@ -78,6 +78,7 @@ struct WantedRows {
 };
 
 struct ShellState {
+    bool circle = false;  // the mark of a circular reference stands in the column headers
     const ShellPlatformTable* platform = nullptr;
     Layout layout;
     i32 entryMode = ENTRY_NONE;

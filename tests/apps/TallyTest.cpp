@@ -60,7 +60,7 @@ TEST_F(Tally, VerifyFindsWhatDiffers) {
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0],
               (Json{{"sheet", "First"}, {"cell", "B2"}, {"formula", "=A1"}, {"saved", 9}, {"computed", 2}}));
-    EXPECT_EQ(lines[1], (Json{{"formulas", 2}, {"equal", 1}, {"different", 1}, {"volatile", 0}}));
+    EXPECT_EQ(lines[1], (Json{{"formulas", 2}, {"equal", 1}, {"different", 1}, {"volatile", 0}, {"kept", 0}}));
     Put("v.csv", "=RAND(),=A1+1\n");
     EXPECT_EQ(Run("verify v.csv").Lines().back()["different"], 0);
 }

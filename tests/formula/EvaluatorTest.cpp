@@ -83,6 +83,22 @@ TEST_F(Evaluator, AFunctionRepeatedOverAColumnAndARowReadsTheColumnByRows) {
     Check({{"=SUMPRODUCT(--ISNUMBER(SEARCH({\"a\",\"b\"},C1:C4)))", "5"}});
 }
 
+TEST_F(Evaluator, EqualityFoldsCaseAndNothingElse) {
+    Check({{"=\"a\"=\"A\"", "TRUE"},
+           {"=\"\u00e9\"=\"\u00c9\"", "TRUE"},
+           {"=\"\uff41\"=\"\uff21\"", "TRUE"},
+           {"=\"a\"=\"\uff41\"", "FALSE"},
+           {"=\"a\"<>\"\uff41\"", "TRUE"},
+           {"=\"1\"=\"\uff11\"", "FALSE"},
+           {"=\"\u3042\"=\"\u30a2\"", "FALSE"},
+           {"=\"\u30a2\"=\"\uff71\"", "FALSE"},
+           {"=\"e\"=\"\u00e9\"", "FALSE"},
+           {"=\"\u00e9\"<\"f\"", "TRUE"},
+           {"=\"\u3042\"<\"\u30a4\"", "TRUE"},
+           {"=OR(\"\u3042\"<\"\u30a2\",\"\u3042\">\"\u30a2\")", "TRUE"},
+           {"=\"a-b\"=\"A-B\"", "TRUE"}});
+}
+
 TEST_F(Evaluator, AMinusZeroHasNoSignInATexts) {
     Check({{"=(0*-1)&\"\"", "0"},
            {"=\"a\"&-0", "a0"},

@@ -27,6 +27,29 @@ class Recalculation : public Sandbox {
     }
 };
 
+TEST_F(Recalculation, ASumIfWithAShorterSumRangeFollowsAllCellsThatItAddsUp) {
+    const char* formulas[] = {"=SUMIF(A1:A3,1,B1)",       "=SUMIF(Sheet1!A1:A3,1,Sheet1!B1:B2)",
+                              "=SUMIF(A1:A3,A1*1,B1:C1)", "=1+SUMIF(A1:A3,IF(TRUE,1,2),B1)-1",
+                              "=SUMIF(keys,1,values)",    "=SUM(5,SUMIF(A1:A3,1,B1),-5)"};
+    DefineName("keys", "=Sheet1!$A$1:$A$3");
+    DefineName("values", "=Sheet1!$B$1");
+    for (int i = 1; i <= 3; ++i) Enter("A" + std::to_string(i), "1");
+    int row = 1;
+    for (const char* formula : formulas) Enter("D" + std::to_string(row++), formula);
+    for (const char* cell : {"B1", "B2", "B3"}) {
+        const std::string before = Shown("D1");
+        Enter(cell, "10");
+        for (row = 1; row <= 6; ++row)
+            EXPECT_EQ(Shown("D" + std::to_string(row)), std::to_string(std::stoi(before) + 10)) << cell << row;
+    }
+    // What is only compared is not added up.
+    EXPECT_FALSE(CellAtName("D1")->formula->alwaysCalculate);
+    EXPECT_TRUE(CellAtName("D5")->formula->alwaysCalculate);
+    Enter("D7", "=SUMIF(keys,1)");
+    Enter("D8", "=SUMIF(keys,1,B1:B3)");
+    EXPECT_FALSE(CellAtName("D7")->formula->alwaysCalculate || CellAtName("D8")->formula->alwaysCalculate);
+}
+
 TEST_F(Recalculation, AChangeReachesWhatDependsOnIt) {
     Enter("A1", "1");
     Enter("B1", "=A1*2");

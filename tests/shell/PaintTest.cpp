@@ -82,6 +82,27 @@ TEST_F(PaintTest, AConditionThatHoldsGivesFillFontAndColour) {
     EXPECT_FALSE(Filled(Cell(2, 1), 0x0000FF));
 }
 
+TEST_F(PaintTest, ACircleThatAPaintMeetsIsNamedInTheColumnHeadersUntilTheNextOne) {
+    PaintHeadless();
+    EXPECT_FALSE(FindDrawn("CIR"));
+    Enter("A1", "=B1+1");
+    Enter("B1", "=A1");
+    PaintHeadless();
+    const DrawRecord* mark = FindDrawn("CIR");
+    ASSERT_TRUE(mark);
+    const Layout& layout = Shell().layout;
+    EXPECT_GE(mark->rect.top, layout.grid.top);
+    EXPECT_LE(mark->rect.top, layout.cells.top);
+    const i32 middle = (layout.cells.left + layout.cells.right) / 2;
+    EXPECT_NEAR(mark->rect.left, middle - 10, 20);
+    PaintHeadless();
+    EXPECT_FALSE(FindDrawn("CIR"));
+    Enter("B1", "=A1");
+    CurrentSheet()->viewFlags = static_cast<u16>(CurrentSheet()->viewFlags & ~VIEW_HEADERS);
+    PaintHeadless();
+    EXPECT_FALSE(FindDrawn("CIR"));
+}
+
 TEST_F(PaintTest, AConditionsBorderComesBeforeTheCellsOwn) {
     CellFormat own;
     own.rightStyle = 1;

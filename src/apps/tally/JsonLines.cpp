@@ -101,7 +101,8 @@ void WriteVerifyLine(const VerifyCounts& counts) {
     WriteLine({{"formulas", counts.formulas},
                {"equal", counts.equal},
                {"different", counts.different},
-               {"volatile", counts.volatileOnes}});
+               {"volatile", counts.volatileOnes},
+               {"kept", counts.kept}});
 }
 
 bool FlushLines() { return std::fflush(stdout) == 0 && !std::ferror(stdout); }

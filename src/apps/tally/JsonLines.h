@@ -45,6 +45,7 @@ struct VerifyCounts {
     u32 equal = 0;
     u32 different = 0;
     u32 volatileOnes = 0;
+    u32 kept = 0;  // what they ask for is away: a closed book, an unknown function
 };
 void WriteVerifyLine(const VerifyCounts& counts);
 

@@ -82,7 +82,9 @@ int RunVerify(const Options& options) {
         const CellRecord* cell = GetCell(SheetAt(book, entry.sheet)->cells, entry.row, entry.column);
         ++counts.formulas;
         if (!cell || !cell->formula) continue;
-        if (SameValue(entry.value, cell->value)) {
+        if (cell->formula->kept) {
+            ++counts.kept;
+        } else if (SameValue(entry.value, cell->value)) {
             ++counts.equal;
         } else if (cell->calcState == CALC_STALE) {
             ++counts.volatileOnes;
