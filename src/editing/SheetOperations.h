@@ -19,7 +19,8 @@ bool CanDeleteSheet(i32 book, i32 sheet);
 // With undo. False with nothing changed when it could not be made.
 [[nodiscard]] bool CopySheet(i32 before);
 
-// Gives a sheet another name, in the links of other open books too. False with nothing changed when memory fails.
+// Gives a sheet another name, in the links of other open books too. False with nothing changed when memory
+// fails.
 [[nodiscard]] bool RenameSheet(Sheet& sheet, WideView name);
 
 // Marks the formulas that read a range of sheets of a book: it may hold others than before.
