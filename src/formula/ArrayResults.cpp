@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "formula/AreaSums.h"
+#include "formula/ArrayIndex.h"
 #include "formula/DataTables.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -42,7 +43,7 @@ void CopyArrayElement(const Value& array, const RefArea& area, i32 row, i32 colu
 
 void ShareArrayResult(const Value& result, bool away, const EvalContext& context) {
     Sheet* sheet = SheetAt(context.book, context.sheet);
-    const ArrayEntry* entry = sheet ? FindArray(*sheet, context.row, context.column) : nullptr;
+    const ArrayEntry* entry = sheet ? ArrayOfCell(*sheet, context.row, context.column) : nullptr;
     const CellRecord* own = entry ? GetCell(sheet->cells, context.row, context.column) : nullptr;
     if (!own || !own->formula || IsOneCell(entry->area)) return;
     const FormulaTokens& tokens = own->formula->tokens;

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "formula/AreaSums.h"
+#include "formula/ArrayIndex.h"
 #include "formula/ArrayResults.h"
 #include "formula/Coercion.h"
 #include "formula/DataTables.h"
@@ -200,7 +201,7 @@ bool Finish(const Frame& frame) {
     const Sheet& sheet = *SheetAt(frame.book, frame.sheet);
     EvalContext context{frame.book, frame.sheet, frame.row, frame.column, 0};
     if (!sheet.arrayFormulas.IsEmpty())
-        context.arrayMode = FindArray(sheet, frame.row, frame.column) != nullptr;
+        context.arrayMode = ArrayOfCell(sheet, frame.row, frame.column) != nullptr;
     Value result;
     u32 notes = 0;
     const bool completed = Evaluate(cell->formula->tokens, result, context, notes);

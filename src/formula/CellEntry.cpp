@@ -1,4 +1,5 @@
 #include "formula/AreaSums.h"
+#include "formula/ArrayIndex.h"
 #include "formula/Dependents.h"
 #include "formula/Precedents.h"
 #include "model/BookTable.h"
@@ -20,7 +21,7 @@ void ReleaseInput(CellInput& input) {
 
 // Cells of an array that is being stored wait for its last one, which calculates for all of them.
 bool WaitsForArray(const Sheet& sheet, i32 row, i32 column) {
-    const ArrayEntry* entry = sheet.arrayFormulas.IsEmpty() ? nullptr : FindArray(sheet, row, column);
+    const ArrayEntry* entry = sheet.arrayFormulas.IsEmpty() ? nullptr : ArrayOfCell(sheet, row, column);
     return entry && (row != entry->area.lastRow || column != entry->area.lastColumn);
 }
 

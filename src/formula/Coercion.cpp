@@ -7,6 +7,7 @@
 #include "display/EntryScanners.h"
 #include "display/LocaleSettings.h"
 #include "display/NumberFormatter.h"
+#include "formula/ArrayIndex.h"
 #include "formula/ArrayResults.h"
 #include "formula/EvaluationNotes.h"
 #include "formula/Evaluator.h"
@@ -258,7 +259,7 @@ void ArrayValueToScalar(Value& value, const EvalContext& context) {
     if (value.type != VT_ARRAY) return;
     if (!value.elements || !value.columns) return SetError(value, ERR_NA);
     const Sheet* sheet = SheetAt(context.book, context.sheet);
-    const ArrayEntry* entry = sheet ? FindArray(*sheet, context.row, context.column) : nullptr;
+    const ArrayEntry* entry = sheet ? ArrayOfCell(*sheet, context.row, context.column) : nullptr;
     if (entry && ArrayElementCount(value) > 1) NoteEvaluation(NOTE_PLACE);
     Value element;
     if (entry) {

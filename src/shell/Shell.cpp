@@ -8,6 +8,7 @@
 #include "editing/Undo.h"
 #include "fileio/OpenFile.h"
 #include "formula/AreaSums.h"
+#include "formula/ArrayIndex.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "functions/LookupIndex.h"
@@ -222,6 +223,7 @@ void StopShell() {
     ResetBooks();
     DropDependents();
     ResetAreaSums();
+    ResetArrayIndex();
     ResetLookups();
     ResetTrust();
     ResetShell();

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <random>
 
+#include "formula/ArrayIndex.h"
 #include "formula/Coercion.h"
 #include "formula/Evaluator.h"
 #include "formula/Recalculation.h"
@@ -158,6 +160,39 @@ TEST_F(ArrayResults, RandomArraysShowWhatEachCellGivesAlone) {
         Enter(NameOf(static_cast<i32>(random() % 4), static_cast<i32>(random() % 4)), "9");
         ExpectAsAlone("F1", last, formula);
     }
+}
+
+TEST_F(ArrayResults, ACellAmongManyArraysFindsItsOwn) {
+    std::mt19937 random(7);
+    Sheet& sheet = *CurrentSheet();
+    for (int round = 0; round < 40; ++round) {
+        sheet.arrayFormulas.Truncate(0);
+        // Side by side and below each other, with room between, in no order.
+        for (i32 i = 0; i < 60; ++i) {
+            const i32 row = (i % 20) * 5, column = (i / 20) * 4;
+            const RefArea area = {static_cast<u16>(row), static_cast<u16>(row + static_cast<i32>(random() % 5)),
+                                  static_cast<u8>(column),
+                                  static_cast<u8>(column + static_cast<i32>(random() % 4))};
+            if (random() % 8) ASSERT_TRUE(sheet.arrayFormulas.Append({area, 0, 0}));
+        }
+        std::shuffle(sheet.arrayFormulas.begin(), sheet.arrayFormulas.end(), random);
+        for (i32 column = 0; column < 13; ++column) TouchColumn(sheet.cells, column);
+        for (int question = 0; question < 400; ++question) {
+            const i32 row = static_cast<i32>(random() % 103), column = static_cast<i32>(random() % 13);
+            EXPECT_EQ(ArrayOfCell(sheet, row, column), FindArray(sheet, row, column)) << row << ' ' << column;
+            if (question != 200) continue;
+            // An array that goes and one that comes, with the cells that it takes.
+            const RefArea gone = sheet.arrayFormulas[3].area;
+            sheet.arrayFormulas.RemoveAt(3);
+            for (i32 c = gone.firstColumn; c <= gone.lastColumn; ++c) TouchColumn(sheet.cells, c);
+            ASSERT_TRUE(sheet.arrayFormulas.Append({{101, 102, 0, 12}, 0, 0}));
+            for (i32 c = 0; c < 13; ++c) TouchColumn(sheet.cells, c);
+        }
+    }
+    // Arrays over each other, as a damaged file may have them: the first of the list counts.
+    ASSERT_TRUE(sheet.arrayFormulas.Append({{0, 102, 0, 12}, 0, 0}));
+    TouchColumn(sheet.cells, 2);
+    for (i32 row = 0; row < 103; ++row) EXPECT_EQ(ArrayOfCell(sheet, row, 2), FindArray(sheet, row, 2)) << row;
 }
 
 TEST_F(ArrayResults, TheElementsOfALargeArrayAreWorkedOutOnce) {

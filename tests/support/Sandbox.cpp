@@ -7,6 +7,7 @@
 #include "editing/EntryRecognition.h"
 #include "editing/Undo.h"
 #include "formula/AreaSums.h"
+#include "formula/ArrayIndex.h"
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
@@ -84,6 +85,7 @@ void Sandbox::ForgetBooks() {
     ConnectClipboard();
     DropDependents();
     ResetAreaSums();
+    ResetArrayIndex();
     ResetLookups();
     ResetKeptNumbers();
     Random() = RandomState();
