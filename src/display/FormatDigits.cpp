@@ -14,24 +14,9 @@ constexpr double MAX_DENOMINATOR = 1000000.0;  // tried one after the other
 
 void Scale(FormatRun& run) {
     for (i32 i = 0; i < run.scan.percents; ++i) run.value *= 100.0;
-    for (i32 i = 0; i < run.scan.scalingCommas; ++i) run.value *= 0.001;
+    for (i32 i = 0; i < run.scan.scalingCommas; ++i) run.value /= 1000.0;
     // Percents may leave the range of a double.
     run.value = std::fmin(run.value, std::numeric_limits<double>::max());
-}
-
-void WorkOutExponent(FormatRun& run) {
-    if (!run.scan.scientific) return;
-    const i32 magnitude = run.value == 0 ? 0 : static_cast<i32>(std::trunc(std::log10(run.value)));
-    if (run.scan.hashPlaces > 0) {
-        run.exponent = (magnitude - std::max(run.scan.zeroPlaces, 1) + 1) / 3 * 3;
-    } else {
-        run.exponent = magnitude + (run.value >= 1 ? 1 : 0) - run.scan.integerPlaces;
-    }
-    // In two steps where one power would leave the range of a double.
-    if (run.exponent < -300) run.value *= 1e300;
-    run.value /= std::pow(10.0, run.exponent < -300 ? run.exponent + 300 : run.exponent);
-    run.exponentDigits =
-        run.exponent == 0 ? 0 : static_cast<i32>(PrintInteger(std::abs(run.exponent), run.exponentText));
 }
 
 double RoundToPlaces(double value, i32 places) {
@@ -40,13 +25,44 @@ double RoundToPlaces(double value, i32 places) {
     return std::isfinite(rounded) ? rounded : value;
 }
 
+// In two steps where one power would leave the range of a double.
+double DividedByPower(double value, i32 exponent) {
+    if (exponent >= -300) return value / std::pow(10.0, exponent);
+    return value * 1e300 / std::pow(10.0, exponent + 300);
+}
+
+// With a "#" the exponent is a multiple of the count of places in front of the point.
+i32 ExponentOf(const FormatScan& scan, double value) {
+    if (scan.hashPlaces > 0) {
+        const double period = scan.integerPlaces;
+        return value == 0 ? 0 : static_cast<i32>(std::floor(std::floor(std::log10(value)) / period) * period);
+    }
+    const i32 magnitude = value == 0 ? 0 : static_cast<i32>(std::trunc(std::log10(value)));
+    return magnitude + (value >= 1 ? 1 : 0) - scan.integerPlaces;
+}
+
+void WorkOutExponent(FormatRun& run) {
+    if (!run.scan.scientific) return;
+    const double value = run.value;
+    run.exponent = ExponentOf(run.scan, value);
+    run.value = DividedByPower(value, run.exponent);
+    // What rounding carries over its places goes on with the next exponent.
+    const double roof = PowerOfTen(run.scan.integerPlaces);
+    if (run.value < roof && RoundToPlaces(run.value, run.scan.decimalPlaces) >= roof) {
+        run.exponent += run.scan.hashPlaces > 0 ? run.scan.integerPlaces : 1;
+        run.value = DividedByPower(value, run.exponent);
+    }
+    run.exponentDigits =
+        run.exponent == 0 ? 0 : static_cast<i32>(PrintInteger(std::abs(run.exponent), run.exponentText));
+}
+
 double BestDenominator(double fraction, double limit) {
     double best = 1;
-    double bestError = 0;
-    for (double d = 2; d < limit; ++d) {
+    double bestError = 2;
+    for (double d = 1; d < limit; ++d) {
         const double n = std::trunc(fraction * d + 0.5);
         const double error = std::fabs(fraction - n / d);
-        if (d == 2 || error < bestError) {
+        if (error < bestError) {
             best = d;
             bestError = error;
         }
@@ -55,23 +71,28 @@ double BestDenominator(double fraction, double limit) {
     return best;
 }
 
+// A fraction that makes a whole one is carried; `value` becomes the whole number.
 void WorkOutFraction(FormatRun& run) {
-    const double whole = std::trunc(run.value);
+    double whole = std::trunc(run.value);
     const double fraction = run.value - whole;
-    double numerator = 0;
-    double denominator = 1;
-    if (fraction != 0) {
+    double denominator = run.scan.fixedDenominator;
+    if (denominator == 0) {
         const double limit = std::min(std::pow(10.0, run.scan.denominatorWidth), MAX_DENOMINATOR);
-        if (limit > 2) denominator = BestDenominator(fraction, limit);
-        numerator = std::trunc(denominator * fraction + 0.5);
+        denominator = fraction == 0 ? 1 : BestDenominator(fraction, limit);
     }
-    if (fraction != 0 && run.scan.integerPlaces == 0) numerator += whole * denominator;
-    const bool blank = numerator == 0 || fraction == 0;
-    if (blank) denominator = run.scan.integerPlaces == 0 ? 1 : 0;
-    run.denominatorIsZero = denominator == 0;
-    run.numeratorDigits = !blank && numerator < 1e18
-                              ? static_cast<i32>(PrintInteger(static_cast<i64>(numerator), run.numeratorText))
-                              : 0;
+    double numerator = std::trunc(denominator * fraction + 0.5);
+    if (run.scan.integerPlaces == 0) {
+        numerator += whole * denominator;
+    } else if (numerator == denominator) {
+        ++whole;
+        numerator = 0;
+        denominator = run.scan.fixedDenominator ? denominator : 1;
+    }
+    run.value = whole;
+    run.blankFraction = numerator == 0 && run.scan.integerPlaces > 0;
+    constexpr double roof = 1e18;
+    run.numeratorDigits =
+        static_cast<i32>(PrintInteger(static_cast<i64>(std::min(numerator, roof)), run.numeratorText));
     run.denominatorDigits = static_cast<i32>(PrintInteger(static_cast<i64>(denominator), run.denominatorText));
 }
 
@@ -87,6 +108,10 @@ void RoundUp(FormatRun& run, i32 last) {
     std::memmove(run.digits + 1, run.digits, static_cast<std::size_t>(run.integerDigits + run.decimalCount));
     run.digits[0] = '1';
     ++run.integerDigits;
+}
+
+void DropTrailingZeros(FormatRun& run) {
+    while (run.decimalCount && run.digits[run.integerDigits + run.decimalCount - 1] == '0') --run.decimalCount;
 }
 
 // Cuts to `kept` digits in front of and behind the point together, rounding at the next one.
@@ -131,14 +156,15 @@ void MakeDigits(FormatRun& run, double value) {
     std::memcpy(run.digits, text, static_cast<std::size_t>(run.integerDigits));
     std::memcpy(run.digits + run.integerDigits, text + integers + 1, DECIMAL_DIGITS);
     run.decimalCount = DECIMAL_DIGITS;
-    while (run.decimalCount && run.digits[run.integerDigits + run.decimalCount - 1] == '0') --run.decimalCount;
+    DropTrailingZeros(run);
     LimitSignificantDigits(run);
+    DropTrailingZeros(run);
 }
 
 bool MakeShortDigits(FormatRun& run, double value) {
-    constexpr i64 powersOfFive[] = {1, 5, 25, 125, 625, 3125, 15625};
+    constexpr i32 MOST_PLACES = 6;
     constexpr double roof = 1e15;
-    if (run.scan.decimalPlaces >= static_cast<i32>(std::size(powersOfFive))) return false;
+    if (run.scan.decimalPlaces > MOST_PLACES) return false;
     const double units = RoundToInteger(value * PowerOfTen(run.scan.decimalPlaces));
     if (!(units < roof)) return false;
     char text[NUMBER_TEXT_ROOM];
@@ -149,10 +175,7 @@ bool MakeShortDigits(FormatRun& run, double value) {
     std::memset(run.digits, '0', static_cast<std::size_t>(zeros));
     std::memcpy(run.digits + zeros, text, static_cast<std::size_t>(length));
     run.decimalCount = run.scan.decimalPlaces;
-    // A value with an end in binary has no digits behind its own, so that its trailing zeros are none;
-    // all others are cut at the fifteenth digit and keep them.
-    if (static_cast<i64>(units) % powersOfFive[run.scan.decimalPlaces]) return true;
-    while (run.decimalCount && run.digits[run.integerDigits + run.decimalCount - 1] == '0') --run.decimalCount;
+    DropTrailingZeros(run);
     return true;
 }
 
@@ -165,9 +188,16 @@ void WorkOutDigits(FormatRun& run) {
     if (run.scan.fraction) {
         WorkOutFraction(run);
         MakeDigits(run, run.value);
-    } else if (!MakeShortDigits(run, run.value)) {
-        MakeDigits(run, RoundToPlaces(run.value, run.scan.decimalPlaces));
+        if (run.blankFraction && run.integerDigits == 0) {
+            // The whole number is all there is to show.
+            run.digits[0] = '0';
+            run.integerDigits = 1;
+        }
+        run.showsZero = run.value == 0 && run.numeratorText[0] == '0';
+        return;
     }
+    if (!MakeShortDigits(run, run.value)) MakeDigits(run, RoundToPlaces(run.value, run.scan.decimalPlaces));
+    run.showsZero = run.integerDigits == 0 && run.decimalCount == 0 && !run.scan.usesDates;
 }
 
 }  // namespace tally

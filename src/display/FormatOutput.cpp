@@ -55,74 +55,63 @@ void PutEmptyPlace(Writer& w, char16_t place) {
 
 // ---- digits ---------------------------------------------------------------------------------------
 
+// Puts what fills an integer place, and a separator when a multiple of three places is to its right.
+void PutGrouped(Writer& w, char16_t c, i32 right) {
+    w.Put(c);
+    if (!w.run.scan.grouping || right == 0 || right % 3 != 0) return;
+    w.Put(c == u' ' ? u' ' : Locale().thousandsSeparator);
+}
+
 void PutIntegerPlace(Writer& w, char16_t place) {
     const FormatRun& run = w.run;
-    const i32 remaining = run.scan.integerPlaces - w.placeholder;  // places to the right of this one
-    const i32 index = run.integerDigits - 1 - remaining;           // the digit that belongs here
+    const i32 right = run.scan.integerPlaces - w.placeholder;
+    const i32 index = run.integerDigits - 1 - right;  // the digit that belongs here
     if (index < 0) {
-        PutEmptyPlace(w, place);
+        if (place != u'#') PutGrouped(w, place == u'0' ? u'0' : u' ', right);
         return;
     }
-    if (w.placeholder > 1) {
-        w.PutDigit(run.digits[index]);
+    // The first place takes all digits that have none.
+    for (i32 i = w.placeholder == 1 ? 0 : index; i <= index; ++i)
+        PutGrouped(w, static_cast<char16_t>(run.digits[i]), run.integerDigits - 1 - i);
+}
+
+// Whether one of the characters stands in the run of the fraction, fixed digits aside.
+bool FractionHolds(const FormatRun& run, char16_t place) {
+    const std::size_t denominator =
+        static_cast<std::size_t>(run.scan.fixedDenominator ? 0 : run.scan.denominatorWidth);
+    const std::size_t width = static_cast<std::size_t>(run.scan.numeratorWidth) + 1 + denominator;
+    return run.format.substr(run.scan.numeratorStart, width).find(place) != WideView::npos;
+}
+
+// The places of a run that its digits leave empty, from `from` on.
+void PutEmptyPlaces(Writer& w, std::size_t from, i32 count, bool zeros) {
+    for (i32 i = 0; i < count; ++i) {
+        const char16_t place = w.At(from + static_cast<std::size_t>(i));
+        if ((place == u'0') == zeros) PutEmptyPlace(w, place);
+    }
+}
+
+// The whole of a fraction: the numerator leans to the slash from the left, the denominator from the right.
+void PutFraction(Writer& w) {
+    const FormatRun& run = w.run;
+    const FormatScan& scan = run.scan;
+    const std::size_t denominatorStart =
+        scan.numeratorStart + static_cast<std::size_t>(scan.numeratorWidth) + 1;
+    w.at = denominatorStart + static_cast<std::size_t>(scan.denominatorWidth);
+    if (run.blankFraction && !FractionHolds(run, u'0')) {
+        if (!FractionHolds(run, u'?')) return;
+        for (i32 i = scan.numeratorWidth + 1 + scan.denominatorWidth; i > 0; --i) w.Put(u' ');
         return;
     }
-    for (i32 i = 0; i <= index; ++i) {
-        w.PutDigit(run.digits[i]);
-        const i32 right = run.integerDigits - 1 - i;
-        if (run.scan.grouping && right && right % 3 == 0) w.Put(Locale().thousandsSeparator);
-    }
-}
-
-// Whether a "?" stands in the run of placeholders and slashes on one side of a position.
-bool QuestionBeside(const Writer& w, std::size_t from, i32 step) {
-    const WideView format = w.run.format;
-    for (i64 i = static_cast<i64>(from); i >= 0 && i < static_cast<i64>(format.size()); i += step) {
-        const char16_t c = format[static_cast<std::size_t>(i)];
-        if (c == u'?') return true;
-        if (!IsPlaceholder(c) && c != u'/') return false;
-    }
-    return false;
-}
-
-// A blank in place of a numerator's place, and another for the slash behind it.
-void PutBlankNumerator(Writer& w) {
-    w.Put(u' ');
-    if (w.At(w.at + 1) != u'/') return;
-    w.Put(u' ');
-    ++w.at;
-}
-
-void PutNumeratorPlace(Writer& w, char16_t place, i32 index) {
-    const FormatRun& run = w.run;
-    if (!run.denominatorIsZero) {
-        if (index < run.numeratorDigits) {
-            w.PutDigit(run.numeratorText[index]);
-        } else {
-            PutEmptyPlace(w, place);
-        }
-    } else if (place == u'0') {
-        w.Put(u'0');
-    } else if (place == u'?' || QuestionBeside(w, w.at + 1, 1)) {
-        PutBlankNumerator(w);
-    }
-}
-
-void PutDenominatorPlace(Writer& w, char16_t place, i32 index) {
-    const FormatRun& run = w.run;
-    if (!run.denominatorIsZero) {
-        const i32 digit = index - (run.scan.denominatorWidth - run.denominatorDigits);
-        if (digit >= 0 && digit < run.denominatorDigits) {
-            w.PutDigit(run.denominatorText[digit]);
-        } else {
-            PutEmptyPlace(w, place);
-        }
-    } else if (w.Last() == u'/') {
-        w.Put(u'1');
-    } else if (place == u'?' || QuestionBeside(w, w.at + 1, 1) ||
-               (w.at > 0 && QuestionBeside(w, w.at - 1, -1))) {
-        w.Put(u' ');
-    }
+    const i32 numeratorRoom = scan.numeratorWidth - run.numeratorDigits;
+    for (i32 i = 0; i < numeratorRoom; ++i)
+        PutEmptyPlace(w, w.At(scan.numeratorStart + static_cast<std::size_t>(i)));
+    for (i32 i = 0; i < run.numeratorDigits; ++i) w.PutDigit(run.numeratorText[i]);
+    w.Put(u'/');
+    const i32 denominatorRoom = scan.fixedDenominator ? 0 : scan.denominatorWidth - run.denominatorDigits;
+    PutEmptyPlaces(w, denominatorStart, denominatorRoom, true);
+    for (i32 i = 0; i < run.denominatorDigits; ++i) w.PutDigit(run.denominatorText[i]);
+    PutEmptyPlaces(w, denominatorStart, denominatorRoom, false);
 }
 
 void PutExponentPlace(Writer& w, char16_t place, i32 index) {
@@ -139,17 +128,10 @@ void PutExponentPlace(Writer& w, char16_t place, i32 index) {
 void PutPlaceholder(Writer& w) {
     const FormatRun& run = w.run;
     const char16_t place = w.At(w.at);
-    i32 index = ++w.placeholder - run.scan.integerPlaces - 1;
+    if (run.scan.fraction && w.at == run.scan.numeratorStart) return PutFraction(w);
+    const i32 index = ++w.placeholder - run.scan.integerPlaces - 1;
     if (index < 0) {
         PutIntegerPlace(w, place);
-    } else if (run.scan.fraction && w.at >= run.scan.numeratorStart) {
-        // Places in front of the numerator that are not whole digits take nothing of the fraction.
-        const i32 offset = static_cast<i32>(w.at - run.scan.numeratorStart);
-        if (offset < run.scan.numeratorWidth) {
-            PutNumeratorPlace(w, place, offset);
-        } else {
-            PutDenominatorPlace(w, place, offset - run.scan.numeratorWidth - 1);
-        }
     } else if (index < run.scan.decimalPlaces) {
         if (index < run.decimalCount) {
             w.PutDigit(run.digits[run.integerDigits + index]);
@@ -267,20 +249,25 @@ void PutDay(Writer& w) {
     }
 }
 
-void PutSecond(Writer& w) {
-    const FormatRun& run = w.run;
-    for (i32 places = 2; places >= 1; --places) {
-        if (!w.Continues(places == 2 ? WideView(u"SS.00") : u"SS.0")) continue;
-        const double scale = places == 2 ? 100.0 : 10.0;
-        PutNumber(w, run.second, 2);
-        w.Put(Locale().decimalSeparator);
-        PutNumber(w, static_cast<i32>(std::fmod(std::trunc(run.ticks * scale / run.tickScale), scale)), places);
-        EndToken(w, u'S', static_cast<std::size_t>(places + 3));
-        return;
+// The decimals of a second behind its token, as many as are kept; zeros beyond them.
+void PutSecondDecimals(Writer& w) {
+    if (w.At(w.at) != u'.' || w.At(w.at + 1) != u'0') return;
+    char ticks[NUMBER_TEXT_ROOM];
+    const i32 kept = w.run.scan.secondDecimals;
+    const i32 digits = static_cast<i32>(PrintInteger(w.run.secondTicks, ticks));
+    w.Put(Locale().decimalSeparator);
+    ++w.at;
+    for (i32 i = 0; w.At(w.at) == u'0'; ++i, ++w.at) {
+        const i32 index = i - (kept - digits);
+        w.PutDigit(index >= 0 && index < digits ? ticks[index] : '0');
     }
+}
+
+void PutSecond(Writer& w) {
     const bool two = w.Continues(u"SS");
-    PutNumber(w, run.second, two ? 2 : 1);
+    PutNumber(w, w.run.second, two ? 2 : 1);
     EndToken(w, u'S', two ? 2 : 1);
+    PutSecondDecimals(w);
 }
 
 bool PutYear(Writer& w) {
@@ -303,12 +290,13 @@ bool PutElapsed(Writer& w) {
     const std::size_t length = two ? 4 : 3;
     if (w.At(w.at + length - 1) != u']') return false;
     const FormatRun& run = w.run;
-    double total = std::trunc(run.unscaled) * 24 + run.hour + (run.afternoon ? 12 : 0);
+    double total = run.days * 24 + run.hour;
     if (letter != u'H') total = total * 60 + run.minute;
     if (letter == u'S') total = total * 60 + run.second;
     char text[FIXED_TEXT_ROOM];
     PutPadded(w, text, PrintFixed(total, 0, text), two ? 2 : 1);
     EndToken(w, letter, length);
+    if (letter == u'S') PutSecondDecimals(w);
     return true;
 }
 
@@ -367,11 +355,27 @@ bool PutExponentSign(Writer& w, char16_t sign) {
     return true;
 }
 
+// Commas behind a place have done their part: the digits bring their separators along.
 bool PutComma(Writer& w) {
     if (w.at == 0 || !IsPlaceholder(w.At(w.at - 1))) return false;
-    const char16_t last = w.Last();
-    if (IsPlaceholder(w.At(w.at + 1)) && last >= u'0' && last <= u'9') w.Put(Locale().thousandsSeparator);
+    while (w.At(w.at) == u',') ++w.at;
+    return true;
+}
+
+// The decimal separator; between the letters of a date the point is itself.
+void PutPoint(Writer& w) {
+    const bool besidePlace = (w.at > 0 && IsPlaceholder(w.At(w.at - 1))) || IsPlaceholder(w.At(w.at + 1));
+    w.Put(w.run.scan.usesDates && !besidePlace ? u'.' : Locale().decimalSeparator);
     ++w.at;
+}
+
+// A bracket without a meaning is shown as it stands.
+bool PutBracket(Writer& w) {
+    if (PutElapsed(w) || PutCurrencyBracket(w)) return true;
+    const std::size_t behind = BehindLiteral(w.run.format, w.at);
+    if (behind == w.at) return false;
+    w.Put(w.run.format.substr(w.at, behind - w.at));
+    w.at = behind;
     return true;
 }
 
@@ -399,10 +403,7 @@ bool PutToken(Writer& w) {
         case u'+':
         case u'-': return PutExponentSign(w, c);
         case u',': return PutComma(w);
-        case u'.':
-            w.Put(Locale().decimalSeparator);
-            ++w.at;
-            return true;
+        case u'.': PutPoint(w); return true;
         case u'@':
             w.good = w.good && FormatGeneral(w.run.value, GENERAL_DIGITS, w.out);
             ++w.at;
@@ -411,14 +412,15 @@ bool PutToken(Writer& w) {
         case u'G': return PutGeneralWord(w);
         case u'H': {
             const bool two = w.Continues(u"HH");
-            PutNumber(w, w.run.hour, two ? 2 : 1);
+            const i32 hour = w.run.hour;
+            PutNumber(w, w.run.scan.twelveHour ? (hour + 11) % 12 + 1 : hour, two ? 2 : 1);
             EndToken(w, u'H', two ? 2 : 1);
             return true;
         }
         case u'M': PutMonth(w); return true;
         case u'S': PutSecond(w); return true;
         case u'Y': return PutYear(w);
-        case u'[': return PutElapsed(w) || PutCurrencyBracket(w);
+        case u'[': return PutBracket(w);
         case u'\\':
             if (w.at + 1 < w.run.format.size()) w.Put(w.At(w.at + 1));
             w.at += 2;

@@ -14,9 +14,9 @@ constexpr std::size_t DECIMAL_DIGITS = 30;
 struct FormatScan {
     bool scientific = false;
     bool grouping = false;
-    bool hasPoint = false;
     bool fraction = false;
     bool usesDates = false;
+    bool usesTimes = false;
     bool twelveHour = false;
     i32 percents = 0;
     i32 scalingCommas = 0;
@@ -24,13 +24,13 @@ struct FormatScan {
     std::size_t exponentAt = 0;  // position of the "E"
     std::size_t numeratorStart = 0;
     i32 numeratorWidth = 0;
-    i32 denominatorWidth = 0;
+    i32 denominatorWidth = 0;  // in characters
+    i32 fixedDenominator = 0;  // 0 where the denominator has places
     // Placeholders.
     i32 integerPlaces = 0;
     i32 decimalPlaces = 0;
     i32 exponentPlaces = 0;
     i32 hashPlaces = 0;
-    i32 zeroPlaces = 0;
 };
 
 struct FormatRun {
@@ -54,17 +54,21 @@ struct FormatRun {
     i32 numeratorDigits = 0;
     char denominatorText[NUMBER_TEXT_ROOM];
     i32 denominatorDigits = 0;
-    bool denominatorIsZero = false;
+    bool blankFraction = false;  // a whole number beside places of its own
+    bool showsZero = false;      // nothing but zeros is left of the value
 
     // Calendar and clock.
+    double days = 0;
     i32 year = 0, month = 0, day = 0, weekday = 0;
-    double ticks = 0;
-    double tickScale = 1;
     i32 hour = 0, minute = 0, second = 0;
+    i32 secondTicks = 0;  // decimals of the second, as many as the scan's
     bool afternoon = false;
 };
 
 inline bool IsPlaceholder(char16_t c) { return c == u'#' || c == u'0' || c == u'?'; }
+// The position behind what stands for itself and holds no place: a quoted text, a bracket, a character behind
+// "\\", "_" or "*". The same position for all other characters.
+std::size_t BehindLiteral(WideView format, std::size_t at);
 
 // The first scan and the count of the placeholders of a section.
 FormatScan ScanFormat(WideView section);

@@ -7,6 +7,8 @@
 namespace tally {
 namespace {
 
+constexpr WideView generalText = u"General";
+
 bool IsTimeCode(WideView word) {
     for (WideView code : {u"h", u"hh", u"m", u"mm", u"s", u"ss"}) {
         if (EqualIgnoringCase(word, code)) return true;
@@ -77,10 +79,11 @@ void CloseSection(SectionScan& scan) {
     if (scan.at > scan.start) {
         section.state = section.op != OP_NONE ? SECTION_CONDITION : SECTION_TEXT;
         section.text = scan.format.substr(scan.start, scan.at - scan.start);
+        if (EqualIgnoringCase(section.text, generalText)) section.text = generalText;
     } else if (section.op == OP_NONE && section.colour == NO_COLOUR) {
         section.state = SECTION_EMPTY;
     } else {
-        section.text = u"General";
+        section.text = generalText;
     }
 }
 

@@ -1,8 +1,10 @@
 #include "display/NumberFormatter.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/Number.h"
+#include "base/Text.h"
 #include "display/FormatRun.h"
 #include "display/FormatSections.h"
 #include "display/LocaleSettings.h"
@@ -14,15 +16,23 @@ namespace {
 constexpr WideView generalFormat = u"General";
 constexpr i32 GENERAL_DIGITS = 15;
 
-// Where the text section of a format begins and ends: semicolons count wherever they stand.
-WideView TextSection(WideView format) {
-    std::size_t start = 0;
-    for (int i = 0; i < FORMAT_SECTIONS - 1; ++i) {
-        const std::size_t semicolon = format.find(u';', start);
-        if (semicolon == WideView::npos) return {};
-        start = semicolon + 1;
+bool HoldsTextMark(WideView section) {
+    for (std::size_t i = 0; i < section.size();) {
+        const std::size_t behind = BehindLiteral(section, i);
+        if (behind == i && section[i] == u'@') return true;
+        i = behind == i ? i + 1 : behind;
     }
-    return format.substr(start, format.find(u';', start) - start);
+    return false;
+}
+
+// The section that shows texts: the fourth, which may be empty, or a last one that holds "@". Null when texts
+// are shown as they are.
+const FormatSection* TextSection(const FormatSection (&sections)[FORMAT_SECTIONS]) {
+    int last = FORMAT_SECTIONS - 1;
+    while (last > 0 && sections[last].state == SECTION_ABSENT && sections[last].text.empty()) --last;
+    const FormatSection& section = sections[last];
+    const bool applies = last == FORMAT_SECTIONS - 1 || HoldsTextMark(section.text);
+    return applies && section.text != generalFormat ? &section : nullptr;
 }
 
 bool CopyQuoted(WideView section, std::size_t& at, WideText& out) {
@@ -81,13 +91,18 @@ bool FormatNumber(double value, WideView format, const TextMeasure* measure, i32
     run.scan = kept && choice.kind == CHOICE_SECTION ? kept->scans[choice.section] : ScanFormat(run.format);
     if (run.scan.usesDates) WorkOutDates(run);
     WorkOutDigits(run);
+    if (choice.minus && run.showsZero) out.Truncate(0);
     return WriteFormatted(run);
 }
 
 bool FormatTextValue(WideView text, WideView format, WideText& out) {
     out.Truncate(0);
-    const WideView section = TextSection(format);
-    if (section.empty()) return out.Append(text);
+    if (format == generalFormat) return out.Append(text);
+    FormatSection sections[FORMAT_SECTIONS];
+    ParseFormatSections(format, sections);
+    const FormatSection* const chosen = TextSection(sections);
+    if (!chosen) return out.Append(text);
+    const WideView section = chosen->text;
     bool good = true;
     for (std::size_t i = 0; good && i < section.size(); ++i) {
         switch (section[i]) {
@@ -100,6 +115,8 @@ bool FormatTextValue(WideView text, WideView format, WideText& out) {
                 ++i;
                 good = out.Append(u' ');
                 break;
+            case u'*': ++i; break;
+            case u'[': i = std::max(BehindLiteral(section, i), i + 1) - 1; break;
             default: good = out.Append(section[i]); break;
         }
     }

@@ -57,10 +57,13 @@ TEST_F(NumberFormatter, PlaceholdersGroupingAndScaling) {
         {0.5, u"0%", "50%"},
         {0.1234, u"0.0%", "12.3%"},
         {1234567, u"0,", "1235"},
-        {1234567, u"0.0,,", "1234.6,"},
+        {1234567, u"0.0,,", "1.2"},
         {12, u"000", "012"},
         {1.5, u"?0.0?", " 1.5 "},
-        {-0.001, u"0.00", "-0.00"},
+        {1234567, u"#,", "1235"},
+        {1234567, u"0,.00", "1234.57"},
+        {1234567890, u"#,##0.0,,,\"B\"", "1.2B"},
+        {123450, u"0.##,", "123.45"},
         {1234.5, u"$#,##0.00", "$1,234.50"},
         {7, u"\"a\"\"b\"0", "a\"b7"},
         {7, u"\\x0_)", "x7 "},
@@ -72,7 +75,65 @@ TEST_F(NumberFormatter, PlaceholdersGroupingAndScaling) {
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }
 
-TEST_F(NumberFormatter, NegativeThatRoundsToZeroKeepsItsSign) { EXPECT_EQ(Shown(-0.001, u"0"), "-0"); }
+TEST_F(NumberFormatter, WhatRoundsToZeroHasNoMinus) {
+    const Row rows[] = {
+        {-0.001, u"0", "0"},
+        {-0.001, u"0.00", "0.00"},
+        {-0.001, u"#", ""},
+        {-0.4, u"#,##0", "0"},
+        {-0.001, u"0%", "0%"},
+        {-0.006, u"0%", "-1%"},
+        {-499, u"0,", "0"},
+        {-500, u"0,", "-1"},
+        {-0.05, u"# ?/?", "0    "},
+        {-0.06, u"# ?/?", "- 1/9"},
+        {-1, u"0.00", "-1.00"},
+        {-0.001, u"0.0E+0", "-10.0E-4"},
+        {-0.001, u"0;(0)", "(0)"},
+        {-3, u"\"text\"", "-text"},
+        {-0.25, u"h:mm", "-6:00"},
+        {-0.001, u"General", "-0.001"},
+        {-0.004, u"0.00 \"x\"", "0.00 x"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, CommasBetweenPlacesSeparateThousandsOnly) {
+    const Row rows[] = {
+        {1234, u"#,#", "1,234"},
+        {12, u"#,#", "12"},
+        {1234567, u"#,#", "1,234,567"},
+        {1234567, u"#,###", "1,234,567"},
+        {0, u"#,#", ""},
+        {5, u"0,000,000", "0,000,005"},
+        {1234567, u"#,###,##0", "1,234,567"},
+        {1234, u"#,,#", "1,234"},
+        {123, u"?,???", "  123"},
+        {1234.5, u"#,#.0", "1,234.5"},
+        {1234567, u"#,#\"x\"0", "1,234,56x7"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, OptionalPlacesDropTrailingZeros) {
+    const Row rows[] = {
+        {1.1, u"0.##", "1.1"},       {0.6, u"0.##", "0.6"},        {1.5, u"0.##", "1.5"},
+        {1.25, u"0.##", "1.25"},     {1, u"0.##", "1."},           {1.1, u"0.0?", "1.1 "},
+        {99.96, u"?.???", "99.96 "}, {1.1, u"0.0########", "1.1"}, {123.456, u"0.##%", "12345.6%"},
+        {0.1, u"#.##", ".1"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, DigitsThatAreShownAsTheyStandAreNoPlaces) {
+    const Row rows[] = {
+        {7, u"0\"0\"", "70"},      {7, u"\"0\"0", "07"},         {7, u"0\\0", "70"},
+        {7, u"0_0", "7 "},         {7, u"\\00", "07"},           {1.25, u"0.0\"5\"", "1.35"},
+        {7, u"[$0-404]0", "07"},   {7, u"[$-409]0", "7"},        {1.25, u"0.0\\00", "1.205"},
+        {12, u"0\"#0\"0", "1#02"}, {1.5, u"0.0[00]", "1.5[00]"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
 
 TEST_F(NumberFormatter, SectionsAreChosenByValueAndCondition) {
     const Row rows[] = {
@@ -112,15 +173,83 @@ TEST_F(NumberFormatter, ScientificKeepsItsOddMantissas) {
         {12345, u"0.00E+00", "1.23E+04"},      {12345, u"0.00E-00", "1.23E04"},
         {0.00012345, u"0.00E+00", "1.23E-04"}, {123456, u"##0.0E+0", "123.5E+3"},
         {1, u"0.00E+00", "1.00E+00"},          {12345, u"0.00e+00", "1.23e+04"},
-        {1e100, u"0E+00", "1E+100"},
+        {1e100, u"0E+00", "1E+100"},           {0.01, u"0.00E+00", "10.00E-03"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, WhatRoundsUpToTenGoesOnWithTheNextExponent) {
+    const Row rows[] = {
+        {99.96, u"0.0E+0", "1.0E+2"},      {0.9999, u"0.00E+00", "1.00E+00"}, {99.44, u"0.0E+0", "9.9E+1"},
+        {9.9996, u"0.##E+0", "1.E+1"},     {0.00099996, u"0.0E+0", "1.0E-3"}, {999.96, u"##0.0E+0", "1.0E+3"},
+        {999.94, u"##0.0E+0", "999.9E+0"}, {9.96, u"#.0E+0", "1.0E+1"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, ExponentsGoInStepsOfThePlacesInFrontOfThePoint) {
+    const Row rows[] = {
+        {0.5, u"##0.0E+0", "500.0E-3"},        {0.1, u"##0.0E+0", "100.0E-3"},
+        {0.00012345, u"##0.0E+0", "123.5E-6"}, {0.001, u"##0.0E+0", "1.0E-3"},
+        {0.0123, u"##0.00E+00", "12.30E-03"},  {1, u"##0.0E+0", "1.0E+0"},
+        {12345, u"##0.0E+0", "12.3E+3"},       {123456, u"##0.0E+0", "123.5E+3"},
+        {1234567, u"##0.0E+0", "1.2E+6"},      {123, u"#0.0E+0", "1.2E+2"},
+        {0.5, u"#0.0E-0", "50.0E-2"},          {0, u"##0.0E+0", "0.0E+0"},
+        {1234567, u"###0.0E+0", "123.5E+4"},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }
 
 TEST_F(NumberFormatter, FractionsTakeTheFirstBestDenominator) {
     const Row rows[] = {
-        {0.75, u"# ?/?", " 3/4"}, {0.99, u"# ?/?", " 2/2"},           {1.5, u"# ?/?", "1 1/2"},
-        {1.5, u"?/?", "3/2"},     {3.14159, u"# ?\?/?\?", "3 14/99"}, {2, u"# ?/?", "2    "},
+        {0.75, u"# ?/?", " 3/4"},
+        {1.5, u"# ?/?", "1 1/2"},
+        {1.5, u"?/?", "3/2"},
+        {2, u"# ?/?", "2    "},
+        {3.14159, u"# ?\?/?\?", "3 14/99"},
+        {0.1, u"# ?/?", " 1/9"},
+        {0.3, u"# ?/?", " 2/7"},
+        {0, u"# ?/?", "0    "},
+        {0, u"?/?", "0/1"},
+        {0.001, u"# ?/?", "0    "},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, AFractionThatMakesAWholeIsCarried) {
+    const Row rows[] = {
+        {0.99, u"# ?/?", "1    "},   {0.9999, u"# ?\?/?\?", "1      "}, {9.995, u"0 0/0", "10 0/1"},
+        {0.99, u"?/?", "1/1"},       {2.99, u"# ?/8", "3    "},         {2.99, u"?/8", "24/8"},
+        {0.99, u"# ?/?;0", "1    "},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, FixedDenominatorsStayAsTheyAre) {
+    const Row rows[] = {
+        {0.5, u"# ?/8", " 4/8"},
+        {2.75, u"# ?/4", "2 3/4"},
+        {0.25, u"# ?\?/16", "  4/16"},
+        {0.5, u"# ?\?/100", " 50/100"},
+        {0.3, u"# ?/10", " 3/10"},
+        {2.75, u"?/8", "22/8"},
+        {3, u"# ?/8", "3    "},
+        {0.333, u"# ?\?/50", " 17/50"},
+        {0.5, u"# ?/2\" in\"", " 1/2 in"},
+        {0.01, u"# ?/8", "0    "},
+        {1, u"# #/8", "1 "},
+        {1.5, u"# 00/16", "1 08/16"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, NumeratorsAndDenominatorsLeanToTheSlashWithAllTheirDigits) {
+    const Row rows[] = {
+        {12.5, u"?/?", "25/2"},        {123.25, u"#/#", "493/4"},
+        {0.5, u"# ?\?/?\?", "  1/2 "}, {0.1, u"# ?\?\?/?\?\?", "   1/10 "},
+        {0.5, u"# 00/00", " 01/02"},   {0.125, u"?\?/?\?", " 1/8 "},
+        {1234.5, u"?/?", "2469/2"},    {0.5, u"# #/#", " 1/2"},
+        {-12.5, u"?/?", "-25/2"},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }
@@ -146,13 +275,74 @@ TEST_F(NumberFormatter, DatesAndTimes) {
         {0.001, u"h:mm", "0:01"},
         {0.001, u"m:ss", "1:26"},
         {0.99999, u"h:mm:ss", "23:59:59"},
-        {0.999999, u"h:mm:ss", "24:00:00"},
+        {0.999999, u"h:mm:ss", "0:00:00"},
         {1.23 / 86400, u"ss.00", "01.23"},
         {1.23 / 86400, u"ss.0", "01.2"},
         {36526, u"y", "y"},
         {44197.5, u"m/d/yy h:mm", "1/1/21 12:00"},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, SecondsRoundWithCarryIntoTheNextDay) {
+    const Row rows[] = {
+        {36526.999999, u"yyyy-mm-dd hh:mm:ss", "2000-01-02 00:00:00"},
+        {36526.999999, u"yyyy-mm-dd hh:mm", "2000-01-02 00:00"},
+        {36526.999999, u"yyyy-mm-dd", "2000-01-01"},
+        {36526.999999, u"dddd h AM/PM", "Sunday 12 AM"},
+        {0.999999, u"h:mm:ss.0", "23:59:59.9"},
+        {0.999999, u"h:mm:ss.000", "23:59:59.914"},
+        {0.9999999, u"h:mm:ss.0", "0:00:00.0"},
+        {0.999999, u"[h]:mm:ss", "24:00:00"},
+        {0.999999, u"[mm]:ss", "1440:00"},
+        {0.999999, u"[ss]", "86400"},
+        {0.5 - 0.1 / 86400, u"h:mm", "12:00"},
+        {0.5 - 0.6 / 86400, u"h:mm", "11:59"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, SecondsHaveUpToThreeDecimals) {
+    const Row rows[] = {
+        {1.5 + 3.4567 / 86400, u"ss.0", "03.5"},
+        {1.5 + 3.4567 / 86400, u"ss.00", "03.46"},
+        {1.5 + 3.4567 / 86400, u"ss.000", "03.457"},
+        {1.5 + 3.4567 / 86400, u"ss.0000", "03.4570"},
+        {1.5 + 3.4567 / 86400, u"s.00", "3.46"},
+        {1.5 + 3.4567 / 86400, u"mm:ss.000", "00:03.457"},
+        {1.5 + 3.4567 / 86400, u"[s].000", "129603.457"},
+        {1.5 + 3.4567 / 86400, u"[ss].00", "129603.46"},
+        {1.5 + 3.4567 / 86400, u"ss.000 ss", "03.457 03"},
+        {1.002 / 86400, u"ss.000", "01.002"},
+        {1.02 / 86400, u"ss.00", "01.02"},
+        {0.75, u"[h] AM/PM", "18 PM"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, APointBetweenDateLettersIsItself) {
+    ASSERT_TRUE(SetHeadlessRegion("de-DE"));
+    ASSERT_TRUE(ReadLocaleSettings());
+    const Row rows[] = {
+        {36526, u"dd.mm.yyyy", "01.01.2000"},
+        {36526.5, u"d.m.yy hh.mm", "1.1.00 12.00"},
+        {0.5, u"hh.mm.ss", "12.00.00"},
+        {1.5 / 86400, u"ss.0", "01,5"},
+        {1.5, u"0.0", "1,5"},
+        {1.5, u"#.##", "1,5"},
+        {0.5, u".0", ",5"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
+}
+
+TEST_F(NumberFormatter, GeneralBehindAColourIsGeneral) {
+    u16 colour = 99;
+    EXPECT_EQ(Shown(1234.5678, u"[Red]General", &colour), "1234.5678");
+    EXPECT_EQ(colour, 2);
+    EXPECT_EQ(Shown(-1.5, u"[Blue]GENERAL", &colour), "-1.5");
+    EXPECT_EQ(colour, 4);
+    EXPECT_EQ(Shown(-0.25, u"0;[Red]general", &colour), "0.25");
+    EXPECT_EQ(Shown(1e20, u"[Red]General", &colour), "1E+20");
 }
 
 TEST_F(NumberFormatter, The1904SystemMovesDates) {
@@ -179,8 +369,24 @@ TEST_F(NumberFormatter, TextGoesThroughTheFourthSection) {
         const char* expected;
     };
     const TextRow rows[] = {
-        {u"abc", u"0", "abc"},           {u"abc", u"0;0;0;\"<\"@\">\"", "<abc>"}, {u"abc", u"0;0;0;", "abc"},
-        {u"abc", u"0;0;0;@@", "abcabc"}, {u"abc", u"0;0;0;x\\y_z@", "xy abc"},    {u"a", u"@", "a"},
+        {u"abc", u"0", "abc"},
+        {u"abc", u"0;0;0;\"<\"@\">\"", "<abc>"},
+        {u"abc", u"0;0;0;", ""},
+        {u"abc", u"0;0;0;@@", "abcabc"},
+        {u"abc", u"0;0;0;x\\y_z@", "xy abc"},
+        {u"a", u"@", "a"},
+        {u"abc", u";;;", ""},
+        {u"abc", u";;", "abc"},
+        {u"abc", u"\"<\"@\">\"", "<abc>"},
+        {u"abc", u"[Red]@_)", "abc "},
+        {u"abc", u"0;[Blue]@\"!\"", "abc!"},
+        {u"abc", u"\"@\"0", "abc"},
+        {u"abc", u"0\\@", "abc"},
+        {u"abc", u";;;General", "abc"},
+        {u"abc", u";;;[$-409]@", "abc"},
+        {u"abc", u";;;@*.", "abc"},
+        {u"abc", u"0.00;-0.00;\";\"", "abc"},
+        {u"abc", u";;;\"a;b\"@", "a;babc"},
     };
     for (const TextRow& row : rows) {
         WideText out;
@@ -273,9 +479,9 @@ TEST_F(NumberFormatter, PlainGeneralIsThatOfItsSection) {
 TEST_F(NumberFormatter, PlacesBeyondTheCountedOnesTakeNoDigit) {
     const Row rows[] = {
         {5, u"0 [00]", "5 [00]"},
-        {5, u"0 [0?#]", "5 [0 ]"},
+        {5, u"0 [0?#]", "5 [0?#]"},
         {5, u"0.0E+0[00]", "5.0E+0[00]"},
-        {5, u"0/[00]", "0/[00]"},
+        {5, u"0/[00]", "5/[00]"},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "functions/FormulaFile.h"
 #include "functions/Handlers.h"
 #include "functions/TextSearch.h"
 #include "support/FailingAllocator.h"
@@ -20,6 +21,10 @@ class TextFunctions : public Sandbox {
         for (const Row& row : rows) EXPECT_EQ(Eval(row.formula), row.expected) << row.formula;
     }
 };
+
+class NumberFormats : public FormulaFile {};
+
+TEST_F(NumberFormats, ShowWhatTwoOtherProgramsShow) { Check("number_formats.txt"); }
 
 TEST_F(TextFunctions, CodesAndComparison) {
     Enter("B1", "text");
