@@ -240,6 +240,16 @@ bool FormatForEntry(i32 book, i32 formatKind, i32 subKind, WideView custom, u16&
            FindOrAddNumberFormat(*workbook, text, formatId);
 }
 
+WideView WithoutOfferedPercent(WideView text) {
+    const std::size_t sign = text.find_last_not_of(u' ');
+    if (sign == WideView::npos || text[sign] != u'%') return text;
+    double value = 0;
+    i32 digits = 0;
+    if (ParseNumber(text, 0, sign, value, true) || ParseMixedFraction(text, 0, sign, value, digits))
+        return text;
+    return text.substr(0, sign);
+}
+
 bool TakesProposedFormat(u16 current, i32 proposed) {
     return proposed > 0 && current != 2 && !(current >= 5 && current <= 8) &&
            !(current >= 14 && current <= 22) && current < 49;

@@ -27,6 +27,9 @@ struct EntryResult {
 EntryKind ClassifyEntry(const FormulaPlace& place, WideView text, EntryResult& result);
 // Finds or adds the number format of a format kind. `custom` serves kind 10.
 [[nodiscard]] bool FormatForEntry(i32 book, i32 formatKind, i32 subKind, WideView custom, u16& formatId);
+// What is meant by a text that was typed in front of a "%" which stood in the line beforehand: numbers take it,
+// a text with a "%" of its own, dates, times, formulas and words do without.
+WideView WithoutOfferedPercent(WideView text);
 // Whether a cell of format `current` takes a proposed id.
 bool TakesProposedFormat(u16 current, i32 proposed);
 // A value as the entry line shows it for editing.

@@ -15,7 +15,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 TEXT_FORMAT = 49;
 constexpr u16 HYPERLINK_FUNCTION = 359;
 constexpr u16 HYPERLINK_COLOUR = 12;
 
@@ -51,8 +50,9 @@ bool IsFailedFormula(WideView text) {
 bool Recognise(const EntryTarget& target, WideView text, Content& content, i32& outcome) {
     const Workbook& book = *BookAt(target.book);
     content.text = text;
-    if (NumberFormatOf(book, *SheetAt(target.book, target.sheet), target.area.firstRow,
-                       target.area.firstColumn) == TEXT_FORMAT) {
+    const u16 format = NumberFormatOf(book, *SheetAt(target.book, target.sheet), target.area.firstRow,
+                                      target.area.firstColumn);
+    if (GetNumberFormatText(book, format) == u"@") {
         content.kind = text.empty() ? ENTRY_EMPTY : ENTRY_TEXT;
         return true;
     }

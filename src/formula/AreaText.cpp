@@ -42,7 +42,10 @@ bool AppendRow(WideText& out, i32 row, bool relative) {
 
 struct AreaFlags {
     bool firstRow, firstColumn, lastRow, lastColumn;  // relative
-    bool SameCorners() const { return firstRow == lastRow && firstColumn == lastColumn; }
+    bool bothCorners;
+    bool IsOneCorner(const RefArea& area) const {
+        return !bothCorners && IsOneCell(area) && firstRow == lastRow && firstColumn == lastColumn;
+    }
 };
 
 bool AppendAreaA1(WideText& out, const RefArea& area, const AreaFlags& relative) {
@@ -57,7 +60,7 @@ bool AppendAreaA1(WideText& out, const RefArea& area, const AreaFlags& relative)
     }
     if (!CellToText(area.firstRow, area.firstColumn, !relative.firstRow, !relative.firstColumn, out))
         return false;
-    if (IsOneCell(area) && relative.SameCorners()) return true;
+    if (relative.IsOneCorner(area)) return true;
     return out.Append(u':') &&
            CellToText(area.lastRow, area.lastColumn, !relative.lastRow, !relative.lastColumn, out);
 }
@@ -74,7 +77,7 @@ bool AppendAreaR1C1(WideText& out, const RefArea& area, const AreaFlags& relativ
     }
     if (!CellToR1C1(area.firstRow, area.firstColumn, relative.firstRow, relative.firstColumn, row, column, out))
         return false;
-    if (IsOneCell(area) && relative.SameCorners()) return true;
+    if (relative.IsOneCorner(area)) return true;
     return out.Append(u':') &&
            CellToR1C1(area.lastRow, area.lastColumn, relative.lastRow, relative.lastColumn, row, column, out);
 }
@@ -131,9 +134,10 @@ bool AreaToText(i32 book, i32 sheet, const RefArea& area, u16 flags, i32 row, i3
     if ((flags & (AREA_WITH_SHEET | AREA_WITH_BOOK)) &&
         !AppendSheetAndBook(out, book, sheet, (flags & AREA_WITH_BOOK) != 0))
         return false;
-    const AreaFlags relative = {
-        (flags & AREA_FIRST_ROW_RELATIVE) != 0, (flags & AREA_FIRST_COLUMN_RELATIVE) != 0,
-        (flags & AREA_LAST_ROW_RELATIVE) != 0, (flags & AREA_LAST_COLUMN_RELATIVE) != 0};
+    const AreaFlags relative = {(flags & AREA_FIRST_ROW_RELATIVE) != 0,
+                                (flags & AREA_FIRST_COLUMN_RELATIVE) != 0,
+                                (flags & AREA_LAST_ROW_RELATIVE) != 0, (flags & AREA_LAST_COLUMN_RELATIVE) != 0,
+                                (flags & AREA_BOTH_CORNERS) != 0};
     return flags & AREA_USE_A1 ? AppendAreaA1(out, area, relative)
                                : AppendAreaR1C1(out, area, relative, row, column);
 }

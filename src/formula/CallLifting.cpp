@@ -83,6 +83,12 @@ u64 CarriedElements(const Lifting& call) {
     return elements;
 }
 
+void MarkWritten(Value* arguments, i32 count) {
+    for (i32 i = 0; i < count; ++i) {
+        if (arguments[i].type == VT_EMPTY) arguments[i].spare = WRITTEN_ARGUMENT;
+    }
+}
+
 void FreeAll(Value* arguments) {
     for (i32 i = 0; i < MAX_ARGUMENTS; ++i) ClearValue(arguments[i]);
 }
@@ -123,6 +129,7 @@ void CallOnce(const Lifting& call, Value& result, FunctionHandler handler, const
         FreeValue(argument);
         argument = element;
     }
+    MarkWritten(call.arguments, call.count);
     handler(call.arguments, result, context);
     FreeAll(call.arguments);
 }
@@ -137,6 +144,7 @@ void CallLifted(const Lifting& call, Value& result, FunctionHandler handler, con
     for (u32 i = 0; result.type == VT_ARRAY && i < shape.rows * shape.columns; ++i) {
         Value frame[MAX_ARGUMENTS];
         BuildFrame(call, i / shape.columns, i % shape.columns, shape.columns, frame);
+        MarkWritten(frame, call.count);
         Value element;
         handler(frame, element, context);
         // An element is a scalar; what is none cannot stand in an array.

@@ -331,11 +331,12 @@ bool CurrencyOrDate(WideView text, bool date1904, double& number) {
     }
     if (ErrorFromText(text) >= 0) return false;
     const WideView symbol = Locale().currencySymbol;
-    if (!symbol.empty() && StartsWithIgnoringCase(text, symbol) &&
-        ParseNumber(text, symbol.size(), text.size(), number, true))
-        return true;
-    if (text.size() > 2 && text.front() == u'(' && text.back() == u')' &&
-        ParseNumber(text, 1, text.size() - 1, number, true)) {
+    const std::size_t first = text.find_first_not_of(u' ');
+    const std::size_t last = text.find_last_not_of(u' ');
+    if (!symbol.empty() && StartsWithIgnoringCase(text.substr(first), symbol))
+        return ParseNumber(text, first + symbol.size(), text.size(), number, true);
+    if (text[first] == u'(' && text[last] == u')') {
+        if (!ParseNumber(text, first + 1, last, number, true)) return false;
         number = -number;
         return true;
     }

@@ -199,7 +199,8 @@ void PushReference(Printer& p, u8 token, u32 at) {
     }
     PushWritten(p, [&](WideText& out) {
         if (outside && !SheetPrefix(p.book, ReadU16(p.At(at + 1)), true, false, out)) return false;
-        return AreaToText(p.book, 0, area, AreaFlagsOf(nibble, p.useA1), p.row, p.column, out);
+        const u16 flags = static_cast<u16>(AreaFlagsOf(nibble, p.useA1) | (oneCell ? 0 : AREA_BOTH_CORNERS));
+        return AreaToText(p.book, 0, area, flags, p.row, p.column, out);
     });
 }
 

@@ -20,6 +20,7 @@ enum AreaTextFlags : u16 {
     AREA_WITH_SHEET = 32,
     AREA_WITH_BOOK = 64,
     AREA_WITH_EQUALS = 128,
+    AREA_BOTH_CORNERS = 256,  // of one cell, too
     AREA_ALL_RELATIVE = 15,
 };
 [[nodiscard]] bool AreaToText(i32 book, i32 sheet, const RefArea& area, u16 flags, i32 row, i32 column,

@@ -15,6 +15,9 @@ struct EvalContext {
 };
 
 constexpr i32 MAX_ARGUMENTS = 30;
+// The spare word of an empty argument that was written, or that leads to an empty cell: it is 0, FALSE or the
+// empty text, where one that is not written takes its default.
+constexpr u16 WRITTEN_ARGUMENT = 1;
 
 // Computes a function. `arguments` has MAX_ARGUMENTS slots, empty behind the real ones; the caller
 // frees them afterwards, so a handler that moves one out clears its slot. `result` comes in empty

@@ -36,7 +36,7 @@ i32 ScanRowNumber(WideView text, i32 at, i32 end, i32& row) {
     i32 p = at;
     for (; IsAsciiDigit(CharAt(text, p, end)) && number <= MAX_ROWS; ++p)
         number = number * 10 + (CharAt(text, p, end) - u'0');
-    if (p == at || number < 1 || number > MAX_ROWS || CharAt(text, at, end) == u'0') return at;
+    if (p == at || number < 1 || number > MAX_ROWS) return at;
     row = number - 1;
     return p;
 }

@@ -69,7 +69,8 @@ i32 CheckArguments(Check& c, i32 open, i32 end, std::string_view signature) {
         }
         const bool isEmpty = p < end && (c.At(p) == ListSeparator() || c.At(p) == u')');
         if (isEmpty) {
-            if (signature[i] >= 'A' && signature[i] <= 'Z') return NO_POSITION;
+            // Between separators any argument may be left empty; nothing at all is no argument.
+            if (i == 0 && c.At(p) == u')' && RequiredRemains(signature, 0)) return NO_POSITION;
             continue;
         }
         p = CheckSpan(c, p, end, false);

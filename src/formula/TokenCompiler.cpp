@@ -240,8 +240,14 @@ void MakeOffsets(const FormulaPlace& place, RefArea& area, u8 nibble) {
     if (nibble & LAST_COLUMN_RELATIVE) area.lastColumn = static_cast<u8>(area.lastColumn - place.column);
 }
 
-void PutReference(Compiling& c, i32 externIndex, RefArea area, u8 nibble, char letter) {
-    const bool oneCell = IsOneCell(area) && (nibble >> 2) == (nibble & 3);
+// Whether a reference's text names a second corner; an area of one cell keeps it.
+bool HasTwoCorners(WideView reference) {
+    const std::size_t prefix = reference.rfind(u'!');
+    return reference.find(u':', prefix == WideView::npos ? 0 : prefix) != WideView::npos;
+}
+
+void PutReference(Compiling& c, i32 externIndex, RefArea area, u8 nibble, bool twoCorners, char letter) {
+    const bool oneCell = !twoCorners && IsOneCell(area) && (nibble >> 2) == (nibble & 3);
     const bool offsets = externIndex < 0 && c.place.relativeForm && nibble;
     u8 token = externIndex >= 0 ? (oneCell ? ptgRef3d : ptgArea3d) : (oneCell ? ptgRef : ptgArea);
     if (offsets) {
@@ -516,7 +522,9 @@ i32 CompilePlainOperand(Compiling& c, i32 at, const SpanKind& span) {
     u8 nibble = 0;
     const i32 reference = ParseReference(c.place, c.text, at, span.end, &externIndex, area, nibble);
     if (reference >= 0) {
-        PutReference(c, externIndex, area, nibble, RefineLetter(c, reference, span));
+        const auto length = static_cast<std::size_t>(reference - at);
+        const bool twoCorners = HasTwoCorners(c.text.substr(static_cast<std::size_t>(at), length));
+        PutReference(c, externIndex, area, nibble, twoCorners, RefineLetter(c, reference, span));
         if (CharAt(c.text, reference, span.end) != u'(') return reference;
         return CompileNamedCall(c, reference, span.end, {});
     }

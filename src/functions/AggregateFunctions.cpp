@@ -35,11 +35,12 @@ struct Counting {
 bool CountOne(const VisitedValue& visited, void* state) {
     Counting& counting = *static_cast<Counting*>(state);
     const Value& value = *visited.value;
+    const bool written = visited.source == SOURCE_DIRECT && value.type == VT_EMPTY && !IsMissing(value);
     if (counting.all) {
-        counting.count += value.type != VT_EMPTY;
+        counting.count += value.type != VT_EMPTY || written;
         return true;
     }
-    bool counts = value.type == VT_NUMBER;
+    bool counts = value.type == VT_NUMBER || written;
     if (!counts && visited.source == SOURCE_DIRECT && (value.type == VT_STRING || value.type == VT_BOOL)) {
         double number = 0;
         counts = value.type == VT_BOOL || TextToNumber(TextOf(value), number);

@@ -82,7 +82,7 @@ bool Add(CollectOptions& options, double number) {
 
 // A value that is given by itself: texts and booleans are read.
 bool CollectDirect(Collecting& collecting, const Value& value) {
-    if (value.type == VT_EMPTY || collecting.options.numbersOnly) return true;
+    if (IsMissing(value) || collecting.options.numbersOnly) return true;
     Value number;
     CopyValue(number, value);
     CoerceValue(number, VT_NUMBER, collecting.context);

@@ -7,7 +7,16 @@
 
 namespace tally {
 
-inline bool IsMissing(const Value& argument) { return argument.type == VT_EMPTY; }
+// Not written. One that is written but empty is 0, FALSE or the empty text.
+inline bool IsMissing(const Value& argument) {
+    return argument.type == VT_EMPTY && argument.spare != WRITTEN_ARGUMENT;
+}
+// For functions whose empty arguments take their defaults whether they are written or not.
+inline void TakeDefaults(Value* arguments, i32 count) {
+    for (i32 i = 0; i < count; ++i) {
+        if (arguments[i].type == VT_EMPTY) arguments[i].spare = 0;
+    }
+}
 
 // Each coerces an argument in place. False with the error in `result`.
 bool NumberArgument(Value& argument, Value& result, const EvalContext& context, double& out);

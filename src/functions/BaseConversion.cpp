@@ -47,6 +47,7 @@ i64 ReadDecimal(ArgumentReader& in) {
 // The number with zeros in front up to the places of the next argument; all ten when it is negative. Too few
 // places are outside the domain.
 void WriteDigits(ArgumentReader& in, i64 number, const Base& base) {
+    TakeDefaults(in.arguments + in.next, 1);
     const bool free = IsMissing(in.arguments[in.next]);
     const i32 places = in.IntegerOr(1);
     in.Require(places >= 1 && places <= MOST_DIGITS);

@@ -181,8 +181,8 @@ void CallCell(Value* arguments, Value& result, const EvalContext& context) {
     const auto column = static_cast<u8>(context.column);
     SheetArea at{context.book, context.sheet, {row, row, column, column}};
     i32 error = ERR_REF;
-    const bool good =
-        IsMissing(where) ? SheetAt(at.book, at.sheet) != nullptr : ResolveSingleArea(where, context, at, error);
+    const bool good = where.type == VT_EMPTY ? SheetAt(at.book, at.sheet) != nullptr
+                                             : ResolveSingleArea(where, context, at, error);
     if (good) {
         result = DescribeCell(static_cast<CellWord>(found), at, context);
     } else {

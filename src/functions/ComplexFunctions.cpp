@@ -119,11 +119,11 @@ void CallComplex(Value* arguments, Value& result, const EvalContext& context) {
     Complex z{in.Number(), in.Number(), u'i'};
     if (!IsMissing(arguments[2])) {
         const WideView suffix = in.Text();
-        if (in.good && suffix != u"i" && suffix != u"j") {
+        if (in.good && !suffix.empty() && suffix != u"i" && suffix != u"j") {
             result = ErrorValue(ERR_VALUE);
             return;
         }
-        if (in.good) z.suffix = suffix[0];
+        if (in.good && !suffix.empty()) z.suffix = suffix[0];
     }
     if (in.Done()) result = ComplexValue(z);
 }

@@ -21,6 +21,15 @@ long double Dot(long double a, long double b, long double c, long double d) {
     return std::fma(a, b, product) + lost;
 }
 
+// A thousands separator with exactly three digits behind it.
+bool IsThousands(WideView text, std::size_t at) {
+    if (at + 3 >= text.size() || text[at] != Locale().thousandsSeparator) return false;
+    for (std::size_t i = at + 1; i <= at + 3; ++i) {
+        if (!IsAsciiDigit(text[i])) return false;
+    }
+    return at + 4 == text.size() || !IsAsciiDigit(text[at + 4]);
+}
+
 // Where the number at the start of the text ends: sign, digits, decimals, exponent.
 std::size_t NumberEnd(WideView text) {
     const char16_t separator = Locale().decimalSeparator;
@@ -31,6 +40,10 @@ std::size_t NumberEnd(WideView text) {
         return at - from;
     };
     std::size_t count = digits();
+    while (count && IsThousands(text, at)) {
+        at += 4;
+        ++count;
+    }
     if (at < text.size() && text[at] == separator) {
         ++at;
         count += digits();
@@ -48,11 +61,14 @@ bool ReadNumber(WideView text, long double& out) {
     const bool signedPlus = !text.empty() && text[0] == u'+';
     if (signedPlus) text.remove_prefix(1);
     if (text.size() > LONGEST) return false;
-    for (std::size_t i = 0; i < text.size(); ++i)
-        buffer[i] = text[i] == Locale().decimalSeparator ? '.' : static_cast<char>(text[i]);
+    char* length = buffer;
+    for (char16_t c : text) {
+        if (c != Locale().thousandsSeparator)
+            *length++ = c == Locale().decimalSeparator ? '.' : static_cast<char>(c);
+    }
     double value = 0;
-    const auto end = std::from_chars(buffer, buffer + text.size(), value);
-    if (end.ec != std::errc() || end.ptr != buffer + text.size()) return false;
+    const auto end = std::from_chars(buffer, length, value);
+    if (end.ec != std::errc() || end.ptr != length) return false;
     out = value;
     return true;
 }
@@ -70,7 +86,9 @@ bool AppendPart(double part, bool ones, WideText& out) {
 
 bool ParseComplex(WideView text, Complex& out) {
     out = Complex();
-    if (text.empty()) return false;
+    const std::size_t first = text.find_first_not_of(u' ');
+    if (first == WideView::npos) return false;
+    text = text.substr(first, text.find_last_not_of(u' ') - first + 1);
     const char16_t last = text.back();
     if (last != u'i' && last != u'j') return NumberEnd(text) == text.size() && ReadNumber(text, out.re);
     out.suffix = last;

@@ -32,8 +32,18 @@ WideView TextOfScalar(const Value& value) {
     return value.type == VT_BOOL ? BoolText(value.boolean != 0) : ErrorText(value.error);
 }
 
+bool StartsWith(const Criteria& criteria, WideView text) {
+    if (!criteria.hasWildcards) return StartsWithIgnoringCase(text, criteria.rest);
+    for (std::size_t length = 0; length <= text.size(); ++length) {
+        if (WildcardMatch(criteria.rest, text.substr(0, length), false)) return true;
+    }
+    return false;
+}
+
 // Whether the rest of a criteria text is what a text cell holds, by its characters or as a number.
 bool EqualsText(const Criteria& criteria, WideView text) {
+    if (criteria.isBool) return false;
+    if (criteria.fromStart && StartsWith(criteria, text)) return true;
     if (criteria.hasWildcards ? WildcardMatch(criteria.rest, text, false)
                               : EqualIgnoringCase(criteria.rest, text))
         return true;
@@ -45,7 +55,7 @@ bool EqualsRest(const Criteria& criteria, const Value& cell) {
     switch (cell.type) {
         case VT_NUMBER: return criteria.isNumber && Near(criteria.number, cell.number);
         case VT_STRING: return EqualsText(criteria, TextOf(cell));
-        case VT_BOOL:
+        case VT_BOOL: return !criteria.noBooleans && EqualIgnoringCase(criteria.rest, TextOfScalar(cell));
         case VT_ERROR: return EqualIgnoringCase(criteria.rest, TextOfScalar(cell));
         default: return false;
     }
@@ -108,6 +118,11 @@ CriteriaKind OperatorOf(WideView text, WideView& rest) {
 Criteria TakeTextCriteria(WideView text) {
     Criteria criteria;
     criteria.kind = OperatorOf(text, criteria.rest);
+    if (text.empty()) {
+        // Empty cells and empty texts.
+        criteria.matchesEmpty = true;
+        return criteria;
+    }
     if (criteria.rest.empty()) {
         criteria.matchesEmpty = criteria.kind == CRITERIA_EQUAL;
         criteria.matchesFilled = criteria.kind == CRITERIA_DIFFERENT;
@@ -117,7 +132,10 @@ Criteria TakeTextCriteria(WideView text) {
     criteria.matchesEmpty = criteria.kind == CRITERIA_DIFFERENT;
     criteria.isNumber = TextToNumber(criteria.rest, criteria.number);
     criteria.isPlain = !criteria.isNumber && IsPlainText(criteria.rest);
-    criteria.hasWildcards = criteria.rest.find_first_of(u"*?~") != WideView::npos;
+    criteria.isBool =
+        EqualIgnoringCase(criteria.rest, BoolText(false)) || EqualIgnoringCase(criteria.rest, BoolText(true));
+    // What is compared in a way of its own is not looked up among the texts.
+    criteria.hasWildcards = criteria.isBool || criteria.rest.find_first_of(u"*?~") != WideView::npos;
     return criteria;
 }
 
@@ -167,6 +185,17 @@ Criteria TakeCriteria(const Value& value) {
         case VT_STRING: return TakeTextCriteria(TextOf(value));
         default: break;
     }
+    return criteria;
+}
+
+Criteria TakeDatabaseCriteria(const Value& value) {
+    Criteria criteria = TakeCriteria(value);
+    if (value.type != VT_STRING) return criteria;
+    const WideView text = TextOf(value);
+    criteria.isBool = false;
+    criteria.noBooleans = true;
+    criteria.fromStart = criteria.kind == CRITERIA_EQUAL && !text.starts_with(u'=');
+    if (text.empty()) criteria.matchesEmpty = false;
     return criteria;
 }
 

@@ -28,11 +28,17 @@ struct Criteria {
     bool isNumber = false;       // the rest reads as `number`
     bool isPlain = false;        // the rest is no number, boolean or error
     bool hasWildcards = false;
+    bool isBool = false;      // the rest reads TRUE or FALSE: no text is equal to it
+    bool fromStart = false;   // equal to every text that begins with the rest
+    bool noBooleans = false;  // equal to no boolean
     double number = 0;
     i32 code = 0;  // of a boolean or error
     WideView rest;
 };
 Criteria TakeCriteria(const Value& criteria);
+// Those of the database functions: a text without an operator matches what begins with it, and texts match no
+// booleans.
+Criteria TakeDatabaseCriteria(const Value& criteria);
 bool Matches(const Criteria& criteria, const Value& cell);
 
 // Whether a cell's value meets a criteria value.

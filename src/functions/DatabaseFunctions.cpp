@@ -102,14 +102,18 @@ bool ReadField(Database& database, Value& argument, Value& result, const EvalCon
     return database.field ? true : Fail(result, ERR_VALUE);
 }
 
-void ReadLabels(Database& database) {
+// False when a label is an error.
+bool ReadLabels(Database& database, const EvalContext& context) {
     const SheetArea& from = database.criteria;
     for (i32 column = from.area.firstColumn; column <= from.area.lastColumn; ++column) {
         Value label;
         GetCellValue(from.book, from.sheet, from.area.firstRow, column, label);
+        if (label.type == VT_ERROR) return false;
+        if (label.type != VT_EMPTY) CoerceValue(label, VT_STRING, context);
         if (label.type == VT_STRING) database.fieldOfColumn[column] = FindField(database, TextOf(label));
         FreeValue(label);
     }
+    return true;
 }
 
 bool AddCondition(const VisitedValue& visited, void* state) {
@@ -119,7 +123,7 @@ bool AddCondition(const VisitedValue& visited, void* state) {
         return true;
     Condition condition{visited.row, database.records.area.firstColumn + field - 1, Value(), {}};
     CopyValue(condition.criteria, *visited.value);
-    condition.taken = TakeCriteria(condition.criteria);
+    condition.taken = TakeDatabaseCriteria(condition.criteria);
     if (database.conditions.Append(condition)) return true;
     FreeValue(condition.criteria);
     database.outOfMemory = true;
@@ -144,9 +148,9 @@ bool PrepareDatabase(Value* arguments, Value& result, const EvalContext& context
         if (from->area.firstRow == from->area.lastRow) return Fail(result, ERR_VALUE);
     }
     if (!ReadNames(database, context)) return Fail(result, ERR_NA);
-    const bool noField = fieldOptional && IsMissing(arguments[1]);
+    const bool noField = fieldOptional && arguments[1].type == VT_EMPTY;
     if (!noField && !ReadField(database, arguments[1], result, context)) return false;
-    ReadLabels(database);
+    if (!ReadLabels(database, context)) return Fail(result, ERR_VALUE);
     i32 error = -1;
     IgnoreFailure(VisitValues(arguments[2], context, AddCondition, &database, error));
     if (error >= 0) return Fail(result, error);
@@ -288,6 +292,8 @@ void CallDget(Value* arguments, Value& result, const EvalContext& context) {
     if (!PrepareDatabase(arguments, result, context, false, database)) return;
     bool found = false;
     WalkRecords(database, [&](Value& cell) {
+        // A record without anything in the field is none.
+        if (cell.type == VT_EMPTY || (cell.type == VT_STRING && TextOf(cell).empty())) return true;
         if (found) {
             FreeValue(result);
             return Fail(result, ERR_NUM);

@@ -74,6 +74,7 @@ void CallAccrint(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallAccrintm(Value* arguments, Value& result, const EvalContext& context) {
+    TakeDefaults(arguments + 3, 1);
     ArgumentReader in{arguments, result, context};
     const i32 issue = in.Date(), settlement = in.Date();
     const double rate = in.Number(), par = in.NumberOr(USUAL_PAR);

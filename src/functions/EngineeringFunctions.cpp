@@ -94,6 +94,7 @@ void CallGestep(Value* arguments, Value& result, const EvalContext& context) {
 
 void CallErf(Value* arguments, Value& result, const EvalContext& context) {
     ArgumentReader in{arguments, result, context};
+    TakeDefaults(arguments + 1, 1);
     const bool toValue = IsMissing(arguments[1]);
     const double a = in.Number(), b = in.NumberOr(0);
     if (in.Done()) result = NumberValue(toValue ? std::erf(a) : ErrorFunctionBetween(a, b));

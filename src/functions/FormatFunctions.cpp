@@ -21,6 +21,13 @@ void FormatInto(double value, WideView format, const EvalContext& context, Value
     result = made ? TextValue(out) : ErrorValue(ERR_NA);
 }
 
+// Whether an argument, taken as a single value, is a text that does not read as a number.
+bool IsPlainText(Value& argument, const EvalContext& context) {
+    if (argument.type == VT_REF || argument.type == VT_AREA) DerefValue(argument, context);
+    double number = 0;
+    return argument.type == VT_STRING && !TextToNumber(TextOf(argument), number);
+}
+
 // Powers of ten that leave the range of a double round nothing, or everything away.
 double RoundedTo(double value, i32 decimals) {
     const double power = std::pow(10.0, decimals);
@@ -60,7 +67,8 @@ bool AppendMoney(WideText& format, i32 decimals) {
 void CallText(Value* arguments, Value& result, const EvalContext& context) {
     double value = 0;
     WideView format;
-    if (!NumberArgument(arguments[0], result, context, value) ||
+    const bool isText = IsPlainText(arguments[0], context);
+    if ((!isText && !NumberArgument(arguments[0], result, context, value)) ||
         !TextArgument(arguments[1], result, context, format)) {
         return;
     }
@@ -68,7 +76,9 @@ void CallText(Value* arguments, Value& result, const EvalContext& context) {
         result = ErrorValue(ERR_VALUE);
         return;
     }
-    FormatInto(value, format, context, result);
+    if (!isText) return FormatInto(value, format, context, result);
+    WideText out;
+    result = FormatTextValue(TextOf(arguments[0]), format, out) ? TextValue(out) : ErrorValue(ERR_NA);
 }
 
 void CallFixed(Value* arguments, Value& result, const EvalContext& context) {

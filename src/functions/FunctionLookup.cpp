@@ -59,6 +59,8 @@ WideView FunctionNameById(u16 id) {
 void ReturnFalse(Value*, Value& result, const EvalContext&) { result = BoolValue(false); }
 void ReturnTrue(Value*, Value& result, const EvalContext&) { result = BoolValue(true); }
 void ReturnNA(Value*, Value& result, const EvalContext&) { result = ErrorValue(ERR_NA); }
+// The library operation is closed to worksheets.
+void CallLibrary(Value*, Value& result, const EvalContext&) { result = ErrorValue(ERR_VALUE); }
 void HandlerPending(Value*, Value& result, const EvalContext&) { result = ErrorValue(ERR_NA); }
 
 }  // namespace tally

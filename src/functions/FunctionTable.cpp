@@ -69,7 +69,7 @@ constinit const FunctionEntry FunctionTable[FUNCTION_ROWS] = {
     {u"CALCULATE.DOCUMENT", "", HandlerPending, 167 | COMMAND_BIT, CATEGORY_MACRO_COMMAND, 0, u""},
     {u"CALCULATE.NOW", "", HandlerPending, 31 | COMMAND_BIT, CATEGORY_MACRO_COMMAND, 0, u""},
     {u"CALCULATION", "vvvvvvvvvvvvvvvvvvvvvvvvvvvvvv", ReturnFalse, 32 | COMMAND_BIT, CATEGORY_MACRO_COMMAND, 0, u""},
-    {u"CALL", "VVvrrrrrrrrrrrrrrrrrrrrrrrrrrr", HandlerPending, 150, CATEGORY_ALL, 0, u"module_text, procedure, [type_text], [argument1, ...]"},
+    {u"CALL", "VVvrrrrrrrrrrrrrrrrrrrrrrrrrrr", CallLibrary, 150, CATEGORY_ALL, 0, u"module_text, procedure, [type_text], [argument1, ...]"},
     {u"CALLER", "", HandlerPending, 89, CATEGORY_MACRO_COMMAND, 0, u""},
     {u"CANCEL.COPY", "vvvvvvvvvvvvvvvvvvvvvvvvvvvvvv", ReturnFalse, 120 | COMMAND_BIT, CATEGORY_MACRO_COMMAND, 0, u""},
     {u"CANCEL.KEY", "Vc", HandlerPending, 170, CATEGORY_MACRO_COMMAND, 0, u"enable, [macro_ref]"},

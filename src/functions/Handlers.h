@@ -10,6 +10,7 @@ void ReturnFalse(Value* arguments, Value& result, const EvalContext& context);
 void ReturnTrue(Value* arguments, Value& result, const EvalContext& context);
 void ReturnNA(Value* arguments, Value& result, const EvalContext& context);
 // "#N/A": the functions that are still to be built.
+void CallLibrary(Value* arguments, Value& result, const EvalContext& context);
 void HandlerPending(Value* arguments, Value& result, const EvalContext& context);
 
 void CallAbs(Value* arguments, Value& result, const EvalContext& context);

@@ -18,7 +18,7 @@ struct Truths {
 };
 
 bool TakeDirect(Truths& truths, const Value& value) {
-    if (value.type == VT_EMPTY) return true;
+    if (IsMissing(value)) return true;
     Value truth;
     CopyValue(truth, value);
     CoerceValue(truth, VT_BOOL, truths.context);

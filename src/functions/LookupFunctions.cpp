@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "base/Text.h"
 #include "formula/Evaluator.h"
 #include "formula/Links.h"
@@ -8,8 +10,8 @@
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 
-// The lookups read a table where it lies: an array's elements, or the cells of an area. All find what a scan
-// in order finds; nothing relies on the table being sorted.
+// The lookups read a table where it lies: an array's elements, or the cells of an area. Those that take the
+// largest element below look for it by halves among cells; all others find what a scan in order finds.
 
 namespace tally {
 namespace {
@@ -67,6 +69,10 @@ bool OpenTable(const Value& argument, const EvalContext& context, Table& table, 
         table.rows = static_cast<i32>(ArrayRows(argument));
         table.columns = argument.columns;
         return true;
+    }
+    if (argument.type == VT_ERROR) {
+        result = argument;
+        return false;
     }
     i32 error = ERR_REF;
     const bool isReference = argument.type == VT_REF || argument.type == VT_AREA;
@@ -170,9 +176,90 @@ bool FindKept(const Line& line, const Value& value, LookupRule rule, i32& found)
     return true;
 }
 
-// The place of the lowest line element that the value reaches, looking from the end; or the first equal one.
+// The first cell of a line at or behind `at` and up to `last` that holds a value of a type; `at` becomes its
+// place. Null when there is none.
+const Value* NextOfType(const Line& line, const CellStore& store, u16 type, i32 last, i32& at) {
+    const RefArea& area = line.table.from.area;
+    if (line.vertical) {
+        const i32 column = area.firstColumn + line.fixed;
+        for (u32 slot = FindRowSlot(store, area.firstRow + at); slot < store.rows.Count(); ++slot) {
+            const CellRow& row = store.rows[slot];
+            if (row.row - area.firstRow > last) return nullptr;
+            const u32 index = FindInRow(row, column);
+            if (index >= row.count || row.cells[index].column != column || row.cells[index].value.type != type)
+                continue;
+            at = row.row - area.firstRow;
+            return &row.cells[index].value;
+        }
+        return nullptr;
+    }
+    const u32 slot = FindRowSlot(store, area.firstRow + line.fixed);
+    if (slot >= store.rows.Count() || store.rows[slot].row != area.firstRow + line.fixed) return nullptr;
+    const CellRow& row = store.rows[slot];
+    for (u32 i = FindInRow(row, area.firstColumn + at); i < row.count; ++i) {
+        if (row.cells[i].column - area.firstColumn > last) return nullptr;
+        if (row.cells[i].value.type != type) continue;
+        at = row.cells[i].column - area.firstColumn;
+        return &row.cells[i].value;
+    }
+    return nullptr;
+}
+
+i32 LastUsedPlace(const Line& line, const CellStore& store) {
+    const i32 last = line.Length() - 1;
+    if (!line.vertical) return last;
+    if (store.rows.IsEmpty()) return -1;
+    return std::min(last, store.rows.Last().row - line.table.from.area.firstRow);
+}
+
+// The last of the equal elements that lie together from `at` on.
+i32 LastEqual(const Line& line, const CellStore& store, const Value& value, i32 last, i32 at) {
+    i32 low = at, high = last;
+    while (low < high) {
+        const i32 middle = low + (high - low + 1) / 2;
+        i32 next = middle;
+        const Value* const element = NextOfType(line, store, value.type, high, next);
+        if (element && Order(value, *element) == 0) {
+            low = next;
+        } else {
+            high = middle - 1;
+        }
+    }
+    return low;
+}
+
+// The place of the largest element that the value reaches, found by halves as in an ascending line: in one
+// that is not sorted it depends on the elements that are met on the way. Cells of other types are passed over.
+i32 FindByHalves(const Line& line, const Value& value) {
+    const Sheet* const sheet = SheetAt(line.table.from.book, line.table.from.sheet);
+    if (!sheet || value.type == VT_EMPTY) return NOT_FOUND;
+    i32 found = NOT_FOUND;
+    i32 low = 0;
+    const i32 last = LastUsedPlace(line, sheet->cells);
+    for (i32 high = last; low <= high;) {
+        const i32 middle = low + (high - low) / 2;
+        i32 at = middle;
+        const Value* const element = NextOfType(line, sheet->cells, value.type, high, at);
+        const int order = element ? Order(value, *element) : -1;
+        if (order == 0) return LastEqual(line, sheet->cells, value, high, at);
+        if (order > 0) {
+            found = at;
+            low = at + 1;
+        } else {
+            high = middle - 1;
+        }
+    }
+    return found;
+}
+
+// Over an array, and for booleans, the place is that of the lowest element that the value reaches, looking from
+// the end.
+bool GoesByHalves(const Line& line, const Value& value) { return !line.table.array && value.type != VT_BOOL; }
+
+// The place of the element that the value reaches, or the first equal one.
 i32 FindInLine(const Line& line, const Value& value, bool approximate) {
     i32 found = NOT_FOUND;
+    if (approximate && GoesByHalves(line, value)) return FindByHalves(line, value);
     if (FindKept(line, value, approximate ? LAST_REACHED : FIRST_EQUAL, found)) return found;
     WalkLine(line, approximate, [&](i32 at, const Value& element) {
         if (element.type != value.type) return true;
@@ -217,6 +304,7 @@ void LookUp(Value* arguments, Value& result, const EvalContext& context, bool ve
 
 i32 MatchInLine(const Line& line, const Value& value, i32 kind) {
     i32 best = NOT_FOUND;
+    if (kind > 0 && GoesByHalves(line, value)) return FindByHalves(line, value);
     const LookupRule rule = kind == 0 ? FIRST_EQUAL : kind > 0 ? WALK_UP : WALK_DOWN;
     if (FindKept(line, value, rule, best)) return best;
     WalkLine(line, false, [&](i32 at, const Value& element) {

@@ -53,16 +53,20 @@ struct IndexPlace {
     i32 column = 0;  // the same
 };
 
-// One number over a single row counts columns. False when the place lies outside.
-bool SettlePlace(IndexPlace& place, bool oneNumber, i32 rows, i32 columns) {
+// One number over a single row counts columns. The error of a place that lies outside, or -1.
+i32 SettlePlace(IndexPlace& place, bool oneNumber, i32 rows, i32 columns) {
     if (oneNumber && rows == 1) std::swap(place.row, place.column);
-    return place.row >= 0 && place.row <= rows && place.column >= 0 && place.column <= columns;
+    if (place.row < 0 || place.column < 0) return ERR_VALUE;
+    return place.row <= rows && place.column <= columns ? -1 : i32{ERR_REF};
 }
 
 Value IndexArea(const Value& reference, i32 areaNumber, IndexPlace place, bool oneNumber) {
     if (areaNumber < 1 || areaNumber > AreaCount(reference)) return ErrorValue(ERR_REF);
     RefArea area = AreaOf(reference, areaNumber - 1);
-    if (!SettlePlace(place, oneNumber, RowCount(area), ColumnCount(area))) return ErrorValue(ERR_REF);
+    const i32 error = SettlePlace(place, oneNumber, RowCount(area), ColumnCount(area));
+    if (error >= 0) return ErrorValue(error);
+    // One number names no cell of a square.
+    if (oneNumber && RowCount(area) > 1 && ColumnCount(area) > 1) return ErrorValue(ERR_REF);
     if (place.row) area.firstRow = area.lastRow = static_cast<u16>(area.firstRow + place.row - 1);
     if (place.column) area.firstColumn = area.lastColumn = static_cast<u8>(area.firstColumn + place.column - 1);
     return ReferenceBeside(reference, area);
@@ -71,7 +75,8 @@ Value IndexArea(const Value& reference, i32 areaNumber, IndexPlace place, bool o
 Value IndexArray(const Value& array, i32 areaNumber, IndexPlace place, bool oneNumber) {
     const i32 rows = static_cast<i32>(ArrayRows(array));
     const i32 columns = array.columns;
-    if (areaNumber != 1 || !SettlePlace(place, oneNumber, rows, columns)) return ErrorValue(ERR_REF);
+    const i32 error = SettlePlace(place, oneNumber, rows, columns);
+    if (areaNumber != 1 || error >= 0) return ErrorValue(areaNumber != 1 ? i32{ERR_REF} : error);
     const u32 firstRow = place.row ? static_cast<u32>(place.row - 1) : 0;
     const u32 firstColumn = place.column ? static_cast<u32>(place.column - 1) : 0;
     const u32 height = place.row ? 1u : static_cast<u32>(rows);
@@ -192,6 +197,7 @@ void CallIndex(Value* arguments, Value& result, const EvalContext& context) {
 void CallOffset(Value* arguments, Value& result, const EvalContext& context) {
     RefArea area;
     i32 down = 0, right = 0, height = 0, width = 0;
+    TakeDefaults(arguments + 3, 2);
     if (!OnlyArea(arguments[0], area, result) || !PositionArgument(arguments[1], result, context, down) ||
         !PositionArgument(arguments[2], result, context, right) ||
         !OptionalPosition(arguments[3], result, context, RowCount(area), height) ||
@@ -225,6 +231,7 @@ void CallAddress(Value* arguments, Value& result, const EvalContext& context) {
     i32 row = 0, column = 0, kind = 0;
     bool useA1 = true;
     WideView sheet;
+    TakeDefaults(arguments + 2, 3);
     if (!PositionArgument(arguments[0], result, context, row) ||
         !PositionArgument(arguments[1], result, context, column) ||
         !OptionalPosition(arguments[2], result, context, 1, kind) ||
@@ -233,13 +240,13 @@ void CallAddress(Value* arguments, Value& result, const EvalContext& context) {
     }
     const bool withSheet = !IsMissing(arguments[4]);
     if (withSheet && !TextArgument(arguments[4], result, context, sheet)) return;
-    if (row < 1 || row > MAX_ROWS || column < 1 || column > MAX_COLUMNS || kind < 1 || kind > 4) {
+    if (row < 1 || row > MAX_ROWS || column < 1 || column > MAX_COLUMNS || kind < 1 || kind > 8) {
         result = ErrorValue(ERR_VALUE);
         return;
     }
     const auto line = static_cast<u16>(row - 1);
     const auto place = static_cast<u8>(column - 1);
-    const u16 flags = static_cast<u16>(addressKinds[kind - 1] | (useA1 ? AREA_USE_A1 : 0));
+    const u16 flags = static_cast<u16>(addressKinds[(kind - 1) % 4] | (useA1 ? AREA_USE_A1 : 0));
     WideText text;
     // Relative parts of the R1C1 form show the numbers given: the base is the cell before the first.
     const bool good = (!withSheet || AppendSheetText(text, sheet)) &&

@@ -66,7 +66,7 @@ bool Fit(Regression& r) {
 
 // Reads the known values. False with the error in `result`.
 bool ReadKnown(Value* arguments, Value& result, const EvalContext& context, bool logarithmic, Regression& r) {
-    const bool hasX = !IsMissing(arguments[1]);
+    const bool hasX = arguments[1].type != VT_EMPTY;
     if (!ReadMatrix(arguments[0], r.y, result, context)) return false;
     if (hasX && !ReadMatrix(arguments[1], r.x, result, context)) return false;
     result = ErrorValue(ERR_REF);
@@ -142,7 +142,7 @@ Value Predictions(Regression& r, Matrix& at, bool logarithmic) {
 void Trend(Value* arguments, Value& result, const EvalContext& context, bool logarithmic) {
     Regression r;
     Matrix places;
-    const bool elsewhere = !IsMissing(arguments[2]);
+    const bool elsewhere = arguments[2].type != VT_EMPTY;
     if (!ReadKnown(arguments, result, context, logarithmic, r)) return;
     if (elsewhere && !ReadMatrix(arguments[2], places, result, context)) return;
     if (!ReadFlag(arguments[3], result, context, true, r.constant)) return;

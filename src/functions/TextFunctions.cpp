@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "base/Memory.h"
+#include "base/Platform.h"
 #include "base/Text.h"
 #include "formula/Evaluator.h"
 #include "functions/Arguments.h"
@@ -122,6 +123,31 @@ Value PlaceValue(std::size_t place) { return NumberValue(static_cast<double>(pla
 
 bool IsControl(char16_t c) { return c < 32 || (c >= 0x7F && c < 0xA0); }
 
+constexpr u8 FIRST_PAGED = 128, LAST_PAGED = 159;
+constexpr char16_t REPLACEMENT = 0xFFFD;
+
+u32 BookPage(const EvalContext& context) {
+    const Workbook* book = BookAt(context.book);
+    return book ? book->codePage : 0;
+}
+
+bool IsLeadByte(const EvalContext& context, u8 byte) {
+    return Platform().isDBCSLeadByteEx(BookPage(context), byte);
+}
+
+// The code of a text's first character in the book's page, two bytes as one number.
+double PagedCode(const EvalContext& context, WideView text) {
+    const char16_t unit = text[0];
+    if (unit < FIRST_PAGED || (unit > LAST_PAGED && unit <= 0xFF)) return unit;
+    const bool pair = unit >= 0xD800 && unit < 0xDC00 && text.size() > 1;
+    Array<u8> bytes;
+    const bool converted =
+        Platform().wideCharToMultiByte(BookPage(context), text.substr(0, pair ? 2 : 1), bytes);
+    // The page's control codes stay what they are.
+    if (!converted || bytes.IsEmpty() || unit <= LAST_PAGED) return unit;
+    return bytes.Count() == 1 ? bytes[0] : bytes[0] * 256 + bytes[1];
+}
+
 void ReplaceAll(const TextNeedle& needle, const Value& text, WideView with, Value& result) {
     const WideView from = TextOf(text);
     const std::size_t width = needle.text.size();
@@ -165,14 +191,21 @@ void CallChar(Value* arguments, Value& result, const EvalContext& context) {
         result = ErrorValue(ERR_VALUE);
         return;
     }
-    const char16_t unit = static_cast<char16_t>(code);
+    const u8 byte = static_cast<u8>(code);
+    char16_t unit = byte;
+    WideText wide;
+    // The page gives the characters that it has where others have control codes.
+    if (byte >= FIRST_PAGED && byte <= LAST_PAGED && !IsLeadByte(context, byte)) {
+        const bool converted = Platform().multiByteToWideChar(BookPage(context), ByteView(&byte, 1), wide);
+        if (converted && wide.Length() == 1 && wide[0] != REPLACEMENT) unit = wide[0];
+    }
     result = TextValue({&unit, 1});
 }
 
 void CallCode(Value* arguments, Value& result, const EvalContext& context) {
     WideView text;
     if (!TextArgument(arguments[0], result, context, text)) return;
-    result = text.empty() ? ErrorValue(ERR_VALUE) : NumberValue(text[0]);
+    result = text.empty() ? ErrorValue(ERR_VALUE) : NumberValue(PagedCode(context, text));
 }
 
 // A reference stands for its first cell.
@@ -297,6 +330,10 @@ void CallSubstitute(Value* arguments, Value& result, const EvalContext& context)
         !TextArgument(arguments[1], result, context, old) ||
         !TextArgument(arguments[2], result, context, with) ||
         !OptionalWhole(arguments[3], result, context, 0, instance)) {
+        return;
+    }
+    if (instance < 1 && !IsMissing(arguments[3])) {
+        result = ErrorValue(ERR_VALUE);
         return;
     }
     if (old.empty()) return PartOf(arguments[0], 0, text.size(), result);

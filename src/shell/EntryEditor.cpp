@@ -27,6 +27,7 @@ namespace {
 void LeaveEdit() {
     EndPoint();
     Shell().entryMode = ENTRY_NONE;
+    Shell().percentOffered = false;
     ShellPlatform().focusFrame();
     RefreshToolbars();
     InvalidateListArrow();
@@ -181,7 +182,8 @@ bool CommitEntry(bool isArray, bool isFill) {
     EndPoint();
     Shell().entryMode = ENTRY_ENTER;
     i32 outcome = ENTRY_STORED;
-    if (!StoreEntry(target, text, outcome)) {
+    const WideView meant = Shell().percentOffered ? WithoutOfferedPercent(text) : text.View();
+    if (!StoreEntry(target, meant, outcome)) {
         if (outcome == ENTRY_BAD_FORMULA) ShowBadFormula();
         if (outcome == ENTRY_RETRY || outcome == ENTRY_CANCELLED) ShowRefusedEntry(text, outcome);
         return false;
@@ -229,10 +231,13 @@ void StartTyping(char16_t character) {
     if (!IsEditing() && (RefuseProtected(area) || RefuseArrayPart(area))) return;
     if (!IsEditing()) {
         const u16 format = ActiveNumberFormat();
-        const bool percent = character >= u'0' && character <= u'9' && (format == 9 || format == 10);
+        const bool number = (character >= u'0' && character <= u'9') || character == u'-' ||
+                            character == u'+' || character == Locale().decimalSeparator;
+        const bool percent = number && (format == 9 || format == 10);
         ShellPlatform().setEntryText(percent ? u"%" : u"");
         ShellPlatform().selectEntry(0, 0);
         BeginEdit(ENTRY_ENTER);
+        Shell().percentOffered = percent;
     }
     if (character != VK_BACK) ShellPlatform().replaceEntrySelection(WideView(&character, 1));
 }

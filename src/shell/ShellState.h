@@ -82,6 +82,7 @@ struct ShellState {
     const ShellPlatformTable* platform = nullptr;
     Layout layout;
     i32 entryMode = ENTRY_NONE;
+    bool percentOffered = false;  // the line began with a "%" behind the caret
     bool endMode = false;
     Gesture gesture = GESTURE_NONE;
     i32 gestureLine = 0;                  // row or column that is being resized

@@ -51,6 +51,31 @@ struct NumberRow {
     i32 subKind;
 };
 
+TEST_F(EntryRecognition, AnOfferedPercentSignGoesToNumbersOnly) {
+    struct Case {
+        WideView typed;
+        WideView meant;
+    };
+    const Case rows[] = {
+        {u"12%", u"12%"},
+        {u"-7%", u"-7%"},
+        {u"+.5%", u"+.5%"},
+        {u"1,234%", u"1,234%"},
+        {u"1 1/2%", u"1 1/2%"},
+        {u"8%%", u"8%"},
+        {u"1/2/2003%", u"1/2/2003"},
+        {u"12:30%", u"12:30"},
+        {u"-A1%", u"-A1"},
+        {u"12 x%", u"12 x"},
+        {u"8%% ", u"8%"},
+        {u"12", u"12"},
+        {u"%", u""},
+        {u"", u""},
+    };
+    for (const Case& row : rows)
+        EXPECT_EQ(Narrow(WithoutOfferedPercent(row.typed)), Narrow(row.meant)) << Narrow(row.typed);
+}
+
 TEST_F(EntryRecognition, EmptyAndBlankTexts) {
     ExpectKind(u"", ENTRY_EMPTY);
     ExpectKind(u"   ", ENTRY_TEXT);

@@ -24,6 +24,23 @@ TEST_F(Compiler, AFormulaHas1024BytesOfTokensWithThoseThatMakeItVolatile) {
     EXPECT_FALSE(compiles("=NOW()", 256));
 }
 
+TEST_F(Compiler, AnAreaOfOneCellKeepsItsSecondCorner) {
+    for (const char* formula : {"=SUM(B1:B1)", "=B1:B1", "=SUM($B$1:$B$1,B1)", "=ROWS(B1:B1)", "=SUM(B1:$B$1)",
+                                "=SUM(Sheet1!B1:B1)", "=SUM('Sheet1'!B1)"})
+        EXPECT_EQ(Printed(formula), std::string(formula) == "=SUM('Sheet1'!B1)" ? "=SUM(Sheet1!B1)" : formula);
+    EXPECT_EQ(Compiled("=ROWS(B1:B1)").substr(0, 2), "25");
+    EXPECT_EQ(Compiled("=ROWS(B1)").substr(0, 2), "24");
+}
+
+TEST_F(Compiler, RowNumbersMayHaveLeadingZeros) {
+    EXPECT_EQ(Printed("=B01"), "=B1");
+    EXPECT_EQ(Printed("=SUM($B$0010:C0020)"), "=SUM($B$10:C20)");
+    EXPECT_EQ(Printed("=SUM(01:03)"), "=SUM(1:3)");
+    EXPECT_EQ(Printed("=B0065536"), "=B65536");
+    EXPECT_EQ(Printed("=B0065537"), "=B0065537");
+    EXPECT_EQ(Printed("=B00"), "=B00");
+}
+
 TEST_F(Compiler, TokensAreExact) {
     struct Row {
         const char* formula;
@@ -84,10 +101,9 @@ TEST_F(Compiler, ChooseJumpsLandBehindTheCall) {
 }
 
 TEST_F(Compiler, FaultsAreRefused) {
-    for (const char* formula :
-         {"=SUM(1,2", "=(1",      "=1+",   "=*1",     "=1 2 *", "=)",      "=ABS()",       "=ABS(1,2)",
-          "=PI(1)",   "={1,2;3}", "={}",   "=\"a\"&", "=1..2",  "=A1:",    "=GET.CELL(1)", "=Missing!A1",
-          "='x'",     "=1,",      "=((((", "=IF()",   "=!A1",   "=SUM(,1)"}) {
+    for (const char* formula : {"=SUM(1,2",     "=(1",         "=1+",      "=*1", "=1 2 *",  "=)",    "=ABS()",
+                                "=ABS(1,2)",    "=PI(1)",      "={1,2;3}", "={}", "=\"a\"&", "=1..2", "=A1:",
+                                "=GET.CELL(1)", "=Missing!A1", "='x'",     "=1,", "=((((",   "=IF()", "=!A1"}) {
         EXPECT_EQ(Compiled(formula), "fault") << formula;
     }
 }

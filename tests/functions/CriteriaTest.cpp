@@ -19,12 +19,17 @@ WideView TextOfScalar(const Value& value) {
     return value.type == VT_BOOL ? BoolText(value.boolean != 0) : ErrorText(value.error);
 }
 
+bool ReadsAsBool(WideView text) {
+    return EqualIgnoringCase(text, BoolText(false)) || EqualIgnoringCase(text, BoolText(true));
+}
+
 // How a rest of criteria text compares with a cell for "=" and for no operator.
 bool EqualsRest(WideView rest, const Value& cell) {
     double a = 0, b = 0;
     switch (cell.type) {
         case VT_NUMBER: return TextToNumber(rest, a) && Near(a, cell.number);
         case VT_STRING:
+            if (ReadsAsBool(rest)) return false;
             return WildcardMatch(rest, TextOf(cell), false) ||
                    (TextToNumber(rest, a) && TextToNumber(TextOf(cell), b) && Near(a, b));
         case VT_BOOL:
@@ -38,6 +43,7 @@ bool DiffersFromRest(WideView rest, const Value& cell) {
     switch (cell.type) {
         case VT_NUMBER: return !TextToNumber(rest, a) || !Near(a, cell.number);
         case VT_STRING:
+            if (ReadsAsBool(rest)) return true;
             if (WildcardMatch(rest, TextOf(cell), false)) return false;
             return !(TextToNumber(rest, a) && TextToNumber(TextOf(cell), b)) || !Near(a, b);
         case VT_BOOL:
@@ -87,10 +93,8 @@ bool OrderMatch(Order order, WideView rest, const Value& cell) {
 }
 
 bool TextCriteria(WideView c, const Value& cell) {
-    if (c.empty() || (c[0] != u'=' && c[0] != u'<' && c[0] != u'>')) {
-        if (cell.type == VT_EMPTY) return c.empty();
-        return !c.empty() && EqualsRest(c, cell);
-    }
+    if (c.empty()) return cell.type == VT_EMPTY || (cell.type == VT_STRING && TextOf(cell).empty());
+    if (c[0] != u'=' && c[0] != u'<' && c[0] != u'>') return EqualsRest(c, cell);
     const char16_t second = c.size() > 1 ? c[1] : u'\0';
     if (c[0] == u'=') {
         if (cell.type == VT_EMPTY) return c.size() == 1;

@@ -48,6 +48,70 @@ TEST_F(DatabaseFunctions, TheFieldOfTheMatchesIsReduced) {
            {"=DSUM(C1:F7,\"2008\",H1:H2)", "7"}});
 }
 
+TEST_F(DatabaseFunctions, TextsWithoutAnOperatorMatchBeginnings) {
+    struct Case {
+        const char* criteria;
+        const char* records;
+    };
+    Enter("H1", "Kind");
+    for (const Case& row : {Case{"ap", "3"},
+                            {"apple", "2"},
+                            {"=\"=ap\"", "0"},
+                            {"=\"=apple\"", "2"},
+                            {"apples", "0"},
+                            {"*p", "5"},
+                            {"?p", "3"},
+                            {"=\"=?pple\"", "2"},
+                            {"=\"=?p\"", "0"},
+                            {"<>apple", "4"},
+                            {">b", "3"},
+                            {"=\"\"", "6"},
+                            {"=\"=\"", "0"}}) {
+        Enter("H2", row.criteria);
+        EXPECT_EQ(Eval("=DCOUNTA(C1:F7,1,H1:H2)"), row.records) << row.criteria;
+    }
+    // A text is equal to no boolean; a number as text still is its number.
+    Enter("H1", "Yield");
+    Enter("H2", "=\"=TRUE\"");
+    EXPECT_EQ(Eval("=DCOUNTA(C1:F7,1,H1:H2)"), "0");
+    Enter("H2", "TRUE");
+    EXPECT_EQ(Eval("=DCOUNTA(C1:F7,1,H1:H2)"), "1");
+    Enter("H2", "=\"14\"");
+    EXPECT_EQ(Eval("=DCOUNTA(C1:F7,1,H1:H2)"), "1");
+    Enter("C3", "");
+    Enter("H1", "Kind");
+    Enter("H2", "=\"\"");
+    EXPECT_EQ(Eval("=DCOUNT(C1:F7,,H1:H2)"), "5");
+    Enter("H2", "=\"=\"");
+    EXPECT_EQ(Eval("=DCOUNT(C1:F7,,H1:H2)"), "1");
+}
+
+TEST_F(DatabaseFunctions, LabelsThatAreNumbersNameTheirFieldAndErrorsNone) {
+    Enter("H1", "2008");
+    Enter("H2", "2");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Kind\",H1:H2)"), "Pear");
+    Enter("H1", "=\"2008\"");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Kind\",H1:H2)"), "Pear");
+    Enter("H1", "=1/0");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Kind\",H1:H2)"), "#VALUE!");
+    EXPECT_EQ(Eval("=DSUM(C1:F7,\"Height\",H1:H2)"), "#VALUE!");
+    Enter("H1", "nothing");
+    EXPECT_EQ(Eval("=DCOUNT(C1:F7,,H1:H2)"), "6");
+}
+
+TEST_F(DatabaseFunctions, GetPassesOverRecordsWithoutAnythingInTheField) {
+    Enter("H1", "Kind");
+    Enter("H2", "apple");
+    Enter("E5", "");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Yield\",H1:H2)"), "14");
+    Enter("E2", "=\"\"");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Yield\",H1:H2)"), "#VALUE!");
+    Enter("E5", "=\" \"");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Yield\",H1:H2)"), " ");
+    Enter("E2", "0");
+    EXPECT_EQ(Eval("=DGET(C1:F7,\"Yield\",H1:H2)"), "#NUM!");
+}
+
 TEST_F(DatabaseFunctions, NothingMatches) {
     Enter("H1", "Kind");
     Enter("H2", "Plum");

@@ -24,7 +24,7 @@ TEST_F(Statistics, WhatCountsInAReferenceAndGivenDirectly) {
            {"=AVERAGE(\"x\",5)", "#VALUE!"},
            {"=MAX(D1:D9)", "0"},
            {"=MEDIAN(B1:B4)", "3"},
-           {"=MEDIAN(B1:B4,5,,TRUE)", "3"},
+           {"=MEDIAN(B1:B4,5,,TRUE)", "2"},
            {"=MEDIAN({1,\"2\",TRUE,4})", "2.5"},
            {"=MEDIAN({1,#N/A})", "#N/A"},
            {"=VARA(B1:B4)", "2.33333333333333"},

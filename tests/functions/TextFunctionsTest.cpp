@@ -26,6 +26,45 @@ class NumberFormats : public FormulaFile {};
 
 TEST_F(NumberFormats, ShowWhatTwoOtherProgramsShow) { Check("number_formats.txt"); }
 
+TEST_F(TextFunctions, CodesGoThroughThePageOfTheBook) {
+    Check({{"=CHAR(128)", "\xE2\x82\xAC"},
+           {"=CHAR(150)", "\xE2\x80\x93"},
+           {"=CHAR(159)", "\xC5\xB8"},
+           {"=CHAR(127)", "\x7F"},
+           {"=CHAR(160)", "\xC2\xA0"},
+           {"=CHAR(233)", "\xC3\xA9"},
+           {"=CODE(\"\xE2\x82\xAC\")", "128"},
+           {"=CODE(\"\xE2\x80\x93\")", "150"},
+           {"=CODE(\"\xC3\xA9\")", "233"},
+           {"=CODE(CHAR(129))", "129"},
+           {"=CODE(CHAR(141))", "141"}});
+    for (int code = 1; code < 256; ++code)
+        EXPECT_EQ(Eval("=CODE(CHAR(" + std::to_string(code) + "))"), std::to_string(code));
+    CurrentWorkbook()->codePage = 1251;
+    EXPECT_EQ(Eval("=CHAR(128)"), "\xD0\x82");
+    EXPECT_EQ(Eval("=CODE(\"\xD0\x82\")"), "128");
+    CurrentWorkbook()->codePage = 936;
+    EXPECT_EQ(Eval("=CODE(\"\xE4\xB8\xAD\")"), "54992");
+    EXPECT_EQ(Eval("=CODE(CHAR(150))"), "150");
+}
+
+TEST_F(TextFunctions, ValueReadsWhatAnEntryReads) {
+    Check({{"=VALUE(\" $5 \")", "5"},
+           {"=VALUE(\" (5) \")", "-5"},
+           {"=VALUE(\"(5\")", "#VALUE!"},
+           {"=VALUE(\"($5)\")", "#VALUE!"},
+           {"=VALUE(\"$x\")", "#VALUE!"},
+           {"=VALUE(\" 8% \")", "0.08"},
+           {"=VALUE(\"1 1/2\")", "1.5"},
+           {"=VALUE(\"1,234\")", "1234"},
+           {"=VALUE(\"1,23\")", "#VALUE!"},
+           {"=VALUE(\"1e3\")", "1000"},
+           {"=VALUE(\"12:00\")", "0.5"},
+           {"=VALUE(\"2000-1-31\")", "36556"},
+           {"=VALUE(\"TRUE\")", "#VALUE!"},
+           {"=VALUE(\"\")", "#VALUE!"}});
+}
+
 TEST_F(TextFunctions, CodesAndComparison) {
     Enter("B1", "text");
     Enter("B2", "12");
@@ -123,8 +162,10 @@ TEST_F(TextFunctions, ReplacesAndSubstitutes) {
            {"=REPLACE(\"abc\",0,1,1/0)", "#DIV/0!"},
            {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",2)", "abba"},
            {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\")", "bbbbbb"},
-           {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",0)", "bbbbbb"},
-           {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",-3)", "bbbbbb"},
+           {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",0)", "#VALUE!"},
+           {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",-3)", "#VALUE!"},
+           {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",)", "#VALUE!"},
+           {"=SUBSTITUTE(\"aaa\",\"\",\"bb\",0)", "#VALUE!"},
            {"=SUBSTITUTE(\"aaa\",\"a\",\"bb\",4)", "aaa"},
            {"=SUBSTITUTE(\"aaa\",\"aa\",\"b\")", "ba"},
            {"=SUBSTITUTE(\"aaaa\",\"aa\",\"b\",2)", "aab"},
@@ -142,7 +183,7 @@ TEST_F(TextFunctions, RepeatsTrimsAndCleans) {
            {"=TRIM(\"  a   b c  \")", "a b c"},
            {"=TRIM(\"   \")", ""},
            {"=TRIM(\"a\"&CHAR(9)&\" b\")", "a\t b"},
-           {"=CLEAN(\"a\"&CHAR(10)&\"b\"&CHAR(127)&\"c\"&CHAR(150))", "abc"},
+           {"=CLEAN(\"a\"&CHAR(10)&\"b\"&CHAR(127)&\"c\"&CHAR(129))", "abc"},
            {"=PROPER(\"o'neil 2nd\")", "O'Neil 2Nd"},
            {"=PROPER(\"aBC dEF\")", "Abc Def"}});
 }
@@ -153,7 +194,12 @@ TEST_F(TextFunctions, NumbersFromAndToTexts) {
            {"=VALUE(\"50%\")", "0.5"},
            {"=VALUE(3)", "3"},
            {"=TEXT(1234.5,\"#,##0.00\")", "1,234.50"},
-           {"=TEXT(\"x\",\"0\")", "#VALUE!"},
+           {"=TEXT(\"x\",\"0\")", "x"},
+           {"=TEXT(\"1899-12-29 08:00\",\"yyyy-mm-dd hh:mm\")", "1899-12-29 08:00"},
+           {"=TEXT(\"x\",\"0;0;0;<@>\")", "<x>"},
+           {"=TEXT(\"x\",\";;;\")", ""},
+           {"=TEXT(\"x\",\"@@\")", "xx"},
+           {"=TEXT(\"1/2/2003\",\"yyyy\")", "2003"},
            {"=TEXT(1/0,\"0\")", "#DIV/0!"},
            {"=TEXT(\"2\",\"0.0\")", "2.0"},
            {"=FIXED(1234.567)", "1,234.57"},

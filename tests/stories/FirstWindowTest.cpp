@@ -169,6 +169,40 @@ TEST_F(FirstWindow, DigitsInAPercentCellGiveAPercentage) {
     EXPECT_EQ(Shown("A1"), "12%");
 }
 
+TEST_F(FirstWindow, APercentCellTakesSignsPercentsAndDatesAsTheyAreMeant) {
+    struct Case {
+        const char16_t* typed;
+        const char* line;
+        const char* shown;
+    };
+    for (const Case& row : {Case{u"8%", "8%%", "8%"},
+                            {u"-7", "-7%", "-7%"},
+                            {u".5", ".5%", "1%"},
+                            {u"1/2/2003", "1/2/2003%", "3762300%"},
+                            {u"-B9", "-B9%", "0%"},
+                            {u"8", "8%", "8%"}}) {
+        Select("A1");
+        GiveNumberFormat("A1", 9);
+        TypeText(row.typed);
+        EXPECT_EQ(Line(), row.line);
+        PressKey(VK_RETURN);
+        EXPECT_EQ(Shown("A1"), row.shown) << row.line;
+    }
+}
+
+TEST_F(FirstWindow, ATextFormatUnderAnyNumberKeepsWhatIsTyped) {
+    u16 id = 0;
+    ASSERT_TRUE(FindOrAddNumberFormat(*CurrentWorkbook(), u"0.0\"x\"", id));
+    ASSERT_TRUE(ReplaceNumberFormat(*CurrentWorkbook(), id, u"@"));
+    GiveNumberFormat("A1", id);
+    for (const char* typed : {"=1+1", "12", "1/2/2003", "-x", "TRUE"}) {
+        Select("A1");
+        TypeAndEnter(typed);
+        EXPECT_EQ(CellAtName("A1")->value.type, VT_STRING) << typed;
+        EXPECT_EQ(Shown("A1"), typed);
+    }
+}
+
 TEST_F(FirstWindow, ADateCellKeepsItsFormatUnderAPlainNumber) {
     GiveNumberFormat("A1", 14);
     TypeAndEnter("40000");
