@@ -182,6 +182,8 @@ void PutGeneral(Writer& w) {
             }
         }
     }
+    // What has no room for its decimals may be left with nothing but a minus and a zero.
+    if (text.View() == u"0" && w.out.View() == u"-") w.out.Truncate(0);
     if (w.good) w.Put(text.View());
 }
 

@@ -98,9 +98,10 @@ bool FormatNumber(double value, WideView format, const TextMeasure* measure, i32
 bool FormatTextValue(WideView text, WideView format, WideText& out) {
     out.Truncate(0);
     if (format == generalFormat) return out.Append(text);
-    FormatSection sections[FORMAT_SECTIONS];
-    ParseFormatSections(format, sections);
-    const FormatSection* const chosen = TextSection(sections);
+    const ScannedFormat* kept = FindScannedFormat(format);
+    FormatSection parsed[FORMAT_SECTIONS];
+    if (!kept) ParseFormatSections(format, parsed);
+    const FormatSection* const chosen = TextSection(kept ? kept->sections : parsed);
     if (!chosen) return out.Append(text);
     const WideView section = chosen->text;
     bool good = true;

@@ -134,8 +134,7 @@ Criteria TakeTextCriteria(WideView text) {
     criteria.isPlain = !criteria.isNumber && IsPlainText(criteria.rest);
     criteria.isBool =
         EqualIgnoringCase(criteria.rest, BoolText(false)) || EqualIgnoringCase(criteria.rest, BoolText(true));
-    // What is compared in a way of its own is not looked up among the texts.
-    criteria.hasWildcards = criteria.isBool || criteria.rest.find_first_of(u"*?~") != WideView::npos;
+    criteria.hasWildcards = criteria.rest.find_first_of(u"*?~") != WideView::npos;
     return criteria;
 }
 

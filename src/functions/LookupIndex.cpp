@@ -393,7 +393,7 @@ bool FindMatching(const ColumnIndex& index, const LookupColumn& where, const Cri
     if (numeric) {
         out.numbers = NearPlaces(index, criteria.number);
         if (!index.texts.IsEmpty() && !FindNumericTexts(index, criteria, out)) return false;
-    } else if (const u32 place = index.table[TextSlot(index, criteria.rest)]) {
+    } else if (const u32 place = criteria.isBool ? 0 : index.table[TextSlot(index, criteria.rest)]) {
         if (!out.texts.Append(place - 1)) return false;
     }
     u32 matches = out.numbers.end - out.numbers.begin;

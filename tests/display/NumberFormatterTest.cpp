@@ -413,6 +413,10 @@ TEST_F(NumberFormatter, FillAndFitUseTheMeasure) {
     EXPECT_EQ(Narrow(out), "$5");
     ASSERT_TRUE(FormatNumber(1.0 / 3, u"General", &sevenPixels, 42, false, nullptr, out));
     EXPECT_EQ(Narrow(out), "0.3333");
+    ASSERT_TRUE(FormatNumber(-0.0004, u"General", &sevenPixels, 21, false, nullptr, out));
+    EXPECT_EQ(Narrow(out), "0");
+    ASSERT_TRUE(FormatNumber(-0.6, u"General", &sevenPixels, 21, false, nullptr, out));
+    EXPECT_EQ(Narrow(out), "-1");
     ASSERT_TRUE(FormatNumber(1.23456789e30, u"General", &sevenPixels, 56, false, nullptr, out));
     EXPECT_EQ(Narrow(out), "1.23E+30");
 }

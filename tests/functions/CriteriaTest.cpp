@@ -171,6 +171,30 @@ class CriteriaRules : public Sandbox {
     }
 };
 
+TEST_F(CriteriaRules, TrueMeansTheBooleanAndTheEmptyTextWhatShowsNothing) {
+    Enter("B1", "TRUE");
+    Enter("B2", "'TRUE");
+    Enter("B3", "=\"\"");
+    Enter("B5", "x");
+    Enter("B6", "FALSE");
+    for (int row = 1; row <= 6; ++row) Enter("C" + std::to_string(row), std::to_string(1 << row));
+    const char* rows[][2] = {{"=COUNTIF(B1:B6,\"TRUE\")", "1"},
+                             {"=COUNTIF(B1:B6,\"=true\")", "1"},
+                             {"=COUNTIF(B1:B6,TRUE)", "1"},
+                             {"=COUNTIF(B2,\"TRUE\")", "0"},
+                             {"=COUNTIF(B1:B6,\"<>TRUE\")", "5"},
+                             {"=COUNTIF(B1:B6,\"FALSE\")", "1"},
+                             {"=COUNTIF(B1:B6,\"\")", "2"},
+                             {"=COUNTIF(B3,\"\")", "1"},
+                             {"=COUNTIF(B4,\"\")", "1"},
+                             {"=COUNTIF(B1:B6,\"=\")", "1"},
+                             {"=COUNTIF(B3,\"=\")", "0"},
+                             {"=SUMIF(B1:B6,\"\",C1:C6)", "24"},
+                             {"=SUMIF(B1:B6,\"TRUE\",C1:C6)", "2"},
+                             {"=SUMIF(B1:B6,\"=\",C1:C6)", "16"}};
+    for (const auto& row : rows) EXPECT_EQ(Eval(row[0]), row[1]) << row[0];
+}
+
 TEST_F(CriteriaRules, TakenApartMatchWhatTheRulesMatch) {
     for (int round = 0; round < 60000; ++round) {
         Value criteria = AnyCriteria(), cell = Any();

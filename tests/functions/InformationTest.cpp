@@ -32,6 +32,12 @@ class Information : public Sandbox {
     }
 };
 
+TEST_F(Information, ALibraryIsClosedToAWorksheet) {
+    Check({{"=CALL(\"library\",\"routine\")", "#VALUE!"},
+           {"=CALL(\"library\",\"routine\",\"J\",1,2)", "#VALUE!"},
+           {"=ERROR.TYPE(CALL(1,2))", "3"}});
+}
+
 TEST_F(Information, KindsOfValuesAreTold) {
     Enter("B1", "1");
     Enter("B2", "text");
