@@ -284,10 +284,10 @@ TEST_F(EntryRecognition, ColoursAndCurrencyWordsMakeNoDateOfANumber) {
 }
 
 TEST_F(EntryRecognition, DatesThatCannotBeTypedAreEditedAsNumbers) {
-    EXPECT_EQ(Editable(0, u"yyyy-mm-dd"), "0");              // a day of 1899
-    EXPECT_EQ(Editable(2958466, u"yyyy-mm-dd"), "2958466");  // 1 January 10000
-    EXPECT_EQ(Editable(0.9999999, u"h:mm:ss"), "24:00:00");  // not carried into the day
-    EXPECT_EQ(Editable(36526.9999999, u"yyyy"), "1/1/2000 24:00:00");
+    EXPECT_EQ(Editable(0, u"yyyy-mm-dd"), "0");               // a day of 1899
+    EXPECT_EQ(Editable(2958466, u"yyyy-mm-dd"), "2958466");   // 1 January 10000
+    EXPECT_EQ(Editable(0.9999999, u"h:mm:ss"), "0.9999999");  // not carried into the day
+    EXPECT_EQ(Editable(36526.9999999, u"yyyy"), "1/2/2000 00:00:00");
 }
 
 // What the entry line shows must come back as the same number.

@@ -177,8 +177,8 @@ TEST_F(FirstWindow, APercentCellTakesSignsPercentsAndDatesAsTheyAreMeant) {
     };
     for (const Case& row : {Case{u"8%", "8%%", "8%"},
                             {u"-7", "-7%", "-7%"},
-                            {u".5", ".5%", "1%"},
-                            {u"1/2/2003", "1/2/2003%", "3762300%"},
+                            {u".5", ".5%", "0.50%"},
+                            {u"1/2/2003", "1/2/2003%", "1/2/2003"},
                             {u"-B9", "-B9%", "0%"},
                             {u"8", "8%", "8%"}}) {
         Select("A1");
