@@ -69,7 +69,7 @@ void CallSyd(Value* arguments, Value& result, const EvalContext& context) {
     double x[4] = {};
     if (!Numbers(arguments, 4, result, context, x)) return;
     const double life = x[2], period = x[3];
-    if (!(life > 0 && period >= 1 && period <= life)) {
+    if (!(period >= 1 && period <= life)) {
         result = ErrorValue(ERR_NUM);
         return;
     }

@@ -62,6 +62,8 @@ double RootBetween(double a, double fa, double b, double fb, Function f) {
 template <typename Function>
 double RisingRoot(double start, double spread, Function f) {
     constexpr double WIDEST = 4, LONGEST_STEP = 1e16;
+    constexpr double LARGEST = std::numeric_limits<double>::max();
+    constexpr double SMALLEST = std::numeric_limits<double>::min();
     double low = start, atLow = f(start), high = low, atHigh = atLow;
     const bool up = atLow < 0;
     for (double factor = 1 + spread; up ? atHigh < 0 : atLow >= 0;
@@ -69,14 +71,14 @@ double RisingRoot(double start, double spread, Function f) {
         if (up) {
             low = high;
             atLow = atHigh;
-            high *= factor;
-            if (!std::isfinite(high)) return high;
+            if (high == LARGEST) return std::numeric_limits<double>::infinity();
+            high = std::fmin(high * factor, LARGEST);
             atHigh = f(high);
         } else {
             high = low;
             atHigh = atLow;
-            low /= factor;
-            if (low == 0) return 0;
+            if (low == SMALLEST) return 0;
+            low = std::fmax(low / factor, SMALLEST);
             atLow = f(low);
         }
         if (std::isnan(atLow) || std::isnan(atHigh)) return std::numeric_limits<double>::quiet_NaN();

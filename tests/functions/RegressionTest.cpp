@@ -57,6 +57,11 @@ TEST_F(Regression, Statistics) {
 
 TEST_F(Regression, CollinearColumnsGetNothing) {
     Check({{"=ROUND(SUMPRODUCT(LINEST({1;9;5;7},{0,0;4,8;2,4;3,6}),{100,1,10}),9)", "12"},
+           // 1 + 2 a + 5 c beside b = 2 a + 3, and beside b = 7.
+           {"=ROUND(SUMPRODUCT(LINEST({8;15;12;44;26},{1,5,1;2,7,2;3,9,1;4,11,7;5,13,3}),{100,1,10,1000}),9)",
+            "1520"},
+           {"=ROUND(SUMPRODUCT(LINEST({8;15;12;44;26},{7,1,1;7,2,2;7,3,1;7,4,7;7,5,3}),{100,10,1,1000}),9)",
+            "1520"},
            {"=ROUND(SUMPRODUCT(LINEST({5;7;9},{4;4;4}),{100,1}),9)", "7"},
            {"=ROUND(SUMPRODUCT(LINEST({5},{4}),{100,1}),9)", "5"},
            {"=ROUND(SUMPRODUCT(LINEST({3;6;5},{1,0.1;2,0.2;3,0.3}),{100,1,0}),9)", "1"}});
