@@ -34,7 +34,8 @@ bool ReadBoundSheet(LoadState& load, ByteView body) {
                        load.text) == STRING_FAILED) {
         return false;
     }
-    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & 3);
+    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & 3) &&
+           load.sheetPositions.Append(LongAt(body, 0));
 }
 
 void ReadWindow1(LoadState& load, ByteView body) {

@@ -33,12 +33,23 @@ struct LoadedCell {
     u8 column;
 };
 
+// Where the sheet list says that a sheet's substream begins.
+struct SheetPlace {
+    u32 position = 0;
+    u32 sheet = 0;
+    bool read = false;
+};
+
 struct LoadState {
     BiffStream stream;
     i32 book = -1;
     i32 sheet = 0;  // being read
     u8 biffVersion = 8;
     u32 boundSheets = 0;
+    Array<SheetPlace> places;  // of the sheets that the list leads to, ascending
+    Array<u32> unplaced;       // sheets that it does not lead to: they come in the order of the file
+    u32 nextUnplaced = 0;
+    Array<u32> sheetPositions;  // as the list has them
     i32 activeTab = 0;
     bool fontsSeen = false;
     bool formatsSeen = false;

@@ -6,6 +6,7 @@ namespace tally {
 namespace {
 
 constexpr u16 RECORD_EOF = 10, RECORD_BOF = 2057;
+constexpr u16 CUSTOM_VIEW_BEGIN = 426, CUSTOM_VIEW_END = 427;
 
 struct RecordHandler {
     u16 id;
@@ -100,6 +101,8 @@ bool ReadSheet(LoadState& load) {
     FreeShared(load.shared);
     FreeShared(load.arrays);
     load.lastCellKnown = false;
+    // The records of a custom view are those of the sheet once more, as that view has them.
+    bool customView = false;
     BiffRecord record;
     while (NextRecord(load.stream, record)) {
         if (record.id == RECORD_EOF) {
@@ -107,6 +110,9 @@ bool ReadSheet(LoadState& load) {
             FreeShared(load.arrays);
             return true;
         }
+        if (record.id == CUSTOM_VIEW_BEGIN || record.id == CUSTOM_VIEW_END)
+            customView = record.id == CUSTOM_VIEW_BEGIN;
+        if (customView) continue;
         if (record.id == RECORD_BOF) {
             if (!SkipSubstream(load.stream)) return false;
             continue;
