@@ -12,7 +12,6 @@ constexpr std::size_t SHORT_MOST = 255;
 constexpr std::size_t NARROW_MOST = 2048;  // bytes of a text of the 95 form
 constexpr std::size_t LONG_MOST = 65535;
 constexpr std::size_t BODY_MOST = 65535;
-constexpr u8 SUBSTITUTE = 0x1A;
 
 bool IsAscii(WideView text) {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
@@ -30,8 +29,6 @@ void Convert(SaveState& save, WideView text) {
     if (!good || !Platform().multiByteToWideChar(save.codePage, save.narrow.Span(), save.wide) ||
         save.wide.View() != text) {
         save.losses |= LOSS_CHARACTERS;
-        // The mark that stands for a lacking character is one that can be seen.
-        std::replace(save.narrow.begin(), save.narrow.end(), SUBSTITUTE, u8{'?'});
     }
 }
 
