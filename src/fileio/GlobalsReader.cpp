@@ -55,14 +55,6 @@ bool ReadWriteAccess(LoadState& load, ByteView body) {
     return name.AppendMany(raw.data(), raw.size());
 }
 
-void ReadPalette(LoadState& load, ByteView body) {
-    Workbook& book = LoadedBook(load);
-    const u32 count = WordAt(body, 0);
-    for (u32 i = 0; i < count && PALETTE_FIRST + i < PALETTE_SIZE && 2 + i * 4 < body.size(); ++i) {
-        book.palette[PALETTE_FIRST + i] = LongAt(body, 2 + std::size_t{i} * 4) & 0xFFFFFF;
-    }
-}
-
 bool ReadStyle(LoadState& load, ByteView body) {
     if (!(WordAt(body, 0) & 0x8000)) return true;
     return LoadedBook(load).styles.Append({WordAt(body, 0), ByteAt(body, 2), ByteAt(body, 3)});
@@ -124,6 +116,14 @@ void ReadCodePage(LoadState& load, ByteView body) {
     const bool narrow =
         book.fileCodePage && (book.fileCodePage < UTF16_PAGE || book.fileCodePage > UTF16_PAGE + 1);
     if (narrow && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
+}
+
+void ReadPalette(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const u32 count = WordAt(body, 0);
+    for (u32 i = 0; i < count && PALETTE_FIRST + i < PALETTE_SIZE && 2 + i * 4 < body.size(); ++i) {
+        book.palette[PALETTE_FIRST + i] = LongAt(body, 2 + std::size_t{i} * 4) & 0xFFFFFF;
+    }
 }
 
 bool ReadGlobals(LoadState& load) {

@@ -5,23 +5,10 @@
 namespace tally {
 namespace {
 
-constexpr u16 NAME_IS_BUILT_IN = 0x20;
 constexpr u16 SUPBOOK_OWN = 0x0401;
 constexpr u16 SUPBOOK_ADDIN = 0x3A01;
 constexpr u8 SAME_BOOK_MARK = 3;
 constexpr u16 CONTINUE = 60;
-
-// Puts a built-in name in place of its code, which the text begins with.
-bool ExpandBuiltIn(WideText& text) {
-    const u16 code = text.IsEmpty() ? u16{0} : static_cast<u16>(text[0]);
-    WideText full;
-    if (!full.Assign(BuiltInName(static_cast<u8>(code < 256 ? code : 255))) ||
-        !full.Append(text.View().substr(text.IsEmpty() ? 0 : 1))) {
-        return false;
-    }
-    text = std::move(full);
-    return true;
-}
 
 bool ReadNameTokens(LoadState& load, ByteView rest, u16 length, FormulaTokens& out) {
     if (!length) return true;
@@ -67,6 +54,17 @@ bool ReadExternSheet5(LoadState& load, ByteView body) {
 }
 
 }  // namespace
+
+bool ExpandBuiltIn(WideText& text) {
+    const u16 code = text.IsEmpty() ? u16{0} : static_cast<u16>(text[0]);
+    WideText full;
+    if (!full.Assign(BuiltInName(static_cast<u8>(code < 256 ? code : 255))) ||
+        !full.Append(text.View().substr(text.IsEmpty() ? 0 : 1))) {
+        return false;
+    }
+    text = std::move(full);
+    return true;
+}
 
 void FreeShared(Array<SharedFormula>& list) {
     for (SharedFormula& entry : list) FreeTokens(entry.tokens);

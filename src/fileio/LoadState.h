@@ -57,7 +57,9 @@ struct LoadState {
     Array<ExternSheetEntry> externTable;
     Array<SharedFormula> shared;  // of the current sheet
     Array<SharedFormula> arrays;  // of the current sheet
-    Array<u16> bareFormats;       // formats of a bare file, in order of arrival
+    Array<u16> bareFormats;       // number formats of a bare file, in order of arrival
+    u32 formatBase = 0;           // where the cell formats of a bare sheet begin in the book's list
+    u32 nameBase = 0;             // and its names
     bool hasVolatiles = false;    // a formula is flagged always-calculate, with a value
     bool lastCellKnown = false;   // a cell has been added: a STRING record belongs to it
     LoadedCell lastCell = {};
@@ -94,6 +96,12 @@ void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags);
 // The next sheet of a file: the first one is that of the new book. Longer names are cut.
 [[nodiscard]] bool AddBoundSheet(LoadState& load, WideView name, i32 kind, i32 hidden);
 void ReadCodePage(LoadState& load, ByteView body);
+void ReadPalette(LoadState& load, ByteView body);
+// Puts a built-in name in place of its code, which the text begins with.
+[[nodiscard]] bool ExpandBuiltIn(WideText& text);
+constexpr u16 NAME_IS_BUILT_IN = 0x20;
+// A record of a sheet by its number; one that no sheet has is passed over.
+[[nodiscard]] bool ReadSheetRecord(LoadState& load, u16 id, ByteView body);
 [[nodiscard]] bool ReadFont(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadFormatRecord(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadXf(LoadState& load, ByteView body);

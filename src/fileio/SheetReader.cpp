@@ -97,6 +97,11 @@ bool SkipSubstream(BiffStream& stream) {
 
 }  // namespace
 
+bool ReadSheetRecord(LoadState& load, u16 id, ByteView body) {
+    const RecordHandler* handler = FindHandler(id);
+    return !handler || handler->read(load, body);
+}
+
 bool ReadSheet(LoadState& load) {
     FreeShared(load.shared);
     FreeShared(load.arrays);
@@ -117,8 +122,7 @@ bool ReadSheet(LoadState& load) {
             if (!SkipSubstream(load.stream)) return false;
             continue;
         }
-        const RecordHandler* handler = FindHandler(record.id);
-        if (handler && !handler->read(load, record.body)) return false;
+        if (!ReadSheetRecord(load, record.id, record.body)) return false;
     }
     return false;
 }
