@@ -48,11 +48,12 @@ void ReadWindow1(LoadState& load, ByteView body) {
 }
 
 bool ReadWriteAccess(LoadState& load, ByteView body) {
-    const ByteView raw = From(body, load.biffVersion == 8 ? 3 : 1);
-    LoadedBook(load).userNameLength = load.biffVersion == 8 ? WordAt(body, 0) : ByteAt(body, 0);
+    const bool wide = load.biffVersion == 8;
+    LoadedBook(load).userNameLength = wide ? WordAt(body, 0) : ByteAt(body, 0);
     Array<u8>& name = LoadedBook(load).userName;
     name.Truncate(0);
-    return name.AppendMany(raw.data(), raw.size());
+    const ByteView raw = From(body, wide ? 3 : 1);
+    return name.Append(wide ? ByteAt(body, 2) : USER_NAME_NARROW) && name.AppendMany(raw.data(), raw.size());
 }
 
 bool ReadStyle(LoadState& load, ByteView body) {

@@ -139,7 +139,14 @@ bool ReadSupbook(LoadState& load, ByteView body) {
     std::size_t used = 0;
     if (!ReadLinkText(load, From(body, at), length, row->path, used)) return false;
     at += used;
-    for (u32 i = 0; i < sheets && at < body.size(); ++i) {
+    for (u32 i = 0; i < sheets; ++i) {
+        if (at >= body.size()) {
+            // The names go on in CONTINUE records, whole ones in each.
+            BiffRecord more;
+            if (PeekRecordId(load.stream) != CONTINUE || !NextRecord(load.stream, more)) break;
+            body = more.body;
+            at = 0;
+        }
         WideText name;
         if (!ReadLinkText(load, From(body, at + 2), WordAt(body, at), name, used)) return false;
         at += 2 + used;

@@ -77,7 +77,8 @@ bool BuildStream(SaveState& save, FileType type) {
         return !save.writer.failed;
     }
     save.biffVersion = book.biffVersion == 7 ? 7 : 8;
-    save.codePage = book.codePage;
+    save.codePage = save.biffVersion == 8 ? book.codePage : ChooseCodePage(book);
+    if (save.biffVersion != 8 && !FitNames(save)) return false;
     WriteGlobals(save);
     for (u32 i = 0; i < book.sheets.Count() && !save.writer.failed; ++i) WriteSheet(save, static_cast<i32>(i));
     return !save.writer.failed;
