@@ -49,7 +49,8 @@ void OpenInput(const u8* data, std::size_t size, WideView name) {
     if (OpenFileFromMemory(name, ByteView(data, size), OPEN_SILENT_LINKS)) {
         MarkAllStale();
         CalculateBook(CurrentBook());
-        IgnoreFailure(SaveText(CurrentBook(), u"out.csv", FILE_CSV));
+        u32 losses = 0;
+        IgnoreFailure(SaveText(CurrentBook(), u"out.csv", FILE_CSV, losses));
     }
     EndRun();
 }

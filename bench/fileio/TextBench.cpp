@@ -58,7 +58,8 @@ BENCHMARK(ReadNumbers)->ArgName("whole")->Arg(0)->Arg(1)->Unit(benchmark::kMilli
 void WriteNumbers(benchmark::State& state) {
     OpenedText book(Numbers(state.range(0) != 0));
     for (auto _ : state) {
-        if (!SaveText(CurrentBook(), u"out.csv", FILE_CSV)) std::abort();
+        u32 losses = 0;
+        if (!SaveText(CurrentBook(), u"out.csv", FILE_CSV, losses)) std::abort();
     }
     state.SetItemsProcessed(state.iterations() * MAX_ROWS * benchColumns);
 }
@@ -67,7 +68,8 @@ BENCHMARK(WriteNumbers)->ArgName("whole")->Arg(0)->Arg(1)->Unit(benchmark::kMill
 void WriteOneCellInTheLastCorner(benchmark::State& state) {
     OpenedText book(std::string(MAX_ROWS - 1, '\n') + std::string(255, ',') + "x");
     for (auto _ : state) {
-        if (!SaveText(CurrentBook(), u"out.csv", FILE_CSV)) std::abort();
+        u32 losses = 0;
+        if (!SaveText(CurrentBook(), u"out.csv", FILE_CSV, losses)) std::abort();
     }
 }
 BENCHMARK(WriteOneCellInTheLastCorner)->Unit(benchmark::kMillisecond);

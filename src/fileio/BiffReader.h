@@ -39,6 +39,10 @@ inline ByteView Part(ByteView body, std::size_t at, std::size_t count) {
     return rest.first(count < rest.size() ? count : rest.size());
 }
 
+// The first byte of Workbook::userName: 0 and 1 are the option byte of its characters; this one stands for
+// bytes of the book's code page.
+constexpr u8 USER_NAME_NARROW = 2;
+
 constexpr std::size_t STRING_FAILED = static_cast<std::size_t>(-1);
 
 // A string of `length` characters at the start of `bytes`, overwriting `out`: with an option byte in

@@ -8,7 +8,8 @@
 namespace tally {
 
 constexpr u16 RECORD_CONTINUE = 60;
-constexpr std::size_t RECORD_ROOM = 8224;  // bytes that a reader takes for the body of one record
+// Bytes that a reader takes for the body of one record, in the 97 form and in those before it.
+constexpr std::size_t RECORD_ROOM = 8224, RECORD_ROOM_95 = 2080;
 
 struct BiffWriter {
     Array<u8> stream;

@@ -19,7 +19,6 @@ constexpr u64 RK_LOST_BITS = 0x3FFFFFFFF;
 constexpr i32 RK_WHOLE_MOST = (1 << 29) - 1;
 constexpr u32 RK_HUNDREDTHS = 1, RK_WHOLE = 2;
 constexpr std::size_t FORMULA_HEAD = 22, ARRAY_HEAD = 14;
-constexpr std::size_t TOKENS_MOST = 65535 - FORMULA_HEAD;
 constexpr u16 LAST_ROW_95 = 0x3FFF;
 constexpr u8 NOT_AVAILABLE[] = {ptgErr, 42};
 
@@ -162,7 +161,7 @@ TokenImage LostFormula(SaveState& save) {
 }
 
 TokenImage WithinRecord(SaveState& save, TokenImage image) {
-    return image.bytes.size() <= TOKENS_MOST ? image : LostFormula(save);
+    return image.bytes.size() <= RoomOf(save) - FORMULA_HEAD ? image : LostFormula(save);
 }
 
 // These two may be longer than a record in one piece usually is, so they are put together bit by bit.

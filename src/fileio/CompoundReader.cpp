@@ -1,5 +1,6 @@
 #include "fileio/CompoundReader.h"
 
+#include "base/Text.h"
 #include "fileio/BiffReader.h"
 
 namespace tally {
@@ -84,29 +85,72 @@ bool LiesInOnePiece(const CompoundFile& file, const DirectoryEntry& entry) {
     return true;
 }
 
+// ---- the directory ------------------------------------------------------------------------------------
+
+enum EntryType : u8 { ENTRY_STORAGE = 1, ENTRY_STREAM = 2 };
+
+// In which storage an entry lies, as far as the trees tell.
+enum EntryPlace : u8 { PLACE_UNKNOWN, PLACE_ROOT, PLACE_INSIDE };
+
+struct Directory {
+    Array<u8> bytes;  // entries of 128 bytes, the root's first
+    Array<u8> places;
+    u32 Count() const { return static_cast<u32>(bytes.Count() / ENTRY); }
+    ByteView Entry(u32 index) const { return Part(bytes.Span(), std::size_t{index} * ENTRY, ENTRY); }
+};
+
 bool EntryIs(ByteView entry, WideView name) {
-    const std::size_t bytes = (name.size() + 1) * 2;
-    if (WordAt(entry, 64) != bytes) return false;
+    if (WordAt(entry, 64) != (name.size() + 1) * 2 || WordAt(entry, name.size() * 2)) return false;
     for (std::size_t i = 0; i < name.size(); ++i) {
-        if (WordAt(entry, i * 2) != name[i]) return false;
+        if (FoldChar(static_cast<char16_t>(WordAt(entry, i * 2))) != FoldChar(name[i])) return false;
     }
-    return WordAt(entry, name.size() * 2) == 0;
+    return true;
 }
 
-// Finds a directory entry and the root's, the first of the directory.
-bool FindStream(const CompoundFile& file, WideView name, DirectoryEntry& found, DirectoryEntry& root) {
-    u32 sector = LongAt(file.bytes, AT_FIRST_DIRECTORY);
-    for (u32 steps = 0; steps < file.sectors; ++steps) {
-        const ByteView body = SectorAt(file, sector);
-        if (body.empty()) return false;
-        for (std::size_t at = 0; at < SECTOR; at += ENTRY) {
-            const ByteView entry = Part(body, at, ENTRY);
-            if (steps == 0 && at == 0) root = {LongAt(entry, 116), LongAt(entry, 120)};
-            if (!EntryIs(entry, name)) continue;
+// Marks the entries of the tree whose top is `first`, those that have no mark yet.
+bool MarkTree(Directory& directory, u32 first, EntryPlace place, Array<u32>& open) {
+    open.Truncate(0);
+    if (!open.Append(first)) return false;
+    while (!open.IsEmpty()) {
+        const u32 index = open.Last();
+        open.RemoveLast();
+        if (index >= directory.Count() || directory.places[index] != PLACE_UNKNOWN) continue;
+        directory.places[index] = place;
+        const ByteView entry = directory.Entry(index);
+        if (!open.Append(LongAt(entry, 68)) || !open.Append(LongAt(entry, 72))) return false;
+    }
+    return true;
+}
+
+// Reads all entries and tells the root's own from those of storages inside it, such as an embedded book's.
+bool ReadDirectory(const CompoundFile& file, Directory& directory) {
+    const std::size_t whole = std::size_t{file.sectors} * SECTOR;
+    if (!ReadChain(file, LongAt(file.bytes, AT_FIRST_DIRECTORY), whole, directory.bytes) ||
+        !directory.places.Resize(directory.Count())) {
+        return false;
+    }
+    if (!directory.Count()) return true;
+    directory.places[0] = PLACE_INSIDE;
+    Array<u32> open;
+    if (!MarkTree(directory, LongAt(directory.Entry(0), 76), PLACE_ROOT, open)) return false;
+    for (u32 i = 1; i < directory.Count(); ++i) {
+        const ByteView entry = directory.Entry(i);
+        if (ByteAt(entry, 66) == ENTRY_STORAGE && !MarkTree(directory, LongAt(entry, 76), PLACE_INSIDE, open))
+            return false;
+    }
+    return true;
+}
+
+// A stream of the root. Where a damaged tree does not lead to it, an entry that no storage claims will do.
+bool FindStream(const Directory& directory, WideView name, DirectoryEntry& found) {
+    for (const EntryPlace place : {PLACE_ROOT, PLACE_UNKNOWN}) {
+        for (u32 i = 0; i < directory.Count(); ++i) {
+            const ByteView entry = directory.Entry(i);
+            if (directory.places[i] != place || ByteAt(entry, 66) != ENTRY_STREAM || !EntryIs(entry, name))
+                continue;
             found = {LongAt(entry, 116), LongAt(entry, 120)};
             return true;
         }
-        sector = NextFatEntry(file, sector);
     }
     return false;
 }
@@ -138,9 +182,11 @@ StreamResult ReadCompoundStream(ByteView bytes, WideView name, Array<u8>& pieces
     CompoundFile file;
     file.bytes = bytes;
     file.sectors = bytes.size() > SECTOR ? static_cast<u32>((bytes.size() - 1) / SECTOR) : 0;
-    DirectoryEntry entry, root;
-    if (!ReadDifat(file)) return STREAM_NO_MEMORY;
-    if (!FindStream(file, name, entry, root)) return STREAM_MISSING;
+    Directory directory;
+    DirectoryEntry entry;
+    if (!ReadDifat(file) || !ReadDirectory(file, directory)) return STREAM_NO_MEMORY;
+    if (!FindStream(directory, name, entry)) return STREAM_MISSING;
+    const DirectoryEntry root = {LongAt(directory.Entry(0), 116), LongAt(directory.Entry(0), 120)};
     if (entry.size >= MINI_STREAM_LIMIT && LiesInOnePiece(file, entry)) {
         stream = bytes.subspan((std::size_t{entry.start} + 1) * SECTOR, entry.size);
         return STREAM_READ;

@@ -3,6 +3,7 @@
 #include "base/Platform.h"
 #include "base/Text.h"
 #include "fileio/LoadState.h"
+#include "fileio/NarrowText.h"
 #include "model/Formats.h"
 
 namespace tally {
@@ -82,6 +83,10 @@ bool ReadFormatRecord(LoadState& load, ByteView body) {
         return false;
     const bool general =
         EqualIgnoringCase(load.text, LocalGeneralWord()) || EqualIgnoringCase(load.text, u"General");
+    // A sign of money in the width that the page has for it is that of the region's format.
+    const WideView own = wide ? WideView() : NewFormatText(WordAt(body, 0));
+    if (!own.empty() && EqualButForTwins(load.text, own))
+        return ReplaceNumberFormat(book, WordAt(body, 0), own);
     return ReplaceNumberFormat(book, WordAt(body, 0), general ? WideView(u"General") : load.text.View());
 }
 

@@ -16,6 +16,7 @@ constexpr u16 STYLE_PARENT = 0xFFF0;     // a style has no parent
 constexpr u32 ATTRIBUTES_USED = 0xFC00;  // a cell's format owes nothing to its style
 constexpr u32 PALETTE_FIRST = 8, PALETTE_COLOURS = 56;
 constexpr u8 BORDER_MOST_95 = 7, BORDER_INSTEAD = 3;
+constexpr u32 LEAST_FORMATS = 16;  // the default one for cells is the last of these
 
 void WriteFont(SaveState& save, const FontRecord& font) {
     const WideView name(font.faceName);
@@ -47,7 +48,10 @@ void WriteFormat(SaveState& save, const NumberFormat& format) {
     if (save.biffVersion == 8) {
         WriteLongString(save, save.body, format.text);
     } else {
+        // What is the region's own is known again by its twin.
+        const u32 losses = save.losses;
         WriteShortString(save, save.body, format.text);
+        if (NewFormatText(format.id) == format.text.View()) save.losses = losses;
     }
     IgnoreFailure(EndBody(save, FORMAT));
 }
@@ -102,7 +106,8 @@ void WriteXf(SaveState& save, const CellFormat& format) {
     const bool wide = save.biffVersion == 8;
     const bool style = (format.flags & FORMAT_STYLE) != 0;
     u8* out = BeginRecord(save.writer, XF, wide ? 20 : 16);
-    PutU16(out, format.font >= MISSING_FONT ? format.font + 1u : format.font);
+    const u32 font = format.font < SavedBook(save).fonts.Count() ? format.font : 0u;
+    PutU16(out, font >= MISSING_FONT ? font + 1 : font);
     PutU16(out + 2, format.numberFormat);
     const u32 flags = format.flags & (FORMAT_LOCKED | FORMAT_HIDDEN | FORMAT_STYLE | FORMAT_QUOTE_PREFIX);
     PutU16(out + 4, flags | (style ? STYLE_PARENT : 0u));
@@ -132,9 +137,12 @@ void WritePalette(SaveState& save) {
 void WriteFontsAndFormats(SaveState& save) {
     const Workbook& book = SavedBook(save);
     for (const FontRecord& font : book.fonts) WriteFont(save, font);
+    if (book.fonts.IsEmpty()) WriteFont(save, FontRecord());
     for (const NumberFormat& format : book.numberFormats) WriteFormat(save, format);
     for (const CellFormat& format : book.cellFormats) WriteXf(save, format);
+    for (u32 i = book.cellFormats.Count(); i < LEAST_FORMATS; ++i) WriteXf(save, CellFormat());
     for (const StyleRow& style : book.styles) {
+        if ((style.xf & 0xFFFu) >= book.cellFormats.Count()) continue;
         u8* out = BeginRecord(save.writer, STYLE, 4);
         PutU16(out, style.xf);
         out[2] = style.builtInId;

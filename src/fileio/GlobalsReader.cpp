@@ -34,7 +34,8 @@ bool ReadBoundSheet(LoadState& load, ByteView body) {
                        load.text) == STRING_FAILED) {
         return false;
     }
-    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & 3);
+    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & 3) &&
+           load.sheetPositions.Append(LongAt(body, 0));
 }
 
 void ReadWindow1(LoadState& load, ByteView body) {
@@ -47,19 +48,12 @@ void ReadWindow1(LoadState& load, ByteView body) {
 }
 
 bool ReadWriteAccess(LoadState& load, ByteView body) {
-    const ByteView raw = From(body, load.biffVersion == 8 ? 3 : 1);
-    LoadedBook(load).userNameLength = load.biffVersion == 8 ? WordAt(body, 0) : ByteAt(body, 0);
+    const bool wide = load.biffVersion == 8;
+    LoadedBook(load).userNameLength = wide ? WordAt(body, 0) : ByteAt(body, 0);
     Array<u8>& name = LoadedBook(load).userName;
     name.Truncate(0);
-    return name.AppendMany(raw.data(), raw.size());
-}
-
-void ReadPalette(LoadState& load, ByteView body) {
-    Workbook& book = LoadedBook(load);
-    const u32 count = WordAt(body, 0);
-    for (u32 i = 0; i < count && PALETTE_FIRST + i < PALETTE_SIZE && 2 + i * 4 < body.size(); ++i) {
-        book.palette[PALETTE_FIRST + i] = LongAt(body, 2 + std::size_t{i} * 4) & 0xFFFFFF;
-    }
+    const ByteView raw = From(body, wide ? 3 : 1);
+    return name.Append(wide ? ByteAt(body, 2) : USER_NAME_NARROW) && name.AppendMany(raw.data(), raw.size());
 }
 
 bool ReadStyle(LoadState& load, ByteView body) {
@@ -123,6 +117,14 @@ void ReadCodePage(LoadState& load, ByteView body) {
     const bool narrow =
         book.fileCodePage && (book.fileCodePage < UTF16_PAGE || book.fileCodePage > UTF16_PAGE + 1);
     if (narrow && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
+}
+
+void ReadPalette(LoadState& load, ByteView body) {
+    Workbook& book = LoadedBook(load);
+    const u32 count = WordAt(body, 0);
+    for (u32 i = 0; i < count && PALETTE_FIRST + i < PALETTE_SIZE && 2 + i * 4 < body.size(); ++i) {
+        book.palette[PALETTE_FIRST + i] = LongAt(body, 2 + std::size_t{i} * 4) & 0xFFFFFF;
+    }
 }
 
 bool ReadGlobals(LoadState& load) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "fileio/BiffReader.h"
 #include "fileio/SaveState.h"
 
 // The globals substream. What stands here is an order of records that a strict reader accepts; many of
@@ -12,6 +13,7 @@ constexpr u16 BOF = 2057, WINDOW1 = 61, CODEPAGE = 66, WRITEACCESS = 92, BOUNDSH
               TABID = 317;
 constexpr u32 SUBSTREAM_GLOBALS = 5;
 constexpr std::size_t TABID_ROOM = RECORD_ROOM;
+constexpr std::size_t USER_NAME_MOST = 54, USER_NAME_MOST_95 = 31;  // characters; bytes
 
 // A record of two bytes, or of none.
 struct FixedRecord {
@@ -35,21 +37,41 @@ void WriteFixed(SaveState& save, std::span<const FixedRecord> rows) {
     }
 }
 
-// The user's name as it was read: the bytes behind its length, filled up with blanks.
+// The user's name in the form of the file; `codePage` is that of a narrow one. False when memory fails.
+bool UserNameText(const Workbook& book, WideText& out) {
+    const ByteView bytes = book.userName.Span().subspan(1);
+    const u8 kind = book.userName[0];
+    if (kind == USER_NAME_NARROW)
+        return ReadBiffString(bytes, 7, book.codePage, book.userNameLength, out) != STRING_FAILED;
+    return ReadBiffString(book.userName.Span(), 8, book.codePage, book.userNameLength, out) != STRING_FAILED;
+}
+
+// The user's name as it was read, filled up with blanks; one of the other form by its characters.
 void WriteUserName(SaveState& save) {
     const Workbook& book = SavedBook(save);
-    if (!book.userNameLength) return;
+    if (!book.userNameLength || book.userName.IsEmpty()) return;
     const bool wide = save.biffVersion == 8;
     const std::size_t length = wide ? 112 : 32;
-    const std::size_t head = wide ? 3 : 1;
-    u8* out = BeginRecord(save.writer, WRITEACCESS, length);
-    std::fill(out, out + length, u8{' '});
-    out[0] = static_cast<u8>(book.userNameLength);
-    if (wide) {
-        out[1] = static_cast<u8>(book.userNameLength >> 8);
-        out[2] = 0;
+    BeginBody(save);
+    if (wide == (book.userName[0] != USER_NAME_NARROW)) {
+        if (wide) WriteU16(save.body, book.userNameLength);
+        else WriteU8(save.body, book.userNameLength);
+        const ByteView raw = book.userName.Span().subspan(wide ? 0 : 1);
+        WriteBytes(save.body, raw.data(), std::min(raw.size(), length - (wide ? 2 : 1)));
+    } else {
+        WideText name;
+        save.writer.failed = save.writer.failed || !UserNameText(book, name);
+        const WideView cut = CutText(save, name, wide ? USER_NAME_MOST : USER_NAME_MOST_95);
+        if (wide) {
+            WriteLongString(save, save.body, cut);
+        } else {
+            const ByteView bytes = NarrowText(save, cut, USER_NAME_MOST_95);
+            WriteU8(save.body, static_cast<u32>(bytes.size()));
+            WriteBytes(save.body, bytes.data(), bytes.size());
+        }
     }
-    std::copy_n(book.userName.begin(), std::min<std::size_t>(book.userName.Count(), length - head), out + head);
+    while (!save.body.failed && save.body.stream.Count() < length) WriteU8(save.body, ' ');
+    IgnoreFailure(EndBody(save, WRITEACCESS));
 }
 
 void WriteTabIds(SaveState& save) {
@@ -91,9 +113,7 @@ void WriteBoundSheets(SaveState& save) {
         if (save.biffVersion == 8) {
             WriteShortString(save, save.body, WideView(sheet->name));
         } else {
-            const ByteView name = NarrowSheetName(save, WideView(sheet->name));
-            WriteU8(save.body, static_cast<u32>(name.size()));
-            WriteBytes(save.body, name.data(), name.size());
+            WriteShortString(save, save.body, WrittenSheetName(save, sheet->index));
         }
         IgnoreFailure(EndBody(save, BOUNDSHEET));
     }

@@ -5,23 +5,10 @@
 namespace tally {
 namespace {
 
-constexpr u16 NAME_IS_BUILT_IN = 0x20;
 constexpr u16 SUPBOOK_OWN = 0x0401;
 constexpr u16 SUPBOOK_ADDIN = 0x3A01;
 constexpr u8 SAME_BOOK_MARK = 3;
 constexpr u16 CONTINUE = 60;
-
-// Puts a built-in name in place of its code, which the text begins with.
-bool ExpandBuiltIn(WideText& text) {
-    const u16 code = text.IsEmpty() ? u16{0} : static_cast<u16>(text[0]);
-    WideText full;
-    if (!full.Assign(BuiltInName(static_cast<u8>(code < 256 ? code : 255))) ||
-        !full.Append(text.View().substr(text.IsEmpty() ? 0 : 1))) {
-        return false;
-    }
-    text = std::move(full);
-    return true;
-}
 
 bool ReadNameTokens(LoadState& load, ByteView rest, u16 length, FormulaTokens& out) {
     if (!length) return true;
@@ -67,6 +54,17 @@ bool ReadExternSheet5(LoadState& load, ByteView body) {
 }
 
 }  // namespace
+
+bool ExpandBuiltIn(WideText& text) {
+    const u16 code = text.IsEmpty() ? u16{0} : static_cast<u16>(text[0]);
+    WideText full;
+    if (!full.Assign(BuiltInName(static_cast<u8>(code < 256 ? code : 255))) ||
+        !full.Append(text.View().substr(text.IsEmpty() ? 0 : 1))) {
+        return false;
+    }
+    text = std::move(full);
+    return true;
+}
 
 void FreeShared(Array<SharedFormula>& list) {
     for (SharedFormula& entry : list) FreeTokens(entry.tokens);
@@ -141,7 +139,14 @@ bool ReadSupbook(LoadState& load, ByteView body) {
     std::size_t used = 0;
     if (!ReadLinkText(load, From(body, at), length, row->path, used)) return false;
     at += used;
-    for (u32 i = 0; i < sheets && at < body.size(); ++i) {
+    for (u32 i = 0; i < sheets; ++i) {
+        if (at >= body.size()) {
+            // The names go on in CONTINUE records, whole ones in each.
+            BiffRecord more;
+            if (PeekRecordId(load.stream) != CONTINUE || !NextRecord(load.stream, more)) break;
+            body = more.body;
+            at = 0;
+        }
         WideText name;
         if (!ReadLinkText(load, From(body, at + 2), WordAt(body, at), name, used)) return false;
         at += 2 + used;

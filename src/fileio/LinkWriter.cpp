@@ -13,6 +13,7 @@ constexpr u16 SUPBOOK = 430, EXTERNNAME = 35, EXTERNSHEET = 23, NAME = 24;
 constexpr u16 NAME_IS_BUILT_IN = 0x20, EXTERNNAME_IS_BUILT_IN = 1;
 constexpr std::size_t EXTERNSHEET_ROOM = 1370 * 6;   // whole rows
 constexpr u8 TEXT_NAMES_8 = 14, TEXT_NAMES_95 = 13;  // built-in names that the forms know
+constexpr std::size_t LINK_TEXT_MOST = 1024;         // characters of a path
 constexpr u8 CONSTANT_ERROR[] = {2, 0, ptgErr, 23};  // a token string with its length
 
 // Names that are built in with anything behind them.
@@ -80,17 +81,20 @@ void WriteExternName(SaveState& save, const ExternName& name) {
 
 void WriteLinkedFile(SaveState& save, const ExternBook& book) {
     BeginBody(save);
+    u16 id = SUPBOOK;
     WriteU16(save.body, book.sheetNames.Count());
-    WriteLongString(save, save.body, book.path);
-    for (const WideText& name : book.sheetNames) WriteLongString(save, save.body, name);
-    // A list of sheets that is too long for one record keeps the numbers of the rows that follow.
-    if (!EndBody(save, SUPBOOK)) {
-        save.losses |= LOSS_FORMULAS;
-        BeginBody(save);
-        WriteU16(save.body, 0);
-        WriteLongString(save, save.body, book.path);
-        IgnoreFailure(EndBody(save, SUPBOOK));
+    WriteLongString(save, save.body, CutText(save, book.path, LINK_TEXT_MOST));
+    // A long list of sheets goes on in CONTINUE records, whole names in each.
+    for (const WideText& name : book.sheetNames) {
+        const WideView text = CutText(save, name, LINK_TEXT_MOST);
+        if (StreamOffset(save.body) + 3 + text.size() * 2 > RoomOf(save)) {
+            IgnoreFailure(EndBody(save, id));
+            id = RECORD_CONTINUE;
+            BeginBody(save);
+        }
+        WriteLongString(save, save.body, text);
     }
+    IgnoreFailure(EndBody(save, id));
 }
 
 void WriteSupbook(SaveState& save, const ExternBook& book) {
@@ -143,7 +147,8 @@ u32 WrittenNames(const Workbook& book) {
 
 void WriteName(SaveState& save, const DefinedName& name) {
     const bool form8 = save.biffVersion == 8;
-    const NameImage image = ImageOfName(name.text, form8);
+    const u32 index = static_cast<u32>(&name - SavedBook(save).names.begin());
+    const NameImage image = ImageOfName(WrittenName(save, index), form8);
     const TokenImage tokens = ImageOfTokens(save, name.tokens, true);
     BeginBody(save);
     BiffWriter& to = save.body;
@@ -197,6 +202,7 @@ namespace {
 
 constexpr u16 EXTERNCOUNT = 22;
 constexpr u8 OWN_BOOK_MARK = 4, ADDIN_MARK = ':', OWN_SHEET_MARK = 3;
+constexpr std::size_t SHEET_NAME_ROOM = 254;
 constexpr u32 MOST_ENTRIES = 0x7FFF;  // an index is signed
 
 u16 EntryFor(SaveState& save, i32 externBook, i32 sheet) {
@@ -227,7 +233,7 @@ void WriteLinkEntry(SaveState& save, const LinkEntry& entry) {
     BeginBody(save);
     BiffWriter& to = save.body;
     if (own) {
-        const ByteView name = NarrowSheetName(save, WideView(own->name));
+        const ByteView name = NarrowText(save, WrittenSheetName(save, own->index), SHEET_NAME_ROOM);
         WriteU8(to, static_cast<u32>(name.size()));
         WriteU8(to, OWN_SHEET_MARK);
         WriteBytes(to, name.data(), name.size());

@@ -33,12 +33,23 @@ struct LoadedCell {
     u8 column;
 };
 
+// Where the sheet list says that a sheet's substream begins.
+struct SheetPlace {
+    u32 position = 0;
+    u32 sheet = 0;
+    bool read = false;
+};
+
 struct LoadState {
     BiffStream stream;
     i32 book = -1;
     i32 sheet = 0;  // being read
     u8 biffVersion = 8;
     u32 boundSheets = 0;
+    Array<SheetPlace> places;  // of the sheets that the list leads to, ascending
+    Array<u32> unplaced;       // sheets that it does not lead to: they come in the order of the file
+    u32 nextUnplaced = 0;
+    Array<u32> sheetPositions;  // as the list has them
     i32 activeTab = 0;
     bool fontsSeen = false;
     bool formatsSeen = false;
@@ -46,7 +57,9 @@ struct LoadState {
     Array<ExternSheetEntry> externTable;
     Array<SharedFormula> shared;  // of the current sheet
     Array<SharedFormula> arrays;  // of the current sheet
-    Array<u16> bareFormats;       // formats of a bare file, in order of arrival
+    Array<u16> bareFormats;       // number formats of a bare file, in order of arrival
+    u32 formatBase = 0;           // where the cell formats of a bare sheet begin in the book's list
+    u32 nameBase = 0;             // and its names
     bool hasVolatiles = false;    // a formula is flagged always-calculate, with a value
     bool lastCellKnown = false;   // a cell has been added: a STRING record belongs to it
     LoadedCell lastCell = {};
@@ -83,6 +96,12 @@ void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags);
 // The next sheet of a file: the first one is that of the new book. Longer names are cut.
 [[nodiscard]] bool AddBoundSheet(LoadState& load, WideView name, i32 kind, i32 hidden);
 void ReadCodePage(LoadState& load, ByteView body);
+void ReadPalette(LoadState& load, ByteView body);
+// Puts a built-in name in place of its code, which the text begins with.
+[[nodiscard]] bool ExpandBuiltIn(WideText& text);
+constexpr u16 NAME_IS_BUILT_IN = 0x20;
+// A record of a sheet by its number; one that no sheet has is passed over.
+[[nodiscard]] bool ReadSheetRecord(LoadState& load, u16 id, ByteView body);
 [[nodiscard]] bool ReadFont(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadFormatRecord(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadXf(LoadState& load, ByteView body);

@@ -1,53 +1,51 @@
-#include <algorithm>
+#include "fileio/OldBook.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
 #include "fileio/SheetRecords.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
-#include "model/Formats.h"
 
-// Bare files: the records of one sheet without a container, as the three oldest forms wrote them.
+// Bare files: the records of one sheet without a container, as the three oldest forms wrote them, and the
+// workbook of several such sheets that the last of these forms knows.
 
 namespace tally {
 namespace {
 
-constexpr u8 FORMAT_BITS = 0x3F;  // of the second attribute byte of BIFF2
+constexpr u16 BOF_TWO = 9, BOF_THREE = 521, BOF_FOUR = 1033;
+constexpr u16 TYPE_WORKBOOK = 0x100;
 
-struct OldReader {
-    LoadState& load;
-    int version;
-};
+int VersionOf(u16 bof) { return bof == BOF_TWO ? 2 : bof == BOF_THREE ? 3 : 4; }
 
-int VersionOf(u16 bof) { return bof == 9 ? 2 : bof == 521 ? 3 : 4; }
-
-// A copy of the default row with that number format.
-bool FormatWithNumber(LoadState& load, u16 numberFormat, u16& index) {
-    Workbook& book = LoadedBook(load);
-    CellFormat format = ResolveCellFormat(book, DEFAULT_CELL_FORMAT);
-    format.numberFormat = numberFormat;
-    return FindOrAddCellFormat(book, format, index);
-}
-
-// The cell format of a cell record: an attribute's format number in BIFF2, an XF's number later.
-bool CellFormatOf(OldReader& r, ByteView body, u16& index) {
-    if (r.version > 2) {
-        index = WordAt(body, 4);
-        if (index >= LoadedBook(r.load).cellFormats.Count()) index = 0;
-        return true;
-    }
-    const u32 wanted = ByteAt(body, 5) & FORMAT_BITS;
-    const u16 id = wanted < r.load.bareFormats.Count() ? r.load.bareFormats[wanted] : u16{0};
-    return FormatWithNumber(r.load, id, index);
-}
+// The version of the tokens in a record whose number two forms share.
+int TokenVersion(const OldReader& r, u16 id) { return IsOldest(id) ? 2 : std::max(r.version, 3); }
 
 // Where the value of a cell record begins.
-std::size_t ValueAt(const OldReader& r) { return r.version == 2 ? 7 : 6; }
+std::size_t ValueAt(u16 id) { return IsOldest(id) ? 7 : 6; }
 
-bool AddOldCell(OldReader& r, ByteView body, Value value, FormulaTokens tokens) {
+// A count in the size of its layout, and where what it counts begins.
+struct OldCount {
+    std::size_t count, start;
+};
+OldCount CountAt(u16 id, ByteView body, std::size_t at) {
+    if (IsOldest(id)) return {ByteAt(body, at), at + 1};
+    return {WordAt(body, at), at + 2};
+}
+
+bool ReadOldText(OldReader& r, u16 id, ByteView body, std::size_t at) {
+    const OldCount length = CountAt(id, body, at);
+    return ReadBiffString(From(body, length.start), 7, LoadedBook(r.load).codePage, length.count,
+                          r.load.text) != STRING_FAILED;
+}
+
+bool AddOldCell(OldReader& r, u16 id, ByteView body, Value value, FormulaTokens tokens) {
     u16 format = 0;
-    if (!CellFormatOf(r, body, format)) {
+    if (!OldCellFormat(r, id, body, format)) {
         FreeValue(value);
         FreeTokens(tokens);
         return false;
@@ -55,26 +53,22 @@ bool AddOldCell(OldReader& r, ByteView body, Value value, FormulaTokens tokens) 
     return AddCell(r.load, WordAt(body, 0), WordAt(body, 2), format, value, tokens);
 }
 
-bool ReadOldLabel(OldReader& r, ByteView body) {
-    const std::size_t at = ValueAt(r);
-    const std::size_t length = r.version == 2 ? ByteAt(body, at) : WordAt(body, at);
-    const std::size_t start = at + (r.version == 2 ? 1 : 2);
-    if (ReadBiffString(From(body, start), 7, LoadedBook(r.load).codePage, length, r.load.text) == STRING_FAILED)
-        return false;
+bool ReadOldLabel(OldReader& r, u16 id, ByteView body) {
+    if (!ReadOldText(r, id, body, ValueAt(id))) return false;
     TextBlock* text = MakeText(r.load.text);
-    return text && AddOldCell(r, body, OwnedTextValue(text), FormulaTokens());
+    return text && AddOldCell(r, id, body, OwnedTextValue(text), FormulaTokens());
 }
 
-bool ReadOldBoolOrError(OldReader& r, ByteView body) {
-    const std::size_t at = ValueAt(r);
+bool ReadOldBoolOrError(OldReader& r, u16 id, ByteView body) {
+    const std::size_t at = ValueAt(id);
     const u8 value = ByteAt(body, at);
-    return AddOldCell(r, body,
+    return AddOldCell(r, id, body,
                       ByteAt(body, at + 1) == 0 ? BoolValue(value != 0) : ErrorValue(ErrorFromBiff(value)),
                       FormulaTokens());
 }
 
 // Tokens of an array formula follow in a record of their own.
-bool ReadOldArray(OldReader& r, ByteView tokens, FormulaTokens& out) {
+bool ReadOldArray(OldReader& r, int version, ByteView tokens, FormulaTokens& out) {
     const u16 row = WordAt(tokens, 1);
     const u8 column = ByteAt(tokens, 3);
     for (const SharedFormula& entry : r.load.arrays) {
@@ -85,13 +79,12 @@ bool ReadOldArray(OldReader& r, ByteView tokens, FormulaTokens& out) {
     BiffRecord record;
     const u16 next = PeekRecordId(r.load.stream);
     if ((next != 33 && next != 545) || !NextRecord(r.load.stream, record)) return true;
-    // Area 6 bytes, flags, then the length: a byte in BIFF2, a word later.
-    const std::size_t lengthAt = r.version == 2 ? 7 : 8;
-    const std::size_t start = lengthAt + (r.version == 2 ? 1 : 2);
-    const std::size_t length = r.version == 2 ? ByteAt(record.body, lengthAt) : WordAt(record.body, lengthAt);
+    // Area 6 bytes, flags in the size of the layout, then the length.
+    const OldCount length = CountAt(record.id, record.body, IsOldest(record.id) ? 7 : 8);
     SharedFormula entry = {row, column, {}};
-    if (!WidenOldTokens(r.load, r.version, Part(record.body, start, length), From(record.body, start + length),
-                        entry.tokens))
+    if (!WidenOldTokens(r.load, IsOldest(record.id) ? 2 : std::max(version, 3),
+                        Part(record.body, length.start, length.count),
+                        From(record.body, length.start + length.count), entry.tokens))
         return false;
     CopyTokens(out, entry.tokens);
     ArrayEntry area;
@@ -105,147 +98,198 @@ bool ReadOldArray(OldReader& r, ByteView tokens, FormulaTokens& out) {
     return false;
 }
 
-bool ReadOldFormula(OldReader& r, ByteView body) {
-    const std::size_t at = ValueAt(r);
-    const bool two = r.version == 2;
-    const u16 flags = two ? ByteAt(body, at + 8) : WordAt(body, at + 8);
-    const std::size_t lengthAt = at + (two ? 9 : 10);
-    const std::size_t length = two ? ByteAt(body, lengthAt) : WordAt(body, lengthAt);
-    const std::size_t start = lengthAt + (two ? 1 : 2);
-    const ByteView tokens = Part(body, start, length);
+bool ReadOldFormula(OldReader& r, u16 id, ByteView body) {
+    const int version = id == 6 ? 2 : id == 518 ? 3 : 4;
+    const std::size_t at = ValueAt(id);
+    const u16 flags = IsOldest(id) ? ByteAt(body, at + 8) : WordAt(body, at + 8);
+    const OldCount length = CountAt(id, body, at + (IsOldest(id) ? 9 : 10));
+    const ByteView tokens = Part(body, length.start, length.count);
     FormulaTokens out;
-    const bool shared = length == (two ? 4u : 5u) && ByteAt(tokens, 0) == ptgExp;
-    if (shared ? !ReadOldArray(r, tokens, out)
-               : !WidenOldTokens(r.load, r.version, tokens, From(body, start + length), out)) {
+    const bool shared = length.count == (version == 2 ? 4u : 5u) && ByteAt(tokens, 0) == ptgExp;
+    if (shared ? !ReadOldArray(r, version, tokens, out)
+               : !WidenOldTokens(r.load, version, tokens, From(body, length.start + length.count), out)) {
         return false;
     }
-    if (!AddOldCell(r, body, CachedValue(Part(body, at, 8)), out)) return false;
+    if (!AddOldCell(r, id, body, CachedValue(Part(body, at, 8)), out)) return false;
     SetFormulaState(r.load, WordAt(body, 0), WordAt(body, 2), flags);
     return true;
 }
 
-bool ReadOldString(OldReader& r, ByteView body) {
-    const std::size_t start = r.version == 2 ? 1 : 2;
-    const std::size_t length = r.version == 2 ? ByteAt(body, 0) : WordAt(body, 0);
-    if (ReadBiffString(From(body, start), 7, LoadedBook(r.load).codePage, length, r.load.text) == STRING_FAILED)
-        return false;
-    if (!ReplaceLastText(r.load, r.load.text)) return false;
+bool ReadOldString(OldReader& r, u16 id, ByteView body) {
+    if (!ReadOldText(r, id, body, 0) || !ReplaceLastText(r.load, r.load.text)) return false;
     if (!r.load.lastCellKnown) return true;
     CellRecord* cell = GetCell(LoadedSheet(r.load).cells, r.load.lastCell.row, r.load.lastCell.column);
     if (cell) cell->calcState = CALC_CURRENT;
     return true;
 }
 
-bool ReadOldFormat(OldReader& r, ByteView body) {
-    const std::size_t lengthAt = r.version == 4 ? 2 : 0;
-    if (ReadBiffString(From(body, lengthAt + 1), 7, LoadedBook(r.load).codePage, ByteAt(body, lengthAt),
-                       r.load.text) == STRING_FAILED) {
-        return false;
-    }
-    u16 id = 0;
-    const bool general = EqualIgnoringCase(r.load.text, u"General");
-    if (!general && !r.load.text.IsEmpty() && !FindOrAddNumberFormat(LoadedBook(r.load), r.load.text, id))
-        return false;
-    return r.load.bareFormats.Append(id);
-}
-
-bool ReadOldFont(OldReader& r, ByteView body) {
-    Workbook& book = LoadedBook(r.load);
-    if (!r.load.fontsSeen) book.fonts.Truncate(0);
-    r.load.fontsSeen = true;
-    FontRecord font;
-    font.height = WordAt(body, 0);
-    const u16 attributes = WordAt(body, 2);
-    font.attributes = attributes & (FONT_ITALIC | FONT_STRIKEOUT);
-    font.weight = attributes & 1 ? 700 : 400;
-    font.underline = attributes & 4 ? 1 : 0;
-    if (r.version > 2) font.colour = WordAt(body, 4);
-    const std::size_t at = r.version == 2 ? 4 : 6;
-    if (ReadBiffString(From(body, at + 1), 7, book.codePage, ByteAt(body, at), r.load.text) == STRING_FAILED)
-        return false;
-    const WideView name = r.load.text.View().substr(0, std::size(font.faceName) - 1);
-    std::copy(name.begin(), name.end(), font.faceName);
-    return book.fonts.Append(font);
-}
-
-// XF of BIFF3 (12 bytes) and BIFF4 (12 bytes): font, format by order of arrival, protection, alignment.
-bool ReadOldXf(OldReader& r, ByteView body) {
-    Workbook& book = LoadedBook(r.load);
-    if (!r.load.formatsSeen) book.cellFormats.Truncate(0);
-    r.load.formatsSeen = true;
-    CellFormat format;
-    const u8 font = ByteAt(body, 0);
-    format.font = font > 4 ? static_cast<u16>(font - 1) : font;
-    const u32 wanted = ByteAt(body, 1);
-    format.numberFormat = wanted < r.load.bareFormats.Count() ? r.load.bareFormats[wanted] : u16{0};
-    const bool three = r.version == 3;
-    format.flags = static_cast<u16>(ByteAt(body, 2) & (three ? 3 : 15));
-    const u8 alignment = ByteAt(body, three ? 4 : 3 + 1);
-    format.horizontal = alignment & 7;
-    if (alignment & 8) format.flags |= FORMAT_WRAP;
-    if (!three) format.vertical = alignment >> 4 & 3;
-    const u16 fill = WordAt(body, 6);
-    format.pattern = fill & 0x3F;
-    const u32 border = LongAt(body, 8);
-    format.topStyle = border & 7;
-    format.leftStyle = border >> 8 & 7;
-    format.bottomStyle = border >> 16 & 7;
-    format.rightStyle = border >> 24 & 7;
-    return book.cellFormats.Append(format);
-}
-
-bool ReadOldName(OldReader& r, ByteView body) {
-    const bool two = r.version == 2;
+bool ReadOldName(OldReader& r, u16 id, ByteView body) {
+    const bool builtIn = !IsOldest(id) && (WordAt(body, 0) & NAME_IS_BUILT_IN);
     const std::size_t nameLength = ByteAt(body, 3);
-    const std::size_t formulaLength = two ? ByteAt(body, 4) : WordAt(body, 4);
-    const std::size_t start = two ? 5 : 6;
+    const OldCount formula = CountAt(id, body, 4);
     Workbook& book = LoadedBook(r.load);
-    if (ReadBiffString(From(body, start), 7, book.codePage, nameLength, r.load.text) == STRING_FAILED)
+    if (ReadBiffString(From(body, formula.start), 7, book.codePage, nameLength, r.load.text) == STRING_FAILED ||
+        (builtIn && !ExpandBuiltIn(r.load.text)))
         return false;
-    const i32 row = AddName(book, r.load.text, 0);
+    // What a built-in name tells is told of the sheet; in a workbook each sheet has its own names.
+    const i32 row =
+        AddName(book, r.load.text, builtIn || r.workbook ? static_cast<u16>(r.load.sheet + 1) : u16{0});
     if (row < 0) return false;
-    const ByteView rest = From(body, start + nameLength);
+    if (!IsOldest(id)) book.names[static_cast<u32>(row)].flags = WordAt(body, 0) & ~NAME_IS_BUILT_IN;
+    const ByteView rest = From(body, formula.start + nameLength);
     FormulaTokens tokens;
-    if (formulaLength &&
-        !WidenOldTokens(r.load, r.version, Part(rest, 0, formulaLength), From(rest, formulaLength), tokens))
+    if (formula.count && !WidenOldTokens(r.load, TokenVersion(r, id), Part(rest, 0, formula.count),
+                                         From(rest, formula.count), tokens))
         return false;
-    LoadedBook(r.load).names[static_cast<u32>(row)].tokens = tokens;
+    FormulaTokens& place = LoadedBook(r.load).names[static_cast<u32>(row)].tokens;
+    FreeTokens(place);
+    place = tokens;
     return true;
 }
 
-bool ReadOldRecord(OldReader& r, const BiffRecord& record) {
-    const ByteView body = record.body;
-    switch (record.id) {
-        case 1:
-        case 513: return AddOldCell(r, body, Value(), FormulaTokens());
-        case 2: return AddOldCell(r, body, NumberValue(WordAt(body, ValueAt(r))), FormulaTokens());
+// ---- sizes and views of the oldest layout -------------------------------------------------------------------
+
+bool ReadOldColumns(OldReader& r, ByteView body) {
+    for (u32 column = ByteAt(body, 0); column <= ByteAt(body, 1); ++column) {
+        ColumnInfo info;
+        info.column = static_cast<u8>(column);
+        info.flags = 0;
+        info.width = WordAt(body, 2);
+        if (!SetColumnInfo(LoadedSheet(r.load).columns, info)) return false;
+    }
+    return true;
+}
+
+bool ReadOldRow(OldReader& r, ByteView body) {
+    const u16 height = WordAt(body, 6);
+    if (height & 0x8000) return true;  // it has the height of any row
+    RowInfo info;
+    info.row = WordAt(body, 0);
+    info.flags = ROW_CUSTOM_HEIGHT;
+    info.height = height;
+    return SetRowInfo(LoadedSheet(r.load).rows, info);
+}
+
+void ReadOldDefaultHeight(OldReader& r, ByteView body) {
+    Sheet& sheet = LoadedSheet(r.load);
+    sheet.viewFlags = static_cast<u16>(sheet.viewFlags & ~VIEW_STANDARD_HEIGHT);
+    sheet.defaultRowHeight = WordAt(body, 0) & 0x7FFF;
+}
+
+void ReadOldWindow2(OldReader& r, ByteView body) {
+    Sheet& sheet = LoadedSheet(r.load);
+    constexpr u16 flags[] = {VIEW_FORMULAS, VIEW_GRIDLINES, VIEW_HEADERS, VIEW_FROZEN};
+    for (std::size_t i = 0; i < std::size(flags); ++i) {
+        sheet.viewFlags =
+            static_cast<u16>(ByteAt(body, i) ? sheet.viewFlags | flags[i] : sheet.viewFlags & ~flags[i]);
+    }
+    const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
+    (frozen ? sheet.view.frozenFirstRow : sheet.view.firstRow) = WordAt(body, 5);
+    (frozen ? sheet.view.frozenFirstColumn : sheet.view.firstColumn) = ByteAt(body, 7);
+}
+
+// ---- the file -----------------------------------------------------------------------------------------------
+
+// Records that the later forms took over as they were.
+constexpr u16 sameLater[] = {18,  19,  20,  21,  29,  38,  39,  40,  41,  42,  43,  65,  85,
+                             125, 128, 129, 130, 131, 132, 153, 160, 161, 520, 549, 566, 574};
+
+bool ReadSameRecord(LoadState& load, u16 id, ByteView body) {
+    if (std::find(std::begin(sameLater), std::end(sameLater), id) == std::end(sameLater)) return true;
+    return ReadSheetRecord(load, id, body);
+}
+
+bool ReadOldCell(OldReader& r, u16 id, ByteView body) {
+    switch (id) {
+        case 2: return AddOldCell(r, id, body, NumberValue(WordAt(body, ValueAt(id))), FormulaTokens());
         case 3:
-        case 515: return AddOldCell(r, body, NumberValue(DoubleAt(body, ValueAt(r))), FormulaTokens());
+        case 515: return AddOldCell(r, id, body, NumberValue(DoubleAt(body, ValueAt(id))), FormulaTokens());
         case 4:
-        case 516: return ReadOldLabel(r, body);
+        case 516: return ReadOldLabel(r, id, body);
         case 5:
-        case 517: return ReadOldBoolOrError(r, body);
+        case 517: return ReadOldBoolOrError(r, id, body);
         case 6:
         case 518:
-        case 1030: return ReadOldFormula(r, body);
+        case 1030: return ReadOldFormula(r, id, body);
         case 7:
-        case 519: return ReadOldString(r, body);
-        case 24:
-        case 536: return ReadOldName(r, body);
-        case 29: return ReadSelection(r.load, body);
-        case 30:
-        case 1054: return ReadOldFormat(r, body);
-        case 34: LoadedBook(r.load).date1904 = ByteAt(body, 0) != 0; return true;
-        case 49:
-        case 561: return ReadOldFont(r, body);
-        case 66: ReadCodePage(r.load, body); return true;
-        case 67:  // XF of BIFF2: its cells carry their attributes themselves
-            return true;
-        case 579:
-        case 1091: return ReadOldXf(r, body);
-        case 638: return AddOldCell(r, body, NumberValue(DecodeRk(LongAt(body, 6))), FormulaTokens());
-        default: return true;
+        case 519: return ReadOldString(r, id, body);
+        case 638: return AddOldCell(r, id, body, NumberValue(DecodeRk(LongAt(body, 6))), FormulaTokens());
+        default: return AddOldCell(r, id, body, Value(), FormulaTokens());
     }
+}
+
+bool IsCell(u16 id) {
+    return (id >= 1 && id <= 7) || (id >= 513 && id <= 519 && id != 514) || id == 638 || id == 1030;
+}
+
+bool ReadOldRecord(OldReader& r, u16 id, ByteView body) {
+    if (IsCell(id)) return ReadOldCell(r, id, body);
+    switch (id) {
+        case 8: return ReadOldRow(r, body);
+        case 24:
+        case 536: return ReadOldName(r, id, body);
+        case 30:
+        case 1054: return ReadOldFormat(r, id, body);
+        case 34: LoadedBook(r.load).date1904 = ByteAt(body, 0) != 0; return true;
+        case 36: return ReadOldColumns(r, body);
+        case 37: ReadOldDefaultHeight(r, body); return true;
+        case 47: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return false;
+        case 49:
+        case 561: return ReadOldFont(r, id, body);
+        case 62: ReadOldWindow2(r, body); return true;
+        case 66: ReadCodePage(r.load, body); return true;
+        case 69: ReadOldFontColour(r, body); return true;
+        case 146: ReadPalette(r.load, body); return true;
+        case 579:
+        case 1091: return ReadOldXf(r, id, body);
+        default: return ReadSameRecord(r.load, id, body);
+    }
+}
+
+// The header of one of several sheets: the length of its records, then its name.
+bool BeginOldSheet(OldReader& r, ByteView body) {
+    if (ReadBiffString(From(body, 5), 7, LoadedBook(r.load).codePage, ByteAt(body, 4), r.load.text) ==
+            STRING_FAILED ||
+        !AddBoundSheet(r.load, r.load.text, SHEET_WORKSHEET, 0))
+        return false;
+    r.load.sheet = static_cast<i32>(r.load.boundSheets) - 1;
+    r.load.lastCellKnown = false;
+    FreeShared(r.load.arrays);
+    r.load.nameBase = LoadedBook(r.load).names.Count();
+    r.ownFonts = r.ownFormats = r.ownNumberFormats = r.passed = false;
+    return true;
+}
+
+void BeginOldSubstream(OldReader& r, const BiffRecord& bof) {
+    r.version = VersionOf(bof.id);
+    const u16 type = WordAt(bof.body, 2);
+    if (type != SHEET_CHART && type != SHEET_MACRO) return;
+    ResetSheet(type, 0);
+    r.passed = type == SHEET_CHART;
+}
+
+bool ReadSheetsOfWorkbook(OldReader& r) {
+    constexpr u16 SHEET_HEADER = 143;
+    BiffRecord record;
+    while (NextRecord(r.load.stream, record)) {
+        if (record.id == SHEET_HEADER) {
+            if (!BeginOldSheet(r, record.body)) return false;
+        } else if (record.id == BOF_TWO || record.id == BOF_THREE || record.id == BOF_FOUR) {
+            if (r.load.boundSheets) BeginOldSubstream(r, record);
+        } else if (!r.passed && !ReadOldRecord(r, record.id, record.body)) {
+            return false;
+        }
+    }
+    LoadedBook(r.load).currentSheet = 0;
+    return true;
+}
+
+void NameSheetAsFile(LoadState& load) {
+    const WideView file = FileNameOf(LoadedBook(load).path);
+    const WideView name = file.substr(0, file.rfind(u'.')).substr(0, MAX_SHEET_NAME);
+    Sheet& sheet = LoadedSheet(load);
+    std::fill(std::begin(sheet.name), std::end(sheet.name), u'\0');
+    std::copy(name.begin(), name.end(), sheet.name);
 }
 
 }  // namespace
@@ -254,14 +298,13 @@ bool ReadOldBook(LoadState& load, u16 bofId) {
     OldReader r{load, VersionOf(bofId)};
     load.biffVersion = 7;
     LoadedBook(load).biffVersion = 7;
-    const WideView file = FileNameOf(LoadedBook(load).path);
-    const WideView name = file.substr(0, file.rfind(u'.')).substr(0, MAX_SHEET_NAME);
-    Sheet& sheet = LoadedSheet(load);
-    std::fill(std::begin(sheet.name), std::end(sheet.name), u'\0');
-    std::copy(name.begin(), name.end(), sheet.name);
+    NameSheetAsFile(load);
     BiffRecord record;
+    if (!NextRecord(load.stream, record)) return true;
+    r.workbook = WordAt(record.body, 2) == TYPE_WORKBOOK;
+    if (r.workbook) return ReadSheetsOfWorkbook(r);
     while (NextRecord(load.stream, record)) {
-        if (!ReadOldRecord(r, record)) return false;
+        if (!ReadOldRecord(r, record.id, record.body)) return false;
     }
     return true;
 }

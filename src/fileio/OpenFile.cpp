@@ -1,5 +1,6 @@
 #include "fileio/OpenFile.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "base/MessageTable.h"
@@ -32,33 +33,59 @@ enum SubstreamType : u16 {
 
 bool IsBof(u16 id) { return id == BOF_BIFF2 || id == BOF_BIFF3 || id == BOF_BIFF4 || id == BOF_BIFF5; }
 
+// Sorts out to which sheets the list leads. A position without a BOF says nothing.
+bool PlaceSheets(LoadState& load) {
+    for (u32 i = 0; i < load.sheetPositions.Count(); ++i) {
+        const u32 position = load.sheetPositions[i];
+        const bool leads = position >= load.stream.position && IsBof(WordAt(load.stream.bytes, position));
+        if (!(leads ? load.places.Append({position, i, false}) : load.unplaced.Append(i))) return false;
+    }
+    std::sort(load.places.begin(), load.places.end(), [](const SheetPlace& a, const SheetPlace& b) {
+        return a.position != b.position ? a.position < b.position : a.sheet < b.sheet;
+    });
+    return true;
+}
+
+// The sheet whose substream begins at a position of the stream; false for one that belongs to none.
+bool TakeSheetAt(LoadState& load, std::size_t position, i32& sheet) {
+    SheetPlace* place =
+        std::lower_bound(load.places.begin(), load.places.end(), position,
+                         [](const SheetPlace& row, std::size_t wanted) { return row.position < wanted; });
+    if (place != load.places.end() && place->position == position) {
+        if (place->read) return false;
+        place->read = true;
+        sheet = static_cast<i32>(place->sheet);
+        return true;
+    }
+    if (load.nextUnplaced == load.unplaced.Count()) return false;
+    sheet = static_cast<i32>(load.unplaced[load.nextUnplaced++]);
+    return true;
+}
+
 // The globals and what stands behind them.
 bool ReadBookGlobals(LoadState& load, const BiffRecord& bof) {
     load.biffVersion = bof.id != BOF_BIFF5 || ByteAt(bof.body, 1) == 5 ? 7 : 8;
     LoadedBook(load).biffVersion = load.biffVersion;
-    if (!ReadGlobals(load)) return false;
+    if (!ReadGlobals(load) || !PlaceSheets(load)) return false;
     if (load.biffVersion != 8) ResolveNameSheets(load);
     // A sheet has a table of its own.
     load.externTable.Clear();
     return true;
 }
 
-// The next sheet in file order; a sheet that the globals did not name is not read.
 bool ReadSheetSubstream(LoadState& load, i32 type) {
-    Workbook& book = LoadedBook(load);
-    if (static_cast<u32>(load.sheet) >= book.sheets.Count()) return true;
-    book.currentSheet = load.sheet;
+    LoadedBook(load).currentSheet = load.sheet;
     const i32 kind = LoadedSheet(load).kind;
     if (kind != type) ResetSheet(type, LoadedSheet(load).hidden);
     const bool good = type == SUBSTREAM_CHART ? ReadChartRecords(load) : ReadSheet(load);
-    ++load.sheet;
     if (load.biffVersion != 8) load.externTable.Clear();
     return good;
 }
 
 bool ReadSubstreams(LoadState& load) {
     BiffRecord record;
-    while (NextRecord(load.stream, record)) {
+    u32 sheetsRead = 0;
+    for (std::size_t at = load.stream.position; NextRecord(load.stream, record); at = load.stream.position) {
         if (!IsBof(record.id)) continue;
         const u16 type = WordAt(record.body, 2);
         switch (type) {
@@ -69,8 +96,9 @@ bool ReadSubstreams(LoadState& load) {
             case SUBSTREAM_SHEET:
             case SUBSTREAM_CHART:
             case SUBSTREAM_MACRO:
+                if (!TakeSheetAt(load, at, load.sheet)) break;
                 if (!ReadSheetSubstream(load, type)) return false;
-                if (static_cast<u32>(load.sheet) == load.boundSheets) return true;
+                if (++sheetsRead == load.boundSheets) return true;
                 break;
             default: break;
         }

@@ -34,8 +34,13 @@ bool ReadSheetOptions(LoadState& load, ByteView body) {
 bool ReadPageSetup(LoadState& load, ByteView body) {
     Array<u8>& setup = LoadedSheet(load).page.setup;
     setup.Truncate(0);
-    if (!AppendBytes(setup, Part(body, 0, SETUP_BYTES))) return false;
-    return setup.Resize(SETUP_BYTES);
+    if (!AppendBytes(setup, Part(body, 0, SETUP_BYTES)) || !setup.Resize(SETUP_BYTES)) return false;
+    if (body.size() >= SETUP_BYTES) return true;
+    // An older form ends before the margins of header and footer and the count of copies.
+    PutF64(setup.Data() + 16, 0.5);
+    PutF64(setup.Data() + 24, 0.5);
+    PutU16(setup.Data() + 32, 1);
+    return true;
 }
 
 bool ReadPrinter(LoadState& load, ByteView body) {

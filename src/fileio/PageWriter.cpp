@@ -16,6 +16,7 @@ constexpr u8 VIEW_ALWAYS = 176;  // zeros shown, grid colour automatic, outline 
 constexpr u8 VIEW_CURRENT = 6;
 constexpr u32 GRID_COLOUR = 64;
 constexpr u16 ONE_FROZEN_MARK = 1;
+constexpr std::size_t PAGE_TEXT_MOST = 255;
 
 struct MarginRecord {
     u16 id;
@@ -30,7 +31,7 @@ void WritePageText(SaveState& save, u16 id, WideView text) {
     if (text.empty()) return WriteEmptyRecord(save.writer, id);
     BeginBody(save);
     if (save.biffVersion == 8) {
-        WriteLongString(save, save.body, text);
+        WriteLongString(save, save.body, CutText(save, text, PAGE_TEXT_MOST));
     } else {
         WriteShortString(save, save.body, text);
     }
@@ -53,7 +54,7 @@ void WritePrinter(SaveState& save, const Array<u8>& printer) {
         save.body.failed = true;
     }
     save.writer.failed = save.writer.failed || save.body.failed;
-    WriteSplitRecord(save.writer, PLS, save.body.stream.Span(), RECORD_ROOM, RECORD_ROOM);
+    WriteSplitRecord(save.writer, PLS, save.body.stream.Span(), RoomOf(save), RoomOf(save));
 }
 
 void WriteMargins(SaveState& save, const PageSettings& page) {
@@ -147,6 +148,7 @@ void WritePageRecords(SaveState& save, const Sheet& sheet) {
 
 void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current) {
     WriteWindow2(save, sheet, current);
+    WriteZoom(save, sheet);
     if (sheet.viewFlags & VIEW_FROZEN) WritePane(save, sheet.view);
     WriteSelection(save, sheet.view);
 }

@@ -10,9 +10,7 @@ namespace {
 
 constexpr std::size_t SHORT_MOST = 255;
 constexpr std::size_t NARROW_MOST = 2048;  // bytes of a text of the 95 form
-constexpr std::size_t LONG_MOST = 65535;
-constexpr std::size_t BODY_MOST = 65535;
-constexpr u8 SUBSTITUTE = 0x1A;
+constexpr std::size_t LONG_MOST = 32767;
 
 bool IsAscii(WideView text) {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
@@ -20,19 +18,24 @@ bool IsAscii(WideView text) {
 
 bool IsHighSurrogate(char16_t c) { return (c & 0xFC00) == 0xD800; }
 
-// Converts what is not plain ASCII and notes whether it comes back.
-void Convert(SaveState& save, WideView text) {
+// Converts into save.narrow; false when it does not come back.
+bool ConvertOnce(SaveState& save, WideView text) {
     save.narrow.Truncate(0);
     const u64 failures = FailedAllocations();
     const bool good = Platform().wideCharToMultiByte(save.codePage, text, save.narrow);
     if (!good && FailedAllocations() != failures) save.writer.failed = true;
     save.wide.Truncate(0);
-    if (!good || !Platform().multiByteToWideChar(save.codePage, save.narrow.Span(), save.wide) ||
-        save.wide.View() != text) {
-        save.losses |= LOSS_CHARACTERS;
-        // The mark that stands for a lacking character is one that can be seen.
-        std::replace(save.narrow.begin(), save.narrow.end(), SUBSTITUTE, u8{'?'});
-    }
+    return good && Platform().multiByteToWideChar(save.codePage, save.narrow.Span(), save.wide) &&
+           save.wide.View() == text;
+}
+
+// Converts what is not plain ASCII and notes whether it comes back.
+void Convert(SaveState& save, WideView text) {
+    if (ConvertOnce(save, text)) return;
+    save.losses |= LOSS_CHARACTERS;
+    WideText twin;
+    if (!WidenTwins(save.codePage, text, twin)) save.writer.failed = true;
+    else if (twin.View() != text) IgnoreFailure(ConvertOnce(save, twin));
 }
 
 }  // namespace
@@ -65,13 +68,6 @@ ByteView NarrowText(SaveState& save, WideView text, std::size_t most) {
         text = CutText(save, text, text.size() - std::min(excess, text.size()));
         Convert(save, text);
     }
-    return save.narrow.Span();
-}
-
-ByteView NarrowSheetName(SaveState& save, WideView name) {
-    NarrowText(save, name, SHORT_MOST);
-    // A sheet's name has no question marks.
-    std::replace(save.narrow.begin(), save.narrow.end(), u8{'?'}, u8{'_'});
     return save.narrow.Span();
 }
 
@@ -151,7 +147,7 @@ void BeginBody(SaveState& save) {
 bool EndBody(SaveState& save, u16 id) {
     save.writer.failed = save.writer.failed || save.body.failed;
     const Array<u8>& bytes = save.body.stream;
-    if (bytes.Count() > BODY_MOST) return false;
+    if (bytes.Count() > RoomOf(save)) return false;
     WriteRecordHeader(save.writer, id, bytes.Count());
     WriteBytes(save.writer, bytes.Data(), bytes.Count());
     return true;

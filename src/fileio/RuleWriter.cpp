@@ -109,8 +109,40 @@ void WriteFilterRecords(SaveState& save, const Sheet& sheet) {
     }
 }
 
+namespace {
+
+// The merged areas by their first cells. What touches one that stands before it is left out, and a single cell.
+bool OrderMerges(SaveState& save, const Array<RefArea>& from, Array<RefArea>& out) {
+    Array<RefArea> sorted;
+    Array<RefArea> open;  // those that reach the row
+    if (!sorted.AppendMany(from.Data(), from.Count())) return false;
+    std::sort(sorted.begin(), sorted.end(), [](const RefArea& a, const RefArea& b) {
+        return a.firstRow != b.firstRow ? a.firstRow < b.firstRow : a.firstColumn < b.firstColumn;
+    });
+    for (const RefArea& area : sorted) {
+        if (area.firstRow == area.lastRow && area.firstColumn == area.lastColumn) continue;
+        u32 kept = 0;
+        for (u32 i = 0; i < open.Count(); ++i) {
+            if (open[i].lastRow >= area.firstRow) open[kept++] = open[i];
+        }
+        open.Truncate(kept);
+        const bool crossed = std::any_of(open.begin(), open.end(), [&](const RefArea& other) {
+            return area.firstColumn <= other.lastColumn && other.firstColumn <= area.lastColumn;
+        });
+        if (crossed) {
+            save.losses |= LOSS_MERGES;
+        } else if (!open.Append(area) || !out.Append(area)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
 void WriteMerges(SaveState& save, const Sheet& sheet) {
-    const Array<RefArea>& merges = sheet.mergedAreas;
+    Array<RefArea> merges;
+    if (!OrderMerges(save, sheet.mergedAreas, merges)) save.writer.failed = true;
     for (u32 first = 0; first < merges.Count(); first += MERGES_MOST) {
         const u32 count = std::min(merges.Count() - first, MERGES_MOST);
         BeginBody(save);
@@ -235,8 +267,10 @@ void WriteConditionalFormat(SaveState& save, const ConditionalFormat& format, u3
     for (const ConditionalCondition& condition : format.conditions) WriteCondition(save, condition);
 }
 
-// ---- validation
+// ---- validation, whose texts and formulas leave room for so many areas
 // ---------------------------------------------------------------------------------------------------
+
+constexpr u32 RULE_AREAS_MOST = 432;
 
 // An absent text is one zero character.
 void PutRuleText(SaveState& save, WideView text) {
@@ -255,7 +289,8 @@ u32 RuleFlags(const ValidationRule& rule) {
            (rule.showInput ? 1u << 18 : 0u) | (rule.showError ? 1u << 19 : 0u) | (rule.comparison & 15) << 20;
 }
 
-bool WriteValidation(SaveState& save, const ValidationRule& rule) {
+// A rule with some of its areas.
+bool WriteValidation(SaveState& save, const ValidationRule& rule, u32 first, u32 count) {
     BeginBody(save);
     BiffWriter& to = save.body;
     WriteU32(to, RuleFlags(rule));
@@ -265,8 +300,8 @@ bool WriteValidation(SaveState& save, const ValidationRule& rule) {
     PutRuleText(save, rule.errorText);
     PutRuleFormula(to, rule.formula1);
     PutRuleFormula(to, rule.formula2);
-    WriteU16(to, rule.areas.Count());
-    for (const RefArea& area : rule.areas) PutArea8(to, area);
+    WriteU16(to, count);
+    for (u32 i = 0; i < count; ++i) PutArea8(to, rule.areas[first + i]);
     return EndBody(save, DV);
 }
 
@@ -291,11 +326,17 @@ void WriteValidations(SaveState& save, const Sheet& sheet) {
     PutU32(out + 14, 0);
     u32 written = 0;
     for (const ValidationRule& rule : sheet.validations) {
-        if (WriteValidation(save, rule)) {
-            ++written;
-        } else {
-            save.losses |= LOSS_RULES;
-        }
+        // A rule of many areas is several of few.
+        u32 first = 0;
+        do {
+            const u32 count = std::min(rule.areas.Count() - first, RULE_AREAS_MOST);
+            if (WriteValidation(save, rule, first, count)) {
+                ++written;
+            } else {
+                save.losses |= LOSS_RULES;
+            }
+            first += count;
+        } while (first < rule.areas.Count());
     }
     PatchU32(save.writer, written, countAt);
 }

@@ -77,7 +77,8 @@ bool BuildStream(SaveState& save, FileType type) {
         return !save.writer.failed;
     }
     save.biffVersion = book.biffVersion == 7 ? 7 : 8;
-    save.codePage = book.codePage;
+    save.codePage = save.biffVersion == 8 ? book.codePage : ChooseCodePage(book);
+    if (save.biffVersion != 8 && !FitNames(save)) return false;
     WriteGlobals(save);
     for (u32 i = 0; i < book.sheets.Count() && !save.writer.failed; ++i) WriteSheet(save, static_cast<i32>(i));
     return !save.writer.failed;
@@ -119,9 +120,32 @@ bool WriteWorkbook(i32 book, WideView path, FileType type, u32& losses) {
     return false;
 }
 
+// What a text does not say of the sheet that it is written from, beyond how its cells look.
+u32 TextLosses(const Workbook& book) {
+    u32 losses = book.sheets.Count() > 1 ? u32{LOSS_SHEETS} : 0u;
+    if (static_cast<u32>(book.currentSheet) >= book.sheets.Count()) return losses;
+    const Sheet& sheet = *book.sheets[static_cast<u32>(book.currentSheet)];
+    if (!(sheet.kind & SHEET_WITH_CELLS))
+        return losses | (sheet.kind == SHEET_CHART ? LOSS_CHARTS : LOSS_SHEET_KINDS);
+    const struct {
+        bool lost;
+        u32 loss;
+    } rows[] = {
+        {!sheet.cells.formulas.IsEmpty() && !(sheet.viewFlags & VIEW_FORMULAS), LOSS_FORMULAS},
+        {!sheet.mergedAreas.IsEmpty(), LOSS_MERGES},
+        {!sheet.conditionalFormats.IsEmpty() || !sheet.validations.IsEmpty(), LOSS_RULES},
+        {!sheet.hyperlinks.IsEmpty(), LOSS_HYPERLINKS},
+        {!sheet.objects.IsEmpty(), LOSS_OBJECTS},
+        {!book.names.IsEmpty(), LOSS_NAMES},
+        {book.date1904 != 0, LOSS_DATES},
+    };
+    for (const auto& row : rows) losses |= row.lost ? row.loss : 0u;
+    return losses;
+}
+
 bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses) {
-    if (BookAt(book)->sheets.Count() > 1) losses = LOSS_SHEETS;
-    return SaveText(book, path, type);
+    losses = TextLosses(*BookAt(book));
+    return SaveText(book, path, type, losses);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // out of memory goes on without effect; `writer.failed` tells at the end.
 
 #include "fileio/BiffWriter.h"
+#include "fileio/NarrowText.h"
 #include "fileio/SaveFile.h"
 #include "fileio/TokenRewrite.h"
 #include "model/BookTable.h"
@@ -34,6 +35,12 @@ struct LinkTable {
 
 struct PocketNumbers;
 
+// A text of the older form in place of one that its code page cannot hold.
+struct RenamedText {
+    u32 index = 0;
+    WideText text;
+};
+
 struct SaveState {
     i32 book = -1;
     u8 biffVersion = 8;
@@ -43,6 +50,8 @@ struct SaveState {
     Array<u32> boundSheets;  // stream offsets of the sheets' positions
     StringTable strings;
     LinkTable links;
+    Array<RenamedText> renamedSheets;       // ascending, of the book's sheets
+    Array<RenamedText> renamedNames;        // and of its names
     const PocketNumbers* pocket = nullptr;  // in the pocket form
     TokenRewrite narrowed;                  // the tokens that NarrowTokens gave last
     Array<u8> narrow;                       // the text that NarrowText gave last
@@ -60,8 +69,9 @@ bool IsWide(WideView text);
 WideView CutText(SaveState& save, WideView text, std::size_t most);
 // The text in the book's code page, at most `most` bytes. Valid until the next call.
 ByteView NarrowText(SaveState& save, WideView text, std::size_t most);
-// The same for the name of a sheet.
-ByteView NarrowSheetName(SaveState& save, WideView name);
+// What stands for the name of a sheet, and for a name, in the file.
+WideView WrittenSheetName(const SaveState& save, i32 sheet);
+WideView WrittenName(const SaveState& save, u32 name);
 // The characters in one or two bytes each.
 void WriteCharacters(BiffWriter& to, WideView text, bool wide);
 // Count byte, then the text: option byte and characters, or the bytes of the code page.
@@ -72,9 +82,19 @@ void WriteLongString(SaveState& save, BiffWriter& to, WideView text);
 // A record of one such text; what does not fit goes on in CONTINUE records, each with an option byte.
 void WriteSplitString(SaveState& save, u16 id, WideView text);
 
+// The most bytes of a record's body in the form of the file.
+inline std::size_t RoomOf(const SaveState& save) {
+    return save.biffVersion == 8 ? RECORD_ROOM : RECORD_ROOM_95;
+}
 // Starts a record in save.body; EndBody writes it. What no record can hold is left out, and false.
 void BeginBody(SaveState& save);
 bool EndBody(SaveState& save, u16 id);
+
+// ---- names of the 95 form
+// ------------------------------------------------------------------------------
+
+// Finds texts for the names that the page cannot hold, each unlike all others; false when memory fails.
+[[nodiscard]] bool FitNames(SaveState& save);
 
 // ---- globals ----------------------------------------------------------------------------------------------
 
@@ -130,7 +150,9 @@ void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastCo
 void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current);
 // The 9 bytes of PANE.
 void PutPane(const SaveState& save, const SheetView& view, u8* out);
-// SCL and SHEETEXT.
+// SCL, which stands among the records of the view.
+void WriteZoom(SaveState& save, const Sheet& sheet);
+// SHEETEXT, and the zoom of a sheet without a view.
 void WriteSheetTail(SaveState& save, const Sheet& sheet);
 void WriteMerges(SaveState& save, const Sheet& sheet);
 void WriteConditionalFormats(SaveState& save, const Sheet& sheet);

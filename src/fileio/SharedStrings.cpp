@@ -5,19 +5,36 @@ namespace {
 
 constexpr u16 CONTINUE = 60;
 
-// A place in the bodies of an SST record and of the records behind it.
+// A place in the bodies of an SST record and of the CONTINUE records behind it.
 struct StringReader {
     BiffStream& stream;
     ByteView body;
     std::size_t at = 0;
+    bool ended = false;  // the stream gives no more
 
     // Goes on with the next record, its first `skip` bytes passed over.
     bool NextBody(std::size_t skip) {
         BiffRecord record;
-        if (!NextRecord(stream, record)) return false;
+        if (PeekRecordId(stream) != CONTINUE || !NextRecord(stream, record)) {
+            ended = true;
+            return false;
+        }
         body = record.body;
         at = skip;
         return true;
+    }
+    // Goes over to the record in which the next byte lies. What is no character may be cut anywhere, runs and
+    // phonetic data over several records as well.
+    bool AtByte() {
+        while (at >= body.size()) {
+            if (!NextBody(at - body.size())) return false;
+        }
+        return true;
+    }
+    u32 TakeBytes(u32 count) {
+        u32 value = 0;
+        for (u32 i = 0; i < count && AtByte(); ++i) value |= u32{body[at++]} << (8 * i);
+        return value;
     }
 };
 
@@ -29,18 +46,11 @@ struct StringHead {
 
 StringHead ReadHead(StringReader& r) {
     StringHead head;
-    head.characters = WordAt(r.body, r.at);
-    const u8 option = ByteAt(r.body, r.at + 2);
-    r.at += 3;
+    head.characters = r.TakeBytes(2);
+    const u32 option = r.TakeBytes(1);
     head.wide = option & 1;
-    if (option & 8) {
-        head.tail += std::size_t{WordAt(r.body, r.at)} * 4;
-        r.at += 2;
-    }
-    if (option & 4) {
-        head.tail += LongAt(r.body, r.at);
-        r.at += 4;
-    }
+    if (option & 8) head.tail += std::size_t{r.TakeBytes(2)} * 4;
+    if (option & 4) head.tail += r.TakeBytes(4);
     return head;
 }
 
@@ -66,8 +76,8 @@ void CutAtZero(TextBlock& block) {
     block.length = length;
 }
 
-// One string; null when memory fails. `ended` is set when the stream gives no more.
-TextBlock* ReadOne(StringReader& r, bool& ended) {
+// One string; null when memory fails.
+TextBlock* ReadOne(StringReader& r) {
     const StringHead head = ReadHead(r);
     TextBlock* block = MakeTextRoom(head.characters);
     if (!block) return nullptr;
@@ -78,7 +88,6 @@ TextBlock* ReadOne(StringReader& r, bool& ended) {
         if (done == head.characters) break;
         // A fresh option byte stands ahead of the characters that go on in the next record.
         if (!r.NextBody(1)) {
-            ended = true;
             block->characters[done] = 0;
             break;
         }
@@ -93,19 +102,14 @@ TextBlock* ReadOne(StringReader& r, bool& ended) {
 
 bool ReadSharedStrings(LoadState& load, const BiffRecord& record) {
     const u32 count = LongAt(record.body, 4);
-    StringReader r{load.stream, record.body, 8};
+    StringReader r{load.stream, record.body, 8, false};
     // A string takes three bytes at least, so the bytes that are left bound the count.
     const auto before = static_cast<std::size_t>(record.body.data() - load.stream.bytes.data());
     const std::size_t most = (load.stream.bytes.size() - before) / 3;
     if (static_cast<i32>(count) < 1) return true;
     if (!load.strings.Reserve(load.strings.Count() + (count < most ? count : most))) return false;
-    bool ended = false;
-    for (u32 i = 0; i < count && !ended; ++i) {
-        if (r.at >= r.body.size()) {
-            if (PeekRecordId(load.stream) != CONTINUE || !r.NextBody(r.at - r.body.size())) break;
-            if (r.at >= r.body.size()) break;
-        }
-        TextBlock* block = ReadOne(r, ended);
+    for (u32 i = 0; i < count && r.AtByte(); ++i) {
+        TextBlock* block = ReadOne(r);
         if (!block) return false;
         if (!load.strings.Append(block)) {
             ReleaseText(block);

@@ -12,7 +12,7 @@ namespace {
 constexpr u16 SST = 252, EXTSST = 255;
 constexpr u32 BUCKETS = 1027;  // that one EXTSST record has room for
 constexpr u32 SMALLEST_BUCKET = 8;
-constexpr std::size_t TEXT_MOST = 65535;  // characters that the count can tell
+constexpr std::size_t TEXT_MOST = 32767;  // characters of a cell
 constexpr u32 FIRST_SLOTS = 64;
 
 u32 HashBlock(const TextBlock* block) {

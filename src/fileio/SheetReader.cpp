@@ -6,6 +6,7 @@ namespace tally {
 namespace {
 
 constexpr u16 RECORD_EOF = 10, RECORD_BOF = 2057;
+constexpr u16 CUSTOM_VIEW_BEGIN = 426, CUSTOM_VIEW_END = 427;
 
 struct RecordHandler {
     u16 id;
@@ -96,10 +97,17 @@ bool SkipSubstream(BiffStream& stream) {
 
 }  // namespace
 
+bool ReadSheetRecord(LoadState& load, u16 id, ByteView body) {
+    const RecordHandler* handler = FindHandler(id);
+    return !handler || handler->read(load, body);
+}
+
 bool ReadSheet(LoadState& load) {
     FreeShared(load.shared);
     FreeShared(load.arrays);
     load.lastCellKnown = false;
+    // The records of a custom view are those of the sheet once more, as that view has them.
+    bool customView = false;
     BiffRecord record;
     while (NextRecord(load.stream, record)) {
         if (record.id == RECORD_EOF) {
@@ -107,12 +115,14 @@ bool ReadSheet(LoadState& load) {
             FreeShared(load.arrays);
             return true;
         }
+        if (record.id == CUSTOM_VIEW_BEGIN || record.id == CUSTOM_VIEW_END)
+            customView = record.id == CUSTOM_VIEW_BEGIN;
+        if (customView) continue;
         if (record.id == RECORD_BOF) {
             if (!SkipSubstream(load.stream)) return false;
             continue;
         }
-        const RecordHandler* handler = FindHandler(record.id);
-        if (handler && !handler->read(load, record.body)) return false;
+        if (!ReadSheetRecord(load, record.id, record.body)) return false;
     }
     return false;
 }

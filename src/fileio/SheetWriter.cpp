@@ -86,12 +86,12 @@ void WriteGrid(SaveState& save, i32 index) {
     const u32 indexBlocks = WriteIndex(save, extent);
     WriteCalculationRecords(save);
     WritePageRecords(save, sheet);
-    WriteFilterRecords(save, sheet);
     if (!form8) {
         CollectSheetLinks(save, sheet);
         WriteLinkTable(save);
     }
     WriteColumns(save, sheet);
+    WriteFilterRecords(save, sheet);
     WriteDimensions(save, extent);
     WriteRowBlocks(save, sheet, extent.lastRow, extent.lastColumn, indexBlocks);
     WriteViewRecords(save, sheet, index == SavedBook(save).currentSheet);
@@ -220,12 +220,15 @@ void WriteColumns(SaveState& save, const Sheet& sheet) {
     }
 }
 
+void WriteZoom(SaveState& save, const Sheet& sheet) {
+    if (save.biffVersion != 8 && sheet.zoomPercent == 100) return;
+    const i32 divisor = std::gcd(sheet.zoomPercent, 100);
+    WriteRecordU16Pair(save.writer, SCL, static_cast<u32>(sheet.zoomPercent / divisor),
+                       static_cast<u32>(100 / divisor));
+}
+
 void WriteSheetTail(SaveState& save, const Sheet& sheet) {
-    if (save.biffVersion == 8 || sheet.zoomPercent != 100) {
-        const i32 divisor = std::gcd(sheet.zoomPercent, 100);
-        WriteRecordU16Pair(save.writer, SCL, static_cast<u32>(sheet.zoomPercent / divisor),
-                           static_cast<u32>(100 / divisor));
-    }
+    if (!(sheet.kind & SHEET_WITH_CELLS)) WriteZoom(save, sheet);
     if (!sheet.tabColour) return;
     u8* out = BeginRecord(save.writer, SHEETEXT, 20);
     const u32 words[] = {SHEETEXT, 0, 0, 20, sheet.tabColour};

@@ -6,6 +6,7 @@
 #include "base/Number.h"
 #include "base/Text.h"
 #include "display/LocaleSettings.h"
+#include "fileio/BiffReader.h"
 #include "fileio/TextEntry.h"
 #include "model/CellStore.h"
 
@@ -124,9 +125,12 @@ void NameSheet(i32 book) {
 
 bool ReadText(i32 book, ByteView file, FileType type, char16_t delimiter) {
     NameSheet(book);
+    const TextCoding coding = CodingOfText(file);
+    BookAt(book)->textCodePage = coding.page;
+    BookAt(book)->textMark = coding.mark != 0;
     WideText text;
     const u64 failures = FailedAllocations();
-    if (!Platform().multiByteToWideChar(Platform().getTextCodePage(), file, text) &&
+    if (!Platform().multiByteToWideChar(coding.page, From(file, coding.mark), text) &&
         FailedAllocations() != failures)
         return false;
     TextReader r;
@@ -143,13 +147,13 @@ bool ReadText(i32 book, ByteView file, FileType type, char16_t delimiter) {
     return true;
 }
 
-bool SaveText(i32 book, WideView path, FileType type) {
+bool SaveText(i32 book, WideView path, FileType type, u32& losses) {
     const OutputHandle file = Platform().createFile(path);
     if (!file) {
         ShowMessageWith(Message(MSG_CANNOT_CREATE_FILE), path);
         return false;
     }
-    if (!WriteText(book, file, type)) {
+    if (!WriteText(book, file, type, losses)) {
         Platform().abandonFile(file);
         ShowMessageWith(Message(MSG_CANNOT_WRITE_FILE), path);
         return false;

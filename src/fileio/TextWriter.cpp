@@ -5,6 +5,7 @@
 #include "base/Text.h"
 #include "display/DisplayText.h"
 #include "display/LocaleSettings.h"
+#include "fileio/SaveFile.h"
 #include "fileio/TextFiles.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
@@ -24,12 +25,14 @@ struct TextWriter {
     OutputHandle file;
     u32 codePage;
     bool asciiKept;  // characters below 128 are their own byte
+    u32 losses;      // SaveLoss bits
     char16_t separator;
     char16_t listSeparator;
     bool formulas;
     Array<u8> separators;  // of the longest line, in the bytes of the file
     Array<u8> bytes;       // not yet handed to the file
     WideText shown;
+    WideText back;  // scratch: what the file's bytes will be read as
 };
 
 bool Flush(TextWriter& w) {
@@ -39,11 +42,22 @@ bool Flush(TextWriter& w) {
     return true;
 }
 
+// Notes whether what was written from `start` on comes back.
+bool PutConverted(TextWriter& w, WideView text) {
+    const u32 start = w.bytes.Count();
+    if (!Platform().wideCharToMultiByte(w.codePage, text, w.bytes)) return false;
+    if (w.losses & LOSS_CHARACTERS) return true;
+    w.back.Truncate(0);
+    if (!Platform().multiByteToWideChar(w.codePage, w.bytes.Span().subspan(start), w.back)) return false;
+    if (w.back.View() != text) w.losses |= LOSS_CHARACTERS;
+    return true;
+}
+
 // Text that is its own bytes, which most is, goes out without asking the platform.
 bool PutText(TextWriter& w, WideView text) {
     char16_t all = 0;
     for (char16_t c : text) all |= c;
-    if (!w.asciiKept || all >= 128) return Platform().wideCharToMultiByte(w.codePage, text, w.bytes);
+    if (!w.asciiKept || all >= 128) return PutConverted(w, text);
     u8* out = w.bytes.AppendRaw(text.size());
     if (!out) return false;
     for (char16_t c : text) *out++ = static_cast<u8>(c);
@@ -165,21 +179,25 @@ i32 LastCellColumn(const CellStore& store) {
 
 }  // namespace
 
-bool WriteText(i32 book, OutputHandle file, FileType type) {
+bool WriteText(i32 book, OutputHandle file, FileType type, u32& losses) {
     const Workbook& workbook = *BookAt(book);
     const Sheet* sheet = SheetAt(book, workbook.currentSheet);
-    if (!sheet || !(sheet->kind & SHEET_WITH_CELLS) || !sheet->cells.count) return true;
     TextWriter w{};
     w.book = book;
     w.sheet = workbook.currentSheet;
     w.file = file;
-    w.codePage = Platform().getTextCodePage();
+    w.codePage = workbook.textCodePage ? workbook.textCodePage : Platform().getTextCodePage();
     w.asciiKept = w.codePage != 1200 && w.codePage != 1201;
     w.listSeparator = Locale().listSeparator;
     w.separator = type == FILE_TXT ? u'\t' : w.listSeparator;
+    if (!w.bytes.Reserve(FLUSH_BYTES * 2) || !MakeSeparators(w)) return false;
+    const ByteView mark = workbook.textMark ? MarkOfPage(workbook.textCodePage) : ByteView();
+    if (!w.bytes.AppendMany(mark.data(), mark.size())) return false;
+    if (!sheet || !(sheet->kind & SHEET_WITH_CELLS) || !sheet->cells.count) return Flush(w);
     w.formulas = (sheet->viewFlags & VIEW_FORMULAS) != 0;
-    return w.bytes.Reserve(FLUSH_BYTES * 2) && MakeSeparators(w) &&
-           PutRows(w, type != FILE_TXT, LastCellColumn(sheet->cells));
+    const bool good = PutRows(w, type != FILE_TXT, LastCellColumn(sheet->cells));
+    losses |= w.losses;
+    return good;
 }
 
 }  // namespace tally

@@ -317,7 +317,7 @@ u32 WidenToken(Widening& w, u32 at) {
             break;
         case ptgName:
             PutByte(w.to, token);
-            PutWord(w.to, WordAt(rest, 1));
+            PutWord(w.to, WordAt(rest, 1) + (w.version < 5 ? w.load.nameBase : 0));
             PutWord(w.to, 0);
             break;
         case ptgRef:

@@ -72,12 +72,12 @@ bool ReadRow(LoadState& load, ByteView body) {
 
 bool ReadColumnInfo(LoadState& load, ByteView body) {
     const u32 last = std::min<u32>(WordAt(body, 2), MAX_COLUMNS - 1);
-    const u16 format = WordAt(body, 6);
+    const u32 format = WordAt(body, 6) + load.formatBase;
     for (u32 column = WordAt(body, 0) & 0xFF; column <= last; ++column) {
         ColumnInfo info;
         info.column = static_cast<u8>(column);
         info.width = WordAt(body, 4);
-        info.format = format < LoadedBook(load).cellFormats.Count() ? format : u16{0};
+        info.format = format < LoadedBook(load).cellFormats.Count() ? static_cast<u16>(format) : u16{0};
         info.flags = ByteAt(body, 8) & 1 ? u16{COLUMN_HIDDEN} : u16{0};
         if (!SetColumnInfo(LoadedSheet(load).columns, info)) return false;
     }

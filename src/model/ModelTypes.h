@@ -372,10 +372,12 @@ struct Sheet {
 constexpr i32 PALETTE_SIZE = 64;
 
 struct Workbook {
-    WideText path;         // full path, or the untitled name
-    u8 biffVersion = 8;    // 8 the 97 form, 7 the 95 form
-    u16 codePage = 0;      // converts the book's narrow text
-    u16 fileCodePage = 0;  // as the file names it
+    WideText path;          // full path, or the untitled name
+    u8 biffVersion = 8;     // 8 the 97 form, 7 the 95 form
+    u16 codePage = 0;       // converts the book's narrow text
+    u16 fileCodePage = 0;   // as the file names it
+    u16 textCodePage = 0;   // of the delimited text that the book was read from; 0: it was not
+    bool textMark = false;  // that text began with a byte-order mark
     u32 dirty = 0;
     u32 circularSeen = 0;
     u32 palette[PALETTE_SIZE] = {};  // 0x00BBGGRR

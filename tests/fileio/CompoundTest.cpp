@@ -58,12 +58,98 @@ TEST(Compound, ASmallBookHasAStreamOfExactly4096Bytes) {
     EXPECT_EQ(WordAt(directory, 384 + 64), 56u);
 }
 
-TEST(Compound, TheNameIsThatOfTheVersionAndCaseMatters) {
+TEST(Compound, TheNameIsThatOfTheVersionInAnyCase) {
     const Array<u8> file = Built({1}, 7);
     std::vector<u8> back;
     EXPECT_EQ(Read(file.Span(), u"Book", back), STREAM_READ);
+    EXPECT_EQ(Read(file.Span(), u"BOOK", back), STREAM_READ);
     EXPECT_EQ(Read(file.Span(), u"Workbook", back), STREAM_MISSING);
-    EXPECT_EQ(Read(file.Span(), u"BOOK", back), STREAM_MISSING);
+    EXPECT_EQ(Read(file.Span(), u"Boo", back), STREAM_MISSING);
+    EXPECT_EQ(Read(file.Span(), u"Bool", back), STREAM_MISSING);
+}
+
+constexpr u32 NONE = 0xFFFFFFFF;
+
+struct Entry {
+    WideView name;
+    u8 type;  // 1 storage, 2 stream, 5 root
+    u32 left, right, child;
+};
+
+// A file of one FAT sector whose entries that are streams have 4,096 bytes of the entry's own number.
+std::vector<u8> FileWithDirectory(const std::vector<Entry>& entries) {
+    const u32 directorySectors = static_cast<u32>((entries.size() + 3) / 4);
+    std::vector<u8> file((2 + directorySectors + entries.size() * 8) * 512, 0);
+    const Array<u8> header = Built({1});
+    std::copy(header.begin(), header.begin() + 512, file.begin());
+    PutU32(file.data() + 44, 1);
+    PutU32(file.data() + 48, 1);
+    PutU32(file.data() + 76, 0);
+    u8* fat = file.data() + 512;
+    std::fill(fat, fat + 512, u8{0xFF});
+    for (u32 i = 0; i < directorySectors; ++i)
+        PutU32(fat + 4 * (1 + i), i + 1 < directorySectors ? i + 2 : 0xFFFFFFFE);
+    for (u32 i = 0; i < entries.size(); ++i) {
+        u8* out = file.data() + 1024 + i * 128;
+        for (u32 k = 0; k < entries[i].name.size(); ++k) PutU16(out + 2 * k, entries[i].name[k]);
+        PutU16(out + 64, static_cast<u32>(entries[i].name.size() + 1) * 2);
+        out[66] = entries[i].type;
+        PutU32(out + 68, entries[i].left);
+        PutU32(out + 72, entries[i].right);
+        PutU32(out + 76, entries[i].child);
+        const u32 start = 1 + directorySectors + i * 8;
+        PutU32(out + 116, entries[i].type == 2 ? start : 0xFFFFFFFE);
+        PutU32(out + 120, entries[i].type == 2 ? 4096 : 0);
+        for (u32 k = 0; k < 8; ++k) PutU32(fat + 4 * (start + k), k < 7 ? start + k + 1 : 0xFFFFFFFE);
+        std::fill_n(file.begin() + (start + 1) * 512, 4096, static_cast<u8>(i));
+    }
+    return file;
+}
+
+// The number of the entry that a name leads to; -1 where it leads to none.
+int EntryRead(const std::vector<Entry>& entries, WideView name) {
+    std::vector<u8> back;
+    return Read(FileWithDirectory(entries), name, back) == STREAM_READ && back.size() == 4096 ? back[0] : -1;
+}
+
+TEST(Compound, AStreamOfAnEmbeddedBookIsNotTakenForTheFilesOwn) {
+    // The embedded one stands first in the directory.
+    const std::vector<Entry> both = {{u"Root Entry", 5, NONE, NONE, 1},
+                                     {u"MBD0001", 1, NONE, 3, 2},
+                                     {u"Workbook", 2, NONE, NONE, NONE},
+                                     {u"Workbook", 2, NONE, NONE, NONE}};
+    EXPECT_EQ(EntryRead(both, u"Workbook"), 3);
+    // A book only inside is none of the file's.
+    const std::vector<Entry> inside = {{u"Root Entry", 5, NONE, NONE, 1},
+                                       {u"MBD0001", 1, NONE, NONE, 2},
+                                       {u"Data", 1, NONE, NONE, 3},
+                                       {u"Workbook", 2, NONE, NONE, NONE}};
+    EXPECT_EQ(EntryRead(inside, u"Workbook"), -1);
+}
+
+TEST(Compound, TheRootsTreeIsWalkedToBothSidesWhateverItsOrder) {
+    const std::vector<Entry> entries = {
+        {u"Root Entry", 5, NONE, NONE, 3}, {u"Alpha", 2, NONE, NONE, NONE}, {u"WORKBOOK", 2, NONE, NONE, NONE},
+        {u"Middle", 2, 4, 1, NONE},        {u"Beta", 2, NONE, 2, NONE},
+    };
+    EXPECT_EQ(EntryRead(entries, u"Workbook"), 2);
+    EXPECT_EQ(EntryRead(entries, u"alpha"), 1);
+    EXPECT_EQ(EntryRead(entries, u"Middle"), 3);
+}
+
+TEST(Compound, AStreamThatNoTreeLeadsToIsFoundWhereNoStorageClaimsIt) {
+    std::vector<Entry> entries = {{u"Root Entry", 5, NONE, NONE, 77},
+                                  {u"MBD0001", 1, NONE, NONE, 2},
+                                  {u"Workbook", 2, NONE, NONE, NONE},
+                                  {u"Workbook", 2, NONE, NONE, NONE}};
+    EXPECT_EQ(EntryRead(entries, u"Workbook"), 3);
+    // A tree that bites its tail, and a storage that has the name.
+    entries[0].child = 3;
+    entries[3].left = 3;
+    entries[3].right = 0;
+    EXPECT_EQ(EntryRead(entries, u"Workbook"), 3);
+    entries[3].type = 1;
+    EXPECT_EQ(EntryRead(entries, u"Workbook"), -1);
 }
 
 // A stream below 4,096 bytes lies in 64-byte pieces of the root's stream.

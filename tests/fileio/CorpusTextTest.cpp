@@ -86,7 +86,8 @@ class RealWorkbooks : public Sandbox {
   protected:
     static std::string Written() {
         Headless().filesInMemory = true;
-        const bool saved = SaveText(CurrentBook(), u"out.csv", FILE_CSV);
+        u32 losses = 0;
+        const bool saved = SaveText(CurrentBook(), u"out.csv", FILE_CSV, losses);
         const MemoryFile* file = saved ? FindMemoryFile(u"out.csv") : nullptr;
         const std::string text =
             file ? std::string(reinterpret_cast<const char*>(file->bytes.Data()), file->bytes.Count()) : "";

@@ -527,6 +527,17 @@ std::vector<std::string> Comparable(std::vector<std::string> lines) {
         const std::size_t look = line.find(" look ");
         const std::size_t format = look == std::string::npos ? look : line.find(" | ", look);
         if (format != std::string::npos) line.erase(format, line.rfind(" | ", line.rfind(" | ") - 9) - format);
+        // The colours 0 to 7 come back as the equal ones from 8 on.
+        int pattern = 0, fore = 0, back = 0;
+        const std::size_t borders = line.rfind(" | ");
+        const std::size_t fill = look == std::string::npos ? look : line.rfind(" | ", borders - 1);
+        if (fill != std::string::npos &&
+            std::sscanf(line.c_str() + fill, " | %d %d %d", &pattern, &fore, &back) == 3) {
+            const std::string folded = " | " + std::to_string(pattern) + " " +
+                                       std::to_string(fore < 8 ? fore + 8 : fore) + " " +
+                                       std::to_string(back < 8 ? back + 8 : back);
+            line.replace(fill, borders - fill, folded);
+        }
     }
     return lines;
 }

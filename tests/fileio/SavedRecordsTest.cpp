@@ -40,7 +40,7 @@ TEST_F(SavedRecords, TheNewerFormHasItsOrderOfRecords) {
                                        352,  133, 23,  252, 255, 10,                       //
                                        2057, 523, 13,  12,  15,  17,  16,  95,  42,  43,
                                        130,  128, 549, 129, 20,  21,  131, 132, 85,  512,  // the sheet
-                                       520,  215, 574, 29,  160, 10};
+                                       520,  215, 574, 160, 29,  10};
     // Fonts and formats stand in front of USESELFS.
     EXPECT_EQ(Without(Ids(), {49, 1054, 224, 659}), expected);
     EXPECT_EQ(Find(49).size(), 4u);
@@ -461,8 +461,8 @@ TEST_F(SavedRecords, ZoomIsAFractionInLowestTerms) {
 
 TEST_F(SavedRecords, UserNameAndCountryGoBackAsTheyCame) {
     Workbook& book = *CurrentWorkbook();
-    const u8 name[] = {'A', 'n', 'n', 'a'};
-    ASSERT_TRUE(book.userName.AppendMany(name, 4));
+    const u8 name[] = {0, 'A', 'n', 'n', 'a'};
+    ASSERT_TRUE(book.userName.AppendMany(name, 5));
     book.userNameLength = 4;
     book.country[0] = 1;
     book.country[1] = 86;

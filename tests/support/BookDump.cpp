@@ -215,7 +215,12 @@ void DumpSheet(Dump& d, u32 index) {
     if (d.parts & DUMP_RULES) DumpRules(d, where, sheet);
     if (d.parts & (DUMP_RULES | DUMP_VALUES)) DumpFilter(d, where, sheet);
     if (d.parts & DUMP_MERGES) {
-        for (const RefArea& merge : sheet.mergedAreas) d.Add(where + " merge " + AreaText(merge));
+        // In the order in which a file has them.
+        std::vector<RefArea> merges(sheet.mergedAreas.begin(), sheet.mergedAreas.end());
+        std::sort(merges.begin(), merges.end(), [](const RefArea& a, const RefArea& b) {
+            return a.firstRow != b.firstRow ? a.firstRow < b.firstRow : a.firstColumn < b.firstColumn;
+        });
+        for (const RefArea& merge : merges) d.Add(where + " merge " + AreaText(merge));
     }
     if (d.parts & DUMP_LINKS) {
         for (const Hyperlink& link : sheet.hyperlinks)

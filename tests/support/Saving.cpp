@@ -102,12 +102,22 @@ u16 Saving::FormatWith(u16 numberFormat) {
 
 namespace {
 
+// A format for cells that differs from the default one.
+u16 OtherFormat(u16 numberFormat) {
+    CellFormat format = ResolveCellFormat(*CurrentWorkbook(), DEFAULT_CELL_FORMAT);
+    format.numberFormat = numberFormat;
+    u16 index = 0;
+    EXPECT_TRUE(FindOrAddCellFormat(*CurrentWorkbook(), format, index));
+    return index;
+}
+
 void FillCells() {
     Sheet& sheet = *CurrentSheet();
+    const u16 plain = OtherFormat(3), percent = OtherFormat(9), money = OtherFormat(44);
     for (i32 row = 0; row < 40; ++row) {
         for (i32 column = 0; column < 6; ++column) {
             const double number = row * 1.37 + column;
-            IgnoreFailure(InsertCell(sheet, row, column, static_cast<u16>(column == 3 ? 16 : 15),
+            IgnoreFailure(InsertCell(sheet, row, column, column == 3 ? plain : u16{15},
                                      column == 4   ? TextValue(row % 3 ? u"twice" : u"caf\u00e9")
                                      : column == 5 ? BoolValue(row % 2 == 0)
                                                    : NumberValue(number),
@@ -115,16 +125,16 @@ void FillCells() {
         }
     }
     IgnoreFailure(InsertCell(sheet, 50, 1, 15, ErrorValue(ERR_DIV0), FormulaTokens()));
-    IgnoreFailure(InsertCell(sheet, 50, 2, 20, Value(), FormulaTokens()));
-    IgnoreFailure(InsertCell(sheet, 50, 3, 19, Value(), FormulaTokens()));
+    IgnoreFailure(InsertCell(sheet, 50, 2, percent, Value(), FormulaTokens()));
+    IgnoreFailure(InsertCell(sheet, 50, 3, money, Value(), FormulaTokens()));
 }
 
 void FillSizesAndViews() {
     Sheet& sheet = *CurrentSheet();
     IgnoreFailure(SetColumnInfo(sheet.columns, {1, 0, 3000, 15}));
     IgnoreFailure(SetColumnInfo(sheet.columns, {2, 0, 3000, 15}));
-    IgnoreFailure(SetColumnInfo(sheet.columns, {3, COLUMN_HIDDEN, 2000, 20}));
-    IgnoreFailure(SetColumnInfo(sheet.columns, {9, COLUMN_DEFAULT_WIDTH, 0, 20}));
+    IgnoreFailure(SetColumnInfo(sheet.columns, {3, COLUMN_HIDDEN, 2000, OtherFormat(9)}));
+    IgnoreFailure(SetColumnInfo(sheet.columns, {9, COLUMN_DEFAULT_WIDTH, 0, OtherFormat(9)}));
     IgnoreFailure(SetRowInfo(sheet.rows, {4, ROW_CUSTOM_HEIGHT, 600}));
     IgnoreFailure(SetRowInfo(sheet.rows, {5, ROW_HIDDEN, 300}));
     sheet.viewFlags = static_cast<u16>((sheet.viewFlags & ~(VIEW_STANDARD_WIDTH | VIEW_STANDARD_HEIGHT)) |

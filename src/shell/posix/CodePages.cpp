@@ -51,6 +51,11 @@ ConverterTable table;
 
 u32 EffectivePage(u32 page) { return page ? page : Platform().getACP(); }
 
+bool KeepsAscii(u32 page) {
+    return page != UTF16_PAGE && page != 1201 && page != 65000 && page != 50220 && page != 52936 &&
+           page != 37 && page != 500;
+}
+
 UConverter* OpenConverter(u32 page) {
     char name[24];
     const char* chosen = nullptr;
@@ -66,7 +71,11 @@ UConverter* OpenConverter(u32 page) {
     }
     UErrorCode status = U_ZERO_ERROR;
     UConverter* converter = ucnv_open(chosen, &status);
-    return U_SUCCESS(status) ? converter : nullptr;
+    if (U_FAILURE(status)) return nullptr;
+    // What a page lacks shows as a question mark, and not as whatever the page has for it: in some that is a
+    // blank.
+    if (KeepsAscii(page)) ucnv_setSubstChars(converter, "?", 1, &status);
+    return converter;
 }
 
 // The converter of a page, in its initial state; null for a page that there is not.
@@ -84,11 +93,6 @@ UConverter* ConverterOf(u32 page) {
     if (place.converter) ucnv_close(place.converter);
     place = {page, opened};
     return opened;
-}
-
-bool KeepsAscii(u32 page) {
-    return page != UTF16_PAGE && page != 1201 && page != 65000 && page != 50220 && page != 52936 &&
-           page != 37 && page != 500;
 }
 
 std::size_t AsciiRun(ByteView bytes) {

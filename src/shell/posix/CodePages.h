@@ -5,8 +5,8 @@
 
 namespace tally {
 
-// The rows of PlatformTable of the same names. A byte or character without a counterpart becomes
-// the page's substitute; page 0 is that of getACP.
+// The rows of PlatformTable of the same names. A byte without a counterpart becomes the page's
+// substitute, a character a question mark; page 0 is that of getACP.
 bool IcuIsValidCodePage(u32 codePage);
 bool IcuIsLeadByte(u32 codePage, u8 byte);
 bool IcuToWide(u32 codePage, ByteView bytes, WideText& out);

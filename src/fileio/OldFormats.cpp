@@ -1,0 +1,125 @@
+#include <algorithm>
+#include <utility>
+
+#include "base/Text.h"
+#include "fileio/OldBook.h"
+#include "model/Formats.h"
+
+// Fonts and formats of bare files.
+
+namespace tally {
+namespace {
+
+constexpr u16 XF_OF_THREE = 579;
+constexpr u16 FORMAT_OF_FOUR = 1054;
+constexpr u8 NUMBER_FORMAT_BITS = 0x3F;  // of the second attribute byte of the oldest layout
+constexpr u16 FONT_BOLD = 1, FONT_UNDERLINED = 4;
+// Numbers of the colours of text and window in these forms, and in the later ones.
+constexpr u8 OLD_TEXT_COLOUR = 24, OLD_WINDOW_COLOUR = 25, TEXT_COLOUR = 64, WINDOW_COLOUR = 65;
+constexpr u8 rotations[] = {0, 255, 90, 180};
+
+u8 ColourOf(u32 bits) {
+    const u8 colour = static_cast<u8>(bits & 31);
+    return colour == OLD_TEXT_COLOUR ? TEXT_COLOUR : colour == OLD_WINDOW_COLOUR ? WINDOW_COLOUR : colour;
+}
+
+// The eight bits of one border: three for the line, five for the colour.
+void ReadOldBorder(u8 bits, u8& style, u8& colour) {
+    style = bits & 7;
+    colour = ColourOf(bits >> 3);
+}
+
+u16 NumberFormatOf(const LoadState& load, u32 place) {
+    return place < load.bareFormats.Count() ? load.bareFormats[place] : u16{0};
+}
+
+}  // namespace
+
+bool OldCellFormat(OldReader& r, u16 id, ByteView body, u16& index) {
+    Workbook& book = LoadedBook(r.load);
+    if (!IsOldest(id)) {
+        const u32 row = WordAt(body, 4) + r.load.formatBase;
+        index = row < book.cellFormats.Count() ? static_cast<u16>(row) : u16{0};
+        return true;
+    }
+    // A copy of the default row with that number format.
+    CellFormat format = ResolveCellFormat(book, DEFAULT_CELL_FORMAT);
+    format.numberFormat = NumberFormatOf(r.load, ByteAt(body, 5) & NUMBER_FORMAT_BITS);
+    return FindOrAddCellFormat(book, format, index);
+}
+
+bool ReadOldFormat(OldReader& r, u16 id, ByteView body) {
+    if (!r.ownNumberFormats) r.load.bareFormats.Truncate(0);
+    r.ownNumberFormats = true;
+    const std::size_t lengthAt = id == FORMAT_OF_FOUR ? 2 : 0;
+    Workbook& book = LoadedBook(r.load);
+    if (ReadBiffString(From(body, lengthAt + 1), 7, book.codePage, ByteAt(body, lengthAt), r.load.text) ==
+        STRING_FAILED) {
+        return false;
+    }
+    u16 format = 0;
+    const bool general = EqualIgnoringCase(r.load.text, u"General");
+    if (!general && !r.load.text.IsEmpty() && !FindOrAddNumberFormat(book, r.load.text, format)) return false;
+    return r.load.bareFormats.Append(format);
+}
+
+bool ReadOldFont(OldReader& r, u16 id, ByteView body) {
+    Workbook& book = LoadedBook(r.load);
+    if (!r.load.fontsSeen) book.fonts.Truncate(0);
+    if (!r.ownFonts) r.fontBase = book.fonts.Count();
+    r.load.fontsSeen = r.ownFonts = true;
+    FontRecord font;
+    font.height = WordAt(body, 0);
+    const u16 attributes = WordAt(body, 2);
+    font.attributes = attributes & (FONT_ITALIC | FONT_STRIKEOUT);
+    font.weight = attributes & FONT_BOLD ? 700 : 400;
+    font.underline = attributes & FONT_UNDERLINED ? 1 : 0;
+    const std::size_t at = IsOldest(id) ? 4 : 6;
+    if (!IsOldest(id) && WordAt(body, 4) != OLD_TEXT_COLOUR) font.colour = WordAt(body, 4);
+    if (ReadBiffString(From(body, at + 1), 7, book.codePage, ByteAt(body, at), r.load.text) == STRING_FAILED)
+        return false;
+    const WideView name = r.load.text.View().substr(0, std::size(font.faceName) - 1);
+    std::copy(name.begin(), name.end(), font.faceName);
+    return book.fonts.Append(font);
+}
+
+void ReadOldFontColour(OldReader& r, ByteView body) {
+    Workbook& book = LoadedBook(r.load);
+    if (r.ownFonts && WordAt(body, 0) != OLD_TEXT_COLOUR) book.fonts.Last().colour = WordAt(body, 0);
+}
+
+bool ReadOldXf(OldReader& r, u16 id, ByteView body) {
+    Workbook& book = LoadedBook(r.load);
+    if (!r.load.formatsSeen) {
+        book.cellFormats.Truncate(0);
+        book.styles.Truncate(0);
+    }
+    if (!r.ownFormats) r.load.formatBase = book.cellFormats.Count();
+    r.load.formatsSeen = r.ownFormats = true;
+    CellFormat format;
+    const u32 font = ByteAt(body, 0);
+    format.font = static_cast<u16>((font > 4 ? font - 1 : font) + r.fontBase);
+    format.numberFormat = NumberFormatOf(r.load, ByteAt(body, 1));
+    format.flags = ByteAt(body, 2) & (FORMAT_LOCKED | FORMAT_HIDDEN | FORMAT_STYLE);
+    const u8 alignment = ByteAt(body, 4);
+    format.horizontal = alignment & 7;
+    if (alignment & 8) format.flags |= FORMAT_WRAP;
+    if (id != XF_OF_THREE) {
+        if (ByteAt(body, 2) & FORMAT_QUOTE_PREFIX) format.flags |= FORMAT_QUOTE_PREFIX;
+        format.vertical = alignment >> 4 & 3;
+        format.rotation = rotations[alignment >> 6];
+    }
+    const u16 fill = WordAt(body, 6);
+    format.pattern = fill & 0x3F;
+    format.patternColour = ColourOf(fill >> 6);
+    format.backColour = ColourOf(fill >> 11);
+    // A solid cell shows its back colour in memory; the file has the two the other way round.
+    if (format.pattern == 1) std::swap(format.patternColour, format.backColour);
+    ReadOldBorder(ByteAt(body, 8), format.topStyle, format.topColour);
+    ReadOldBorder(ByteAt(body, 9), format.leftStyle, format.leftColour);
+    ReadOldBorder(ByteAt(body, 10), format.bottomStyle, format.bottomColour);
+    ReadOldBorder(ByteAt(body, 11), format.rightStyle, format.rightColour);
+    return book.cellFormats.Append(format);
+}
+
+}  // namespace tally
