@@ -113,6 +113,25 @@ TEST_F(OpeningFiles, AFailedFirstOpenLeavesTheEmptyBookOpen) {
     EXPECT_EQ(CurrentBook(), 1);
 }
 
+// Each sheet that is added must cost the same: with a square in it this took seconds.
+TEST_F(OpeningFiles, AsManySheetsAsABookCanHaveAreOpened) {
+    BiffBuilder b;
+    std::vector<std::string> names;
+    for (i32 i = 0; i < MAX_SHEETS; ++i) names.push_back("S" + std::to_string(i));
+    b.Globals(names);
+    for (i32 i = 0; i < MAX_SHEETS; ++i) b.Bof(16).Number(0, 0, i).Eof();
+    ASSERT_TRUE(Open(b.File()));
+    const Workbook& book = *CurrentWorkbook();
+    ASSERT_EQ(book.sheets.Count(), u32{MAX_SHEETS});
+    for (const i32 i : {0, 1, 12345, MAX_SHEETS - 1}) {
+        const Sheet& sheet = *book.sheets[static_cast<u32>(i)];
+        EXPECT_EQ(sheet.index, i);
+        EXPECT_EQ(sheet.book, CurrentBook());
+        EXPECT_EQ(Narrow(sheet.name), "S" + std::to_string(i));
+        EXPECT_EQ(SheetAt(CurrentBook(), i)->cells.rows.Count(), 1u);
+    }
+}
+
 TEST_F(OpeningFiles, TheOutcomeTellsWhyAFileWasNotOpened) {
     Headless().filesInMemory = true;
     const u8 none[] = {'n', 'o'};
