@@ -119,6 +119,18 @@ TEST_F(ArrayResults, CellsWithAnotherFormulaInsideTheAreaAreLeftAlone) {
     EXPECT_EQ(Shown("B1") + " " + Shown("B2") + " " + Shown("B3"), "40 6.5 30");
 }
 
+TEST_F(ArrayResults, CellsWhoseFormulaAsksForAClosedBookKeepTheirValuesAndNewOnesHaveNone) {
+    EnterArray("A1", "A3", "=[gone.xls]Sheet1!A1+{1;2;3}");
+    EXPECT_EQ(Shown("A1") + Shown("A2") + Shown("A3"), "#REF!#REF!#REF!");
+    CellAtName("A1")->value = NumberValue(7);
+    CellAtName("A2")->value = Value();
+    CellAtName("A3")->value = NumberValue(9);
+    MarkAllStale();
+    EXPECT_EQ(Shown("A1") + Shown("A2") + Shown("A3"), "7#REF!9");
+    EXPECT_TRUE(CellAtName("A3")->formula->kept);
+    EXPECT_FALSE(CellAtName("A2")->formula->kept);
+}
+
 TEST_F(ArrayResults, RandomArraysShowWhatEachCellGivesAlone) {
     const char* operands[] = {"A1:A4", "B1:B4", "A1:D1", "A1:B2", "{1;2;3;4}", "{1,2,3}", "A1",
                               "B2:D4", "2",     "\"x\"", "D1:D4", "{5}",       "A1:D4",   "Sheet1!A1:A4"};
