@@ -10,7 +10,9 @@ namespace {
 constexpr u16 fixedReferences[] = {79, 94, 89, 257, 1, 95};  // ABSREF ACTIVE.CELL CALLER EVALUATE IF SELECTION
 constexpr u16 variableReferences[] = {150, 100, 1,  29,
                                       148, 78,  147};  // CALL CHOOSE IF INDEX INDIRECT OFFSET TEXTREF
-constexpr u16 variableArrays[] = {93, 166, 188};       // DOCUMENTS FILES GET.DOCUMENT
+// What gives arrays: DOCUMENTS FILES GET.DOCUMENT, and LINEST TREND LOGEST GROWTH, so that a sum sees all of
+// them.
+constexpr u16 variableArrays[] = {93, 166, 188, 49, 50, 51, 52};
 
 template <std::size_t N>
 bool Holds(const u16 (&ids)[N], u16 id) {
