@@ -1,0 +1,7 @@
+#include "fileio/GoldenFolder.h"
+
+namespace tally {
+
+const char* GoldenFolder() { return TALLYMAN_GOLDEN; }
+
+}  // namespace tally
