@@ -7,10 +7,8 @@
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
 #include "fileio/TextFiles.h"
-#include "formula/AreaSums.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
-#include "functions/KeptNumbers.h"
-#include "functions/LookupIndex.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
 
@@ -34,8 +32,6 @@ void EndRun(u32 ownReads) {
     }
     ResetBooks();
     DropDependents();
-    ResetAreaSums();
-    ResetLookups();
     ResetKeptNumbers();
     ResetHeadlessPlatform();
 }

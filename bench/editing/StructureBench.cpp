@@ -7,8 +7,8 @@
 #include "display/LocaleSettings.h"
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
-#include "formula/AreaSums.h"
 #include "formula/Compiler.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -31,7 +31,7 @@ struct BenchBook {
         ResetBooks();
         ConnectUndo();
         DropDependents();
-        ResetAreaSums();
+        ResetKeptNumbers();
     }
     BenchBook(const BenchBook&) = delete;
     BenchBook& operator=(const BenchBook&) = delete;

@@ -8,8 +8,8 @@
 
 #include "base/Text.h"
 #include "display/LocaleSettings.h"
-#include "formula/AreaSums.h"
 #include "formula/Compiler.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -26,7 +26,7 @@ struct BenchBook {
     ~BenchBook() {
         ResetBooks();
         DropDependents();
-        ResetAreaSums();
+        ResetKeptNumbers();
     }
     BenchBook(const BenchBook&) = delete;
     BenchBook& operator=(const BenchBook&) = delete;

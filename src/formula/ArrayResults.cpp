@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "formula/AreaSums.h"
 #include "formula/ArrayIndex.h"
 #include "formula/DataTables.h"
 #include "model/BookTable.h"
@@ -53,7 +52,6 @@ void ShareArrayResult(const Value& result, bool away, const EvalContext& context
         cell.formula->kept = away && cell.value.type != VT_EMPTY;
         if (!cell.formula->kept) PutPart(result, entry->area, row, cell);
         cell.calcState = CALC_CURRENT;
-        ForgetSums(*sheet, row, cell.column);
         NoteCalculated(context.book, context.sheet, row, cell.column);
         return true;
     });

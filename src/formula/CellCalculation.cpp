@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "formula/AreaSums.h"
 #include "formula/ArrayIndex.h"
 #include "formula/ArrayResults.h"
 #include "formula/Coercion.h"
@@ -173,6 +172,8 @@ bool PushFrame(CalculationRun& run, i32 book, i32 sheet, i32 row, i32 column) {
     CellRecord* cell = FrameCell(frame);
     if (!cell) return true;
     if (!run.frames.Append(frame)) return false;
+    // What was kept of a value that could be read until now is worth nothing any more.
+    if (cell->calcState >= CALC_CURRENT) TouchColumn(SheetAt(book, sheet)->cells, column);
     cell->calcState = CALC_CALCULATING;
     return true;
 }
@@ -220,7 +221,6 @@ bool Finish(const Frame& frame) {
         target->value = result;
     }
     target->calcState = CALC_CURRENT;
-    ForgetSums(*SheetAt(frame.book, frame.sheet), frame.row, frame.column);
     NoteCalculated(frame.book, frame.sheet, frame.row, frame.column);
     return true;
 }

@@ -1,4 +1,3 @@
-#include "formula/AreaSums.h"
 #include "formula/ArrayIndex.h"
 #include "formula/Dependents.h"
 #include "formula/Precedents.h"

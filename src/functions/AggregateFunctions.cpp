@@ -8,11 +8,10 @@
 namespace tally {
 namespace {
 
-Value Average(Array<double>& values) {
-    double sum = 0;
-    for (double x : values) sum += x;
-    return values.IsEmpty() ? ErrorValue(ERR_DIV0) : NumberValue(sum / values.Count());
+Value Average(const SumState& state, u32 count) {
+    return count ? NumberValue(state.sum / count) : ErrorValue(ERR_DIV0);
 }
+
 Value Largest(Array<double>& values) {
     return NumberValue(values.IsEmpty() ? 0 : *std::max_element(values.begin(), values.end()));
 }
@@ -20,9 +19,22 @@ Value Smallest(Array<double>& values) {
     return NumberValue(values.IsEmpty() ? 0 : *std::min_element(values.begin(), values.end()));
 }
 
-Value Spread(Array<double>& values, u64 less, bool root) {
-    RunningMoments moments;
-    for (double x : values) moments.Add(x);
+void Extreme(Value* arguments, Value& result, const EvalContext& context, bool allKinds, bool greatest) {
+    NumberRange range;
+    if (LocateOnly(arguments, context, allKinds, range) && TakeNumbers(range)) {
+        if (range.error >= 0) {
+            result = ErrorValue(range.error);
+        } else {
+            result = NumberValue(!range.Count() ? 0 : greatest ? GreatestOf(range) : LeastOf(range));
+        }
+        return;
+    }
+    Aggregate(arguments, result, context, allKinds, greatest ? Largest : Smallest);
+}
+
+// Variances and their roots; one is left off the count for samples.
+template <u64 less, bool root>
+Value Spread(const RunningMoments& moments, u32) {
     return moments.Variance(less, root);
 }
 
@@ -50,9 +62,9 @@ bool CountOne(const VisitedValue& visited, void* state) {
 }
 
 void Count(Value* arguments, Value& result, const EvalContext& context, bool all) {
-    const KeptNumbers* kept = IsMissing(arguments[1]) ? NumbersOf(arguments[0], context, false) : nullptr;
-    if (kept && (all || kept->error < 0)) {
-        result = NumberValue(all ? kept->filledCells : kept->values.Count());
+    NumberRange range;
+    if (LocateOnly(arguments, context, false, range) && TakeNumbers(range)) {
+        result = NumberValue(all ? range.Filled() : range.Count());
         return;
     }
     Counting counting{all, 0, context};
@@ -73,46 +85,46 @@ void CallCounta(Value* arguments, Value& result, const EvalContext& context) {
     Count(arguments, result, context, true);
 }
 void CallAverage(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, Average);
+    AggregateRun(arguments, result, context, false, Average);
 }
 void CallAveragea(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, Average);
+    AggregateRun(arguments, result, context, true, Average);
 }
 void CallMax(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, Largest);
+    Extreme(arguments, result, context, false, true);
 }
 void CallMaxa(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, Largest);
+    Extreme(arguments, result, context, true, true);
 }
 void CallMin(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, Smallest);
+    Extreme(arguments, result, context, false, false);
 }
 void CallMina(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, Smallest);
+    Extreme(arguments, result, context, true, false);
 }
 void CallVar(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, [](Array<double>& v) { return Spread(v, 1, false); });
+    AggregateRun(arguments, result, context, false, Spread<1, false>);
 }
 void CallVarp(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, [](Array<double>& v) { return Spread(v, 0, false); });
+    AggregateRun(arguments, result, context, false, Spread<0, false>);
 }
 void CallStdev(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, [](Array<double>& v) { return Spread(v, 1, true); });
+    AggregateRun(arguments, result, context, false, Spread<1, true>);
 }
 void CallStdevp(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, false, [](Array<double>& v) { return Spread(v, 0, true); });
+    AggregateRun(arguments, result, context, false, Spread<0, true>);
 }
 void CallVara(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 1, false); });
+    AggregateRun(arguments, result, context, true, Spread<1, false>);
 }
 void CallVarpa(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 0, false); });
+    AggregateRun(arguments, result, context, true, Spread<0, false>);
 }
 void CallStdeva(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 1, true); });
+    AggregateRun(arguments, result, context, true, Spread<1, true>);
 }
 void CallStdevpa(Value* arguments, Value& result, const EvalContext& context) {
-    Aggregate(arguments, result, context, true, [](Array<double>& v) { return Spread(v, 0, true); });
+    AggregateRun(arguments, result, context, true, Spread<0, true>);
 }
 
 }  // namespace tally

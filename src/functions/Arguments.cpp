@@ -4,14 +4,12 @@
 
 #include "formula/Dependents.h"
 #include "formula/EvaluationNotes.h"
-#include "formula/Evaluator.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
 
 namespace tally {
 namespace {
-
-constexpr u16 ID_SUBTOTAL = 344;
 
 bool Coerced(Value& argument, u16 wanted, Value& result, const EvalContext& context) {
     if (argument.type != wanted) CoerceValue(argument, wanted, context);
@@ -37,9 +35,8 @@ bool VisitArea(i32 book, i32 sheetIndex, const RefArea& area, ValueVisit visit, 
                 sheet = SheetAt(book, sheetIndex);
                 if (!sheet || !FindCell(sheet->cells, row, column, position)) return true;
             }
-            if (!visit({&CellAt(sheet->cells, position).value, SOURCE_CELL, book, sheetIndex, row, column},
-                       state))
-                return false;
+            const CellRecord& cell = CellAt(sheet->cells, position);
+            if (!visit({&cell.value, SOURCE_CELL, book, sheetIndex, row, column, &cell}, state)) return false;
         }
     }
     return true;
@@ -98,8 +95,7 @@ bool CollectOne(const VisitedValue& visited, void* state) {
     const Value& value = *visited.value;
     if (visited.source == SOURCE_CELL) {
         if (IsHidden(visited, options.hiddenRows)) return true;
-        if (options.skipSubtotals && IsSubtotalCell(visited.book, visited.sheet, visited.row, visited.column))
-            return true;
+        if (options.skipSubtotals && CallsSubtotal(*visited.cell)) return true;
     }
     if (value.type == VT_NUMBER) return Add(options, value.number);
     if (value.type == VT_ERROR) {
@@ -122,12 +118,6 @@ void CalculateAlways(const EvalContext& context) {
     if (!cell || !cell->formula || cell->formula->alwaysCalculate) return;
     NoteEvaluation(NOTE_PLACE);
     EnterAlwaysCalculated(*cell->formula);
-}
-
-bool IsSubtotalCell(i32 book, i32 sheet, i32 row, i32 column) {
-    const Sheet* at = SheetAt(book, sheet);
-    const CellRecord* cell = at ? GetCell(at->cells, row, column) : nullptr;
-    return cell && cell->formula && TokensCall(cell->formula->tokens, ID_SUBTOTAL);
 }
 
 bool NumberArgument(Value& argument, Value& result, const EvalContext& context, double& out) {
@@ -220,7 +210,25 @@ bool VisitValues(const Value& argument, const EvalContext& context, ValueVisit v
     }
 }
 
+namespace {
+
+// Whether every row counts, and no cell is left out for what its formula calls.
+bool TakesAll(NumberRange& range, const CollectOptions& options) {
+    if (options.hiddenRows == 1 || (options.hiddenRows == 2 && range.sheet->filterState)) return false;
+    return !options.skipSubtotals || !HoldsSubtotal(range);
+}
+
+}  // namespace
+
 bool CollectNumbers(const Value& argument, const EvalContext& context, CollectOptions& options) {
+    NumberRange range;
+    if (LocateNumbers(argument, context, options.allKinds, range) && TakeNumbers(range) &&
+        TakesAll(range, options)) {
+        if (range.error >= 0 && options.stopAtError) options.error = range.error;
+        else if (!options.values.AppendMany(range.Numbers(), range.Count())) options.error = ERR_NA;
+        else return true;
+        return false;
+    }
     Collecting collecting{options, context};
     i32 error = -1;
     if (VisitValues(argument, context, CollectOne, &collecting, error)) return true;

@@ -47,6 +47,7 @@ struct VisitedValue {
     const Value* value;
     ValueSource source;
     i32 book, sheet, row, column;
+    const CellRecord* cell = nullptr;
 };
 // False ends the visit.
 using ValueVisit = bool (*)(const VisitedValue& visited, void* state);
@@ -54,9 +55,6 @@ using ValueVisit = bool (*)(const VisitedValue& visited, void* state);
 // or the argument itself. False when the visit ended it, or with `error` set (not -1) when a reference
 // leads nowhere.
 bool VisitValues(const Value& argument, const EvalContext& context, ValueVisit visit, void* state, i32& error);
-
-// Whether a cell's formula calls SUBTOTAL.
-bool IsSubtotalCell(i32 book, i32 sheet, i32 row, i32 column);
 
 // How numbers are collected.
 struct CollectOptions {

@@ -5,6 +5,7 @@
 #include "formula/Links.h"
 #include "functions/Arguments.h"
 #include "functions/Criteria.h"
+#include "functions/CurrentRows.h"
 #include "functions/Handlers.h"
 #include "functions/LookupIndex.h"
 #include "model/BookTable.h"
@@ -166,7 +167,7 @@ bool FindKept(const Line& line, const Value& value, LookupRule rule, i32& found)
     if (rule == FIRST_EQUAL && value.type == VT_STRING && TextOf(value).find_first_of(u"*?~") != WideView::npos)
         return false;
     const SheetArea& from = line.table.from;
-    const Sheet* sheet = SheetAt(from.book, from.sheet);
+    Sheet* sheet = SheetAt(from.book, from.sheet);
     // Cells that still wait are in a circle: what they hold changes under the lookup.
     if (!sheet || !IsCurrent(*sheet, from.area)) return false;
     const LookupColumn column = {sheet, from.area.firstColumn + line.fixed, from.area.firstRow,

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cmath>
-#include <span>
 
 #include "functions/Aggregate.h"
 #include "functions/Handlers.h"
+#include "functions/KeptOrder.h"
 #include "functions/RoundDigits.h"
 
 // Order statistics.
@@ -15,35 +15,52 @@ constexpr u32 MAX_BINS = 65535;  // one row less than an array can have
 
 bool IsNear(double a, double b) { return std::fabs(a - b) <= std::min(std::fabs(a), std::fabs(b)) * 1e-15; }
 
-void Sort(Array<double>& values) { std::sort(values.begin(), values.end()); }
+void Sort(Array<double>& values) { std::sort(values.begin(), values.end(), IsBefore); }
 
-// The numbers of an argument in ascending order: kept ones, or their own.
-struct SortedData {
+// The numbers of an argument in ascending order: a kept order, or their own.
+struct OrderedNumbers {
     CollectOptions own;
-    const Array<double>* kept = nullptr;
-    std::span<const double> Values() const { return kept ? kept->Span() : own.values.Span(); }
+    const KeptOrder* kept = nullptr;
+    u32 keptCount = 0;
+
+    u32 Count() const { return kept ? keptCount : own.values.Count(); }
+    double At(u32 place) {
+        if (kept) return NumberAt(*kept, place);
+        Array<double>& values = own.values;
+        // For one question the numbers need not all be sorted.
+        std::nth_element(values.begin(), values.begin() + place, values.end(), IsBefore);
+        return values[place];
+    }
+    u32 Below(double x) const {
+        if (kept) return CountBelow(*kept, x);
+        u32 count = 0;
+        for (double value : own.values) count += value < x;
+        return count;
+    }
 };
 
 // False with the error in `result`.
-bool ReadSorted(const Value& argument, Value& result, const EvalContext& context, SortedData& data) {
-    if (KeptNumbers* kept = NumbersOf(argument, context, false)) {
-        if (kept->error >= 0) {
-            result = ErrorValue(kept->error);
-            return false;
-        }
-        data.kept = SortedNumbers(*kept);
-        if (data.kept) return true;
+bool ReadOrdered(const Value& argument, Value& result, const EvalContext& context, OrderedNumbers& out) {
+    NumberRange range;
+    if (LocateNumbers(argument, context, false, range) && TakeNumbers(range) && range.error < 0) {
+        out.kept = TakeOrder(range);
+        out.keptCount = range.Count();
+        if (out.kept) return true;
     }
-    if (!ReadNumbers(argument, context, data.own, result)) return false;
-    Sort(data.own.values);
-    return true;
+    return ReadNumbers(argument, context, out.own, result);
+}
+
+double MiddleOf(OrderedNumbers& numbers) {
+    const u32 middle = numbers.Count() / 2;
+    const double upper = numbers.At(middle);
+    return numbers.Count() % 2 ? upper : (numbers.At(middle - 1) + upper) / 2;
 }
 
 Value Median(Array<double>& values) {
     if (values.IsEmpty()) return ErrorValue(ERR_NUM);
-    Sort(values);
-    const u32 middle = values.Count() / 2;
-    return NumberValue(values.Count() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2);
+    OrderedNumbers numbers;
+    numbers.own.values = std::move(values);
+    return NumberValue(MiddleOf(numbers));
 }
 
 // Of values that stand there equally often it is the one that comes first.
@@ -76,48 +93,59 @@ bool NoTextsAlone(Value* arguments, Value& result) {
 }
 
 // The value that the share `k` of the data lies below.
-Value Percentile(std::span<const double> values, double k) {
-    if (values.empty() || !(k >= 0 && k <= 1)) return ErrorValue(ERR_NUM);
-    const double x = static_cast<double>(values.size() - 1) * k;
+Value Percentile(OrderedNumbers& numbers, double k) {
+    const u32 count = numbers.Count();
+    if (!count || !(k >= 0 && k <= 1)) return ErrorValue(ERR_NUM);
+    const double x = static_cast<double>(count - 1) * k;
     const u32 i = static_cast<u32>(x);
-    if (i + 1 >= values.size()) return NumberValue(values.back());
-    return NumberValue(values[i] + (values[i + 1] - values[i]) * (x - i));
+    if (i + 1 >= count) return NumberValue(numbers.At(count - 1));
+    const double low = numbers.At(i);
+    return NumberValue(low + (numbers.At(i + 1) - low) * (x - i));
 }
 
 // The k-th value from the top or from the bottom.
 void Ranked(Value* arguments, Value& result, const EvalContext& context, bool fromTop) {
     double k = 0;
-    CollectOptions data;
-    KeptNumbers* kept = NumbersOf(arguments[0], context, false);
-    const Array<double>* sorted = kept && kept->error < 0 ? SortedNumbers(*kept) : nullptr;
-    if (!sorted && !ReadNumbers(arguments[0], context, data, result)) return;
-    if (!NumberArgument(arguments[1], result, context, k)) return;
+    OrderedNumbers numbers;
+    if (!ReadOrdered(arguments[0], result, context, numbers) ||
+        !NumberArgument(arguments[1], result, context, k))
+        return;
     k = std::trunc(k);
     result = ErrorValue(ERR_NUM);
-    const u32 count = sorted ? sorted->Count() : data.values.Count();
+    const u32 count = numbers.Count();
     if (!(k >= 1 && k <= count)) return;
-    const u32 place = fromTop ? count - static_cast<u32>(k) : static_cast<u32>(k) - 1;
-    // For one question the numbers need not all be sorted.
-    if (!sorted) std::nth_element(data.values.begin(), data.values.begin() + place, data.values.end());
-    result = NumberValue(sorted ? (*sorted)[place] : data.values[place]);
+    result = NumberValue(numbers.At(fromTop ? count - static_cast<u32>(k) : static_cast<u32>(k) - 1));
 }
 
 // The share of the data below x, between two neighbours in proportion.
-Value PercentRank(std::span<const double> values, double x, i32 digits) {
-    if (digits < 1 || values.empty()) return ErrorValue(ERR_NUM);
-    if (x < values.front() || x > values.back()) return ErrorValue(ERR_NA);
-    const double* at = std::lower_bound(values.data(), values.data() + values.size(), x);
-    double rank = static_cast<double>(at - values.data());
-    if (*at != x) rank += (x - at[-1]) / (*at - at[-1]) - 1;
+Value PercentRank(OrderedNumbers& numbers, double x, i32 digits) {
+    const u32 count = numbers.Count();
+    if (digits < 1 || !count) return ErrorValue(ERR_NUM);
+    if (x < numbers.At(0) || x > numbers.At(count - 1)) return ErrorValue(ERR_NA);
+    const u32 below = numbers.Below(x);
+    const double next = numbers.At(below);
+    double rank = below;
+    if (next != x) {
+        const double last = numbers.At(below - 1);
+        rank += (x - last) / (next - last) - 1;
+    }
     // A single value is above all of the others there are.
-    if (values.size() == 1) return NumberValue(1);
-    rank /= static_cast<double>(values.size() - 1);
+    if (count == 1) return NumberValue(1);
+    rank /= static_cast<double>(count - 1);
     return NumberValue(RoundDigits(rank, digits, ROUND_DOWN));
 }
 
 }  // namespace
 
 void CallMedian(Value* arguments, Value& result, const EvalContext& context) {
+    NumberRange range;
+    OrderedNumbers numbers;
+    if (LocateOnly(arguments, context, false, range) && TakeNumbers(range) && range.error < 0 &&
+        range.Count() && (numbers.kept = TakeOrder(range)) != nullptr) {
+        numbers.keptCount = range.Count();
+        result = NumberValue(MiddleOf(numbers));
+        return;
+    }
     Aggregate(arguments, result, context, false, Median);
 }
 void CallMode(Value* arguments, Value& result, const EvalContext& context) {
@@ -131,33 +159,32 @@ void CallSmall(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallPercentile(Value* arguments, Value& result, const EvalContext& context) {
-    SortedData data;
+    OrderedNumbers data;
     double k = 0;
-    if (ReadSorted(arguments[0], result, context, data) && NumberArgument(arguments[1], result, context, k))
-        result = Percentile(data.Values(), k);
+    if (ReadOrdered(arguments[0], result, context, data) && NumberArgument(arguments[1], result, context, k))
+        result = Percentile(data, k);
 }
 
 void CallQuartile(Value* arguments, Value& result, const EvalContext& context) {
-    SortedData data;
+    OrderedNumbers data;
     double quarter = 0;
-    if (ReadSorted(arguments[0], result, context, data) &&
+    if (ReadOrdered(arguments[0], result, context, data) &&
         NumberArgument(arguments[1], result, context, quarter))
-        result = Percentile(data.Values(), std::trunc(quarter) * 0.25);
+        result = Percentile(data, std::trunc(quarter) * 0.25);
 }
 
 namespace {
 
-// The rank among sorted values; 0 when x is none of them.
-double RankInOrder(const Array<double>& sorted, double x, bool ascending) {
+// The rank in an order; 0 when x is none of its numbers.
+double RankInOrder(const KeptOrder& order, u32 count, double x, bool ascending) {
     // Values that are near stand together about the place of x, equal ones side by side.
-    const double* const begin = sorted.begin();
-    const double* const end = sorted.end();
-    const double* below = std::lower_bound(begin, end, x);
-    const double* above = below;
-    while (below > begin && IsNear(below[-1], x)) below = std::lower_bound(begin, end, below[-1]);
-    while (above < end && IsNear(*above, x)) above = std::upper_bound(begin, end, *above);
-    if (below == above) return 0;
-    return static_cast<double>(ascending ? below - begin : end - above) + 1;
+    u32 below = CountBelow(order, x), through = below;
+    while (below && IsNear(NumberAt(order, below - 1), x))
+        below = CountBelow(order, NumberAt(order, below - 1));
+    while (through < count && IsNear(NumberAt(order, through), x))
+        through = CountThrough(order, NumberAt(order, through));
+    if (below == through) return 0;
+    return static_cast<double>(ascending ? below : count - through) + 1;
 }
 
 double RankByCounting(const Array<double>& values, double x, bool ascending) {
@@ -175,24 +202,23 @@ double RankByCounting(const Array<double>& values, double x, bool ascending) {
 
 void CallRank(Value* arguments, Value& result, const EvalContext& context) {
     double x = 0, order = 0;
-    CollectOptions data;
+    OrderedNumbers data;
     if (!NumberArgument(arguments[0], result, context, x)) return;
-    KeptNumbers* kept = NumbersOf(arguments[1], context, false);
-    const Array<double>* sorted = kept && kept->error < 0 ? SortedNumbers(*kept) : nullptr;
-    if (!sorted && !ReadNumbers(arguments[1], context, data, result)) return;
+    if (!ReadOrdered(arguments[1], result, context, data)) return;
     if (!OptionalNumber(arguments[2], result, context, 0, order)) return;
     const bool ascending = std::trunc(order) != 0;
-    const double rank = sorted ? RankInOrder(*sorted, x, ascending) : RankByCounting(data.values, x, ascending);
+    const double rank = data.kept ? RankInOrder(*data.kept, data.Count(), x, ascending)
+                                  : RankByCounting(data.own.values, x, ascending);
     result = rank != 0 ? NumberValue(rank) : ErrorValue(ERR_NA);
 }
 
 void CallPercentrank(Value* arguments, Value& result, const EvalContext& context) {
-    SortedData data;
+    OrderedNumbers data;
     double x = 0;
     i32 digits = 0;
-    if (ReadSorted(arguments[0], result, context, data) && NumberArgument(arguments[1], result, context, x) &&
+    if (ReadOrdered(arguments[0], result, context, data) && NumberArgument(arguments[1], result, context, x) &&
         OptionalInteger(arguments[2], result, context, 3, digits))
-        result = PercentRank(data.Values(), x, digits);
+        result = PercentRank(data, x, digits);
 }
 
 void CallTrimmean(Value* arguments, Value& result, const EvalContext& context) {

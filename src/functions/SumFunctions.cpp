@@ -3,10 +3,10 @@
 
 #include "formula/AreaSums.h"
 #include "formula/Precedents.h"
-#include "functions/Arguments.h"
-#include "functions/Criteria.h"
+#include "functions/Aggregate.h"
+#include "functions/CriteriaIndex.h"
+#include "functions/CurrentRows.h"
 #include "functions/Handlers.h"
-#include "functions/LookupIndex.h"
 #include "functions/RunningMoments.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -147,6 +147,9 @@ void AddEmptyMatches(SumMatching& matching) {
     });
 }
 
+Value Product(const ProductState& state, u32 count) { return NumberValue(count ? state.product : 0); }
+Value SumOfSquares(const SquareSumState& state, u32) { return NumberValue(state.sum); }
+
 }  // namespace
 
 void CallSum(Value* arguments, Value& result, const EvalContext& context) {
@@ -158,19 +161,10 @@ void CallSum(Value* arguments, Value& result, const EvalContext& context) {
 }
 
 void CallProduct(Value* arguments, Value& result, const EvalContext& context) {
-    CollectOptions options;
-    if (!CollectAll(arguments, context, options, result)) return;
-    double product = options.values.IsEmpty() ? 0 : 1;
-    for (double x : options.values) product *= x;
-    result = NumberValue(product);
+    AggregateRun(arguments, result, context, false, Product);
 }
-
 void CallSumsq(Value* arguments, Value& result, const EvalContext& context) {
-    CollectOptions options;
-    if (!CollectAll(arguments, context, options, result)) return;
-    double sum = 0;
-    for (double x : options.values) sum += x * x;
-    result = NumberValue(sum);
+    AggregateRun(arguments, result, context, false, SumOfSquares);
 }
 
 void CallSumx2my2(Value* arguments, Value& result, const EvalContext& context) {
@@ -214,7 +208,7 @@ namespace {
 
 // A range of one column with every cell up to date, for the sums and counts that are kept of it.
 bool TakeColumn(const SheetArea& from, LookupColumn& out) {
-    const Sheet* sheet = SheetAt(from.book, from.sheet);
+    Sheet* sheet = SheetAt(from.book, from.sheet);
     if (!sheet || from.area.firstColumn != from.area.lastColumn || !IsCurrent(*sheet, from.area)) return false;
     out = {sheet, from.area.firstColumn, from.area.firstRow, from.area.lastRow};
     return true;
@@ -308,35 +302,69 @@ bool CountFilled(const VisitedValue& visited, void* state) {
     FilledCells& filled = *static_cast<FilledCells*>(state);
     const Sheet* sheet = SheetAt(visited.book, visited.sheet);
     u16 flags = 0;
-    if (sheet) GetRowInfo(sheet->rows, visited.row, flags);
-    const bool hidden = sheet && (filled.skipHidden || sheet->filterState) && (flags & ROW_HIDDEN);
-    const bool counts = visited.value->type != VT_EMPTY && !hidden &&
-                        !IsSubtotalCell(visited.book, visited.sheet, visited.row, visited.column);
+    const bool skips = sheet && (filled.skipHidden || sheet->filterState);
+    if (skips) GetRowInfo(sheet->rows, visited.row, flags);
+    const bool counts =
+        visited.value->type != VT_EMPTY && !(flags & ROW_HIDDEN) && !CallsSubtotal(*visited.cell);
     filled.count += counts;
     return true;
 }
 
-Value SubtotalOf(i32 code, Array<double>& values) {
-    const u32 count = values.Count();
-    RunningMoments moments;
-    for (double x : values) moments.Add(x);
-    double total = code == 6 ? 1 : 0;
+Value Total(const SumState& state, u32) { return NumberValue(state.sum); }
+Value RunningMean(const RunningMoments& moments, u32 count) {
+    return count ? NumberValue(moments.Mean()) : ErrorValue(ERR_DIV0);
+}
+template <u64 less, bool root>
+Value Spread(const RunningMoments& moments, u32) {
+    return moments.Variance(less, root);
+}
+
+// The numbers of a call: those of one area that are kept, or its own.
+struct SubtotalNumbers {
+    NumberRange range;
+    CollectOptions own;
+};
+
+template <typename State>
+Value Run(SubtotalNumbers& numbers, FinishState<State> finish) {
+    Value value;
+    if (numbers.range.kept && KeptResult(numbers.range, finish, value)) return value;
+    const u32 count = numbers.own.values.Count();
+    return finish(WalkNumbers<State>(numbers.own.values.Data(), count), count);
+}
+
+Value Extreme(const SubtotalNumbers& numbers, bool greatest) {
+    const NumberRange& range = numbers.range;
+    const Array<double>& own = numbers.own.values;
+    if (range.kept ? !range.Count() : own.IsEmpty()) return NumberValue(0);
+    if (range.kept) return NumberValue(greatest ? GreatestOf(range) : LeastOf(range));
+    return NumberValue(greatest ? *std::max_element(own.begin(), own.end())
+                                : *std::min_element(own.begin(), own.end()));
+}
+
+Value SubtotalOf(i32 code, SubtotalNumbers& numbers) {
+    if (numbers.range.kept && numbers.range.error >= 0) return ErrorValue(numbers.range.error);
     switch (code) {
-        case 1: return count ? NumberValue(moments.Mean()) : ErrorValue(ERR_DIV0);
-        case 2: return NumberValue(count);
-        case 4: return count ? NumberValue(*std::max_element(values.begin(), values.end())) : NumberValue(0);
-        case 5: return count ? NumberValue(*std::min_element(values.begin(), values.end())) : NumberValue(0);
-        case 6:
-            for (double x : values) total *= x;
-            return NumberValue(count ? total : 0);
-        case 7: return moments.Variance(1, true);
-        case 8: return moments.Variance(0, true);
-        case 9:
-            for (double x : values) total += x;
-            return NumberValue(total);
-        case 10: return moments.Variance(1, false);
-        default: return moments.Variance(0, false);
+        case 1: return Run(numbers, RunningMean);
+        case 2: return NumberValue(numbers.range.kept ? numbers.range.Count() : numbers.own.values.Count());
+        case 4: return Extreme(numbers, true);
+        case 5: return Extreme(numbers, false);
+        case 6: return Run(numbers, Product);
+        case 7: return Run(numbers, Spread<1, true>);
+        case 8: return Run(numbers, Spread<0, true>);
+        case 9: return Run(numbers, Total);
+        case 10: return Run(numbers, Spread<1, false>);
+        default: return Run(numbers, Spread<0, false>);
     }
+}
+
+// What is kept of the only area, where no row is hidden by a filter and no cell calls SUBTOTAL.
+bool TakeOnly(Value* arguments, const EvalContext& context, NumberRange& range) {
+    if (LocateOnly(arguments + 1, context, false, range) && !range.sheet->filterState && TakeNumbers(range) &&
+        !HoldsSubtotal(range))
+        return true;
+    range.kept = nullptr;
+    return false;
 }
 
 }  // namespace
@@ -353,9 +381,13 @@ void CallSubtotal(Value* arguments, Value& result, const EvalContext& context) {
         result = ErrorValue(ERR_VALUE);
         return;
     }
-    CollectOptions options;
-    options.skipSubtotals = true;
-    options.hiddenRows = filled.skipHidden ? 1 : 2;
+    SubtotalNumbers numbers;
+    numbers.own.skipSubtotals = true;
+    numbers.own.hiddenRows = filled.skipHidden ? 1 : 2;
+    if (!filled.skipHidden && TakeOnly(arguments, context, numbers.range)) {
+        result = code == 3 ? NumberValue(numbers.range.Filled()) : SubtotalOf(code, numbers);
+        return;
+    }
     for (i32 i = 1; i < MAX_ARGUMENTS && !IsMissing(arguments[i]); ++i) {
         SheetArea area;
         i32 error = -1;
@@ -365,12 +397,12 @@ void CallSubtotal(Value* arguments, Value& result, const EvalContext& context) {
         }
         if (code == 3) {
             IgnoreFailure(VisitValues(arguments[i], context, CountFilled, &filled, error));
-        } else if (!CollectNumbers(arguments[i], context, options)) {
-            result = ErrorValue(options.error);
+        } else if (!CollectNumbers(arguments[i], context, numbers.own)) {
+            result = ErrorValue(numbers.own.error);
             return;
         }
     }
-    result = code == 3 ? NumberValue(filled.count) : SubtotalOf(code, options.values);
+    result = code == 3 ? NumberValue(filled.count) : SubtotalOf(code, numbers);
 }
 
 }  // namespace tally

@@ -3,8 +3,7 @@
 #include "base/MessageTable.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
-#include "functions/KeptNumbers.h"
-#include "functions/LookupIndex.h"
+#include "formula/KeptNumbers.h"
 #include "model/BookTable.h"
 #include "shell/Commands.h"
 #include "shell/EntryEditor.h"
@@ -117,7 +116,6 @@ bool CloseBook(i32 book, CloseMode mode) {
     ForgetEdit();
     RemoveBook(book);
     // What functions kept of its cells holds memory only.
-    ResetLookups();
     ResetKeptNumbers();
     return false;
 }

@@ -7,11 +7,10 @@
 #include "editing/Clipboard.h"
 #include "editing/Undo.h"
 #include "fileio/OpenFile.h"
-#include "formula/AreaSums.h"
 #include "formula/ArrayIndex.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
-#include "functions/LookupIndex.h"
 #include "functions/Random.h"
 #include "model/BookTable.h"
 #include "model/Trust.h"
@@ -222,9 +221,8 @@ void StopShell() {
     SetOutOfMemoryNotice(nullptr);
     ResetBooks();
     DropDependents();
-    ResetAreaSums();
+    ResetKeptNumbers();
     ResetArrayIndex();
-    ResetLookups();
     ResetTrust();
     ResetShell();
 }

@@ -6,11 +6,10 @@
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/StoreEntry.h"
-#include "formula/AreaSums.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "formula/TokenWalk.h"
-#include "functions/LookupIndex.h"
 #include "model/CellStore.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
@@ -25,8 +24,7 @@ class UndoList : public Sandbox {
         ResetBooks();
         ConnectUndo();
         // Sums and lookups are kept by sheet numbers, which begin anew.
-        ResetAreaSums();
-        ResetLookups();
+        ResetKeptNumbers();
         ASSERT_TRUE(CreateWorkbook(nullptr, false));
     }
     static bool Type(std::string_view cell, std::string_view text, bool isArray = false) {

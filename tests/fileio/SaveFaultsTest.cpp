@@ -8,7 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "formula/AreaSums.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
@@ -53,7 +53,7 @@ class SaveFaults : public Saving {
     static void ForgetAll() {
         ResetBooks();
         DropDependents();
-        ResetAreaSums();
+        ResetKeptNumbers();
         Headless().files.Clear();
         Headless().boxes.Clear();
         ResetMemoryFiles();

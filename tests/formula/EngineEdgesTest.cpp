@@ -1,9 +1,9 @@
 #include <vector>
 
-#include "formula/AreaSums.h"
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "support/FailingAllocator.h"
@@ -212,7 +212,7 @@ TEST_F(EngineEdges, AFailedAllocationLosesNothingAndALaterCalculationIsRight) {
         for (u64 n = 1; n < 3000; ++n) {
             ResetBooks();
             DropDependents();
-            ResetAreaSums();
+            ResetKeptNumbers();
             test::FailingAllocator allocator(n, forEver);
             {
                 QuietMemoryScope quiet;
@@ -239,7 +239,7 @@ TEST_F(EngineEdges, AFailedAllocationLosesNothingAndALaterCalculationIsRight) {
                 }
                 ResetBooks();
                 DropDependents();
-                ResetAreaSums();
+                ResetKeptNumbers();
             }
             EXPECT_EQ(allocator.LiveBlocks(), 0u) << n;
             if (!allocator.HasFailed()) break;

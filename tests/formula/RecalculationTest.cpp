@@ -4,7 +4,6 @@
 #include <random>
 #include <set>
 
-#include "formula/AreaSums.h"
 #include "formula/Compiler.h"
 #include "formula/Precedents.h"
 #include "support/Sandbox.h"

@@ -1,10 +1,11 @@
 #include "functions/Criteria.h"
 
+#include <bit>
 #include <random>
 
 #include "base/Text.h"
 #include "formula/Coercion.h"
-#include "functions/LookupIndex.h"
+#include "functions/CriteriaIndex.h"
 #include "model/CellStore.h"
 #include "support/Sandbox.h"
 
@@ -206,7 +207,7 @@ TEST_F(CriteriaRules, TakenApartMatchWhatTheRulesMatch) {
 }
 
 TEST_F(CriteriaRules, KeptCountsAndSumsAreThoseOfAVisit) {
-    int counted = 0, summed = 0;
+    int counted = 0, summed = 0, differing = 0, ordered = 0;
     for (int table = 0; table < 40; ++table) {
         // Columns of one kind, with and without a heading, and of all kinds.
         const u32 kind = Pick(3);
@@ -225,29 +226,75 @@ TEST_F(CriteriaRules, KeptCountsAndSumsAreThoseOfAVisit) {
             const LookupColumn where = {CurrentSheet(), 0, first,
                                         Pick(3) ? 149 : first + 50 + static_cast<i32>(Pick(60))};
             const i32 down = static_cast<i32>(Pick(3)) * 5;
+            const Criteria taken = TakeCriteria(criteria);
             double literalSum = 0, sum = 0;
             u32 literalCount = 0, count = 0;
-            for (i32 row = where.firstRow; row <= where.lastRow; ++row) {
-                const CellRecord* cell = GetCell(where.sheet->cells, row, 0);
-                const CellRecord* beside = GetCell(where.sheet->cells, row + down, 1);
-                if (!cell || !Literally(criteria, cell->value)) continue;
-                ++literalCount;
-                if (beside && beside->value.type == VT_NUMBER) literalSum += beside->value.number;
+            // Cells that are stored come first, then those that are none and match as empties do.
+            for (const bool stored : {true, false}) {
+                for (i32 row = where.firstRow; row <= where.lastRow; ++row) {
+                    const CellRecord* cell = GetCell(where.sheet->cells, row, 0);
+                    const CellRecord* beside = GetCell(where.sheet->cells, row + down, 1);
+                    if ((cell != nullptr) != stored) continue;
+                    if (cell ? !Literally(criteria, cell->value) : !taken.matchesEmpty) continue;
+                    ++literalCount;
+                    if (beside && beside->value.type == VT_NUMBER) literalSum += beside->value.number;
+                }
             }
-            const Criteria taken = TakeCriteria(criteria);
-            if (!taken.matchesEmpty && CountInColumn(where, taken, count)) {
+            if (CountInColumn(where, taken, count)) {
                 ++counted;
+                differing += taken.kind == CRITERIA_DIFFERENT;
                 EXPECT_EQ(count, literalCount) << Name(criteria);
             }
-            if (!taken.matchesEmpty && SumInColumn(where, taken, {where.sheet, 1, down}, sum)) {
+            if (SumInColumn(where, taken, {where.sheet, 1, down}, sum)) {
                 ++summed;
-                EXPECT_EQ(sum, literalSum) << Name(criteria);
+                ordered += taken.kind >= CRITERIA_LESS;
+                EXPECT_EQ(std::bit_cast<u64>(sum), std::bit_cast<u64>(literalSum)) << Name(criteria);
             }
             FreeValue(criteria);
         }
     }
     EXPECT_GT(counted, 4000);
     EXPECT_GT(summed, 3000);
+    EXPECT_GT(differing, 200);
+    EXPECT_GT(ordered, 500);
+}
+
+// Keys of many classes, so that several blocks of them are summed up; numbers that add up exactly and such that
+// round.
+TEST_F(CriteriaRules, SumsAboveBelowAndApartFromAKeyAreThoseOfAWalk) {
+    constexpr const char16_t* operators[] = {u">", u"<", u">=", u"<=", u"<>"};
+    int summed = 0;
+    for (int table = 0; table < 8; ++table) {
+        FreeStore(CurrentSheet()->cells);
+        for (i32 row = 0; row < 500; ++row) {
+            const u32 key = Pick(90);
+            if (Pick(9))
+                Put(row, 0, Pick(3) ? NumberValue(key / 4.0) : TextValue(Wide("k" + std::to_string(key))));
+            if (Pick(9)) Put(row, 1, NumberValue(table % 2 ? Pick(1000) / 8.0 : Pick(1000) / 7.0));
+        }
+        for (int round = 0; round < 250; ++round) {
+            const u32 key = Pick(92);
+            const std::string text = Pick(2) ? std::to_string(key / 4.0) : "K" + std::to_string(key);
+            Value criteria = TextValue(std::u16string(operators[Pick(5)]) + Wide(text));
+            const Criteria taken = TakeCriteria(criteria);
+            double literal = 0, sum = 0;
+            for (const bool stored : {true, false}) {
+                for (i32 row = 0; row < 500; ++row) {
+                    const CellRecord* cell = GetCell(CurrentSheet()->cells, row, 0);
+                    const CellRecord* beside = GetCell(CurrentSheet()->cells, row, 1);
+                    if ((cell != nullptr) != stored || !beside) continue;
+                    if (cell ? Matches(taken, cell->value) : taken.matchesEmpty)
+                        literal += beside->value.number;
+                }
+            }
+            if (SumInColumn({CurrentSheet(), 0, 0, 499}, taken, {CurrentSheet(), 1, 0}, sum)) {
+                ++summed;
+                EXPECT_EQ(std::bit_cast<u64>(sum), std::bit_cast<u64>(literal)) << Narrow(TextOf(criteria));
+            }
+            FreeValue(criteria);
+        }
+    }
+    EXPECT_GT(summed, 1900);
 }
 
 TEST_F(CriteriaRules, PartsThatMoveAlongAColumnAreServedByOneIndex) {

@@ -1,13 +1,11 @@
-#include "functions/KeptNumbers.h"
 
 #include <random>
 
-#include "formula/AreaSums.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
 #include "functions/Handlers.h"
-#include "functions/LookupIndex.h"
 #include "model/CellStore.h"
 #include "support/Sandbox.h"
 
@@ -146,9 +144,7 @@ TEST_F(KeptAreas, EditsLeaveWhatAFreshCalculationGives) {
             Enter(std::string(1, static_cast<char>('A' + column)) + std::to_string(row), any(column, row));
         }
         const std::string kept = all();
-        ResetLookups();
         ResetKeptNumbers();
-        ResetAreaSums();
         MarkAllStale();
         CalculateBook(CurrentBook());
         ASSERT_EQ(kept, all()) << "round " << round;
@@ -156,17 +152,22 @@ TEST_F(KeptAreas, EditsLeaveWhatAFreshCalculationGives) {
     }
 }
 
-TEST_F(KeptAreas, SmallAreasAndNewOnesAreRead) {
-    for (int row = 1; row <= 100; ++row) Enter("B" + std::to_string(row), std::to_string(row));
+TEST_F(KeptAreas, SmallAreasAreReadAndNewOnesAreTakenWhenThatCostsNoMore) {
+    for (int row = 1; row <= 400; ++row) Enter("B" + std::to_string(row), std::to_string(row));
+    const auto takes = [&](const RefArea& area) {
+        NumberRange range;
+        return LocateNumbers(AreaValue(area), {CurrentBook(), 0, 0, 0, 0}, false, range) && TakeNumbers(range);
+    };
     ResetKeptNumbers();
-    const EvalContext context{CurrentBook(), 0, 0, 0, 0};
-    const Value area = AreaValue({0, 99, 1, 1});
-    EXPECT_EQ(NumbersOf(AreaValue({0, 9, 1, 1}), context, false), nullptr);
-    EXPECT_EQ(NumbersOf(area, context, false), nullptr);
-    ASSERT_NE(NumbersOf(area, context, false), nullptr);
-    EXPECT_EQ(NumbersOf(area, context, false)->values.Count(), 100u);
-    EXPECT_EQ(NumbersOf(area, context, true), nullptr);
-    EXPECT_EQ(NumbersOf(NumberValue(1), context, false), nullptr);
+    EXPECT_FALSE(takes({0, 62, 1, 1}));
+    // The whole column is taken once its parts have been read as often as that costs.
+    EXPECT_FALSE(takes({0, 149, 1, 1}));
+    EXPECT_FALSE(takes({0, 149, 1, 1}));
+    EXPECT_TRUE(takes({0, 149, 1, 1}));
+    EXPECT_TRUE(takes({200, 399, 1, 1}));
+    EXPECT_TRUE(takes({100, 65535, 1, 1}));
+    ResetKeptNumbers();
+    EXPECT_TRUE(takes({0, 399, 1, 1}));
 }
 
 }  // namespace

@@ -6,16 +6,14 @@
 #include "editing/Clipboard.h"
 #include "editing/EntryRecognition.h"
 #include "editing/Undo.h"
-#include "formula/AreaSums.h"
 #include "formula/ArrayIndex.h"
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaText.h"
+#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
-#include "functions/KeptNumbers.h"
-#include "functions/LookupIndex.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -84,9 +82,7 @@ void Sandbox::ForgetBooks() {
     ConnectUndo();
     ConnectClipboard();
     DropDependents();
-    ResetAreaSums();
     ResetArrayIndex();
-    ResetLookups();
     ResetKeptNumbers();
     Random() = RandomState();
 }
