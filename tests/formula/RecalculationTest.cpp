@@ -1,3 +1,4 @@
+#include "formula/AreaSums.h"
 #include "formula/Recalculation.h"
 
 #include <algorithm>
