@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "Common.h"
-#include "fileio/BiffWriter.h"
+#include "fileio/CompoundTree.h"
 #include "fileio/SaveFile.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"

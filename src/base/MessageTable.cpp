@@ -129,6 +129,7 @@ constexpr MessageRow messageRows[] = {
     {MSG_WRONG_PASSWORD, u"输入的密码不正确"},
     {MSG_ENTRY_INVALID, u"输入值非法"},
     {MSG_ENTRY_INVALID_CONTINUE, u"输入值非法\n是否继续?"},
+    {MSG_SAVE_LOSSES, u"保存后文件中将不再有以下内容：\n%s\n是否继续保存？"},
     {MSG_TRUST_USE_FIRST, u"公式要读取文件:"},
     {MSG_TRUST_USE_FIRST + 1, u"宏要读取文件:"},
     {MSG_TRUST_USE_FIRST + 2, u"宏要写入文件:"},

@@ -8,27 +8,38 @@
 namespace tally {
 namespace {
 
-TextBlock emptyBlock = {1, 0, {0}};
+TextBlock emptyBlock = {1, 0, 0, {0}};
 
 std::size_t BlockBytes(std::size_t length) {
     return offsetof(TextBlock, characters) + (length + 1) * sizeof(char16_t);
 }
 
 constexpr std::size_t MAX_TEXT = 0xFFFFFF;
+constexpr std::size_t MAX_TAIL = 0xFFFFFF;
 
 }  // namespace
 
 TextBlock* EmptyText() { return RetainText(&emptyBlock); }
 
-TextBlock* MakeTextRoom(std::size_t length) {
-    if (length > MAX_TEXT) return nullptr;
-    auto* block = static_cast<TextBlock*>(AllocateBytes(BlockBytes(length)));
+TextBlock* MakeTextRoom(std::size_t length) { return MakeTextRoom(length, 0); }
+
+TextBlock* MakeTextRoom(std::size_t length, std::size_t tail) {
+    if (length > MAX_TEXT || tail > MAX_TAIL) return nullptr;
+    auto* block = static_cast<TextBlock*>(AllocateBytes(BlockBytes(length) + tail));
     if (!block) return nullptr;
     block->users = 1;
     block->length = static_cast<u32>(length);
+    block->tail = static_cast<u32>(tail);
     block->characters[length] = 0;
     return block;
 }
+
+std::span<const u8> TextTail(const TextBlock* block) {
+    if (!block || !block->tail) return {};
+    return {reinterpret_cast<const u8*>(block->characters + block->length + 1), block->tail};
+}
+
+u8* TextTailBytes(TextBlock* block) { return reinterpret_cast<u8*>(block->characters + block->length + 1); }
 
 TextBlock* MakeText(WideView text) {
     if (text.empty()) return EmptyText();
@@ -58,6 +69,7 @@ TextBlock* ExtendText(TextBlock* block, WideView tail) {
         }
         std::memcpy(grown->characters + grown->length, tail.data(), tail.size() * sizeof(char16_t));
         grown->length = static_cast<u32>(length);
+        grown->tail = 0;
         grown->characters[length] = 0;
         return grown;
     }

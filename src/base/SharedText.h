@@ -6,9 +6,12 @@
 
 namespace tally {
 
+// Behind the characters may stand a tail: what a file says of single characters. It belongs to this very
+// block, so that a text made from it has none.
 struct TextBlock {
     u32 users;
     u32 length;              // characters without the terminator
+    u32 tail;                // bytes behind the terminator
     char16_t characters[1];  // zero-terminated
 };
 
@@ -16,6 +19,11 @@ struct TextBlock {
 [[nodiscard]] TextBlock* MakeText(WideView text);
 // A block of `length` characters for the caller to fill in before it is shared; terminated.
 [[nodiscard]] TextBlock* MakeTextRoom(std::size_t length);
+// The same with room for a tail.
+[[nodiscard]] TextBlock* MakeTextRoom(std::size_t length, std::size_t tail);
+// The tail of a block, empty for most; and its bytes to fill in.
+std::span<const u8> TextTail(const TextBlock* block);
+u8* TextTailBytes(TextBlock* block);
 // The block of the empty text; it is never released and memory cannot fail.
 TextBlock* EmptyText();
 

@@ -39,6 +39,9 @@ bool SaveEdit(UndoRecord& record, const Edit& edit) {
     record.columnDelta = edit.move.columnDelta;
     if (!SaveContents(contents, sheet, edit.lost, BLOCK_CELLS | BLOCK_ARRAYS | BLOCK_MERGES)) return false;
     if (!edit.whole) return true;
+    if (!record.rowBreaks.AppendMany(sheet.page.rowBreaks.Data(), sheet.page.rowBreaks.Count()) ||
+        !record.columnBreaks.AppendMany(sheet.page.columnBreaks.Data(), sheet.page.columnBreaks.Count()))
+        return false;
     // Sizes go along with the shift, so that the whole list is kept.
     contents.mask |= edit.rows ? CONTENTS_ROWS : u32{BLOCK_COLUMNS};
     return edit.rows ? contents.rows.AppendMany(sheet.rows.Data(), sheet.rows.Count())

@@ -55,6 +55,8 @@ bool TranslateFormat(const Workbook& source, Workbook& target, CellFormat& forma
     for (u8* colour : {&format.patternColour, &format.backColour, &format.topColour, &format.leftColour,
                        &format.bottomColour, &format.rightColour})
         *colour = static_cast<u8>(PastedColour(source, target, *colour));
+    // The styles of the other book are not those of this one.
+    format.parent = 0;
     return true;
 }
 

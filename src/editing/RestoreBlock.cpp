@@ -107,6 +107,7 @@ bool SourceContent(const Restorer& run, const SavedCell* source, const CellWay& 
     const i32 mode = run.order.mode;
     if (!source) return true;
     CopyValue(content.value, source->value);
+    if (run.order.book != run.order.block->book && !MakePlainText(content.value)) return false;
     if (mode == PASTE_VALUES || mode == PASTE_VALUES_AND_FORMATS || !HasFormula(source->tokens)) return true;
     CopyTokens(content.tokens, source->tokens);
     return AdjustTokens(run, way, content.tokens);

@@ -74,8 +74,10 @@ bool CopyPage(PageSettings& target, const PageSettings& source) {
     target.centreVertically = source.centreVertically;
     target.fitToPage = source.fitToPage;
     for (u32 i = 0; i < 4; ++i) target.guts[i] = source.guts[i];
-    return target.header.Assign(source.header) && target.footer.Assign(source.footer) &&
-           CopyRecords(target.setup, source.setup) && CopyRecords(target.printer, source.printer);
+    return CopyRecords(target.rowBreaks, source.rowBreaks) &&
+           CopyRecords(target.columnBreaks, source.columnBreaks) && target.header.Assign(source.header) &&
+           target.footer.Assign(source.footer) && CopyRecords(target.setup, source.setup) &&
+           CopyRecords(target.printer, source.printer);
 }
 
 void CopyView(Sheet& target, const Sheet& source) {
@@ -86,11 +88,18 @@ void CopyView(Sheet& target, const Sheet& source) {
     target.view = source.view;
     target.passwordHash = source.passwordHash;
     target.tabColour = source.tabColour;
+    target.options = source.options;
+    target.options.tabId = 0;
 }
 
 bool CopyContents(Sheet& target, Sheet& source) {
     CopyView(target, source);
-    if (source.kind == SHEET_CHART) return CopyRecords(target.chart.records, source.chart.records);
+    // Of carried records only those of a whole chart mean the same once more.
+    if (source.kind == SHEET_CHART) {
+        target.carried.form = source.carried.form;
+        return CopyRecords(target.carried.runs, source.carried.runs) &&
+               CopyRecords(target.carried.bytes, source.carried.bytes);
+    }
     return CopyRecords(target.columns, source.columns) && CopyRecords(target.rows, source.rows) &&
            CopyRecords(target.arrayFormulas, source.arrayFormulas) &&
            CopyRecords(target.mergedAreas, source.mergedAreas) && CopyRecords(target.objects, source.objects) &&

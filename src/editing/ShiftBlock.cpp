@@ -4,6 +4,7 @@
 
 #include "model/AreaList.h"
 #include "model/BookTable.h"
+#include "model/Carried.h"
 #include "model/CellShift.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
@@ -181,12 +182,28 @@ i32 MovedSplit(i32 split, i32 scrolled, i32 first, i32 delta) {
     return std::max(split - removed, scrolled);
 }
 
+// Breaks go with the row or column that they stand in front of; those of deleted ones go.
+void ShiftBreaks(Array<PageBreak>& breaks, i32 first, i32 delta, i32 end) {
+    u32 kept = 0;
+    for (const PageBreak& old : breaks) {
+        PageBreak moved = old;
+        if (old.at >= first) {
+            if (delta < 0 && old.at < first - delta) continue;
+            if (old.at + delta >= end) continue;
+            moved.at = static_cast<u16>(old.at + delta);
+        }
+        breaks[kept++] = moved;
+    }
+    breaks.Truncate(kept);
+}
+
 void ShiftSizes(Sheet& sheet, const AreaMove& move) {
     SheetView& view = sheet.view;
     const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
     if (IsWholeRows(move.from) && move.rowDelta) {
         const i32 first = move.from.firstRow + std::min(move.rowDelta, 0);
         ShiftRowInfos(sheet.rows, first, move.rowDelta);
+        ShiftBreaks(sheet.page.rowBreaks, first, move.rowDelta, MAX_ROWS);
         if (!frozen || !view.splitRow) return;
         const i32 split = MovedSplit(view.splitRow, view.frozenFirstRow, move.from.firstRow, move.rowDelta);
         const i32 top = view.firstRow + split - view.splitRow;
@@ -195,6 +212,7 @@ void ShiftSizes(Sheet& sheet, const AreaMove& move) {
     } else if (IsWholeColumns(move.from) && move.columnDelta) {
         const i32 first = move.from.firstColumn + std::min(move.columnDelta, 0);
         ShiftColumnInfos(sheet.columns, first, move.columnDelta);
+        ShiftBreaks(sheet.page.columnBreaks, first, move.columnDelta, MAX_COLUMNS);
         if (!frozen || !view.splitColumn) return;
         const i32 split =
             MovedSplit(view.splitColumn, view.frozenFirstColumn, move.from.firstColumn, move.columnDelta);
@@ -279,6 +297,7 @@ bool CommitShift(ShiftPlan& plan) {
     if (!sheet || !ShiftCells(sheet->cells, plan.move)) return false;
     ShiftLists(*sheet, plan);
     ShiftSizes(*sheet, plan.move);
+    NoteMove(*sheet, plan.move.from, plan.move.rowDelta, plan.move.columnDelta);
     PutTokens(plan);
     for (SavedRules& rules : plan.rules) SwapRules(rules);
     BookAt(plan.move.book)->dirty = 1;

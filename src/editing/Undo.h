@@ -94,8 +94,9 @@ struct UndoRecord {
     i32 sheet = 0;   // index; of sheet operations the sheet that was made or removed
     u32 serial = 0;  // of that sheet
     SavedView view;
-    AreaContents contents;              // of a structural edit: whole lists of the sheet, its links moved
-    Array<RefArea> linkAreas;           // places of all links before a structural edit
+    AreaContents contents;     // of a structural edit: whole lists of the sheet, its links moved
+    Array<RefArea> linkAreas;  // places of all links before a structural edit
+    Array<PageBreak> rowBreaks, columnBreaks;  // with the sizes of a structural edit
     i32 rowDelta = 0, columnDelta = 0;  // the shift of a structural edit; both 0 when nothing was shifted
     RefArea moved;                      // the area that was shifted, where it stood before
     Sheet* removed = nullptr;           // owned

@@ -33,6 +33,10 @@ void RestoreLists(UndoRecord& record, Sheet& sheet, Array<Hyperlink>& linkRoom) 
     ReturnLinks(sheet, contents.links, linkRoom);
     if (record.linkAreas.Count() == sheet.hyperlinks.Count())
         for (u32 i = 0; i < record.linkAreas.Count(); ++i) sheet.hyperlinks[i].area = record.linkAreas[i];
+    if (contents.mask & (CONTENTS_ROWS | BLOCK_COLUMNS)) {
+        std::swap(sheet.page.rowBreaks, record.rowBreaks);
+        std::swap(sheet.page.columnBreaks, record.columnBreaks);
+    }
     if (contents.mask & CONTENTS_ROWS) std::swap(sheet.rows, contents.rows);
     if (contents.mask & BLOCK_COLUMNS) std::swap(sheet.columns, contents.columns);
 }

@@ -39,10 +39,4 @@ inline u32 StreamOffset(const BiffWriter& writer) { return writer.stream.Count()
 inline u32 FileOffset(const BiffWriter& writer) { return writer.stream.Count() + 512; }
 void PatchU32(BiffWriter& writer, u32 value, u32 streamOffset);
 
-// The whole file: header, stream padded to at least 4,096 bytes, FAT, directory with the stream's entry
-// ("Workbook", or "Book" in the 95 form) and, beyond 109 FAT sectors, DIFAT. False when memory fails.
-[[nodiscard]] bool BuildCompoundFile(ByteView stream, u8 biffVersion, Array<u8>& out);
-// The same straight to a file. False when memory or a write fails.
-[[nodiscard]] bool WriteCompoundFile(const BiffWriter& writer, u8 biffVersion, OutputHandle file);
-
 }  // namespace tally

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cmath>
 
+#include "fileio/RichText.h"
 #include "fileio/SheetRecords.h"
 #include "model/CellStore.h"
 
@@ -53,7 +55,29 @@ bool ReadLabel(LoadState& load, ByteView body) {
     return AddTextCell(load, WordAt(body, 0), WordAt(body, 2), WordAt(body, 4), load.text);
 }
 
-bool ReadRichText(LoadState& load, ByteView body) { return ReadLabel(load, body); }
+// A text with formats of single characters. The older form has a byte for each place and font.
+bool ReadRichText(LoadState& load, ByteView body) {
+    const bool wide = load.biffVersion == 8;
+    const std::size_t used =
+        ReadBiffString(From(body, 8), load.biffVersion, LoadedBook(load).codePage, WordAt(body, 6), load.text);
+    if (used == STRING_FAILED) return false;
+    const ByteView rest = From(body, 8 + used);
+    const u32 size = wide ? 2 : 1;
+    const u32 count = std::min(wide ? u32{WordAt(rest, 0)} : u32{ByteAt(rest, 0)},
+                               static_cast<u32>(rest.size() / (2 * size)));
+    const WideView text = load.text;
+    TextBlock* block = MakeTextRoom(text.size(), count ? RUN_COUNT_BYTES + count * RUN_BYTES : 0);
+    if (!block) return false;
+    std::copy(text.begin(), text.end(), block->characters);
+    u8* out = TextTailBytes(block);
+    if (count) PutU16(out, count);
+    for (u32 i = 0; i < count * 2; ++i) {
+        const std::size_t at = size + std::size_t{i} * size;
+        PutU16(out + RUN_COUNT_BYTES + i * 2, wide ? WordAt(rest, at) : u32{ByteAt(rest, at)});
+    }
+    return AddCell(load, WordAt(body, 0), WordAt(body, 2), WordAt(body, 4), OwnedTextValue(block),
+                   FormulaTokens());
+}
 
 bool ReadBoolOrError(LoadState& load, ByteView body) {
     const u8 value = ByteAt(body, 6);

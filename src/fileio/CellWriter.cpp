@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "fileio/BiffReader.h"
+#include "fileio/RichText.h"
 #include "fileio/SaveState.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -13,7 +14,7 @@ namespace tally {
 namespace {
 
 constexpr u16 FORMULA = 6, MULRK = 189, MULBLANK = 190, LABELSST = 253, BLANK = 513, NUMBER = 515, LABEL = 516,
-              BOOLERR = 517, STRING = 519, ARRAY = 545, TABLE = 566, RK = 638;
+              BOOLERR = 517, RSTRING = 214, STRING = 519, ARRAY = 545, TABLE = 566, RK = 638;
 constexpr u16 TEXT_FORMAT = 49;  // its numbers stand alone
 constexpr u64 RK_LOST_BITS = 0x3FFFFFFFF;
 constexpr i32 RK_WHOLE_MOST = (1 << 29) - 1;
@@ -107,15 +108,34 @@ u32 WriteNumbers(CellWriting& w, const CellRow& row, u32 first) {
     return first + count;
 }
 
+// Runs in bytes; what lies beyond the 255th character or font has none. False when there is nothing to write.
+bool WriteRuns95(SaveState& save, ByteView runs) {
+    constexpr u32 MOST = 255;
+    u32 count = 0;
+    while (count < MOST && RUN_BYTES * count < runs.size() && WordAt(runs, RUN_BYTES * count) <= MOST &&
+           WordAt(runs, RUN_BYTES * count + 2) <= MOST)
+        ++count;
+    if (RUN_BYTES * count < runs.size()) save.losses |= LOSS_RICH_TEXT;
+    if (!count) return false;
+    WriteU8(save.body, count);
+    for (u32 i = 0; i < count; ++i) {
+        WriteU8(save.body, WordAt(runs, RUN_BYTES * i));
+        WriteU8(save.body, WordAt(runs, RUN_BYTES * i + 2));
+    }
+    return true;
+}
+
 void WriteText(CellWriting& w, u16 row, const CellRecord& cell) {
     if (w.save.biffVersion == 8) {
         PutU32(BeginCell(w.save, LABELSST, 10, row, cell), StringIndex(w.save.strings, cell.value.text));
         return;
     }
+    const ByteView tail = TextTail(cell.value.text);
     BeginBody(w.save);
     for (u16 word : {row, u16{cell.column}, cell.format}) WriteU16(w.save.body, word);
     WriteLongString(w.save, w.save.body, TextOf(cell.value));
-    IgnoreFailure(EndBody(w.save, LABEL));
+    if (!PhoneticBytes(tail).empty()) w.save.losses |= LOSS_RICH_TEXT;
+    IgnoreFailure(EndBody(w.save, WriteRuns95(w.save, RunBytes(tail)) ? RSTRING : LABEL));
 }
 
 void WriteBoolOrError(CellWriting& w, u16 row, const CellRecord& cell) {

@@ -28,6 +28,11 @@ void ReadXf8(ByteView body, CellFormat& format) {
     format.rightColour = Bits(WordAt(body, 12), 7, 7);
     format.topColour = Bits(WordAt(body, 14), 0, 7);
     format.bottomColour = Bits(WordAt(body, 14), 7, 7);
+    format.layout = ByteAt(body, 8);
+    format.own = ByteAt(body, 9) & ALL_OWN;
+    format.diagonals = Bits(WordAt(body, 12), 14, 2);
+    format.diagonalColour = Bits(LongAt(body, 14), 14, 7);
+    format.diagonalStyle = Bits(LongAt(body, 14), 21, 4);
 }
 
 void ReadXf5(ByteView body, CellFormat& format) {
@@ -45,6 +50,7 @@ void ReadXf5(ByteView body, CellFormat& format) {
     format.topColour = Bits(border, 9, 7);
     format.leftColour = Bits(border, 16, 7);
     format.rightColour = Bits(border, 23, 7);
+    format.own = ByteAt(body, 7) & ALL_OWN;
 }
 
 }  // namespace
@@ -60,6 +66,7 @@ bool ReadFont(LoadState& load, ByteView body) {
     font.attributes = WordAt(body, 2);
     font.colour = WordAt(body, 4);
     font.weight = WordAt(body, 6);
+    font.escapement = ByteAt(body, 8);
     font.underline = ByteAt(body, 10);
     font.family = ByteAt(body, 11);
     font.charSet = ByteAt(body, 12);
@@ -102,6 +109,7 @@ bool ReadXf(LoadState& load, ByteView body) {
     format.font = font > 4 ? static_cast<u16>(font - 1) : font;
     format.numberFormat = WordAt(body, 2);
     if (FindNumberFormat(book, format.numberFormat) == book.numberFormats.Count()) format.numberFormat = 0;
+    format.parent = WordAt(body, 4) >> 4;
     const u8 alignment = ByteAt(body, 6);
     format.flags = static_cast<u16>((ByteAt(body, 4) & 15) | (alignment & 8 ? FORMAT_WRAP : 0));
     format.horizontal = Bits(alignment, 0, 3);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "fileio/CarriedRecords.h"
 #include "fileio/SaveState.h"
 #include "model/DefaultFormats.h"
 #include "model/Formats.h"
@@ -11,9 +12,8 @@ namespace tally {
 namespace {
 
 constexpr u16 FONT = 49, PALETTE = 146, XF = 224, STYLE = 659, FORMAT = 1054;
-constexpr u16 MISSING_FONT = 4;          // a number that no FONT record has
-constexpr u16 STYLE_PARENT = 0xFFF0;     // a style has no parent
-constexpr u32 ATTRIBUTES_USED = 0xFC00;  // a cell's format owes nothing to its style
+constexpr std::size_t STYLE_NAME_MOST = 255;
+constexpr u16 MISSING_FONT = 4;  // a number that no FONT record has
 constexpr u32 PALETTE_FIRST = 8, PALETTE_COLOURS = 56;
 constexpr u8 BORDER_MOST_95 = 7, BORDER_INSTEAD = 3;
 constexpr u32 LEAST_FORMATS = 16;  // the default one for cells is the last of these
@@ -22,7 +22,7 @@ void WriteFont(SaveState& save, const FontRecord& font) {
     const WideView name(font.faceName);
     BiffWriter& to = save.body;
     BeginBody(save);
-    for (u32 word : {u32{font.height}, u32{font.attributes}, u32{font.colour}, u32{font.weight}, 0u})
+    for (u16 word : {font.height, font.attributes, font.colour, font.weight, u16{font.escapement}})
         WriteU16(to, word);
     for (u32 byte : {u32{font.underline}, u32{font.family}, u32{font.charSet}, 0u}) WriteU8(to, byte);
     WriteShortString(save, to, name);
@@ -72,8 +72,10 @@ void PutXf8(const CellFormat& format, u8* out) {
     const FillColours fill = ColoursOf(format);
     PutU16(out + 10, u32{format.leftStyle} | u32{format.rightStyle} << 4 | u32{format.topStyle} << 8 |
                          u32{format.bottomStyle} << 12);
-    PutU16(out + 12, u32{format.leftColour} | u32{format.rightColour} << 7);
-    PutU32(out + 14, format.topColour | u32{format.bottomColour} << 7 | (u32{format.pattern} & 63) << 26);
+    PutU16(out + 12, u32{format.leftColour} | u32{format.rightColour} << 7 | (u32{format.diagonals} & 3) << 14);
+    PutU32(out + 14, format.topColour | u32{format.bottomColour} << 7 |
+                         (u32{format.diagonalColour} & 127) << 14 | (u32{format.diagonalStyle} & 15) << 21 |
+                         (u32{format.pattern} & 63) << 26);
     PutU16(out + 18, fill.fore | fill.back << 7);
 }
 
@@ -94,6 +96,7 @@ u32 Rotation95(SaveState& save, u8 rotation) {
 }
 
 void PutXf95(SaveState& save, const CellFormat& format, u8* out) {
+    if (format.diagonals || format.layout) save.losses |= LOSS_FORMATS;
     const FillColours fill = ColoursOf(format);
     PutU32(out + 8, fill.fore | fill.back << 7 | (format.pattern & 63u) << 16 |
                         Border95(save, format.bottomStyle) << 22 | u32{format.bottomColour} << 25);
@@ -102,25 +105,49 @@ void PutXf95(SaveState& save, const CellFormat& format, u8* out) {
                          (format.leftColour & 127u) << 16 | (format.rightColour & 127u) << 23);
 }
 
+// The style that a cell's format belongs to; the first row where the one named is none.
+u32 ParentOf(const SaveState& save, const CellFormat& format) {
+    if (format.flags & FORMAT_STYLE) return STYLE_PARENT;
+    const Array<CellFormat>& formats = SavedBook(save).cellFormats;
+    const bool known = format.parent < formats.Count() && (formats[format.parent].flags & FORMAT_STYLE);
+    return known ? format.parent : 0u;
+}
+
 void WriteXf(SaveState& save, const CellFormat& format) {
     const bool wide = save.biffVersion == 8;
-    const bool style = (format.flags & FORMAT_STYLE) != 0;
     u8* out = BeginRecord(save.writer, XF, wide ? 20 : 16);
     const u32 font = format.font < SavedBook(save).fonts.Count() ? format.font : 0u;
     PutU16(out, font >= MISSING_FONT ? font + 1 : font);
     PutU16(out + 2, format.numberFormat);
     const u32 flags = format.flags & (FORMAT_LOCKED | FORMAT_HIDDEN | FORMAT_STYLE | FORMAT_QUOTE_PREFIX);
-    PutU16(out + 4, flags | (style ? STYLE_PARENT : 0u));
+    PutU16(out + 4, flags | ParentOf(save, format) << 4);
     const u32 rotation = wide ? format.rotation : Rotation95(save, format.rotation);
-    const u32 used = style ? 0u : ATTRIBUTES_USED;
+    const u32 own = format.own & ALL_OWN;
     PutU16(out + 6, (format.horizontal & 7u) | (format.flags & FORMAT_WRAP ? 8u : 0u) |
-                        (format.vertical & 7u) << 4 | rotation << 8 | (wide ? 0u : used));
+                        (format.vertical & 7u) << 4 | rotation << 8 | (wide ? 0u : own << 8));
     if (wide) {
-        PutU16(out + 8, used);
+        PutU16(out + 8, format.layout | own << 8);
         PutXf8(format, out);
     } else {
         PutXf95(save, format, out);
     }
+}
+
+void WriteStyle(SaveState& save, const StyleRow& style) {
+    BeginBody(save);
+    WriteU16(save.body, style.xf);
+    if (style.xf & STYLE_BUILT_IN) {
+        WriteU8(save.body, style.builtInId);
+        WriteU8(save.body, style.level);
+    } else if (save.biffVersion == 8) {
+        WriteLongString(save, save.body, CutText(save, style.name, STYLE_NAME_MOST));
+    } else {
+        WriteShortString(save, save.body, style.name);
+    }
+    IgnoreFailure(EndBody(save, STYLE));
+    const CarriedBytes& extension = style.extension;
+    if (extension.form == save.biffVersion)
+        WriteBytes(save.writer, extension.bytes.Data(), extension.bytes.Count());
 }
 
 void WritePalette(SaveState& save) {
@@ -141,14 +168,12 @@ void WriteFontsAndFormats(SaveState& save) {
     for (const NumberFormat& format : book.numberFormats) WriteFormat(save, format);
     for (const CellFormat& format : book.cellFormats) WriteXf(save, format);
     for (u32 i = book.cellFormats.Count(); i < LEAST_FORMATS; ++i) WriteXf(save, CellFormat());
-    for (const StyleRow& style : book.styles) {
-        if ((style.xf & 0xFFFu) >= book.cellFormats.Count()) continue;
-        u8* out = BeginRecord(save.writer, STYLE, 4);
-        PutU16(out, style.xf);
-        out[2] = style.builtInId;
-        out[3] = style.level;
-    }
+    WriteCarried(save, nullptr, GLOBALS_FORMATS);
+    for (const StyleRow& style : book.styles)
+        if ((style.xf & 0xFFFu) < book.cellFormats.Count()) WriteStyle(save, style);
+    WriteCarried(save, nullptr, GLOBALS_STYLES);
     WritePalette(save);
+    WriteCarried(save, nullptr, GLOBALS_PALETTE);
 }
 
 }  // namespace tally

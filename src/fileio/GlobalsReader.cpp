@@ -3,14 +3,15 @@
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
-#include "fileio/LoadState.h"
+#include "fileio/CarriedRecords.h"
+#include "fileio/OptionRecords.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 
 namespace tally {
 namespace {
 
-enum RecordResult : u8 { RECORD_DONE, RECORD_FAILED, RECORD_END };
+enum RecordResult : u8 { RECORD_DONE, RECORD_FAILED, RECORD_END, RECORD_UNKNOWN };
 
 constexpr u32 PALETTE_FIRST = 8;
 constexpr u16 UTF16_PAGE = 1200;  // and 1201 with the bytes the other way round
@@ -45,6 +46,14 @@ void ReadWindow1(LoadState& load, ByteView body) {
     book.showVerticalScrollBar = (options & 16) != 0;
     book.showSheetTabs = (options & 32) != 0;
     load.activeTab = WordAt(body, 10);
+    for (std::size_t i = 0; i < std::size(book.options.window); ++i)
+        book.options.window[i] = WordAt(body, i * 2);
+}
+
+bool ReadTabIds(LoadState& load, ByteView body) {
+    for (; body.size() >= 2; body = From(body, 2))
+        if (!load.tabIds.Append(WordAt(body, 0))) return false;
+    return true;
 }
 
 bool ReadWriteAccess(LoadState& load, ByteView body) {
@@ -57,8 +66,28 @@ bool ReadWriteAccess(LoadState& load, ByteView body) {
 }
 
 bool ReadStyle(LoadState& load, ByteView body) {
-    if (!(WordAt(body, 0) & 0x8000)) return true;
-    return LoadedBook(load).styles.Append({WordAt(body, 0), ByteAt(body, 2), ByteAt(body, 3)});
+    Workbook& book = LoadedBook(load);
+    StyleRow* row = book.styles.AppendDefault();
+    if (!row) return false;
+    row->xf = WordAt(body, 0);
+    if (row->xf & STYLE_BUILT_IN) {
+        row->builtInId = ByteAt(body, 2);
+        row->level = ByteAt(body, 3);
+        return true;
+    }
+    const bool wide = load.biffVersion == 8;
+    const std::size_t length = wide ? WordAt(body, 2) : ByteAt(body, 2);
+    return ReadBiffString(From(body, wide ? 4 : 3), load.biffVersion, book.codePage, length, row->name) !=
+           STRING_FAILED;
+}
+
+bool ReadBookOption(LoadState& load, const BiffRecord& record) {
+    for (const BookOptionRecord& row : bookOptionRecords) {
+        if (row.id != record.id) continue;
+        LoadedBook(load).options.*row.field = WordAt(record.body, 0);
+        return true;
+    }
+    return false;
 }
 
 RecordResult Result(bool good) { return good ? RECORD_DONE : RECORD_FAILED; }
@@ -86,12 +115,35 @@ RecordResult ReadGlobalRecord(LoadState& load, const BiffRecord& record) {
             return RECORD_DONE;
         case 146: ReadPalette(load, body); return RECORD_DONE;
         case 224: return Result(ReadXf(load, body));
+        case 89: ReadLinkSheet(load, body); return RECORD_DONE;
+        case 90: return Result(ReadLinkValues(load, body));
         case 252: return Result(ReadSharedStrings(load, record));
+        case 317: return Result(ReadTabIds(load, body));
         case 430: return Result(ReadSupbook(load, body));
         case 659: return Result(ReadStyle(load, body));
         case 1054: return Result(ReadFormatRecord(load, body));
-        default: return RECORD_DONE;
+        default: return ReadBookOption(load, record) ? RECORD_DONE : RECORD_UNKNOWN;
     }
+}
+
+// What nobody here understands stays with the book; what goes with a style, with that.
+bool CarryGlobal(LoadState& load, const BiffRecord& record, std::size_t start, u16 place) {
+    constexpr u16 STYLE_EXTENSION = 2194;
+    Workbook& book = LoadedBook(load);
+    const bool block = BeginsBlock(record.id);
+    const std::size_t behind = load.stream.position;
+    if (block && !SkipBlock(load.stream, record.id)) load.stream.position = behind;
+    while (PeekRecordId(load.stream) == RECORD_CONTINUE) {
+        BiffRecord more;
+        if (!NextRecord(load.stream, more)) break;
+    }
+    const ByteView bytes = Part(load.stream.bytes, start, load.stream.position - start);
+    if (record.id == STYLE_EXTENSION && place == GLOBALS_STYLES && !book.styles.IsEmpty()) {
+        CarriedBytes& extension = book.styles.Last().extension;
+        extension.form = load.biffVersion;
+        return extension.bytes.AppendMany(bytes.data(), bytes.size());
+    }
+    return CarryBytes(book.carried, place, load.biffVersion, bytes);
 }
 
 }  // namespace
@@ -106,6 +158,7 @@ bool AddBoundSheet(LoadState& load, WideView name, i32 kind, i32 hidden) {
     Sheet& sheet = *book.sheets.Last();
     std::fill(std::begin(sheet.name), std::end(sheet.name), u'\0');
     std::copy(name.begin(), name.end(), sheet.name);
+    if (load.boundSheets < load.tabIds.Count()) sheet.options.tabId = load.tabIds[load.boundSheets];
     ++load.boundSheets;
     return true;
 }
@@ -129,10 +182,18 @@ void ReadPalette(LoadState& load, ByteView body) {
 
 bool ReadGlobals(LoadState& load) {
     BiffRecord record;
-    while (NextRecord(load.stream, record)) {
+    u16 place = GLOBALS_BEGIN;
+    LoadedBook(load).carried.form = load.biffVersion;
+    for (std::size_t start = load.stream.position; NextRecord(load.stream, record);
+         start = load.stream.position) {
         const RecordResult result = ReadGlobalRecord(load, record);
         if (result == RECORD_END) return true;
         if (result == RECORD_FAILED) return false;
+        const u16 own = PlaceInGlobals(record.id);
+        if (own != NO_PLACE) place = own;
+        if (result == RECORD_UNKNOWN && !IsWrittenAnew(true, record.id) &&
+            !CarryGlobal(load, record, start, place))
+            return false;
     }
     return false;
 }

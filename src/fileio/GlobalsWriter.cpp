@@ -1,6 +1,8 @@
 #include <algorithm>
 
 #include "fileio/BiffReader.h"
+#include "fileio/CarriedRecords.h"
+#include "fileio/OptionRecords.h"
 #include "fileio/SaveState.h"
 
 // The globals substream. What stands here is an order of records that a strict reader accepts; many of
@@ -21,11 +23,11 @@ struct FixedRecord {
     i32 value;  // -1: the record is empty
 };
 
-constexpr FixedRecord protection8[] = {{156, 14}, {25, 0}, {18, 0}, {19, 0}, {431, 0}, {444, 0}};
-constexpr FixedRecord protection95[] = {{25, 0}, {18, 0}, {19, 0}};
+constexpr u16 protection8[] = {156, 25, 18, 19, 431, 444};
+constexpr u16 protection95[] = {25, 18, 19};
 constexpr FixedRecord interface95[] = {{225, -1}, {193, 0}, {191, -1}, {192, -1}, {226, -1}};
-constexpr FixedRecord backup[] = {{64, 0}, {141, 0}};
-constexpr FixedRecord refresh8[] = {{439, 0}, {218, 0}};
+constexpr u16 backup[] = {64, 141};
+constexpr u16 refresh8[] = {439, 218};
 
 void WriteFixed(SaveState& save, std::span<const FixedRecord> rows) {
     for (const FixedRecord& row : rows) {
@@ -34,6 +36,13 @@ void WriteFixed(SaveState& save, std::span<const FixedRecord> rows) {
         } else {
             WriteRecordU16(save.writer, row.id, static_cast<u32>(row.value));
         }
+    }
+}
+
+void WriteOptions(SaveState& save, std::span<const u16> ids) {
+    for (const u16 id : ids) {
+        for (const BookOptionRecord& row : bookOptionRecords)
+            if (row.id == id) WriteRecordU16(save.writer, id, SavedBook(save).options.*row.field);
     }
 }
 
@@ -74,23 +83,29 @@ void WriteUserName(SaveState& save) {
     IgnoreFailure(EndBody(save, WRITEACCESS));
 }
 
+// Sheets keep their numbers, which views and others know them by; new ones get numbers above.
 void WriteTabIds(SaveState& save) {
+    u16 last = 0;
+    for (const Sheet* sheet : SavedBook(save).sheets) last = std::max(last, sheet->options.tabId);
     BeginBody(save);
-    for (u32 i = 1; i <= SavedBook(save).sheets.Count(); ++i) WriteU16(save.body, i);
+    for (const Sheet* sheet : SavedBook(save).sheets)
+        WriteU16(save.body, sheet->options.tabId ? sheet->options.tabId : ++last);
     WriteSplitRecord(save.writer, TABID, save.body.stream.Span(), TABID_ROOM, TABID_ROOM);
     save.writer.failed = save.writer.failed || save.body.failed;
 }
 
 void WriteWindow1(SaveState& save) {
     const Workbook& book = SavedBook(save);
+    constexpr u32 BARS = 8 | 16 | 32;
     u8* out = BeginRecord(save.writer, WINDOW1, 18);
-    const u32 flags = (book.showHorizontalScrollBar ? 8u : 0u) | (book.showVerticalScrollBar ? 16u : 0u) |
-                      (book.showSheetTabs ? 32u : 0u);
-    const u32 words[] = {0, 0, 15315, 8970, flags, static_cast<u32>(book.currentSheet), 0, 1, 600};
-    for (u32 word : words) {
-        PutU16(out, word);
-        out += 2;
-    }
+    u16 words[9];
+    std::copy(std::begin(book.options.window), std::end(book.options.window), words);
+    words[4] = static_cast<u16>((words[4] & ~BARS) | (book.showHorizontalScrollBar ? 8u : 0u) |
+                                (book.showVerticalScrollBar ? 16u : 0u) | (book.showSheetTabs ? 32u : 0u));
+    words[5] = static_cast<u16>(book.currentSheet);
+    if (words[6] >= book.sheets.Count()) words[6] = 0;  // the first tab that is seen
+    words[7] = 1;                                       // of the sheets only the current one is selected
+    for (u32 i = 0; i < std::size(words); ++i) PutU16(out + i * 2, words[i]);
 }
 
 u32 SheetType(i32 kind) {
@@ -125,39 +140,74 @@ void WriteCountry(SaveState& save) {
         WriteRecordU16Pair(save.writer, COUNTRY, book.country[0], book.country[1]);
 }
 
+// Behind each group stands what was carried there.
+void Close(SaveState& save, u16 place) { WriteCarried(save, nullptr, place); }
+
+void WriteDates(SaveState& save) {
+    WriteRecordU16(save.writer, 34, SavedBook(save).date1904 != 0);
+    WriteRecordU16(save.writer, 14, SavedBook(save).options.precision);
+}
+
+// The window, and what stands between it and the fonts.
+void WriteWindowGroup(SaveState& save) {
+    WriteWindow1(save);
+    Close(save, GLOBALS_WINDOW);
+    WriteOptions(save, backup);
+    Close(save, GLOBALS_BACKUP);
+    WriteDates(save);
+}
+
+void WriteSheetGroup(SaveState& save) {
+    WriteBoundSheets(save);
+    Close(save, GLOBALS_SHEETS);
+    WriteCountry(save);
+    Close(save, GLOBALS_COUNTRY);
+}
+
 void WriteGlobals8(SaveState& save) {
     const Workbook& book = SavedBook(save);
     BiffWriter& to = save.writer;
     WriteRecordU16(to, 225, book.fileCodePage);
     WriteRecordU16(to, 193, 0);
     WriteEmptyRecord(to, 226);
+    Close(save, GLOBALS_INTERFACE);
     WriteUserName(save);
+    Close(save, GLOBALS_USER);
     WriteRecordU16(to, CODEPAGE, book.fileCodePage);
     WriteRecordU16(to, 353, 0);
+    Close(save, GLOBALS_CODE_PAGE);
     WriteTabIds(save);
-    WriteFixed(save, protection8);
-    WriteWindow1(save);
-    WriteFixed(save, backup);
-    WriteRecordU16(to, 34, book.date1904 != 0);
-    WriteRecordU16(to, 14, 1);
-    WriteFixed(save, refresh8);
+    Close(save, GLOBALS_TABS);
+    WriteOptions(save, protection8);
+    Close(save, GLOBALS_PROTECTION);
+    WriteWindowGroup(save);
+    WriteOptions(save, refresh8);
+    Close(save, GLOBALS_DATES);
     WriteFontsAndFormats(save);
-    WriteRecordU16(to, 352, 1);
-    WriteBoundSheets(save);
-    WriteCountry(save);
+    WriteRecordU16(to, 352, book.options.selfNames);
+    Close(save, GLOBALS_SELF_NAMES);
+    WriteSheetGroup(save);
     WriteExternBooks(save);
+    Close(save, GLOBALS_LINKS);
     WriteNames(save);
+    Close(save, GLOBALS_NAMES);
+    Close(save, GLOBALS_DRAWINGS);
     WriteStringTable(save);
+    Close(save, GLOBALS_STRINGS);
 }
 
 void WriteGlobals95(SaveState& save) {
     const Workbook& book = SavedBook(save);
     BiffWriter& to = save.writer;
     WriteFixed(save, interface95);
+    Close(save, GLOBALS_INTERFACE);
     WriteUserName(save);
+    Close(save, GLOBALS_USER);
     // All texts of this form are in the page that is named here.
     WriteRecordU16(to, CODEPAGE, save.codePage);
-    WriteRecordU16(to, 156, 14);
+    Close(save, GLOBALS_CODE_PAGE);
+    Close(save, GLOBALS_TABS);
+    WriteRecordU16(to, 156, book.options.functionGroups);
     // The table of the globals holds what any token string of the book needs.
     for (const DefinedName& name : book.names) {
         CollectLinks(save, name.tokens);
@@ -165,16 +215,16 @@ void WriteGlobals95(SaveState& save) {
     }
     for (const Sheet* sheet : book.sheets) CollectSheetLinks(save, *sheet);
     WriteLinkTable(save);
+    Close(save, GLOBALS_LINKS);
     WriteNames(save);
-    WriteFixed(save, protection95);
-    WriteWindow1(save);
-    WriteFixed(save, backup);
-    WriteRecordU16(to, 34, book.date1904 != 0);
-    WriteRecordU16(to, 14, 1);
-    WriteRecordU16(to, 218, 0);
+    Close(save, GLOBALS_NAMES);
+    WriteOptions(save, protection95);
+    Close(save, GLOBALS_PROTECTION);
+    WriteWindowGroup(save);
+    WriteRecordU16(to, 218, book.options.saveNoLinks);
+    Close(save, GLOBALS_DATES);
     WriteFontsAndFormats(save);
-    WriteBoundSheets(save);
-    WriteCountry(save);
+    WriteSheetGroup(save);
     ClearLinkTable(save);
 }
 
@@ -200,6 +250,7 @@ void WriteBof(SaveState& save, u32 type) {
 
 void WriteGlobals(SaveState& save) {
     WriteBof(save, SUBSTREAM_GLOBALS);
+    WriteCarried(save, nullptr, GLOBALS_BEGIN);
     if (save.biffVersion == 8) {
         WriteGlobals8(save);
     } else {

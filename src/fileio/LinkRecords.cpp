@@ -84,6 +84,8 @@ bool ReadName(LoadState& load, ByteView body) {
     if (!name) return false;
     name->flags = flags & ~NAME_IS_BUILT_IN;
     name->shortcut = ByteAt(body, 2);
+    if (load.biffVersion == 8)
+        for (std::size_t i = 0; i < 4; ++i) name->textLengths[i] = ByteAt(body, 10 + i);
     name->sheet = WordAt(body, load.biffVersion == 8 ? 8 : 6);
     std::size_t used = 0;
     if (!ReadLinkText(load, From(body, 14), ByteAt(body, 3), name->text, used)) return false;
@@ -119,6 +121,10 @@ bool ReadExternName(LoadState& load, ByteView body) {
     ExternName name;
     name.text = std::move(text);
     name.sheet = static_cast<i16>(WordAt(body, 2));
+    name.flags = flags;
+    name.body.form = load.biffVersion;
+    const ByteView rest = From(body, 7 + used);
+    if (!name.body.bytes.AppendMany(rest.data(), rest.size())) return false;
     return book.externBooks.Last().names.Append(std::move(name));
 }
 

@@ -65,17 +65,21 @@ u32 WriteNameText(SaveState& save, BiffWriter& to, const NameImage& name) {
 
 void WriteExternName(SaveState& save, const ExternName& name) {
     const NameImage image = ImageOfName(name.text, true);
+    const bool kept = name.body.form == save.biffVersion && !name.body.bytes.IsEmpty();
     BeginBody(save);
     BiffWriter& to = save.body;
     const bool coded = image.builtIn && save.biffVersion == 8;
-    WriteU16(to, coded ? EXTERNNAME_IS_BUILT_IN : 0u);
+    const u32 flags = kept ? name.flags & ~u32{EXTERNNAME_IS_BUILT_IN} : 0u;
+    WriteU16(to, flags | (coded ? EXTERNNAME_IS_BUILT_IN : 0u));
     WriteU16(to, static_cast<u16>(name.sheet));
     WriteU16(to, 0);
     const u32 place = StreamOffset(to);
     WriteU8(to, 0);
     const u32 length = WriteNameText(save, to, coded ? image : NameImage{false, 0, name.text});
     if (!to.failed) to.stream[place] = static_cast<u8>(length);
-    WriteBytes(to, CONSTANT_ERROR, sizeof CONSTANT_ERROR);
+    // What the file had behind the name: its meaning, or the last values of an exchange between programs.
+    if (kept) WriteBytes(to, name.body.bytes.Data(), name.body.bytes.Count());
+    else WriteBytes(to, CONSTANT_ERROR, sizeof CONSTANT_ERROR);
     IgnoreFailure(EndBody(save, EXTERNNAME));
 }
 
@@ -137,6 +141,8 @@ u32 UsedNamesOfSheet(const Sheet& sheet, u32 used) {
 // Names without a formula are written where a number depends on it: a formula's, or that of a later name.
 u32 WrittenNames(const Workbook& book) {
     u32 defined = book.names.Count();
+    // Carried bytes may use any of them.
+    if (!book.sheetsRead.IsEmpty()) return defined;
     while (defined && !HasFormula(book.names[defined - 1].tokens)) --defined;
     if (defined == book.names.Count()) return defined;
     u32 used = defined;
@@ -158,7 +164,7 @@ void WriteName(SaveState& save, const DefinedName& name) {
     WriteU16(to, tokens.length);
     WriteU16(to, form8 || !name.sheet ? 0u : OwnSheetEntry(save, name.sheet - 1));
     WriteU16(to, name.sheet);
-    WriteU32(to, 0);
+    for (u8 textLength : name.textLengths) WriteU8(to, form8 ? textLength : 0u);
     const u32 length = WriteNameText(save, to, image);
     if (!to.failed) to.stream[3] = static_cast<u8>(length);
     WriteBytes(to, tokens.bytes.data(), tokens.bytes.size());
@@ -178,6 +184,8 @@ void WriteExternBooks(SaveState& save) {
     for (const ExternBook& row : book.externBooks) {
         WriteSupbook(save, row);
         for (const ExternName& name : row.names) WriteExternName(save, name);
+        const i32 sheets = row.kind == EXTERN_FILE ? static_cast<i32>(row.sheetNames.Count()) : -1;
+        for (i32 sheet = -1; sheet < sheets; ++sheet) WriteLinkValues(save, row, sheet);
     }
     BeginBody(save);
     WriteU16(save.body, book.externSheets.Count());
@@ -248,6 +256,8 @@ void WriteLinkEntry(SaveState& save, const LinkEntry& entry) {
         WriteShortString(save, to, text);
     }
     IgnoreFailure(EndBody(save, EXTERNSHEET));
+    if (entry.externBook != OWN_BOOK && entry.sheet >= 0)
+        WriteLinkValues(save, book.externBooks[static_cast<u32>(entry.externBook)], entry.sheet);
     if (!entry.usesNames) return;
     for (const ExternName& name : book.externBooks[static_cast<u32>(entry.externBook)].names)
         WriteExternName(save, name);
@@ -294,6 +304,11 @@ void CollectLinks(SaveState& save, const FormulaTokens& tokens) {
         if (entry && token == ptgNameX && save.links.entries[entry - 1u].externBook != OWN_BOOK)
             save.links.entries[entry - 1u].usesNames = true;
     }
+}
+
+void KeepLinkNumbers(SaveState& save, const Sheet& sheet) {
+    if (sheet.carried.form != save.biffVersion || sheet.carried.runs.IsEmpty()) return;
+    for (const u16 row : sheet.carried.links) LinkEntryOf(save, row);
 }
 
 void CollectSheetLinks(SaveState& save, const Sheet& sheet) {

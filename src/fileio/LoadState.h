@@ -50,6 +50,9 @@ struct LoadState {
     Array<u32> unplaced;       // sheets that it does not lead to: they come in the order of the file
     u32 nextUnplaced = 0;
     Array<u32> sheetPositions;  // as the list has them
+    Array<u16> tabIds;          // of the sheets, in the order of the list
+    i32 linkBook = -1;          // whose values follow, and of which sheet
+    i32 linkSheet = -1;
     i32 activeTab = 0;
     bool fontsSeen = false;
     bool formatsSeen = false;
@@ -74,8 +77,8 @@ void FreeShared(Array<SharedFormula>& list);
 // True at the EOF record, false for an end of the stream, a password or a lack of memory.
 [[nodiscard]] bool ReadGlobals(LoadState& load);
 [[nodiscard]] bool ReadSheet(LoadState& load);
-// A chart's records are kept as they stand.
-[[nodiscard]] bool ReadChartRecords(LoadState& load);
+// The records of a chart or module sheet are kept as they stand.
+[[nodiscard]] bool KeepSubstream(LoadState& load);
 // A bare file of BIFF2, BIFF3 or BIFF4 records into the current book.
 [[nodiscard]] bool ReadOldBook(LoadState& load, u16 bofId);
 
@@ -110,6 +113,11 @@ constexpr u16 NAME_IS_BUILT_IN = 0x20;
 [[nodiscard]] bool ReadExternName(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadSupbook(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadSharedStrings(LoadState& load, const BiffRecord& record);
+// XCT and CRN: the values that linked files had.
+void ReadLinkSheet(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadLinkValues(LoadState& load, ByteView body);
+// The row of externBooks that an entry of the 95 form stands for, and its one sheet; -1 without memory or text.
+i32 ExternBookOfEntry(LoadState& load, const ExternSheetEntry& entry, i32& sheet);
 // After the globals of a 95 form: sheets of scoped names.
 void ResolveNameSheets(LoadState& load);
 // From the 95 token form, `length` bytes of tokens and what follows them, to BIFF8. Failure: memory or

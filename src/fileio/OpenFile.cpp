@@ -7,12 +7,14 @@
 #include "base/Platform.h"
 #include "base/Text.h"
 #include "fileio/CompoundReader.h"
+#include "fileio/CompoundTree.h"
 #include "fileio/LoadState.h"
 #include "fileio/PocketFiles.h"
 #include "fileio/TextFiles.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
+#include "model/Carried.h"
 #include "model/CellStore.h"
 #include "model/Trust.h"
 
@@ -73,11 +75,27 @@ bool ReadBookGlobals(LoadState& load, const BiffRecord& bof) {
     return true;
 }
 
+// The carried records of a sheet of the 95 form hold numbers of the sheet's own table.
+bool KeepLinkTable(LoadState& load) {
+    CarriedRecords& carried = LoadedSheet(load).carried;
+    if (carried.runs.IsEmpty()) return true;
+    for (const ExternSheetEntry& entry : load.externTable) {
+        i32 sheet = 0;
+        const i32 row = ExternBookOfEntry(load, entry, sheet);
+        const i32 index = row < 0 ? -1 : FindExternSheet(LoadedBook(load), row, sheet, sheet);
+        if (index < 0) return true;
+        if (!carried.links.Append(static_cast<u16>(index))) return false;
+    }
+    return true;
+}
+
 bool ReadSheetSubstream(LoadState& load, i32 type) {
     LoadedBook(load).currentSheet = load.sheet;
     const i32 kind = LoadedSheet(load).kind;
     if (kind != type) ResetSheet(type, LoadedSheet(load).hidden);
-    const bool good = type == SUBSTREAM_CHART ? ReadChartRecords(load) : ReadSheet(load);
+    const bool kept = type == SUBSTREAM_CHART || type == SUBSTREAM_MODULE;
+    const bool good = kept ? KeepSubstream(load) : ReadSheet(load);
+    if (load.biffVersion != 8 && good && !KeepLinkTable(load)) return false;
     if (load.biffVersion != 8) load.externTable.Clear();
     return good;
 }
@@ -123,6 +141,8 @@ bool OpenCompoundWorkbook(ByteView file, LoadState& load) {
     load.stream.bytes = stream;
     if (!ReadSubstreams(load)) return false;
     Workbook& book = LoadedBook(load);
+    if (!ReadCompoundTree(file, book.entries) || !MarkSheetsRead(book)) return false;
+    book.entriesForm = load.biffVersion;
     book.currentSheet = static_cast<u32>(load.activeTab) < book.sheets.Count() ? load.activeTab : 0;
     AgeVolatiles(load);
     return true;

@@ -15,6 +15,20 @@ bool ReadPageText(LoadState& load, ByteView body, WideText& out) {
            STRING_FAILED;
 }
 
+// The older form has no ends of a break.
+bool ReadBreaks(const LoadState& load, ByteView body, u16 last, Array<PageBreak>& out) {
+    const bool wide = load.biffVersion == 8;
+    const std::size_t size = wide ? 6 : 2;
+    const std::size_t count = WordAt(body, 0);
+    body = From(body, 2);
+    for (std::size_t i = 0; i < count && body.size() >= size; ++i, body = From(body, size)) {
+        PageBreak row = {WordAt(body, 0), 0, last};
+        if (wide) row = {row.at, WordAt(body, 2), WordAt(body, 4)};
+        if (!out.Append(row)) return false;
+    }
+    return true;
+}
+
 bool AppendBytes(Array<u8>& out, ByteView bytes) { return out.AppendMany(bytes.data(), bytes.size()); }
 
 }  // namespace
@@ -27,7 +41,15 @@ bool ReadFooter(LoadState& load, ByteView body) {
 }
 
 bool ReadSheetOptions(LoadState& load, ByteView body) {
-    LoadedSheet(load).page.fitToPage = ByteAt(body, 1) & 1;
+    constexpr u16 FIT_TO_PAGE = 0x100;
+    Sheet& sheet = LoadedSheet(load);
+    sheet.page.fitToPage = (WordAt(body, 0) & FIT_TO_PAGE) != 0;
+    sheet.options.outlines = static_cast<u16>(WordAt(body, 0) & ~FIT_TO_PAGE);
+    return true;
+}
+
+bool ReadDelta(LoadState& load, ByteView body) {
+    LoadedSheet(load).options.precision = DoubleAt(body, 0);
     return true;
 }
 
@@ -55,6 +77,13 @@ bool ReadPrinter(LoadState& load, ByteView body) {
         if (!AppendBytes(printer, more.body)) return false;
     }
     return true;
+}
+
+bool ReadRowBreaks(LoadState& load, ByteView body) {
+    return ReadBreaks(load, body, MAX_COLUMNS - 1, LoadedSheet(load).page.rowBreaks);
+}
+bool ReadColumnBreaks(LoadState& load, ByteView body) {
+    return ReadBreaks(load, body, 0xFFFF, LoadedSheet(load).page.columnBreaks);
 }
 
 bool ReadGuts(LoadState& load, ByteView body) {

@@ -1,5 +1,7 @@
 #include <algorithm>
 
+#include "fileio/CarriedRecords.h"
+#include "fileio/OptionRecords.h"
 #include "fileio/PrinterBlock.h"
 #include "fileio/SaveState.h"
 #include "model/CellStore.h"
@@ -11,8 +13,7 @@ namespace {
 
 constexpr u16 PROTECT = 18, PASSWORD = 19, HEADER = 20, FOOTER = 21, SELECTION = 29, PANE = 65, PLS = 77,
               DEFCOLWIDTH = 85, GUTS = 128, WSBOOL = 129, SETUP = 161, DEFAULTROWHEIGHT = 549, WINDOW2 = 574;
-constexpr u32 SHEET_OPTIONS = 1217, FIT_TO_PAGE = 256;
-constexpr u8 VIEW_ALWAYS = 176;  // zeros shown, grid colour automatic, outline marks shown
+constexpr u32 FIT_TO_PAGE = 256;
 constexpr u8 VIEW_CURRENT = 6;
 constexpr u32 GRID_COLOUR = 64;
 constexpr u16 ONE_FROZEN_MARK = 1;
@@ -66,9 +67,32 @@ void WriteMargins(SaveState& save, const PageSettings& page) {
 }
 
 void WriteProtection(SaveState& save, const Sheet& sheet) {
-    if (!(sheet.viewFlags & VIEW_PROTECTED)) return;
-    WriteRecordU16(save.writer, PROTECT, 1);
-    WriteRecordU16(save.writer, PASSWORD, sheet.passwordHash);
+    const bool isProtected = (sheet.viewFlags & VIEW_PROTECTED) != 0;
+    const SheetOptions& options = sheet.options;
+    if (isProtected) WriteRecordU16(save.writer, PROTECT, 1);
+    if (options.protectScenarios) WriteRecordU16(save.writer, RECORD_SCENPROTECT, options.protectScenarios);
+    if (options.protectObjects) WriteRecordU16(save.writer, RECORD_OBJPROTECT, options.protectObjects);
+    if (isProtected) WriteRecordU16(save.writer, PASSWORD, sheet.passwordHash);
+}
+
+// As many breaks as one record of the form holds.
+void WriteBreaks(SaveState& save, u16 id, const Array<PageBreak>& breaks) {
+    constexpr u32 BREAKS_MOST = 1026;
+    const bool form8 = save.biffVersion == 8;
+    u32 count = std::min(breaks.Count(), BREAKS_MOST);
+    while (!form8 && count && breaks[count - 1].at > LastRowOf(save)) --count;
+    if (count < breaks.Count()) save.losses |= LOSS_OUTLINES;
+    if (!count) return;
+    u8* out = BeginRecord(save.writer, id, 2 + count * (form8 ? 6 : 2));
+    PutU16(out, count);
+    out += 2;
+    for (u32 i = 0; i < count; ++i) {
+        const PageBreak& row = breaks[i];
+        PutU16(out, row.at);
+        if (form8) PutU16(out + 2, row.first);
+        if (form8) PutU16(out + 4, row.last);
+        out += form8 ? 6 : 2;
+    }
 }
 
 u16 RowInForm(const SaveState& save, u16 row) { return std::min(row, static_cast<u16>(LastRowOf(save))); }
@@ -80,14 +104,26 @@ void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
     const u32 length = form8 ? 18 : 10;
     u8* out = BeginRecord(save.writer, WINDOW2, length);
     std::fill(out, out + length, u8{0});
+    const SheetOptions& options = sheet.options;
     out[0] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN)) |
-                             VIEW_ALWAYS);
-    out[1] = static_cast<u8>((current ? VIEW_CURRENT : 0) | (frozen ? ONE_FROZEN_MARK : 0));
+                             (options.window & 0xFF));
+    out[1] =
+        static_cast<u8>((current ? VIEW_CURRENT : 0) | (frozen ? ONE_FROZEN_MARK : 0) | options.window >> 8);
     const bool splitRows = frozen && view.splitRow;
     const bool splitColumns = frozen && view.splitColumn;
     PutU16(out + 2, RowInForm(save, splitRows ? view.frozenFirstRow : view.firstRow));
     PutU16(out + 4, splitColumns ? view.frozenFirstColumn : view.firstColumn);
-    if (form8) PutU32(out + 6, GRID_COLOUR);
+    // A colour is an index in one form and red, green and blue in the other.
+    const bool known = sheet.carried.form == save.biffVersion;
+    if (!form8) return PutU32(out + 6, known ? options.gridColour : 0u);
+    PutU16(out + 6, known ? options.gridColour : GRID_COLOUR);
+    PutU16(out + 10, options.breakZoom);
+    PutU16(out + 12, options.normalZoom);
+}
+
+void WriteSplit(SaveState& save, const SheetOptions& options) {
+    u8* out = BeginRecord(save.writer, PANE, 10);
+    for (u32 i = 0; i < std::size(options.split); ++i) PutU16(out + i * 2, options.split[i]);
 }
 
 void WritePane(SaveState& save, const SheetView& view) {
@@ -131,25 +167,34 @@ void WritePageRecords(SaveState& save, const Sheet& sheet) {
     WriteGuts(save, page.guts);
     WriteRecordU16Pair(to, DEFAULTROWHEIGHT, (sheet.viewFlags & VIEW_HEIGHT_DIFFERS) != 0,
                        DefaultRowHeight(sheet));
-    WriteRecordU16(to, WSBOOL, SHEET_OPTIONS + (page.fitToPage ? FIT_TO_PAGE : 0u));
+    WriteRecordU16(to, WSBOOL, sheet.options.outlines | (page.fitToPage ? FIT_TO_PAGE : 0u));
+    WriteCarried(save, &sheet, SHEET_GRID);
+    WriteBreaks(save, RECORD_HORIZONTAL_BREAKS, page.rowBreaks);
+    WriteBreaks(save, RECORD_VERTICAL_BREAKS, page.columnBreaks);
     WritePageText(save, HEADER, page.header);
     WritePageText(save, FOOTER, page.footer);
     WriteRecordU16(to, 131, page.centreHorizontally);
     WriteRecordU16(to, 132, page.centreVertically);
+    WriteCarried(save, &sheet, SHEET_PAGE_TEXTS);
     WriteMargins(save, page);
     WritePrinter(save, page.printer);
     if (!page.setup.IsEmpty()) {
         WriteRecordHeader(to, SETUP, page.setup.Count());
         WriteBytes(to, page.setup.Data(), page.setup.Count());
     }
+    WriteCarried(save, &sheet, SHEET_SETUP);
     WriteProtection(save, sheet);
+    WriteCarried(save, &sheet, SHEET_PROTECTION);
     WriteRecordU16(to, DEFCOLWIDTH, DefaultColumnWidth(sheet) >> 8);
+    WriteCarried(save, &sheet, SHEET_COLUMN_WIDTH);
 }
 
 void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current) {
     WriteWindow2(save, sheet, current);
     WriteZoom(save, sheet);
+    WriteCarried(save, &sheet, SHEET_WINDOW);
     if (sheet.viewFlags & VIEW_FROZEN) WritePane(save, sheet.view);
+    else if (sheet.options.isSplit) WriteSplit(save, sheet.options);
     WriteSelection(save, sheet.view);
 }
 

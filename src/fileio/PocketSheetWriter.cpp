@@ -66,6 +66,7 @@ void WriteValue(SheetWriting& w, u16 row, const CellRecord& cell) {
     switch (value.type) {
         case VT_NUMBER: PutF64(BeginCell(w, NUMBER, 8, row, cell), value.number); break;
         case VT_STRING: {
+            if (!TextTail(value.text).empty()) w.save.losses |= LOSS_RICH_TEXT;
             const WideView text = CutText(w.save, TextOf(value), TEXT_MOST);
             PutU16(BeginCell(w, LABEL, 2, row, cell), static_cast<u32>(text.size()));
             WritePocketText(w.save, text);

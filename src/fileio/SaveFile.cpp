@@ -3,6 +3,8 @@
 #include <bit>
 
 #include "base/MessageTable.h"
+#include "fileio/CarriedRecords.h"
+#include "fileio/CompoundTree.h"
 #include "fileio/SaveState.h"
 #include "fileio/TextFiles.h"
 #include "formula/Recalculation.h"
@@ -29,6 +31,17 @@ constexpr std::string_view lossTexts[LOSS_COUNT] = {
     "hidden sheets, protection and the colours of tabs",
     "page settings",
     "the dates' beginning in 1904",
+    "comments",
+    "pivot tables",
+    "macros",
+    "embedded objects",
+    "document properties",
+    "custom views",
+    "parts that only other programs know",
+    "formats of single characters",
+    "styles",
+    "outlines and page breaks",
+    "the last values of linked files",
 };
 
 struct StaleCell {
@@ -73,12 +86,14 @@ bool IsPocket(FileType type) { return type == FILE_PXL || type == FILE_PXT; }
 bool BuildStream(SaveState& save, FileType type) {
     const Workbook& book = SavedBook(save);
     if (IsPocket(type)) {
+        save.losses |= CarriedLosses(book);
         WritePocket(save);
         return !save.writer.failed;
     }
     save.biffVersion = book.biffVersion == 7 ? 7 : 8;
     save.codePage = save.biffVersion == 8 ? book.codePage : ChooseCodePage(book);
     if (save.biffVersion != 8 && !FitNames(save)) return false;
+    if (!PlanCarried(save)) return false;
     WriteGlobals(save);
     for (u32 i = 0; i < book.sheets.Count() && !save.writer.failed; ++i) WriteSheet(save, static_cast<i32>(i));
     return !save.writer.failed;
@@ -87,11 +102,13 @@ bool BuildStream(SaveState& save, FileType type) {
 // What BuildStream has made, in the container of its form.
 bool WriteStream(const SaveState& save, FileType type, OutputHandle file) {
     const Array<u8>& stream = save.writer.stream;
-    return IsPocket(type) ? Platform().writeFile(file, stream.Data(), stream.Count())
-                          : WriteCompoundFile(save.writer, save.biffVersion, file);
+    return IsPocket(type)
+               ? Platform().writeFile(file, stream.Data(), stream.Count())
+               : WriteCompoundFile(stream.Span(), save.biffVersion, file,
+                                   {SavedBook(save).entries.Span(), save.carried.droppedEntries.Span()});
 }
 
-bool WriteWorkbook(i32 book, WideView path, FileType type, u32& losses) {
+bool WriteWorkbook(i32 book, WideView path, FileType type, u32& losses, LossQuestion mayLose) {
     SaveState save;
     save.book = book;
     bool built = false;
@@ -104,6 +121,7 @@ bool WriteWorkbook(i32 book, WideView path, FileType type, u32& losses) {
         ShowMessage(Message(MSG_OUT_OF_MEMORY));
         return false;
     }
+    if (save.losses && mayLose && !mayLose(book, save.losses)) return false;
     const OutputHandle file = Platform().createFile(path);
     if (!file) {
         ShowMessageWith(Message(MSG_CANNOT_CREATE_FILE), path);
@@ -143,8 +161,14 @@ u32 TextLosses(const Workbook& book) {
     return losses;
 }
 
-bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses) {
+bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses, LossQuestion mayLose) {
     losses = TextLosses(*BookAt(book));
+    // What a text holds of formulas is known to everybody; what hangs on the cells is not.
+    constexpr u32 HANGS_ON_CELLS =
+        LOSS_OBJECTS | LOSS_COMMENTS | LOSS_CHARTS | LOSS_PIVOTS | LOSS_MACROS | LOSS_EMBEDDED;
+    const u32 carried = CarriedLosses(*BookAt(book)) & HANGS_ON_CELLS;
+    losses |= carried;
+    if (carried && mayLose && !mayLose(book, carried)) return false;
     return SaveText(book, path, type, losses);
 }
 
@@ -157,15 +181,14 @@ std::string_view SaveLossText(u32 loss) {
 
 bool CanWrite(FileType type) { return type != FILE_BMP && type != FILE_UNKNOWN; }
 
-bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses) {
+bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses, LossQuestion mayLose) {
     losses = 0;
     if (!CanWrite(type)) {
         ShowMessage(Message(MSG_SAVE_FORM_MISSING));
         return false;
     }
     const bool isText = type == FILE_CSV || type == FILE_TXT;
-    if (!(isText ? WriteTextFile(book, path, type, losses) : WriteWorkbook(book, path, type, losses)))
-        return false;
+    if (!(isText ? WriteTextFile : WriteWorkbook)(book, path, type, losses, mayLose)) return false;
     // A later change of the file is another program's.
     FileStamp stamp;
     BookAt(book)->stamp = Platform().fileStamp(path, stamp) ? stamp : FileStamp();

@@ -41,6 +41,13 @@ struct RenamedText {
     WideText text;
 };
 
+// What of the book's carried bytes stays out of a save, as CarriedKind bits.
+struct CarriedPlan {
+    u32 droppedGlobals = 0;
+    Array<u32> droppedSheets;
+    Array<bool> droppedEntries;
+};
+
 struct SaveState {
     i32 book = -1;
     u8 biffVersion = 8;
@@ -49,6 +56,7 @@ struct SaveState {
     BiffWriter writer;
     Array<u32> boundSheets;  // stream offsets of the sheets' positions
     StringTable strings;
+    CarriedPlan carried;
     LinkTable links;
     Array<RenamedText> renamedSheets;       // ascending, of the book's sheets
     Array<RenamedText> renamedNames;        // and of its names
@@ -103,6 +111,8 @@ void WriteBof(SaveState& save, u32 type);
 void WriteFontsAndFormats(SaveState& save);
 void WriteExternBooks(SaveState& save);
 void WriteNames(SaveState& save);
+// XCT and CRN of one sheet of a linked file; nothing when its values are not known.
+void WriteLinkValues(SaveState& save, const ExternBook& book, i32 sheet);
 // Collects the texts of all cells; false when memory fails.
 [[nodiscard]] bool BuildStringTable(const Workbook& book, StringTable& table);
 u32 StringIndex(const StringTable& table, const TextBlock* text);
@@ -117,6 +127,8 @@ u16 LinkEntryOf(SaveState& save, u32 externIndex);
 u16 OwnSheetEntry(SaveState& save, i32 sheet);
 // Enters what the tokens refer to.
 void CollectLinks(SaveState& save, const FormulaTokens& tokens);
+// Enters what the sheet's own table had, in its order, so that the numbers in carried records stay right.
+void KeepLinkNumbers(SaveState& save, const Sheet& sheet);
 void CollectSheetLinks(SaveState& save, const Sheet& sheet);
 // EXTERNCOUNT and the entries; nothing when there are none.
 void WriteLinkTable(SaveState& save);
@@ -193,6 +205,7 @@ struct ColumnRun {
     u8 first, last;
     bool hidden;
     u16 width, format;
+    u16 flags;  // ColumnFlags
 };
 // The next run behind column record `at` that is not as ordinary columns are; false when there is none.
 [[nodiscard]] bool NextColumnRun(const Sheet& sheet, u32& at, ColumnRun& run);

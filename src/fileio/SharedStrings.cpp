@@ -1,4 +1,7 @@
+#include <algorithm>
+
 #include "fileio/LoadState.h"
+#include "fileio/RichText.h"
 
 namespace tally {
 namespace {
@@ -41,7 +44,9 @@ struct StringReader {
 struct StringHead {
     u32 characters = 0;
     bool wide = false;
-    std::size_t tail = 0;  // bytes of runs and phonetic data behind the characters
+    u32 runs = 0;      // formats of single characters, 4 bytes each
+    u32 phonetic = 0;  // bytes behind them
+    std::size_t Tail() const { return std::size_t{runs} * 4 + phonetic; }
 };
 
 StringHead ReadHead(StringReader& r) {
@@ -49,8 +54,8 @@ StringHead ReadHead(StringReader& r) {
     head.characters = r.TakeBytes(2);
     const u32 option = r.TakeBytes(1);
     head.wide = option & 1;
-    if (option & 8) head.tail += std::size_t{r.TakeBytes(2)} * 4;
-    if (option & 4) head.tail += r.TakeBytes(4);
+    if (option & 8) head.runs = r.TakeBytes(2);
+    if (option & 4) head.phonetic = r.TakeBytes(4);
     return head;
 }
 
@@ -73,13 +78,36 @@ u32 CopyCharacters(StringReader& r, bool wide, u32 wanted, char16_t* out) {
 void CutAtZero(TextBlock& block) {
     u32 length = 0;
     while (length < block.length && block.characters[length]) ++length;
+    if (length < block.length) block.tail = 0;
     block.length = length;
+}
+
+std::size_t BytesLeft(const StringReader& r) {
+    const std::size_t before = std::min(r.stream.position, r.stream.bytes.size());
+    return r.stream.bytes.size() - before + (r.at < r.body.size() ? r.body.size() - r.at : 0);
+}
+
+// The runs and phonetic data of a text, behind the count of its runs.
+void ReadTail(StringReader& r, const StringHead& head, TextBlock& block) {
+    u8* out = TextTailBytes(&block);
+    PutU16(out, head.runs);
+    out += RUN_COUNT_BYTES;
+    for (std::size_t left = head.Tail(); left && r.AtByte();) {
+        const std::size_t part = std::min(left, r.body.size() - r.at);
+        std::copy_n(r.body.begin() + static_cast<std::ptrdiff_t>(r.at), part, out);
+        out += part;
+        r.at += part;
+        left -= part;
+    }
+    // A tail that the file cuts off says nothing.
+    if (r.ended) block.tail = 0;
 }
 
 // One string; null when memory fails.
 TextBlock* ReadOne(StringReader& r) {
     const StringHead head = ReadHead(r);
-    TextBlock* block = MakeTextRoom(head.characters);
+    const bool hasTail = head.Tail() && head.Tail() <= BytesLeft(r);
+    TextBlock* block = MakeTextRoom(head.characters, hasTail ? RUN_COUNT_BYTES + head.Tail() : 0);
     if (!block) return nullptr;
     bool wide = head.wide;
     u32 done = 0;
@@ -93,8 +121,13 @@ TextBlock* ReadOne(StringReader& r) {
         }
         wide = ByteAt(r.body, 0) & 1;
     }
+    if (!r.ended && hasTail) {
+        ReadTail(r, head, *block);
+    } else {
+        block->tail = 0;
+        r.at += head.Tail();
+    }
     CutAtZero(*block);
-    r.at += head.tail;
     return block;
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "fileio/RichText.h"
 #include "fileio/SaveState.h"
 
 // The shared string table: every text once, sorted, and the places of every so many strings for those who
@@ -61,13 +62,20 @@ bool CollectTexts(const CellStore& store, StringTable& table) {
     return true;
 }
 
+// By their code units, then by what the files say of single characters.
+bool TextBefore(const TextBlock* a, const TextBlock* b) {
+    const int order = TextView(a).compare(TextView(b));
+    if (order) return order < 0;
+    const ByteView x = TextTail(a), y = TextTail(b);
+    return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
+}
+
 // Gives equal texts one number.
 bool NumberTexts(StringTable& table) {
-    std::sort(table.blocks.begin(), table.blocks.end(),
-              [](const TextBlock* a, const TextBlock* b) { return TextView(a) < TextView(b); });
+    std::sort(table.blocks.begin(), table.blocks.end(), TextBefore);
     if (!table.indexes.ResizeRaw(table.blocks.Count())) return false;
     for (u32 i = 0; i < table.blocks.Count(); ++i) {
-        if (!i || TextView(table.blocks[i]) != TextView(table.blocks[i - 1])) ++table.unique;
+        if (!i || TextBefore(table.blocks[i - 1], table.blocks[i])) ++table.unique;
         table.indexes[i] = table.unique - 1;
     }
     return table.slots.IsEmpty() || Rehash(table, table.slots.Count());
@@ -88,12 +96,37 @@ void FlushBody(StringOutput& out) {
     out.used = 0;
 }
 
-void PutString(StringOutput& out, WideView text) {
+// What follows the characters: each part of `unit` bytes stands in one record.
+void PutTail(StringOutput& out, ByteView bytes, std::size_t unit) {
+    for (; bytes.size() >= unit; bytes = bytes.subspan(unit)) {
+        if (RECORD_ROOM - out.used < unit) FlushBody(out);
+        std::memcpy(out.body + out.used, bytes.data(), unit);
+        out.used += static_cast<u32>(unit);
+    }
+}
+
+// The bytes in front of a text's characters.
+u32 HeadBytes(ByteView tail) { return 3u + (RunsOf(tail) ? 2u : 0u) + (PhoneticBytes(tail).empty() ? 0u : 4u); }
+
+void PutHead(StringOutput& out, WideView text, ByteView tail) {
+    constexpr u32 HAS_PHONETIC = 4, HAS_RUNS = 8;
+    const ByteView phonetic = PhoneticBytes(tail);
+    u8* head = out.body + out.used;
+    PutU16(head, static_cast<u32>(text.size()));
+    head[2] = static_cast<u8>((IsWide(text) ? 1u : 0u) | (RunsOf(tail) ? HAS_RUNS : 0u) |
+                              (phonetic.empty() ? 0u : HAS_PHONETIC));
+    head += 3;
+    if (RunsOf(tail)) {
+        PutU16(head, RunsOf(tail));
+        head += 2;
+    }
+    if (!phonetic.empty()) PutU32(head, static_cast<u32>(phonetic.size()));
+    out.used += HeadBytes(tail);
+}
+
+void PutCharacters(StringOutput& out, WideView text) {
     const bool wide = IsWide(text);
     const u32 width = wide ? 2 : 1;
-    PutU16(out.body + out.used, static_cast<u32>(text.size()));
-    out.body[out.used + 2] = wide;
-    out.used += 3;
     for (;;) {
         const std::size_t room = (RECORD_ROOM - out.used) / width;
         const WideView part = text.substr(0, room);
@@ -107,6 +140,13 @@ void PutString(StringOutput& out, WideView text) {
         FlushBody(out);
         out.body[out.used++] = wide;
     }
+}
+
+void PutString(StringOutput& out, WideView text, ByteView tail) {
+    PutHead(out, text, tail);
+    PutCharacters(out, text);
+    PutTail(out, RunBytes(tail), RUN_BYTES);
+    PutTail(out, PhoneticBytes(tail), 1);
 }
 
 }  // namespace
@@ -141,13 +181,14 @@ void WriteStringTable(SaveState& save) {
             save.losses |= LOSS_TEXT;
             text = text.substr(0, TEXT_MOST);
         }
-        if (RECORD_ROOM - out.used < (IsWide(text) ? 5u : 4u)) FlushBody(out);
+        const ByteView tail = TextTail(table.blocks[i]);
+        if (RECORD_ROOM - out.used < HeadBytes(tail) + (IsWide(text) ? 2u : 1u)) FlushBody(out);
         if (table.indexes[i] % bucket == 0) {
             WriteU32(save.body, StreamOffset(save.writer) + 4 + out.used);
             WriteU16(save.body, out.used + 4);
             WriteU16(save.body, 0);
         }
-        PutString(out, text);
+        PutString(out, text, tail);
     }
     if (out.used) FlushBody(out);
     IgnoreFailure(EndBody(save, EXTSST));

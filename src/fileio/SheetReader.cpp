@@ -1,12 +1,13 @@
 #include <algorithm>
 
+#include "fileio/CarriedRecords.h"
+#include "fileio/OptionRecords.h"
 #include "fileio/SheetRecords.h"
 
 namespace tally {
 namespace {
 
 constexpr u16 RECORD_EOF = 10, RECORD_BOF = 2057;
-constexpr u16 CUSTOM_VIEW_BEGIN = 426, CUSTOM_VIEW_END = 427;
 
 struct RecordHandler {
     u16 id;
@@ -16,11 +17,18 @@ struct RecordHandler {
 // Ascending by id. What is not listed is passed over.
 constexpr RecordHandler handlers[] = {
     {6, ReadFormulaRecord},
+    {12, ReadOption<&SheetOptions::iterations>},
+    {13, ReadOption<&SheetOptions::calculationMode>},
+    {15, ReadOption<&SheetOptions::referenceMode>},
+    {RECORD_DELTA, ReadDelta},
+    {17, ReadOption<&SheetOptions::iteration>},
     {18, ReadProtect},
     {19, ReadPassword},
     {20, ReadHeader},
     {21, ReadFooter},
     {23, ReadExternSheet},
+    {RECORD_VERTICAL_BREAKS, ReadColumnBreaks},
+    {RECORD_HORIZONTAL_BREAKS, ReadRowBreaks},
     {29, ReadSelection},
     {35, ReadExternName},
     {38, ReadMargin<&PageSettings::leftMargin>},
@@ -32,6 +40,10 @@ constexpr RecordHandler handlers[] = {
     {65, ReadPane},
     {77, ReadPrinter},
     {85, ReadDefaultColumnWidth},
+    {89, ReadLinkSheetOfSheet},
+    {90, ReadLinkValues},
+    {RECORD_SAVERECALC, ReadOption<&SheetOptions::recalculateOnSave>},
+    {RECORD_OBJPROTECT, ReadOption<&SheetOptions::protectObjects>},
     {125, ReadColumnInfo},
     {128, ReadGuts},
     {129, ReadSheetOptions},
@@ -47,6 +59,7 @@ constexpr RecordHandler handlers[] = {
     {189, ReadMulRk},
     {190, ReadMulBlank},
     {214, ReadRichText},
+    {RECORD_SCENPROTECT, ReadOption<&SheetOptions::protectScenarios>},
     {229, ReadMergedCells},
     {253, ReadSharedText},
     {432, ReadConditionalFormat},
@@ -84,15 +97,35 @@ const RecordHandler* FindHandler(u16 id) {
     return found != std::end(handlers) && found->id == id ? found : nullptr;
 }
 
-// A substream inside the sheet's own, such as that of a chart on it. Its records are not the sheet's.
-bool SkipSubstream(BiffStream& stream) {
-    BiffRecord record;
-    for (u32 depth = 1; depth;) {
-        if (!NextRecord(stream, record)) return false;
-        if (record.id == RECORD_BOF) ++depth;
-        if (record.id == RECORD_EOF) --depth;
+// What nobody here understands stays with the sheet, a block and what goes on behind a record as a whole.
+bool CarryRecord(LoadState& load, const BiffRecord& record, std::size_t start, u16 place) {
+    const std::size_t behind = load.stream.position;
+    if (BeginsBlock(record.id) && !SkipBlock(load.stream, record.id)) {
+        if (record.id == RECORD_BOF) return false;
+        load.stream.position = behind;
     }
-    return true;
+    while (PeekRecordId(load.stream) == RECORD_CONTINUE) {
+        BiffRecord more;
+        if (!NextRecord(load.stream, more)) break;
+    }
+    return CarryBytes(LoadedSheet(load).carried, place, load.biffVersion,
+                      Part(load.stream.bytes, start, load.stream.position - start));
+}
+
+bool ReadRecords(LoadState& load) {
+    u16 place = SHEET_BEGIN;
+    BiffRecord record;
+    for (std::size_t start = load.stream.position; NextRecord(load.stream, record);
+         start = load.stream.position) {
+        if (record.id == RECORD_EOF) return true;
+        const RecordHandler* handler = FindHandler(record.id);
+        if (handler && !handler->read(load, record.body)) return false;
+        const u16 own = PlaceInSheet(record.id);
+        if (own != NO_PLACE) place = own;
+        if (!handler && !IsWrittenAnew(false, record.id) && !CarryRecord(load, record, start, place))
+            return false;
+    }
+    return false;
 }
 
 }  // namespace
@@ -106,44 +139,19 @@ bool ReadSheet(LoadState& load) {
     FreeShared(load.shared);
     FreeShared(load.arrays);
     load.lastCellKnown = false;
-    // The records of a custom view are those of the sheet once more, as that view has them.
-    bool customView = false;
-    BiffRecord record;
-    while (NextRecord(load.stream, record)) {
-        if (record.id == RECORD_EOF) {
-            FreeShared(load.shared);
-            FreeShared(load.arrays);
-            return true;
-        }
-        if (record.id == CUSTOM_VIEW_BEGIN || record.id == CUSTOM_VIEW_END)
-            customView = record.id == CUSTOM_VIEW_BEGIN;
-        if (customView) continue;
-        if (record.id == RECORD_BOF) {
-            if (!SkipSubstream(load.stream)) return false;
-            continue;
-        }
-        if (!ReadSheetRecord(load, record.id, record.body)) return false;
-    }
-    return false;
+    LoadedSheet(load).carried.form = load.biffVersion;
+    const bool good = ReadRecords(load);
+    FreeShared(load.shared);
+    FreeShared(load.arrays);
+    return good;
 }
 
-bool ReadChartRecords(LoadState& load) {
+bool KeepSubstream(LoadState& load) {
     const std::size_t start = load.stream.position;
-    // Charts in charts do not occur, but a nested substream must not end this one.
-    u32 depth = 0;
-    BiffRecord record;
-    for (;;) {
-        const std::size_t before = load.stream.position;
-        if (!NextRecord(load.stream, record)) return false;
-        if (record.id == RECORD_BOF) ++depth;
-        if (record.id != RECORD_EOF) continue;
-        if (depth == 0) {
-            LoadedSheet(load).chart.biffVersion = load.biffVersion;
-            Array<u8>& records = LoadedSheet(load).chart.records;
-            return records.AppendMany(load.stream.bytes.data() + start, before - start);
-        }
-        --depth;
-    }
+    std::size_t end = start;
+    if (!SkipBlock(load.stream, RECORD_BOF, &end)) return false;
+    return CarryBytes(LoadedSheet(load).carried, SHEET_BEGIN, load.biffVersion,
+                      Part(load.stream.bytes, start, end - start));
 }
 
 }  // namespace tally

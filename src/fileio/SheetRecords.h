@@ -50,6 +50,16 @@ template <u8 PageSettings::*field>
     LoadedSheet(load).page.*field = ByteAt(body, 0);
     return true;
 }
+template <u16 SheetOptions::*field>
+[[nodiscard]] bool ReadOption(LoadState& load, ByteView body) {
+    LoadedSheet(load).options.*field = WordAt(body, 0);
+    return true;
+}
+[[nodiscard]] bool ReadDelta(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadRowBreaks(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadColumnBreaks(LoadState& load, ByteView body);
+// LinkValues.cpp
+[[nodiscard]] bool ReadLinkSheetOfSheet(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadSheetOptions(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadPageSetup(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadPrinter(LoadState& load, ByteView body);

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "fileio/CarriedRecords.h"
+#include "fileio/OptionRecords.h"
 #include "fileio/SaveState.h"
 #include "model/CellStore.h"
 
@@ -14,7 +16,7 @@ constexpr u16 SCL = 160, COLINFO = 125, DBCELL = 215, DIMENSIONS = 512, ROW = 52
 constexpr u16 STANDARDWIDTH = 153;
 constexpr i32 BLOCK_ROWS = 32;
 constexpr u32 ROW_RECORD = 20;  // bytes with its header
-constexpr u8 ROW_IS_HIDDEN = 0x20, ROW_HAS_HEIGHT = 0x40, ROW_MARK = 1;
+constexpr u8 ROW_MARK = 1;
 
 struct SheetExtent {
     i32 lastRow = 0;
@@ -45,15 +47,12 @@ u32 WriteIndex(SaveState& save, const SheetExtent& extent) {
     return StreamOffset(save.writer) - blocks * 4;
 }
 
-void WriteCalculationRecords(SaveState& save) {
+void WriteCalculationRecords(SaveState& save, const SheetOptions& options) {
     BiffWriter& to = save.writer;
-    WriteRecordU16(to, 13, 1);
-    WriteRecordU16(to, 12, 100);
-    WriteRecordU16(to, 15, 1);
-    WriteRecordU16(to, 17, 0);
-    WriteRecordHeader(to, 16, 8);
-    WriteF64(to, 0.001);
-    WriteRecordU16(to, 95, 1);
+    for (const SheetOptionRecord& row : calculationRecords) WriteRecordU16(to, row.id, options.*row.field);
+    WriteRecordHeader(to, RECORD_DELTA, 8);
+    WriteF64(to, options.precision);
+    WriteRecordU16(to, RECORD_SAVERECALC, options.recalculateOnSave);
 }
 
 void WriteDimensions(SaveState& save, const SheetExtent& extent) {
@@ -83,37 +82,47 @@ void WriteGrid(SaveState& save, i32 index) {
     const bool form8 = save.biffVersion == 8;
     const SheetExtent extent = ExtentOf(save, sheet);
     NoteSheetLosses(save, sheet);
+    WriteCarried(save, &sheet, SHEET_BEGIN);
     const u32 indexBlocks = WriteIndex(save, extent);
-    WriteCalculationRecords(save);
+    WriteCarried(save, &sheet, SHEET_INDEX);
+    WriteCalculationRecords(save, sheet.options);
+    WriteCarried(save, &sheet, SHEET_CALCULATION);
     WritePageRecords(save, sheet);
     if (!form8) {
+        KeepLinkNumbers(save, sheet);
         CollectSheetLinks(save, sheet);
         WriteLinkTable(save);
     }
+    WriteCarried(save, &sheet, SHEET_LINK_TABLE);
     WriteColumns(save, sheet);
+    WriteCarried(save, &sheet, SHEET_COLUMNS);
     WriteFilterRecords(save, sheet);
+    WriteCarried(save, &sheet, SHEET_FILTER);
     WriteDimensions(save, extent);
+    WriteCarried(save, &sheet, SHEET_DIMENSIONS);
     WriteRowBlocks(save, sheet, extent.lastRow, extent.lastColumn, indexBlocks);
+    WriteCarried(save, &sheet, SHEET_CELLS);
     WriteViewRecords(save, sheet, index == SavedBook(save).currentSheet);
+    WriteCarried(save, &sheet, SHEET_SELECTION);
     if (!(sheet.viewFlags & VIEW_STANDARD_WIDTH) && sheet.defaultColumnWidth % 256)
         WriteRecordU16(save.writer, STANDARDWIDTH, sheet.defaultColumnWidth);
-    if (!form8) return;
-    WriteMerges(save, sheet);
-    WriteConditionalFormats(save, sheet);
-    WriteHyperlinks(save, sheet);
-    WriteValidations(save, sheet);
+    WriteCarried(save, &sheet, SHEET_STANDARD_WIDTH);
+    if (form8) WriteMerges(save, sheet);
+    WriteCarried(save, &sheet, SHEET_MERGES);
+    if (form8) WriteConditionalFormats(save, sheet);
+    WriteCarried(save, &sheet, SHEET_CONDITIONS);
+    if (form8) WriteHyperlinks(save, sheet);
+    WriteCarried(save, &sheet, SHEET_HYPERLINKS);
+    if (form8) WriteValidations(save, sheet);
+    WriteCarried(save, &sheet, SHEET_VALIDATION);
 }
 
-// A chart goes out as it came in, its zoom among the rest. The records of one form mean nothing in the other.
-bool WriteKeptChart(SaveState& save, const Sheet& sheet) {
-    const ChartModel& chart = sheet.chart;
-    if (sheet.kind != SHEET_CHART || chart.records.IsEmpty()) return false;
-    if (chart.biffVersion != save.biffVersion) {
-        save.losses |= LOSS_CHARTS;
-        return false;
-    }
-    WriteBytes(save.writer, chart.records.Data(), chart.records.Count());
-    return true;
+// A chart or module goes out as it came in, its zoom among the rest.
+bool WriteKept(SaveState& save, const Sheet& sheet) {
+    if ((sheet.kind & SHEET_WITH_CELLS) || sheet.carried.runs.IsEmpty()) return false;
+    const u32 before = StreamOffset(save.writer);
+    WriteCarried(save, &sheet, SHEET_BEGIN);
+    return StreamOffset(save.writer) > before;
 }
 
 // ---- rows
@@ -131,9 +140,15 @@ void WriteRow(SaveState& save, const Sheet& sheet, i32 row, const RowInfo* info,
     PutU16(out + 4, static_cast<u32>(lastColumn) + 1);
     const bool own = info && !(info->flags & ROW_DEFAULT_HEIGHT);
     PutU16(out + 6, own ? info->height & 0x7FFFu : WrittenDefaultHeight(sheet));
-    if (info && (info->flags & ROW_HIDDEN)) out[12] |= ROW_IS_HIDDEN;
-    if (info && (info->flags & ROW_CUSTOM_HEIGHT)) out[12] |= ROW_HAS_HEIGHT;
     out[13] = ROW_MARK;
+    if (!info) return;
+    if (info->flags & ROW_HIDDEN) out[12] |= ROW_IS_HIDDEN;
+    if (info->flags & ROW_CUSTOM_HEIGHT) out[12] |= ROW_HAS_HEIGHT;
+    if (info->flags & ROW_COLLAPSED) out[12] |= ROW_IS_COLLAPSED;
+    out[12] |= static_cast<u8>((info->flags & ROW_LEVEL) >> LEVEL_SHIFT);
+    const bool formatted = (info->flags & ROW_FORMATTED) != 0;
+    if (formatted) out[12] |= ROW_HAS_FORMAT;
+    PutU16(out + 14, (formatted ? info->format & ROW_FORMAT_BITS : 0u) | (info->flags & ROW_BORDERS));
 }
 
 // How far the sorted lists of a sheet have been walked.
@@ -199,11 +214,11 @@ bool NextColumnRun(const Sheet& sheet, u32& at, ColumnRun& run) {
     const ColumnInfo& first = columns[at++];
     while (at < columns.Count() && columns[at].column == columns[at - 1].column + 1 &&
            columns[at].format == first.format && widthOf(columns[at]) == widthOf(first) &&
-           ((columns[at].flags ^ first.flags) & COLUMN_HIDDEN) == 0 && !isOrdinary(columns[at])) {
+           ((columns[at].flags ^ first.flags) & ~u32{COLUMN_DEFAULT_WIDTH}) == 0 && !isOrdinary(columns[at])) {
         ++at;
     }
-    run = {first.column, columns[at - 1].column, (first.flags & COLUMN_HIDDEN) != 0, widthOf(first),
-           first.format};
+    run = {first.column,   columns[at - 1].column, (first.flags & COLUMN_HIDDEN) != 0,
+           widthOf(first), first.format,           first.flags};
     return true;
 }
 
@@ -215,7 +230,10 @@ void WriteColumns(SaveState& save, const Sheet& sheet) {
         PutU16(out + 2, run.last);
         PutU16(out + 4, run.width);
         PutU16(out + 6, run.format);
-        PutU16(out + 8, run.hidden);
+        PutU16(out + 8,
+               (run.hidden ? COLUMN_IS_HIDDEN : 0u) | (run.flags & COLUMN_USER_WIDTH ? COLUMN_IS_SET : 0u) |
+                   (run.flags & COLUMN_BEST_FIT ? COLUMN_IS_FITTED : 0u) |
+                   (run.flags & COLUMN_COLLAPSED ? COLUMN_IS_COLLAPSED : 0u) | (run.flags & COLUMN_LEVEL));
         PutU16(out + 10, 0);
     }
 }
@@ -241,7 +259,8 @@ void WriteSheet(SaveState& save, i32 index) {
         PatchU32(save.writer, StreamOffset(save.writer), save.boundSheets[static_cast<u32>(index)]);
     WriteBof(save, static_cast<u32>(sheet.kind));
     if (sheet.kind & SHEET_WITH_CELLS) WriteGrid(save, index);
-    if (!WriteKeptChart(save, sheet)) WriteSheetTail(save, sheet);
+    if (!WriteKept(save, sheet)) WriteSheetTail(save, sheet);
+    if (sheet.kind & SHEET_WITH_CELLS) WriteCarried(save, &sheet, SHEET_TAIL);
     WriteEof(save.writer);
     ClearLinkTable(save);
 }

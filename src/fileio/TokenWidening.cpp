@@ -173,15 +173,16 @@ bool SplitLinkText(WideView text, WideText& path, WideView& sheet) {
     return path.Assign(text.substr(0, open)) && path.Append(text.substr(open + 1, close - open - 1));
 }
 
-// The row of the book's extern books that a table entry stands for, and its one sheet.
-i32 ExternBookOf(Widening& w, const ExternSheetEntry& entry, i32& sheet) {
-    Workbook& book = LoadedBook(w.load);
+}  // namespace
+
+i32 ExternBookOfEntry(LoadState& load, const ExternSheetEntry& entry, i32& sheet) {
+    Workbook& book = LoadedBook(load);
     sheet = EXTERN_NO_SHEET;
     if (entry.kind == EXTERNSHEET_ADDIN) return FindOrAddExternBook(book, EXTERN_ADDIN);
     if (entry.kind != EXTERNSHEET_TEXT) return FindOrAddExternBook(book, EXTERN_SELF);
     const WideView text = entry.text;
     if (!text.empty() && text[0] == 3) {
-        sheet = FindSheet(w.load.book, text.substr(1));
+        sheet = FindSheet(load.book, text.substr(1));
         return FindOrAddExternBook(book, EXTERN_SELF);
     }
     WideText path;
@@ -201,6 +202,8 @@ i32 ExternBookOf(Widening& w, const ExternSheetEntry& entry, i32& sheet) {
     if (!name.empty()) sheet = AddExternSheetName(book.externBooks[static_cast<u32>(row)], name);
     return row;
 }
+
+namespace {
 
 // The tab of a pocket file: what lies beyond its sheets is a deleted sheet. Names may stand in front of the
 // sheets, so theirs are not judged yet.
@@ -224,7 +227,7 @@ i32 ExternIndexOf(Widening& w, ByteView operand, i32 firstTab, i32 lastTab, i32*
     if (index < 0 || static_cast<u32>(index) > w.load.externTable.Count() || index == 0) {
         row = FindOrAddExternBook(book, EXTERN_SELF);
     } else {
-        row = ExternBookOf(w, w.load.externTable[static_cast<u32>(index) - 1], sheet);
+        row = ExternBookOfEntry(w.load, w.load.externTable[static_cast<u32>(index) - 1], sheet);
         firstTab = lastTab = sheet;
     }
     if (externBook) *externBook = row;

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/Number.h"
+#include "fileio/OptionRecords.h"
 #include "fileio/SheetRecords.h"
 #include "model/CellStore.h"
 
@@ -19,6 +20,14 @@ bool ReadWindow2(LoadState& load, ByteView body) {
     Sheet& sheet = LoadedSheet(load);
     const u16 shown = VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN;
     sheet.viewFlags = static_cast<u16>((sheet.viewFlags & ~shown) | (ByteAt(body, 0) & shown));
+    SheetOptions& options = sheet.options;
+    options.window = WordAt(body, 0) & WINDOW_KEPT;
+    options.gridColour = LongAt(body, 6);
+    if (load.biffVersion == 8) {
+        options.gridColour = WordAt(body, 6);
+        options.breakZoom = WordAt(body, 10);
+        options.normalZoom = WordAt(body, 12);
+    }
     if (sheet.viewFlags & VIEW_FROZEN) {
         sheet.view.frozenFirstRow = WordAt(body, 2);
         sheet.view.frozenFirstColumn = ByteAt(body, 4);
@@ -31,7 +40,12 @@ bool ReadWindow2(LoadState& load, ByteView body) {
 
 bool ReadPane(LoadState& load, ByteView body) {
     Sheet& sheet = LoadedSheet(load);
-    if (!(sheet.viewFlags & VIEW_FROZEN)) return true;
+    if (!(sheet.viewFlags & VIEW_FROZEN)) {
+        sheet.options.isSplit = true;
+        for (std::size_t i = 0; i < std::size(sheet.options.split); ++i)
+            sheet.options.split[i] = WordAt(body, i * 2);
+        return true;
+    }
     SheetView& view = sheet.view;
     const u32 columns = WordAt(body, 0);
     const u32 rows = WordAt(body, 2);
@@ -66,19 +80,32 @@ bool ReadRow(LoadState& load, ByteView body) {
     info.row = WordAt(body, 0);
     info.height = WordAt(body, 6) & 0x7FFF;
     const u8 options = ByteAt(body, 12);
-    info.flags = static_cast<u16>((options & 0x20 ? ROW_HIDDEN : 0) | (options & 0x40 ? ROW_CUSTOM_HEIGHT : 0));
+    info.flags = static_cast<u16>((options & ROW_IS_HIDDEN ? ROW_HIDDEN : 0) |
+                                  (options & ROW_HAS_HEIGHT ? ROW_CUSTOM_HEIGHT : 0) |
+                                  (options & ROW_IS_COLLAPSED ? ROW_COLLAPSED : 0) |
+                                  (options & ROW_LEVEL_BITS) << LEVEL_SHIFT | (WordAt(body, 14) & ROW_BORDERS));
+    const u32 format = (WordAt(body, 14) & ROW_FORMAT_BITS) + load.formatBase;
+    if ((options & ROW_HAS_FORMAT) && format < LoadedBook(load).cellFormats.Count()) {
+        info.flags |= ROW_FORMATTED;
+        info.format = static_cast<u16>(format);
+    }
     return SetRowInfo(LoadedSheet(load).rows, info);
 }
 
 bool ReadColumnInfo(LoadState& load, ByteView body) {
     const u32 last = std::min<u32>(WordAt(body, 2), MAX_COLUMNS - 1);
     const u32 format = WordAt(body, 6) + load.formatBase;
+    const u16 options = WordAt(body, 8);
+    const u16 flags = static_cast<u16>(
+        (options & COLUMN_IS_HIDDEN ? COLUMN_HIDDEN : 0) | (options & COLUMN_IS_SET ? COLUMN_USER_WIDTH : 0) |
+        (options & COLUMN_IS_FITTED ? COLUMN_BEST_FIT : 0) |
+        (options & COLUMN_IS_COLLAPSED ? COLUMN_COLLAPSED : 0) | (options & COLUMN_LEVEL));
     for (u32 column = WordAt(body, 0) & 0xFF; column <= last; ++column) {
         ColumnInfo info;
         info.column = static_cast<u8>(column);
         info.width = WordAt(body, 4);
         info.format = format < LoadedBook(load).cellFormats.Count() ? static_cast<u16>(format) : u16{0};
-        info.flags = ByteAt(body, 8) & 1 ? u16{COLUMN_HIDDEN} : u16{0};
+        info.flags = flags;
         if (!SetColumnInfo(LoadedSheet(load).columns, info)) return false;
     }
     return true;

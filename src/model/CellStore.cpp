@@ -286,11 +286,16 @@ u16 GetColumnInfo(const Array<ColumnInfo>& columns, i32 column, u16& flags, u16&
 }
 
 u16 GetRowInfo(const Array<RowInfo>& rows, i32 row, u16& flags) {
-    const u32 at = LowerBound(rows, &RowInfo::row, row);
-    RowInfo info;
-    if (at < rows.Count() && rows[at].row == row) info = rows[at];
+    const RowInfo none;
+    const RowInfo* found = FindRowInfo(rows, row);
+    const RowInfo& info = found ? *found : none;
     flags = info.flags;
     return info.height;
+}
+
+const RowInfo* FindRowInfo(const Array<RowInfo>& rows, i32 row) {
+    const u32 at = LowerBound(rows, &RowInfo::row, row);
+    return at < rows.Count() && rows[at].row == row ? &rows[at] : nullptr;
 }
 
 bool SetRowInfo(Array<RowInfo>& rows, const RowInfo& info) { return PutSorted(rows, &RowInfo::row, info); }

@@ -83,6 +83,8 @@ u16 GetCellFormat(const Sheet& sheet, i32 row, i32 column);
 u16 GetColumnInfo(const Array<ColumnInfo>& columns, i32 column, u16& flags, u16& format);
 // Height as stored; a row without a record gives flags 4.
 u16 GetRowInfo(const Array<RowInfo>& rows, i32 row, u16& flags);
+// The record of a row, or null.
+const RowInfo* FindRowInfo(const Array<RowInfo>& rows, i32 row);
 [[nodiscard]] bool SetRowInfo(Array<RowInfo>& rows, const RowInfo& info);
 [[nodiscard]] bool SetColumnInfo(Array<ColumnInfo>& columns, const ColumnInfo& info);
 // In 1/256 of a character; 0 when hidden.

@@ -40,17 +40,26 @@ bool BuildDefaultCellFormats(Workbook& book) {
     for (u16 i = 0; i < 21; ++i) {
         CellFormat format;
         format.font = i == 1 || i == 2 || i > 15 ? 1 : i == 3 || i == 4 ? 2 : 0;
-        if (i != DEFAULT_CELL_FORMAT) format.flags |= FORMAT_STYLE;
+        if (i != DEFAULT_CELL_FORMAT) {
+            format.flags |= FORMAT_STYLE;
+            format.parent = STYLE_PARENT;
+            format.own = 0;
+        }
         for (const StyleFormat& row : styled) {
             if (row.index == i) format.numberFormat = row.numberFormat;
         }
         if (!book.cellFormats.Append(format)) return false;
     }
-    constexpr StyleRow styles[] = {{16, 3, 255}, {17, 6, 255}, {18, 4, 255},
-                                   {19, 7, 255}, {0, 0, 255},  {20, 5, 255}};
-    for (StyleRow row : styles) {
-        row.xf |= 0x8000;
-        if (!book.styles.Append(row)) return false;
+    struct BuiltInStyle {
+        u16 xf;
+        u8 id;
+    };
+    constexpr BuiltInStyle styles[] = {{16, 3}, {17, 6}, {18, 4}, {19, 7}, {0, 0}, {20, 5}};
+    for (const BuiltInStyle& style : styles) {
+        StyleRow* row = book.styles.AppendDefault();
+        if (!row) return false;
+        row->xf = style.xf | STYLE_BUILT_IN;
+        row->builtInId = style.id;
     }
     return true;
 }
@@ -72,7 +81,8 @@ bool BuildDefaultFonts(Workbook& book) {
 }
 
 bool SameFormat(const CellFormat& a, const CellFormat& b) {
-    if (a.font != b.font || a.numberFormat != b.numberFormat || ((a.flags ^ b.flags) & COMPARED_FLAGS))
+    if (a.font != b.font || a.numberFormat != b.numberFormat || a.parent != b.parent ||
+        ((a.flags ^ b.flags) & COMPARED_FLAGS))
         return false;
     constexpr std::size_t rest = offsetof(CellFormat, horizontal);
     return std::memcmp(reinterpret_cast<const u8*>(&a) + rest, reinterpret_cast<const u8*>(&b) + rest,
@@ -82,7 +92,8 @@ bool SameFormat(const CellFormat& a, const CellFormat& b) {
 bool SameFont(const FontRecord& a, const FontRecord& b) {
     return a.height == b.height && a.attributes == b.attributes && a.colour == b.colour &&
            a.weight == b.weight && a.underline == b.underline && a.family == b.family &&
-           a.charSet == b.charSet && a.spare == b.spare && WideView(a.faceName) == WideView(b.faceName);
+           a.charSet == b.charSet && a.escapement == b.escapement &&
+           WideView(a.faceName) == WideView(b.faceName);
 }
 
 bool IsTimeCode(WideView word) {
@@ -204,6 +215,8 @@ bool FindOrAddCellFormat(Workbook& book, const CellFormat& candidate, u16& index
         }
     }
     if (book.cellFormats.Count() > 0xFFFE || !book.cellFormats.Append(candidate)) return false;
+    // What was changed here must not follow the style again.
+    if (!(candidate.flags & FORMAT_STYLE)) book.cellFormats.Last().own = ALL_OWN;
     index = static_cast<u16>(book.cellFormats.Count() - 1);
     return true;
 }

@@ -4,7 +4,7 @@
 #include "base/Array.h"
 #include "base/Platform.h"
 #include "base/WideText.h"
-#include "charts/ChartTypes.h"
+#include "model/CarriedTypes.h"
 #include "model/Value.h"
 #include "objects/ObjectTypes.h"
 
@@ -91,8 +91,27 @@ struct CellInput {
     FormulaTokens tokens;
 };
 
-enum ColumnFlags : u16 { COLUMN_HIDDEN = 1, COLUMN_DEFAULT_WIDTH = 2 };
-enum RowFlags : u16 { ROW_HIDDEN = 1, ROW_CUSTOM_HEIGHT = 2, ROW_DEFAULT_HEIGHT = 4 };
+enum ColumnFlags : u16 {
+    COLUMN_HIDDEN = 1,
+    COLUMN_DEFAULT_WIDTH = 2,
+    COLUMN_USER_WIDTH = 4,
+    COLUMN_BEST_FIT = 8,
+    COLUMN_COLLAPSED = 16,
+    COLUMN_LEVEL = 0x700,  // of the outline
+    COLUMN_OUTLINE = COLUMN_COLLAPSED | COLUMN_LEVEL,
+};
+enum RowFlags : u16 {
+    ROW_HIDDEN = 1,
+    ROW_CUSTOM_HEIGHT = 2,
+    ROW_DEFAULT_HEIGHT = 4,
+    ROW_COLLAPSED = 16,
+    ROW_FORMATTED = 32,    // the row's own format counts for its empty cells
+    ROW_LEVEL = 0x700,     // of the outline
+    ROW_BORDERS = 0x7000,  // a thick line above, below; phonetic text
+    ROW_OUTLINE = ROW_COLLAPSED | ROW_LEVEL,
+    ROW_KEPT = ROW_OUTLINE | ROW_FORMATTED | ROW_BORDERS,  // what a new height leaves alone
+};
+constexpr u32 LEVEL_SHIFT = 8, ROW_BORDER_SHIFT = 12;
 
 struct ColumnInfo {
     u8 column = 0;
@@ -104,7 +123,8 @@ struct ColumnInfo {
 struct RowInfo {
     u16 row = 0;
     u16 flags = ROW_DEFAULT_HEIGHT;
-    u16 height = 0;  // twips
+    u16 height = 0;   // twips
+    u16 format = 15;  // with ROW_FORMATTED
 };
 
 // A rectangle whose cells belong to one array formula. `tokens` serve the readers and writers.
@@ -154,10 +174,18 @@ struct CellFormat {
     u8 leftStyle = 0, leftColour = 64;
     u8 bottomStyle = 0, bottomColour = 64;
     u8 rightStyle = 0, rightColour = 64;
+    u8 diagonalStyle = 0, diagonalColour = 0;
+    u8 diagonals = 0;  // 1 down, 2 up
+    u8 layout = 0;     // indent, shrink to fit, direction of the text: as in the file
     u8 spare = 0;
+    u8 own = 0xFC;   // attributes that do not follow the style, as in the file
+    u16 parent = 0;  // the style's row
 };
 
 constexpr u16 DEFAULT_CELL_FORMAT = 15;
+constexpr u16 STYLE_PARENT = 0xFFF;     // a style has no parent
+constexpr u16 STYLE_BUILT_IN = 0x8000;  // in StyleRow::xf
+constexpr u8 ALL_OWN = 0xFC;
 constexpr u16 AUTOMATIC_COLOUR = 32767;
 
 enum FontAttributes : u16 { FONT_ITALIC = 2, FONT_STRIKEOUT = 8 };
@@ -170,7 +198,7 @@ struct FontRecord {
     u8 underline = 0;
     u8 family = 0;
     u8 charSet = 0;
-    u8 spare = 0;
+    u8 escapement = 0;  // 1 raised, 2 lowered
     char16_t faceName[32] = {};
 };
 
@@ -185,6 +213,8 @@ struct StyleRow {
     u16 xf = 0;  // bit 15 set for a built-in style
     u8 builtInId = 0;
     u8 level = 255;
+    WideText name;           // of a user's style
+    CarriedBytes extension;  // the records that go with it
 };
 
 // ---- names and links ------------------------------------------------------------------------------
@@ -195,12 +225,25 @@ struct DefinedName {
     u8 stale = 0;   // work flag of marking
     u16 sheet = 0;  // 0 global, else the 1-based sheet it is scoped to
     WideText text;
-    FormulaTokens tokens;  // null: known but undefined
+    FormulaTokens tokens;    // null: known but undefined
+    u8 textLengths[4] = {};  // of the menu texts, which stand behind the tokens
 };
 
 struct ExternName {
     WideText text;
-    i16 sheet = 0;  // 1-based entry of sheetNames, or 0
+    i16 sheet = 0;      // 1-based entry of sheetNames, or 0
+    u16 flags = 0;      // as in the file
+    CarriedBytes body;  // what stands behind the name
+};
+
+// A value that a linked file had when it was last seen.
+struct ExternCell {
+    i16 sheet = -1;  // place in sheetNames
+    u16 row = 0;
+    u8 column = 0;
+    u8 type = 0;        // as in the file: 0 empty, 1 number, 2 text, 4 boolean, 16 error
+    double number = 0;  // also of booleans, and the code of an error
+    WideText text;
 };
 
 enum ExternBookKind : u32 { EXTERN_FILE = 0, EXTERN_SELF = 1, EXTERN_ADDIN = 2, EXTERN_CURRENT = 3 };
@@ -210,7 +253,8 @@ struct ExternBook {
     Array<WideText> sheetNames;
     u32 kind = EXTERN_FILE;
     Array<ExternName> names;
-    bool trusted = false;  // the user was told of this file and let it be read
+    bool trusted = false;     // the user was told of this file and let it be read
+    Array<ExternCell> cells;  // by sheet, as read
 };
 
 constexpr i16 EXTERN_NO_SHEET = -2;
@@ -319,6 +363,13 @@ struct SheetView {
     i32 lastVisibleColumn = 0;
 };
 
+// A page ends above a row or left of a column; across `first` to `last`.
+struct PageBreak {
+    u16 at = 0;
+    u16 first = 0;
+    u16 last = 0;
+};
+
 struct PageSettings {
     WideText header, footer;
     double leftMargin = 0, rightMargin = 0, topMargin = 0, bottomMargin = 0;  // inches; 0 is not set
@@ -327,6 +378,21 @@ struct PageSettings {
     Array<u8> setup;    // SETUP record as read
     Array<u8> printer;  // PLS block in wide form, as read
     u16 guts[4] = {};   // outline gutter sizes
+    Array<PageBreak> rowBreaks, columnBreaks;
+};
+
+// What a sheet's file says of calculation, protection and outlines, and nothing here acts on.
+struct SheetOptions {
+    u16 calculationMode = 1, iterations = 100, referenceMode = 1, iteration = 0, recalculateOnSave = 1;
+    double precision = 0.001;  // that ends an iteration
+    u16 outlines = 1217;       // WSBOOL without the fit to a page
+    u16 protectObjects = 0, protectScenarios = 0;
+    u16 window = 0xB0;  // flags of the view beside ViewFlags
+    u32 gridColour = 64;
+    u16 breakZoom = 0, normalZoom = 0;
+    u16 tabId = 0;  // 0 none yet
+    bool isSplit = false;
+    u16 split[5] = {};  // PANE of a view that is split and not frozen
 };
 
 struct Sheet {
@@ -340,8 +406,6 @@ struct Sheet {
     i32 book = -1;
     i32 index = -1;
     u32 serial = 0;
-
-    ChartModel chart;  // kind 32
 
     u16 viewFlags = 0;
     u16 defaultColumnWidth = 0;
@@ -365,11 +429,23 @@ struct Sheet {
     u16 passwordHash = 0;
     u8 tabColour = 0;  // palette index, 0 none
     PageSettings page;
+    SheetOptions options;
+    CarriedRecords carried;
+    CellMoves moves;  // since the carried records were read
 };
 
 // ---- books ----------------------------------------------------------------------------------------
 
 constexpr i32 PALETTE_SIZE = 64;
+
+// What a book's file says of its window, its protection and the way it is calculated.
+struct BookOptions {
+    u16 window[9] = {0, 0, 15315, 8970, 56, 0, 0, 1, 600};  // WINDOW1
+    u16 protectWindows = 0, protectStructure = 0, passwordHash = 0;
+    u16 protectRevisions = 0, revisionPassword = 0;
+    u16 backup = 0, hideObjects = 0, precision = 1, refreshAll = 0, saveNoLinks = 0, selfNames = 1;
+    u16 functionGroups = 14;
+};
 
 struct Workbook {
     WideText path;          // full path, or the untitled name
@@ -402,6 +478,12 @@ struct Workbook {
     u8 trust[FOREIGN_USES] = {};  // a BookTrust for each ForeignUse
     WideText wantedLink;          // a file that a formula wanted to read and nobody has been asked about yet
     FileStamp stamp;              // of the file when it was read or written
+    BookOptions options;
+    CarriedRecords carried;
+    Array<CarriedEntry> entries;  // the rest of the container; the first is the root
+    u8 entriesForm = 0;           // 7 or 8
+    u32 acceptedLosses = 0;       // SaveLoss bits that the user was asked about
+    Array<SheetMark> sheetsRead;  // the sheets that the carried bytes speak of
 };
 
 // All open books. Indexes shift when a book closes; a reference is fetched anew after any call that

@@ -83,6 +83,15 @@ void SetError(Value& value, i32 error) {
     value = ErrorValue(error);
 }
 
+bool MakePlainText(Value& value) {
+    if (value.type != VT_STRING || TextTail(value.text).empty()) return true;
+    TextBlock* plain = MakeText(TextView(value.text));
+    FreeValue(value);
+    if (!plain) return false;
+    value = OwnedTextValue(plain);
+    return true;
+}
+
 void CopyValue(Value& target, const Value& source) {
     switch (source.type) {
         case VT_STRING:

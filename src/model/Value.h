@@ -142,6 +142,9 @@ void SetError(Value& value, i32 error);
 // A deep copy: `target` is overwritten without being released. Texts are shared by count. A copy
 // that fails for memory becomes "#N/A".
 void CopyValue(Value& target, const Value& source);
+// Parts a text from what its file says of single characters, which counts in its own book only. False, with
+// the value empty, when memory fails.
+[[nodiscard]] bool MakePlainText(Value& value);
 // Moves ownership out and leaves `source` empty.
 inline Value TakeValue(Value& source) {
     Value moved = source;

@@ -112,6 +112,51 @@ bool MaySaveText(const Workbook& book, FileType type) {
            IDOK;
 }
 
+constexpr WideView lossNames[] = {
+    u"第 16384 行以后的行",
+    u"合并单元格",
+    u"条件格式和有效性规则",
+    u"超链接",
+    u"公式（保留结果）",
+    u"过长文本的末尾",
+    u"代码页中没有的字符",
+    u"文字方向和边框样式",
+    u"图表",
+    u"其他工作表",
+    u"宏表和模块",
+    u"名称",
+    u"图形对象",
+    u"筛选",
+    u"工作表的隐藏、保护和标签颜色",
+    u"页面设置",
+    u"1904 日期系统",
+    u"批注",
+    u"数据透视表",
+    u"宏",
+    u"嵌入对象",
+    u"文档属性",
+    u"自定义视图",
+    u"其他程序的内容",
+    u"单个字符的格式",
+    u"样式",
+    u"分级显示和分页符",
+    u"链接文件的值",
+};
+static_assert(std::size(lossNames) == LOSS_COUNT);
+
+// What the user has been asked about before is not asked again.
+bool MayLose(i32 book, u32 losses) {
+    losses &= ~BookAt(book)->acceptedLosses;
+    if (!losses) return true;
+    WideText list, text;
+    for (u32 i = 0; i < LOSS_COUNT; ++i) {
+        if (!(losses >> i & 1)) continue;
+        if ((!list.IsEmpty() && !list.Append(u"\n")) || !list.Append(lossNames[i])) return false;
+    }
+    return FormatWith(text, Message(MSG_SAVE_LOSSES), list) &&
+           Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
+}
+
 void TakePath(i32 book, WideText path) {
     AddRecentFile(path);
     Workbook& target = *BookAt(book);
@@ -130,7 +175,8 @@ bool SaveBook(i32 book, WideView path, bool askForName) {
     // The dialog has asked already.
     if (!askForName && !MayOverwrite(*BookAt(book), path)) return false;
     u32 losses = 0;
-    if (!WriteBookFile(book, path, type, losses)) return false;
+    if (!WriteBookFile(book, path, type, losses, MayLose)) return false;
+    BookAt(book)->acceptedLosses |= losses;
     BookAt(book)->dirty = 0;
     RefreshChrome();
     return true;

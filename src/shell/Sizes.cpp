@@ -63,17 +63,18 @@ i32 WantedHeight(Fitter& fitter, const CellRow& row) {
 }
 
 bool IsPlainRow(const RowInfo& info) {
-    return (info.flags & (ROW_HIDDEN | ROW_DEFAULT_HEIGHT)) == ROW_DEFAULT_HEIGHT;
+    return (info.flags & (ROW_HIDDEN | ROW_DEFAULT_HEIGHT | ROW_KEPT)) == ROW_DEFAULT_HEIGHT;
 }
 
 bool SameRow(const RowInfo& a, const RowInfo& b) {
-    return a.flags == b.flags && (a.flags & ROW_DEFAULT_HEIGHT || a.height == b.height);
+    return a.flags == b.flags && a.format == b.format && (a.flags & ROW_DEFAULT_HEIGHT || a.height == b.height);
 }
 
 RowInfo RowInfoOf(const Sheet& sheet, i32 row) {
     RowInfo info;
     info.row = static_cast<u16>(row);
-    info.height = GetRowInfo(sheet.rows, row, info.flags);
+    const RowInfo* found = FindRowInfo(sheet.rows, row);
+    if (found) info = *found;
     return info;
 }
 
@@ -156,7 +157,7 @@ bool FitRows(Sheet& sheet, const RefArea& area, bool automatic) {
     const auto change = [&](const RowInfo& old, i32 height) {
         RowInfo info = old;
         const bool plain = height == DefaultRowHeight(sheet);
-        info.flags = static_cast<u16>((old.flags & ROW_HIDDEN) | (plain ? ROW_DEFAULT_HEIGHT : 0));
+        info.flags = static_cast<u16>((old.flags & (ROW_HIDDEN | ROW_KEPT)) | (plain ? ROW_DEFAULT_HEIGHT : 0));
         info.height = static_cast<u16>(height);
         return SameRow(old, info) || changes.Append(info);
     };
@@ -202,7 +203,7 @@ bool FitColumns(Sheet& sheet, const RefArea& area) {
     return ChangeColumns(sheet, area, [&](ColumnInfo& info) {
         if (!widest[info.column] || (info.flags & COLUMN_HIDDEN)) return;
         const i64 width = ((i64{widest[info.column]} + MARGIN) * 256 + digit - 1) / digit;
-        info.flags = 0;
+        info.flags = static_cast<u16>(info.flags & COLUMN_OUTLINE);
         info.width = static_cast<u16>(std::min<i64>(width, MAX_COLUMN_WIDTH));
     });
 }
@@ -210,7 +211,7 @@ bool FitColumns(Sheet& sheet, const RefArea& area) {
 bool SetRowHeights(Sheet& sheet, const RefArea& area, i32 height) {
     if (height <= 0) return HideRows(sheet, area, true);
     return ChangeRows(sheet, area, [height](RowInfo& info) {
-        info.flags = ROW_CUSTOM_HEIGHT;
+        info.flags = static_cast<u16>((info.flags & ROW_KEPT) | ROW_CUSTOM_HEIGHT);
         info.height = static_cast<u16>(std::min(height, MAX_ROW_HEIGHT));
     });
 }
@@ -218,7 +219,7 @@ bool SetRowHeights(Sheet& sheet, const RefArea& area, i32 height) {
 bool SetColumnWidths(Sheet& sheet, const RefArea& area, i32 width) {
     if (width <= 0) return HideColumns(sheet, area, true);
     return ChangeColumns(sheet, area, [width](ColumnInfo& info) {
-        info.flags = 0;
+        info.flags = static_cast<u16>(info.flags & COLUMN_OUTLINE);
         info.width = static_cast<u16>(std::min(width, MAX_COLUMN_WIDTH));
     });
 }

@@ -6,6 +6,7 @@
 #include "fileio/BiffReader.h"
 #include "fileio/BiffWriter.h"
 #include "fileio/CompoundReader.h"
+#include "fileio/CompoundTree.h"
 #include "support/FailingAllocator.h"
 
 namespace tally {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <tuple>
+#include "fileio/CarriedRecords.h"
 
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
@@ -336,8 +337,7 @@ TEST_F(SavedBooks, AChartSheetGoesOutAsItCameIn) {
     AddSheet(u"Chart", SHEET_CHART);
     Sheet& sheet = *CurrentSheet();
     const u8 records[] = {0xA0, 0, 4, 0, 3, 0, 4, 0, 0x33, 0x10, 0, 0};
-    ASSERT_TRUE(sheet.chart.records.AppendMany(records, sizeof records));
-    sheet.chart.biffVersion = 8;
+    ASSERT_TRUE(CarryBytes(sheet.carried, SHEET_BEGIN, 8, records));
     ExpectReturn(8);
     ExpectReturn(8);  // nothing is added on the way
     Save(7);

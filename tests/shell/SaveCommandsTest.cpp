@@ -1,5 +1,8 @@
 #include "base/MessageTable.h"
+#include "editing/InsertDelete.h"
+#include "fileio/CarriedRecords.h"
 #include "fileio/OpenFile.h"
+#include "model/Carried.h"
 #include "model/CellStore.h"
 #include "shell/Commands.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -213,6 +216,36 @@ TEST_F(SaveCommands, ClosingSavesWhenAskedTo) {
     EXPECT_TRUE(HeadlessFrame().hasQuit);
     ASSERT_TRUE(OpenFile(u"/kept.xls", OPEN_SILENT_LINKS));
     EXPECT_EQ(Shown("A1"), "kept");
+}
+
+TEST_F(SaveCommands, WhatTheFormCannotHoldIsAskedAboutOnceBeforeTheFileIsWritten) {
+    Type("B2", "7");
+    AnswerDialog(u"/first");
+    SaveAs();
+    const u32 written = FindMemoryFile(u"/first.xls")->bytes.Count();
+    // A comment in the row above the one that is inserted stays; one below it would be elsewhere.
+    const u8 note[] = {28, 0, 12, 0, 3, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
+    ASSERT_TRUE(CarryBytes(CurrentSheet()->carried, SHEET_CELLS, 8, note));
+    ASSERT_TRUE(MarkSheetsRead(*CurrentWorkbook()));
+    ASSERT_TRUE(InsertRowsOrCellsDown({4, 4, 0, MAX_COLUMNS - 1}));
+    Save();
+    EXPECT_EQ(Boxes(), "");
+    ASSERT_TRUE(InsertRowsOrCellsDown({1, 1, 0, MAX_COLUMNS - 1}));
+    AnswerBox(IDNO);
+    Save();
+    ASSERT_EQ(Headless().boxes.Count(), 1u);
+    EXPECT_EQ(Headless().boxes[0].flags & 0xFu, u32{MB_YESNO});
+    EXPECT_NE(Headless().boxes[0].flags & MB_DEFBUTTON2, 0u);
+    EXPECT_NE(Boxes().find("批注"), std::string::npos) << Boxes();
+    EXPECT_EQ(CurrentWorkbook()->dirty, 1u);
+    EXPECT_GE(FindMemoryFile(u"/first.xls")->bytes.Count(), written);
+    AnswerBox(IDYES);
+    Save();
+    EXPECT_EQ(Headless().boxes.Count(), 2u);
+    EXPECT_EQ(CurrentWorkbook()->dirty, 0u);
+    Type("B3", "8");
+    Save();
+    EXPECT_EQ(Headless().boxes.Count(), 2u);
 }
 
 }  // namespace

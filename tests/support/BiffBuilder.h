@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "fileio/BiffWriter.h"
+#include "fileio/CompoundTree.h"
 
 namespace tally {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 
+#include "fileio/RichText.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
@@ -99,6 +100,10 @@ void DumpCells(Dump& d, const std::string& where, const Sheet& sheet) {
             continue;
         const std::string at = where + Print(" cell %d,%d ", row, cell.column);
         if (d.parts & DUMP_VALUES) d.Add(at + "value " + ValueText(cell.value));
+        if ((d.parts & DUMP_KEPT) && !cell.formula && cell.value.type == VT_STRING) {
+            const ByteView runs = RunBytes(TextTail(cell.value.text));
+            if (!runs.empty()) d.Add(at + "runs " + Hex(runs.data(), runs.size()));
+        }
         if ((d.parts & DUMP_FORMULAS) && cell.formula) {
             WideText text;
             EXPECT_TRUE(FormulaToText(d.book, cell.formula->tokens, row, cell.column, true, text));
@@ -116,15 +121,19 @@ void DumpSizes(Dump& d, const std::string& where, const Sheet& sheet) {
         GetColumnInfo(sheet.columns, column, flags, format);
         const u16 width = flags & COLUMN_HIDDEN ? u16{0} : GetColumnWidth(sheet, column);
         if (width == DefaultColumnWidth(sheet) && format == DEFAULT_CELL_FORMAT) continue;
-        d.Add(where + Print(" column %d width %d hidden %d look ", column, width, flags & COLUMN_HIDDEN) +
+        d.Add(where +
+              Print(" column %d width %d hidden %d outline %x look ", column, width, flags & COLUMN_HIDDEN,
+                    d.parts & DUMP_KEPT ? flags & COLUMN_OUTLINE : 0) +
               (format == DEFAULT_CELL_FORMAT ? "default" : LookText(d.Book(), format)));
     }
     for (const RowInfo& info : sheet.rows) {
         if (d.rows95 && info.row > 0x3FFF) break;
         const u16 height = GetRowHeight(sheet, info.row);
-        if (height == DefaultRowHeight(sheet) && !(info.flags & (ROW_CUSTOM_HEIGHT | ROW_HIDDEN))) continue;
-        d.Add(where + Print(" row %d height %d flags %d", info.row, height,
-                            info.flags & (ROW_CUSTOM_HEIGHT | ROW_HIDDEN)));
+        const u32 kept = d.parts & DUMP_KEPT ? u32{ROW_KEPT} : 0u;
+        const u32 shown = ROW_CUSTOM_HEIGHT | ROW_HIDDEN | kept;
+        if (height == DefaultRowHeight(sheet) && !(info.flags & shown)) continue;
+        d.Add(where + Print(" row %d height %d flags %d format %d", info.row, height, info.flags & shown,
+                            info.flags & kept & ROW_FORMATTED ? info.format : 0));
     }
 }
 
@@ -193,6 +202,15 @@ void DumpPage(Dump& d, const std::string& where, const Sheet& sheet) {
                         sheet.viewFlags & VIEW_PROTECTED ? sheet.passwordHash : 0));
 }
 
+void DumpOptions(Dump& d, const std::string& where, const Sheet& sheet) {
+    const SheetOptions& o = sheet.options;
+    d.Add(where + Print(" options %d %d %d %d %d %g %x %d %d %x", o.calculationMode, o.iterations,
+                        o.referenceMode, o.iteration, o.recalculateOnSave, o.precision, o.outlines,
+                        o.protectObjects, o.protectScenarios, o.window));
+    for (const PageBreak& row : sheet.page.rowBreaks) d.Add(where + Print(" break above %d", row.at));
+    for (const PageBreak& row : sheet.page.columnBreaks) d.Add(where + Print(" break left of %d", row.at));
+}
+
 void DumpSheet(Dump& d, u32 index) {
     const Sheet& sheet = *d.Book().sheets[index];
     const std::string where = "sheet " + std::to_string(index);
@@ -201,7 +219,7 @@ void DumpSheet(Dump& d, u32 index) {
               Print(" kind %d hidden %d colour %d", sheet.kind, sheet.hidden, sheet.tabColour));
     }
     if (sheet.kind == SHEET_CHART)
-        d.Add(where + " chart " + Hex(sheet.chart.records.Data(), sheet.chart.records.Count()));
+        d.Add(where + " chart " + Hex(sheet.carried.bytes.Data(), sheet.carried.bytes.Count()));
     if (!(sheet.kind & SHEET_WITH_CELLS)) return;
     DumpCells(d, where, sheet);
     if (d.parts & DUMP_FORMULAS) {
@@ -229,6 +247,17 @@ void DumpSheet(Dump& d, u32 index) {
     }
     if (d.parts & DUMP_VIEWS) DumpView(d, where, sheet);
     if (d.parts & DUMP_PAGES) DumpPage(d, where, sheet);
+    if (d.parts & DUMP_KEPT) DumpOptions(d, where, sheet);
+}
+
+void DumpLinkValues(Dump& d) {
+    const Workbook& book = d.Book();
+    for (const ExternBook& row : book.externBooks) {
+        for (const ExternCell& cell : row.cells)
+            d.Add("link " + Narrow(row.path) +
+                  Print(" %d %d %d is %d %.17g ", cell.sheet, cell.row, cell.column, cell.type, cell.number) +
+                  Narrow(cell.text));
+    }
 }
 
 void DumpNames(Dump& d) {
@@ -247,7 +276,7 @@ void DumpTables(Dump& d) {
     for (const FontRecord& font : book.fonts) d.Add("font " + FontText(font));
     for (u32 i = 0; i < book.cellFormats.Count(); ++i) d.Add("xf " + LookText(book, static_cast<u16>(i)));
     for (const StyleRow& style : book.styles)
-        d.Add(Print("style %x %d %d", style.xf, style.builtInId, style.level));
+        d.Add(Print("style %x %d %d ", style.xf, style.builtInId, style.level) + Narrow(style.name));
     Lines formats;
     for (const NumberFormat& format : book.numberFormats)
         formats.push_back(Print("format %d ", format.id) + NumberFormatText(book, format.id));
@@ -261,6 +290,10 @@ void DumpBookFields(Dump& d) {
     d.Add(Print("book 1904 %u bars %u %u %u current %d country %d %d user %d ", book.date1904,
                 book.showVerticalScrollBar, book.showHorizontalScrollBar, book.showSheetTabs, book.currentSheet,
                 book.country[0], book.country[1], book.userNameLength & 0xFF));
+    const BookOptions& o = book.options;
+    if (!(d.parts & DUMP_KEPT)) return;
+    d.Add(Print("book options %d %d %x %d %d %d %d", o.protectWindows, o.protectStructure, o.passwordHash,
+                o.backup, o.hideObjects, o.precision, o.saveNoLinks));
 }
 
 }  // namespace
@@ -271,6 +304,7 @@ std::vector<std::string> DumpBook(i32 book, u32 parts, bool rows95) {
     DumpBookFields(d);
     if (parts & DUMP_NAMES) DumpNames(d);
     if (parts & DUMP_TABLES) DumpTables(d);
+    if (parts & DUMP_LINK_VALUES) DumpLinkValues(d);
     for (u32 i = 0; i < BookAt(book)->sheets.Count(); ++i) DumpSheet(d, i);
     return std::move(d.lines);
 }

@@ -21,7 +21,9 @@ enum DumpParts : u32 {
     DUMP_PAGES = 512,
     DUMP_TABLES = 1024,  // fonts, formats, styles, palette
     DUMP_TABS = 2048,    // names, kinds and colours of the sheets
-    DUMP_ALL = 4095,
+    DUMP_KEPT = 4096,    // what nothing here acts on: outlines, breaks, options, runs of texts, names of styles
+    DUMP_LINK_VALUES = 8192,
+    DUMP_ALL = 16383,
 };
 
 // Stale worksheet cells are calculated first. Blank cells that look as their column does are left out, as a
