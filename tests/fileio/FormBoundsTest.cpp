@@ -98,8 +98,10 @@ TEST_F(FormBounds, ThereAreAtLeastSixteenFormatsOfFontsThatThereAre) {
     book.fonts.Truncate(1);
     book.cellFormats[2].font = 9;  // there is none of that number
     book.styles.Truncate(0);
-    ASSERT_TRUE(book.styles.Append({u16{0x8000 | 2}, 0, 255}));
-    ASSERT_TRUE(book.styles.Append({u16{0x8000 | 3}, 3, 255}));  // of a format that there is not
+    ASSERT_TRUE(book.styles.Resize(2));
+    book.styles[0].xf = STYLE_BUILT_IN | 2;
+    book.styles[1].xf = STYLE_BUILT_IN | 3;  // of a format that there is not
+    book.styles[1].builtInId = 3;
     for (u8 form : {u8{8}, u8{7}}) {
         EXPECT_EQ(Lint(form), "");
         EXPECT_EQ(Find(224).size(), 16u);
