@@ -270,7 +270,7 @@ u32 KindOfEntry(const CarriedEntry& entry) {
 bool IsProperties(const CarriedEntry& entry) { return !entry.name.IsEmpty() && entry.name[0] == 5; }
 
 u32 LossOfEntry(const CarriedEntry& entry) {
-    if (IsProperties(entry)) return LOSS_PROPERTIES;
+    if (IsProperties(entry)) return entry.bytes.IsEmpty() ? 0u : u32{LOSS_PROPERTIES};
     const u32 kind = KindOfEntry(entry);
     return kind == CARRIED_DRAWINGS ? u32{LOSS_EMBEDDED} : LossesOf(kind);
 }

@@ -156,6 +156,16 @@ bool VisitEntry(TreeWalk& walk, const Visit& visit, Array<CarriedEntry>& entries
     return stream || Push(walk, LongAt(entry, 76), entries.Count() - 1);
 }
 
+// Whether there is no more than what is written for a book without any of it.
+bool SaysNothing(const Array<CarriedEntry>& entries) {
+    constexpr char16_t PROPERTIES = 5;
+    if (std::any_of(entries[0].classId, entries[0].classId + 16, [](u8 byte) { return byte != 0; }))
+        return false;
+    return std::all_of(entries.begin() + 1, entries.end(), [](const CarriedEntry& entry) {
+        return entry.bytes.IsEmpty() && !entry.name.IsEmpty() && entry.name[0] == PROPERTIES;
+    });
+}
+
 }  // namespace
 
 WideView BookStreamName(u8 biffVersion) { return biffVersion == 8 ? WideView(u"Workbook") : WideView(u"Book"); }
@@ -178,6 +188,7 @@ bool ReadCompoundTree(ByteView file, Array<CarriedEntry>& entries) {
         walk.open.RemoveLast();
         if (!VisitEntry(walk, visit, entries)) return false;
     }
+    if (SaysNothing(entries)) entries.Clear();
     return true;
 }
 
