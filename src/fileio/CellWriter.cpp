@@ -110,10 +110,12 @@ u32 WriteNumbers(CellWriting& w, const CellRow& row, u32 first) {
 
 // Runs in bytes; what lies beyond the 255th character or font has none. False when there is nothing to write.
 bool WriteRuns95(SaveState& save, ByteView runs) {
-    constexpr u32 MOST = 255;
+    constexpr u32 MOST = 255, RECORD_MOST = 2080;
+    const u32 used = save.body.stream.Count() + 1;
+    const u32 room = used < RECORD_MOST ? (RECORD_MOST - used) / 2 : 0;
     u32 count = 0;
-    while (count < MOST && RUN_BYTES * count < runs.size() && WordAt(runs, RUN_BYTES * count) <= MOST &&
-           WordAt(runs, RUN_BYTES * count + 2) <= MOST)
+    while (count < std::min(MOST, room) && RUN_BYTES * count < runs.size() &&
+           WordAt(runs, RUN_BYTES * count) <= MOST && WordAt(runs, RUN_BYTES * count + 2) <= MOST)
         ++count;
     if (RUN_BYTES * count < runs.size()) save.losses |= LOSS_RICH_TEXT;
     if (!count) return false;

@@ -577,6 +577,12 @@ void CheckCells(SheetLint& s, std::size_t i) {
             Want(s.lint, s.lint.form == 7, record, "in the newer form");
             CheckLastText(s.lint, record, 6, 2, 0, 32767);
             break;
+        case RSTRING: {
+            const std::size_t text = record.Word(6);
+            Want(s.lint, s.lint.form == 7, record, "in the newer form");
+            Want(s.lint, record.size == 9 + text + record.Byte(8 + text) * 2u, record, "runs");
+            break;
+        }
         case LABELSST:
             Want(s.lint, record.size == 10 && record.Long(6) < s.lint.strings, record, "shared string");
             break;
