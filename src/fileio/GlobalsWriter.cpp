@@ -224,7 +224,10 @@ void WriteGlobals95(SaveState& save) {
     WriteRecordU16(to, 218, book.options.saveNoLinks);
     Close(save, GLOBALS_DATES);
     WriteFontsAndFormats(save);
+    Close(save, GLOBALS_SELF_NAMES);
     WriteSheetGroup(save);
+    Close(save, GLOBALS_DRAWINGS);
+    Close(save, GLOBALS_STRINGS);
     ClearLinkTable(save);
 }
 
