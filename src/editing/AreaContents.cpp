@@ -89,7 +89,8 @@ bool SaveContents(AreaContents& contents, Sheet& sheet, const RefArea& area, u32
            (!(mask & CONTENTS_ROWS) ||
             CopyRange(contents.rows, sheet.rows, &RowInfo::row, area.firstRow, area.lastRow)) &&
            (!(mask & BLOCK_HYPERLINKS) || SaveLinks(contents.links, sheet, area)) &&
-           (!(mask & BLOCK_ARRAYS) || CopyAll(contents.arrays, sheet.arrayFormulas)) &&
+           (!(mask & BLOCK_ARRAYS) ||
+            (CopyAll(contents.arrays, sheet.arrayFormulas) && CopyAll(contents.tables, sheet.dataTables))) &&
            (!(mask & BLOCK_MERGES) || CopyAll(contents.merges, sheet.mergedAreas)) &&
            SaveRules(contents, sheet);
 }
@@ -111,7 +112,10 @@ bool PutContents(AreaContents& contents) {
         CommitCells(patch, *sheet);
         IndexNewFormulas(*sheet, patch.formulas);
     }
-    if (mask & BLOCK_ARRAYS) std::swap(sheet->arrayFormulas, contents.arrays);
+    if (mask & BLOCK_ARRAYS) {
+        std::swap(sheet->arrayFormulas, contents.arrays);
+        std::swap(sheet->dataTables, contents.tables);
+    }
     if (mask & BLOCK_MERGES) std::swap(sheet->mergedAreas, contents.merges);
     for (SavedRules& rules : contents.rules) SwapRules(rules);
     if (mask & BLOCK_HYPERLINKS) {

@@ -27,6 +27,7 @@ struct AreaContents {
     Array<ColumnInfo> columns;  // of its columns
     Array<SavedLink> links;     // hyperlinks that touch it, each with its place in the sheet's list
     Array<ArrayEntry> arrays;   // the sheet's whole list
+    Array<DataTable> tables;    // likewise, with BLOCK_ARRAYS
     Array<RefArea> merges;      // likewise
     Array<SavedRules> rules;    // likewise, of every sheet whose rules change
     Array<TokenChange> tokens;  // of formulas elsewhere

@@ -1,6 +1,22 @@
 #include "editing/AreaLists.h"
 
 namespace tally {
+namespace {
+
+template <typename Entry>
+void RemoveInside(Array<Entry>& list, const RefArea& area) {
+    u32 kept = 0;
+    for (const Entry& entry : list)
+        if (!AreaHoldsArea(area, entry.area)) list[kept++] = entry;
+    list.Truncate(kept);
+}
+
+}  // namespace
+
+void RemoveArraysInside(Sheet& sheet, const RefArea& area) {
+    RemoveInside(sheet.arrayFormulas, area);
+    RemoveInside(sheet.dataTables, area);
+}
 
 bool MeetsAny(std::span<const RefArea> targets, const RefArea& area) {
     for (const RefArea& target : targets)
@@ -12,6 +28,8 @@ bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets, A
     after.mask |= BLOCK_ARRAYS | BLOCK_MERGES;
     for (const ArrayEntry& entry : sheet.arrayFormulas)
         if (!MeetsAny(targets, entry.area) && !after.arrays.Append(entry)) return false;
+    for (const DataTable& table : sheet.dataTables)
+        if (!MeetsAny(targets, table.area) && !after.tables.Append(table)) return false;
     for (const RefArea& merge : sheet.mergedAreas)
         if (!MeetsAny(targets, merge) && !after.merges.Append(merge)) return false;
     return true;

@@ -7,9 +7,11 @@
 
 namespace tally {
 
+// Takes the arrays and data tables that lie wholly in an area from the sheet's lists.
+void RemoveArraysInside(Sheet& sheet, const RefArea& area);
 // Whether any target has a cell in an area.
 bool MeetsAny(std::span<const RefArea> targets, const RefArea& area);
-// The arrays and merged areas that lie beside all targets, into `after`.
+// The arrays, data tables and merged areas that lie beside all targets, into `after`.
 [[nodiscard]] bool KeepArraysAndMerges(const Sheet& sheet, std::span<const RefArea> targets,
                                        AreaContents& after);
 

@@ -39,10 +39,7 @@ void ClearColumnFormats(Array<ColumnInfo>& columns, const RefArea& area) {
 bool ClearContents(Sheet& sheet, const RefArea& area) {
     constexpr u32 mask = BLOCK_CELLS | BLOCK_ARRAYS;
     IgnoreFailure(RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, mask));
-    u32 kept = 0;
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!AreaHoldsArea(area, entry.area)) sheet.arrayFormulas[kept++] = entry;
-    sheet.arrayFormulas.Truncate(kept);
+    RemoveArraysInside(sheet, area);
     MarkDependentsOfArea(sheet.book, sheet.index, area);
     WalkArea(sheet.cells, area, [&sheet](u16, CellRecord& cell) {
         FreeCellContents(sheet.cells, cell);

@@ -184,8 +184,9 @@ bool RefuseFilterColumns(const Sheet& sheet, const RefArea& area) {
 }  // namespace
 
 bool RefuseCutArray(const Sheet& sheet, const RefArea& area) {
-    return std::any_of(sheet.arrayFormulas.begin(), sheet.arrayFormulas.end(),
-                       [&area](const ArrayEntry& entry) { return IsCut(entry.area, area); }) &&
+    const auto cuts = [&area](const auto& entry) { return IsCut(entry.area, area); };
+    return (std::any_of(sheet.arrayFormulas.begin(), sheet.arrayFormulas.end(), cuts) ||
+            std::any_of(sheet.dataTables.begin(), sheet.dataTables.end(), cuts)) &&
            Refuse(MSG_PART_OF_ARRAY);
 }
 

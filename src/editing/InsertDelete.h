@@ -13,7 +13,8 @@ namespace tally {
 [[nodiscard]] bool DeleteRowsOrCellsUp(const RefArea& area);
 [[nodiscard]] bool DeleteColumnsOrCellsLeft(const RefArea& area);
 
-// Whether an area cuts an array formula or a merged area of the sheet. The user has then been told.
+// Whether an area cuts an array formula or a data table, or a merged area of the sheet. The user has then been
+// told.
 bool RefuseCutArray(const Sheet& sheet, const RefArea& area);
 bool RefuseCutMerge(const Sheet& sheet, const RefArea& area);
 

@@ -102,6 +102,7 @@ bool CopyContents(Sheet& target, Sheet& source) {
     }
     return CopyRecords(target.columns, source.columns) && CopyRecords(target.rows, source.rows) &&
            CopyRecords(target.arrayFormulas, source.arrayFormulas) &&
+           CopyRecords(target.dataTables, source.dataTables) &&
            CopyRecords(target.mergedAreas, source.mergedAreas) && CopyRecords(target.objects, source.objects) &&
            CopyCells(target, source) && CopyRules(target.validations, source.validations) &&
            CopyRules(target.conditionalFormats, source.conditionalFormats) && CopyLinks(target, source) &&

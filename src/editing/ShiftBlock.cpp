@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "editing/AreaLists.h"
+#include "formula/DataTables.h"
 #include "model/AreaList.h"
 #include "model/BookTable.h"
 #include "model/Carried.h"
@@ -151,6 +153,37 @@ void MoveAreaWith(RefArea& area, const AreaMove& move) {
     area.lastColumn = static_cast<u8>(std::min(area.lastColumn + move.columnDelta, MAX_COLUMNS - 1));
 }
 
+bool IsInput(const DataTable& table, u32 which, const RefArea& area) {
+    const bool used = which == 0 || (table.flags & TABLE_TWO_INPUTS);
+    return used && AreaHolds(area, table.inputs[which * 2], table.inputs[which * 2 + 1]);
+}
+
+// A table's results go along, and so do its input cells, each where it stands.
+void MoveTableWith(DataTable& table, const AreaMove& move) {
+    MoveAreaWith(table.area, move);
+    for (u32 i = 0; i < 2; ++i) {
+        if (!IsInput(table, i, move.from)) continue;
+        table.inputs[i * 2] = static_cast<u16>(table.inputs[i * 2] + move.rowDelta);
+        table.inputs[i * 2 + 1] = static_cast<u16>(table.inputs[i * 2 + 1] + move.columnDelta);
+    }
+}
+
+// Input cells that are gone leave their tables without a result.
+void LoseInputs(Sheet& sheet, const RefArea& lost) {
+    for (DataTable& table : sheet.dataTables) {
+        if (IsInput(table, 0, lost)) table.flags |= TABLE_INPUT_LOST;
+        if (IsInput(table, 1, lost)) table.flags |= TABLE_SECOND_LOST;
+    }
+}
+
+// The results of tables are worked out again, since their headings may be others.
+bool AppendTableParts(const Sheet& sheet, Array<FormulaCell*>& stale) {
+    if (sheet.dataTables.IsEmpty()) return true;
+    for (FormulaCell* formula : sheet.cells.formulas)
+        if (IsTablePart(formula->tokens) && !stale.Append(formula)) return false;
+    return true;
+}
+
 // Hyperlinks that lie wholly or partly in the lost area go to the plan.
 void TakeLinks(Sheet& sheet, ShiftPlan& plan, const RefArea& lost) {
     if (!plan.links.Capacity()) return;
@@ -171,6 +204,7 @@ void ShiftLists(Sheet& sheet, ShiftPlan& plan) {
     const AreaMove& move = plan.move;
     RemoveLists(sheet, plan, LostArea(move));
     for (ArrayEntry& entry : sheet.arrayFormulas) MoveAreaWith(entry.area, move);
+    for (DataTable& table : sheet.dataTables) MoveTableWith(table, move);
     for (RefArea& merge : sheet.mergedAreas) MoveAreaWith(merge, move);
     for (Hyperlink& link : sheet.hyperlinks) MoveAreaWith(link.area, move);
 }
@@ -280,11 +314,9 @@ bool PrepareLinks(ShiftPlan& plan, const RefArea& lost) {
 
 void RemoveLists(Sheet& sheet, ShiftPlan& plan, const RefArea& lost) {
     TakeLinks(sheet, plan, lost);
+    RemoveArraysInside(sheet, lost);
+    LoseInputs(sheet, lost);
     u32 kept = 0;
-    for (const ArrayEntry& entry : sheet.arrayFormulas)
-        if (!AreaHoldsArea(lost, entry.area)) sheet.arrayFormulas[kept++] = entry;
-    sheet.arrayFormulas.Truncate(kept);
-    kept = 0;
     for (const RefArea& merge : sheet.mergedAreas)
         if (!AreaHoldsArea(lost, merge)) sheet.mergedAreas[kept++] = merge;
     sheet.mergedAreas.Truncate(kept);
@@ -306,7 +338,8 @@ bool CommitShift(ShiftPlan& plan) {
 
 void MarkShifted(ShiftPlan& plan) {
     // Formulas without fixed inputs follow every change, those of other books as well.
-    bool good = true;
+    const Sheet* moved = SheetAt(plan.move.book, plan.move.sheet);
+    bool good = !moved || AppendTableParts(*moved, plan.stale.formulas);
     for (const Workbook* book : Books().books)
         for (const Sheet* sheet : book->sheets)
             for (FormulaCell* formula : sheet->cells.formulas)

@@ -1,5 +1,6 @@
 #include "editing/StoreEntry.h"
 
+#include "editing/AreaLists.h"
 #include "editing/Undo.h"
 #include "editing/Validation.h"
 #include "formula/Compiler.h"
@@ -135,12 +136,6 @@ bool StoreOne(const EntryTarget& target, const Content& content, i32 row, i32 co
     if (content.kind == ENTRY_FORMULA && !TokensFor(target, content, row, column, input.tokens)) return false;
     input.value = ValueOf(content);
     return SetCell(target.book, target.sheet, input, true, true);
-}
-
-// Arrays that lie wholly in the area give way to what is stored over them.
-void RemoveArraysInside(Sheet& sheet, const RefArea& area) {
-    for (u32 i = sheet.arrayFormulas.Count(); i-- > 0;)
-        if (AreaHoldsArea(area, sheet.arrayFormulas[i].area)) sheet.arrayFormulas.RemoveAt(i);
 }
 
 }  // namespace

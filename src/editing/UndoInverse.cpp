@@ -28,6 +28,7 @@ bool PrepareShiftBack(UndoRecord& record, Sheet& sheet, ShiftPlan& plan, CellPat
 void RestoreLists(UndoRecord& record, Sheet& sheet, Array<Hyperlink>& linkRoom) {
     AreaContents& contents = record.contents;
     std::swap(sheet.arrayFormulas, contents.arrays);
+    std::swap(sheet.dataTables, contents.tables);
     std::swap(sheet.mergedAreas, contents.merges);
     for (SavedRules& rules : contents.rules) SwapRules(rules);
     ReturnLinks(sheet, contents.links, linkRoom);

@@ -212,30 +212,21 @@ void WriteArrayRecord(CellWriting& w, const RefArea& area, const TokenImage& ima
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
 }
 
-// The data table of a formula that is a part of one, or null.
-const DataTable* FindDataTable(const CellWriting& w, const FormulaTokens& tokens) {
-    for (const DataTable& table : w.sheet.dataTables) {
-        if (table.area.firstRow == ReadU16(tokens.bytes + 1) &&
-            table.area.firstColumn == ReadU16(tokens.bytes + 3))
-            return &table;
-    }
-    return nullptr;
-}
-
 // Whether the tokens say no more than where the formula of a whole table or array stands.
 bool IsPartOf(u8 token, const FormulaTokens& tokens) { return tokens.length == 5 && tokens.bytes[0] == token; }
 
 // A table's record stands behind its first cell. A part whose table is not known, or has been moved away from,
 // means nothing to a reader.
 void WriteTablePart(CellWriting& w, u16 row, const CellRecord& cell) {
-    const FormulaTokens& tokens = cell.formula->tokens;
-    const DataTable* table = FindDataTable(w, tokens);
-    const bool inside = table && AreaHolds(table->area, row, cell.column);
-    const bool first = inside && row == table->area.firstRow && cell.column == table->area.firstColumn;
+    const DataTable* table = FindDataTable(w.sheet, row, cell.column);
+    const bool first = table && row == table->area.firstRow && cell.column == table->area.firstColumn;
     bool* const begun =
-        inside ? &w.arrays.tablesBegun[static_cast<u32>(table - w.sheet.dataTables.begin())] : nullptr;
+        table ? &w.arrays.tablesBegun[static_cast<u32>(table - w.sheet.dataTables.begin())] : nullptr;
     if (begun) *begun = *begun || first;
-    WriteFormulaRecord(w, row, cell, begun && *begun ? TokenImage{{tokens.bytes, 5}, 5} : LostFormula(w.save));
+    u8 tokens[5] = {ptgTbl};
+    if (table) PutU16(tokens + 1, table->area.firstRow);
+    if (table) PutU16(tokens + 3, table->area.firstColumn);
+    WriteFormulaRecord(w, row, cell, begun && *begun ? TokenImage{tokens, 5} : LostFormula(w.save));
     if (!first) return;
     u8* out = BeginRecord(w.save.writer, TABLE, 16);
     PutU16(out, table->area.firstRow);

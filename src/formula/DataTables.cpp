@@ -227,14 +227,7 @@ bool IsUnderWay(const Sheet& sheet, const RefArea& area) {
 bool IsTablePart(const FormulaTokens& tokens) { return tokens.length == 5 && tokens.bytes[0] == ptgTbl; }
 
 const DataTable* TableOf(const FormulaCell& formula) {
-    const u16 row = ReadU16(formula.tokens.bytes + 1);
-    const u16 column = ReadU16(formula.tokens.bytes + 3);
-    for (const DataTable& table : formula.sheet->dataTables) {
-        if (table.area.firstRow == row && table.area.firstColumn == column &&
-            AreaHolds(table.area, formula.row, formula.column))
-            return &table;
-    }
-    return nullptr;
+    return FindDataTable(*formula.sheet, formula.row, formula.column);
 }
 
 bool PlacesOf(const DataTable& table, i32 row, i32 column, TablePlaces& out) {

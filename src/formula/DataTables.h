@@ -10,7 +10,8 @@ namespace tally {
 
 // Whether a formula is no more than a part of a data table.
 bool IsTablePart(const FormulaTokens& tokens);
-// The table that such a formula belongs to; null when its sheet knows of none there.
+// The table that such a formula belongs to; null when its sheet knows of none there. Where a part lies tells,
+// and not the place that its tokens name: tables move with their cells.
 const DataTable* TableOf(const FormulaCell& formula);
 
 // What one result of a table reads: its formula, then the headings whose values the inputs take.

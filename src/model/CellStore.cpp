@@ -392,6 +392,12 @@ const RefArea* FindMerge(const Sheet& sheet, i32 row, i32 column) {
     return nullptr;
 }
 
+const DataTable* FindDataTable(const Sheet& sheet, i32 row, i32 column) {
+    for (const DataTable& table : sheet.dataTables)
+        if (AreaHolds(table.area, row, column)) return &table;
+    return nullptr;
+}
+
 const ArrayEntry* FindArray(const Sheet& sheet, i32 row, i32 column) {
     for (const ArrayEntry& entry : sheet.arrayFormulas) {
         if (AreaHolds(entry.area, row, column)) return &entry;

@@ -106,5 +106,7 @@ i32 LastUsedColumn(const Sheet& sheet);
 const RefArea* FindMerge(const Sheet& sheet, i32 row, i32 column);
 // The array formula that holds a cell, or null.
 const ArrayEntry* FindArray(const Sheet& sheet, i32 row, i32 column);
+// The data table whose results hold a cell, or null.
+const DataTable* FindDataTable(const Sheet& sheet, i32 row, i32 column);
 
 }  // namespace tally
