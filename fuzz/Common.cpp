@@ -7,8 +7,8 @@
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
 #include "fileio/TextFiles.h"
-#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
+#include "functions/FunctionState.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
 
@@ -31,8 +31,8 @@ void EndRun(u32 ownReads) {
         std::abort();
     }
     ResetBooks();
-    DropDependents();
-    ResetKeptNumbers();
+    ResetFormulaEngine();
+    ResetFunctions();
     ResetHeadlessPlatform();
 }
 

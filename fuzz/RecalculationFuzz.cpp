@@ -37,10 +37,10 @@ extern "C" int LLVMFuzzerTestOneInput(const tally::u8* data, std::size_t size) {
         at += 2 + length;
     }
     CalculateBook(CurrentBook());
-    // Nothing is left stale or half done, whatever the tokens were.
+    // Nothing is left half done, nor stale without a bound's doing, whatever the tokens were.
     for (const FormulaCell* formula : CurrentSheet()->cells.formulas) {
         const CellRecord* cell = GetCell(CurrentSheet()->cells, formula->row, formula->column);
-        if (!cell || cell->calcState != CALC_CURRENT) __builtin_trap();
+        if (!cell || cell->calcState != (formula->stopped ? CALC_STALE : CALC_CURRENT)) __builtin_trap();
     }
     EndRun();
     return 0;

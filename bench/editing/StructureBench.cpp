@@ -8,7 +8,6 @@
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "formula/Compiler.h"
-#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -30,8 +29,7 @@ struct BenchBook {
     ~BenchBook() {
         ResetBooks();
         ConnectUndo();
-        DropDependents();
-        ResetKeptNumbers();
+        ResetFormulaEngine();
     }
     BenchBook(const BenchBook&) = delete;
     BenchBook& operator=(const BenchBook&) = delete;

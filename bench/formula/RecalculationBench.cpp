@@ -9,7 +9,6 @@
 #include "base/Text.h"
 #include "display/LocaleSettings.h"
 #include "formula/Compiler.h"
-#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "model/BookTable.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -25,8 +24,7 @@ struct BenchBook {
     }
     ~BenchBook() {
         ResetBooks();
-        DropDependents();
-        ResetKeptNumbers();
+        ResetFormulaEngine();
     }
     BenchBook(const BenchBook&) = delete;
     BenchBook& operator=(const BenchBook&) = delete;
@@ -57,6 +55,16 @@ struct BenchBook {
     static void Settle() {
         CalculateBook(CurrentBook());
         Edit(65535, 255, 0);
+    }
+    static void Define(const std::string& name, const std::string& target) {
+        WideText text, formula;
+        FormulaPlace place;
+        place.book = CurrentBook();
+        if (!WideFromUtf8(text, name) || !WideFromUtf8(formula, target)) std::abort();
+        const i32 row = AddName(*CurrentWorkbook(), text, 0);
+        FormulaTokens tokens;
+        if (row < 0 || !CompileFormula(place, formula, 'R', tokens)) std::abort();
+        CurrentWorkbook()->names[static_cast<u32>(row)].tokens = tokens;
     }
     static std::string Name(const char* column, i32 row) { return column + std::to_string(row + 1); }
 };
@@ -181,22 +189,22 @@ BENCHMARK(EditUnderWideRunningSums)->Arg(10000)->Arg(20000)->Unit(benchmark::kMi
 void EditChainHeadBesideNames(benchmark::State& state) {
     const BenchBook book;
     PutChain(true);
-    for (i32 i = 0; i < 200; ++i) {
-        WideText text, formula;
-        FormulaPlace place;
-        place.book = CurrentBook();
-        const std::string name = "name_" + std::to_string(i);
-        const std::string target = "=Sheet1!$F$" + std::to_string(i + 1);
-        if (!WideFromUtf8(text, name) || !WideFromUtf8(formula, target)) std::abort();
-        const i32 row = AddName(*CurrentWorkbook(), text, 0);
-        FormulaTokens tokens;
-        if (row < 0 || !CompileFormula(place, formula, 'R', tokens)) std::abort();
-        CurrentWorkbook()->names[static_cast<u32>(row)].tokens = tokens;
-    }
+    for (i32 i = 0; i < 200; ++i)
+        BenchBook::Define("name_" + std::to_string(i), "=Sheet1!$F$" + std::to_string(i + 1));
     BenchBook::Put(0, 3, "=name_7+1");
     EditAndMaybeCalculate(state, 0, 0, false);
 }
 BENCHMARK(EditChainHeadBesideNames)->Unit(benchmark::kMillisecond);
+
+// 4,000 names and 20,000 formulas that use them: the cell of one name, and one that no name reads.
+void EditAmongNames(benchmark::State& state) {
+    const BenchBook book;
+    for (i32 i = 0; i < 4000; ++i)
+        BenchBook::Define("name_" + std::to_string(i), "=Sheet1!$F$" + std::to_string(i + 1));
+    for (i32 i = 0; i < 20000; ++i) BenchBook::Put(i, 0, "=name_" + std::to_string(i % 4000) + "+1");
+    EditAndMaybeCalculate(state, 77, state.range(0) ? 5 : 7, false);
+}
+BENCHMARK(EditAmongNames)->ArgName("read")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->Iterations(20);
 
 // The first edit after a load builds the index of dependents.
 void FirstEditAfterLoad(benchmark::State& state) {

@@ -138,6 +138,8 @@ constexpr MessageRow messageRows[] = {
     {MSG_TRUST_USE_FIRST + 5, u"宏要装载程序库:"},
     {MSG_TRUST_USE_FIRST + 6, u"要打开网络地址:"},
     {MSG_TRUST_QUESTION, u"是否允许？"},
+    {MSG_CALCULATION_BOUND, u"Some formulas take too many steps or too much room. They keep their old values."},
+    {MSG_CALCULATION_STOPPED, u"The calculation was stopped. Press F9 to go on."},
     {MSG_NO_NUMBER, u"请输入数字"},
 };
 

@@ -16,6 +16,14 @@ std::size_t BlockBytes(std::size_t length) {
 
 constexpr std::size_t MAX_TEXT = 0xFFFFFF;
 constexpr std::size_t MAX_TAIL = 0xFFFFFF;
+constexpr std::size_t SHORT_TEXT = 255;  // longer ones are counted
+
+u64 longCharacters = 0;
+
+void CountLong(std::size_t before, std::size_t after) {
+    if (before > SHORT_TEXT) longCharacters -= before;
+    if (after > SHORT_TEXT) longCharacters += after;
+}
 
 }  // namespace
 
@@ -31,6 +39,7 @@ TextBlock* MakeTextRoom(std::size_t length, std::size_t tail) {
     block->length = static_cast<u32>(length);
     block->tail = static_cast<u32>(tail);
     block->characters[length] = 0;
+    CountLong(0, length);
     return block;
 }
 
@@ -41,6 +50,8 @@ std::span<const u8> TextTail(const TextBlock* block) {
 
 u8* TextTailBytes(TextBlock* block) { return reinterpret_cast<u8*>(block->characters + block->length + 1); }
 
+u64 LongTextCharacters() { return longCharacters; }
+
 TextBlock* MakeText(WideView text) {
     if (text.empty()) return EmptyText();
     TextBlock* block = MakeTextRoom(text.size());
@@ -50,7 +61,16 @@ TextBlock* MakeText(WideView text) {
 
 void ReleaseText(TextBlock* block) {
     if (!block || block == &emptyBlock) return;
-    if (--block->users == 0) ReleaseBytes(block);
+    if (--block->users) return;
+    CountLong(block->length, 0);
+    ReleaseBytes(block);
+}
+
+void ShortenText(TextBlock& block, std::size_t length) {
+    CountLong(block.length, length);
+    block.length = static_cast<u32>(length);
+    block.tail = 0;  // it stood behind the old end
+    block.characters[length] = 0;
 }
 
 TextBlock* ExtendText(TextBlock* block, WideView tail) {
@@ -67,6 +87,7 @@ TextBlock* ExtendText(TextBlock* block, WideView tail) {
             ReleaseText(block);
             return nullptr;
         }
+        CountLong(grown->length, length);
         std::memcpy(grown->characters + grown->length, tail.data(), tail.size() * sizeof(char16_t));
         grown->length = static_cast<u32>(length);
         grown->tail = 0;

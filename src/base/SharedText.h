@@ -32,6 +32,11 @@ inline TextBlock* RetainText(TextBlock* block) {
     return block;
 }
 void ReleaseText(TextBlock* block);  // null is allowed
+// Ends a block that has one user at a character before its end.
+void ShortenText(TextBlock& block, std::size_t length);
+
+// Characters in all blocks of more than 255, so that who makes them can bound them.
+u64 LongTextCharacters();
 
 inline WideView TextView(const TextBlock* block) {
     return block ? WideView(block->characters, block->length) : WideView();

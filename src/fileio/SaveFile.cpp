@@ -2,6 +2,7 @@
 
 #include <bit>
 
+#include "base/LongOperation.h"
 #include "base/MessageTable.h"
 #include "fileio/CarriedRecords.h"
 #include "fileio/CompoundTree.h"
@@ -50,9 +51,10 @@ struct StaleCell {
     u8 column;
 };
 
-bool CollectStale(const Workbook& book, Array<StaleCell>& stale) {
+// Of one sheet, or of all with -1.
+bool CollectStale(const Workbook& book, i32 sheet, Array<StaleCell>& stale) {
     for (u32 i = 0; i < book.sheets.Count(); ++i) {
-        if (book.sheets[i]->kind != SHEET_WORKSHEET) continue;
+        if (book.sheets[i]->kind != SHEET_WORKSHEET || (sheet >= 0 && static_cast<i32>(i) != sheet)) continue;
         for (const FormulaCell* formula : book.sheets[i]->cells.formulas) {
             const CellRecord* cell = GetCell(book.sheets[i]->cells, formula->row, formula->column);
             if (cell && cell->calcState == CALC_STALE &&
@@ -64,21 +66,16 @@ bool CollectStale(const Workbook& book, Array<StaleCell>& stale) {
     return true;
 }
 
-// Brings the worksheets up to date. Values that came out wrong for lack of memory do not stay: the cells are
-// stale again then, and the save fails.
-bool CalculateForSave(i32 book) {
+// Brings worksheets up to date. False for lack of memory: cells are left stale then.
+bool CalculateForSave(i32 book, i32 sheet) {
+    const QuietMemoryScope quiet;
+    const LongOperation work(OPERATION_CALCULATE);
     Array<StaleCell> stale;
-    if (!CollectStale(*BookAt(book), stale)) return false;
+    if (!CollectStale(*BookAt(book), sheet, stale)) return false;
     const u64 failures = FailedAllocations();
     for (const StaleCell& place : stale)
         IgnoreFailure(CalculateCell(book, place.sheet, place.row, place.column));
-    if (FailedAllocations() == failures) return true;
-    for (const StaleCell& place : stale) {
-        Sheet* sheet = SheetAt(book, place.sheet);
-        CellRecord* cell = sheet ? GetCell(sheet->cells, place.row, place.column) : nullptr;
-        if (cell && cell->formula) SetStale(sheet->cells, *cell);
-    }
-    return false;
+    return FailedAllocations() == failures;
 }
 
 bool IsPocket(FileType type) { return type == FILE_PXL || type == FILE_PXT; }
@@ -115,7 +112,7 @@ bool WriteWorkbook(i32 book, WideView path, FileType type, u32& losses, LossQues
     {
         // One box is enough for all that memory may refuse.
         const QuietMemoryScope quiet;
-        built = CalculateForSave(book) && BuildStream(save, type);
+        built = CalculateForSave(book, -1) && BuildStream(save, type);
     }
     if (!built) {
         ShowMessage(Message(MSG_OUT_OF_MEMORY));
@@ -169,6 +166,11 @@ bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses, LossQues
     const u32 carried = CarriedLosses(*BookAt(book)) & HANGS_ON_CELLS;
     losses |= carried;
     if (carried && mayLose && !mayLose(book, carried)) return false;
+    // Before there is a file: without memory for the values none is begun.
+    if (!CalculateForSave(book, BookAt(book)->currentSheet)) {
+        ShowMessage(Message(MSG_OUT_OF_MEMORY));
+        return false;
+    }
     return SaveText(book, path, type, losses);
 }
 

@@ -78,8 +78,7 @@ u32 CopyCharacters(StringReader& r, bool wide, u32 wanted, char16_t* out) {
 void CutAtZero(TextBlock& block) {
     u32 length = 0;
     while (length < block.length && block.characters[length]) ++length;
-    if (length < block.length) block.tail = 0;
-    block.length = length;
+    if (length < block.length) ShortenText(block, length);
 }
 
 std::size_t BytesLeft(const StringReader& r) {

@@ -1,6 +1,7 @@
 #include "formula/AreaSums.h"
 
 #include "formula/Coercion.h"
+#include "formula/Evaluator.h"
 #include "formula/KeptRuns.h"
 #include "formula/Links.h"
 #include "model/BookTable.h"
@@ -48,7 +49,7 @@ bool AddRows(i32 book, i32 sheetIndex, const RefArea& area, double& sum, i32& er
                 sheet = SheetAt(book, sheetIndex);
                 if (!sheet || !FindCell(sheet->cells, row, column, position)) return true;
             }
-            if (!AddOne(CellAt(sheet->cells, position).value, sum, error)) return false;
+            if (!ReadCells(1) || !AddOne(CellAt(sheet->cells, position).value, sum, error)) return false;
         }
         NextCell(sheet->cells, position);
     }

@@ -141,7 +141,7 @@ void CallLifted(const Lifting& call, Value& result, FunctionHandler handler, con
     const u64 calls = u64{shape.rows} * shape.columns;
     const bool fits = SpendElements(calls * CALL_COST) && SpendSteps(calls * CarriedElements(call));
     result = fits ? ArrayValue(shape.rows, shape.columns) : ErrorValue(ERR_NA);
-    for (u32 i = 0; result.type == VT_ARRAY && i < shape.rows * shape.columns; ++i) {
+    for (u32 i = 0; result.type == VT_ARRAY && i < shape.rows * shape.columns && ReadCells(1); ++i) {
         Value frame[MAX_ARGUMENTS];
         BuildFrame(call, i / shape.columns, i % shape.columns, shape.columns, frame);
         MarkWritten(frame, call.count);

@@ -1,11 +1,12 @@
 #include <algorithm>
 
+#include "base/LongOperation.h"
 #include "formula/ArrayIndex.h"
 #include "formula/ArrayResults.h"
 #include "formula/Coercion.h"
 #include "formula/DataTables.h"
+#include "formula/EngineState.h"
 #include "formula/EvaluationNotes.h"
-#include "formula/Evaluator.h"
 #include "formula/Precedents.h"
 #include "model/BookTable.h"
 
@@ -170,7 +171,7 @@ bool PushFrame(CalculationRun& run, i32 book, i32 sheet, i32 row, i32 column) {
     frame.row = static_cast<u16>(row);
     frame.column = static_cast<u8>(column);
     CellRecord* cell = FrameCell(frame);
-    if (!cell) return true;
+    if (!cell || cell->formula->stopped) return true;
     if (!run.frames.Append(frame)) return false;
     // What was kept of a value that could be read until now is worth nothing any more.
     if (cell->calcState >= CALC_CURRENT) TouchColumn(SheetAt(book, sheet)->cells, column);
@@ -178,15 +179,29 @@ bool PushFrame(CalculationRun& run, i32 book, i32 sheet, i32 row, i32 column) {
     return true;
 }
 
+// A data table tries its inputs in turn: it cannot be begun anew in the middle, so that what it reads is
+// calculated on the spot.
+bool CalculateWholeTable(Value& result, const EvalContext& context) {
+    ++Engine().evaluation.solid;
+    const bool completed = CalculateTable(result, context);
+    --Engine().evaluation.solid;
+    return completed;
+}
+
 // What a formula whose inputs are up to date gives now, and what its evaluation has met. False when the run was
-// abandoned.
+// abandoned by a macro.
 bool Evaluate(const FormulaTokens& tokens, Value& result, const EvalContext& context, u32& notes) {
+    const u64 failures = FailedAllocations();
+    const OwnEvaluation own;
     const u32 outer = ExchangeNotes(0);
     const bool completed =
-        IsTablePart(tokens) ? CalculateTable(result, context) : EvaluateFormula(tokens, result, context);
+        IsTablePart(tokens) ? CalculateWholeTable(result, context) : RunFormula(tokens, result, context);
     if (completed && (result.type == VT_REF || result.type == VT_AREA)) DerefValue(result, context);
     notes = ExchangeNotes(outer);
-    if (!completed) return false;
+    if (FailedAllocations() != failures) StopEvaluation(STOP_MEMORY);
+    if ((result.type & (VT_STRING | VT_ARRAY)) && LongTextCharacters() > Budget().texts)
+        StopEvaluation(STOP_BOUND);
+    if (!ReadCells(1) || !completed) return completed;
     if (context.arrayMode && !(notes & NOTE_PLACE)) ShareArrayResult(result, (notes & NOTE_AWAY) != 0, context);
     const u32 beside = ExchangeNotes(0);
     ReduceToScalar(result, context);
@@ -195,7 +210,8 @@ bool Evaluate(const FormulaTokens& tokens, Value& result, const EvalContext& con
     return true;
 }
 
-// Runs the formula of a frame whose inputs are up to date. False when the run was abandoned.
+// Runs the formula of a frame whose inputs are up to date. Nothing is stored when the evaluation was stopped
+// or, with a return of false, abandoned.
 bool Finish(const Frame& frame) {
     const CellRecord* cell = FrameCell(frame);
     if (!cell) return true;
@@ -207,9 +223,9 @@ bool Finish(const Frame& frame) {
     u32 notes = 0;
     const bool completed = Evaluate(cell->formula->tokens, result, context, notes);
     CellRecord* target = FrameCell(frame);
-    if (!target || !completed) {
+    if (!target || !completed || EvaluationStopped()) {
         FreeValue(result);
-        if (target) target->calcState = CALC_STALE;
+        if (target && !completed) target->calcState = CALC_STALE;
         return completed;
     }
     // What asked for something that is away keeps what it had; a new formula has nothing to keep.
@@ -234,42 +250,97 @@ void Abandon(CalculationRun& run) {
     run.frames.Truncate(0);
 }
 
+// The calculation is over because of a stop, which goes on to what it is a part of, or is told.
+void EndByStop() {
+    EvaluationState& e = Engine().evaluation;
+    if (e.depth > 1) return;
+    NoteStop(e.stop);
+    e.stop = STOP_NONE;
+}
+
+// What follows when the evaluation of the last frame was stopped. A wanted cell becomes a frame above it, after
+// which it is begun anew; a formula beyond the bounds stays stale, and the others go on. False when the
+// calculation is over.
+bool Recover(CalculationRun& run) {
+    EvaluationState& e = Engine().evaluation;
+    if (e.stop == STOP_BOUND) {
+        if (CellRecord* cell = FrameCell(run.frames.Last())) {
+            cell->calcState = CALC_STALE;
+            cell->formula->stopped = true;
+        }
+        run.frames.RemoveLast();
+        e.stop = STOP_NONE;
+        NoteStop(STOP_BOUND);
+        return true;
+    }
+    if (e.stop == STOP_WANTS_CELL && e.calculations == 1) {
+        e.stop = STOP_NONE;
+        if (PushFrame(run, e.wanted.book, e.wanted.sheet, e.wanted.row, e.wanted.column)) return true;
+        e.stop = STOP_MEMORY;
+    }
+    EndByStop();
+    return false;
+}
+
+// False when the calculation did not come to its end.
 bool Calculate(CalculationRun& run, i32 book, i32 sheet, i32 row, i32 column) {
-    if (!PushFrame(run, book, sheet, row, column)) return true;
+    if (!PushFrame(run, book, sheet, row, column)) {
+        StopEvaluation(STOP_MEMORY);
+        EndByStop();
+        return false;
+    }
     while (!run.frames.IsEmpty()) {
         Frame& frame = run.frames.Last();
         const CellRecord* cell = FrameCell(frame);
         i32 nextRow = 0;
         i32 nextColumn = 0;
+        bool good = true;
         if (cell && (frame.walking || BeginPrecedent(run, frame, *cell->formula))) {
-            if (WalkOn(run, frame, nextRow, nextColumn) &&
-                !PushFrame(run, frame.sheets.book, frame.walkSheet, nextRow, nextColumn)) {
-                Abandon(run);
-                return true;
-            }
-            continue;
+            good = !WalkOn(run, frame, nextRow, nextColumn) ||
+                   PushFrame(run, frame.sheets.book, frame.walkSheet, nextRow, nextColumn);
+            if (good) continue;
+            StopEvaluation(STOP_MEMORY);
+        } else {
+            const Frame done = frame;
+            good = Finish(done);
         }
-        const Frame done = frame;
-        if (!Finish(done)) {
+        if (good && !EvaluationStopped()) {
+            run.frames.RemoveLast();
+        } else if (!EvaluationStopped() || !Recover(run)) {
             Abandon(run);
             return false;
         }
-        run.frames.RemoveLast();
     }
     return true;
 }
 
+// Stands around each calculation, which counts as a level of depth.
+struct CalculationScope {
+    CalculationScope() {
+        ++Engine().evaluation.depth;
+        ++Engine().evaluation.calculations;
+    }
+    ~CalculationScope() {
+        --Engine().evaluation.depth;
+        --Engine().evaluation.calculations;
+    }
+    CalculationScope(const CalculationScope&) = delete;
+    CalculationScope& operator=(const CalculationScope&) = delete;
+
+    LongOperation work{OPERATION_CALCULATE};
+    QuietMemoryScope quiet;
+    CalculationRun run;
+};
+
 }  // namespace
 
 bool CalculateCell(i32 book, i32 sheet, i32 row, i32 column) {
-    QuietMemoryScope quiet;
-    CalculationRun run;
-    return Calculate(run, book, sheet, row, column);
+    CalculationScope scope;
+    return Calculate(scope.run, book, sheet, row, column);
 }
 
 void CalculateBook(i32 book) {
-    QuietMemoryScope quiet;
-    CalculationRun run;
+    CalculationScope scope;
     const Workbook* workbook = BookAt(book);
     for (u32 i = 0; workbook && i < workbook->sheets.Count(); ++i) {
         if (!(workbook->sheets[i]->kind & SHEET_WORKSHEET)) continue;
@@ -277,7 +348,7 @@ void CalculateBook(i32 book) {
             const FormulaCell& formula = *workbook->sheets[i]->cells.formulas[f];
             const CellRecord* cell = GetCell(workbook->sheets[i]->cells, formula.row, formula.column);
             if (!cell || cell->calcState != CALC_STALE) continue;
-            if (!Calculate(run, book, static_cast<i32>(i), formula.row, formula.column)) return;
+            if (!Calculate(scope.run, book, static_cast<i32>(i), formula.row, formula.column)) return;
             // A calculation may open a book, which moves the table.
             workbook = BookAt(book);
             if (!workbook || i >= workbook->sheets.Count()) return;

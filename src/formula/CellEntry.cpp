@@ -29,6 +29,7 @@ bool WaitsForArray(const Sheet& sheet, i32 row, i32 column) {
 void BuildPrecedents(FormulaCell& formula) {
     ForgetFormula(formula);
     formula.alwaysCalculate = TokensAlwaysCalculate(formula.tokens);
+    formula.stopped = false;
     EnterFormula(formula);
 }
 

@@ -9,10 +9,8 @@
 #include "display/NumberFormatter.h"
 #include "formula/ArrayIndex.h"
 #include "formula/ArrayResults.h"
+#include "formula/EngineState.h"
 #include "formula/EvaluationNotes.h"
-#include "formula/Evaluator.h"
-#include "formula/Links.h"
-#include "formula/Recalculation.h"
 #include "model/CellStore.h"
 
 namespace tally {
@@ -20,6 +18,9 @@ namespace {
 
 constexpr i32 NUMBER_DIGITS = 15;
 constexpr u64 MAX_ARRAY_ELEMENTS = 65536u * 64u;  // 64 MB; a larger area as an array is "#N/A"
+
+constexpr i32 DEEPEST_NESTED = 64;  // runs and calculations inside each other when a stale cell is met
+constexpr i32 DEEPEST_MACRO = 512;  // the same under a macro or a data table, which cannot be begun anew
 
 // A new one-element array that takes the value over.
 void WrapInArray(Value& value) {
@@ -123,7 +124,7 @@ void GatherArea(const SheetArea& from, Value& array) {
     for (position.slot = FindRowSlot(sheet->cells, area.firstRow); position.slot < sheet->cells.rows.Count();
          ++position.slot) {
         const i32 row = RowAt(sheet->cells, position);
-        if (row > area.lastRow) return;
+        if (row > area.lastRow || !ReadCells(columns)) return;
         Value* const elements = array.elements + static_cast<u32>(row - area.firstRow) * columns;
         position.index = FindInRow(sheet->cells.rows[position.slot], area.firstColumn);
         for (; position.index < sheet->cells.rows[position.slot].count; ++position.index) {
@@ -156,7 +157,7 @@ void CoerceReferenceToArray(Value& value, const EvalContext& context) {
     }
     const u32 rows = static_cast<u32>(from.area.lastRow - from.area.firstRow) + 1;
     const u32 columns = static_cast<u32>(from.area.lastColumn - from.area.firstColumn) + 1;
-    const bool fits = u64{rows} * columns <= MAX_ARRAY_ELEMENTS && SpendElements(u64{rows} * columns);
+    const bool fits = SpendElements(u64{rows} * columns) && u64{rows} * columns <= MAX_ARRAY_ELEMENTS;
     Value array = fits ? ArrayValue(rows, columns) : ErrorValue(ERR_NA);
     FreeValue(value);
     value = array;
@@ -276,6 +277,32 @@ void ReduceToScalar(Value& value, const EvalContext& context) {
     if (value.type == VT_ARRAY) ArrayValueToScalar(value, context);
 }
 
+namespace {
+
+const CellRecord* CellOf(const CellPlace& place) {
+    const Sheet* sheet = SheetAt(place.book, place.sheet);
+    return sheet ? GetCell(const_cast<Sheet*>(sheet)->cells, place.row, place.column) : nullptr;
+}
+
+// A stale cell that an evaluation has come upon, or that somebody wants to see. Only few are calculated inside
+// each other: from deeper down the cell is noted and the evaluation stopped, so that the outermost calculation
+// does it as a frame of its own and begins the evaluation anew. What a bound or the user has stopped is not
+// begun again by itself, and nobody gets a value from it.
+void CalculateWanted(const CellPlace& place) {
+    EvaluationState& e = Engine().evaluation;
+    if (e.stop != STOP_NONE || (Engine().suspended && !e.calculations)) return;
+    if (e.depth >= (e.solid ? DEEPEST_MACRO : DEEPEST_NESTED)) {
+        e.wanted = place;
+        return StopEvaluation(e.solid ? STOP_BOUND : STOP_WANTS_CELL);
+    }
+    CalculateCell(place.book, place.sheet, place.row, place.column);
+    // It was stopped itself, now or before: who reads it cannot be worked out either.
+    const CellRecord* cell = CellOf(place);
+    if (cell && cell->formula && cell->formula->stopped) StopEvaluation(STOP_BOUND);
+}
+
+}  // namespace
+
 void BringUpToDate(i32 book, i32 sheet, i32 row, i32 column) {
     const Sheet* target = SheetAt(book, sheet);
     const CellRecord* cell = target ? GetCell(target->cells, row, column) : nullptr;
@@ -284,8 +311,8 @@ void BringUpToDate(i32 book, i32 sheet, i32 row, i32 column) {
         // The old value that is read depends on where the circle was entered.
         NoteEvaluation(NOTE_PLACE);
         if (CurrentWorkbook()) CurrentWorkbook()->circularSeen = 1;
-    } else if (cell->calcState == CALC_STALE) {
-        CalculateCell(book, sheet, row, column);
+    } else if (cell->calcState == CALC_STALE && cell->formula) {
+        CalculateWanted({book, sheet, row, column});
     }
 }
 

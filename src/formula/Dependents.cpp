@@ -2,95 +2,15 @@
 
 #include <algorithm>
 
-#include "formula/Precedents.h"
-#include "model/BookTable.h"
+#include "base/Text.h"
+#include "formula/DependentIndex.h"
+#include "formula/EngineState.h"
 
 namespace tally {
 namespace {
 
-constexpr u32 NONE = 0xFFFFFFFF;
 constexpr u32 LEVELS = 17;       // row intervals of 1, 2, 4 ... 65,536 rows
 constexpr u32 ANY_COLUMN = 256;  // of an interval's key: areas of several columns
-
-// A chain of entries for each key: open addressing over the keys, the entries in one list.
-struct ChainTable {
-    struct Slot {
-        u64 key = 0;  // 0 is free
-        u32 head = NONE;
-    };
-    struct Entry {
-        u32 value;
-        u32 next;
-        // Of a chain's head: the marking that has been through the whole chain, and the columns that
-        // its ranges lie in.
-        u32 seen = 0;
-        u8 firstColumn = 0;
-        u8 lastColumn = 255;
-    };
-    Array<Slot> slots;
-    Array<Entry> entries;
-    u32 keys = 0;
-
-    static u64 Mix(u64 key) {
-        key ^= key >> 31;
-        key *= 0x9E3779B97F4A7C15ull;
-        return key ^ key >> 29;
-    }
-    u32 Place(u64 key) const {
-        const u32 mask = slots.Count() - 1;
-        // Eight keys in a row lie side by side, so that neighbours are found in the same lines of memory.
-        u32 at = static_cast<u32>(Mix(key >> 3) << 3 | (key & 7)) & mask;
-        while (slots[at].key && slots[at].key != key) at = (at + 1) & mask;
-        return at;
-    }
-    bool Grow() {
-        Array<Slot> old = std::move(slots);
-        if (!slots.Resize(old.IsEmpty() ? 1024 : std::size_t{old.Count()} * 2)) {
-            slots = std::move(old);
-            return false;
-        }
-        for (const Slot& slot : old) {
-            if (slot.key) slots[Place(slot.key)] = slot;
-        }
-        return true;
-    }
-    bool Add(u64 key, u32 value) {
-        if (keys * 2 >= slots.Count() && !Grow()) return false;
-        Slot& slot = slots[Place(key)];
-        if (!entries.Append({value, slot.head})) return false;
-        if (!slot.key) {
-            slot.key = key;
-            ++keys;
-        }
-        slot.head = entries.Count() - 1;
-        return true;
-    }
-    u32 Head(u64 key) const { return slots.IsEmpty() ? NONE : slots[Place(key)].head; }
-};
-
-// An area that some formulas read, held once however many they are.
-struct IndexedRange {
-    u32 serial;
-    RefArea area;
-    u32 users;     // head of its chain in rangeUsers
-    u32 seen = 0;  // the marking that has been through its users
-};
-
-struct DependentIndex {
-    bool built = false;
-    u32 marking = 0;               // number of the marking under way
-    u32 lost = 0;                  // formulas forgotten since it was built
-    Array<FormulaCell*> formulas;  // by number; null when forgotten
-    Array<FormulaCell*> always;
-    Array<FormulaCell*> nameUsers;
-    ChainTable cells;   // (sheet, row, column) to formulas
-    ChainTable ranges;  // (sheet, area) to ranges
-    Array<IndexedRange> areas;
-    Array<ChainTable::Entry> rangeUsers;
-    ChainTable intervals;  // (sheet, column, level, interval) to ranges
-};
-
-DependentIndex* index = nullptr;
 
 // Eight rows of a column follow each other: formulas are mostly copied down.
 u64 CellKey(u32 serial, i32 row, i32 column) {
@@ -110,147 +30,163 @@ u32 IntervalColumn(const RefArea& area) {
     return area.firstColumn == area.lastColumn ? area.firstColumn : ANY_COLUMN;
 }
 
-bool EnterInterval(u32 range, u32 level, u32 interval) {
-    const IndexedRange& entry = index->areas[range];
+bool EnterInterval(DependentIndex& index, u32 range, u32 level, u32 interval) {
+    const IndexedRange& entry = index.areas[range];
     const u64 key = IntervalKey(entry.serial, IntervalColumn(entry.area), level, interval);
-    if (!index->intervals.Add(key, range)) return false;
-    Array<ChainTable::Entry>& entries = index->intervals.entries;
+    if (!index.intervals.Add(key, range)) return false;
+    Array<ChainTable::Entry>& entries = index.intervals.entries;
     ChainTable::Entry& head = entries.Last();
     head.firstColumn = entry.area.firstColumn;
     head.lastColumn = entry.area.lastColumn;
-    if (head.next == NONE) return true;
+    if (head.next == NO_ENTRY) return true;
     head.firstColumn = std::min(head.firstColumn, entries[head.next].firstColumn);
     head.lastColumn = std::max(head.lastColumn, entries[head.next].lastColumn);
     return true;
 }
 
 // Enters a range in the few row intervals that make it up.
-bool EnterIntervals(u32 range) {
-    const RefArea area = index->areas[range].area;
+bool EnterIntervals(DependentIndex& index, u32 range) {
+    const RefArea area = index.areas[range].area;
     u32 low = area.firstRow;
     u32 high = area.lastRow + 1u;
     for (u32 level = 0; low < high; ++level, low >>= 1, high >>= 1) {
-        if ((low & 1) && !EnterInterval(range, level, low++)) return false;
-        if ((high & 1) && !EnterInterval(range, level, --high)) return false;
+        if ((low & 1) && !EnterInterval(index, range, level, low++)) return false;
+        if ((high & 1) && !EnterInterval(index, range, level, --high)) return false;
     }
     return true;
 }
 
-// The number of a range, entered when it is new; NONE when memory fails.
-u32 PutRange(u32 serial, const RefArea& area) {
+// The number of a range, entered when it is new; NO_ENTRY when memory fails.
+u32 PutRange(DependentIndex& index, u32 serial, const RefArea& area) {
     const u64 key = RangeKey(serial, area);
-    for (u32 e = index->ranges.Head(key); e != NONE; e = index->ranges.entries[e].next) {
-        const u32 range = index->ranges.entries[e].value;
-        if (index->areas[range].serial == serial && index->areas[range].area == area) return range;
+    for (u32 e = index.ranges.Head(key); e != NO_ENTRY; e = index.ranges.entries[e].next) {
+        const u32 range = index.ranges.entries[e].value;
+        if (index.areas[range].serial == serial && index.areas[range].area == area) return range;
     }
-    const u32 range = index->areas.Count();
-    if (!index->areas.Append({serial, area, NONE}) || !index->ranges.Add(key, range) || !EnterIntervals(range))
-        return NONE;
+    const u32 range = index.areas.Count();
+    if (!index.areas.Append({serial, area, NO_ENTRY}) || !index.ranges.Add(key, range) ||
+        !EnterIntervals(index, range))
+        return NO_ENTRY;
     return range;
 }
 
-bool EnterArea(u32 serial, const RefArea& area, u32 number) {
-    if (IsOneCell(area)) return index->cells.Add(CellKey(serial, area.firstRow, area.firstColumn), number);
-    const u32 range = PutRange(serial, area);
-    if (range == NONE || !index->rangeUsers.Append({number, index->areas[range].users})) return false;
-    index->areas[range].users = index->rangeUsers.Count() - 1;
+bool EnterArea(DependentIndex& index, u32 serial, const RefArea& area, u32 number) {
+    if (IsOneCell(area)) return index.cells.Add(CellKey(serial, area.firstRow, area.firstColumn), number);
+    const u32 range = PutRange(index, serial, area);
+    if (range == NO_ENTRY || !index.rangeUsers.Append({number, index.areas[range].users})) return false;
+    index.areas[range].users = index.rangeUsers.Count() - 1;
     return true;
 }
 
-bool EnterPrecedents(const FormulaCell& formula, u32 number) {
+bool FollowsUser(const Workbook& book, i32 externIndex) {
+    if (externIndex < 0 || static_cast<u32>(externIndex) >= book.externSheets.Count()) return false;
+    const i16 row = book.externSheets[static_cast<u32>(externIndex)].externBook;
+    return row >= 0 && static_cast<u32>(row) < book.externBooks.Count() &&
+           book.externBooks[static_cast<u32>(row)].kind == EXTERN_CURRENT;
+}
+
+bool EnterPrecedents(DependentIndex& index, const FormulaCell& formula, u32 number, bool& everything) {
     u32 at = 0;
     TokenPrecedent precedent;
     while (NextPrecedent(formula, at, precedent)) {
-        PrecedentSheets sheets;
-        if (!ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets))
-            continue;
-        for (i32 s = sheets.first; s <= sheets.last; ++s) {
-            const Sheet* sheet = SheetAt(sheets.book, s);
-            if (sheet && !EnterArea(sheet->serial, precedent.area, number)) return false;
-        }
+        if (!EnterReference(index, precedent, formula.sheet->book, formula.sheet->index, number, everything))
+            return false;
     }
     return true;
 }
 
-bool Enter(FormulaCell& formula) {
-    const u32 number = index->formulas.Count();
-    if (!index->formulas.Append(&formula)) return false;
+bool Enter(DependentIndex& index, FormulaCell& formula) {
+    const u32 number = index.formulas.Count();
+    if (!index.formulas.Append(&formula)) return false;
     formula.indexed = true;
     formula.dependentMark = number;
-    if (formula.alwaysCalculate && !index->always.Append(&formula)) return false;
-    formula.usesNames = TokensUseNames(formula.tokens);
-    if (formula.usesNames && !index->nameUsers.Append(&formula)) return false;
-    return EnterPrecedents(formula, number);
+    bool everything = formula.alwaysCalculate;
+    return EnterPrecedents(index, formula, number, everything) &&
+           EnterNames(index, formula, number, everything) && (!everything || index.always.Append(number));
 }
 
-void DropFrom(Array<FormulaCell*>& list, const FormulaCell* formula) {
-    for (u32 i = 0; i < list.Count(); ++i) {
-        if (list[i] == formula) {
-            list.RemoveAt(i);
-            return;
+// The first of a chain is in `head`. Names in it are put in line.
+void VisitChain(DependentIndex& index, const Array<ChainTable::Entry>& entries, u32 head, DependentVisit visit,
+                void* context) {
+    for (u32 e = head; e != NO_ENTRY; e = entries[e].next) {
+        const u32 reader = entries[e].value;
+        if (reader & NAME_READER) {
+            PutNameInLine(index, reader & ~NAME_READER);
+        } else if (FormulaCell* formula = index.formulas[reader]) {
+            visit(*formula, context);
         }
-    }
-}
-
-void VisitChain(const Array<ChainTable::Entry>& entries, u32 head, DependentVisit visit, void* context) {
-    for (u32 e = head; e != NONE; e = entries[e].next) {
-        if (FormulaCell* formula = index->formulas[entries[e].value]) visit(*formula, context);
     }
 }
 
 // Visits the users of the ranges of one row interval that hold the column. A range is gone through once
 // in a marking, and so is a whole interval when all its ranges hold the column: what reads many growing
 // ranges over stale cells is not met again for each of those cells.
-void VisitInterval(u32 head, i32 row, i32 column, DependentVisit visit, void* context) {
-    Array<ChainTable::Entry>& entries = index->intervals.entries;
-    if (head == NONE || entries[head].seen == index->marking || column < entries[head].firstColumn ||
+void VisitInterval(DependentIndex& index, u32 head, i32 row, i32 column, DependentVisit visit, void* context) {
+    Array<ChainTable::Entry>& entries = index.intervals.entries;
+    if (head == NO_ENTRY || entries[head].seen == index.marking || column < entries[head].firstColumn ||
         column > entries[head].lastColumn) {
         return;
     }
     bool all = true;
-    for (u32 e = head; e != NONE; e = entries[e].next) {
-        IndexedRange& range = index->areas[entries[e].value];
+    for (u32 e = head; e != NO_ENTRY; e = entries[e].next) {
+        IndexedRange& range = index.areas[entries[e].value];
         if (!AreaHolds(range.area, row, column)) {
             all = false;
-        } else if (range.seen != index->marking) {
-            range.seen = index->marking;
-            VisitChain(index->rangeUsers, range.users, visit, context);
+        } else if (range.seen != index.marking) {
+            range.seen = index.marking;
+            VisitChain(index, index.rangeUsers, range.users, visit, context);
         }
     }
-    if (all) entries[head].seen = index->marking;
+    if (all) entries[head].seen = index.marking;
 }
 
-void VisitIntervals(const Sheet& sheet, i32 row, i32 column, u32 keyColumn, DependentVisit visit,
-                    void* context) {
+void VisitIntervals(DependentIndex& index, const Sheet& sheet, i32 row, i32 column, u32 keyColumn,
+                    DependentVisit visit, void* context) {
     for (u32 level = 0; level < LEVELS; ++level) {
         const u64 key = IntervalKey(sheet.serial, keyColumn, level, static_cast<u32>(row) >> level);
-        VisitInterval(index->intervals.Head(key), row, column, visit, context);
+        VisitInterval(index, index.intervals.Head(key), row, column, visit, context);
     }
 }
 
-const Array<FormulaCell*> noFormulas;
+DependentIndex* Index() { return Engine().dependents; }
 
 }  // namespace
 
+bool EnterReference(DependentIndex& index, const TokenPrecedent& reference, i32 book, i32 sheet, u32 reader,
+                    bool& everything) {
+    everything = everything || FollowsUser(*BookAt(book), reference.externIndex);
+    PrecedentSheets sheets;
+    if (!ResolvePrecedent(book, sheet, reference.externIndex, sheets)) return true;
+    for (i32 s = sheets.first; s <= sheets.last; ++s) {
+        const Sheet* read = SheetAt(sheets.book, s);
+        if (read && !EnterArea(index, read->serial, reference.area, reader)) return false;
+    }
+    return true;
+}
+
 void DropDependents() {
+    DependentIndex* index = Index();
     if (!index) return;
     for (FormulaCell* formula : index->formulas) {
         if (formula) formula->indexed = false;
     }
     DestroyRecord(index);
-    index = nullptr;
+    Engine().dependents = nullptr;
 }
 
+bool HasDependents() { return Index() != nullptr; }
+
 bool EnsureDependents() {
+    DependentIndex* index = Index();
     if (index && index->lost * 2 > index->formulas.Count() + 1024) DropDependents();
-    if (index) return true;
-    index = CreateRecord<DependentIndex>();
+    if (Index()) return true;
+    index = Engine().dependents = CreateRecord<DependentIndex>();
     if (!index) return false;
     for (const Workbook* book : Books().books) {
         for (Sheet* sheet : book->sheets) {
             if (!(sheet->kind & SHEET_WORKSHEET)) continue;
             for (FormulaCell* formula : sheet->cells.formulas) {
-                if (Enter(*formula)) continue;
+                if (Enter(*index, *formula)) continue;
                 DropDependents();
                 return false;
             }
@@ -262,59 +198,72 @@ bool EnsureDependents() {
 }
 
 void BeginVisits() {
-    if (index) ++index->marking;
+    if (DependentIndex* index = Index()) ++index->marking;
 }
 
 void VisitDependents(const Sheet& sheet, i32 row, i32 column, DependentVisit visit, void* context) {
+    DependentIndex* index = Index();
     if (!index) return;
-    VisitChain(index->cells.entries, index->cells.Head(CellKey(sheet.serial, row, column)), visit, context);
-    VisitIntervals(sheet, row, column, static_cast<u32>(column), visit, context);
-    VisitIntervals(sheet, row, column, ANY_COLUMN, visit, context);
+    VisitChain(*index, index->cells.entries, index->cells.Head(CellKey(sheet.serial, row, column)), visit,
+               context);
+    VisitIntervals(*index, sheet, row, column, static_cast<u32>(column), visit, context);
+    VisitIntervals(*index, sheet, row, column, ANY_COLUMN, visit, context);
+    VisitNamesInLine(*index, visit, context);
 }
 
 void VisitReadersOfArea(const Sheet& sheet, const RefArea& area, DependentVisit visit, void* context) {
+    DependentIndex* index = Index();
     if (!index) return;
-    const auto reads = [&](const FormulaCell& formula) {
-        u32 at = 0;
-        TokenPrecedent precedent;
-        while (NextPrecedent(formula, at, precedent)) {
-            PrecedentSheets sheets;
-            if (AreasMeet(precedent.area, area) &&
-                ResolvePrecedent(formula.sheet->book, formula.sheet->index, precedent.externIndex, sheets) &&
-                sheets.book == sheet.book && sheet.index >= sheets.first && sheet.index <= sheets.last) {
-                return true;
-            }
-        }
-        return false;
-    };
-    for (u32 i = 0; i < index->formulas.Count(); ++i) {
-        if (FormulaCell* formula = index->formulas[i]; formula && reads(*formula)) visit(*formula, context);
+    for (const ChainTable::Slot& slot : index->cells.slots) {
+        if (slot.key >> 24 != sheet.serial) continue;
+        const u32 place = static_cast<u32>(slot.key) & 0xFFFFFF;
+        if (AreaHolds(area, static_cast<i32>((place >> 11) << 3 | (place & 7)), (place >> 3) & 0xFF))
+            VisitChain(*index, index->cells.entries, slot.head, visit, context);
+    }
+    for (const IndexedRange& range : index->areas) {
+        if (range.serial == sheet.serial && AreasMeet(range.area, area))
+            VisitChain(*index, index->rangeUsers, range.users, visit, context);
+    }
+    VisitNamesInLine(*index, visit, context);
+}
+
+u32 IndexedFormulas() { return Index() ? Index()->formulas.Count() : 0; }
+
+void VisitAlways(DependentVisit visit, void* context) {
+    DependentIndex* index = Index();
+    for (u32 i = 0; index && i < index->always.Count(); ++i) {
+        if (FormulaCell* formula = index->formulas[index->always[i]]) visit(*formula, context);
     }
 }
 
-u32 IndexedFormulas() { return index ? index->formulas.Count() : 0; }
-
-const Array<FormulaCell*>& AlwaysCalculated() { return index ? index->always : noFormulas; }
-const Array<FormulaCell*>& NameUsers() { return index ? index->nameUsers : noFormulas; }
+void VisitNameUsers(i32 book, WideView text, DependentVisit visit, void* context) {
+    DependentIndex* index = Index();
+    if (!index) return;
+    for (u32 i = 0; i < index->namePlaces.Count(); ++i) {
+        const NamePlace& place = index->namePlaces[i];
+        if (place.meaning.book == book &&
+            EqualIgnoringCase(MentionText(place.mention, *BookAt(place.book)), text))
+            PutNameInLine(*index, i);
+    }
+    VisitNamesInLine(*index, visit, context);
+}
 
 void EnterFormula(FormulaCell& formula) {
     // Without the memory for it the index would miss the formula: it is built anew when next needed.
-    if (index && !formula.indexed && !Enter(formula)) DropDependents();
+    if (Index() && !formula.indexed && !Enter(*Index(), formula)) DropDependents();
 }
 
 void EnterAlwaysCalculated(FormulaCell& formula) {
     if (formula.alwaysCalculate) return;
     formula.alwaysCalculate = true;
-    if (index && formula.indexed && !index->always.Append(&formula)) DropDependents();
+    if (Index() && formula.indexed && !Index()->always.Append(formula.dependentMark)) DropDependents();
 }
 
 void ForgetFormula(FormulaCell& formula) {
-    if (!index || !formula.indexed) return;
+    if (!Index() || !formula.indexed) return;
     formula.indexed = false;
-    index->formulas[formula.dependentMark] = nullptr;
-    ++index->lost;
-    if (formula.alwaysCalculate) DropFrom(index->always, &formula);
-    if (formula.usesNames) DropFrom(index->nameUsers, &formula);
+    Index()->formulas[formula.dependentMark] = nullptr;
+    ++Index()->lost;
 }
 
 }  // namespace tally

@@ -2,13 +2,12 @@
 
 #include <cmath>
 
-#include "base/Text.h"
+#include "base/LongOperation.h"
 #include "formula/AreaSums.h"
 #include "formula/ArrayChoice.h"
 #include "formula/Coercion.h"
+#include "formula/EngineState.h"
 #include "formula/EvaluationNotes.h"
-#include "formula/FormulaScanner.h"
-#include "formula/Links.h"
 #include "formula/NameEvaluation.h"
 #include "formula/Operators.h"
 #include "formula/TokenWalk.h"
@@ -22,20 +21,7 @@ constexpr u16 ID_IF = 1;
 constexpr u16 ID_CHOOSE = 100;
 constexpr u16 ID_USER_CALL = 255;
 constexpr u8 SIGNAL_ABANDON = 129;
-constexpr i32 MAX_DEPTH = 200;  // nested runs: names, cells through names, INDIRECT
-
-struct EngineDepth {
-    i32 depth = 0;
-    u64 elements = 0;
-    u64 steps = 0;
-    EvaluationBudget budget;
-};
-EngineDepth engine;
-
-bool NoRunningCell(const EvalContext&) { return false; }
-bool NothingBarred() { return false; }
-void NoMacro(i32, i32, i32, i32, Value*, i32, Value& result, const Value&) { result = ErrorValue(ERR_REF); }
-MacroCalls macroCalls = {NoRunningCell, NothingBarred, NoMacro};
+constexpr i32 MAX_DEPTH = 200;  // runs inside each other within one evaluation: names in names
 
 // One run over a token string.
 struct Run {
@@ -59,8 +45,7 @@ void CheckTop(Run& run) {
         if (!std::isfinite(top.number)) top = ErrorValue(ERR_NUM);
     } else if (top.type == VT_ARRAY) {
         const u32 count = ArrayElementCount(top);
-        engine.steps += count;
-        if (engine.steps > engine.budget.steps) return SetError(top, ERR_NA);
+        if (!SpendSteps(count)) return;
         for (u32 i = 0; i < count; ++i) {
             Value& element = top.elements[i];
             if (element.type == VT_NUMBER && !std::isfinite(element.number)) element = ErrorValue(ERR_NUM);
@@ -195,8 +180,8 @@ u32 ChooseByArray(Run& run, const Branch* branches, u32 count, BranchKind kind, 
     const u8* const extra = run.extra;
     const u32 extraLeft = run.extraLeft;
     Value values[MAX_ARGUMENTS];
-    ++engine.depth;
-    for (u32 i = 0; i < count && !run.abandoned; ++i) {
+    ++Engine().evaluation.depth;
+    for (u32 i = 0; i < count && !run.abandoned && !EvaluationStopped(); ++i) {
         run.extra = extra;
         run.extraLeft = extraLeft;
         SkipJumpedArrays(run, first, branches[i].from);
@@ -207,7 +192,7 @@ u32 ChooseByArray(Run& run, const Branch* branches, u32 count, BranchKind kind, 
             FreeValue(left);
         }
     }
-    --engine.depth;
+    --Engine().evaluation.depth;
     // The jump to the end passes over the trailing data of the branches once more.
     run.extra = extra;
     run.extraLeft = extraLeft;
@@ -219,7 +204,10 @@ u32 ChooseByArray(Run& run, const Branch* branches, u32 count, BranchKind kind, 
     return end;
 }
 
-bool TakesChoiceArray(Run& run) { return IsChoiceArray(run.stack.Top()) && engine.depth < MAX_DEPTH; }
+bool TakesChoiceArray(Run& run) {
+    const EvaluationState& e = Engine().evaluation;
+    return IsChoiceArray(run.stack.Top()) && e.depth - e.base < MAX_DEPTH;
+}
 
 // Both positions are those of the next token.
 u32 JumpIf(Run& run, u32 at) {
@@ -348,12 +336,14 @@ void PrepareArguments(Call& call, std::string_view signature, const EvalContext&
 bool IsBarred(const FunctionEntry& entry, bool addIn, const EvalContext& context) {
     const bool macroFunction = entry.category >= CATEGORY_MACRO_CONTROL && entry.category != CATEGORY_NONE;
     if (macroFunction) NoteEvaluation(NOTE_PLACE);
-    if (macroFunction && !macroCalls.isRunningCell(context)) return true;
-    return !addIn && (entry.id & COMMAND_BIT) && macroCalls.sideEffectsBarred();
+    if (macroFunction && !Engine().macros.isRunningCell(context)) return true;
+    return !addIn && (entry.id & COMMAND_BIT) && Engine().macros.sideEffectsBarred();
 }
 
 void CallEntry(Call& call, const FunctionEntry& entry, bool addIn, Value& result, const EvalContext& context) {
     PrepareArguments(call, entry.signature, context);
+    // What a stop has left of the arguments must not reach a handler that does something.
+    if (EvaluationStopped()) return FreeArguments(call.frame, call.count);
     if (IsBarred(entry, addIn, context)) {
         FreeArguments(call.frame, call.count);
         result = BoolValue(false);
@@ -394,7 +384,7 @@ void CallMacro(Call& call, Value& result, const EvalContext& context) {
     NoteEvaluation(target.type == VT_ERROR && target.error == ERR_NAME ? NOTE_PLACE | NOTE_AWAY : NOTE_PLACE);
     SheetArea at;
     i32 error = ERR_REF;
-    if (onMacroSheet && !macroCalls.isRunningCell(context)) {
+    if (onMacroSheet && !Engine().macros.isRunningCell(context)) {
         result = BoolValue(false);
     } else if (target.type == VT_ERROR) {
         result = target;
@@ -405,8 +395,10 @@ void CallMacro(Call& call, Value& result, const EvalContext& context) {
     } else {
         const Value caller = AreaValue({static_cast<u16>(context.row), static_cast<u16>(context.row),
                                         static_cast<u8>(context.column), static_cast<u8>(context.column)});
-        macroCalls.runMacro(at.book, at.sheet, at.area.firstRow, at.area.firstColumn, call.frame + 1,
-                            call.count - 1, result, caller);
+        ++Engine().evaluation.solid;
+        Engine().macros.runMacro(at.book, at.sheet, at.area.firstRow, at.area.firstColumn, call.frame + 1,
+                                 call.count - 1, result, caller);
+        --Engine().evaluation.solid;
     }
     if (target.type != VT_ERROR) FreeValue(target);
     FreeArguments(call.frame, call.count);
@@ -460,11 +452,9 @@ void RunBinary(Run& run, u8 token) {
 
 void RunName(Run& run, const u8* token, bool outside) {
     Value result;
-    if (outside) {
-        EvaluateNameX(ReadU16(token + 1), ReadU16(token + 3), result, run.context);
-    } else {
-        EvaluateName(ReadU16(token + 1), result, run.context);
-    }
+    const NameMention mention =
+        outside ? NameMention{ReadU16(token + 1), ReadU16(token + 3)} : NameMention{-1, ReadU16(token + 1)};
+    EvaluateName(mention, result, run.context);
     run.stack.Push(result);
     if (run.stack.Failed()) return;
     Value& top = run.stack.Top();
@@ -554,7 +544,7 @@ void RunTokens(Run& run, u32 from, u32 to) {
         if (last + 1 == run.length && IsCut(run, at)) return;
         const u32 next = RunToken(run, at, last);
         CheckTop(run);
-        if (run.stack.Failed()) return;
+        if (!SpendToken() || run.stack.Failed()) return;
         if (next > last + 1) SkipJumpedArrays(run, last + 1, next);
         // A jump backwards would not end.
         at = next > at ? next : at + 1;
@@ -563,17 +553,15 @@ void RunTokens(Run& run, u32 from, u32 to) {
 
 }  // namespace
 
-EvaluationBudget& Budget() { return engine.budget; }
-MacroCalls& MacroEngine() { return macroCalls; }
-
-bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalContext& context) {
+bool RunFormula(const FormulaTokens& tokens, Value& result, const EvalContext& context) {
+    EvaluationState& e = Engine().evaluation;
     result = Value();
-    if (!tokens.bytes) return true;
-    if (engine.depth >= MAX_DEPTH) {
+    if (!tokens.bytes || e.stop != STOP_NONE) return true;
+    if (e.depth - e.base >= MAX_DEPTH) {
         result = ErrorValue(ERR_NUM);
         return true;
     }
-    if (engine.depth++ == 0) engine.elements = engine.steps = 0;
+    ++e.depth;
     QuietMemoryScope quiet;
     // Held as a user of the block: a macro or a link may drop the cell that the tokens stand in.
     FormulaTokens held;
@@ -583,23 +571,32 @@ bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalConte
         Run run{held.bytes, held.length, held.bytes + held.length, held.extraLength, context, {}};
         RunTokens(run, 0, run.length);
         completed = !run.abandoned;
-        result = run.stack.Failed() ? ErrorValue(ERR_NA) : run.stack.Pop();
+        result = run.stack.Failed() || e.stop != STOP_NONE ? ErrorValue(ERR_NA) : run.stack.Pop();
     }
     FreeTokens(held);
-    --engine.depth;
+    --e.depth;
     return completed;
 }
 
-bool SpendElements(u64 count) {
-    if (!engine.depth) return true;
-    engine.elements += count;
-    return engine.elements <= engine.budget.elements;
-}
-
-bool SpendSteps(u64 count) {
-    if (!engine.depth) return true;
-    engine.steps += count;
-    return engine.steps <= engine.budget.steps;
+bool EvaluateFormula(const FormulaTokens& tokens, Value& result, const EvalContext& context) {
+    EvaluationState& e = Engine().evaluation;
+    if (e.depth) return RunFormula(tokens, result, context);
+    const LongOperation work(OPERATION_CALCULATE);
+    for (;;) {
+        bool completed = true;
+        {
+            const OwnEvaluation own;
+            completed = RunFormula(tokens, result, context);
+        }
+        const EvaluationStop stop = e.stop;
+        e.stop = STOP_NONE;
+        if (stop == STOP_NONE) return completed;
+        const CellPlace wanted = e.wanted;
+        if (stop == STOP_WANTS_CELL && CalculateCell(wanted.book, wanted.sheet, wanted.row, wanted.column))
+            continue;
+        if (stop != STOP_WANTS_CELL) NoteStop(stop);
+        return true;
+    }
 }
 
 bool TokensCall(const FormulaTokens& tokens, u16 id) {
@@ -612,28 +609,6 @@ bool TokensCall(const FormulaTokens& tokens, u16 id) {
             return true;
     }
     return false;
-}
-
-void AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column) {
-    for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
-        const u8 folded = FoldToken(tokens.bytes[at]);
-        const bool outside = folded == ptgRef3d || folded == ptgArea3d;
-        const bool oneCell = folded == ptgRef || folded == ptgRefN || folded == ptgRef3d;
-        if (!oneCell && !outside && folded != ptgArea && folded != ptgAreaN) continue;
-        const u32 start = at + (outside ? 3 : 1);
-        if (start + (oneCell ? 4 : 8) > tokens.length) return;
-        u8 nibble = 0;
-        RefArea area = ReadArea(tokens.bytes + start, oneCell, nibble);
-        if (nibble) NoteEvaluation(NOTE_PLACE);
-        const bool allRows = !oneCell && area.firstRow == 0 && area.lastRow == MAX_ROWS - 1;
-        const bool allColumns = !oneCell && area.firstColumn == 0 && area.lastColumn == MAX_COLUMNS - 1;
-        AddContext(area, nibble, allRows ? 0 : row, allColumns ? 0 : column);
-        if (oneCell) {
-            WriteRefOperand(tokens.bytes + start, area.firstRow, area.firstColumn, nibble);
-        } else {
-            WriteAreaOperand(tokens.bytes + start, area, nibble);
-        }
-    }
 }
 
 }  // namespace tally

@@ -1,8 +1,8 @@
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
-#include "formula/Links.h"
-#include "formula/Recalculation.h"
+#include "formula/EngineState.h"
+#include "formula/NameMeaning.h"
 #include "formula/TokenWalk.h"
 #include "model/Trust.h"
 
@@ -12,13 +12,6 @@ namespace {
 constexpr char16_t STORED_START = 1;  // also: the next letter is a drive
 constexpr char16_t STORED_ROOT = 2;   // the root of the referring book's drive
 constexpr char16_t STORED_SEPARATOR = 3;
-
-i32 OpenNothing(i32, i32, WideView) { return -1; }
-
-struct LinkState {
-    LinkOpener open = OpenNothing;
-};
-LinkState links;
 
 bool IsDrivePath(WideView path) { return path.size() > 2 && path[1] == u':'; }
 bool IsSeparator(char16_t c) { return c == u'\\' || c == u'/'; }
@@ -40,9 +33,18 @@ enum LinkUse : u32 { USES_NONE = 0, USES_OPEN = 1, USES_CLOSED = 2 };
 
 bool IsOpenLink(const ExternBook& link) { return FindOpenBook(link.path, false) >= 0; }
 
-// Which kinds of links a formula uses.
-u32 LinksOf(const Workbook& book, const FormulaTokens& tokens) {
+// What the names of a book use, by row; empty when none uses any link.
+using NameLinks = Array<u32>;
+
+// Which kinds of links a formula on a sheet (-1 is none) uses, itself or through names.
+u32 LinksOf(i32 bookIndex, i32 sheet, const FormulaTokens& tokens, const NameLinks& names) {
+    const Workbook& book = *BookAt(bookIndex);
     u32 use = USES_NONE;
+    u32 at = 0;
+    for (NameMention mention; !names.IsEmpty() && NextMention(tokens, at, mention);) {
+        const NameMeaning meaning = FindMeaning(mention, bookIndex, sheet, false);
+        if (meaning.book == bookIndex && meaning.name >= 0) use |= names[static_cast<u32>(meaning.name)];
+    }
     for (u32 p = 0; p < tokens.length; p = NextToken(tokens.bytes, tokens.length, p) + 1) {
         const u8 token = FoldToken(tokens.bytes[p]);
         if ((token != ptgRef3d && token != ptgArea3d && token != ptgNameX) || p + 3 > tokens.length) continue;
@@ -51,6 +53,29 @@ u32 LinksOf(const Workbook& book, const FormulaTokens& tokens) {
         use |= IsOpenLink(book.externBooks[static_cast<u32>(externBook)]) ? USES_OPEN : USES_CLOSED;
     }
     return use;
+}
+
+// Names in names beyond this depth are "#NUM!" and need no link.
+constexpr u32 DEEPEST_NAMES = 200;
+
+// Names that mention names take over what those use, until nothing changes. Without memory names use nothing.
+void FindNameLinks(i32 bookIndex, NameLinks& names) {
+    const Array<DefinedName>& rows = BookAt(bookIndex)->names;
+    if (!names.Resize(rows.Count())) return;
+    u32 all = USES_NONE;
+    bool changed = true;
+    for (u32 round = 0; changed && round < DEEPEST_NAMES; ++round) {
+        changed = false;
+        for (u32 i = 0; i < rows.Count(); ++i) {
+            const u32 use = HasFormula(rows[i].tokens)
+                                ? LinksOf(bookIndex, rows[i].sheet - 1, rows[i].tokens, names)
+                                : u32{USES_NONE};
+            changed = changed || use != names[i];
+            names[i] = use;
+            all |= use;
+        }
+        if (all == USES_NONE) return names.Truncate(0);
+    }
 }
 
 struct LinkedCell {
@@ -69,12 +94,15 @@ void MarkLinkedCells(i32 book, std::span<const LinkedCell> cells) {
 }
 
 // Lists the worksheet formulas that use links of the wanted kinds; returns what all of them use.
-u32 CollectLinkedCells(const Workbook& book, u32 wanted, Array<LinkedCell>* out) {
+u32 CollectLinkedCells(i32 bookIndex, u32 wanted, Array<LinkedCell>* out) {
+    const Workbook& book = *BookAt(bookIndex);
     u32 all = USES_NONE;
+    NameLinks names;
+    FindNameLinks(bookIndex, names);
     for (u32 i = 0; i < book.sheets.Count(); ++i) {
         if (!(book.sheets[i]->kind & SHEET_WORKSHEET)) continue;
         for (const FormulaCell* formula : book.sheets[i]->cells.formulas) {
-            const u32 use = LinksOf(book, formula->tokens);
+            const u32 use = LinksOf(bookIndex, static_cast<i32>(i), formula->tokens, names);
             all |= use;
             if (!(use & wanted) || !out) continue;
             if (!out->Append({static_cast<i32>(i), formula->row, formula->column})) return all;
@@ -135,13 +163,11 @@ void RefreshLinks(i32 book, u32 wanted) {
         }
     }
     Array<LinkedCell> cells;
-    CollectLinkedCells(*BookAt(book), USES_OPEN | wanted, &cells);
+    CollectLinkedCells(book, USES_OPEN | wanted, &cells);
     MarkLinkedCells(book, cells.Span());
 }
 
 }  // namespace
-
-void SetLinkOpener(LinkOpener opener) { links.open = opener ? opener : OpenNothing; }
 
 bool ExpandStoredPath(WideText& target, WideView stored, const Workbook& book) {
     target.Truncate(0);
@@ -211,7 +237,7 @@ i32 FindOrOpenLinkedBook(i32 book, i32 externBook) {
     if (open >= 0) return open;
     WideText path;
     if (!LinkPath(*workbook, link, path)) return -1;
-    return links.open(book, externBook, path);
+    return Engine().openLink(book, externBook, path);
 }
 
 void UpdateLinks(i32 book, bool prompt, bool silentAnswer) {
@@ -226,7 +252,7 @@ void UpdateLinks(i32 book, bool prompt, bool silentAnswer) {
     }
     if (!anyOpen && !anyClosed) return;
     bool refreshClosed = false;
-    if (anyClosed && (CollectLinkedCells(*workbook, USES_CLOSED, nullptr) & USES_CLOSED)) {
+    if (anyClosed && (CollectLinkedCells(book, USES_CLOSED, nullptr) & USES_CLOSED)) {
         refreshClosed =
             prompt ? AskToReadLinks(book, Message(MSG_UPDATE_LINKS), {}, MB_ICONQUESTION) : silentAnswer;
     }
@@ -258,7 +284,7 @@ void RefreshLinksTo(i32 book) {
             linked = linked || (link.kind == EXTERN_FILE && FindOpenBook(link.path, false) == book);
         if (!linked) continue;
         Array<LinkedCell> cells;
-        CollectLinkedCells(*Books().books[other], USES_OPEN, &cells);
+        CollectLinkedCells(static_cast<i32>(other), USES_OPEN, &cells);
         MarkLinkedCells(static_cast<i32>(other), cells.Span());
     }
 }

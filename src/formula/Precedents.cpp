@@ -148,21 +148,6 @@ bool NextPrecedent(const FormulaCell& formula, u32& at, TokenPrecedent& out) {
     return true;
 }
 
-bool TokensUseNames(const FormulaTokens& tokens) {
-    for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
-        const u8 folded = FoldToken(tokens.bytes[at]);
-        if (folded == ptgName || folded == ptgNameX) return true;
-    }
-    return false;
-}
-
-bool TokensAreVolatile(const FormulaTokens& tokens) {
-    for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {
-        if (IsVolatileCall(tokens, at)) return true;
-    }
-    return false;
-}
-
 TokenTraits ReadTokenTraits(const FormulaTokens& tokens) {
     TokenTraits traits;
     for (u32 at = 0; at < tokens.length; at = NextToken(tokens.bytes, tokens.length, at) + 1) {

@@ -17,8 +17,6 @@ RefArea WithShapeOf(const RefArea& given, const RefArea& wanted);
 bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out);
 // The same for a formula of a cell; a part of a data table reads the table's formula and its own headings.
 bool NextPrecedent(const FormulaCell& formula, u32& at, TokenPrecedent& out);
-// Whether the tokens name a defined name.
-bool TokensUseNames(const FormulaTokens& tokens);
 // What a load asks of a formula, found in one walk.
 struct TokenTraits {
     bool alwaysCalculate = false;  // as TokensAlwaysCalculate
@@ -26,9 +24,6 @@ struct TokenTraits {
     bool offsets = false;          // holds references as offsets from the cell
 };
 TokenTraits ReadTokenTraits(const FormulaTokens& tokens);
-// Calls that make a name's users stale with every change.
-bool TokensAreVolatile(const FormulaTokens& tokens);
-
 // The sheets that a precedent of a formula on (book, sheet) lies on; false when it cannot be resolved.
 struct PrecedentSheets {
     i32 book = 0;

@@ -1,7 +1,7 @@
 #pragma once
 // Who becomes stale, and how a stale cell comes up to date.
 
-#include "formula/FormulaTypes.h"
+#include "formula/Evaluator.h"
 #include "model/CellStore.h"
 
 namespace tally {
@@ -39,10 +39,17 @@ void CalculateBook(i32 book);
 // The index of dependents no longer fits the books; it is built again when next needed.
 void DropDependents();
 
+// How often calculations were stopped since the report was last taken, by EvaluationStop.
+struct CalculationReport {
+    u32 stops[STOP_MEMORY + 1] = {};
+};
+CalculationReport TakeCalculationReport();
+
 // What the view wants to know. Harmless defaults; the shell fills them in.
 struct RecalculationCalls {
     void (*cellChanged)(i32 book, i32 sheet, i32 row, i32 column);  // repaint it
     void (*rowHeightWanted)(i32 book, i32 sheet, i32 row);          // refit it
+    void (*calculationStopped)(EvaluationStop why);                 // tell the user, once for many
 };
 RecalculationCalls& RecalculationView();
 

@@ -1,13 +1,15 @@
 #include "formula/SheetCalculation.h"
 
-#include "formula/Recalculation.h"
+#include "base/LongOperation.h"
+#include "formula/EngineState.h"
 
 namespace tally {
 
 void CalculateArea(Sheet& sheet, const RefArea& area) {
     const i32 book = sheet.book, index = sheet.index;
     CellStore& store = sheet.cells;
-    if (store.formulas.IsEmpty()) return;
+    if (store.formulas.IsEmpty() || Engine().suspended) return;
+    const LongOperation work(OPERATION_CALCULATE);
     for (u32 slot = FindRowSlot(store, area.firstRow);
          slot < store.rows.Count() && store.rows[slot].row <= area.lastRow; ++slot) {
         for (u32 i = FindInRow(store.rows[slot], area.firstColumn);
@@ -16,6 +18,7 @@ void CalculateArea(Sheet& sheet, const RefArea& area) {
             if (cell.column > area.lastColumn) break;
             if (cell.formula && cell.calcState == CALC_STALE)
                 IgnoreFailure(CalculateCell(book, index, store.rows[slot].row, cell.column));
+            if (Engine().suspended) return;
         }
     }
 }

@@ -5,6 +5,7 @@
 #include "formula/FormulaScanner.h"
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
+#include "formula/NameMeaning.h"
 
 // From the text that INDIRECT and its like are given to a reference.
 
@@ -59,10 +60,8 @@ NameText NameFormula(WideView text, const EvalContext& context, NamePlace& at, W
         const bool closed = parts.prefix.kind == PREFIX_FILE && FindOpenBook(parts.prefix.path, false) < 0;
         return closed ? NameText::CLOSED : NameText::NONE;
     }
-    i32 row = at.sheet < 0 ? -1 : FindName(*book, parts.identifier, static_cast<u16>(at.sheet + 1));
-    if (row < 0 || !HasFormula(book->names[static_cast<u32>(row)].tokens))
-        row = FindName(*book, parts.identifier, 0);
-    if (row < 0 || !HasFormula(book->names[static_cast<u32>(row)].tokens)) return NameText::NONE;
+    const i32 row = FindDefinedName(*book, parts.identifier, at.sheet);
+    if (row < 0) return NameText::NONE;
     WideText whole;
     NoteEvaluation(NOTE_PLACE);
     if (!FormulaToText(at.book, book->names[static_cast<u32>(row)].tokens, context.row, context.column, true,

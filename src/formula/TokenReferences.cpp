@@ -58,6 +58,27 @@ void LoseReference(FormulaTokens& tokens, const TokenReference& reference) {
     token = static_cast<u8>(token + lost - folded);
 }
 
+void PlaceReference(TokenReference& reference, i32 row, i32 column) {
+    if (reference.AllRows()) row = 0;
+    if (reference.AllColumns()) column = 0;
+    if (reference.nibble & FIRST_ROW_RELATIVE) reference.firstRow = (reference.firstRow + row) & 0xFFFF;
+    if (reference.nibble & LAST_ROW_RELATIVE) reference.lastRow = (reference.lastRow + row) & 0xFFFF;
+    if (reference.nibble & FIRST_COLUMN_RELATIVE)
+        reference.firstColumn = (reference.firstColumn + column) & 0xFF;
+    if (reference.nibble & LAST_COLUMN_RELATIVE) reference.lastColumn = (reference.lastColumn + column) & 0xFF;
+}
+
+bool AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column) {
+    bool relative = false;
+    u32 at = 0;
+    for (TokenReference reference; NextReference(tokens, at, reference);) {
+        relative = relative || reference.nibble;
+        PlaceReference(reference, row, column);
+        WriteReference(tokens, reference);
+    }
+    return relative;
+}
+
 bool IsOnSheet(const TokenReference& reference) {
     return reference.firstRow >= 0 && reference.lastRow >= 0 && reference.firstRow < MAX_ROWS &&
            reference.lastRow < MAX_ROWS && reference.firstColumn >= 0 && reference.lastColumn >= 0 &&

@@ -27,6 +27,11 @@ bool NextReference(const FormulaTokens& tokens, u32& at, TokenReference& out);
 void WriteReference(FormulaTokens& tokens, const TokenReference& reference);
 // Turns the token into its error form, keeping class and operands. The tokens must be unshared.
 void LoseReference(FormulaTokens& tokens, const TokenReference& reference);
+// Adds a place to the relative fields, with wrap; an axis that the reference spans completely stays.
+void PlaceReference(TokenReference& reference, i32 row, i32 column);
+// The same for all references of a name's formula, which holds offsets from A1. True when any is relative. The
+// tokens must be unshared.
+bool AbsoluteTokens(FormulaTokens& tokens, i32 row, i32 column);
 // Whether all four fields lie on a sheet.
 bool IsOnSheet(const TokenReference& reference);
 

@@ -27,6 +27,7 @@ bool VisitArea(i32 book, i32 sheetIndex, const RefArea& area, ValueVisit visit, 
         const i32 row = RowAt(sheet->cells, position);
         if (row > area.lastRow) return true;
         position.index = FindInRow(sheet->cells.rows[position.slot], area.firstColumn);
+        if (!ReadCells(static_cast<u32>(area.lastColumn - area.firstColumn) + 1)) return true;
         for (; position.index < sheet->cells.rows[position.slot].count; ++position.index) {
             const i32 column = CellAt(sheet->cells, position).column;
             if (column > area.lastColumn) break;

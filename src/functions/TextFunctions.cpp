@@ -88,8 +88,7 @@ void FilterText(WideView text, Value& result, Keeps keeps) {
     TextBlock* block = MakeRoom(text.size());
     if (block) {
         const char16_t* end = std::copy_if(text.begin(), text.end(), block->characters, keeps);
-        block->length = static_cast<u32>(end - block->characters);
-        block->characters[block->length] = 0;
+        ShortenText(*block, static_cast<std::size_t>(end - block->characters));
     }
     result = OwnedTextValue(block);
 }

@@ -31,8 +31,8 @@ struct FormulaCell {
     u8 column = 0;
     bool alwaysCalculate = false;  // its inputs cannot be told from its tokens
     bool indexed = false;          // entered in the index of dependents
-    bool usesNames = false;        // set when it is entered
     bool kept = false;             // the value is an older one: what it asked for was away
+    bool stopped = false;          // stale because a bound ended its calculation: not begun again by itself
     u32 dependentMark = 0;         // work word of the index of dependents
 };
 
@@ -222,7 +222,6 @@ struct StyleRow {
 struct DefinedName {
     u16 flags = 0;  // bit 0 hidden; the others as in the NAME record, the built-in bit cleared
     u8 shortcut = 0;
-    u8 stale = 0;   // work flag of marking
     u16 sheet = 0;  // 0 global, else the 1-based sheet it is scoped to
     WideText text;
     FormulaTokens tokens;    // null: known but undefined

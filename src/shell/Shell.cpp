@@ -1,5 +1,6 @@
 #include "shell/Shell.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/MessageTable.h"
@@ -7,10 +8,9 @@
 #include "editing/Clipboard.h"
 #include "editing/Undo.h"
 #include "fileio/OpenFile.h"
-#include "formula/ArrayIndex.h"
-#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
+#include "functions/FunctionState.h"
 #include "functions/Random.h"
 #include "model/BookTable.h"
 #include "model/Trust.h"
@@ -185,6 +185,15 @@ void OutOfMemory() {
     ShowMessage(Message(MSG_OUT_OF_MEMORY));
 }
 
+// What bounds or the user have stopped is told when the message that it happened in has been handled.
+void CalculationStopped(EvaluationStop why) { state.toldStop = std::max(state.toldStop, why); }
+
+void TellStop() {
+    const EvaluationStop why = std::exchange(state.toldStop, STOP_NONE);
+    if (why == STOP_BOUND) ShowMessage(Message(MSG_CALCULATION_BOUND));
+    if (why == STOP_CANCELLED) ShowMessage(Message(MSG_CALCULATION_STOPPED));
+}
+
 // The path of a command line, without the quotes around it.
 WideView CommandPath(WideView line) {
     if (line.size() >= 2 && line.front() == u'"' && line.back() == u'"') return line.substr(1, line.size() - 2);
@@ -203,6 +212,7 @@ void StartShell(WideView commandLine) {
     SetOutOfMemoryNotice(OutOfMemory);
     RecalculationView().cellChanged = CellChanged;
     RecalculationView().rowHeightWanted = WantRowHeight;
+    RecalculationView().calculationStopped = CalculationStopped;
     ConnectLinkOpener();
     ConnectUndo();
     ConnectClipboard();
@@ -220,9 +230,8 @@ void StopShell() {
     SaveSettings();
     SetOutOfMemoryNotice(nullptr);
     ResetBooks();
-    DropDependents();
-    ResetKeptNumbers();
-    ResetArrayIndex();
+    ResetFormulaEngine();
+    ResetFunctions();
     ResetTrust();
     ResetShell();
 }
@@ -233,6 +242,8 @@ bool SendShellMessage(const ShellMessage& message) {
         const MessageScope scope;
         const bool taken = row.handler(message);
         if (message.message != WM_PAINT) FitWantedRows();
+        // A box has no place in a paint.
+        if (message.message != WM_PAINT && state.messageDepth == 1) TellStop();
         if (message.message != WM_PAINT && message.message != WM_MOUSEMOVE) RefreshToolbars();
         if (message.message != WM_TIMER) AskSoonForLinks();
         return taken;

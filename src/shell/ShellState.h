@@ -1,6 +1,7 @@
 #pragma once
 // What the shell remembers between messages: one record, one reset.
 
+#include "formula/Evaluator.h"
 #include "model/ModelTypes.h"
 #include "shell/ShellPlatform.h"
 
@@ -104,8 +105,9 @@ struct ShellState {
     u32 options5 = 0;
     bool trustClosed = false;  // no book reaches outside, and nobody is asked
     bool closing = false;
-    i32 messageDepth = 0;     // messages that are being handled, one inside the other
-    bool memoryTold = false;  // the user knows that the outermost one was refused memory
+    i32 messageDepth = 0;                 // messages that are being handled, one inside the other
+    EvaluationStop toldStop = STOP_NONE;  // of a calculation, to be told
+    bool memoryTold = false;              // the user knows that the outermost one was refused memory
 };
 ShellState& Shell();
 

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <map>
 #include <thread>
 
@@ -193,6 +194,44 @@ TEST_F(Tally, FailuresHaveTheirStatusAndOneLine) {
         EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1) << outcome.output;
     }
     EXPECT_EQ(Run("sheets a.xls > /dev/full").status, 3);
+}
+
+#if !defined(__SANITIZE_ADDRESS__)
+// The more memory the further each comes; none ends in another way than with its output or with one line.
+TEST_F(Tally, WithoutMemoryThereIsNoOutputAndOneLine) {
+    std::string cells;
+    for (i32 i = 0; i < 4; ++i) cells += "\"=REPT(\"\"x\"\",5000000)\"\n";
+    Put("in.csv", cells);
+    u32 refused = 0, done = 0;
+    for (const i32 limit : {60000, 90000, 110000, 140000, 800000}) {
+        const std::string before = "sh -c 'ulimit -v " + std::to_string(limit) + "; exec \"$0\" \"$@\"' ";
+        for (const char* command : {"convert in.csv out.csv", "convert in.csv out.xls",
+                                    "eval '=REPT(\"x\",5000000)' >out.json", "cells in.csv >out.json"}) {
+            for (const char* name : {"out.csv", "out.xls"}) fs::remove(folder / name);
+            const Outcome outcome = Run(command, before);
+            if (outcome.status == 127) continue;  // not even loaded
+            done += outcome.status == 0;
+            if (outcome.status == 0) continue;
+            ++refused;
+            EXPECT_EQ(outcome.status, 3) << command << " " << limit << outcome.output;
+            EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1) << outcome.output;
+            EXPECT_EQ(outcome.output.substr(0, 7), "tally: ") << command << " " << limit;
+            for (const char* name : {"out.csv", "out.xls"}) EXPECT_FALSE(fs::exists(folder / name)) << name;
+        }
+    }
+    EXPECT_GT(refused, 2u);
+    EXPECT_GE(done, 4u);
+}
+#endif
+
+TEST_F(Tally, WhatTakesTooManyStepsIsToldAndKeepsItsValue) {
+    Put("in.csv", "1,=SUMPRODUCT(A1:CV65536*1),=B1+1,=A1+1\n");
+    const Outcome outcome = Run("convert in.csv out.csv");
+    EXPECT_EQ(outcome.status, 1);
+    const std::string line =
+        "tally: 2 formulas take too many steps or too much room and keep their old values\n";
+    EXPECT_NE(outcome.output.find(line), std::string::npos) << outcome.output;
+    EXPECT_EQ(Get("out.csv"), "1,,,2\r\n");
 }
 
 TEST_F(Tally, HelpAndVersionAreGood) {

@@ -6,10 +6,10 @@
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/StoreEntry.h"
-#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "formula/TokenWalk.h"
+#include "functions/FunctionState.h"
 #include "model/CellStore.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
@@ -24,7 +24,8 @@ class UndoList : public Sandbox {
         ResetBooks();
         ConnectUndo();
         // Sums and lookups are kept by sheet numbers, which begin anew.
-        ResetKeptNumbers();
+        ResetFormulaEngine();
+        ResetFunctions();
         ASSERT_TRUE(CreateWorkbook(nullptr, false));
     }
     static bool Type(std::string_view cell, std::string_view text, bool isArray = false) {

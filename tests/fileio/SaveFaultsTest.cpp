@@ -8,7 +8,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "formula/KeptNumbers.h"
 #include "formula/Recalculation.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
@@ -52,8 +51,7 @@ class SaveFaults : public Saving {
     // Everything that an allocator made has to go back to it.
     static void ForgetAll() {
         ResetBooks();
-        DropDependents();
-        ResetKeptNumbers();
+        ResetFormulaEngine();
         Headless().files.Clear();
         Headless().boxes.Clear();
         ResetMemoryFiles();

@@ -1,4 +1,5 @@
 #include "formula/Evaluator.h"
+#include "formula/TokenReferences.h"
 
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
@@ -234,7 +235,7 @@ TEST_F(Evaluator, ARelativeNameCountsFromTheCellThatUsesIt) {
     DefineName("up", "=A1");
     FormulaTokens& tokens = CurrentWorkbook()->names[0].tokens;
     ASSERT_TRUE(UnshareTokens(tokens));
-    AbsoluteTokens(tokens, -1, -1);  // defined with the active cell on B2
+    EXPECT_TRUE(AbsoluteTokens(tokens, -1, -1));  // defined with the active cell on B2
     Enter("B2", "7");
     Enter("C3", "=up");
     EXPECT_EQ(Shown("C3"), "7");

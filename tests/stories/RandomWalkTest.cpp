@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "editing/Undo.h"
+#include "formula/NameMeaning.h"
 #include "formula/Precedents.h"
 #include "formula/Recalculation.h"
 #include "model/AreaList.h"
@@ -95,7 +96,9 @@ bool HasCircle(std::size_t most) {
     if (readers.size() > most) return true;
     for (std::size_t i = 0; i < readers.size(); ++i) {
         AddReads(readers, readers[i], *tokens[i]);
-        if (!TokensUseNames(*tokens[i])) continue;
+        u32 at = 0;
+        NameMention mention;
+        if (!NextMention(*tokens[i], at, mention)) continue;
         for (const DefinedName& name : book.names) AddReads(readers, readers[i], name.tokens);
     }
     for (std::size_t i = 0; i < readers.size(); ++i)

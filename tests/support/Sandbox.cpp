@@ -1,20 +1,19 @@
 #include "support/Sandbox.h"
 
+#include "base/LongOperation.h"
 #include "base/Text.h"
 #include "display/DisplayText.h"
 #include "display/LocaleSettings.h"
 #include "editing/Clipboard.h"
 #include "editing/EntryRecognition.h"
 #include "editing/Undo.h"
-#include "formula/ArrayIndex.h"
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaText.h"
-#include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
-#include "functions/Random.h"
+#include "functions/FunctionState.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/headless/HeadlessPlatform.h"
@@ -81,15 +80,13 @@ void Sandbox::ForgetBooks() {
     ResetBooks();
     ConnectUndo();
     ConnectClipboard();
-    DropDependents();
-    ResetArrayIndex();
-    ResetKeptNumbers();
-    Random() = RandomState();
+    ResetFormulaEngine();
+    ResetFunctions();
 }
 
 void Sandbox::TearDown() {
     ForgetBooks();
-    SetLinkOpener(nullptr);
+    ResetLongOperations();
     UseHeadlessPlatform();
     EXPECT_TRUE(ReadLocaleSettings());
     SetLocalFormats({});

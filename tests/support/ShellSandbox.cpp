@@ -2,7 +2,6 @@
 
 #include "base/Memory.h"
 #include "formula/FormulaText.h"
-#include "formula/Recalculation.h"
 #include "shell/FramePaint.h"
 #include "shell/Layout.h"
 #include "shell/Selection.h"
@@ -25,8 +24,6 @@ void ShellSandbox::SetUp() {
 void ShellSandbox::TearDown() {
     ResetShell();
     ResetHeadlessShell();
-    RecalculationView().cellChanged = [](i32, i32, i32, i32) {};
-    RecalculationView().rowHeightWanted = [](i32, i32, i32) {};
     Sandbox::TearDown();
 }
 

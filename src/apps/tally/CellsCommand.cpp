@@ -68,7 +68,7 @@ int RunCells(const Options& options) {
         if (only >= 0 && static_cast<i32>(sheet) != only) continue;
         if (!(BookAt(book)->sheets[sheet]->kind & SHEET_WITH_CELLS)) continue;
         if (!WriteCells(book, static_cast<i32>(sheet), {0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}))
-            return Complain(EXIT_DATA, "out of memory");
+            return Complain(EXIT_FILES, "out of memory");
     }
     return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
 }

@@ -1,10 +1,14 @@
+#include <unistd.h>
+
 #include <cstdio>
-#include <cstring>
+#include <new>
+#include <string>
 
 #include "apps/tally/Commands.h"
 #include "base/Number.h"
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
+#include "formula/Recalculation.h"
 #include "shell/headless/HeadlessPlatform.h"
 #include "shell/posix/Regions.h"
 
@@ -72,6 +76,27 @@ bool ApplyOptions(const Options& options, int& status) {
     return true;
 }
 
+// One line for what calculations left as it was.
+int TellStops(int status) {
+    const CalculationReport report = TakeCalculationReport();
+    if (status != EXIT_GOOD) return status;
+    if (report.stops[STOP_MEMORY]) return Complain(EXIT_FILES, "out of memory");
+    const u32 stopped = report.stops[STOP_BOUND];
+    if (!stopped) return status;
+    return Complain(EXIT_DATA, std::to_string(stopped) + (stopped == 1 ? " formula takes" : " formulas take") +
+                                   " too many steps or too much room and keep" +
+                                   (stopped == 1 ? "s its" : " their") + " old value" +
+                                   (stopped == 1 ? "" : "s"));
+}
+
+// Strings and the making of lines are the library's, which has no other way to fail. What is not yet written is
+// not written.
+[[noreturn]] void NoMemory() {
+    constexpr std::string_view line = "tally: out of memory\n";
+    IgnoreFailure(write(STDERR_FILENO, line.data(), line.size()) > 0);
+    _exit(EXIT_FILES);
+}
+
 int Run(const Options& options) {
     int status = EXIT_GOOD;
     UseHeadlessPlatform();
@@ -79,7 +104,7 @@ int Run(const Options& options) {
     if (!ReadLocaleSettings()) return Complain(EXIT_DATA, "out of memory");
     ConnectLinkOpener();
     for (const CommandRow& row : commands) {
-        if (row.command == options.command) return row.run(options);
+        if (row.command == options.command) return TellStops(row.run(options));
     }
     return EXIT_USAGE;
 }
@@ -88,6 +113,7 @@ int Run(const Options& options) {
 }  // namespace tally
 
 int main(int count, char** arguments) {
+    std::set_new_handler(tally::NoMemory);
     tally::Options options;
     int status = tally::EXIT_GOOD;
     if (!tally::ReadOptions(count, arguments, options, status)) return status;

@@ -69,6 +69,10 @@ QString TypedText(int key, Qt::KeyboardModifiers modifiers, const QString& text)
 void FillMenuBar();
 i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y);
 
+// ---- waiting ----------------------------------------------------------------------------------------
+// Escape ends what lasts long.
+void ConnectWaiting();
+
 // ---- rows of the tables --------------------------------------------------------------------------------
 // The region of the environment, for the rows that tell of it.
 void ReadUserRegion();

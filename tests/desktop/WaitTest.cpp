@@ -1,0 +1,85 @@
+// Escape while something lasts, with the whole program on the toolkit.
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "base/LongOperation.h"
+#include "shell/Shell.h"
+#include "shell/qt/QtFrame.h"
+
+namespace tally {
+namespace {
+
+class DesktopWait : public testing::Test {
+  protected:
+    void SetUp() override {
+        CloseSettings();
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+        SetPlatform(&QtPlatform());
+        SetShellPlatform(&QtShellPlatform());
+        OpenFrame({SendShellMessage, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar, EntryLineClick,
+                   MenuItems});
+        StartShell(WideView());
+        ShowFrame();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));
+    }
+    void TearDown() override {
+        StopShell();
+        CloseSettings();
+    }
+    static void Post(int key) {
+        QCoreApplication::postEvent(&FrameInUse()->client,
+                                    new QKeyEvent(QEvent::KeyPress, key, Qt::NoModifier));
+    }
+    // Goes on for a second at most; true when it was left before.
+    static bool Last() {
+        const LongOperation work(OPERATION_CALCULATE);
+        QElapsedTimer clock;
+        for (clock.start(); clock.elapsed() < 1000;) {
+            if (!GoOn(1 << 16)) return true;
+        }
+        return false;
+    }
+    QTemporaryDir folder;
+};
+
+TEST_F(DesktopWait, EscapeEndsWhatLasts) {
+    Post(Qt::Key_Escape);
+    EXPECT_TRUE(Last());
+    // Pressed for that one only.
+    EXPECT_FALSE(Last());
+}
+
+TEST_F(DesktopWait, WhatWasNotPaintedMeanwhileIsPaintedAfterwards) {
+    FrameInUse()->client.update();
+    EXPECT_FALSE(Last());
+    struct Tap : QObject {
+        bool eventFilter(QObject*, QEvent* event) override {
+            painted = painted || event->type() == QEvent::Paint;
+            return false;
+        }
+        bool painted = false;
+    } tap;
+    FrameInUse()->client.installEventFilter(&tap);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return tap.painted; }, 1000));
+    tap.painted = false;
+    FrameInUse()->client.update();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return tap.painted; }, 1000));
+    FrameInUse()->client.removeEventFilter(&tap);
+}
+
+TEST_F(DesktopWait, OtherKeysDoNotReachTheWindow) {
+    Post(Qt::Key_A);
+    EXPECT_FALSE(Last());
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(FrameInUse()->entry.toPlainText().isEmpty());
+}
+
+}  // namespace
+}  // namespace tally
