@@ -4,6 +4,7 @@
 
 #include "formula/Dependents.h"
 #include "formula/EvaluationNotes.h"
+#include "formula/Evaluator.h"
 #include "formula/KeptNumbers.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"

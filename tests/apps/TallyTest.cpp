@@ -206,7 +206,7 @@ TEST_F(Tally, WithoutMemoryThereIsNoOutputAndOneLine) {
     for (const i32 limit : {60000, 90000, 110000, 140000, 800000}) {
         const std::string before = "sh -c 'ulimit -v " + std::to_string(limit) + "; exec \"$0\" \"$@\"' ";
         for (const char* command : {"convert in.csv out.csv", "convert in.csv out.xls",
-                                    "eval '=REPT(\"x\",5000000)' >out.json", "cells in.csv >out.json"}) {
+                                    "eval '=REPT(\"x\",5000000)'", "cells in.csv"}) {
             for (const char* name : {"out.csv", "out.xls"}) fs::remove(folder / name);
             const Outcome outcome = Run(command, before);
             if (outcome.status == 127) continue;  // not even loaded
@@ -214,8 +214,11 @@ TEST_F(Tally, WithoutMemoryThereIsNoOutputAndOneLine) {
             if (outcome.status == 0) continue;
             ++refused;
             EXPECT_EQ(outcome.status, 3) << command << " " << limit << outcome.output;
-            EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1) << outcome.output;
-            EXPECT_EQ(outcome.output.substr(0, 7), "tally: ") << command << " " << limit;
+            // Behind what was written before, a line for each cell.
+            const std::size_t line = outcome.output.find("tally: ");
+            ASSERT_NE(line, std::string::npos) << command << " " << limit;
+            EXPECT_EQ(outcome.output.find('\n', line), outcome.output.size() - 1) << command << " " << limit;
+            if (command[0] != 'c' || command[1] != 'e') EXPECT_EQ(line, 0u) << command << " " << limit;
             for (const char* name : {"out.csv", "out.xls"}) EXPECT_FALSE(fs::exists(folder / name)) << name;
         }
     }
@@ -225,7 +228,7 @@ TEST_F(Tally, WithoutMemoryThereIsNoOutputAndOneLine) {
 #endif
 
 TEST_F(Tally, WhatTakesTooManyStepsIsToldAndKeepsItsValue) {
-    Put("in.csv", "1,=SUMPRODUCT(A1:CV65536*1),=B1+1,=A1+1\n");
+    Put("in.csv", "1,=SUMPRODUCT(A2:CV65536*1),=B1+1,=A1+1\n");
     const Outcome outcome = Run("convert in.csv out.csv");
     EXPECT_EQ(outcome.status, 1);
     const std::string line =

@@ -165,8 +165,8 @@ TEST_F(Interrupted, OneLongCallIsLeftInTheMiddle) {
         for (i32 column = 1; column < 101; ++column)
             ASSERT_TRUE(InsertCell(*CurrentSheet(), row, column, 15, NumberValue(1), FormulaTokens()));
     }
-    for (const char* formula : {"=SUMPRODUCT(B1:CW2000)", "=MAX(B1:CW2000)", "=SUM((B1:CW2000)*1)",
-                                "=COUNTIF(B1:CW2000,\">0\")", "=SUM(B1:CW2000,B1:CV2000)"}) {
+    for (const char* formula : {"=SUMPRODUCT(B1:CW2000)", "=SUM((B1:CW2000)*1)", "=COUNTIF(B1:CW2000,\">0\")",
+                                "=SUM(B1:CW2000,B1:CV2000)"}) {
         Put("A1", formula, 7);
         asked = Asked();
         asked.cancelAt = 1;
