@@ -53,9 +53,15 @@ void Record(DrawKind kind, const PixelRect& rect, u32 colour, FontHandle font = 
 
 void SetClip(void*, const PixelRect& clip) { frame.clip = clip; }
 void FillRect(void*, const PixelRect& rect, u32 colour) { Record(DRAW_FILL, rect, colour); }
-void PatternRect(void*, const PixelRect& rect, u8, u32 colour, u32) { Record(DRAW_PATTERN, rect, colour); }
-void Line(void*, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, PenStyle) {
+void PatternRect(void*, const PixelRect& rect, u8 pattern, u32 colour, u32 backColour) {
+    Record(DRAW_PATTERN, rect, colour);
+    if (frame.drawing.IsEmpty()) return;
+    frame.drawing.Last().style = pattern;
+    frame.drawing.Last().backColour = backColour;
+}
+void Line(void*, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, PenStyle style) {
     Record(DRAW_LINE, {x1, y1, x2, y2}, colour);
+    if (!frame.drawing.IsEmpty()) frame.drawing.Last().style = style;
 }
 void InvertRect(void*, const PixelRect& rect) { Record(DRAW_INVERT, rect, 0); }
 void DrawText(void*, i32 x, i32 y, const PixelRect& clip, FontHandle font, u32 colour, WideView text) {
@@ -83,13 +89,18 @@ void Invalidate(const PixelRect& rect) {
 void SetCapture(bool on) { frame.captured = on; }
 void StartTimer(i32 timer, i32) { frame.timers[timer & 7] = true; }
 void KillTimer(i32 timer) { frame.timers[timer & 7] = false; }
-void SetFullScreen(bool) {}
+void SetFullScreen(bool on) { frame.fullScreen = on; }
 void Quit() { frame.hasQuit = true; }
 void FocusFrame() { frame.entryFocused = false; }
 void SetToolTip(WideView text) { IgnoreFailure(frame.toolTip.Assign(text)); }
 void SetPointer(PointerShape shape) { frame.pointer = shape; }
-i32 TrackPopup(const Array<MenuItem>& items, i32, i32) {
+i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
     frame.popupTexts.Truncate(0);
+    frame.popupX = x;
+    frame.popupY = y;
+    frame.popupChecked = -1;
+    for (u32 i = items.Count(); i-- > 0;)
+        if (items[i].checked) frame.popupChecked = static_cast<i32>(i);
     for (const MenuItem& item : items) {
         WideText text;
         if (!text.Assign(item.text) || !frame.popupTexts.Append(std::move(text))) break;
@@ -198,7 +209,11 @@ bool SetClipboard(const WideView* text, ByteView narrowText) {
     return !text || (frame.clipboard.Assign(*text) &&
                      frame.narrowClipboard.AppendMany(narrowText.data(), narrowText.size()));
 }
-bool OpenExternally(WideView) { return false; }
+bool OpenExternally(WideView path) {
+    WideText own;
+    IgnoreFailure(own.Assign(path) && frame.opened.Append(std::move(own)));
+    return frame.opensExternally;
+}
 
 constexpr ShellPlatformTable shellTable = {
     SetTitle,

@@ -14,6 +14,8 @@ struct DrawRecord {
     PixelRect rect;  // of a line its ends, of a text its box
     PixelRect clip;
     u32 colour = 0;
+    u32 backColour = 0;  // of a pattern
+    u8 style = 0;        // PenStyle of a line; the number of a pattern
     FontHandle font = 0;
     WideText text;
 };
@@ -35,6 +37,7 @@ struct HeadlessShellState {
     WideText title;
     bool entryFocused = false;
     bool hasQuit = false;
+    bool fullScreen = false;
     bool captured = false;
     WideText toolTip;
     PointerShape pointer = POINTER_ARROW;
@@ -52,6 +55,8 @@ struct HeadlessShellState {
     i32 offeredFilter = 0;
     i32 popupAnswer = 0;  // command that the next popup gives
     Array<WideText> popupTexts;
+    i32 popupX = 0, popupY = 0;
+    i32 popupChecked = -1;  // the first item with a check mark
     Array<HeadlessFont> fonts;
     PixelRect clip;
     Array<DrawRecord> drawing;  // of the last paint
@@ -60,6 +65,8 @@ struct HeadlessShellState {
     bool clipboardMarked = false;  // CF_PRIVATE
     bool clipboardLocked = false;  // it cannot be opened
     Array<SettingRow> settings;
+    Array<WideText> opened;  // what other programs were asked to show
+    bool opensExternally = false;
 };
 HeadlessShellState& HeadlessFrame();
 
