@@ -1,0 +1,281 @@
+// What the menus offer and mark, state by state.
+
+#include <functional>
+
+#include "editing/Undo.h"
+#include "formula/Links.h"
+#include "model/CellStore.h"
+#include "shell/Commands.h"
+#include "shell/Selection.h"
+#include "shell/ShellState.h"
+#include "shell/Tables.h"
+#include "support/ShellSandbox.h"
+
+namespace tally {
+namespace {
+
+class MenuStatesTest : public ShellSandbox {
+  protected:
+    static std::string NameOf(const MenuItem& item) {
+        if (item.command) return std::to_string(item.command);
+        const char* names[MENU_COUNT] = {};
+        names[MENU_RECENT] = "Recent";
+        names[MENU_WINDOWS] = "Windows";
+        names[MENU_FILL] = "Fill";
+        names[MENU_CLEAR] = "Clear";
+        names[MENU_CHART] = "Chart";
+        names[MENU_NAME] = "Name";
+        names[MENU_CONTROLS] = "Controls";
+        names[MENU_DRAWING] = "Drawing";
+        names[MENU_ROW] = "Row";
+        names[MENU_COLUMN] = "Column";
+        names[MENU_SHEET] = "Sheet";
+        names[MENU_ZOOM] = "Zoom";
+        names[MENU_VIEW] = "View";
+        names[MENU_VIEW_FILE] = "ViewFile";
+        names[MENU_TOOLBARS] = "Toolbars";
+        names[MENU_DATA] = "Data";
+        names[MENU_FILTER] = "Filter";
+        return names[item.popup] ? names[item.popup] : "Bar";
+    }
+    // Items for which a command works or a popup stands, and that are grey all the same.
+    static std::string Grey() {
+        std::string all;
+        for (i32 menu = MENU_BAR; menu < MENU_COUNT; ++menu) {
+            Array<MenuItem> items;
+            EXPECT_TRUE(MenuItems(static_cast<MenuId>(menu), items));
+            for (const MenuItem& item : items) {
+                if (item.text.IsEmpty() || item.enabled || (item.command && !FindCommand(item.command)))
+                    continue;
+                all += (all.empty() ? "" : " ") + NameOf(item);
+            }
+        }
+        return all;
+    }
+    static std::string Label(MenuId menu, i32 command) {
+        Array<MenuItem> items;
+        EXPECT_TRUE(MenuItems(menu, items));
+        for (const MenuItem& item : items)
+            if (item.command == command) return Narrow(item.text);
+        return "none";
+    }
+    // The menu of the right button, as commands; a grey one in parentheses.
+    static std::string OfTheGrid() {
+        Array<MenuItem> items;
+        EXPECT_TRUE(GridMenu(items));
+        std::string all;
+        for (const MenuItem& item : items) {
+            const std::string name = item.text.IsEmpty() ? "-" : std::to_string(item.command);
+            all += (all.empty() ? "" : " ") + (item.enabled ? name : "(" + name + ")");
+        }
+        return all;
+    }
+    static void SelectRows(u16 first, u16 last) { SelectArea({first, last, 0, 255}, true, first, 0, false); }
+    static void SelectColumns(u8 first, u8 last) { SelectArea({0, 65535, first, last}, true, 0, first, false); }
+};
+
+TEST_F(MenuStatesTest, WhatIsGreyInEachState) {
+    struct Case {
+        const char* state;
+        std::function<void()> make;
+        const char* grey;
+    };
+    const Case cases[] = {
+        {"a new book", [] {}, "130 133 134 145 401 402"},
+        {"no book", [] { PickCommand(112); },
+         "112 113 114 Windows 130 131 132 133 134 Fill 144 145 146 149 141 142 160 161 162 163 Chart 166 167 "
+         "Name Controls Drawing 330 Row Column Sheet View 423 Data 401 402 403 404 Zoom 411 412 Filter"},
+        {"something to undo",
+         [] {
+             TypeText(u"1");
+             PressKey(VK_RETURN);
+         },
+         "133 134 145 401 402"},
+        {"typing", [] { TypeText(u"1"); },
+         "110 111 Recent 130 133 134 Fill 144 145 146 149 141 142 160 161 162 163 Chart 166 167 Name Controls "
+         "Drawing 330 Row Column Sheet View 423 Data 401 402 Filter"},
+        {"a text on the clipboard",
+         [] {
+             const WideView text = u"x";
+             CopyElsewhere(&text);
+         },
+         "130 145 401 402"},
+        {"typing with a text on the clipboard",
+         [] {
+             const WideView text = u"x";
+             CopyElsewhere(&text);
+             TypeText(u"1");
+         },
+         "110 111 Recent 130 134 Fill 144 145 146 149 141 142 160 161 162 163 Chart 166 167 Name Controls "
+         "Drawing 330 Row Column Sheet View 423 Data 401 402 Filter"},
+        {"a protected sheet", [] { CurrentSheet()->viewFlags |= VIEW_PROTECTED; },
+         "130 133 134 Fill 144 145 160 161 162 Controls Drawing 330 Row Column 401 402 Filter"},
+        {"whole rows", [] { SelectRows(2, 4); }, "130 133 134 145 162 401 402"},
+        {"whole columns", [] { SelectColumns(2, 4); }, "130 133 134 145 161 401 402"},
+        {"the whole sheet",
+         [] {
+             SelectArea({0, 65535, 0, 255}, true, 0, 0, false);
+         },
+         "130 133 134 145 161 162 401 402"},
+        {"two sheets", [] { PickCommand(163); }, "133 134 402"},
+        {"a worksheet and a macro sheet, which is shown", [] { PickCommand(166); },
+         "133 134 Controls Drawing 330 Data 402 Filter"},
+        {"one of two sheets hidden",
+         [] {
+             PickCommand(163);
+             PickCommand(401);
+         },
+         "133 134 145 401"},
+        {"a module beside the sheet",
+         [] {
+             ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_MODULE, false, false));
+             CurrentWorkbook()->sheets[1]->hidden = 1;
+             SelectSheet(0);
+         },
+         "130 133 134 145 401 402"},
+        {"a chart sheet",
+         [] {
+             ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_CHART, true, false));
+             SelectSheet(1);
+         },
+         "131 132 133 134 Fill 144 149 141 142 160 161 162 167 Name Controls Drawing 330 Row Column 423 Data "
+         "402 403 404 Zoom 411 412 Filter"},
+        {"an object selected", [] { CurrentSheet()->selectedObject = 0; },
+         "130 131 132 133 134 Fill 144 145 141 142 160 161 162 167 Name Controls Drawing 330 Row Column 423 "
+         "Data 401 402 Filter"},
+        {"an object selected on a macro sheet",
+         [] {
+             PickCommand(166);
+             CurrentSheet()->selectedObject = 0;
+         },
+         "133 134 Controls Drawing 330 Data 402 Filter"},
+        {"a filter", [] { CurrentSheet()->filterState = FILTER_AUTO; }, "130 133 134 144 145 401 402"},
+        {"a filter and whole rows",
+         [] {
+             CurrentSheet()->filterState = FILTER_AUTO;
+             SelectRows(2, 4);
+         },
+         "130 133 134 145 162 401 402"},
+    };
+    for (const Case& row : cases) {
+        TearDown();
+        SetUp();
+        row.make();
+        EXPECT_EQ(Grey(), row.grey) << row.state;
+    }
+}
+
+TEST_F(MenuStatesTest, TheMenuOfTheRightButtonFollowsTheSelection) {
+    const auto shown = [](void (*select)()) {
+        select();
+        return OfTheGrid();
+    };
+    const auto cell = [] { SelectCell(3, 3, false); };
+    const auto rows = [] { SelectRows(2, 4); };
+    const auto columns = [] { SelectColumns(2, 4); };
+    const auto all = [] { SelectArea({0, 65535, 0, 255}, true, 0, 0, false); };
+    EXPECT_EQ(shown(cell), "131 132 (133) (134) - 160 144 142 - (390)");
+    EXPECT_EQ(shown(rows), "131 132 (133) (134) - 161 144 142 - (390) 391 393 394");
+    EXPECT_EQ(shown(columns), "131 132 (133) (134) - 162 144 142 - (390) 395 397 398");
+    EXPECT_EQ(shown(all), "131 132 (133) (134) - (161) (144) 142 - (390)");
+    const WideView text = u"x";
+    CopyElsewhere(&text);
+    EXPECT_EQ(shown(cell), "131 132 133 134 - 160 144 142 - (390)");
+    CurrentSheet()->viewFlags |= VIEW_PROTECTED;
+    EXPECT_EQ(shown(cell), "131 132 133 134 - (160) (144) 142 - (390)");
+    EXPECT_EQ(shown(rows), "131 132 133 134 - (161) (144) 142 - (390) (391) (393) (394)");
+}
+
+TEST_F(MenuStatesTest, LabelsFollowTheState) {
+    EXPECT_EQ(Label(MENU_EDIT, 144), "删除(&D)...");
+    EXPECT_EQ(Label(MENU_INSERT, 160), "单元格(&E)...");
+    for (const auto select : {+[] { SelectRows(2, 4); }, +[] { SelectColumns(2, 4); }}) {
+        select();
+        EXPECT_EQ(Label(MENU_EDIT, 144), "删除(&D)");
+        EXPECT_EQ(Label(MENU_INSERT, 160), "单元格(&E)");
+    }
+    EXPECT_EQ(Label(MENU_FORMAT, 423), "冻结拆分窗口(&F)");
+    Select("B3");
+    PickCommand(423);
+    EXPECT_EQ(Label(MENU_FORMAT, 423), "撤消窗口冻结(&F)");
+    EXPECT_EQ(Label(MENU_SHEET, 411), "保护(&P)...");
+    CurrentSheet()->viewFlags |= VIEW_PROTECTED;
+    EXPECT_EQ(Label(MENU_SHEET, 411), "撤消保护(&P)");
+    CurrentSheet()->passwordHash = 1;
+    EXPECT_EQ(Label(MENU_SHEET, 411), "撤消保护(&P)...");
+}
+
+TEST_F(MenuStatesTest, RecentFilesAndOpenBooksAreListedByName) {
+    for (const char16_t* path : {u"/b/second.csv", u"/a/R&D.csv"}) AddRecentFile(path);
+    EXPECT_EQ(Label(MENU_RECENT, 118), "R&&D.csv");
+    EXPECT_EQ(Label(MENU_RECENT, 119), "second.csv");
+    for (int i = 0; i < 10; ++i) PickCommand(110);
+    BookAt(1)->hiddenLink = 1;
+    SelectBook(3);
+    Array<MenuItem> items;
+    ASSERT_TRUE(MenuItems(MENU_WINDOWS, items));
+    ASSERT_EQ(items.Count(), 10u);
+    EXPECT_EQ(Narrow(items[0].text), "&1 Book1");
+    EXPECT_EQ(Narrow(items[1].text), "&2 Book3");
+    EXPECT_EQ(Narrow(items[8].text), "&9 Book10");
+    EXPECT_EQ(Narrow(items[9].text), "Book11");
+    for (u32 i = 0; i < items.Count(); ++i) EXPECT_EQ(items[i].checked, i == 2) << i;
+    // Each item shows its book.
+    PickCommand(items[1].command);
+    EXPECT_EQ(CurrentBook(), 2);
+    PickCommand(items[0].command);
+    EXPECT_EQ(CurrentBook(), 0);
+    TypeText(u"=1+");
+    PickCommand(items[1].command);
+    EXPECT_EQ(CurrentBook(), 0);  // what is typed cannot be stored
+    EXPECT_TRUE(IsEditing());
+}
+
+TEST_F(MenuStatesTest, KeysOfTheMenuBar) {
+    struct Case {
+        u32 key, modifiers;
+        i32 command;
+    };
+    const Case cases[] = {
+        {'C', KEY_CTRL, 132},
+        {'D', KEY_CTRL, 135},
+        {'F', KEY_CTRL, 147},
+        {'G', KEY_CTRL, 149},
+        {'H', KEY_CTRL, 148},
+        {'K', KEY_CTRL, 330},
+        {'N', KEY_CTRL, 110},
+        {'O', KEY_CTRL, 111},
+        {'P', KEY_CTRL, 117},
+        {'R', KEY_CTRL, 136},
+        {'S', KEY_CTRL, 113},
+        {'V', KEY_CTRL, 133},
+        {'X', KEY_CTRL, 131},
+        {'Z', KEY_CTRL, 130},
+        {'1', KEY_CTRL, 390},
+        {VK_INSERT, KEY_CTRL, 132},
+        {VK_INSERT, KEY_SHIFT, 133},
+        {VK_OEM_PLUS, KEY_ALT, 389},
+        {VK_OEM_1, KEY_CTRL, 170},
+        {VK_OEM_COMMA, KEY_CTRL, 170},
+        {VK_OEM_1, KEY_CTRL | KEY_SHIFT, 171},
+        {VK_PRIOR, KEY_ALT, 444},
+        {VK_NEXT, KEY_ALT, 445},
+        {VK_OEM_PERIOD, KEY_CTRL, 171},
+        {VK_PRIOR, KEY_ALT | KEY_SHIFT, 444},
+        {VK_NEXT, KEY_ALT | KEY_SHIFT, 445},
+    };
+    for (const Case& row : cases) {
+        i32 found = 0;
+        for (const Accelerator& key : AcceleratorTable())
+            if (key.key == row.key && key.modifiers == row.modifiers) found = key.command;
+        EXPECT_EQ(found, row.command) << row.key << ' ' << row.modifiers;
+    }
+    // A key with other modifiers is no such key.
+    EXPECT_FALSE(TranslateShellAccelerator('N', KEY_CTRL | KEY_SHIFT));
+    EXPECT_FALSE(TranslateShellAccelerator('N', 0));
+    EXPECT_TRUE(TranslateShellAccelerator('N', KEY_CTRL));
+    EXPECT_EQ(Books().books.Count(), 2u);
+}
+
+}  // namespace
+}  // namespace tally
