@@ -129,6 +129,38 @@ TEST_F(TrustStory, AYesIsForTheFilesThatWereNamed) {
     EXPECT_EQ(Headless().foreignReads, 1u);
 }
 
+TEST_F(TrustStory, TheQuestionAboutLinksBringsTheirValuesOrKeepsThoseOfTheFile) {
+    struct Case {
+        i32 answer;
+        const char *first, *second;  // the file holds 3 and 4, the other book 5 and 6
+        u32 reads;
+    };
+    for (const Case& row : {Case{IDYES, "5", "6", 1}, {IDNO, "3", "4", 0}}) {
+        Headless().links = TRUST_ASK;
+        Answer(row.answer);
+        ASSERT_TRUE(OpenBookFile(u"/books/linked.xls", false));
+        ASSERT_EQ(Headless().boxes.Count(), 1u);
+        EXPECT_EQ(Headless().boxes[0].flags & 0xFu, u32{MB_YESNO});
+        EXPECT_EQ(Headless().boxes[0].flags & 0xF0u, u32{MB_ICONQUESTION});
+        EXPECT_EQ(Shown("A1"), row.first);
+        EXPECT_EQ(Shown("A2"), row.second);
+        PaintHeadless();
+        EXPECT_EQ(FindDrawn(row.first) != nullptr, true);
+        EXPECT_EQ(Headless().foreignReads, row.reads);
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(TrustStory, NothingIsAskedAboutLinksToABookThatIsOpen) {
+    Headless().links = TRUST_ASK;
+    ASSERT_TRUE(OpenBookFile(OTHER, false));
+    ASSERT_TRUE(OpenBookFile(u"/books/linked.xls", false));
+    EXPECT_EQ(Headless().boxes.Count(), 0u);
+    EXPECT_EQ(Shown("A1"), "5");
+    EXPECT_EQ(Shown("A2"), "6");
+}
+
 TEST_F(TrustStory, WhatAFormulaWantsIsAskedForOnceAndOutsideTheCalculation) {
     Headless().links = TRUST_ASK;
     Answer(IDYES);
