@@ -366,7 +366,7 @@ void WidenStream(Widening& w) {
     EndRewrite(w.to);
 }
 
-// ---- array constants ------------------------------------------------------------------------------
+// ---- what follows the tokens -----------------------------------------------------------------------
 
 // From the older form of the blocks (counts as they are, byte lengths) to that of BIFF8.
 u32 WidenArrayElement(Widening& w, ByteView rest) {
@@ -385,16 +385,43 @@ u32 WidenArrayElement(Widening& w, ByteView rest) {
     return 2 + length;
 }
 
-void WidenArrays(Widening& w, ByteView extra) {
-    std::size_t at = 0;
-    while (at + 3 <= extra.size() && !w.to.failed) {
-        const u32 columns = ByteAt(extra, at) ? ByteAt(extra, at) : 256;
-        const u32 rows = WordAt(extra, at + 1) ? WordAt(extra, at + 1) : 65536;
-        PutByte(w.to, (columns - 1) & 0xFF);
-        PutWord(w.to, (rows - 1) & 0xFFFF);
-        at += 3;
-        for (u64 i = 0; i < u64{columns} * rows && at < extra.size() && !w.to.failed; ++i)
-            at += WidenArrayElement(w, From(extra, at));
+// The block of one ptgArray; returns its size.
+std::size_t WidenArray(Widening& w, ByteView extra) {
+    if (extra.size() < 3) return extra.size();
+    const u32 columns = extra[0] ? extra[0] : 256;
+    const u32 rows = WordAt(extra, 1) ? WordAt(extra, 1) : 65536;
+    PutByte(w.to, (columns - 1) & 0xFF);
+    PutWord(w.to, (rows - 1) & 0xFFFF);
+    std::size_t at = 3;
+    for (u64 i = 0; i < u64{columns} * rows && at < extra.size() && !w.to.failed; ++i)
+        at += WidenArrayElement(w, From(extra, at));
+    return at;
+}
+
+// The areas of one ptgMemArea, whose columns have a byte in the older forms; returns their size.
+std::size_t WidenAreaList(Widening& w, ByteView extra) {
+    constexpr std::size_t AREA_BYTES = 6;
+    if (extra.size() < 2) return extra.size();
+    const std::size_t count = std::min<std::size_t>(WordAt(extra, 0), (extra.size() - 2) / AREA_BYTES);
+    PutWord(w.to, static_cast<u32>(count));
+    for (std::size_t i = 0; i < count && !w.to.failed; ++i) {
+        const std::size_t at = 2 + i * AREA_BYTES;
+        PutBytes(w.to, extra.subspan(at, 4));
+        PutWord(w.to, extra[at + 4]);
+        PutWord(w.to, extra[at + 5]);
+    }
+    return 2 + count * AREA_BYTES;
+}
+
+void WidenExtra(Widening& w, ByteView extra) {
+    const u32 length = w.to.out.Count();
+    for (u32 p = 0; p < length && !extra.empty() && !w.to.failed;
+         p = NextToken(w.to.out.Data(), length, p) + 1) {
+        const u8 folded = FoldToken(w.to.out[p]);
+        std::size_t used = 0;
+        if (folded == ptgArray) used = WidenArray(w, extra);
+        if (folded == ptgMemArea) used = WidenAreaList(w, extra);
+        extra = extra.subspan(std::min(used, extra.size()));
     }
 }
 
@@ -404,7 +431,7 @@ bool Widen(LoadState& load, int version, bool offsets, ByteView tokens, ByteView
     WidenStream(w);
     if (w.to.failed) return false;
     const u32 length = w.to.out.Count();
-    WidenArrays(w, extra);
+    WidenExtra(w, extra);
     if (w.to.failed) return false;
     // What does not fit a token string keeps its cached value and loses its formula.
     if (length > 0xFFFF || w.to.out.Count() - length > 0xFFFF || !length) return true;
