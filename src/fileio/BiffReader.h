@@ -3,6 +3,7 @@
 
 #include "base/Array.h"
 #include "base/WideText.h"
+#include "fileio/RecordNumbers.h"
 #include "formula/TokenWalk.h"
 
 namespace tally {

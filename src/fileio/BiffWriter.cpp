@@ -80,7 +80,7 @@ void WriteRecordU16Pair(BiffWriter& writer, u16 id, u32 a, u32 b) {
 }
 
 void WriteEmptyRecord(BiffWriter& writer, u16 id) { WriteRecordHeader(writer, id, 0); }
-void WriteEof(BiffWriter& writer) { WriteEmptyRecord(writer, 10); }
+void WriteEof(BiffWriter& writer) { WriteEmptyRecord(writer, RECORD_EOF); }
 
 void PatchU32(BiffWriter& writer, u32 value, u32 streamOffset) {
     if (streamOffset + 4 <= writer.stream.Count()) PutU32(writer.stream.Data() + streamOffset, value);

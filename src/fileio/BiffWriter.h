@@ -4,10 +4,10 @@
 
 #include "base/Array.h"
 #include "base/Platform.h"
+#include "fileio/RecordNumbers.h"
 
 namespace tally {
 
-constexpr u16 RECORD_CONTINUE = 60;
 // Bytes that a reader takes for the body of one record, in the 97 form and in those before it.
 constexpr std::size_t RECORD_ROOM = 8224, RECORD_ROOM_95 = 2080;
 

@@ -11,10 +11,7 @@
 namespace tally {
 namespace {
 
-constexpr u16 RECORD_EOF = 10, NOTE = 28, DCONREF = 81, OBJ = 93, SXVIEW = 176, MSODRAWING = 236,
-              RECORD_BOF = 2057, CHART_LINK = 4177;
 constexpr u16 ART_ANCHOR = 0xF010;
-constexpr u16 SUBSTREAM_CHART = 32;
 constexpr u8 KIND_ROOT = 5;
 
 struct KindRange {
@@ -24,29 +21,63 @@ struct KindRange {
 
 // Ascending. What is not listed is one of the others.
 constexpr KindRange kinds[] = {
-    {28, 28, CARRIED_COMMENTS},         {61, 61, CARRIED_HOUSEKEEPING},     {65, 66, CARRIED_HOUSEKEEPING},
-    {80, 82, CARRIED_PLACES},           {93, 93, CARRIED_DRAWINGS},         {94, 94, CARRIED_HOUSEKEEPING},
-    {127, 127, CARRIED_DRAWINGS},       {134, 134, CARRIED_HOUSEKEEPING},   {140, 140, CARRIED_HOUSEKEEPING},
-    {144, 144, CARRIED_HOUSEKEEPING},   {154, 154, CARRIED_HOUSEKEEPING},   {169, 169, CARRIED_DRAWINGS},
-    {171, 171, CARRIED_HOUSEKEEPING},   {174, 175, CARRIED_PLACES},         {176, 182, CARRIED_PIVOTS},
-    {197, 210, CARRIED_PIVOTS},         {211, 211, CARRIED_MACROS},         {213, 213, CARRIED_PIVOTS},
-    {222, 222, CARRIED_HOUSEKEEPING},   {227, 227, CARRIED_PIVOTS},         {235, 238, CARRIED_DRAWINGS},
-    {239, 239, CARRIED_PLACES},         {240, 251, CARRIED_PIVOTS},         {256, 259, CARRIED_PIVOTS},
-    {290, 290, CARRIED_PIVOTS},         {351, 351, CARRIED_PLACES},         {425, 427, CARRIED_VIEWS},
-    {437, 437, CARRIED_PLACES},         {438, 438, CARRIED_DRAWINGS},       {442, 442, CARRIED_MACROS},
-    {445, 445, CARRIED_MACROS},         {448, 450, CARRIED_HOUSEKEEPING},   {2048, 2048, CARRIED_PLACES},
-    {2057, 2057, CARRIED_CHARTS},       {2064, 2064, CARRIED_PIVOTS},       {2146, 2147, CARRIED_HOUSEKEEPING},
-    {2148, 2148, CARRIED_PIVOTS},       {2151, 2151, CARRIED_HOUSEKEEPING}, {2152, 2152, CARRIED_PLACES},
-    {2156, 2156, CARRIED_PLACES},       {2161, 2162, CARRIED_PLACES},       {2167, 2171, CARRIED_PLACES},
-    {2172, 2173, CARRIED_HOUSEKEEPING}, {2174, 2174, CARRIED_PLACES},       {2187, 2190, CARRIED_HOUSEKEEPING},
-    {2194, 2194, CARRIED_HOUSEKEEPING}, {2197, 2197, CARRIED_PLACES},       {2198, 2199, CARRIED_HOUSEKEEPING},
-    {2202, 2204, CARRIED_HOUSEKEEPING}, {2211, 2211, CARRIED_HOUSEKEEPING}, {2248, 2248, CARRIED_HOUSEKEEPING},
-    {4188, 4188, CARRIED_HOUSEKEEPING},
+    {RECORD_NOTE, RECORD_NOTE, CARRIED_COMMENTS},
+    {RECORD_WINDOW1, RECORD_WINDOW1, CARRIED_HOUSEKEEPING},
+    {RECORD_PANE, RECORD_CODEPAGE, CARRIED_HOUSEKEEPING},
+    {RECORD_DCON, RECORD_DCONNAME, CARRIED_PLACES},
+    {RECORD_OBJ, RECORD_OBJ, CARRIED_DRAWINGS},
+    {RECORD_UNCALCED, RECORD_UNCALCED, CARRIED_HOUSEKEEPING},
+    {RECORD_IMDATA, RECORD_IMDATA, CARRIED_DRAWINGS},
+    {RECORD_WRITEPROTECT, RECORD_WRITEPROTECT, CARRIED_HOUSEKEEPING},
+    {RECORD_COUNTRY, RECORD_COUNTRY, CARRIED_HOUSEKEEPING},
+    {RECORD_SORT, RECORD_SORT, CARRIED_HOUSEKEEPING},
+    {RECORD_FNGROUPNAME, RECORD_FNGROUPNAME, CARRIED_HOUSEKEEPING},
+    {RECORD_COORDLIST, RECORD_COORDLIST, CARRIED_DRAWINGS},
+    {RECORD_GCW, RECORD_GCW, CARRIED_HOUSEKEEPING},
+    {RECORD_SCENMAN, RECORD_SCENARIO, CARRIED_PLACES},
+    {RECORD_SXVIEW, RECORD_SXPI, CARRIED_PIVOTS},
+    {RECORD_SXDI, RECORD_SXTBPG, CARRIED_PIVOTS},
+    {RECORD_OBPROJ, RECORD_OBPROJ, CARRIED_MACROS},
+    {RECORD_SXIDSTM, RECORD_SXIDSTM, CARRIED_PIVOTS},
+    {RECORD_OLESIZE, RECORD_OLESIZE, CARRIED_HOUSEKEEPING},
+    {RECORD_SXVS, RECORD_SXVS, CARRIED_PIVOTS},
+    {RECORD_MSODRAWINGGROUP, RECORD_UNNAMED_238, CARRIED_DRAWINGS},
+    {RECORD_PHONETIC, RECORD_PHONETIC, CARRIED_PLACES},
+    {RECORD_SXRULE, RECORD_SXFORMAT, CARRIED_PIVOTS},
+    {RECORD_SXVDEX, RECORD_SXFORMULA, CARRIED_PIVOTS},
+    {RECORD_SXDBEX, RECORD_SXDBEX, CARRIED_PIVOTS},
+    {RECORD_LABELRANGES, RECORD_LABELRANGES, CARRIED_PLACES},
+    {RECORD_USERBVIEW, RECORD_USERSVIEWEND, CARRIED_VIEWS},
+    {RECORD_DCONBIN, RECORD_DCONBIN, CARRIED_PLACES},
+    {RECORD_TXO, RECORD_TXO, CARRIED_DRAWINGS},
+    {RECORD_CODENAME, RECORD_CODENAME, CARRIED_MACROS},
+    {RECORD_OBNOMACROS, RECORD_OBNOMACROS, CARRIED_MACROS},
+    {RECORD_NEWERFILE, RECORD_ENTEXU2, CARRIED_HOUSEKEEPING},
+    {RECORD_HLINKTOOLTIP, RECORD_HLINKTOOLTIP, CARRIED_PLACES},
+    {RECORD_BOF, RECORD_BOF, CARRIED_CHARTS},
+    {RECORD_SXVIEWEX9, RECORD_SXVIEWEX9, CARRIED_PIVOTS},
+    {RECORD_SHEETEXT, RECORD_BOOKEXT, CARRIED_HOUSEKEEPING},
+    {RECORD_SXADDL, RECORD_SXADDL, CARRIED_PIVOTS},
+    {RECORD_FEATHDR, RECORD_FEATHDR, CARRIED_HOUSEKEEPING},
+    {RECORD_FEAT, RECORD_FEAT, CARRIED_PLACES},
+    {RECORD_CELLWATCH, RECORD_CELLWATCH, CARRIED_PLACES},
+    {RECORD_FEATHDR11, RECORD_FEATURE11, CARRIED_PLACES},
+    {RECORD_LIST12, RECORD_CFEX, CARRIED_PLACES},
+    {RECORD_XFCRC, RECORD_XFEXT, CARRIED_HOUSEKEEPING},
+    {RECORD_AUTOFILTER12, RECORD_AUTOFILTER12, CARRIED_PLACES},
+    {RECORD_PLV, RECORD_TABLESTYLES, CARRIED_HOUSEKEEPING},
+    {RECORD_STYLEEXT, RECORD_STYLEEXT, CARRIED_HOUSEKEEPING},
+    {RECORD_SORTDATA, RECORD_SORTDATA, CARRIED_PLACES},
+    {RECORD_THEME, RECORD_GUIDTYPELIB, CARRIED_HOUSEKEEPING},
+    {RECORD_MTRSETTINGS, RECORD_HEADERFOOTER, CARRIED_HOUSEKEEPING},
+    {RECORD_FORCEFULLCALCULATION, RECORD_FORCEFULLCALCULATION, CARRIED_HOUSEKEEPING},
+    {RECORD_UNNAMED_2248, RECORD_UNNAMED_2248, CARRIED_HOUSEKEEPING},
+    {RECORD_CLRTCLIENT, RECORD_CLRTCLIENT, CARRIED_HOUSEKEEPING},
 };
 
 u32 KindOfRecord(bool globals, u16 id) {
     // In the globals the source of a cache; in a sheet that of a consolidation.
-    if (globals && id >= 80 && id <= 82) return CARRIED_PIVOTS;
+    if (globals && id >= RECORD_DCON && id <= RECORD_DCONNAME) return CARRIED_PIVOTS;
     const auto found = std::lower_bound(std::begin(kinds), std::end(kinds), id,
                                         [](const KindRange& row, u16 wanted) { return row.last < wanted; });
     return found != std::end(kinds) && found->first <= id ? found->kind : u32{CARRIED_OTHERS};
@@ -143,9 +174,9 @@ Reach ReachOfDrawings(const Sheet& sheet) {
     Reach reach;
     WalkRecords(sheet.carried, false, [&](u32, ByteView, const BiffRecord& record) {
         const ByteView body = record.body;
-        if (record.id == NOTE) reach.Take(WordAt(body, 0), WordAt(body, 2));
-        if (record.id == MSODRAWING || record.id == RECORD_CONTINUE) ReachOfArt(body, reach);
-        if (record.id != OBJ) return;
+        if (record.id == RECORD_NOTE) reach.Take(WordAt(body, 0), WordAt(body, 2));
+        if (record.id == RECORD_MSODRAWING || record.id == RECORD_CONTINUE) ReachOfArt(body, reach);
+        if (record.id != RECORD_OBJ) return;
         if (sheet.carried.form == 8) {
             if (HasLinkedCells(body)) reach.Take(MAX_ROWS, MAX_COLUMNS);
         } else {
@@ -158,7 +189,7 @@ Reach ReachOfDrawings(const Sheet& sheet) {
 bool PivotsMoved(const Sheet& sheet) {
     bool moved = false;
     WalkRecords(sheet.carried, false, [&](u32, ByteView, const BiffRecord& record) {
-        if (record.id == SXVIEW)
+        if (record.id == RECORD_SXVIEW)
             moved = moved || HasMovedWithin(sheet, WordAt(record.body, 2), WordAt(record.body, 6));
     });
     return moved;
@@ -197,7 +228,7 @@ bool ChartMoved(const Workbook& book, u8 form, ByteView substream) {
     BiffStream stream{substream};
     BiffRecord record;
     while (NextRecord(stream, record)) {
-        if (record.id == CHART_LINK && ReferencesMoved(book, Part(record.body, 8, WordAt(record.body, 6))))
+        if (record.id == RECORD_AI && ReferencesMoved(book, Part(record.body, 8, WordAt(record.body, 6))))
             return true;
     }
     return false;
@@ -241,7 +272,7 @@ bool PivotsStale(const Workbook& book) {
     bool stale = SheetsWereRemoved(book);
     for (const Sheet* sheet : book.sheets) stale = stale || PivotsMoved(*sheet);
     WalkRecords(book.carried, true, [&](u32, ByteView, const BiffRecord& record) {
-        if (record.id == DCONREF) stale = stale || SourceMoved(book, record.body);
+        if (record.id == RECORD_DCONREF) stale = stale || SourceMoved(book, record.body);
     });
     return stale;
 }

@@ -13,8 +13,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 FORMULA = 6, MULRK = 189, MULBLANK = 190, LABELSST = 253, BLANK = 513, NUMBER = 515, LABEL = 516,
-              BOOLERR = 517, RSTRING = 214, STRING = 519, ARRAY = 545, TABLE = 566, RK = 638;
 constexpr u16 TEXT_FORMAT = 49;  // its numbers stand alone
 constexpr u64 RK_LOST_BITS = 0x3FFFFFFFF;
 constexpr i32 RK_WHOLE_MOST = (1 << 29) - 1;
@@ -63,10 +61,10 @@ u32 WriteBlanks(CellWriting& w, const CellRow& row, u32 first) {
     }
     const u32 count = end - first;
     if (count == 1) {
-        BeginCell(w.save, BLANK, 6, row.row, row.cells[first]);
+        BeginCell(w.save, RECORD_BLANK, 6, row.row, row.cells[first]);
         return end;
     }
-    u8* out = BeginRecord(w.save.writer, MULBLANK, 6 + count * 2);
+    u8* out = BeginRecord(w.save.writer, RECORD_MULBLANK, 6 + count * 2);
     PutU16(out, row.row);
     PutU16(out + 2, row.cells[first].column);
     for (u32 i = 0; i < count; ++i) PutU16(out + 4 + i * 2, row.cells[first + i].format);
@@ -82,7 +80,7 @@ u32 WriteNumbers(CellWriting& w, const CellRow& row, u32 first) {
     const CellRecord& cell = row.cells[first];
     u32 rk[MAX_COLUMNS];
     if (!EncodeRk(cell.value.number, rk[0])) {
-        PutF64(BeginCell(w.save, NUMBER, 14, row.row, cell), cell.value.number);
+        PutF64(BeginCell(w.save, RECORD_NUMBER, 14, row.row, cell), cell.value.number);
         return first + 1;
     }
     u32 count = 1;
@@ -94,10 +92,10 @@ u32 WriteNumbers(CellWriting& w, const CellRow& row, u32 first) {
         }
     }
     if (count == 1) {
-        PutU32(BeginCell(w.save, RK, 10, row.row, cell), rk[0]);
+        PutU32(BeginCell(w.save, RECORD_RK, 10, row.row, cell), rk[0]);
         return first + 1;
     }
-    u8* out = BeginRecord(w.save.writer, MULRK, 6 + count * 6);
+    u8* out = BeginRecord(w.save.writer, RECORD_MULRK, 6 + count * 6);
     PutU16(out, row.row);
     PutU16(out + 2, cell.column);
     for (u32 i = 0; i < count; ++i) {
@@ -129,7 +127,7 @@ bool WriteRuns95(SaveState& save, ByteView runs) {
 
 void WriteText(CellWriting& w, u16 row, const CellRecord& cell) {
     if (w.save.biffVersion == 8) {
-        PutU32(BeginCell(w.save, LABELSST, 10, row, cell), StringIndex(w.save.strings, cell.value.text));
+        PutU32(BeginCell(w.save, RECORD_LABELSST, 10, row, cell), StringIndex(w.save.strings, cell.value.text));
         return;
     }
     const ByteView tail = TextTail(cell.value.text);
@@ -137,11 +135,11 @@ void WriteText(CellWriting& w, u16 row, const CellRecord& cell) {
     for (u16 word : {row, u16{cell.column}, cell.format}) WriteU16(w.save.body, word);
     WriteLongString(w.save, w.save.body, TextOf(cell.value));
     if (!PhoneticBytes(tail).empty()) w.save.losses |= LOSS_RICH_TEXT;
-    IgnoreFailure(EndBody(w.save, WriteRuns95(w.save, RunBytes(tail)) ? RSTRING : LABEL));
+    IgnoreFailure(EndBody(w.save, WriteRuns95(w.save, RunBytes(tail)) ? RECORD_RSTRING : RECORD_LABEL));
 }
 
 void WriteBoolOrError(CellWriting& w, u16 row, const CellRecord& cell) {
-    u8* out = BeginCell(w.save, BOOLERR, 8, row, cell);
+    u8* out = BeginCell(w.save, RECORD_BOOLERR, 8, row, cell);
     const bool error = cell.value.type == VT_ERROR;
     out[0] = error ? BiffFromError(cell.value.error) : static_cast<u8>(cell.value.boolean != 0);
     out[1] = error;
@@ -195,7 +193,7 @@ void WriteFormulaRecord(CellWriting& w, u16 row, const CellRecord& cell, const T
     PutResult(head + 6, cell.value);
     PutU16(head + 14, cell.formula->alwaysCalculate);
     PutU16(head + 20, image.length);
-    WriteRecordHeader(w.save.writer, FORMULA, sizeof head + image.bytes.size());
+    WriteRecordHeader(w.save.writer, RECORD_FORMULA, sizeof head + image.bytes.size());
     WriteBytes(w.save.writer, head, sizeof head);
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
 }
@@ -207,7 +205,7 @@ void WriteArrayRecord(CellWriting& w, const RefArea& area, const TokenImage& ima
     head[4] = area.firstColumn;
     head[5] = area.lastColumn;
     PutU16(head + 12, image.length);
-    WriteRecordHeader(w.save.writer, ARRAY, sizeof head + image.bytes.size());
+    WriteRecordHeader(w.save.writer, RECORD_ARRAY, sizeof head + image.bytes.size());
     WriteBytes(w.save.writer, head, sizeof head);
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
 }
@@ -228,7 +226,7 @@ void WriteTablePart(CellWriting& w, u16 row, const CellRecord& cell) {
     if (table) PutU16(tokens + 3, table->area.firstColumn);
     WriteFormulaRecord(w, row, cell, begun && *begun ? TokenImage{tokens, 5} : LostFormula(w.save));
     if (!first) return;
-    u8* out = BeginRecord(w.save.writer, TABLE, 16);
+    u8* out = BeginRecord(w.save.writer, RECORD_TABLE, 16);
     PutU16(out, table->area.firstRow);
     PutU16(out + 2, table->area.lastRow);
     out[4] = table->area.firstColumn;
@@ -312,7 +310,7 @@ void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell) {
         if (!begun) WriteArrayRecord(w, area, WithinRecord(w.save, ImageOfTokens(w.save, tokens)));
         begun = true;
     }
-    if (cell.value.type == VT_STRING) WriteSplitString(w.save, STRING, TextOf(cell.value));
+    if (cell.value.type == VT_STRING) WriteSplitString(w.save, RECORD_STRING, TextOf(cell.value));
 }
 
 void WriteRowCells(CellWriting& w, const CellRow& row) {

@@ -11,7 +11,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 FONT = 49, PALETTE = 146, XF = 224, STYLE = 659, FORMAT = 1054;
 constexpr std::size_t STYLE_NAME_MOST = 255;
 constexpr u16 MISSING_FONT = 4;  // a number that no FONT record has
 constexpr u32 PALETTE_FIRST = 8, PALETTE_COLOURS = 56;
@@ -26,7 +25,7 @@ void WriteFont(SaveState& save, const FontRecord& font) {
         WriteU16(to, word);
     for (u32 byte : {u32{font.underline}, u32{font.family}, u32{font.charSet}, 0u}) WriteU8(to, byte);
     WriteShortString(save, to, name);
-    IgnoreFailure(EndBody(save, FONT));
+    IgnoreFailure(EndBody(save, RECORD_FONT));
 }
 
 // The formats that follow the user's region are that of whoever opens the file.
@@ -53,7 +52,7 @@ void WriteFormat(SaveState& save, const NumberFormat& format) {
         WriteShortString(save, save.body, format.text);
         if (NewFormatText(format.id) == format.text.View()) save.losses = losses;
     }
-    IgnoreFailure(EndBody(save, FORMAT));
+    IgnoreFailure(EndBody(save, RECORD_FORMAT));
 }
 
 struct FillColours {
@@ -115,7 +114,7 @@ u32 ParentOf(const SaveState& save, const CellFormat& format) {
 
 void WriteXf(SaveState& save, const CellFormat& format) {
     const bool wide = save.biffVersion == 8;
-    u8* out = BeginRecord(save.writer, XF, wide ? 20 : 16);
+    u8* out = BeginRecord(save.writer, RECORD_XF, wide ? 20 : 16);
     const u32 font = format.font < SavedBook(save).fonts.Count() ? format.font : 0u;
     PutU16(out, font >= MISSING_FONT ? font + 1 : font);
     PutU16(out + 2, format.numberFormat);
@@ -144,7 +143,7 @@ void WriteStyle(SaveState& save, const StyleRow& style) {
     } else {
         WriteShortString(save, save.body, style.name);
     }
-    IgnoreFailure(EndBody(save, STYLE));
+    IgnoreFailure(EndBody(save, RECORD_STYLE));
     const CarriedBytes& extension = style.extension;
     if (extension.form == save.biffVersion)
         WriteBytes(save.writer, extension.bytes.Data(), extension.bytes.Count());
@@ -154,7 +153,7 @@ void WritePalette(SaveState& save) {
     const u32* palette = SavedBook(save).palette;
     const bool standard = std::equal(palette, palette + PALETTE_SIZE, DefaultPalette().begin());
     if (save.biffVersion == 8 && standard) return;
-    u8* out = BeginRecord(save.writer, PALETTE, 2 + PALETTE_COLOURS * 4);
+    u8* out = BeginRecord(save.writer, RECORD_PALETTE, 2 + PALETTE_COLOURS * 4);
     PutU16(out, PALETTE_COLOURS);
     for (u32 i = 0; i < PALETTE_COLOURS; ++i) PutU32(out + 2 + i * 4, palette[PALETTE_FIRST + i] & 0xFFFFFF);
 }

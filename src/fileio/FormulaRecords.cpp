@@ -7,9 +7,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 RECORD_CONTINUE = 60;
-constexpr u16 RECORD_ARRAY = 545;
-constexpr u16 RECORD_SHARED = 1212;
 constexpr u16 FLAG_ALWAYS = 1;
 constexpr u16 FLAG_ON_LOAD = 2;
 constexpr u16 FLAG_SHARED = 8;
@@ -42,7 +39,7 @@ bool SharedTokens(LoadState& load, bool shared, u16 row, u8 column, FormulaToken
     u32 at = FindShared(list, key);
     if (at == list.Count() || KeyOf(list[at].row, list[at].column) != key) {
         BiffRecord record;
-        if (PeekRecordId(load.stream) != (shared ? RECORD_SHARED : RECORD_ARRAY) ||
+        if (PeekRecordId(load.stream) != (shared ? RECORD_SHRFMLA : RECORD_ARRAY) ||
             !NextRecord(load.stream, record))
             return true;
         const std::size_t start = shared ? 10 : 14;

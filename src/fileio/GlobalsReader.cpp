@@ -95,40 +95,39 @@ RecordResult Result(bool good) { return good ? RECORD_DONE : RECORD_FAILED; }
 RecordResult ReadGlobalRecord(LoadState& load, const BiffRecord& record) {
     const ByteView body = record.body;
     switch (record.id) {
-        case 10: return RECORD_END;
-        case 23: return Result(ReadExternSheet(load, body));
-        case 24:
-        case 536: return Result(ReadName(load, body));
-        case 34: LoadedBook(load).date1904 = ByteAt(body, 0) != 0; return RECORD_DONE;
-        case 35:
-        case 547: return Result(ReadExternName(load, body));
-        case 47: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return RECORD_FAILED;
-        case 49:
-        case 561: return Result(ReadFont(load, body));
-        case 61: ReadWindow1(load, body); return RECORD_DONE;
-        case 66: ReadCodePage(load, body); return RECORD_DONE;
-        case 92: return Result(ReadWriteAccess(load, body));
-        case 133: return Result(ReadBoundSheet(load, body));
-        case 140:
+        case RECORD_EOF: return RECORD_END;
+        case RECORD_EXTERNSHEET: return Result(ReadExternSheet(load, body));
+        case RECORD_NAME:
+        case RECORD_NAME_3: return Result(ReadName(load, body));
+        case RECORD_DATEMODE: LoadedBook(load).date1904 = ByteAt(body, 0) != 0; return RECORD_DONE;
+        case RECORD_EXTERNNAME:
+        case RECORD_EXTERNNAME_3: return Result(ReadExternName(load, body));
+        case RECORD_FILEPASS: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return RECORD_FAILED;
+        case RECORD_FONT:
+        case RECORD_FONT_3: return Result(ReadFont(load, body));
+        case RECORD_WINDOW1: ReadWindow1(load, body); return RECORD_DONE;
+        case RECORD_CODEPAGE: ReadCodePage(load, body); return RECORD_DONE;
+        case RECORD_WRITEACCESS: return Result(ReadWriteAccess(load, body));
+        case RECORD_BOUNDSHEET: return Result(ReadBoundSheet(load, body));
+        case RECORD_COUNTRY:
             LoadedBook(load).country[0] = WordAt(body, 0);
             LoadedBook(load).country[1] = WordAt(body, 2);
             return RECORD_DONE;
-        case 146: ReadPalette(load, body); return RECORD_DONE;
-        case 224: return Result(ReadXf(load, body));
-        case 89: ReadLinkSheet(load, body); return RECORD_DONE;
-        case 90: return Result(ReadLinkValues(load, body));
-        case 252: return Result(ReadSharedStrings(load, record));
-        case 317: return Result(ReadTabIds(load, body));
-        case 430: return Result(ReadSupbook(load, body));
-        case 659: return Result(ReadStyle(load, body));
-        case 1054: return Result(ReadFormatRecord(load, body));
+        case RECORD_PALETTE: ReadPalette(load, body); return RECORD_DONE;
+        case RECORD_XF: return Result(ReadXf(load, body));
+        case RECORD_XCT: ReadLinkSheet(load, body); return RECORD_DONE;
+        case RECORD_CRN: return Result(ReadLinkValues(load, body));
+        case RECORD_SST: return Result(ReadSharedStrings(load, record));
+        case RECORD_TABID: return Result(ReadTabIds(load, body));
+        case RECORD_SUPBOOK: return Result(ReadSupbook(load, body));
+        case RECORD_STYLE: return Result(ReadStyle(load, body));
+        case RECORD_FORMAT: return Result(ReadFormatRecord(load, body));
         default: return ReadBookOption(load, record) ? RECORD_DONE : RECORD_UNKNOWN;
     }
 }
 
 // What nobody here understands stays with the book; what goes with a style, with that.
 bool CarryGlobal(LoadState& load, const BiffRecord& record, std::size_t start, u16 place) {
-    constexpr u16 STYLE_EXTENSION = 2194;
     Workbook& book = LoadedBook(load);
     const bool block = BeginsBlock(record.id);
     const std::size_t behind = load.stream.position;
@@ -138,7 +137,7 @@ bool CarryGlobal(LoadState& load, const BiffRecord& record, std::size_t start, u
         if (!NextRecord(load.stream, more)) break;
     }
     const ByteView bytes = Part(load.stream.bytes, start, load.stream.position - start);
-    if (record.id == STYLE_EXTENSION && place == GLOBALS_STYLES && !book.styles.IsEmpty()) {
+    if (record.id == RECORD_STYLEEXT && place == GLOBALS_STYLES && !book.styles.IsEmpty()) {
         CarriedBytes& extension = book.styles.Last().extension;
         extension.form = load.biffVersion;
         return extension.bytes.AppendMany(bytes.data(), bytes.size());

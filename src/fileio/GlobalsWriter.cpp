@@ -11,9 +11,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 BOF = 2057, WINDOW1 = 61, CODEPAGE = 66, WRITEACCESS = 92, BOUNDSHEET = 133, COUNTRY = 140,
-              TABID = 317;
-constexpr u32 SUBSTREAM_GLOBALS = 5;
 constexpr std::size_t TABID_ROOM = RECORD_ROOM;
 constexpr std::size_t USER_NAME_MOST = 54, USER_NAME_MOST_95 = 31;  // characters; bytes
 
@@ -23,11 +20,16 @@ struct FixedRecord {
     i32 value;  // -1: the record is empty
 };
 
-constexpr u16 protection8[] = {156, 25, 18, 19, 431, 444};
-constexpr u16 protection95[] = {25, 18, 19};
-constexpr FixedRecord interface95[] = {{225, -1}, {193, 0}, {191, -1}, {192, -1}, {226, -1}};
-constexpr u16 backup[] = {64, 141};
-constexpr u16 refresh8[] = {439, 218};
+constexpr u16 protection8[] = {RECORD_FNGROUPCOUNT, RECORD_WINDOWPROTECT, RECORD_PROTECT,
+                               RECORD_PASSWORD,     RECORD_PROT4REV,      RECORD_PROT4REVPASS};
+constexpr u16 protection95[] = {RECORD_WINDOWPROTECT, RECORD_PROTECT, RECORD_PASSWORD};
+constexpr FixedRecord interface95[] = {{RECORD_INTERFACEHDR, -1},
+                                       {RECORD_MMS, 0},
+                                       {RECORD_TOOLBARHDR, -1},
+                                       {RECORD_TOOLBAREND, -1},
+                                       {RECORD_INTERFACEEND, -1}};
+constexpr u16 backup[] = {RECORD_BACKUP, RECORD_HIDEOBJ};
+constexpr u16 refresh8[] = {RECORD_REFRESHALL, RECORD_BOOKBOOL};
 
 void WriteFixed(SaveState& save, std::span<const FixedRecord> rows) {
     for (const FixedRecord& row : rows) {
@@ -80,7 +82,7 @@ void WriteUserName(SaveState& save) {
         }
     }
     while (!save.body.failed && save.body.stream.Count() < length) WriteU8(save.body, ' ');
-    IgnoreFailure(EndBody(save, WRITEACCESS));
+    IgnoreFailure(EndBody(save, RECORD_WRITEACCESS));
 }
 
 // Sheets keep their numbers, which views and others know them by; new ones get numbers above.
@@ -90,14 +92,14 @@ void WriteTabIds(SaveState& save) {
     BeginBody(save);
     for (const Sheet* sheet : SavedBook(save).sheets)
         WriteU16(save.body, sheet->options.tabId ? sheet->options.tabId : ++last);
-    WriteSplitRecord(save.writer, TABID, save.body.stream.Span(), TABID_ROOM, TABID_ROOM);
+    WriteSplitRecord(save.writer, RECORD_TABID, save.body.stream.Span(), TABID_ROOM, TABID_ROOM);
     save.writer.failed = save.writer.failed || save.body.failed;
 }
 
 void WriteWindow1(SaveState& save) {
     const Workbook& book = SavedBook(save);
     constexpr u32 BARS = 8 | 16 | 32;
-    u8* out = BeginRecord(save.writer, WINDOW1, 18);
+    u8* out = BeginRecord(save.writer, RECORD_WINDOW1, 18);
     u16 words[9];
     std::copy(std::begin(book.options.window), std::end(book.options.window), words);
     words[4] = static_cast<u16>((words[4] & ~BARS) | (book.showHorizontalScrollBar ? 8u : 0u) |
@@ -130,22 +132,22 @@ void WriteBoundSheets(SaveState& save) {
         } else {
             WriteShortString(save, save.body, WrittenSheetName(save, sheet->index));
         }
-        IgnoreFailure(EndBody(save, BOUNDSHEET));
+        IgnoreFailure(EndBody(save, RECORD_BOUNDSHEET));
     }
 }
 
 void WriteCountry(SaveState& save) {
     const Workbook& book = SavedBook(save);
     if (book.country[0] || book.country[1])
-        WriteRecordU16Pair(save.writer, COUNTRY, book.country[0], book.country[1]);
+        WriteRecordU16Pair(save.writer, RECORD_COUNTRY, book.country[0], book.country[1]);
 }
 
 // Behind each group stands what was carried there.
 void Close(SaveState& save, u16 place) { WriteCarried(save, nullptr, place); }
 
 void WriteDates(SaveState& save) {
-    WriteRecordU16(save.writer, 34, SavedBook(save).date1904 != 0);
-    WriteRecordU16(save.writer, 14, SavedBook(save).options.precision);
+    WriteRecordU16(save.writer, RECORD_DATEMODE, SavedBook(save).date1904 != 0);
+    WriteRecordU16(save.writer, RECORD_PRECISION, SavedBook(save).options.precision);
 }
 
 // The window, and what stands between it and the fonts.
@@ -167,14 +169,14 @@ void WriteSheetGroup(SaveState& save) {
 void WriteGlobals8(SaveState& save) {
     const Workbook& book = SavedBook(save);
     BiffWriter& to = save.writer;
-    WriteRecordU16(to, 225, book.fileCodePage);
-    WriteRecordU16(to, 193, 0);
-    WriteEmptyRecord(to, 226);
+    WriteRecordU16(to, RECORD_INTERFACEHDR, book.fileCodePage);
+    WriteRecordU16(to, RECORD_MMS, 0);
+    WriteEmptyRecord(to, RECORD_INTERFACEEND);
     Close(save, GLOBALS_INTERFACE);
     WriteUserName(save);
     Close(save, GLOBALS_USER);
-    WriteRecordU16(to, CODEPAGE, book.fileCodePage);
-    WriteRecordU16(to, 353, 0);
+    WriteRecordU16(to, RECORD_CODEPAGE, book.fileCodePage);
+    WriteRecordU16(to, RECORD_DSF, 0);
     Close(save, GLOBALS_CODE_PAGE);
     WriteTabIds(save);
     Close(save, GLOBALS_TABS);
@@ -184,7 +186,7 @@ void WriteGlobals8(SaveState& save) {
     WriteOptions(save, refresh8);
     Close(save, GLOBALS_DATES);
     WriteFontsAndFormats(save);
-    WriteRecordU16(to, 352, book.options.selfNames);
+    WriteRecordU16(to, RECORD_USESELFS, book.options.selfNames);
     Close(save, GLOBALS_SELF_NAMES);
     WriteSheetGroup(save);
     WriteExternBooks(save);
@@ -204,10 +206,10 @@ void WriteGlobals95(SaveState& save) {
     WriteUserName(save);
     Close(save, GLOBALS_USER);
     // All texts of this form are in the page that is named here.
-    WriteRecordU16(to, CODEPAGE, save.codePage);
+    WriteRecordU16(to, RECORD_CODEPAGE, save.codePage);
     Close(save, GLOBALS_CODE_PAGE);
     Close(save, GLOBALS_TABS);
-    WriteRecordU16(to, 156, book.options.functionGroups);
+    WriteRecordU16(to, RECORD_FNGROUPCOUNT, book.options.functionGroups);
     // The table of the globals holds what any token string of the book needs.
     for (const DefinedName& name : book.names) {
         CollectLinks(save, name.tokens);
@@ -221,7 +223,7 @@ void WriteGlobals95(SaveState& save) {
     WriteOptions(save, protection95);
     Close(save, GLOBALS_PROTECTION);
     WriteWindowGroup(save);
-    WriteRecordU16(to, 218, book.options.saveNoLinks);
+    WriteRecordU16(to, RECORD_BOOKBOOL, book.options.saveNoLinks);
     Close(save, GLOBALS_DATES);
     WriteFontsAndFormats(save);
     Close(save, GLOBALS_SELF_NAMES);
@@ -235,7 +237,7 @@ void WriteGlobals95(SaveState& save) {
 
 void WriteBof(SaveState& save, u32 type) {
     if (save.biffVersion == 8) {
-        u8* out = BeginRecord(save.writer, BOF, 16);
+        u8* out = BeginRecord(save.writer, RECORD_BOF, 16);
         PutU16(out, 1536);
         PutU16(out + 2, type);
         PutU16(out + 4, 5618);
@@ -244,7 +246,7 @@ void WriteBof(SaveState& save, u32 type) {
         PutU32(out + 12, 6);
         return;
     }
-    u8* out = BeginRecord(save.writer, BOF, 8);
+    u8* out = BeginRecord(save.writer, RECORD_BOF, 8);
     PutU16(out, type == SUBSTREAM_GLOBALS ? 1280 : 1536);
     PutU16(out + 2, type);
     PutU16(out + 4, 6818);

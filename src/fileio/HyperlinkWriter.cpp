@@ -6,7 +6,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 HLINK = 440;
 constexpr u32 HAS_TARGET = 1, IS_ABSOLUTE = 2, HAS_LOCATION = 8, IS_UNC = 0x100;
 constexpr std::size_t TEXT_MOST = 32000;  // characters, so that a record holds all of them
 
@@ -98,7 +97,7 @@ bool WriteHyperlink(SaveState& save, const Hyperlink& link) {
     if (kind == TARGET_URL) PutUrl(to, target);
     if (kind == TARGET_FILE) PutFile(save, target);
     if (!link.location.IsEmpty()) PutCounted(to, link.location);
-    return EndBody(save, HLINK) && target.size() == link.target.Length();
+    return EndBody(save, RECORD_HLINK) && target.size() == link.target.Length();
 }
 
 }  // namespace

@@ -8,7 +8,6 @@ namespace {
 constexpr u16 SUPBOOK_OWN = 0x0401;
 constexpr u16 SUPBOOK_ADDIN = 0x3A01;
 constexpr u8 SAME_BOOK_MARK = 3;
-constexpr u16 CONTINUE = 60;
 
 bool ReadNameTokens(LoadState& load, ByteView rest, u16 length, FormulaTokens& out) {
     if (!length) return true;
@@ -35,7 +34,8 @@ bool ReadExternSheet8(LoadState& load, ByteView body) {
                                      static_cast<i16>(WordAt(rows, 4))};
             if (!book.externSheets.Append(row)) return false;
         }
-        if (!left || PeekRecordId(load.stream) != CONTINUE || !NextRecord(load.stream, more)) return true;
+        if (!left || PeekRecordId(load.stream) != RECORD_CONTINUE || !NextRecord(load.stream, more))
+            return true;
         rows = more.body;
     }
 }
@@ -149,7 +149,7 @@ bool ReadSupbook(LoadState& load, ByteView body) {
         if (at >= body.size()) {
             // The names go on in CONTINUE records, whole ones in each.
             BiffRecord more;
-            if (PeekRecordId(load.stream) != CONTINUE || !NextRecord(load.stream, more)) break;
+            if (PeekRecordId(load.stream) != RECORD_CONTINUE || !NextRecord(load.stream, more)) break;
             body = more.body;
             at = 0;
         }

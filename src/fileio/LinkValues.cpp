@@ -9,7 +9,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 XCT = 89, CRN = 90;
 constexpr std::size_t VALUE_BYTES = 9, CRN_HEAD = 4, LINK_TEXT_MOST = 255;
 enum LinkValueType : u8 { LINK_EMPTY = 0, LINK_NUMBER = 1, LINK_TEXT = 2, LINK_BOOLEAN = 4, LINK_ERROR = 16 };
 
@@ -135,7 +134,7 @@ void WriteLinkValues(SaveState& save, const ExternBook& book, i32 sheet) {
     while (end < cells.Count() && cells[end].sheet == sheet) ++end;
     if (at == end) return;
     const bool named = form8 && sheet >= 0;
-    u8* head = BeginRecord(save.writer, XCT, named ? 4 : 2);
+    u8* head = BeginRecord(save.writer, RECORD_XCT, named ? 4 : 2);
     PutU16(head, 0);
     if (named) PutU16(head + 2, static_cast<u32>(sheet));
     const u32 countAt = StreamOffset(save.writer) - (named ? 4 : 2);
@@ -147,7 +146,7 @@ void WriteLinkValues(SaveState& save, const ExternBook& book, i32 sheet) {
         WriteU8(save.body, cells[at].column);
         WriteU16(save.body, cells[at].row);
         for (; at < next; ++at) PutLinkValue(save, cells[at]);
-        count += EndBody(save, CRN);
+        count += EndBody(save, RECORD_CRN);
     }
     if (!save.writer.failed) PutU16(save.writer.stream.Data() + countAt, std::min<u32>(count, 0xFFFF));
 }

@@ -9,7 +9,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 SUPBOOK = 430, EXTERNNAME = 35, EXTERNSHEET = 23, NAME = 24;
 constexpr u16 NAME_IS_BUILT_IN = 0x20, EXTERNNAME_IS_BUILT_IN = 1;
 constexpr std::size_t EXTERNSHEET_ROOM = 1370 * 6;   // whole rows
 constexpr u8 TEXT_NAMES_8 = 14, TEXT_NAMES_95 = 13;  // built-in names that the forms know
@@ -80,12 +79,12 @@ void WriteExternName(SaveState& save, const ExternName& name) {
     // What the file had behind the name: its meaning, or the last values of an exchange between programs.
     if (kept) WriteBytes(to, name.body.bytes.Data(), name.body.bytes.Count());
     else WriteBytes(to, CONSTANT_ERROR, sizeof CONSTANT_ERROR);
-    IgnoreFailure(EndBody(save, EXTERNNAME));
+    IgnoreFailure(EndBody(save, RECORD_EXTERNNAME));
 }
 
 void WriteLinkedFile(SaveState& save, const ExternBook& book) {
     BeginBody(save);
-    u16 id = SUPBOOK;
+    u16 id = RECORD_SUPBOOK;
     WriteU16(save.body, book.sheetNames.Count());
     WriteLongString(save, save.body, CutText(save, book.path, LINK_TEXT_MOST));
     // A long list of sheets goes on in CONTINUE records, whole names in each.
@@ -104,11 +103,11 @@ void WriteLinkedFile(SaveState& save, const ExternBook& book) {
 void WriteSupbook(SaveState& save, const ExternBook& book) {
     switch (book.kind) {
         case EXTERN_SELF:
-            WriteRecordU16Pair(save.writer, SUPBOOK, SavedBook(save).sheets.Count(), 0x0401);
+            WriteRecordU16Pair(save.writer, RECORD_SUPBOOK, SavedBook(save).sheets.Count(), 0x0401);
             break;
-        case EXTERN_ADDIN: WriteRecordU16Pair(save.writer, SUPBOOK, 1, 0x3A01); break;
+        case EXTERN_ADDIN: WriteRecordU16Pair(save.writer, RECORD_SUPBOOK, 1, 0x3A01); break;
         case EXTERN_CURRENT: {
-            u8* out = BeginRecord(save.writer, SUPBOOK, 6);
+            u8* out = BeginRecord(save.writer, RECORD_SUPBOOK, 6);
             PutU16(out, 0);
             PutU16(out + 2, 1);
             PutU16(out + 4, 0);
@@ -168,13 +167,13 @@ void WriteName(SaveState& save, const DefinedName& name) {
     const u32 length = WriteNameText(save, to, image);
     if (!to.failed) to.stream[3] = static_cast<u8>(length);
     WriteBytes(to, tokens.bytes.data(), tokens.bytes.size());
-    if (EndBody(save, NAME)) return;
+    if (EndBody(save, RECORD_NAME)) return;
     // The row keeps its number.
     save.losses |= LOSS_FORMULAS;
     to.stream.Truncate(14 + length + (form8 ? 1u : 0u) +
                        (form8 && image.builtIn && IsWide(image.rest) ? 1u : 0u));
     if (!to.failed) PutU16(to.stream.Data() + 4, 0);
-    IgnoreFailure(EndBody(save, NAME));
+    IgnoreFailure(EndBody(save, RECORD_NAME));
 }
 
 }  // namespace
@@ -195,7 +194,8 @@ void WriteExternBooks(SaveState& save) {
         WriteU16(save.body, static_cast<u16>(row.lastSheet));
     }
     save.writer.failed = save.writer.failed || save.body.failed;
-    WriteSplitRecord(save.writer, EXTERNSHEET, save.body.stream.Span(), 2 + EXTERNSHEET_ROOM, EXTERNSHEET_ROOM);
+    WriteSplitRecord(save.writer, RECORD_EXTERNSHEET, save.body.stream.Span(), 2 + EXTERNSHEET_ROOM,
+                     EXTERNSHEET_ROOM);
 }
 
 void WriteNames(SaveState& save) {
@@ -208,7 +208,6 @@ void WriteNames(SaveState& save) {
 
 namespace {
 
-constexpr u16 EXTERNCOUNT = 22;
 constexpr u8 OWN_BOOK_MARK = 4, ADDIN_MARK = ':', OWN_SHEET_MARK = 3;
 constexpr std::size_t SHEET_NAME_ROOM = 254;
 constexpr u32 MOST_ENTRIES = 0x7FFF;  // an index is signed
@@ -255,7 +254,7 @@ void WriteLinkEntry(SaveState& save, const LinkEntry& entry) {
                              !LinkText(book.externBooks[static_cast<u32>(entry.externBook)], entry.sheet, text);
         WriteShortString(save, to, text);
     }
-    IgnoreFailure(EndBody(save, EXTERNSHEET));
+    IgnoreFailure(EndBody(save, RECORD_EXTERNSHEET));
     if (entry.externBook != OWN_BOOK && entry.sheet >= 0)
         WriteLinkValues(save, book.externBooks[static_cast<u32>(entry.externBook)], entry.sheet);
     if (!entry.usesNames) return;
@@ -323,7 +322,7 @@ void CollectSheetLinks(SaveState& save, const Sheet& sheet) {
 void WriteLinkTable(SaveState& save) {
     const Array<LinkEntry>& entries = save.links.entries;
     if (entries.IsEmpty()) return;
-    WriteRecordU16(save.writer, EXTERNCOUNT, entries.Count());
+    WriteRecordU16(save.writer, RECORD_EXTERNCOUNT, entries.Count());
     for (const LinkEntry& entry : entries) WriteLinkEntry(save, entry);
 }
 

@@ -17,10 +17,7 @@
 namespace tally {
 namespace {
 
-constexpr u16 BOF_TWO = 9, BOF_THREE = 521, BOF_FOUR = 1033;
-constexpr u16 TYPE_WORKBOOK = 0x100;
-
-int VersionOf(u16 bof) { return bof == BOF_TWO ? 2 : bof == BOF_THREE ? 3 : 4; }
+int VersionOf(u16 bof) { return bof == RECORD_BOF_2 ? 2 : bof == RECORD_BOF_3 ? 3 : 4; }
 
 // The version of the tokens in a record whose number two forms share.
 int TokenVersion(const OldReader& r, u16 id) { return IsOldest(id) ? 2 : std::max(r.version, 3); }
@@ -78,7 +75,7 @@ bool ReadOldArray(OldReader& r, int version, ByteView tokens, FormulaTokens& out
     }
     BiffRecord record;
     const u16 next = PeekRecordId(r.load.stream);
-    if ((next != 33 && next != 545) || !NextRecord(r.load.stream, record)) return true;
+    if ((next != RECORD_ARRAY_2 && next != RECORD_ARRAY) || !NextRecord(r.load.stream, record)) return true;
     // Area 6 bytes, flags in the size of the layout, then the length.
     const OldCount length = CountAt(record.id, record.body, IsOldest(record.id) ? 7 : 8);
     SharedFormula entry = {row, column, {}};
@@ -99,7 +96,7 @@ bool ReadOldArray(OldReader& r, int version, ByteView tokens, FormulaTokens& out
 }
 
 bool ReadOldFormula(OldReader& r, u16 id, ByteView body) {
-    const int version = id == 6 ? 2 : id == 518 ? 3 : 4;
+    const int version = id == RECORD_FORMULA ? 2 : id == RECORD_FORMULA_3 ? 3 : 4;
     const std::size_t at = ValueAt(id);
     const u16 flags = IsOldest(id) ? ByteAt(body, at + 8) : WordAt(body, at + 8);
     const OldCount length = CountAt(id, body, at + (IsOldest(id) ? 9 : 10));
@@ -191,8 +188,32 @@ void ReadOldWindow2(OldReader& r, ByteView body) {
 // ---- the file -----------------------------------------------------------------------------------------------
 
 // Records that the later forms took over as they were.
-constexpr u16 sameLater[] = {18,  19,  20,  21,  29,  38,  39,  40,  41,  42,  43,  65,  85,
-                             125, 128, 129, 130, 131, 132, 153, 160, 161, 520, 549, 566, 574};
+constexpr u16 sameLater[] = {RECORD_PROTECT,
+                             RECORD_PASSWORD,
+                             RECORD_HEADER,
+                             RECORD_FOOTER,
+                             RECORD_SELECTION,
+                             RECORD_LEFTMARGIN,
+                             RECORD_RIGHTMARGIN,
+                             RECORD_TOPMARGIN,
+                             RECORD_BOTTOMMARGIN,
+                             RECORD_PRINTHEADERS,
+                             RECORD_PRINTGRIDLINES,
+                             RECORD_PANE,
+                             RECORD_DEFCOLWIDTH,
+                             RECORD_COLINFO,
+                             RECORD_GUTS,
+                             RECORD_WSBOOL,
+                             RECORD_GRIDSET,
+                             RECORD_HCENTER,
+                             RECORD_VCENTER,
+                             RECORD_STANDARDWIDTH,
+                             RECORD_SCL,
+                             RECORD_SETUP,
+                             RECORD_ROW,
+                             RECORD_DEFAULTROWHEIGHT,
+                             RECORD_TABLE,
+                             RECORD_WINDOW2};
 
 bool ReadSameRecord(LoadState& load, u16 id, ByteView body) {
     if (std::find(std::begin(sameLater), std::end(sameLater), id) == std::end(sameLater)) return true;
@@ -201,47 +222,51 @@ bool ReadSameRecord(LoadState& load, u16 id, ByteView body) {
 
 bool ReadOldCell(OldReader& r, u16 id, ByteView body) {
     switch (id) {
-        case 2: return AddOldCell(r, id, body, NumberValue(WordAt(body, ValueAt(id))), FormulaTokens());
-        case 3:
-        case 515: return AddOldCell(r, id, body, NumberValue(DoubleAt(body, ValueAt(id))), FormulaTokens());
-        case 4:
-        case 516: return ReadOldLabel(r, id, body);
-        case 5:
-        case 517: return ReadOldBoolOrError(r, id, body);
-        case 6:
-        case 518:
-        case 1030: return ReadOldFormula(r, id, body);
-        case 7:
-        case 519: return ReadOldString(r, id, body);
-        case 638: return AddOldCell(r, id, body, NumberValue(DecodeRk(LongAt(body, 6))), FormulaTokens());
+        case RECORD_INTEGER_2:
+            return AddOldCell(r, id, body, NumberValue(WordAt(body, ValueAt(id))), FormulaTokens());
+        case RECORD_NUMBER_2:
+        case RECORD_NUMBER:
+            return AddOldCell(r, id, body, NumberValue(DoubleAt(body, ValueAt(id))), FormulaTokens());
+        case RECORD_LABEL_2:
+        case RECORD_LABEL: return ReadOldLabel(r, id, body);
+        case RECORD_BOOLERR_2:
+        case RECORD_BOOLERR: return ReadOldBoolOrError(r, id, body);
+        case RECORD_FORMULA:
+        case RECORD_FORMULA_3:
+        case RECORD_FORMULA_4: return ReadOldFormula(r, id, body);
+        case RECORD_STRING_2:
+        case RECORD_STRING: return ReadOldString(r, id, body);
+        case RECORD_RK: return AddOldCell(r, id, body, NumberValue(DecodeRk(LongAt(body, 6))), FormulaTokens());
         default: return AddOldCell(r, id, body, Value(), FormulaTokens());
     }
 }
 
 bool IsCell(u16 id) {
-    return (id >= 1 && id <= 7) || (id >= 513 && id <= 519 && id != 514) || id == 638 || id == 1030;
+    return (id >= RECORD_BLANK_2 && id <= RECORD_STRING_2) ||
+           (id >= RECORD_BLANK && id <= RECORD_STRING && id != 514) || id == RECORD_RK ||
+           id == RECORD_FORMULA_4;
 }
 
 bool ReadOldRecord(OldReader& r, u16 id, ByteView body) {
     if (IsCell(id)) return ReadOldCell(r, id, body);
     switch (id) {
-        case 8: return ReadOldRow(r, body);
-        case 24:
-        case 536: return ReadOldName(r, id, body);
-        case 30:
-        case 1054: return ReadOldFormat(r, id, body);
-        case 34: LoadedBook(r.load).date1904 = ByteAt(body, 0) != 0; return true;
-        case 36: return ReadOldColumns(r, body);
-        case 37: ReadOldDefaultHeight(r, body); return true;
-        case 47: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return false;
-        case 49:
-        case 561: return ReadOldFont(r, id, body);
-        case 62: ReadOldWindow2(r, body); return true;
-        case 66: ReadCodePage(r.load, body); return true;
-        case 69: ReadOldFontColour(r, body); return true;
-        case 146: ReadPalette(r.load, body); return true;
-        case 579:
-        case 1091: return ReadOldXf(r, id, body);
+        case RECORD_ROW_2: return ReadOldRow(r, body);
+        case RECORD_NAME:
+        case RECORD_NAME_3: return ReadOldName(r, id, body);
+        case RECORD_FORMAT_2:
+        case RECORD_FORMAT: return ReadOldFormat(r, id, body);
+        case RECORD_DATEMODE: LoadedBook(r.load).date1904 = ByteAt(body, 0) != 0; return true;
+        case RECORD_COLWIDTH_2: return ReadOldColumns(r, body);
+        case RECORD_DEFAULTROWHEIGHT_2: ReadOldDefaultHeight(r, body); return true;
+        case RECORD_FILEPASS: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return false;
+        case RECORD_FONT:
+        case RECORD_FONT_3: return ReadOldFont(r, id, body);
+        case RECORD_WINDOW2_2: ReadOldWindow2(r, body); return true;
+        case RECORD_CODEPAGE: ReadCodePage(r.load, body); return true;
+        case RECORD_FONTCOLOR_2: ReadOldFontColour(r, body); return true;
+        case RECORD_PALETTE: ReadPalette(r.load, body); return true;
+        case RECORD_XF_3:
+        case RECORD_XF_4: return ReadOldXf(r, id, body);
         default: return ReadSameRecord(r.load, id, body);
     }
 }
@@ -269,12 +294,11 @@ void BeginOldSubstream(OldReader& r, const BiffRecord& bof) {
 }
 
 bool ReadSheetsOfWorkbook(OldReader& r) {
-    constexpr u16 SHEET_HEADER = 143;
     BiffRecord record;
     while (NextRecord(r.load.stream, record)) {
-        if (record.id == SHEET_HEADER) {
+        if (record.id == RECORD_SHEETHDR_4) {
             if (!BeginOldSheet(r, record.body)) return false;
-        } else if (record.id == BOF_TWO || record.id == BOF_THREE || record.id == BOF_FOUR) {
+        } else if (record.id == RECORD_BOF_2 || record.id == RECORD_BOF_3 || record.id == RECORD_BOF_4) {
             if (r.load.boundSheets) BeginOldSubstream(r, record);
         } else if (!r.passed && !ReadOldRecord(r, record.id, record.body)) {
             return false;
@@ -301,7 +325,7 @@ bool ReadOldBook(LoadState& load, u16 bofId) {
     NameSheetAsFile(load);
     BiffRecord record;
     if (!NextRecord(load.stream, record)) return true;
-    r.workbook = WordAt(record.body, 2) == TYPE_WORKBOOK;
+    r.workbook = WordAt(record.body, 2) == SUBSTREAM_SHEETS;
     if (r.workbook) return ReadSheetsOfWorkbook(r);
     while (NextRecord(load.stream, record)) {
         if (!ReadOldRecord(r, record.id, record.body)) return false;

@@ -10,8 +10,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 XF_OF_THREE = 579;
-constexpr u16 FORMAT_OF_FOUR = 1054;
 constexpr u8 NUMBER_FORMAT_BITS = 0x3F;  // of the second attribute byte of the oldest layout
 constexpr u16 FONT_BOLD = 1, FONT_UNDERLINED = 4;
 // Numbers of the colours of text and window in these forms, and in the later ones.
@@ -51,7 +49,7 @@ bool OldCellFormat(OldReader& r, u16 id, ByteView body, u16& index) {
 bool ReadOldFormat(OldReader& r, u16 id, ByteView body) {
     if (!r.ownNumberFormats) r.load.bareFormats.Truncate(0);
     r.ownNumberFormats = true;
-    const std::size_t lengthAt = id == FORMAT_OF_FOUR ? 2 : 0;
+    const std::size_t lengthAt = id == RECORD_FORMAT ? 2 : 0;
     Workbook& book = LoadedBook(r.load);
     if (ReadBiffString(From(body, lengthAt + 1), 7, book.codePage, ByteAt(body, lengthAt), r.load.text) ==
         STRING_FAILED) {
@@ -104,7 +102,7 @@ bool ReadOldXf(OldReader& r, u16 id, ByteView body) {
     const u8 alignment = ByteAt(body, 4);
     format.horizontal = alignment & 7;
     if (alignment & 8) format.flags |= FORMAT_WRAP;
-    if (id != XF_OF_THREE) {
+    if (id != RECORD_XF_3) {
         if (ByteAt(body, 2) & FORMAT_QUOTE_PREFIX) format.flags |= FORMAT_QUOTE_PREFIX;
         format.vertical = alignment >> 4 & 3;
         format.rotation = rotations[alignment >> 6];

@@ -24,16 +24,10 @@ namespace {
 constexpr WideView extensions[] = {u"csv", u"pxl", u"xls", u"xlt", u"bmp", u"txt", u"pxt"};
 
 constexpr u16 COMPOUND_SIGNATURE = 0xCFD0;
-constexpr u16 BOF_BIFF2 = 9, BOF_BIFF3 = 521, BOF_BIFF4 = 1033, BOF_BIFF5 = 2057;
-enum SubstreamType : u16 {
-    SUBSTREAM_GLOBALS = 5,
-    SUBSTREAM_MODULE = 6,
-    SUBSTREAM_SHEET = 16,
-    SUBSTREAM_CHART = 32,
-    SUBSTREAM_MACRO = 64
-};
 
-bool IsBof(u16 id) { return id == BOF_BIFF2 || id == BOF_BIFF3 || id == BOF_BIFF4 || id == BOF_BIFF5; }
+bool IsBof(u16 id) {
+    return id == RECORD_BOF_2 || id == RECORD_BOF_3 || id == RECORD_BOF_4 || id == RECORD_BOF;
+}
 
 // Sorts out to which sheets the list leads. A position without a BOF says nothing.
 bool PlaceSheets(LoadState& load) {
@@ -66,7 +60,7 @@ bool TakeSheetAt(LoadState& load, std::size_t position, i32& sheet) {
 
 // The globals and what stands behind them.
 bool ReadBookGlobals(LoadState& load, const BiffRecord& bof) {
-    load.biffVersion = bof.id != BOF_BIFF5 || ByteAt(bof.body, 1) == 5 ? 7 : 8;
+    load.biffVersion = bof.id != RECORD_BOF || ByteAt(bof.body, 1) == 5 ? 7 : 8;
     LoadedBook(load).biffVersion = load.biffVersion;
     if (!ReadGlobals(load) || !PlaceSheets(load)) return false;
     if (load.biffVersion != 8) ResolveNameSheets(load);
@@ -149,12 +143,13 @@ bool OpenCompoundWorkbook(ByteView file, LoadState& load) {
 }
 
 bool IsWorkbookStart(u16 first) {
-    return first == BOF_BIFF2 || first == BOF_BIFF3 || first == BOF_BIFF4 || first == COMPOUND_SIGNATURE;
+    return first == RECORD_BOF_2 || first == RECORD_BOF_3 || first == RECORD_BOF_4 ||
+           first == COMPOUND_SIGNATURE;
 }
 
 bool ReadWorkbook(ByteView file, LoadState& load) {
     const u16 first = file.size() < 2 ? u16{0} : WordAt(file, 0);
-    if (first == BOF_BIFF2 || first == BOF_BIFF3 || first == BOF_BIFF4) {
+    if (first == RECORD_BOF_2 || first == RECORD_BOF_3 || first == RECORD_BOF_4) {
         load.stream.bytes = file;
         return ReadOldBook(load, first);
     }

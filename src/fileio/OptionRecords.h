@@ -10,12 +10,18 @@ struct BookOptionRecord {
     u16 BookOptions::*field;
 };
 constexpr BookOptionRecord bookOptionRecords[] = {
-    {14, &BookOptions::precision},       {18, &BookOptions::protectStructure},
-    {19, &BookOptions::passwordHash},    {25, &BookOptions::protectWindows},
-    {64, &BookOptions::backup},          {141, &BookOptions::hideObjects},
-    {156, &BookOptions::functionGroups}, {218, &BookOptions::saveNoLinks},
-    {352, &BookOptions::selfNames},      {431, &BookOptions::protectRevisions},
-    {439, &BookOptions::refreshAll},     {444, &BookOptions::revisionPassword},
+    {RECORD_PRECISION, &BookOptions::precision},
+    {RECORD_PROTECT, &BookOptions::protectStructure},
+    {RECORD_PASSWORD, &BookOptions::passwordHash},
+    {RECORD_WINDOWPROTECT, &BookOptions::protectWindows},
+    {RECORD_BACKUP, &BookOptions::backup},
+    {RECORD_HIDEOBJ, &BookOptions::hideObjects},
+    {RECORD_FNGROUPCOUNT, &BookOptions::functionGroups},
+    {RECORD_BOOKBOOL, &BookOptions::saveNoLinks},
+    {RECORD_USESELFS, &BookOptions::selfNames},
+    {RECORD_PROT4REV, &BookOptions::protectRevisions},
+    {RECORD_REFRESHALL, &BookOptions::refreshAll},
+    {RECORD_PROT4REVPASS, &BookOptions::revisionPassword},
 };
 
 struct SheetOptionRecord {
@@ -24,13 +30,11 @@ struct SheetOptionRecord {
 };
 // The settings of calculation stand in every sheet, in this order.
 constexpr SheetOptionRecord calculationRecords[] = {
-    {13, &SheetOptions::calculationMode},
-    {12, &SheetOptions::iterations},
-    {15, &SheetOptions::referenceMode},
-    {17, &SheetOptions::iteration},
+    {RECORD_CALCMODE, &SheetOptions::calculationMode},
+    {RECORD_CALCCOUNT, &SheetOptions::iterations},
+    {RECORD_REFMODE, &SheetOptions::referenceMode},
+    {RECORD_ITERATION, &SheetOptions::iteration},
 };
-constexpr u16 RECORD_DELTA = 16, RECORD_SAVERECALC = 95, RECORD_OBJPROTECT = 99, RECORD_SCENPROTECT = 221;
-constexpr u16 RECORD_VERTICAL_BREAKS = 26, RECORD_HORIZONTAL_BREAKS = 27;
 
 // Flags of WINDOW2 that are kept as they are: zeros, the grid's own colour, direction, outline marks, page
 // view.

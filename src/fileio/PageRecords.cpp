@@ -4,7 +4,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 CONTINUE = 60;
 constexpr std::size_t SETUP_BYTES = 34;
 
 bool ReadPageText(LoadState& load, ByteView body, WideText& out) {
@@ -73,7 +72,7 @@ bool ReadPrinter(LoadState& load, ByteView body) {
                                 : WidenPrinter(LoadedBook(load).codePage, block, printer)))
         return false;
     BiffRecord more;
-    while (PeekRecordId(load.stream) == CONTINUE && NextRecord(load.stream, more)) {
+    while (PeekRecordId(load.stream) == RECORD_CONTINUE && NextRecord(load.stream, more)) {
         if (!AppendBytes(printer, more.body)) return false;
     }
     return true;

@@ -11,8 +11,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 PROTECT = 18, PASSWORD = 19, HEADER = 20, FOOTER = 21, SELECTION = 29, PANE = 65, PLS = 77,
-              DEFCOLWIDTH = 85, GUTS = 128, WSBOOL = 129, SETUP = 161, DEFAULTROWHEIGHT = 549, WINDOW2 = 574;
 constexpr u32 FIT_TO_PAGE = 256;
 constexpr u8 VIEW_CURRENT = 6;
 constexpr u32 GRID_COLOUR = 64;
@@ -23,10 +21,10 @@ struct MarginRecord {
     u16 id;
     double PageSettings::*field;
 };
-constexpr MarginRecord margins[] = {{38, &PageSettings::leftMargin},
-                                    {39, &PageSettings::rightMargin},
-                                    {40, &PageSettings::topMargin},
-                                    {41, &PageSettings::bottomMargin}};
+constexpr MarginRecord margins[] = {{RECORD_LEFTMARGIN, &PageSettings::leftMargin},
+                                    {RECORD_RIGHTMARGIN, &PageSettings::rightMargin},
+                                    {RECORD_TOPMARGIN, &PageSettings::topMargin},
+                                    {RECORD_BOTTOMMARGIN, &PageSettings::bottomMargin}};
 
 void WritePageText(SaveState& save, u16 id, WideView text) {
     if (text.empty()) return WriteEmptyRecord(save.writer, id);
@@ -40,7 +38,7 @@ void WritePageText(SaveState& save, u16 id, WideView text) {
 }
 
 void WriteGuts(SaveState& save, const u16* guts) {
-    u8* out = BeginRecord(save.writer, GUTS, 8);
+    u8* out = BeginRecord(save.writer, RECORD_GUTS, 8);
     for (u32 i = 0; i < 4; ++i) PutU16(out + i * 2, guts[i]);
 }
 
@@ -55,7 +53,7 @@ void WritePrinter(SaveState& save, const Array<u8>& printer) {
         save.body.failed = true;
     }
     save.writer.failed = save.writer.failed || save.body.failed;
-    WriteSplitRecord(save.writer, PLS, save.body.stream.Span(), RoomOf(save), RoomOf(save));
+    WriteSplitRecord(save.writer, RECORD_PLS, save.body.stream.Span(), RoomOf(save), RoomOf(save));
 }
 
 void WriteMargins(SaveState& save, const PageSettings& page) {
@@ -69,10 +67,10 @@ void WriteMargins(SaveState& save, const PageSettings& page) {
 void WriteProtection(SaveState& save, const Sheet& sheet) {
     const bool isProtected = (sheet.viewFlags & VIEW_PROTECTED) != 0;
     const SheetOptions& options = sheet.options;
-    if (isProtected) WriteRecordU16(save.writer, PROTECT, 1);
+    if (isProtected) WriteRecordU16(save.writer, RECORD_PROTECT, 1);
     if (options.protectScenarios) WriteRecordU16(save.writer, RECORD_SCENPROTECT, options.protectScenarios);
     if (options.protectObjects) WriteRecordU16(save.writer, RECORD_OBJPROTECT, options.protectObjects);
-    if (isProtected) WriteRecordU16(save.writer, PASSWORD, sheet.passwordHash);
+    if (isProtected) WriteRecordU16(save.writer, RECORD_PASSWORD, sheet.passwordHash);
 }
 
 // As many breaks as one record of the form holds.
@@ -102,7 +100,7 @@ void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
     const bool form8 = save.biffVersion == 8;
     const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
     const u32 length = form8 ? 18 : 10;
-    u8* out = BeginRecord(save.writer, WINDOW2, length);
+    u8* out = BeginRecord(save.writer, RECORD_WINDOW2, length);
     std::fill(out, out + length, u8{0});
     const SheetOptions& options = sheet.options;
     out[0] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN)) |
@@ -122,18 +120,18 @@ void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
 }
 
 void WriteSplit(SaveState& save, const SheetOptions& options) {
-    u8* out = BeginRecord(save.writer, PANE, 10);
+    u8* out = BeginRecord(save.writer, RECORD_PANE, 10);
     for (u32 i = 0; i < std::size(options.split); ++i) PutU16(out + i * 2, options.split[i]);
 }
 
 void WritePane(SaveState& save, const SheetView& view) {
-    u8* out = BeginRecord(save.writer, PANE, 10);
+    u8* out = BeginRecord(save.writer, RECORD_PANE, 10);
     PutPane(save, view, out);
     out[9] = 0;
 }
 
 void WriteSelection(SaveState& save, const SheetView& view) {
-    u8* out = BeginRecord(save.writer, SELECTION, 15);
+    u8* out = BeginRecord(save.writer, RECORD_SELECTION, 15);
     out[0] = 3;
     PutU16(out + 1, RowInForm(save, view.activeRow));
     PutU16(out + 3, view.activeColumn);
@@ -161,31 +159,31 @@ void PutPane(const SaveState& save, const SheetView& view, u8* out) {
 void WritePageRecords(SaveState& save, const Sheet& sheet) {
     const PageSettings& page = sheet.page;
     BiffWriter& to = save.writer;
-    WriteRecordU16(to, 42, page.printHeaders);
-    WriteRecordU16(to, 43, page.printGridlines);
-    WriteRecordU16(to, 130, page.gridSet);
+    WriteRecordU16(to, RECORD_PRINTHEADERS, page.printHeaders);
+    WriteRecordU16(to, RECORD_PRINTGRIDLINES, page.printGridlines);
+    WriteRecordU16(to, RECORD_GRIDSET, page.gridSet);
     WriteGuts(save, page.guts);
-    WriteRecordU16Pair(to, DEFAULTROWHEIGHT, (sheet.viewFlags & VIEW_HEIGHT_DIFFERS) != 0,
+    WriteRecordU16Pair(to, RECORD_DEFAULTROWHEIGHT, (sheet.viewFlags & VIEW_HEIGHT_DIFFERS) != 0,
                        DefaultRowHeight(sheet));
-    WriteRecordU16(to, WSBOOL, sheet.options.outlines | (page.fitToPage ? FIT_TO_PAGE : 0u));
+    WriteRecordU16(to, RECORD_WSBOOL, sheet.options.outlines | (page.fitToPage ? FIT_TO_PAGE : 0u));
     WriteCarried(save, &sheet, SHEET_GRID);
-    WriteBreaks(save, RECORD_HORIZONTAL_BREAKS, page.rowBreaks);
-    WriteBreaks(save, RECORD_VERTICAL_BREAKS, page.columnBreaks);
-    WritePageText(save, HEADER, page.header);
-    WritePageText(save, FOOTER, page.footer);
-    WriteRecordU16(to, 131, page.centreHorizontally);
-    WriteRecordU16(to, 132, page.centreVertically);
+    WriteBreaks(save, RECORD_HORIZONTALPAGEBREAKS, page.rowBreaks);
+    WriteBreaks(save, RECORD_VERTICALPAGEBREAKS, page.columnBreaks);
+    WritePageText(save, RECORD_HEADER, page.header);
+    WritePageText(save, RECORD_FOOTER, page.footer);
+    WriteRecordU16(to, RECORD_HCENTER, page.centreHorizontally);
+    WriteRecordU16(to, RECORD_VCENTER, page.centreVertically);
     WriteCarried(save, &sheet, SHEET_PAGE_TEXTS);
     WriteMargins(save, page);
     WritePrinter(save, page.printer);
     if (!page.setup.IsEmpty()) {
-        WriteRecordHeader(to, SETUP, page.setup.Count());
+        WriteRecordHeader(to, RECORD_SETUP, page.setup.Count());
         WriteBytes(to, page.setup.Data(), page.setup.Count());
     }
     WriteCarried(save, &sheet, SHEET_SETUP);
     WriteProtection(save, sheet);
     WriteCarried(save, &sheet, SHEET_PROTECTION);
-    WriteRecordU16(to, DEFCOLWIDTH, DefaultColumnWidth(sheet) >> 8);
+    WriteRecordU16(to, RECORD_DEFCOLWIDTH, DefaultColumnWidth(sheet) >> 8);
     WriteCarried(save, &sheet, SHEET_COLUMN_WIDTH);
 }
 

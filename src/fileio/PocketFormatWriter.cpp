@@ -12,7 +12,6 @@
 namespace tally {
 namespace {
 
-constexpr u8 FONT = 49, FORMAT = 30, XF = 224;
 constexpr std::size_t FORMAT_MOST = 255;
 constexpr u8 PALETTE_FIRST = 8;  // the colours before are those from here on
 constexpr u32 LAST_XF = 0xFFFF - POCKET_FORMAT_SHIFT;
@@ -22,7 +21,7 @@ u16 FillColour(u8 colour) { return colour < PALETTE_FIRST ? colour : ByteColour(
 
 void WriteFont(SaveState& save, const FontRecord& font) {
     const WideView name(font.faceName);
-    u8* out = BeginPocketRecord(save.writer, FONT, POCKET_FONT_SIZE);
+    u8* out = BeginPocketRecord(save.writer, RECORD_FONT, POCKET_FONT_SIZE);
     const bool automatic = font.colour == AUTOMATIC_COLOUR;
     const u16 words[] = {font.height, font.attributes,
                          automatic ? POCKET_AUTOMATIC : static_cast<u16>(font.colour - POCKET_COLOUR_SHIFT),
@@ -77,7 +76,7 @@ bool WriteNumberFormats(SaveState& save, Array<u16>& codes) {
             continue;
         }
         codes[i] = static_cast<u16>(POCKET_FIRST_OWN_CODE + own++);
-        *BeginPocketRecord(save.writer, FORMAT, 1) = static_cast<u8>(text.size());
+        *BeginPocketRecord(save.writer, RECORD_FORMAT_2, 1) = static_cast<u8>(text.size());
         WritePocketText(save, text);
     }
     return true;
@@ -126,7 +125,7 @@ u8 BordersOf(SaveState& save, const CellFormat& format) {
 }
 
 void WriteXf(SaveState& save, const CellFormat& format, u16 code) {
-    u8* out = BeginPocketRecord(save.writer, XF, POCKET_XF_SIZE);
+    u8* out = BeginPocketRecord(save.writer, RECORD_XF, POCKET_XF_SIZE);
     u8 fore = format.patternColour, back = format.backColour;
     if (format.pattern == 1) std::swap(fore, back);
     PutU16(out, format.font);

@@ -10,7 +10,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 SUBSTREAM_GLOBALS = 5, SUBSTREAM_SHEET = 16;
 constexpr u16 FLAG_ALWAYS = 1;
 constexpr u16 NAME_IS_BUILT_IN = 0x20;
 constexpr i32 NO_SHEET_YET = -1;
@@ -252,31 +251,31 @@ struct PocketRecord {
 
 // Ascending by id.
 constexpr PocketRecord records[] = {
-    {1, 5, true, ReadBlankCell},
-    {3, 13, true, ReadNumber},
-    {4, 7, false, ReadText},
-    {5, 7, true, ReadBoolErr},
-    {6, 16, false, ReadFormula},
-    {7, 2, false, ReadStringValue},
-    {8, 8, true, ReadRowSize},
-    {9, 4, false, ReadBof},
-    {10, 0, false, ReadEof},
-    {24, 7, false, ReadDefinedName},
-    {29, 9, true, ReadSelectedArea},
-    {30, 1, false, ReadNumberFormat},
-    {37, 4, true, ReadStandardHeight},
-    {47, 0, false, RefusePassword},
-    {49, POCKET_FONT_SIZE, false, ReadFontRecord},
-    {61, 4, false, ReadActiveSheet},
-    {62, 5, true, ReadView},
-    {65, 9, true, ReadFrozenPane},
-    {66, 2, false, ReadPage},
-    {85, 6, true, ReadDefaultWidth},
-    {125, 9, true, ReadColumnSizes},
-    {133, 2, false, ReadSheetName},
-    {140, 4, false, ReadCountry},
-    {160, 4, false, ReadScale},
-    {224, POCKET_XF_SIZE, false, ReadCellFormat},
+    {RECORD_BLANK_2, 5, true, ReadBlankCell},
+    {RECORD_NUMBER_2, 13, true, ReadNumber},
+    {RECORD_LABEL_2, 7, false, ReadText},
+    {RECORD_BOOLERR_2, 7, true, ReadBoolErr},
+    {RECORD_FORMULA, 16, false, ReadFormula},
+    {RECORD_STRING_2, 2, false, ReadStringValue},
+    {RECORD_ROW_2, 8, true, ReadRowSize},
+    {RECORD_BOF_2, 4, false, ReadBof},
+    {RECORD_EOF, 0, false, ReadEof},
+    {RECORD_NAME, 7, false, ReadDefinedName},
+    {RECORD_SELECTION, 9, true, ReadSelectedArea},
+    {RECORD_FORMAT_2, 1, false, ReadNumberFormat},
+    {RECORD_DEFAULTROWHEIGHT_2, 4, true, ReadStandardHeight},
+    {RECORD_FILEPASS, 0, false, RefusePassword},
+    {RECORD_FONT, POCKET_FONT_SIZE, false, ReadFontRecord},
+    {RECORD_WINDOW1, 4, false, ReadActiveSheet},
+    {RECORD_WINDOW2_2, 5, true, ReadView},
+    {RECORD_PANE, 9, true, ReadFrozenPane},
+    {RECORD_CODEPAGE, 2, false, ReadPage},
+    {RECORD_DEFCOLWIDTH, 6, true, ReadDefaultWidth},
+    {RECORD_COLINFO, 9, true, ReadColumnSizes},
+    {RECORD_BOUNDSHEET, 2, false, ReadSheetName},
+    {RECORD_COUNTRY, 4, false, ReadCountry},
+    {RECORD_SCL, 4, false, ReadScale},
+    {RECORD_XF, POCKET_XF_SIZE, false, ReadCellFormat},
 };
 
 constexpr bool RecordsAscend() {

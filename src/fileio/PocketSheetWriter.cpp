@@ -8,8 +8,6 @@
 namespace tally {
 namespace {
 
-constexpr u8 BLANK = 1, NUMBER = 3, LABEL = 4, BOOLERR = 5, FORMULA = 6, STRING = 7, ROW = 8, SELECTION = 29,
-             DEFAULTROWHEIGHT = 37, WINDOW2 = 62, PANE = 65, DEFCOLWIDTH = 85, COLINFO = 125;
 constexpr std::size_t CELL_HEAD = 5;  // row, column, format
 constexpr std::size_t TEXT_MOST = 65535;
 constexpr u8 HIDES = VIEW_GRIDLINES | VIEW_HEADERS;
@@ -25,7 +23,7 @@ u16 FormatNumberOf(const SaveState& save, u16 row) {
 void WriteColumnInfos(SaveState& save, const Sheet& sheet) {
     ColumnRun run;
     for (u32 i = 0; NextColumnRun(sheet, i, run);) {
-        u8* out = BeginPocketRecord(save.writer, COLINFO, 9);
+        u8* out = BeginPocketRecord(save.writer, RECORD_COLINFO, 9);
         PutU16(out, run.first);
         PutU16(out + 2, run.last);
         PutU16(out + 4, run.width);
@@ -36,7 +34,7 @@ void WriteColumnInfos(SaveState& save, const Sheet& sheet) {
 
 void WriteRowInfos(SaveState& save, const Sheet& sheet) {
     for (const RowInfo& info : sheet.rows) {
-        u8* out = BeginPocketRecord(save.writer, ROW, 8);
+        u8* out = BeginPocketRecord(save.writer, RECORD_ROW_2, 8);
         PutU16(out, info.row);
         PutU16(out + 2, info.flags & ROW_DEFAULT_HEIGHT ? DefaultRowHeight(sheet) : info.height);
         PutU16(out + 4, (info.flags & ROW_HIDDEN ? 1u : 0u) | (info.flags & ROW_CUSTOM_HEIGHT ? 2u : 0u));
@@ -64,23 +62,23 @@ u8* BeginCell(SheetWriting& w, u8 id, std::size_t size, u16 row, const CellRecor
 void WriteValue(SheetWriting& w, u16 row, const CellRecord& cell) {
     const Value& value = cell.value;
     switch (value.type) {
-        case VT_NUMBER: PutF64(BeginCell(w, NUMBER, 8, row, cell), value.number); break;
+        case VT_NUMBER: PutF64(BeginCell(w, RECORD_NUMBER_2, 8, row, cell), value.number); break;
         case VT_STRING: {
             if (!TextTail(value.text).empty()) w.save.losses |= LOSS_RICH_TEXT;
             const WideView text = CutText(w.save, TextOf(value), TEXT_MOST);
-            PutU16(BeginCell(w, LABEL, 2, row, cell), static_cast<u32>(text.size()));
+            PutU16(BeginCell(w, RECORD_LABEL_2, 2, row, cell), static_cast<u32>(text.size()));
             WritePocketText(w.save, text);
             break;
         }
         case VT_BOOL:
         case VT_ERROR: {
             const bool error = value.type == VT_ERROR;
-            u8* out = BeginCell(w, BOOLERR, 2, row, cell);
+            u8* out = BeginCell(w, RECORD_BOOLERR_2, 2, row, cell);
             out[0] = error ? BiffFromError(value.error) : static_cast<u8>(value.boolean != 0);
             out[1] = error;
             break;
         }
-        default: BeginCell(w, BLANK, 0, row, cell); break;
+        default: BeginCell(w, RECORD_BLANK_2, 0, row, cell); break;
     }
 }
 
@@ -92,14 +90,14 @@ void WriteFormula(SheetWriting& w, u16 row, const CellRecord& cell) {
         w.save.losses |= LOSS_FORMULAS;
         return WriteValue(w, row, cell);
     }
-    u8* out = BeginCell(w, FORMULA, 11, row, cell);
+    u8* out = BeginCell(w, RECORD_FORMULA, 11, row, cell);
     PutResult(out, cell.value);
     out[8] = cell.formula->alwaysCalculate;
     PutU16(out + 9, length);
     WriteBytes(w.save.writer, w.save.narrowed.out.Data(), length);
     if (cell.value.type != VT_STRING) return;
     const WideView text = CutText(w.save, TextOf(cell.value), TEXT_MOST);
-    PutU16(BeginPocketRecord(w.save.writer, STRING, 2), static_cast<u32>(text.size()));
+    PutU16(BeginPocketRecord(w.save.writer, RECORD_STRING_2, 2), static_cast<u32>(text.size()));
     WritePocketText(w.save, text);
 }
 
@@ -123,7 +121,7 @@ void WriteCells(SheetWriting& w) {
 void WriteWindow(SaveState& save, const Sheet& sheet) {
     const SheetView& view = sheet.view;
     const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
-    u8* out = BeginPocketRecord(save.writer, WINDOW2, 5);
+    u8* out = BeginPocketRecord(save.writer, RECORD_WINDOW2_2, 5);
     PutU16(out, frozen && view.splitRow ? view.frozenFirstRow : view.firstRow);
     out[2] = frozen && view.splitColumn ? view.frozenFirstColumn : view.firstColumn;
     out[3] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | HIDES | VIEW_FROZEN)) ^ HIDES);
@@ -131,7 +129,7 @@ void WriteWindow(SaveState& save, const Sheet& sheet) {
 }
 
 void WriteSelection(SaveState& save, const SheetView& view) {
-    u8* out = BeginPocketRecord(save.writer, SELECTION, 9);
+    u8* out = BeginPocketRecord(save.writer, RECORD_SELECTION, 9);
     PutU16(out, view.activeRow);
     out[2] = view.activeColumn;
     PutU16(out + 3, view.selection.firstRow);
@@ -162,10 +160,10 @@ void NoteLosses(SaveState& save, const Sheet& sheet) {
 
 void WritePocketSheet(SaveState& save, const Sheet& sheet) {
     NoteLosses(save, sheet);
-    u8* height = BeginPocketRecord(save.writer, DEFAULTROWHEIGHT, 4);
+    u8* height = BeginPocketRecord(save.writer, RECORD_DEFAULTROWHEIGHT_2, 4);
     PutU16(height, 0);
     PutU16(height + 2, DefaultRowHeight(sheet));
-    u8* width = BeginPocketRecord(save.writer, DEFCOLWIDTH, 6);
+    u8* width = BeginPocketRecord(save.writer, RECORD_DEFCOLWIDTH, 6);
     PutU16(width, 0);
     PutU16(width + 2, DefaultColumnWidth(sheet));
     PutU16(width + 4, 0);
@@ -174,7 +172,8 @@ void WritePocketSheet(SaveState& save, const Sheet& sheet) {
     SheetWriting w{save, sheet, {}};
     WriteCells(w);
     WriteWindow(save, sheet);
-    if (sheet.viewFlags & VIEW_FROZEN) PutPane(save, sheet.view, BeginPocketRecord(save.writer, PANE, 9));
+    if (sheet.viewFlags & VIEW_FROZEN)
+        PutPane(save, sheet.view, BeginPocketRecord(save.writer, RECORD_PANE, 9));
     WriteSelection(save, sheet.view);
 }
 

@@ -10,9 +10,7 @@
 namespace tally {
 namespace {
 
-constexpr u8 BOF = 9, END = 10, NAME = 24, WINDOW1 = 61, CODEPAGE = 66, BOUNDSHEET = 133, COUNTRY = 140,
-             SCL = 160;
-constexpr u16 VERSION = 270, GLOBALS = 5, WORKSHEET = 16;
+constexpr u16 VERSION = 270;
 constexpr u16 WINDOW_FLAGS = 31;
 constexpr u16 USER_FUNCTION = 255;
 constexpr std::size_t NAME_MOST = 255;
@@ -57,14 +55,15 @@ void WriteZoom(SaveState& save) {
                                     [](const Sheet* sheet) { return sheet->kind == SHEET_WORKSHEET; });
     if (first == sheets.end() || (*first)->zoomPercent == 100) return;
     const i32 divisor = std::gcd((*first)->zoomPercent, 100);
-    WriteWords(save, SCL, {static_cast<u32>((*first)->zoomPercent / divisor), static_cast<u32>(100 / divisor)});
+    WriteWords(save, RECORD_SCL,
+               {static_cast<u32>((*first)->zoomPercent / divisor), static_cast<u32>(100 / divisor)});
 }
 
 void WriteSheetNames(SaveState& save) {
     for (const Sheet* sheet : SavedBook(save).sheets) {
         if (sheet->kind != SHEET_WORKSHEET) continue;
         const WideView name(sheet->name);
-        u8* out = BeginPocketRecord(save.writer, BOUNDSHEET, 2);
+        u8* out = BeginPocketRecord(save.writer, RECORD_BOUNDSHEET, 2);
         out[0] = 0;
         out[1] = static_cast<u8>(name.size());
         WritePocketText(save, name);
@@ -152,7 +151,7 @@ void WriteName(SaveState& save, const PocketNumbers& numbers, const DefinedName&
     u16 length = 0;
     if (HasFormula(name.tokens)) IgnoreFailure(NarrowTokens(save, name.tokens, true, length));
     const u16 sheet = name.sheet ? numbers.sheets[name.sheet - 1u] : NOT_IN_POCKET;
-    u8* out = BeginPocketRecord(save.writer, NAME, 7);
+    u8* out = BeginPocketRecord(save.writer, RECORD_NAME, 7);
     PutU16(out, name.flags);
     out[2] = static_cast<u8>(name.text.Length());
     PutU16(out + 3, length);
@@ -172,15 +171,16 @@ void WriteNames(SaveState& save, const PocketNumbers& numbers) {
 
 void WriteBook(SaveState& save, PocketNumbers& numbers) {
     const Workbook& book = SavedBook(save);
-    WriteWords(save, BOF, {VERSION, GLOBALS});
-    WriteWords(save, CODEPAGE, {book.fileCodePage});
-    if (book.country[0] || book.country[1]) WriteWords(save, COUNTRY, {book.country[0], book.country[1]});
+    WriteWords(save, RECORD_BOF_2, {VERSION, SUBSTREAM_GLOBALS});
+    WriteWords(save, RECORD_CODEPAGE, {book.fileCodePage});
+    if (book.country[0] || book.country[1])
+        WriteWords(save, RECORD_COUNTRY, {book.country[0], book.country[1]});
     WriteZoom(save);
-    WriteWords(save, WINDOW1, {WINDOW_FLAGS, ActiveSheet(save, numbers)});
+    WriteWords(save, RECORD_WINDOW1, {WINDOW_FLAGS, ActiveSheet(save, numbers)});
     WritePocketFormats(save, numbers);
     WriteSheetNames(save);
     WriteNames(save, numbers);
-    WriteWords(save, END, {});
+    WriteWords(save, RECORD_EOF, {});
 }
 
 }  // namespace
@@ -211,9 +211,9 @@ void WritePocket(SaveState& save) {
     if (!save.writer.failed) WriteBook(save, numbers);
     for (const Sheet* sheet : SavedBook(save).sheets) {
         if (sheet->kind != SHEET_WORKSHEET || save.writer.failed) continue;
-        WriteWords(save, BOF, {VERSION, WORKSHEET});
+        WriteWords(save, RECORD_BOF_2, {VERSION, SUBSTREAM_SHEET});
         WritePocketSheet(save, *sheet);
-        WriteWords(save, END, {});
+        WriteWords(save, RECORD_EOF, {});
     }
     save.pocket = nullptr;
 }

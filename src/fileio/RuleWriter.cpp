@@ -9,8 +9,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 FILTERMODE = 155, AUTOFILTERINFO = 157, AUTOFILTER = 158, MERGEDCELLS = 229, CONDFMT = 432,
-              CF = 433, DVAL = 434, DV = 446;
 constexpr u32 MERGES_MOST = 1027;  // of one record
 constexpr u8 CONDITION_NONE = 0, CONDITION_NUMBER = 4, CONDITION_TEXT = 6;
 constexpr std::size_t CONDITION_BYTES = 10;
@@ -91,7 +89,7 @@ void WriteFilterColumn(SaveState& save, u32 index, const FilterColumn& column) {
         WriteBytes(to, bytes.data(), bytes.size());
         if (!to.failed) to.stream[start + i * CONDITION_BYTES + 6] = static_cast<u8>(bytes.size());
     }
-    IgnoreFailure(EndBody(save, AUTOFILTER));
+    IgnoreFailure(EndBody(save, RECORD_AUTOFILTER));
 }
 
 }  // namespace
@@ -101,9 +99,9 @@ void WriteFilterRecords(SaveState& save, const Sheet& sheet) {
     const bool automatic = (sheet.filterState & FILTER_AUTO) != 0;
     const bool hides = (sheet.filterState & FILTER_ADVANCED) ||
                        (automatic && std::any_of(columns.begin(), columns.end(), HasCondition));
-    if (hides) WriteEmptyRecord(save.writer, FILTERMODE);
+    if (hides) WriteEmptyRecord(save.writer, RECORD_FILTERMODE);
     if (!automatic) return;
-    WriteRecordU16(save.writer, AUTOFILTERINFO, columns.Count());
+    WriteRecordU16(save.writer, RECORD_AUTOFILTERINFO, columns.Count());
     for (u32 i = 0; i < columns.Count(); ++i) {
         if (HasCondition(columns[i])) WriteFilterColumn(save, i, columns[i]);
     }
@@ -148,7 +146,7 @@ void WriteMerges(SaveState& save, const Sheet& sheet) {
         BeginBody(save);
         WriteU16(save.body, count);
         for (u32 i = 0; i < count; ++i) PutArea8(save.body, merges[first + i]);
-        IgnoreFailure(EndBody(save, MERGEDCELLS));
+        IgnoreFailure(EndBody(save, RECORD_MERGEDCELLS));
     }
 }
 
@@ -233,12 +231,12 @@ void WriteCondition(SaveState& save, const ConditionalCondition& c) {
     WriteBytes(to, c.formula1.bytes, c.formula1.length);
     WriteBytes(to, c.formula2.bytes, c.formula2.length);
     // A condition that is too long for a record goes without its formulas, so that their count is right.
-    if (EndBody(save, CF)) return;
+    if (EndBody(save, RECORD_CF)) return;
     save.losses |= LOSS_RULES;
     const u32 fixed = StreamOffset(to) - c.formula1.length - c.formula2.length;
     to.stream.Truncate(fixed);
     if (!to.failed) PutU32(to.stream.Data() + 2, 0);
-    IgnoreFailure(EndBody(save, CF));
+    IgnoreFailure(EndBody(save, RECORD_CF));
 }
 
 RefArea BoundOf(const Array<RefArea>& areas) {
@@ -263,7 +261,7 @@ void WriteConditionalFormat(SaveState& save, const ConditionalFormat& format, u3
     PutArea8(to, BoundOf(format.areas));
     WriteU16(to, count);
     for (u32 i = 0; i < count; ++i) PutArea8(to, format.areas[first + i]);
-    IgnoreFailure(EndBody(save, CONDFMT));
+    IgnoreFailure(EndBody(save, RECORD_CONDFMT));
     for (const ConditionalCondition& condition : format.conditions) WriteCondition(save, condition);
 }
 
@@ -302,7 +300,7 @@ bool WriteValidation(SaveState& save, const ValidationRule& rule, u32 first, u32
     PutRuleFormula(to, rule.formula2);
     WriteU16(to, count);
     for (u32 i = 0; i < count; ++i) PutArea8(to, rule.areas[first + i]);
-    return EndBody(save, DV);
+    return EndBody(save, RECORD_DV);
 }
 
 }  // namespace
@@ -318,7 +316,7 @@ void WriteConditionalFormats(SaveState& save, const Sheet& sheet) {
 void WriteValidations(SaveState& save, const Sheet& sheet) {
     if (sheet.validations.IsEmpty() && !sheet.dropDownId && !sheet.promptX && !sheet.promptY) return;
     const u32 countAt = StreamOffset(save.writer) + 4 + 14;
-    u8* out = BeginRecord(save.writer, DVAL, 18);
+    u8* out = BeginRecord(save.writer, RECORD_DVAL, 18);
     PutU16(out, 0);
     PutU32(out + 2, static_cast<u32>(sheet.promptX));
     PutU32(out + 6, static_cast<u32>(sheet.promptY));

@@ -6,8 +6,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 CONTINUE = 60;
-
 // A place in the bodies of an SST record and of the CONTINUE records behind it.
 struct StringReader {
     BiffStream& stream;
@@ -18,7 +16,7 @@ struct StringReader {
     // Goes on with the next record, its first `skip` bytes passed over.
     bool NextBody(std::size_t skip) {
         BiffRecord record;
-        if (PeekRecordId(stream) != CONTINUE || !NextRecord(stream, record)) {
+        if (PeekRecordId(stream) != RECORD_CONTINUE || !NextRecord(stream, record)) {
             ended = true;
             return false;
         }

@@ -10,7 +10,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 SST = 252, EXTSST = 255;
 constexpr u32 BUCKETS = 1027;  // that one EXTSST record has room for
 constexpr u32 SMALLEST_BUCKET = 8;
 constexpr std::size_t TEXT_MOST = 32767;  // characters of a cell
@@ -84,7 +83,7 @@ bool NumberTexts(StringTable& table) {
 // The record body in the making.
 struct StringOutput {
     BiffWriter& to;
-    u16 id = SST;
+    u16 id = RECORD_SST;
     u32 used = 0;
     u8 body[RECORD_ROOM];
 };
@@ -169,7 +168,7 @@ void WriteStringTable(SaveState& save) {
     if (!BuildStringTable(SavedBook(save), table)) save.writer.failed = true;
     if (save.writer.failed) return;
     const u32 bucket = std::max((table.unique + BUCKETS - 1) / BUCKETS, SMALLEST_BUCKET);
-    StringOutput out{save.writer, SST, 8, {}};
+    StringOutput out{save.writer, RECORD_SST, 8, {}};
     PutU32(out.body, table.references);
     PutU32(out.body + 4, table.unique);
     BeginBody(save);
@@ -191,7 +190,7 @@ void WriteStringTable(SaveState& save) {
         PutString(out, text, tail);
     }
     if (out.used) FlushBody(out);
-    IgnoreFailure(EndBody(save, EXTSST));
+    IgnoreFailure(EndBody(save, RECORD_EXTSST));
 }
 
 }  // namespace tally

@@ -12,8 +12,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 SCL = 160, COLINFO = 125, DBCELL = 215, DIMENSIONS = 512, ROW = 520, INDEX = 523, SHEETEXT = 2146;
-constexpr u16 STANDARDWIDTH = 153;
 constexpr i32 BLOCK_ROWS = 32;
 constexpr u32 ROW_RECORD = 20;  // bytes with its header
 constexpr u8 ROW_MARK = 1;
@@ -37,7 +35,7 @@ u32 WriteIndex(SaveState& save, const SheetExtent& extent) {
     const bool form8 = save.biffVersion == 8;
     const u32 head = form8 ? 16 : 12;
     const u32 blocks = static_cast<u32>(extent.lastRow) / BLOCK_ROWS + 1;
-    u8* out = BeginRecord(save.writer, INDEX, head + blocks * 4);
+    u8* out = BeginRecord(save.writer, RECORD_INDEX, head + blocks * 4);
     std::fill(out, out + head + blocks * 4, u8{0});
     if (form8) {
         PutU32(out + 8, static_cast<u32>(extent.lastRow) + 1);
@@ -57,7 +55,7 @@ void WriteCalculationRecords(SaveState& save, const SheetOptions& options) {
 
 void WriteDimensions(SaveState& save, const SheetExtent& extent) {
     const bool form8 = save.biffVersion == 8;
-    u8* out = BeginRecord(save.writer, DIMENSIONS, form8 ? 14 : 10);
+    u8* out = BeginRecord(save.writer, RECORD_DIMENSIONS, form8 ? 14 : 10);
     std::fill(out, out + (form8 ? 14 : 10), u8{0});
     const u32 rows = static_cast<u32>(extent.lastRow) + 1;
     const u32 columns = static_cast<u32>(extent.lastColumn) + 1;
@@ -105,7 +103,7 @@ void WriteGrid(SaveState& save, i32 index) {
     WriteViewRecords(save, sheet, index == SavedBook(save).currentSheet);
     WriteCarried(save, &sheet, SHEET_SELECTION);
     if (!(sheet.viewFlags & VIEW_STANDARD_WIDTH) && sheet.defaultColumnWidth % 256)
-        WriteRecordU16(save.writer, STANDARDWIDTH, sheet.defaultColumnWidth);
+        WriteRecordU16(save.writer, RECORD_STANDARDWIDTH, sheet.defaultColumnWidth);
     WriteCarried(save, &sheet, SHEET_STANDARD_WIDTH);
     if (form8) WriteMerges(save, sheet);
     WriteCarried(save, &sheet, SHEET_MERGES);
@@ -134,7 +132,7 @@ u16 WrittenDefaultHeight(const Sheet& sheet) {
 
 // `info` is null for a row without a record.
 void WriteRow(SaveState& save, const Sheet& sheet, i32 row, const RowInfo* info, i32 lastColumn) {
-    u8* out = BeginRecord(save.writer, ROW, 16);
+    u8* out = BeginRecord(save.writer, RECORD_ROW, 16);
     std::fill(out, out + 16, u8{0});
     PutU16(out, static_cast<u32>(row));
     PutU16(out + 4, static_cast<u32>(lastColumn) + 1);
@@ -195,7 +193,7 @@ void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastCo
         const u32 place = StreamOffset(save.writer);
         PatchU32(save.writer, place, indexBlocks + static_cast<u32>(first / BLOCK_ROWS) * 4);
         const u32 count = static_cast<u32>(end - first);
-        u8* out = BeginRecord(save.writer, DBCELL, 4 + count * 2);
+        u8* out = BeginRecord(save.writer, RECORD_DBCELL, 4 + count * 2);
         PutU32(out, place - start);
         for (u32 i = 0; i < count; ++i) PutU16(out + 4 + i * 2, distances[i]);
     }
@@ -225,7 +223,7 @@ bool NextColumnRun(const Sheet& sheet, u32& at, ColumnRun& run) {
 void WriteColumns(SaveState& save, const Sheet& sheet) {
     ColumnRun run;
     for (u32 i = 0; NextColumnRun(sheet, i, run);) {
-        u8* out = BeginRecord(save.writer, COLINFO, 12);
+        u8* out = BeginRecord(save.writer, RECORD_COLINFO, 12);
         PutU16(out, run.first);
         PutU16(out + 2, run.last);
         PutU16(out + 4, run.width);
@@ -241,15 +239,15 @@ void WriteColumns(SaveState& save, const Sheet& sheet) {
 void WriteZoom(SaveState& save, const Sheet& sheet) {
     if (save.biffVersion != 8 && sheet.zoomPercent == 100) return;
     const i32 divisor = std::gcd(sheet.zoomPercent, 100);
-    WriteRecordU16Pair(save.writer, SCL, static_cast<u32>(sheet.zoomPercent / divisor),
+    WriteRecordU16Pair(save.writer, RECORD_SCL, static_cast<u32>(sheet.zoomPercent / divisor),
                        static_cast<u32>(100 / divisor));
 }
 
 void WriteSheetTail(SaveState& save, const Sheet& sheet) {
     if (!(sheet.kind & SHEET_WITH_CELLS)) WriteZoom(save, sheet);
     if (!sheet.tabColour) return;
-    u8* out = BeginRecord(save.writer, SHEETEXT, 20);
-    const u32 words[] = {SHEETEXT, 0, 0, 20, sheet.tabColour};
+    u8* out = BeginRecord(save.writer, RECORD_SHEETEXT, 20);
+    const u32 words[] = {RECORD_SHEETEXT, 0, 0, 20, sheet.tabColour};
     for (std::size_t i = 0; i < std::size(words); ++i) PutU32(out + i * 4, words[i]);
 }
 
