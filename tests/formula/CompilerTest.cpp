@@ -122,6 +122,14 @@ TEST_F(Compiler, AParenthesisInsideAStringBreaksTheCount) { EXPECT_EQ(Compiled("
 
 TEST_F(Compiler, AnUnclosedStringIsAccepted) { EXPECT_EQ(Compiled("=\"abc"), "170300616263"); }
 
+TEST_F(Compiler, WhatIsCalculatedAgainAfterEachEditSaysSoInFront) {
+    for (const char* formula : {"=INFO(\"RECALC\")", "=NOW()", "=RAND()", "=TODAY()", "=CELL(\"ROW\",B1)",
+                                "=INDIRECT(\"B1\")", "=OFFSET(B1,0,0)", "=1+ABS(INFO(\"RECALC\"))"})
+        EXPECT_EQ(Compiled(formula).substr(0, 8), "19010000") << formula;
+    for (const char* formula : {"=SUBTOTAL(9,B1)", "=INDEX(B1:B2,1)", "=ABS(B1)", "=PI()"})
+        EXPECT_NE(Compiled(formula).substr(0, 8), "19010000") << formula;
+}
+
 TEST_F(Compiler, UnknownNamesAreAddedWithoutAFormula) {
     EXPECT_EQ(Compiled("=foo"), "4301000000");
     ASSERT_EQ(CurrentWorkbook()->names.Count(), 1u);

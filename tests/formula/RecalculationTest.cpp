@@ -97,6 +97,39 @@ TEST_F(Recalculation, VolatileFormulasFollowEveryEditAndNotTheClock) {
     EXPECT_NE(Shown("A1"), first);
 }
 
+TEST_F(Recalculation, WhatReadsMoreThanItsCellsIsStaleAfterEveryEdit) {
+    const std::pair<const char*, bool> rows[] = {
+        {"=INFO(\"NUMFILE\")", true},
+        {"=NOW()", true},
+        {"=RAND()", true},
+        {"=TODAY()", true},
+        {"=CELL(\"ROW\",B1)", true},
+        {"=INDIRECT(\"B1\")", true},
+        {"=OFFSET(B1,0,0)", true},
+        {"=SUBTOTAL(9,B1)", true},
+        {"=SUM(B1:INDEX(B1:B2,2))", true},
+        {"=1+ABS(INFO(\"NUMFILE\"))", true},
+        {"=askedByName", true},
+        {"=restByName", false},
+        {"=INDEX(B1:B2,1)", false},
+        {"=ABS(B1)", false},
+        {"=SUM(B1,B2)", false},
+        {"=HYPERLINK(\"x\")", false},
+        {"=T(B1)", false},
+        {"=PI()", false},
+    };
+    DefineName("askedByName", "=INFO(\"NUMFILE\")");
+    DefineName("restByName", "=Sheet1!$B$1");
+    int row = 1;
+    for (const auto& [formula, always] : rows) Enter("A" + std::to_string(row++), formula);
+    for (int i = 1; i < row; ++i) IgnoreFailure(Shown("A" + std::to_string(i)).empty());
+    Enter("Z9", "1");
+    row = 1;
+    for (const auto& [formula, always] : rows) {
+        EXPECT_EQ(CellAtName("A" + std::to_string(row++))->calcState == CALC_STALE, always) << formula;
+    }
+}
+
 TEST_F(Recalculation, NamesCarryChangesOn) {
     Enter("B1", "3");
     DefineName("base", "=Sheet1!$B$1");
