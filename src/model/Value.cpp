@@ -86,7 +86,7 @@ void SetError(Value& value, i32 error) {
 bool MakePlainText(Value& value) {
     if (value.type != VT_STRING || TextTail(value.text).empty()) return true;
     TextBlock* plain = MakeText(TextView(value.text));
-    FreeValue(value);
+    ClearValue(value);
     if (!plain) return false;
     value = OwnedTextValue(plain);
     return true;

@@ -57,6 +57,35 @@ TEST_F(OwnedValues, ACopyOfATextIsOneMoreUserAndLivesOn) {
     EXPECT_EQ(OwnedTextValue(nullptr).error, ERR_NA);
 }
 
+TEST_F(OwnedValues, ATextPartsFromItsTailOrIsEmpty) {
+    QuietMemoryScope quiet;
+    for (const bool fails : {false, true}) {
+        TextBlock* block = MakeTextRoom(2, 3);
+        ASSERT_TRUE(block);
+        std::copy_n(u"ab", 2, block->characters);
+        std::fill_n(TextTailBytes(block), 3, u8{1});
+        Value text = OwnedTextValue(block), copy;
+        CopyValue(copy, text);
+        if (fails) allocator.FailAt(1);
+        EXPECT_EQ(MakePlainText(copy), !fails);
+        allocator.StopFailing();
+        // The first user keeps its text with the tail.
+        EXPECT_EQ(text.text->users, 1u);
+        EXPECT_EQ(TextTail(text.text).size(), 3u);
+        EXPECT_EQ(copy.type, fails ? VT_EMPTY : VT_STRING);
+        if (!fails) EXPECT_EQ(TextOf(copy), u"ab");
+        if (!fails) EXPECT_TRUE(TextTail(copy.text).empty());
+        ClearValue(copy);
+        ClearValue(text);
+    }
+    Value plain = TextValue(u"x"), number = NumberValue(2);
+    const TextBlock* kept = plain.text;
+    EXPECT_TRUE(MakePlainText(plain) && MakePlainText(number));
+    EXPECT_EQ(plain.text, kept);
+    EXPECT_EQ(number.number, 2);
+    FreeValue(plain);
+}
+
 TEST_F(OwnedValues, ACopyOfAnArrayHasItsOwnElements) {
     Value array = ArrayValue(2, 3), copy;
     ASSERT_EQ(array.type, VT_ARRAY);
