@@ -17,12 +17,8 @@ namespace {
 
 // ---- what refers to a sheet -----------------------------------------------------------------------
 
-const ExternBook* BookOfRow(const Workbook& book, const ExternSheet& row) {
-    const u32 place = static_cast<u32>(row.externBook);
-    return row.externBook >= 0 && place < book.externBooks.Count() ? &book.externBooks[place] : nullptr;
-}
 bool IsSelf(const Workbook& book, const ExternSheet& row) {
-    const ExternBook* link = BookOfRow(book, row);
+    const ExternBook* link = LinkOfRow(book, &row);
     return link && link->kind == EXTERN_SELF;
 }
 
@@ -33,7 +29,7 @@ bool RowsToSheet(i32 from, i32 book, i32 sheet, Array<u8>& ends, Array<u8>& over
     if (!ends.Resize(source.externSheets.Count()) || !over.Resize(source.externSheets.Count())) return false;
     for (u32 i = 0; i < source.externSheets.Count(); ++i) {
         const ExternSheet& row = source.externSheets[i];
-        const ExternBook* link = BookOfRow(source, row);
+        const ExternBook* link = LinkOfRow(source, &row);
         if (from == book && IsSelf(source, row)) {
             ends[i] = row.firstSheet == sheet || row.lastSheet == sheet;
             over[i] = row.firstSheet <= sheet && sheet <= row.lastSheet;

@@ -144,12 +144,10 @@ bool AreaToText(i32 book, i32 sheet, const RefArea& area, u16 flags, i32 row, i3
 
 bool SheetPrefix(i32 book, i32 externIndex, bool withBrackets, bool forceQuotes, WideText& out) {
     const Workbook* workbook = BookAt(book);
-    if (!workbook || externIndex < 0 || static_cast<u32>(externIndex) >= workbook->externSheets.Count())
-        return out.Append(u"#REF!");
-    const ExternSheet& row = workbook->externSheets[static_cast<u32>(externIndex)];
-    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= workbook->externBooks.Count())
-        return out.Append(u"#REF!");
-    const ExternBook& link = workbook->externBooks[static_cast<u32>(row.externBook)];
+    const ExternBook* found = workbook ? LinkAt(*workbook, externIndex) : nullptr;
+    if (!found) return out.Append(u"#REF!");
+    const ExternSheet& row = *ExternRowAt(*workbook, externIndex);
+    const ExternBook& link = *found;
     if (link.kind == EXTERN_CURRENT) return out.Append(u'!');
     if (link.kind == EXTERN_SELF && row.firstSheet == -1) return out.Append(u"#REF!");
     WideText sheets, path;

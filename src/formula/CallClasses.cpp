@@ -14,11 +14,6 @@ constexpr u16 variableReferences[] = {150, 100, 1,  29,
 // them.
 constexpr u16 variableArrays[] = {93, 166, 188, 49, 50, 51, 52};
 
-template <std::size_t N>
-bool Holds(const u16 (&ids)[N], u16 id) {
-    return std::find(std::begin(ids), std::end(ids), id) != std::end(ids);
-}
-
 char ValueArgumentLetter(char wanted, bool arrayMode) {
     if (arrayMode && wanted != 'V') return 'A';
     if (wanted == 'T' || wanted == 'R') return arrayMode ? 'V' : 'T';
@@ -48,7 +43,7 @@ bool IsFixedFunction(const FunctionEntry& entry) {
 }
 
 u32 FixedCallClass(u16 id, char wanted, bool arrayMode) {
-    const bool isRef = Holds(fixedReferences, id);
+    const bool isRef = IsOneOf(fixedReferences, id);
     switch (wanted) {
         case 'R': return isRef ? CLASS_REFERENCE : arrayMode ? CLASS_ARRAY : CLASS_VALUE;
         case 'T': return arrayMode ? CLASS_ARRAY : CLASS_VALUE;
@@ -61,8 +56,8 @@ u32 FixedCallClass(u16 id, char wanted, bool arrayMode) {
 }
 
 u32 VariableCallClass(u16 id, char wanted, bool arrayMode) {
-    const bool isRef = Holds(variableReferences, id);
-    const bool isArray = Holds(variableArrays, id) || arrayMode;
+    const bool isRef = IsOneOf(variableReferences, id);
+    const bool isArray = IsOneOf(variableArrays, id) || arrayMode;
     switch (wanted) {
         case 'R': return isRef ? CLASS_REFERENCE : isArray ? CLASS_ARRAY : CLASS_VALUE;
         case 'T': return isArray ? CLASS_ARRAY : CLASS_VALUE;

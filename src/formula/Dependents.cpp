@@ -79,10 +79,8 @@ bool EnterArea(DependentIndex& index, u32 serial, const RefArea& area, u32 numbe
 }
 
 bool FollowsUser(const Workbook& book, i32 externIndex) {
-    if (externIndex < 0 || static_cast<u32>(externIndex) >= book.externSheets.Count()) return false;
-    const i16 row = book.externSheets[static_cast<u32>(externIndex)].externBook;
-    return row >= 0 && static_cast<u32>(row) < book.externBooks.Count() &&
-           book.externBooks[static_cast<u32>(row)].kind == EXTERN_CURRENT;
+    const ExternBook* link = LinkAt(book, externIndex);
+    return link && link->kind == EXTERN_CURRENT;
 }
 
 bool EnterPrecedents(DependentIndex& index, const FormulaCell& formula, u32 number, bool& everything) {

@@ -12,6 +12,7 @@
 #include "formula/Operators.h"
 #include "formula/TokenWalk.h"
 #include "formula/ValueStack.h"
+#include "model/AreaList.h"
 #include "model/CellStore.h"
 
 namespace tally {
@@ -129,12 +130,6 @@ void AddContext(RefArea& area, u8 nibble, i32 row, i32 column) {
 }
 
 // Corners in order, whatever a file or an offset made of them.
-RefArea Ordered(RefArea area) {
-    if (area.firstRow > area.lastRow) std::swap(area.firstRow, area.lastRow);
-    if (area.firstColumn > area.lastColumn) std::swap(area.firstColumn, area.lastColumn);
-    return area;
-}
-
 void PushLocalReference(Run& run, const u8* token) {
     const u8 folded = FoldToken(*token);
     const bool oneCell = folded == ptgRef || folded == ptgRefN;
@@ -143,7 +138,7 @@ void PushLocalReference(Run& run, const u8* token) {
     RefArea area = ReadArea(token + 1, oneCell, nibble);
     if (offsets) NoteEvaluation(NOTE_PLACE);
     if (offsets) AddContext(area, nibble, run.context.row, run.context.column);
-    run.stack.Push(AreaValue(Ordered(area)));
+    run.stack.Push(AreaValue(OrderedArea(area)));
     if (run.stack.Failed() || folded == ptgAreaN) return;
     ApplyClass(run, *token, folded == ptgRef);
 }
@@ -151,7 +146,7 @@ void PushLocalReference(Run& run, const u8* token) {
 void PushOutsideReference(Run& run, const u8* token) {
     const bool oneCell = FoldToken(*token) == ptgRef3d;
     u8 nibble = 0;
-    const RefArea area = Ordered(ReadArea(token + 3, oneCell, nibble));
+    const RefArea area = OrderedArea(ReadArea(token + 3, oneCell, nibble));
     Value reference = RefValue(ReadU16(token + 1), 1);
     if (reference.type == VT_REF) reference.areas->areas[0] = area;
     const bool made = reference.type == VT_REF;
@@ -363,15 +358,8 @@ void CallEntry(Call& call, const FunctionEntry& entry, bool addIn, Value& result
 // The row of the add-in function that a call's first argument stands for, or -1.
 i32 AddInRow(const Value& target, const EvalContext& context) {
     const Workbook* book = BookAt(context.book);
-    if (target.type != VT_REF || !book || target.externIndex < 0 ||
-        static_cast<u32>(target.externIndex) >= book->externSheets.Count()) {
-        return -1;
-    }
-    const i16 row = book->externSheets[static_cast<u32>(target.externIndex)].externBook;
-    if (row < 0 || static_cast<u32>(row) >= book->externBooks.Count() ||
-        book->externBooks[static_cast<u32>(row)].kind != EXTERN_ADDIN) {
-        return -1;
-    }
+    const ExternBook* link = target.type == VT_REF && book ? LinkAt(*book, target.externIndex) : nullptr;
+    if (!link || link->kind != EXTERN_ADDIN) return -1;
     const i32 function = MAIN_FUNCTIONS + target.areas->areas[0].firstRow;
     return function < FUNCTION_ROWS ? function : -1;
 }

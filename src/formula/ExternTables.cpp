@@ -7,11 +7,6 @@ namespace {
 
 constexpr u32 MAX_ROWS_OF_A_TABLE = 32766;  // indexes are 16-bit and signed in ExternSheet
 
-WideView LastElement(WideView path) {
-    const std::size_t cut = path.find_last_of(u"\\/\u0001\u0002\u0003");
-    return cut == WideView::npos ? path : path.substr(cut + 1);
-}
-
 // Sheet of an open book by its place in a link's list of names; -1 when it is not there.
 i32 LinkedSheet(const ExternBook& link, i32 book, i16 nameIndex) {
     if (nameIndex == EXTERN_NO_SHEET) return EXTERN_NO_SHEET;
@@ -21,10 +16,10 @@ i32 LinkedSheet(const ExternBook& link, i32 book, i16 nameIndex) {
 
 bool Resolve(i32 externIndex, ResolvedRef& ref, bool mayOpen) {
     const Workbook* book = BookAt(ref.book);
-    if (!book || externIndex < 0 || static_cast<u32>(externIndex) >= book->externSheets.Count()) return false;
-    const ExternSheet row = book->externSheets[static_cast<u32>(externIndex)];
-    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= book->externBooks.Count()) return false;
-    switch (book->externBooks[static_cast<u32>(row.externBook)].kind) {
+    const ExternBook* link = book ? LinkAt(*book, externIndex) : nullptr;
+    if (!link) return false;
+    const ExternSheet row = *ExternRowAt(*book, externIndex);
+    switch (link->kind) {
         case EXTERN_SELF:
             ref.targetBook = ref.book;
             ref.firstSheet = row.firstSheet;
@@ -38,16 +33,15 @@ bool Resolve(i32 externIndex, ResolvedRef& ref, bool mayOpen) {
         case EXTERN_FILE: break;
         default: return false;
     }
-    const WideView path = book->externBooks[static_cast<u32>(row.externBook)].path;
-    ref.targetBook = mayOpen ? FindOrOpenLinkedBook(ref.book, row.externBook) : FindOpenBook(path, false);
+    ref.targetBook = mayOpen ? FindOrOpenLinkedBook(ref.book, row.externBook) : FindOpenBook(link->path, false);
     if (ref.targetBook < 0) {
         if (mayOpen) NoteEvaluation(NOTE_AWAY);
         return false;
     }
     // Opening may have moved the table of books.
-    const ExternBook& link = BookAt(ref.book)->externBooks[static_cast<u32>(row.externBook)];
-    ref.firstSheet = LinkedSheet(link, ref.targetBook, row.firstSheet);
-    ref.lastSheet = LinkedSheet(link, ref.targetBook, row.lastSheet);
+    link = LinkOfRow(*BookAt(ref.book), &row);
+    ref.firstSheet = LinkedSheet(*link, ref.targetBook, row.firstSheet);
+    ref.lastSheet = LinkedSheet(*link, ref.targetBook, row.lastSheet);
     return ref.firstSheet != -1 && ref.lastSheet != -1;
 }
 
@@ -96,10 +90,10 @@ i32 FindOrAddExternBook(Workbook& book, u32 kind) {
 }
 
 i32 FindOrAddLink(Workbook& book, WideView otherBookPath) {
-    const WideView wanted = LastElement(otherBookPath);
+    const WideView wanted = LinkFileName(otherBookPath);
     for (u32 i = 0; i < book.externBooks.Count(); ++i) {
         const ExternBook& row = book.externBooks[i];
-        if (row.kind == EXTERN_FILE && EqualIgnoringCase(LastElement(row.path), wanted))
+        if (row.kind == EXTERN_FILE && EqualIgnoringCase(LinkFileName(row.path), wanted))
             return static_cast<i32>(i);
     }
     WideText stored;

@@ -208,10 +208,9 @@ void PushNameX(Printer& p, u32 at) {
     const Workbook* book = BookAt(p.book);
     const u32 externIndex = ReadU16(p.At(at + 1));
     const u32 name = ReadU16(p.At(at + 3));
-    if (!book || externIndex >= book->externSheets.Count()) return p.Push(p.Text(u"#REF!"));
-    const i16 row = book->externSheets[externIndex].externBook;
-    if (row < 0 || static_cast<u32>(row) >= book->externBooks.Count()) return p.Push(p.Text(u"#REF!"));
-    const ExternBook& link = book->externBooks[static_cast<u32>(row)];
+    const ExternBook* found = book ? LinkAt(*book, static_cast<i32>(externIndex)) : nullptr;
+    if (!found) return p.Push(p.Text(u"#REF!"));
+    const ExternBook& link = *found;
     WideView text = u"#NAME?";
     if (link.kind == EXTERN_SELF) {
         if (name >= 1 && name <= book->names.Count()) text = book->names[name - 1].text;

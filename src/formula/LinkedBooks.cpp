@@ -23,10 +23,11 @@ char16_t SeparatorOf(WideView path) {
 
 // Whether a token leads through a link of kind EXTERN_FILE; `externBook` gets its row.
 bool LeadsToFile(const Workbook& book, u32 externIndex, i32& externBook) {
-    if (externIndex >= book.externSheets.Count()) return false;
-    externBook = book.externSheets[externIndex].externBook;
-    return externBook >= 0 && static_cast<u32>(externBook) < book.externBooks.Count() &&
-           book.externBooks[static_cast<u32>(externBook)].kind == EXTERN_FILE;
+    const ExternSheet* row = ExternRowAt(book, static_cast<i32>(externIndex));
+    const ExternBook* link = LinkOfRow(book, row);
+    if (!link || link->kind != EXTERN_FILE) return false;
+    externBook = row->externBook;
+    return true;
 }
 
 enum LinkUse : u32 { USES_NONE = 0, USES_OPEN = 1, USES_CLOSED = 2 };

@@ -26,16 +26,6 @@ i32 EffectiveName(const Workbook& book, u32 index, i32 sheet) {
     return HasTokens(book, global) ? global : -1;
 }
 
-// The row of links that a mention goes through; null when it is damaged.
-const ExternBook* LinkOf(const NameMention& mention, const Workbook& book) {
-    if (mention.externIndex < 0 || static_cast<u32>(mention.externIndex) >= book.externSheets.Count())
-        return nullptr;
-    const i16 row = book.externSheets[static_cast<u32>(mention.externIndex)].externBook;
-    return row >= 0 && static_cast<u32>(row) < book.externBooks.Count()
-               ? &book.externBooks[static_cast<u32>(row)]
-               : nullptr;
-}
-
 // A name that is looked up by its text in the book that a row of links leads to.
 NameMeaning FindElsewhere(const NameMention& mention, i32 book, bool mayOpen) {
     NameMeaning meaning;
@@ -80,7 +70,7 @@ NameMeaning FindMeaning(const NameMention& mention, i32 book, i32 sheet, bool ma
         meaning.name = EffectiveName(*own, mention.index, sheet + 1);
         return meaning;
     }
-    const ExternBook* link = LinkOf(mention, *own);
+    const ExternBook* link = LinkAt(*own, mention.externIndex);
     if (!link) return meaning;
     if (link->kind == EXTERN_SELF) {
         const i16 scope = own->externSheets[static_cast<u32>(mention.externIndex)].firstSheet;
@@ -99,7 +89,7 @@ NameMeaning FindMeaning(const NameMention& mention, i32 book, i32 sheet, bool ma
 }
 
 WideView MentionText(const NameMention& mention, const Workbook& book) {
-    const ExternBook* link = LinkOf(mention, book);
+    const ExternBook* link = LinkAt(book, mention.externIndex);
     if (mention.externIndex >= 0 && !link) return {};
     if (!link || link->kind == EXTERN_SELF)
         return mention.index >= 1 && mention.index <= book.names.Count()

@@ -5,6 +5,7 @@
 #include "formula/DataTables.h"
 #include "formula/FormulaTypes.h"
 #include "formula/Links.h"
+#include "model/AreaList.h"
 
 namespace tally {
 namespace {
@@ -14,29 +15,18 @@ constexpr u16 volatileVariable[] = {125, 148, 78, 344};  // CELL INDIRECT OFFSET
 
 constexpr u16 FUNCTION_HYPERLINK = 359;
 
-template <std::size_t N>
-bool Holds(const u16 (&ids)[N], u16 id) {
-    return std::find(std::begin(ids), std::end(ids), id) != std::end(ids);
-}
-
 bool IsVolatileCall(const FormulaTokens& tokens, u32 at) {
     const u8 folded = FoldToken(tokens.bytes[at]);
     if (folded == ptgFunc && at + 3 <= tokens.length)
-        return Holds(volatileFixed, ReadU16(tokens.bytes + at + 1));
+        return IsOneOf(volatileFixed, ReadU16(tokens.bytes + at + 1));
     if (folded == ptgFuncVar && at + 4 <= tokens.length)
-        return Holds(volatileVariable, ReadU16(tokens.bytes + at + 2));
+        return IsOneOf(volatileVariable, ReadU16(tokens.bytes + at + 2));
     return false;
 }
 
 bool IsHyperlinkCall(const FormulaTokens& tokens, u32 at) {
     return FoldToken(tokens.bytes[at]) == ptgFuncVar && at + 4 <= tokens.length &&
            ReadU16(tokens.bytes + at + 2) == FUNCTION_HYPERLINK;
-}
-
-RefArea Ordered(RefArea area) {
-    if (area.firstRow > area.lastRow) std::swap(area.firstRow, area.lastRow);
-    if (area.firstColumn > area.lastColumn) std::swap(area.firstColumn, area.lastColumn);
-    return area;
 }
 
 // ---- what SUMIF adds up ---------------------------------------------------------------------------
@@ -74,10 +64,10 @@ void StepOperands(OperandStack& stack, const u8* token) {
     const u8 folded = FoldToken(*token);
     u8 nibble = 0;
     switch (folded) {
-        case ptgRef: return stack.Push({true, Ordered(ReadRefOperand(token + 1, nibble))});
-        case ptgArea: return stack.Push({true, Ordered(ReadAreaOperand(token + 1, nibble))});
-        case ptgRef3d: return stack.Push({true, Ordered(ReadRefOperand(token + 3, nibble))});
-        case ptgArea3d: return stack.Push({true, Ordered(ReadAreaOperand(token + 3, nibble))});
+        case ptgRef: return stack.Push({true, OrderedArea(ReadRefOperand(token + 1, nibble))});
+        case ptgArea: return stack.Push({true, OrderedArea(ReadAreaOperand(token + 1, nibble))});
+        case ptgRef3d: return stack.Push({true, OrderedArea(ReadRefOperand(token + 3, nibble))});
+        case ptgArea3d: return stack.Push({true, OrderedArea(ReadAreaOperand(token + 3, nibble))});
         case ptgFunc:
         case ptgFuncVar: return stack.Replace(ArgumentsOfCall(token, folded));
         case ptgUplus:
@@ -131,8 +121,8 @@ bool NextPrecedent(const FormulaTokens& tokens, u32& at, TokenPrecedent& out) {
         if (start + (oneCell ? 4 : 8) > tokens.length) return false;
         u8 nibble = 0;
         out.externIndex = outside ? ReadU16(tokens.bytes + here + 1) : -1;
-        out.area = Ordered(oneCell ? ReadRefOperand(tokens.bytes + start, nibble)
-                                   : ReadAreaOperand(tokens.bytes + start, nibble));
+        out.area = OrderedArea(oneCell ? ReadRefOperand(tokens.bytes + start, nibble)
+                                       : ReadAreaOperand(tokens.bytes + start, nibble));
         out.area = SummedArea(tokens, here, at, out.area);
         return true;
     }

@@ -142,10 +142,8 @@ enum SheetRole : u8 { NOT_ON_SHEET, ON_SHEET, OVER_SHEET };
 // "!" references follow nobody.
 SheetRole RoleOfExternRow(const AreaMove& move, i32 book, i32 externIndex) {
     const Workbook& own = *BookAt(book);
-    if (static_cast<u32>(externIndex) >= own.externSheets.Count()) return NOT_ON_SHEET;
-    const ExternSheet& row = own.externSheets[static_cast<u32>(externIndex)];
-    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= own.externBooks.Count()) return NOT_ON_SHEET;
-    if (own.externBooks[static_cast<u32>(row.externBook)].kind == EXTERN_CURRENT) return NOT_ON_SHEET;
+    const ExternBook* link = LinkAt(own, externIndex);
+    if (!link || link->kind == EXTERN_CURRENT) return NOT_ON_SHEET;
     ResolvedRef ref;
     ref.book = book;
     if (!ResolveOpenExternRef(externIndex, ref) || ref.targetBook != move.book) return NOT_ON_SHEET;

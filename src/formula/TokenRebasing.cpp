@@ -79,14 +79,9 @@ void RebasePosition(const TokenRebase& rebase, FormulaTokens& tokens, TokenRefer
 
 // ---- extern rows ----------------------------------------------------------------------------------
 
-const ExternSheet* ExternRowAt(const Workbook& book, i32 externIndex) {
-    if (externIndex < 0 || static_cast<u32>(externIndex) >= book.externSheets.Count()) return nullptr;
-    const ExternSheet& row = book.externSheets[static_cast<u32>(externIndex)];
-    if (row.externBook < 0 || static_cast<u32>(row.externBook) >= book.externBooks.Count()) return nullptr;
-    return &row;
-}
-const ExternBook& BookOfRow(const Workbook& book, const ExternSheet& row) {
-    return book.externBooks[static_cast<u32>(row.externBook)];
+// A row that leads through a link; null for the others.
+const ExternSheet* LinkedRowAt(const Workbook& book, i32 externIndex) {
+    return LinkAt(book, externIndex) ? ExternRowAt(book, externIndex) : nullptr;
 }
 
 // A link of the source book to a file that is not open, as a link of the target book; -1 on failure.
@@ -107,9 +102,9 @@ i32 CopySheetName(const ExternBook& from, ExternBook& to, i16 sheet) {
 i32 CopyExternRow(const TokenRebase& rebase, i32 externIndex) {
     const Workbook& source = *BookAt(rebase.sourceBook);
     Workbook& target = *BookAt(rebase.targetBook);
-    const ExternSheet* row = ExternRowAt(source, externIndex);
+    const ExternSheet* row = LinkedRowAt(source, externIndex);
     if (!row) return -1;
-    const ExternBook& link = BookOfRow(source, *row);
+    const ExternBook& link = *LinkOfRow(source, row);
     if (link.kind == EXTERN_CURRENT || link.kind == EXTERN_ADDIN) {
         const i32 special = FindOrAddExternBook(target, link.kind);
         return special < 0 ? -1 : FindExternSheet(target, special, row->firstSheet, row->lastSheet);
@@ -176,7 +171,7 @@ NamePlace PlaceOfName(const TokenRebase& rebase, i32 owner, WideView text, u16 s
 // A name of a link that the source book has.
 NamePlace PlaceOfLinkedName(const TokenRebase& rebase, const ExternSheet& row, u32 name) {
     const Workbook& source = *BookAt(rebase.sourceBook);
-    const ExternBook& link = BookOfRow(source, row);
+    const ExternBook& link = *LinkOfRow(source, &row);
     if (link.kind == EXTERN_SELF) {
         if (name < 1 || name > source.names.Count()) return {};
         const DefinedName& own = source.names[name - 1];
@@ -206,7 +201,7 @@ NamePlace PlaceOfLinkedName(const TokenRebase& rebase, const ExternSheet& row, u
 }
 
 void RebaseLinkedName(const TokenRebase& rebase, u8* operand) {
-    const ExternSheet* row = ExternRowAt(*BookAt(rebase.sourceBook), ReadU16(operand));
+    const ExternSheet* row = LinkedRowAt(*BookAt(rebase.sourceBook), ReadU16(operand));
     if (!row) return;
     const ExternSheet held = *row;
     const NamePlace place = PlaceOfLinkedName(rebase, held, ReadU16(operand + 2));
@@ -301,8 +296,8 @@ void RebaseNames(const TokenRebase& rebase, FormulaTokens& tokens) {
 }
 
 bool IsSelfRow(const Workbook& book, i32 externIndex) {
-    const ExternSheet* row = ExternRowAt(book, externIndex);
-    return row && BookOfRow(book, *row).kind == EXTERN_SELF;
+    const ExternBook* link = LinkAt(book, externIndex);
+    return link && link->kind == EXTERN_SELF;
 }
 
 // Calls visit(bytes of the 1-based row) for every token that uses a name of its own book.

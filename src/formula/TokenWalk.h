@@ -130,4 +130,12 @@ RefArea ReadRefOperand(const u8* operand, u8& nibble);
 void WriteAreaOperand(u8* operand, const RefArea& area, u8 nibble);
 void WriteRefOperand(u8* operand, u16 row, u8 column, u8 nibble);
 
+// Whether a function number is in a list.
+template <std::size_t N>
+bool IsOneOf(const u16 (&ids)[N], u16 id) {
+    for (const u16 each : ids)
+        if (each == id) return true;
+    return false;
+}
+
 }  // namespace tally

@@ -47,6 +47,12 @@ bool JoinAlong(Array<RefArea>& areas, Direction along) {
 
 }  // namespace
 
+RefArea OrderedArea(RefArea area) {
+    if (area.firstRow > area.lastRow) std::swap(area.firstRow, area.lastRow);
+    if (area.firstColumn > area.lastColumn) std::swap(area.firstColumn, area.lastColumn);
+    return area;
+}
+
 void MergeAreas(Array<RefArea>& areas) {
     bool joined = true;
     while (joined) {

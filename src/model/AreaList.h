@@ -5,6 +5,9 @@
 
 namespace tally {
 
+// The same area with its ends in order.
+RefArea OrderedArea(RefArea area);
+
 // Joins any two areas that share both columns and touch, or both rows and touch, until no pair is left.
 void MergeAreas(Array<RefArea>& areas);
 // By first row, first column, last row, last column.

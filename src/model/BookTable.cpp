@@ -72,12 +72,6 @@ i32 NextVisibleBook(i32 book) {
     return -1;
 }
 
-// Last element of a stored or plain path; character 3 separates directories in the stored form.
-WideView LastElement(WideView path) {
-    const std::size_t cut = path.find_last_of(u"\\/\u0001\u0002\u0003");
-    return cut == WideView::npos ? path : path.substr(cut + 1);
-}
-
 // Marks what the links of `book` reach, with an explicit list instead of recursion.
 bool MarkReached(i32 book, Array<u8>& reached) {
     Array<i32> waiting;
@@ -90,7 +84,7 @@ bool MarkReached(i32 book, Array<u8>& reached) {
             if (link.kind != EXTERN_FILE) continue;
             for (u32 i = 0; i < bookTable.books.Count(); ++i) {
                 if (reached[i] ||
-                    !EqualIgnoringCase(LastElement(link.path), FileNameOf(bookTable.books[i]->path)))
+                    !EqualIgnoringCase(LinkFileName(link.path), FileNameOf(bookTable.books[i]->path)))
                     continue;
                 reached[i] = 1;
                 if (!waiting.Append(static_cast<i32>(i))) return false;
@@ -325,12 +319,29 @@ i32 PreviousSheet(i32 book) { return StepToSheet(book, -1); }
 i32 NextSheet(i32 book) { return StepToSheet(book, 1); }
 
 i32 FindOpenBook(WideView path, bool visibleOnly) {
-    const WideView wanted = LastElement(path);
+    const WideView wanted = LinkFileName(path);
     for (u32 i = 0; i < bookTable.books.Count(); ++i) {
         if (visibleOnly && bookTable.books[i]->hiddenLink) continue;
         if (EqualIgnoringCase(FileNameOf(bookTable.books[i]->path), wanted)) return static_cast<i32>(i);
     }
     return -1;
+}
+
+WideView LinkFileName(WideView path) {
+    const std::size_t cut = path.find_last_of(u"\\/\u0001\u0002\u0003");
+    return cut == WideView::npos ? path : path.substr(cut + 1);
+}
+
+const ExternSheet* ExternRowAt(const Workbook& book, i32 index) {
+    return index >= 0 && static_cast<u32>(index) < book.externSheets.Count()
+               ? &book.externSheets[static_cast<u32>(index)]
+               : nullptr;
+}
+
+const ExternBook* LinkOfRow(const Workbook& book, const ExternSheet* row) {
+    return row && row->externBook >= 0 && static_cast<u32>(row->externBook) < book.externBooks.Count()
+               ? &book.externBooks[static_cast<u32>(row->externBook)]
+               : nullptr;
 }
 
 }  // namespace tally

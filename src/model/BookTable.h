@@ -72,4 +72,13 @@ struct ModelCalls {
 };
 ModelCalls& Calls();
 
+// The last element of a stored or plain path; characters 1 to 3 separate directories in the stored form.
+WideView LinkFileName(WideView path);
+// The row of an extern index, and the link that it goes through; null when there is none.
+const ExternSheet* ExternRowAt(const Workbook& book, i32 index);
+const ExternBook* LinkOfRow(const Workbook& book, const ExternSheet* row);
+inline const ExternBook* LinkAt(const Workbook& book, i32 index) {
+    return LinkOfRow(book, ExternRowAt(book, index));
+}
+
 }  // namespace tally
