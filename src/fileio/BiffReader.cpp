@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "base/Platform.h"
+#include "fileio/FormulaRecords.h"
 
 namespace tally {
 
@@ -65,13 +66,13 @@ std::size_t ReadBiffString(ByteView bytes, u8 biffVersion, u16 codePage, std::si
 
 double DecodeRk(u32 rk) {
     double number = 0;
-    if (rk & 2) {
+    if (rk & RK_WHOLE) {
         number = static_cast<i32>(rk) >> 2;
     } else {
         number = std::bit_cast<double>(u64{rk & 0xFFFFFFFCu} << 32);
     }
     // A division gives back the number that was divided into the hundredths to the bit.
-    return rk & 1 ? number / 100 : number;
+    return rk & RK_HUNDREDTHS ? number / 100 : number;
 }
 
 }  // namespace tally

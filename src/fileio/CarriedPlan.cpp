@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "fileio/CarriedRecords.h"
+#include "fileio/CompoundTypes.h"
 #include "formula/TokenWalk.h"
 #include "model/Carried.h"
 
@@ -12,7 +13,6 @@ namespace tally {
 namespace {
 
 constexpr u16 ART_ANCHOR = 0xF010;
-constexpr u8 KIND_ROOT = 5;
 
 struct KindRange {
     u16 first, last;

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "fileio/BiffReader.h"
+#include "fileio/FormulaRecords.h"
 #include "fileio/RichText.h"
 #include "fileio/SaveState.h"
 #include "model/CellStore.h"
@@ -16,10 +17,6 @@ namespace {
 constexpr u16 TEXT_FORMAT = 49;  // its numbers stand alone
 constexpr u64 RK_LOST_BITS = 0x3FFFFFFFF;
 constexpr i32 RK_WHOLE_MOST = (1 << 29) - 1;
-constexpr u32 RK_HUNDREDTHS = 1, RK_WHOLE = 2;
-constexpr std::size_t FORMULA_HEAD = 22, ARRAY_HEAD = 14;
-constexpr u16 LAST_ROW_95 = 0x3FFF;
-constexpr u8 NOT_AVAILABLE[] = {ptgErr, 42};
 
 bool EncodeWhole(double number, u32& rk) {
     if (!(number >= -RK_WHOLE_MOST - 1 && number <= RK_WHOLE_MOST)) return false;
@@ -108,7 +105,7 @@ u32 WriteNumbers(CellWriting& w, const CellRow& row, u32 first) {
 
 // Runs in bytes; what lies beyond the 255th character or font has none. False when there is nothing to write.
 bool WriteRuns95(SaveState& save, ByteView runs) {
-    constexpr u32 MOST = 255, RECORD_MOST = 2080;
+    constexpr u32 MOST = 255, RECORD_MOST = RECORD_ROOM_95;
     const u32 used = save.body.stream.Count() + 1;
     const u32 room = used < RECORD_MOST ? (RECORD_MOST - used) / 2 : 0;
     u32 count = 0;
@@ -191,8 +188,8 @@ void WriteFormulaRecord(CellWriting& w, u16 row, const CellRecord& cell, const T
     PutU16(head + 2, cell.column);
     PutU16(head + 4, cell.format);
     PutResult(head + 6, cell.value);
-    PutU16(head + 14, cell.formula->alwaysCalculate);
-    PutU16(head + 20, image.length);
+    PutU16(head + FORMULA_FLAGS_AT, cell.formula->alwaysCalculate);
+    PutU16(head + FORMULA_LENGTH_AT, image.length);
     WriteRecordHeader(w.save.writer, RECORD_FORMULA, sizeof head + image.bytes.size());
     WriteBytes(w.save.writer, head, sizeof head);
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
@@ -204,7 +201,7 @@ void WriteArrayRecord(CellWriting& w, const RefArea& area, const TokenImage& ima
     PutU16(head + 2, w.save.biffVersion == 8 ? area.lastRow : std::min(area.lastRow, LAST_ROW_95));
     head[4] = area.firstColumn;
     head[5] = area.lastColumn;
-    PutU16(head + 12, image.length);
+    PutU16(head + ARRAY_HEAD - 2, image.length);
     WriteRecordHeader(w.save.writer, RECORD_ARRAY, sizeof head + image.bytes.size());
     WriteBytes(w.save.writer, head, sizeof head);
     WriteBytes(w.save.writer, image.bytes.data(), image.bytes.size());
@@ -249,7 +246,7 @@ void PutResult(u8* out, const Value& value) {
     std::fill(out, out + 8, u8{0});
     if (value.type == VT_NUMBER && std::isfinite(value.number)) return PutF64(out, value.number);
     if (value.type == VT_EMPTY) return;
-    PutU16(out + 6, 0xFFFF);
+    PutU16(out + 6, NOT_A_NUMBER);
     if (value.type == VT_STRING) return;
     out[0] = value.type == VT_BOOL ? 1 : 2;
     const i32 error = value.type == VT_ERROR ? value.error : i32{ERR_NUM};

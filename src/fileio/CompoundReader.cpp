@@ -2,21 +2,10 @@
 
 #include "base/Text.h"
 #include "fileio/BiffReader.h"
+#include "fileio/CompoundTypes.h"
 
 namespace tally {
 namespace {
-
-constexpr std::size_t SECTOR = 512;
-constexpr std::size_t MINI_SECTOR = 64;
-constexpr std::size_t ENTRY = 128;
-constexpr u32 END_OF_CHAIN = 0xFFFFFFFE;
-constexpr u32 HEADER_FAT_SECTORS = 109;
-constexpr u32 MINI_STREAM_LIMIT = 4096;
-
-constexpr std::size_t AT_FIRST_DIRECTORY = 48;
-constexpr std::size_t AT_FIRST_MINI_FAT = 60;
-constexpr std::size_t AT_FIRST_DIFAT = 68;
-constexpr std::size_t AT_FAT_LIST = 76;
 
 struct CompoundFile {
     ByteView bytes;
@@ -50,10 +39,10 @@ bool ReadDifat(CompoundFile& file) {
     for (u32 steps = 0; steps < file.sectors / 128 + 1; ++steps) {
         const ByteView body = SectorAt(file, sector);
         if (body.empty()) break;
-        for (std::size_t i = 0; i < 127; ++i) {
+        for (std::size_t i = 0; i < DIFAT_ENTRIES; ++i) {
             if (!file.difat.Append(LongAt(body, i * 4))) return false;
         }
-        sector = LongAt(body, 127 * 4);
+        sector = LongAt(body, DIFAT_ENTRIES * 4);
     }
     return true;
 }
@@ -86,8 +75,6 @@ bool LiesInOnePiece(const CompoundFile& file, const DirectoryEntry& entry) {
 }
 
 // ---- the directory ------------------------------------------------------------------------------------
-
-enum EntryType : u8 { ENTRY_STORAGE = 1, ENTRY_STREAM = 2 };
 
 // In which storage an entry lies, as far as the trees tell.
 enum EntryPlace : u8 { PLACE_UNKNOWN, PLACE_ROOT, PLACE_INSIDE };
@@ -135,7 +122,7 @@ bool ReadDirectory(const CompoundFile& file, Directory& directory) {
     if (!MarkTree(directory, LongAt(directory.Entry(0), 76), PLACE_ROOT, open)) return false;
     for (u32 i = 1; i < directory.Count(); ++i) {
         const ByteView entry = directory.Entry(i);
-        if (ByteAt(entry, 66) == ENTRY_STORAGE && !MarkTree(directory, LongAt(entry, 76), PLACE_INSIDE, open))
+        if (ByteAt(entry, 66) == KIND_STORAGE && !MarkTree(directory, LongAt(entry, 76), PLACE_INSIDE, open))
             return false;
     }
     return true;
@@ -146,7 +133,7 @@ bool FindStream(const Directory& directory, WideView name, DirectoryEntry& found
     for (const EntryPlace place : {PLACE_ROOT, PLACE_UNKNOWN}) {
         for (u32 i = 0; i < directory.Count(); ++i) {
             const ByteView entry = directory.Entry(i);
-            if (directory.places[i] != place || ByteAt(entry, 66) != ENTRY_STREAM || !EntryIs(entry, name))
+            if (directory.places[i] != place || ByteAt(entry, 66) != KIND_STREAM || !EntryIs(entry, name))
                 continue;
             found = {LongAt(entry, 116), LongAt(entry, 120)};
             return true;

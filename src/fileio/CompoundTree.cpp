@@ -4,17 +4,12 @@
 
 #include "base/Text.h"
 #include "fileio/BiffReader.h"
+#include "fileio/CompoundTypes.h"
 
 // Reading the tree. The tables of sectors are put together once; every walk through them has a bound.
 
 namespace tally {
 namespace {
-
-constexpr std::size_t SECTOR = 512, MINI_SECTOR = 64, ENTRY = 128;
-constexpr u32 HEADER_FAT_SECTORS = 109, DIFAT_ENTRIES = 127;
-constexpr u32 MINI_STREAM_LIMIT = 4096;
-constexpr u32 NO_ENTRY = 0xFFFFFFFF;
-constexpr u8 KIND_STORAGE = 1, KIND_STREAM = 2, KIND_ROOT = 5;
 
 struct Container {
     ByteView file;
@@ -41,7 +36,7 @@ bool ReadFat(Container& c) {
     for (u32 steps = 0; steps < c.sectors / DIFAT_ENTRIES + 1; ++steps) {
         const ByteView body = SectorAt(c, difat);
         for (u32 i = 0; i < DIFAT_ENTRIES; ++i) {
-            const u32 sector = body.empty() ? NO_ENTRY : LongAt(body, std::size_t{i} * 4);
+            const u32 sector = body.empty() ? NO_SECTOR : LongAt(body, std::size_t{i} * 4);
             if (sector >= c.sectors || c.fat.Count() > c.file.size()) return true;
             if (!AppendSector(c, sector, c.fat)) return false;
         }
@@ -55,7 +50,7 @@ bool ReadChain(const Container& c, u32 sector, std::size_t limit, Array<u8>& out
     for (u32 steps = 0; steps < c.sectors && out.Count() < limit && sector < c.sectors; ++steps) {
         if (!AppendSector(c, sector, out)) return false;
         sector = std::size_t{sector} * 4 + 4 <= c.fat.Count() ? LongAt(c.fat.Span(), std::size_t{sector} * 4)
-                                                              : NO_ENTRY;
+                                                              : NO_SECTOR;
     }
     if (out.Count() > limit) out.Truncate(limit);
     return true;

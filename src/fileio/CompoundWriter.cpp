@@ -4,6 +4,7 @@
 #include "base/Array.h"
 #include "base/Text.h"
 #include "fileio/CompoundTree.h"
+#include "fileio/CompoundTypes.h"
 #include "formula/TokenWalk.h"
 
 // A compound file: what stands in front of the workbook's stream and what stands behind it. Entries and streams
@@ -12,12 +13,6 @@
 namespace tally {
 namespace {
 
-constexpr std::size_t SECTOR = 512, MINI_SECTOR = 64, ENTRY = 128;
-constexpr u32 FREE = 0xFFFFFFFF, END_OF_CHAIN = 0xFFFFFFFE, FAT_MARK = 0xFFFFFFFD, DIFAT_MARK = 0xFFFFFFFC;
-constexpr u32 HEADER_FAT_SECTORS = 109;
-constexpr u32 DIFAT_ENTRIES = 127;
-constexpr std::size_t MINI_STREAM_LIMIT = 4096;  // shorter streams lie in the mini stream
-constexpr u8 KIND_STORAGE = 1, KIND_STREAM = 2, KIND_ROOT = 5;
 constexpr u8 RED = 0, BLACK = 1;
 constexpr std::size_t LARGEST_FILE = 0x7FFFFFFF;
 
@@ -27,7 +22,7 @@ struct Node {
     u8 kind = KIND_STREAM;
     const CarriedEntry* source = nullptr;
     u32 entry = 0;  // in the carried list
-    u32 left = FREE, right = FREE, child = FREE;
+    u32 left = NO_SECTOR, right = NO_SECTOR, child = NO_SECTOR;
     u8 colour = BLACK;
     u32 start = END_OF_CHAIN;
     std::size_t size = 0;
@@ -81,7 +76,7 @@ bool CollectItems(const CompoundContents& contents, u8 biffVersion, Array<Item>&
 // The balanced tree of nodes `first` to `end`; returns its root. All paths have the same count of black nodes,
 // since only the lowest level of a tree that is not full is red.
 u32 LinkNodes(Array<Node>& nodes, u32 first, u32 end, u32 depth, u32 redDepth) {
-    if (first == end) return FREE;
+    if (first == end) return NO_SECTOR;
     const u32 middle = first + (end - first) / 2;
     nodes[middle].colour = depth == redDepth ? RED : BLACK;
     nodes[middle].left = LinkNodes(nodes, first, middle, depth + 1, redDepth);
@@ -93,7 +88,7 @@ u32 LowestDepth(u32 count) {
     u32 depth = 0;
     while (count >> (depth + 1)) ++depth;
     const bool full = ((count + 1) & count) == 0;
-    return full ? FREE : depth;
+    return full ? NO_SECTOR : depth;
 }
 
 bool AddChildren(const Array<Item>& items, u32 parentNode, Array<Node>& nodes) {
@@ -190,7 +185,7 @@ void PutHeader(u8* header, const FileLayout& layout) {
     PutU32(header + 68, layout.difat ? layout.Directory() + layout.directory : END_OF_CHAIN);
     PutU32(header + 72, layout.difat);
     for (u32 i = 0; i < HEADER_FAT_SECTORS; ++i)
-        PutU32(header + 76 + 4 * i, i < layout.fat ? layout.Fat() + i : FREE);
+        PutU32(header + AT_FAT_LIST + 4 * i, i < layout.fat ? layout.Fat() + i : NO_SECTOR);
 }
 
 // A table of chains that is filled from its beginning.
@@ -223,7 +218,7 @@ void PutDifat(u8* difat, const FileLayout& layout) {
         u8* sector = difat + std::size_t{s} * SECTOR;
         for (u32 i = 0; i < DIFAT_ENTRIES; ++i) {
             const u32 index = HEADER_FAT_SECTORS + s * DIFAT_ENTRIES + i;
-            PutU32(sector + 4 * i, index < layout.fat ? layout.Fat() + index : FREE);
+            PutU32(sector + 4 * i, index < layout.fat ? layout.Fat() + index : NO_SECTOR);
         }
         PutU32(sector + 4 * DIFAT_ENTRIES, s + 1 < layout.difat ? first + 1 + s : END_OF_CHAIN);
     }
@@ -260,7 +255,7 @@ void PutEntry(u8* entry, const Node& node, bool alone) {
     }
     PutU32(entry + 116, node.kind == KIND_STORAGE ? 0 : node.start);
     PutU32(entry + 120, static_cast<u32>(node.size));
-    if (alone && node.kind == KIND_ROOT) PutU32(entry + 124, FREE);
+    if (alone && node.kind == KIND_ROOT) PutU32(entry + 124, NO_SECTOR);
 }
 
 void PutDirectory(u8* out, const FileLayout& layout, const Array<Node>& nodes) {

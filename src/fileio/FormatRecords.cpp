@@ -2,14 +2,13 @@
 
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "fileio/FormatRecords.h"
 #include "fileio/LoadState.h"
 #include "fileio/NarrowText.h"
 #include "model/Formats.h"
 
 namespace tally {
 namespace {
-
-constexpr u8 biff5Rotations[] = {0, 255, 90, 180};
 
 u8 Bits(u32 word, u32 first, u32 count) { return static_cast<u8>(word >> first & ((1u << count) - 1)); }
 
@@ -36,7 +35,7 @@ void ReadXf8(ByteView body, CellFormat& format) {
 }
 
 void ReadXf5(ByteView body, CellFormat& format) {
-    format.rotation = biff5Rotations[ByteAt(body, 7) & 3];
+    format.rotation = quarterTurns[ByteAt(body, 7) & 3];
     const u32 fill = LongAt(body, 8);
     const u32 border = LongAt(body, 12);
     format.patternColour = Bits(fill, 0, 7);
@@ -106,12 +105,12 @@ bool ReadXf(LoadState& load, ByteView body) {
     }
     CellFormat format;
     const u16 font = WordAt(body, 0);
-    format.font = font > 4 ? static_cast<u16>(font - 1) : font;
+    format.font = font > MISSING_FONT ? static_cast<u16>(font - 1) : font;
     format.numberFormat = WordAt(body, 2);
     if (FindNumberFormat(book, format.numberFormat) == book.numberFormats.Count()) format.numberFormat = 0;
     format.parent = WordAt(body, 4) >> 4;
     const u8 alignment = ByteAt(body, 6);
-    format.flags = static_cast<u16>((ByteAt(body, 4) & 15) | (alignment & 8 ? FORMAT_WRAP : 0));
+    format.flags = static_cast<u16>((ByteAt(body, 4) & 15) | (alignment & ALIGNMENT_WRAPS ? FORMAT_WRAP : 0));
     format.horizontal = Bits(alignment, 0, 3);
     format.vertical = Bits(alignment, 4, 3);
     if (load.biffVersion == 8) {
@@ -120,7 +119,7 @@ bool ReadXf(LoadState& load, ByteView body) {
         ReadXf5(body, format);
     }
     // A solid cell shows its back colour in memory; the file has the two the other way round.
-    if (format.pattern == 1) std::swap(format.patternColour, format.backColour);
+    if (format.pattern == SOLID_PATTERN) std::swap(format.patternColour, format.backColour);
     return book.cellFormats.Append(format);
 }
 

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "fileio/CarriedRecords.h"
+#include "fileio/FormatRecords.h"
 #include "fileio/SaveState.h"
 #include "model/DefaultFormats.h"
 #include "model/Formats.h"
@@ -12,8 +13,6 @@ namespace tally {
 namespace {
 
 constexpr std::size_t STYLE_NAME_MOST = 255;
-constexpr u16 MISSING_FONT = 4;  // a number that no FONT record has
-constexpr u32 PALETTE_FIRST = 8, PALETTE_COLOURS = 56;
 constexpr u8 BORDER_MOST_95 = 7, BORDER_INSTEAD = 3;
 constexpr u32 LEAST_FORMATS = 16;  // the default one for cells is the last of these
 
@@ -63,8 +62,8 @@ struct FillColours {
 FillColours ColoursOf(const CellFormat& format) {
     u32 fore = format.patternColour;
     u32 back = format.backColour;
-    if (format.pattern == 1) std::swap(fore, back);
-    return {fore > 63 ? 64u : fore, back > 63 ? 65u : back};
+    if (format.pattern == SOLID_PATTERN) std::swap(fore, back);
+    return {fore > 63 ? u32{TEXT_COLOUR} : fore, back > 63 ? u32{WINDOW_COLOUR} : back};
 }
 
 void PutXf8(const CellFormat& format, u8* out) {
@@ -85,13 +84,10 @@ u32 Border95(SaveState& save, u8 style) {
 }
 
 u32 Rotation95(SaveState& save, u8 rotation) {
-    switch (rotation) {
-        case 0: return 0;
-        case 255: return 1;
-        case 90: return 2;
-        case 180: return 3;
-        default: save.losses |= LOSS_FORMATS; return 0;
-    }
+    const u8* found = std::find(std::begin(quarterTurns), std::end(quarterTurns), rotation);
+    if (found != std::end(quarterTurns)) return static_cast<u32>(found - quarterTurns);
+    save.losses |= LOSS_FORMATS;
+    return 0;
 }
 
 void PutXf95(SaveState& save, const CellFormat& format, u8* out) {
@@ -122,7 +118,7 @@ void WriteXf(SaveState& save, const CellFormat& format) {
     PutU16(out + 4, flags | ParentOf(save, format) << 4);
     const u32 rotation = wide ? format.rotation : Rotation95(save, format.rotation);
     const u32 own = format.own & ALL_OWN;
-    PutU16(out + 6, (format.horizontal & 7u) | (format.flags & FORMAT_WRAP ? 8u : 0u) |
+    PutU16(out + 6, (format.horizontal & 7u) | (format.flags & FORMAT_WRAP ? u32{ALIGNMENT_WRAPS} : 0u) |
                         (format.vertical & 7u) << 4 | rotation << 8 | (wide ? 0u : own << 8));
     if (wide) {
         PutU16(out + 8, format.layout | own << 8);

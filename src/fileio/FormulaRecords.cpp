@@ -1,15 +1,12 @@
 #include <algorithm>
 
+#include "fileio/FormulaRecords.h"
 #include "fileio/SheetRecords.h"
 #include "formula/Precedents.h"
 #include "model/CellStore.h"
 
 namespace tally {
 namespace {
-
-constexpr u16 FLAG_ALWAYS = 1;
-constexpr u16 FLAG_ON_LOAD = 2;
-constexpr u16 FLAG_SHARED = 8;
 
 u32 KeyOf(u16 row, u8 column) { return u32{row} << 8 | column; }
 
@@ -42,7 +39,7 @@ bool SharedTokens(LoadState& load, bool shared, u16 row, u8 column, FormulaToken
         if (PeekRecordId(load.stream) != (shared ? RECORD_SHRFMLA : RECORD_ARRAY) ||
             !NextRecord(load.stream, record))
             return true;
-        const std::size_t start = shared ? 10 : 14;
+        const std::size_t start = shared ? SHRFMLA_HEAD : ARRAY_HEAD;
         const std::size_t length = WordAt(record.body, start - 2);
         SharedFormula entry = {row, column, {}};
         if (!MakeFormula(load, Part(record.body, start, length), From(record.body, start + length),
@@ -62,13 +59,13 @@ bool SharedTokens(LoadState& load, bool shared, u16 row, u8 column, FormulaToken
 }
 
 bool FormulaTokensOf(LoadState& load, ByteView body, FormulaTokens& out) {
-    const u16 length = WordAt(body, 20);
-    const ByteView tokens = Part(body, 22, length);
+    const u16 length = WordAt(body, FORMULA_LENGTH_AT);
+    const ByteView tokens = Part(body, FORMULA_HEAD, length);
     if (length == 5 && ByteAt(tokens, 0) == ptgExp) {
-        return SharedTokens(load, (WordAt(body, 14) & FLAG_SHARED) != 0, WordAt(tokens, 1), ByteAt(tokens, 3),
-                            out);
+        return SharedTokens(load, (WordAt(body, FORMULA_FLAGS_AT) & FORMULA_IS_SHARED) != 0, WordAt(tokens, 1),
+                            ByteAt(tokens, 3), out);
     }
-    return tokens.empty() || MakeFormula(load, tokens, From(body, 22u + length), out);
+    return tokens.empty() || MakeFormula(load, tokens, From(body, FORMULA_HEAD + length), out);
 }
 
 }  // namespace
@@ -100,7 +97,7 @@ bool PlaceOffsets(FormulaTokens& tokens, u16 row, u8 column) {
 }
 
 Value CachedValue(ByteView result) {
-    if (WordAt(result, 6) != 0xFFFF) return NumberValue(DoubleAt(result, 0));
+    if (WordAt(result, 6) != NOT_A_NUMBER) return NumberValue(DoubleAt(result, 0));
     switch (ByteAt(result, 0)) {
         case 0:
         case 3: return OwnedTextValue(RetainText(EmptyText()));
@@ -114,8 +111,8 @@ namespace {
 
 void StateFormula(CellRecord* cell, const TokenTraits& traits, u16 flags) {
     if (!cell || !cell->formula) return;
-    cell->formula->alwaysCalculate = (flags & FLAG_ALWAYS) || traits.alwaysCalculate;
-    const bool current = !(flags & FLAG_ON_LOAD) && !traits.hyperlink;
+    cell->formula->alwaysCalculate = (flags & FORMULA_ALWAYS) || traits.alwaysCalculate;
+    const bool current = !(flags & FORMULA_ON_LOAD) && !traits.hyperlink;
     cell->calcState = current ? CALC_CURRENT : CALC_STALE;
 }
 
@@ -133,7 +130,7 @@ void SetFormulaState(LoadState& load, i32 row, i32 column, u16 flags) {
 bool ReadFormulaRecord(LoadState& load, ByteView body) {
     const u16 row = WordAt(body, 0);
     const u16 column = WordAt(body, 2);
-    const u16 flags = WordAt(body, 14);
+    const u16 flags = WordAt(body, FORMULA_FLAGS_AT);
     FormulaTokens tokens;
     if (!FormulaTokensOf(load, body, tokens)) return false;
     TokenTraits traits;
@@ -144,7 +141,7 @@ bool ReadFormulaRecord(LoadState& load, ByteView body) {
     }
     if (!AddCell(load, row, column, WordAt(body, 4), CachedValue(Part(body, 6, 8)), tokens)) return false;
     StateFormula(CellOfRecord(load, row, column), traits, flags);
-    if ((flags & (FLAG_ALWAYS | FLAG_ON_LOAD)) == FLAG_ALWAYS) load.hasVolatiles = true;
+    if ((flags & (FORMULA_ALWAYS | FORMULA_ON_LOAD)) == FORMULA_ALWAYS) load.hasVolatiles = true;
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "base/Platform.h"
 #include "base/Text.h"
 #include "fileio/CarriedRecords.h"
+#include "fileio/FormatRecords.h"
 #include "fileio/OptionRecords.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -13,7 +14,6 @@ namespace {
 
 enum RecordResult : u8 { RECORD_DONE, RECORD_FAILED, RECORD_END, RECORD_UNKNOWN };
 
-constexpr u32 PALETTE_FIRST = 8;
 constexpr u16 UTF16_PAGE = 1200;  // and 1201 with the bytes the other way round
 
 // Adds a sheet behind the others. What refers to sheets by number means those of the file, which are not all
@@ -35,16 +35,16 @@ bool ReadBoundSheet(LoadState& load, ByteView body) {
                        load.text) == STRING_FAILED) {
         return false;
     }
-    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & 3) &&
+    return AddBoundSheet(load, load.text, kind, ByteAt(body, 4) & SHEET_STATE_BITS) &&
            load.sheetPositions.Append(LongAt(body, 0));
 }
 
 void ReadWindow1(LoadState& load, ByteView body) {
     Workbook& book = LoadedBook(load);
     const u8 options = ByteAt(body, 8);
-    book.showHorizontalScrollBar = (options & 8) != 0;
-    book.showVerticalScrollBar = (options & 16) != 0;
-    book.showSheetTabs = (options & 32) != 0;
+    book.showHorizontalScrollBar = (options & SHOWS_HORIZONTAL_BAR) != 0;
+    book.showVerticalScrollBar = (options & SHOWS_VERTICAL_BAR) != 0;
+    book.showSheetTabs = (options & SHOWS_TABS) != 0;
     load.activeTab = WordAt(body, 10);
     for (std::size_t i = 0; i < std::size(book.options.window); ++i)
         book.options.window[i] = WordAt(body, i * 2);

@@ -98,12 +98,14 @@ void WriteTabIds(SaveState& save) {
 
 void WriteWindow1(SaveState& save) {
     const Workbook& book = SavedBook(save);
-    constexpr u32 BARS = 8 | 16 | 32;
+    constexpr u32 BARS = SHOWS_HORIZONTAL_BAR | SHOWS_VERTICAL_BAR | SHOWS_TABS;
     u8* out = BeginRecord(save.writer, RECORD_WINDOW1, 18);
     u16 words[9];
     std::copy(std::begin(book.options.window), std::end(book.options.window), words);
-    words[4] = static_cast<u16>((words[4] & ~BARS) | (book.showHorizontalScrollBar ? 8u : 0u) |
-                                (book.showVerticalScrollBar ? 16u : 0u) | (book.showSheetTabs ? 32u : 0u));
+    words[4] =
+        static_cast<u16>((words[4] & ~BARS) | (book.showHorizontalScrollBar ? u32{SHOWS_HORIZONTAL_BAR} : 0u) |
+                         (book.showVerticalScrollBar ? u32{SHOWS_VERTICAL_BAR} : 0u) |
+                         (book.showSheetTabs ? u32{SHOWS_TABS} : 0u));
     words[5] = static_cast<u16>(book.currentSheet);
     if (words[6] >= book.sheets.Count()) words[6] = 0;  // the first tab that is seen
     words[7] = 1;                                       // of the sheets only the current one is selected
@@ -125,7 +127,7 @@ void WriteBoundSheets(SaveState& save) {
         save.writer.failed = save.writer.failed || !save.boundSheets.Append(StreamOffset(save.writer) + 4);
         BeginBody(save);
         WriteU32(save.body, 0);
-        WriteU8(save.body, static_cast<u32>(sheet->hidden & 3));
+        WriteU8(save.body, static_cast<u32>(sheet->hidden & SHEET_STATE_BITS));
         WriteU8(save.body, SheetType(sheet->kind));
         if (save.biffVersion == 8) {
             WriteShortString(save, save.body, WideView(sheet->name));

@@ -1,13 +1,10 @@
+#include "fileio/LinkRecords.h"
 #include "base/Text.h"
 #include "fileio/LoadState.h"
 #include "formula/Links.h"
 
 namespace tally {
 namespace {
-
-constexpr u16 SUPBOOK_OWN = 0x0401;
-constexpr u16 SUPBOOK_ADDIN = 0x3A01;
-constexpr u8 SAME_BOOK_MARK = 3;
 
 bool ReadNameTokens(LoadState& load, ByteView rest, u16 length, FormulaTokens& out) {
     if (!length) return true;
@@ -43,12 +40,12 @@ bool ReadExternSheet8(LoadState& load, ByteView body) {
 bool ReadExternSheet5(LoadState& load, ByteView body) {
     std::size_t length = ByteAt(body, 0);
     const u8 first = ByteAt(body, 1);
-    if (first == SAME_BOOK_MARK) ++length;
+    if (first == OWN_SHEET_MARK) ++length;
     ExternSheetEntry* entry = load.externTable.AppendDefault();
     if (!entry) return false;
     if (length == 1 && first == 0) entry->kind = EXTERNSHEET_NONE;
-    if (length == 1 && first == 4) entry->kind = EXTERNSHEET_OWN;
-    if (length == 1 && first == ':') entry->kind = EXTERNSHEET_ADDIN;
+    if (length == 1 && first == OWN_BOOK_MARK) entry->kind = EXTERNSHEET_OWN;
+    if (length == 1 && first == ADDIN_MARK) entry->kind = EXTERNSHEET_ADDIN;
     if (entry->kind != EXTERNSHEET_TEXT) return true;
     return ReadBiffString(From(body, 1), 7, LoadedBook(load).codePage, length, entry->text) != STRING_FAILED;
 }
@@ -88,14 +85,14 @@ bool ReadName(LoadState& load, ByteView body) {
         for (std::size_t i = 0; i < 4; ++i) name->textLengths[i] = ByteAt(body, 10 + i);
     name->sheet = WordAt(body, load.biffVersion == 8 ? 8 : 6);
     std::size_t used = 0;
-    if (!ReadLinkText(load, From(body, 14), ByteAt(body, 3), name->text, used)) return false;
+    if (!ReadLinkText(load, From(body, NAME_HEAD), ByteAt(body, 3), name->text, used)) return false;
     // A code of 0 is a name too, though as a character it ends a text.
     if (flags & NAME_IS_BUILT_IN) {
         if (name->text.IsEmpty() && !name->text.Append(u'\0')) return false;
         if (!ExpandBuiltIn(name->text)) return false;
     }
     FormulaTokens tokens;
-    if (!ReadNameTokens(load, From(body, 14 + used), WordAt(body, 4), tokens)) return false;
+    if (!ReadNameTokens(load, From(body, NAME_HEAD + used), WordAt(body, 4), tokens)) return false;
     book.names.Last().tokens = tokens;
     return true;
 }
@@ -112,7 +109,7 @@ bool ReadExternName(LoadState& load, ByteView body) {
     if (load.biffVersion != 8) {
         return load.externTable.IsEmpty() || load.externTable.Last().names.Append(std::move(text));
     }
-    if (flags & 1) {
+    if (flags & EXTERNNAME_IS_BUILT_IN) {
         if (text.IsEmpty() && !text.Append(u'\0')) return false;
         if (!ExpandBuiltIn(text)) return false;
     }

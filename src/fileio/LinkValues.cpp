@@ -123,7 +123,6 @@ u32 EndOfRun(const Array<ExternCell>& cells, u32 first, u32 end, std::size_t mos
 }  // namespace
 
 void WriteLinkValues(SaveState& save, const ExternBook& book, i32 sheet) {
-    constexpr std::size_t ROOM_95 = 2080;
     const bool form8 = save.biffVersion == 8;
     const Array<ExternCell>& cells = book.cells;
     u32 at =
@@ -140,7 +139,7 @@ void WriteLinkValues(SaveState& save, const ExternBook& book, i32 sheet) {
     const u32 countAt = StreamOffset(save.writer) - (named ? 4 : 2);
     u32 count = 0;
     while (at < end) {
-        const u32 next = EndOfRun(cells, at, end, form8 ? RECORD_ROOM : ROOM_95);
+        const u32 next = EndOfRun(cells, at, end, RoomOf(save));
         BeginBody(save);
         WriteU8(save.body, cells[next - 1].column);
         WriteU8(save.body, cells[at].column);

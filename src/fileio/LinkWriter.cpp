@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/Text.h"
+#include "fileio/LinkRecords.h"
 #include "fileio/SaveState.h"
 #include "formula/Links.h"
 
@@ -9,7 +10,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 NAME_IS_BUILT_IN = 0x20, EXTERNNAME_IS_BUILT_IN = 1;
 constexpr std::size_t EXTERNSHEET_ROOM = 1370 * 6;   // whole rows
 constexpr u8 TEXT_NAMES_8 = 14, TEXT_NAMES_95 = 13;  // built-in names that the forms know
 constexpr std::size_t LINK_TEXT_MOST = 1024;         // characters of a path
@@ -103,9 +103,9 @@ void WriteLinkedFile(SaveState& save, const ExternBook& book) {
 void WriteSupbook(SaveState& save, const ExternBook& book) {
     switch (book.kind) {
         case EXTERN_SELF:
-            WriteRecordU16Pair(save.writer, RECORD_SUPBOOK, SavedBook(save).sheets.Count(), 0x0401);
+            WriteRecordU16Pair(save.writer, RECORD_SUPBOOK, SavedBook(save).sheets.Count(), SUPBOOK_OWN);
             break;
-        case EXTERN_ADDIN: WriteRecordU16Pair(save.writer, RECORD_SUPBOOK, 1, 0x3A01); break;
+        case EXTERN_ADDIN: WriteRecordU16Pair(save.writer, RECORD_SUPBOOK, 1, SUPBOOK_ADDIN); break;
         case EXTERN_CURRENT: {
             u8* out = BeginRecord(save.writer, RECORD_SUPBOOK, 6);
             PutU16(out, 0);
@@ -170,7 +170,7 @@ void WriteName(SaveState& save, const DefinedName& name) {
     if (EndBody(save, RECORD_NAME)) return;
     // The row keeps its number.
     save.losses |= LOSS_FORMULAS;
-    to.stream.Truncate(14 + length + (form8 ? 1u : 0u) +
+    to.stream.Truncate(u32{NAME_HEAD} + length + (form8 ? 1u : 0u) +
                        (form8 && image.builtIn && IsWide(image.rest) ? 1u : 0u));
     if (!to.failed) PutU16(to.stream.Data() + 4, 0);
     IgnoreFailure(EndBody(save, RECORD_NAME));
@@ -208,7 +208,6 @@ void WriteNames(SaveState& save) {
 
 namespace {
 
-constexpr u8 OWN_BOOK_MARK = 4, ADDIN_MARK = ':', OWN_SHEET_MARK = 3;
 constexpr std::size_t SHEET_NAME_ROOM = 254;
 constexpr u32 MOST_ENTRIES = 0x7FFF;  // an index is signed
 

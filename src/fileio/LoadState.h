@@ -102,7 +102,6 @@ void ReadCodePage(LoadState& load, ByteView body);
 void ReadPalette(LoadState& load, ByteView body);
 // Puts a built-in name in place of its code, which the text begins with.
 [[nodiscard]] bool ExpandBuiltIn(WideText& text);
-constexpr u16 NAME_IS_BUILT_IN = 0x20;
 // A record of a sheet by its number; one that no sheet has is passed over.
 [[nodiscard]] bool ReadSheetRecord(LoadState& load, u16 id, ByteView body);
 [[nodiscard]] bool ReadFont(LoadState& load, ByteView body);

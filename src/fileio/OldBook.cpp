@@ -6,6 +6,7 @@
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "fileio/LinkRecords.h"
 #include "fileio/SheetRecords.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"

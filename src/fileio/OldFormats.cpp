@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "base/Text.h"
+#include "fileio/FormatRecords.h"
 #include "fileio/OldBook.h"
 #include "model/Formats.h"
 
@@ -12,9 +13,8 @@ namespace {
 
 constexpr u8 NUMBER_FORMAT_BITS = 0x3F;  // of the second attribute byte of the oldest layout
 constexpr u16 FONT_BOLD = 1, FONT_UNDERLINED = 4;
-// Numbers of the colours of text and window in these forms, and in the later ones.
-constexpr u8 OLD_TEXT_COLOUR = 24, OLD_WINDOW_COLOUR = 25, TEXT_COLOUR = 64, WINDOW_COLOUR = 65;
-constexpr u8 rotations[] = {0, 255, 90, 180};
+// Numbers of the colours of text and window in these forms.
+constexpr u8 OLD_TEXT_COLOUR = 24, OLD_WINDOW_COLOUR = 25;
 
 u8 ColourOf(u32 bits) {
     const u8 colour = static_cast<u8>(bits & 31);
@@ -96,23 +96,23 @@ bool ReadOldXf(OldReader& r, u16 id, ByteView body) {
     r.load.formatsSeen = r.ownFormats = true;
     CellFormat format;
     const u32 font = ByteAt(body, 0);
-    format.font = static_cast<u16>((font > 4 ? font - 1 : font) + r.fontBase);
+    format.font = static_cast<u16>((font > MISSING_FONT ? font - 1 : font) + r.fontBase);
     format.numberFormat = NumberFormatOf(r.load, ByteAt(body, 1));
     format.flags = ByteAt(body, 2) & (FORMAT_LOCKED | FORMAT_HIDDEN | FORMAT_STYLE);
     const u8 alignment = ByteAt(body, 4);
     format.horizontal = alignment & 7;
-    if (alignment & 8) format.flags |= FORMAT_WRAP;
+    if (alignment & ALIGNMENT_WRAPS) format.flags |= FORMAT_WRAP;
     if (id != RECORD_XF_3) {
         if (ByteAt(body, 2) & FORMAT_QUOTE_PREFIX) format.flags |= FORMAT_QUOTE_PREFIX;
         format.vertical = alignment >> 4 & 3;
-        format.rotation = rotations[alignment >> 6];
+        format.rotation = quarterTurns[alignment >> 6];
     }
     const u16 fill = WordAt(body, 6);
     format.pattern = fill & 0x3F;
     format.patternColour = ColourOf(fill >> 6);
     format.backColour = ColourOf(fill >> 11);
     // A solid cell shows its back colour in memory; the file has the two the other way round.
-    if (format.pattern == 1) std::swap(format.patternColour, format.backColour);
+    if (format.pattern == SOLID_PATTERN) std::swap(format.patternColour, format.backColour);
     ReadOldBorder(ByteAt(body, 8), format.topStyle, format.topColour);
     ReadOldBorder(ByteAt(body, 9), format.leftStyle, format.leftColour);
     ReadOldBorder(ByteAt(body, 10), format.bottomStyle, format.bottomColour);

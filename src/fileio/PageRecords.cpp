@@ -1,10 +1,9 @@
+#include "fileio/OptionRecords.h"
 #include "fileio/PrinterBlock.h"
 #include "fileio/SheetRecords.h"
 
 namespace tally {
 namespace {
-
-constexpr std::size_t SETUP_BYTES = 34;
 
 bool ReadPageText(LoadState& load, ByteView body, WideText& out) {
     if (body.empty()) return true;
@@ -40,7 +39,6 @@ bool ReadFooter(LoadState& load, ByteView body) {
 }
 
 bool ReadSheetOptions(LoadState& load, ByteView body) {
-    constexpr u16 FIT_TO_PAGE = 0x100;
     Sheet& sheet = LoadedSheet(load);
     sheet.page.fitToPage = (WordAt(body, 0) & FIT_TO_PAGE) != 0;
     sheet.options.outlines = static_cast<u16>(WordAt(body, 0) & ~FIT_TO_PAGE);

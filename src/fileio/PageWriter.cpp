@@ -11,7 +11,6 @@
 namespace tally {
 namespace {
 
-constexpr u32 FIT_TO_PAGE = 256;
 constexpr u8 VIEW_CURRENT = 6;
 constexpr u32 GRID_COLOUR = 64;
 constexpr u16 ONE_FROZEN_MARK = 1;
@@ -165,7 +164,7 @@ void WritePageRecords(SaveState& save, const Sheet& sheet) {
     WriteGuts(save, page.guts);
     WriteRecordU16Pair(to, RECORD_DEFAULTROWHEIGHT, (sheet.viewFlags & VIEW_HEIGHT_DIFFERS) != 0,
                        DefaultRowHeight(sheet));
-    WriteRecordU16(to, RECORD_WSBOOL, sheet.options.outlines | (page.fitToPage ? FIT_TO_PAGE : 0u));
+    WriteRecordU16(to, RECORD_WSBOOL, sheet.options.outlines | (page.fitToPage ? u32{FIT_TO_PAGE} : 0u));
     WriteCarried(save, &sheet, SHEET_GRID);
     WriteBreaks(save, RECORD_HORIZONTALPAGEBREAKS, page.rowBreaks);
     WriteBreaks(save, RECORD_VERTICALPAGEBREAKS, page.columnBreaks);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "fileio/FormatRecords.h"
 #include "fileio/PocketFormats.h"
 #include "fileio/PocketSave.h"
 #include "model/CellStore.h"
@@ -13,7 +14,6 @@ namespace tally {
 namespace {
 
 constexpr std::size_t FORMAT_MOST = 255;
-constexpr u8 PALETTE_FIRST = 8;  // the colours before are those from here on
 constexpr u32 LAST_XF = 0xFFFF - POCKET_FORMAT_SHIFT;
 
 u8 ByteColour(u8 colour) { return static_cast<u8>(colour - POCKET_COLOUR_SHIFT); }
@@ -127,13 +127,14 @@ u8 BordersOf(SaveState& save, const CellFormat& format) {
 void WriteXf(SaveState& save, const CellFormat& format, u16 code) {
     u8* out = BeginPocketRecord(save.writer, RECORD_XF, POCKET_XF_SIZE);
     u8 fore = format.patternColour, back = format.backColour;
-    if (format.pattern == 1) std::swap(fore, back);
+    if (format.pattern == SOLID_PATTERN) std::swap(fore, back);
     PutU16(out, format.font);
     PutU16(out + 2, code);
     PutU32(out + 4, 0xFFFFFFFF);
-    PutU16(out + 8, (format.flags & FORMAT_LOCKED ? 2u : 0u) | (format.flags & FORMAT_HIDDEN ? 4u : 0u) |
-                        (format.flags & FORMAT_QUOTE_PREFIX ? 8u : 0u));
-    out[10] = static_cast<u8>((format.horizontal & 7) | (format.flags & FORMAT_WRAP ? 8 : 0) |
+    PutU16(out + 8, (format.flags & FORMAT_LOCKED ? u32{POCKET_LOCKED} : 0u) |
+                        (format.flags & FORMAT_HIDDEN ? u32{POCKET_HIDDEN} : 0u) |
+                        (format.flags & FORMAT_QUOTE_PREFIX ? u32{POCKET_PREFIX} : 0u));
+    out[10] = static_cast<u8>((format.horizontal & 7) | (format.flags & FORMAT_WRAP ? ALIGNMENT_WRAPS : 0) |
                               ((format.vertical + 1) & 7) << 4);
     out[11] = BordersOf(save, format);
     PutU16(out + 12, FillColour(fore));

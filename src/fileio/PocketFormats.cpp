@@ -5,6 +5,7 @@
 
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "fileio/FormatRecords.h"
 #include "model/Formats.h"
 
 namespace tally {
@@ -87,9 +88,6 @@ constexpr PocketNumberFormat numberFormats[] = {
 };
 static_assert(std::size(numberFormats) == POCKET_FORMAT_CODES);
 
-// Formats of a file beyond this many are General: each one is looked for among all those before it.
-constexpr u32 MOST_OWN_FORMATS = 16384;
-
 u8 ShiftedColour(u8 colour) { return static_cast<u8>(colour + POCKET_COLOUR_SHIFT); }
 
 u8 FillColour(u16 colour, u8 automatic) {
@@ -149,7 +147,7 @@ bool ReadPocketFont(LoadState& load, ByteView body, WideView name) {
 }
 
 bool ReadPocketFormat(LoadState& load, PocketFormatReader& formats, WideView text) {
-    if (formats.ownIds.Count() >= MOST_OWN_FORMATS) return true;
+    if (formats.ownIds.Count() >= MOST_POCKET_FORMATS) return true;
     u16 id = 0;
     const bool general =
         text.empty() || EqualIgnoringCase(text, LocalGeneralWord()) || EqualIgnoringCase(text, u"General");
@@ -161,12 +159,12 @@ bool ReadPocketXf(LoadState& load, PocketFormatReader& formats, ByteView body) {
     CellFormat format;
     format.font = WordAt(body, 0);
     if (!IdOfCode(load, formats, WordAt(body, 2), format.numberFormat)) return false;
-    // Locked, hidden and prefix stand one, one and no bit further on than in memory.
     const u8 protection = ByteAt(body, 8);
     const u8 alignment = ByteAt(body, 10);
-    format.flags =
-        static_cast<u16>((protection & 2 ? FORMAT_LOCKED : 0) | (protection & 4 ? FORMAT_HIDDEN : 0) |
-                         (protection & 8 ? FORMAT_QUOTE_PREFIX : 0) | (alignment & 8 ? FORMAT_WRAP : 0));
+    format.flags = static_cast<u16>((protection & POCKET_LOCKED ? FORMAT_LOCKED : 0) |
+                                    (protection & POCKET_HIDDEN ? FORMAT_HIDDEN : 0) |
+                                    (protection & POCKET_PREFIX ? FORMAT_QUOTE_PREFIX : 0) |
+                                    (alignment & ALIGNMENT_WRAPS ? FORMAT_WRAP : 0));
     format.horizontal = alignment & 7;
     // The file counts the alignments from 1; 0 says nothing.
     if (alignment >> 4 & 7) format.vertical = static_cast<u8>((alignment >> 4 & 7) - 1);
@@ -184,7 +182,7 @@ bool ReadPocketXf(LoadState& load, PocketFormatReader& formats, ByteView body) {
     format.pattern = ByteAt(body, 20) & 63;
     format.spare = ByteAt(body, 21);
     // A solid cell shows its back colour in memory, its fore colour in the file.
-    if (format.pattern == 1) std::swap(format.patternColour, format.backColour);
+    if (format.pattern == SOLID_PATTERN) std::swap(format.patternColour, format.backColour);
     Array<CellFormat>& rows = LoadedBook(load).cellFormats;
     if (formats.formatSeen || rows.Count() <= DEFAULT_CELL_FORMAT) return rows.Append(format);
     formats.formatSeen = true;

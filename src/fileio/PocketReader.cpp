@@ -2,6 +2,8 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "fileio/FormulaRecords.h"
+#include "fileio/LinkRecords.h"
 #include "fileio/PocketFiles.h"
 #include "fileio/PocketFormats.h"
 #include "fileio/SheetRecords.h"
@@ -10,8 +12,6 @@
 namespace tally {
 namespace {
 
-constexpr u16 FLAG_ALWAYS = 1;
-constexpr u16 NAME_IS_BUILT_IN = 0x20;
 constexpr i32 NO_SHEET_YET = -1;
 
 // A sheet takes memory even when the file spends three bytes on it: beyond this many, a file must be that
@@ -88,7 +88,7 @@ bool ReadFormula(PocketReader& r, ByteView body) {
     }
     if (!AddPocketCell(r, body, CachedValue(Part(body, 5, 8)), tokens)) return false;
     if (!InSheet(r)) return true;
-    const u16 flags = ByteAt(body, 13) & FLAG_ALWAYS;
+    const u16 flags = ByteAt(body, 13) & FORMULA_ALWAYS;
     SetFormulaState(r.load, row, column, flags);
     if (flags) r.load.hasVolatiles = true;
     return true;
@@ -190,7 +190,8 @@ bool ReadRowSize(PocketReader& r, ByteView body) {
     info.row = WordAt(body, 0);
     info.height = WordAt(body, 2) & 0x7FFF;
     const u16 flags = WordAt(body, 4);
-    info.flags = static_cast<u16>((flags & 1 ? ROW_HIDDEN : 0) | (flags & 2 ? ROW_CUSTOM_HEIGHT : 0));
+    info.flags = static_cast<u16>((flags & POCKET_ROW_HIDDEN ? ROW_HIDDEN : 0) |
+                                  (flags & POCKET_ROW_OWN_HEIGHT ? ROW_CUSTOM_HEIGHT : 0));
     return SetRowInfo(LoadedSheet(r.load).rows, info);
 }
 
@@ -221,9 +222,7 @@ bool ReadDefaultWidth(PocketReader& r, ByteView body) {
 }
 
 bool ReadView(PocketReader& r, ByteView body) {
-    // The file says what is hidden, the sheet what is shown; the order is the same.
-    constexpr u8 hides = VIEW_GRIDLINES | VIEW_HEADERS;
-    const u8 view[] = {static_cast<u8>(ByteAt(body, 3) ^ hides), 0, ByteAt(body, 0), ByteAt(body, 1),
+    const u8 view[] = {static_cast<u8>(ByteAt(body, 3) ^ POCKET_HIDES), 0, ByteAt(body, 0), ByteAt(body, 1),
                        ByteAt(body, 2)};
     return ReadWindow2(r.load, view);
 }

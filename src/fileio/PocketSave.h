@@ -21,8 +21,6 @@ inline void WritePocketText(SaveState& save, WideView text) { WriteCharacters(sa
 
 // FONT, FORMAT and XF records; numbers the cell formats.
 void WritePocketFormats(SaveState& save, PocketNumbers& numbers);
-// One above the greatest number format of the file that a reader knows.
-constexpr u32 MOST_POCKET_FORMATS = 16384;
 
 void WritePocketSheet(SaveState& save, const Sheet& sheet);
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "fileio/PocketFormats.h"
 #include "fileio/PocketSave.h"
 #include "model/CellStore.h"
 
@@ -10,7 +11,6 @@ namespace {
 
 constexpr std::size_t CELL_HEAD = 5;  // row, column, format
 constexpr std::size_t TEXT_MOST = 65535;
-constexpr u8 HIDES = VIEW_GRIDLINES | VIEW_HEADERS;
 constexpr u8 FROZEN_WITHOUT_SPLIT = 1;
 
 u16 FormatNumberOf(const SaveState& save, u16 row) {
@@ -37,7 +37,8 @@ void WriteRowInfos(SaveState& save, const Sheet& sheet) {
         u8* out = BeginPocketRecord(save.writer, RECORD_ROW_2, 8);
         PutU16(out, info.row);
         PutU16(out + 2, info.flags & ROW_DEFAULT_HEIGHT ? DefaultRowHeight(sheet) : info.height);
-        PutU16(out + 4, (info.flags & ROW_HIDDEN ? 1u : 0u) | (info.flags & ROW_CUSTOM_HEIGHT ? 2u : 0u));
+        PutU16(out + 4, (info.flags & ROW_HIDDEN ? u32{POCKET_ROW_HIDDEN} : 0u) |
+                            (info.flags & ROW_CUSTOM_HEIGHT ? u32{POCKET_ROW_OWN_HEIGHT} : 0u));
         PutU16(out + 6, 0);
     }
 }
@@ -124,7 +125,7 @@ void WriteWindow(SaveState& save, const Sheet& sheet) {
     u8* out = BeginPocketRecord(save.writer, RECORD_WINDOW2_2, 5);
     PutU16(out, frozen && view.splitRow ? view.frozenFirstRow : view.firstRow);
     out[2] = frozen && view.splitColumn ? view.frozenFirstColumn : view.firstColumn;
-    out[3] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | HIDES | VIEW_FROZEN)) ^ HIDES);
+    out[3] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | POCKET_HIDES | VIEW_FROZEN)) ^ POCKET_HIDES);
     out[4] = frozen ? FROZEN_WITHOUT_SPLIT : u8{0};
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "fileio/RichText.h"
 #include "fileio/SaveState.h"
 
 // Texts in records, and records whose length is not known beforehand.
@@ -10,7 +11,6 @@ namespace {
 
 constexpr std::size_t SHORT_MOST = 255;
 constexpr std::size_t NARROW_MOST = 2048;  // bytes of a text of the 95 form
-constexpr std::size_t LONG_MOST = 32767;
 
 bool IsAscii(WideView text) {
     return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; });
@@ -109,7 +109,7 @@ void WriteLongString(SaveState& save, BiffWriter& to, WideView text) {
         WriteBytes(to, bytes.data(), bytes.size());
         return;
     }
-    text = CutText(save, text, LONG_MOST);
+    text = CutText(save, text, TEXT_MOST);
     WriteU16(to, static_cast<u32>(text.size()));
     WriteU8(to, IsWide(text));
     WriteCharacters(to, text, IsWide(text));
@@ -124,7 +124,7 @@ void WriteSplitString(SaveState& save, u16 id, WideView text) {
         IgnoreFailure(EndBody(save, id));
         return;
     }
-    text = CutText(save, text, LONG_MOST);
+    text = CutText(save, text, TEXT_MOST);
     WriteU16(save.body, static_cast<u32>(text.size()));
     for (;;) {
         WriteU8(save.body, wide);

@@ -7,6 +7,10 @@
 
 namespace tally {
 
+// Option bits of a text in the 97 form: how wide it is and what follows.
+constexpr u32 TEXT_IS_WIDE = 1, HAS_PHONETIC = 4, HAS_RUNS = 8;
+constexpr std::size_t TEXT_MOST = 32767;  // characters of a cell
+
 constexpr std::size_t RUN_COUNT_BYTES = 2, RUN_BYTES = 4;
 
 inline u32 RunsOf(ByteView tail) { return WordAt(tail, 0); }

@@ -1,3 +1,4 @@
+#include "fileio/RuleRecords.h"
 #include "base/Number.h"
 #include "display/NumberFormatter.h"
 #include "fileio/SheetRecords.h"
@@ -7,8 +8,6 @@ namespace tally {
 namespace {
 
 constexpr u16 TOP10_MIN = 1, TOP10_MAX = 500;
-constexpr u32 NO_OBJECT = 0xFFFFFFFF;
-constexpr std::size_t FONT_BLOCK = 118, BORDER_BLOCK = 8, PATTERN_BLOCK = 4;
 
 RefArea AreaOf8(ByteView body, std::size_t at) {
     return {WordAt(body, at), WordAt(body, at + 2), ByteAt(body, at + 4), ByteAt(body, at + 6)};
@@ -28,14 +27,15 @@ bool ReadFilterCondition(LoadState& load, ByteView body, std::size_t start, std:
     out.kind = kind;
     out.comparison = ByteAt(body, start + 1);
     out.text.Truncate(0);
-    if (kind == 2 || kind == 4) {
-        const double number = kind == 2 ? DecodeRk(LongAt(body, start + 2)) : DoubleAt(body, start + 2);
-        out.kind = 6;
+    if (kind == CONDITION_RK || kind == CONDITION_NUMBER) {
+        const double number = kind == CONDITION_RK ? DecodeRk(LongAt(body, start + CONDITION_VALUE_AT))
+                                                   : DoubleAt(body, start + CONDITION_VALUE_AT);
+        out.kind = CONDITION_TEXT;
         return FormatGeneral(number, 15, out.text);
     }
-    if (kind != 6) return true;
+    if (kind != CONDITION_TEXT) return true;
     const std::size_t used = ReadBiffString(From(body, at), load.biffVersion, LoadedBook(load).codePage,
-                                            ByteAt(body, start + 6), out.text);
+                                            ByteAt(body, start + CONDITION_LENGTH_AT), out.text);
     if (used == STRING_FAILED) return false;
     at += used;
     return true;
@@ -44,14 +44,14 @@ bool ReadFilterCondition(LoadState& load, ByteView body, std::size_t start, std:
 OverrideByte Override(bool present, u32 value) { return {present, static_cast<u8>(value)}; }
 
 void ReadFontBlock(ByteView block, ConditionalCondition& out) {
-    const u32 style = LongAt(block, 68);
-    const u32 kept = LongAt(block, 88);
-    out.strikeout = Override(!(kept & 0x80), (style >> 7) & 1);
-    out.italic = Override(!(kept & 2), (style >> 1) & 1);
-    out.bold = Override(LongAt(block, 100) == 0, WordAt(block, 72) > 400);
-    out.underline = Override(LongAt(block, 96) == 0, ByteAt(block, 76));
-    const u32 colour = LongAt(block, 80);
-    out.hasFontColour = colour != 0xFFFFFFFF;
+    const u32 style = LongAt(block, FONT_STYLE_AT);
+    const u32 kept = LongAt(block, FONT_KEPT_AT);
+    out.strikeout = Override(!(kept & STRIKEOUT), (style >> 7) & 1);
+    out.italic = Override(!(kept & ITALIC), (style >> 1) & 1);
+    out.bold = Override(LongAt(block, FONT_WEIGHT_KEPT_AT) == 0, WordAt(block, FONT_WEIGHT_AT) > NORMAL_WEIGHT);
+    out.underline = Override(LongAt(block, FONT_UNDERLINE_KEPT_AT) == 0, ByteAt(block, FONT_UNDERLINE_AT));
+    const u32 colour = LongAt(block, FONT_COLOUR_AT);
+    out.hasFontColour = colour != NOT_SET;
     out.fontColour = static_cast<u16>(colour);
 }
 
@@ -59,10 +59,10 @@ void ReadBorderBlock(ByteView block, u32 flags, ConditionalCondition& out) {
     const u32 styles = WordAt(block, 0);
     const u32 colours = LongAt(block, 2);
     out.hasBorders = true;
-    out.leftStyle = Override(!(flags & 1u << 10), styles & 15);
-    out.rightStyle = Override(!(flags & 1u << 11), styles >> 4 & 15);
-    out.topStyle = Override(!(flags & 1u << 12), styles >> 8 & 15);
-    out.bottomStyle = Override(!(flags & 1u << 13), styles >> 12 & 15);
+    out.leftStyle = Override(!(flags & LEFT_KEPT), styles & 15);
+    out.rightStyle = Override(!(flags & RIGHT_KEPT), styles >> 4 & 15);
+    out.topStyle = Override(!(flags & TOP_KEPT), styles >> 8 & 15);
+    out.bottomStyle = Override(!(flags & BOTTOM_KEPT), styles >> 12 & 15);
     out.leftColour = static_cast<u8>(colours & 127);
     out.rightColour = static_cast<u8>(colours >> 7 & 127);
     out.topColour = static_cast<u8>(colours >> 16 & 127);
@@ -72,9 +72,9 @@ void ReadBorderBlock(ByteView block, u32 flags, ConditionalCondition& out) {
 void ReadPatternBlock(ByteView block, u32 flags, ConditionalCondition& out) {
     const u32 colours = WordAt(block, 2);
     out.hasPattern = true;
-    out.pattern = Override(!(flags & 1u << 16), ByteAt(block, 1) >> 2);
-    out.patternColour = Override(!(flags & 1u << 17), colours & 127);
-    out.backColour = Override(!(flags & 1u << 18), colours >> 7 & 127);
+    out.pattern = Override(!(flags & PATTERN_KEPT), ByteAt(block, 1) >> 2);
+    out.patternColour = Override(!(flags & FORE_KEPT), colours & 127);
+    out.backColour = Override(!(flags & BACK_KEPT), colours >> 7 & 127);
 }
 
 // A length-prefixed text of a validation; one zero character stands for none.
@@ -113,15 +113,15 @@ bool ReadFilterColumn(LoadState& load, ByteView body) {
     if (index >= columns.Count()) return true;
     FilterColumn& column = columns[index];
     const u16 flags = WordAt(body, 2);
-    column.joinOr = (flags & 3) == 1;
-    column.top10 = flags & 0x10;
-    column.top = flags & 0x20;
-    column.percent = flags & 0x40;
-    const u16 count = flags >> 7;
+    column.joinOr = (flags & FILTER_JOIN_BITS) == FILTER_JOINS_OR;
+    column.top10 = flags & FILTER_IS_TOP10;
+    column.top = flags & FILTER_FROM_TOP;
+    column.percent = flags & FILTER_BY_PERCENT;
+    const u16 count = flags >> FILTER_COUNT_SHIFT;
     if (column.top10) column.count = count < TOP10_MIN ? TOP10_MIN : count > TOP10_MAX ? TOP10_MAX : count;
-    std::size_t at = 24;
-    return ReadFilterCondition(load, body, 4, at, column.conditions[0]) &&
-           ReadFilterCondition(load, body, 14, at, column.conditions[1]);
+    std::size_t at = CONDITIONS_AT + 2 * CONDITION_BYTES;
+    return ReadFilterCondition(load, body, CONDITIONS_AT, at, column.conditions[0]) &&
+           ReadFilterCondition(load, body, CONDITIONS_AT + CONDITION_BYTES, at, column.conditions[1]);
 }
 
 bool ReadConditionalFormat(LoadState& load, ByteView body) {
@@ -143,16 +143,16 @@ bool ReadCondition(LoadState& load, ByteView body) {
     const std::size_t second = WordAt(body, 4);
     const u32 flags = LongAt(body, 6);
     std::size_t at = 12;
-    if (flags & 1u << 26) {
+    if (flags & FONT_FOLLOWS) {
         ReadFontBlock(Part(body, at, FONT_BLOCK), *out);
         at += FONT_BLOCK;
     }
-    if (flags & 1u << 27) at += 8;  // alignment, which conditions do not show
-    if (flags & 1u << 28) {
+    if (flags & ALIGNMENT_FOLLOWS) at += ALIGNMENT_BLOCK;  // alignment, which conditions do not show
+    if (flags & BORDER_FOLLOWS) {
         ReadBorderBlock(Part(body, at, BORDER_BLOCK), flags, *out);
         at += BORDER_BLOCK;
     }
-    if (flags & 1u << 29) ReadPatternBlock(Part(body, at, PATTERN_BLOCK), flags, *out);
+    if (flags & PATTERN_FOLLOWS) ReadPatternBlock(Part(body, at, PATTERN_BLOCK), flags, *out);
     if (first + second > body.size()) return true;
     const std::size_t start = body.size() - first - second;
     return (!first || MakeTokens(out->formula1, Part(body, start, first), {})) &&
@@ -172,14 +172,14 @@ bool ReadValidation(LoadState& load, ByteView body) {
     ValidationRule* rule = LoadedSheet(load).validations.AppendDefault();
     if (!rule) return false;
     const u32 flags = LongAt(body, 0);
-    rule->kind = flags & 15;
-    rule->errorStyle = flags >> 4 & 7;
-    rule->literalList = flags >> 7 & 1;
-    rule->ignoreBlank = flags >> 8 & 1;
-    rule->noDropArrow = flags >> 9 & 1;
-    rule->showInput = flags >> 18 & 1;
-    rule->showError = flags >> 19 & 1;
-    rule->comparison = flags >> 20 & 15;
+    rule->kind = flags & RULE_KIND_BITS;
+    rule->errorStyle = flags >> RULE_STYLE_SHIFT & RULE_STYLE_BITS;
+    rule->literalList = (flags & RULE_LITERAL_LIST) != 0;
+    rule->ignoreBlank = (flags & RULE_IGNORES_BLANK) != 0;
+    rule->noDropArrow = (flags & RULE_HIDES_ARROW) != 0;
+    rule->showInput = (flags & RULE_SHOWS_INPUT) != 0;
+    rule->showError = (flags & RULE_SHOWS_ERROR) != 0;
+    rule->comparison = flags >> RULE_COMPARISON_SHIFT & RULE_COMPARISON_BITS;
     std::size_t at = 4;
     if (!ReadRuleText(load, body, at, rule->inputTitle) || !ReadRuleText(load, body, at, rule->errorTitle) ||
         !ReadRuleText(load, body, at, rule->inputText) || !ReadRuleText(load, body, at, rule->errorText) ||

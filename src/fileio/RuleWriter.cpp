@@ -2,6 +2,7 @@
 
 #include "base/Number.h"
 #include "display/NumberFormatter.h"
+#include "fileio/RuleRecords.h"
 #include "fileio/SaveState.h"
 
 // Filters, merged areas, conditional formats and validation.
@@ -10,9 +11,6 @@ namespace tally {
 namespace {
 
 constexpr u32 MERGES_MOST = 1027;  // of one record
-constexpr u8 CONDITION_NONE = 0, CONDITION_NUMBER = 4, CONDITION_TEXT = 6;
-constexpr std::size_t CONDITION_BYTES = 10;
-constexpr u32 NO_OBJECT = 0xFFFFFFFF;
 
 void PutArea8(BiffWriter& to, const RefArea& area) {
     WriteU16(to, area.firstRow);
@@ -55,19 +53,20 @@ bool PutCondition(const FilterCondition& condition, u8* out, WideView& text) {
     double number = 0;
     if (IsNumberText(condition.text, number)) {
         out[0] = CONDITION_NUMBER;
-        PutF64(out + 2, number);
+        PutF64(out + CONDITION_VALUE_AT, number);
         return false;
     }
     text = condition.text.View().substr(0, 255);
-    out[6] = static_cast<u8>(text.size());
+    out[CONDITION_LENGTH_AT] = static_cast<u8>(text.size());
     return true;
 }
 
 void WriteFilterColumn(SaveState& save, u32 index, const FilterColumn& column) {
-    const u32 flags = (column.joinOr ? 1u : 0u) | (IsSimple(column.conditions[0]) ? 4u : 0u) |
-                      (IsSimple(column.conditions[1]) ? 8u : 0u) | (column.top10 ? 0x10u : 0u) |
-                      (column.top10 && column.top ? 0x20u : 0u) | (column.percent ? 0x40u : 0u) |
-                      (column.top10 ? u32{column.count} << 7 : 0u);
+    const u32 flags = (column.joinOr ? u32{FILTER_JOINS_OR} : 0u) | (IsSimple(column.conditions[0]) ? 4u : 0u) |
+                      (IsSimple(column.conditions[1]) ? 8u : 0u) | (column.top10 ? u32{FILTER_IS_TOP10} : 0u) |
+                      (column.top10 && column.top ? u32{FILTER_FROM_TOP} : 0u) |
+                      (column.percent ? u32{FILTER_BY_PERCENT} : 0u) |
+                      (column.top10 ? u32{column.count} << FILTER_COUNT_SHIFT : 0u);
     BeginBody(save);
     WriteU16(save.body, index);
     WriteU16(save.body, flags);
@@ -87,7 +86,8 @@ void WriteFilterColumn(SaveState& save, u32 index, const FilterColumn& column) {
         }
         const ByteView bytes = NarrowText(save, texts[i], 255);
         WriteBytes(to, bytes.data(), bytes.size());
-        if (!to.failed) to.stream[start + i * CONDITION_BYTES + 6] = static_cast<u8>(bytes.size());
+        if (!to.failed)
+            to.stream[start + i * CONDITION_BYTES + CONDITION_LENGTH_AT] = static_cast<u8>(bytes.size());
     }
     IgnoreFailure(EndBody(save, RECORD_AUTOFILTER));
 }
@@ -155,16 +155,6 @@ void WriteMerges(SaveState& save, const Sheet& sheet) {
 
 namespace {
 
-// Flag bits of a condition's format: what a bit of the first group names is left as it is; the others tell
-// which blocks follow.
-constexpr u32 ALL_KEPT = 0x003FFFFF;
-constexpr u32 LEFT_KEPT = 1u << 10, RIGHT_KEPT = 1u << 11, TOP_KEPT = 1u << 12, BOTTOM_KEPT = 1u << 13;
-constexpr u32 PATTERN_KEPT = 1u << 16, FORE_KEPT = 1u << 17, BACK_KEPT = 1u << 18;
-constexpr u32 FONT_FOLLOWS = 1u << 26, BORDER_FOLLOWS = 1u << 28, PATTERN_FOLLOWS = 1u << 29;
-constexpr std::size_t FONT_BLOCK = 118, BORDER_BLOCK = 8, PATTERN_BLOCK = 4;
-constexpr u32 ITALIC = 2, STRIKEOUT = 0x80, NOT_SET = 0xFFFFFFFF;
-constexpr u32 BOLD_WEIGHT = 700, NORMAL_WEIGHT = 400;
-
 bool HasFontPart(const ConditionalCondition& c) {
     return c.strikeout.present || c.italic.present || c.bold.present || c.underline.present || c.hasFontColour;
 }
@@ -187,15 +177,16 @@ u32 FormatFlags(const ConditionalCondition& c) {
 
 void PutFontBlock(BiffWriter& to, const ConditionalCondition& c) {
     u8 block[FONT_BLOCK] = {};
-    PutU32(block + 64, NOT_SET);  // height
-    PutU32(block + 68, (c.italic.value ? ITALIC : 0) | (c.strikeout.value ? STRIKEOUT : 0));
-    PutU16(block + 72, c.bold.value ? BOLD_WEIGHT : NORMAL_WEIGHT);
-    block[76] = c.underline.value;
-    PutU32(block + 80, c.hasFontColour ? u32{c.fontColour} : NOT_SET);
-    PutU32(block + 88, (c.italic.present ? 0 : ITALIC) | (c.strikeout.present ? 0 : STRIKEOUT) | 0x18);
+    PutU32(block + FONT_HEIGHT_AT, NOT_SET);
+    PutU32(block + FONT_STYLE_AT, (c.italic.value ? ITALIC : 0) | (c.strikeout.value ? STRIKEOUT : 0));
+    PutU16(block + FONT_WEIGHT_AT, c.bold.value ? BOLD_WEIGHT : NORMAL_WEIGHT);
+    block[FONT_UNDERLINE_AT] = c.underline.value;
+    PutU32(block + FONT_COLOUR_AT, c.hasFontColour ? u32{c.fontColour} : NOT_SET);
+    PutU32(block + FONT_KEPT_AT,
+           (c.italic.present ? 0 : ITALIC) | (c.strikeout.present ? 0 : STRIKEOUT) | 0x18);
     PutU32(block + 92, 1);  // escapement
-    PutU32(block + 96, !c.underline.present);
-    PutU32(block + 100, !c.bold.present);
+    PutU32(block + FONT_UNDERLINE_KEPT_AT, !c.underline.present);
+    PutU32(block + FONT_WEIGHT_KEPT_AT, !c.bold.present);
     PutU16(block + 116, 1);
     WriteBytes(to, block, sizeof block);
 }
@@ -282,9 +273,11 @@ void PutRuleFormula(BiffWriter& to, const FormulaTokens& tokens) {
 }
 
 u32 RuleFlags(const ValidationRule& rule) {
-    return (rule.kind & 15) | (rule.errorStyle & 7) << 4 | (rule.literalList ? 1u << 7 : 0u) |
-           (rule.ignoreBlank ? 1u << 8 : 0u) | (rule.noDropArrow ? 1u << 9 : 0u) |
-           (rule.showInput ? 1u << 18 : 0u) | (rule.showError ? 1u << 19 : 0u) | (rule.comparison & 15) << 20;
+    return (rule.kind & RULE_KIND_BITS) | (rule.errorStyle & RULE_STYLE_BITS) << RULE_STYLE_SHIFT |
+           (rule.literalList ? RULE_LITERAL_LIST : 0u) | (rule.ignoreBlank ? RULE_IGNORES_BLANK : 0u) |
+           (rule.noDropArrow ? RULE_HIDES_ARROW : 0u) | (rule.showInput ? RULE_SHOWS_INPUT : 0u) |
+           (rule.showError ? RULE_SHOWS_ERROR : 0u) |
+           (rule.comparison & RULE_COMPARISON_BITS) << RULE_COMPARISON_SHIFT;
 }
 
 // A rule with some of its areas.

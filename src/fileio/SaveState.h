@@ -133,6 +133,8 @@ void CollectSheetLinks(SaveState& save, const Sheet& sheet);
 // EXTERNCOUNT and the entries; nothing when there are none.
 void WriteLinkTable(SaveState& save);
 void ClearLinkTable(SaveState& save);
+// Tokens of "#N/A", in place of those that a form cannot hold.
+constexpr u8 NOT_AVAILABLE[] = {ptgErr, 42};
 // From BIFF8 to the 95 token form, or the pocket one, into save.narrowed.out; the first `length` bytes of it
 // are the tokens. False when that form has no such tokens: "#N/A" is put there instead. `offsets`: relative
 // rows are distances that wrap, as in names.
@@ -192,7 +194,8 @@ void WriteRowCells(CellWriting& w, const CellRow& row);
 void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell);
 
 // The greatest row of a form, numbered from 0.
-inline i32 LastRowOf(const SaveState& save) { return save.biffVersion == 8 ? MAX_ROWS - 1 : 0x3FFF; }
+constexpr u16 LAST_ROW_95 = 0x3FFF;
+inline i32 LastRowOf(const SaveState& save) { return save.biffVersion == 8 ? MAX_ROWS - 1 : LAST_ROW_95; }
 
 // The place in the sheet's list of the array that holds a cell of the row entered, or -1.
 i32 FindActiveArray(const Sheet& sheet, const ArrayCursor& cursor, i32 row, i32 column);

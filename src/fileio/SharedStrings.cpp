@@ -44,16 +44,16 @@ struct StringHead {
     bool wide = false;
     u32 runs = 0;      // formats of single characters, 4 bytes each
     u32 phonetic = 0;  // bytes behind them
-    std::size_t Tail() const { return std::size_t{runs} * 4 + phonetic; }
+    std::size_t Tail() const { return std::size_t{runs} * RUN_BYTES + phonetic; }
 };
 
 StringHead ReadHead(StringReader& r) {
     StringHead head;
     head.characters = r.TakeBytes(2);
     const u32 option = r.TakeBytes(1);
-    head.wide = option & 1;
-    if (option & 8) head.runs = r.TakeBytes(2);
-    if (option & 4) head.phonetic = r.TakeBytes(4);
+    head.wide = option & TEXT_IS_WIDE;
+    if (option & HAS_RUNS) head.runs = r.TakeBytes(2);
+    if (option & HAS_PHONETIC) head.phonetic = r.TakeBytes(4);
     return head;
 }
 
@@ -116,7 +116,7 @@ TextBlock* ReadOne(StringReader& r) {
             block->characters[done] = 0;
             break;
         }
-        wide = ByteAt(r.body, 0) & 1;
+        wide = ByteAt(r.body, 0) & TEXT_IS_WIDE;
     }
     if (!r.ended && hasTail) {
         ReadTail(r, head, *block);

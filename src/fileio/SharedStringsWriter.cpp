@@ -12,7 +12,6 @@ namespace {
 
 constexpr u32 BUCKETS = 1027;  // that one EXTSST record has room for
 constexpr u32 SMALLEST_BUCKET = 8;
-constexpr std::size_t TEXT_MOST = 32767;  // characters of a cell
 constexpr u32 FIRST_SLOTS = 64;
 
 u32 HashBlock(const TextBlock* block) {
@@ -108,11 +107,10 @@ void PutTail(StringOutput& out, ByteView bytes, std::size_t unit) {
 u32 HeadBytes(ByteView tail) { return 3u + (RunsOf(tail) ? 2u : 0u) + (PhoneticBytes(tail).empty() ? 0u : 4u); }
 
 void PutHead(StringOutput& out, WideView text, ByteView tail) {
-    constexpr u32 HAS_PHONETIC = 4, HAS_RUNS = 8;
     const ByteView phonetic = PhoneticBytes(tail);
     u8* head = out.body + out.used;
     PutU16(head, static_cast<u32>(text.size()));
-    head[2] = static_cast<u8>((IsWide(text) ? 1u : 0u) | (RunsOf(tail) ? HAS_RUNS : 0u) |
+    head[2] = static_cast<u8>((IsWide(text) ? TEXT_IS_WIDE : 0u) | (RunsOf(tail) ? HAS_RUNS : 0u) |
                               (phonetic.empty() ? 0u : HAS_PHONETIC));
     head += 3;
     if (RunsOf(tail)) {

@@ -137,7 +137,7 @@ void WriteRow(SaveState& save, const Sheet& sheet, i32 row, const RowInfo* info,
     PutU16(out, static_cast<u32>(row));
     PutU16(out + 4, static_cast<u32>(lastColumn) + 1);
     const bool own = info && !(info->flags & ROW_DEFAULT_HEIGHT);
-    PutU16(out + 6, own ? info->height & 0x7FFFu : WrittenDefaultHeight(sheet));
+    PutU16(out + 6, own ? info->height & u32{ROW_HEIGHT_BITS} : WrittenDefaultHeight(sheet));
     out[13] = ROW_MARK;
     if (!info) return;
     if (info->flags & ROW_HIDDEN) out[12] |= ROW_IS_HIDDEN;

@@ -9,9 +9,7 @@
 namespace tally {
 namespace {
 
-constexpr u16 LAST_ROW_95 = 0x3FFF;
-constexpr u16 FIRST_FUNCTION_AFTER_95 = 358;  // functions that came with the 97 form
-constexpr u8 NOT_AVAILABLE[] = {ptgErr, 42};
+constexpr u16 FIRST_FUNCTION_AFTER_95 = 358;    // functions that came with the 97 form
 constexpr u32 NAME_TAIL = 12, LINK_MIDDLE = 8;  // unused bytes of names and links
 constexpr u8 DISTANCE_TO_DELETED = 256 + ptgRefErr - ptgRefN;
 constexpr u8 TO_DELETED = ptgRefErr - ptgRef, TO_DELETED_3D = ptgRefErr3d - ptgRef3d;

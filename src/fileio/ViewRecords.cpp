@@ -78,7 +78,7 @@ bool ReadZoom(LoadState& load, ByteView body) {
 bool ReadRow(LoadState& load, ByteView body) {
     RowInfo info;
     info.row = WordAt(body, 0);
-    info.height = WordAt(body, 6) & 0x7FFF;
+    info.height = WordAt(body, 6) & ROW_HEIGHT_BITS;
     const u8 options = ByteAt(body, 12);
     info.flags = static_cast<u16>((options & ROW_IS_HIDDEN ? ROW_HIDDEN : 0) |
                                   (options & ROW_HAS_HEIGHT ? ROW_CUSTOM_HEIGHT : 0) |
