@@ -108,6 +108,39 @@ TEST_F(OldBooks, FormatsKeepFillsBordersAndProtection) {
     }
 }
 
+TEST_F(OldBooks, FontsHaveFourAttributesAndAColour) {
+    struct Row {
+        u8 attributes, colour;
+        u16 weight, kept, underline;
+    };
+    constexpr Row rows[] = {{0, 24, 400, 0, 0}, {1, 9, 700, 0, 0},  {2, 10, 400, 2, 0},
+                            {4, 11, 400, 0, 1}, {8, 12, 400, 8, 0}, {15, 13, 700, 10, 1}};
+    for (const u16 bof : {TWO, THREE, FOUR}) {
+        ResetBooks();
+        OldFile file;
+        file.Begin(bof);
+        for (const Row& row : rows) {
+            if (bof == TWO) {
+                // The colour has a record of its own, which belongs to the font in front of it.
+                file.Raw(49, {200, 0, row.attributes, 0, 1, 'F'}).Raw(69, {row.colour, 0});
+            } else {
+                file.Raw(561, {200, 0, row.attributes, 0, row.colour, 0, 1, 'F'});
+            }
+        }
+        ASSERT_TRUE(Open(file.Number(0, 0, 1)));
+        const Workbook& book = *CurrentWorkbook();
+        ASSERT_EQ(book.fonts.Count(), std::size(rows));
+        for (u32 i = 0; i < std::size(rows); ++i) {
+            EXPECT_EQ(book.fonts[i].height, 200);
+            EXPECT_EQ(book.fonts[i].weight, rows[i].weight) << i;
+            EXPECT_EQ(book.fonts[i].attributes, rows[i].kept) << i;
+            EXPECT_EQ(book.fonts[i].underline, rows[i].underline) << i;
+            EXPECT_EQ(book.fonts[i].colour, rows[i].colour == 24 ? AUTOMATIC_COLOUR : rows[i].colour) << i;
+            EXPECT_EQ(Narrow(book.fonts[i].faceName), "F");
+        }
+    }
+}
+
 TEST_F(OldBooks, SizesMarginsAndThePaletteAreKept) {
     OldFile file;
     file.Begin(FOUR)
