@@ -224,6 +224,11 @@ TEST_F(FormulaPrinter, PrintsBackWhatWasTyped) {
     EXPECT_EQ(Printed("=A3:A1"), "=A1:A3");
 }
 
+TEST_F(FormulaPrinter, NamesOfOtherBooksKeepTheirSheets) {
+    for (const char* formula : {"=[Other.xls]Sheet1!total", "=Other.xls!total", "=[Other.xls]Sheet1!A1+1"})
+        EXPECT_EQ(Printed(formula), formula);
+}
+
 TEST_F(FormulaPrinter, ADeletedSheetPrintsAsARefError) {
     ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
     CurrentWorkbook()->currentSheet = 0;

@@ -143,6 +143,38 @@ TEST_F(Evaluator, ReferencesIntersectUniteAndRange) {
            {"=1:2", "#VALUE!"}});
 }
 
+TEST_F(Evaluator, ListsRangesAndIntersectionsLieOnOneSheet) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    Enter("B1", "5");
+    CurrentWorkbook()->currentSheet = 0;
+    Enter("B1", "1");
+    Enter("C1", "2");
+    Enter("B2", "4");
+    const std::pair<const char*, const char*> rows[] = {
+        {"=SUM((B1,C1))", "3"},
+        {"=SUM((Sheet1!B1,C1))", "3"},
+        {"=SUM((C1,Sheet1!B1))", "3"},
+        {"=INDEX((C1,Sheet1!B1),1,1,1)", "2"},
+        {"=INDEX((C1,Sheet1!B1),1,1,2)", "1"},
+        {"=INDEX((Sheet1!B1,C1),1,1,1)", "1"},
+        {"=INDEX((Sheet1!B1,C1),1,1,2)", "2"},
+        {"=AREAS((B1,C1,B1:C1))", "3"},
+        {"=SUM((Sheet2!B1,Sheet2!C1))", "5"},
+        {"=SUM((B1,Sheet2!B1))", "#VALUE!"},
+        {"=SUM((Sheet2!B1,B1))", "#VALUE!"},
+        {"=SUM((Sheet2!B1,Sheet1!B1))", "#VALUE!"},
+        {"=SUM(B1:C1 C1:D1)", "2"},
+        {"=SUM(B1:B2 B2:C2)", "4"},
+        {"=SUM(B1 C1)", "#NULL!"},
+        {"=SUM(B1:C1 B2:C2)", "#NULL!"},
+        {"=SUM(Sheet2!A1:C1 Sheet2!B1:B2)", "5"},
+        {"=SUM(Sheet2!B1:C1 B1:C1)", "#REF!"},
+        {"=SUM(INDEX(B1:B2,2):C1)", "7"},
+        {"=SUM(C1:INDEX(B1:B2,2))", "7"},
+    };
+    for (const auto& [formula, expected] : rows) EXPECT_EQ(Eval(formula), expected) << formula;
+}
+
 TEST_F(Evaluator, IfRunsOneBranchOnly) {
     Check({{"=IF(TRUE,1)", "1"},
            {"=IF(FALSE,1)", "FALSE"},
