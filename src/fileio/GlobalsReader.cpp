@@ -65,22 +65,6 @@ bool ReadWriteAccess(LoadState& load, ByteView body) {
     return name.Append(wide ? ByteAt(body, 2) : USER_NAME_NARROW) && name.AppendMany(raw.data(), raw.size());
 }
 
-bool ReadStyle(LoadState& load, ByteView body) {
-    Workbook& book = LoadedBook(load);
-    StyleRow* row = book.styles.AppendDefault();
-    if (!row) return false;
-    row->xf = WordAt(body, 0);
-    if (row->xf & STYLE_BUILT_IN) {
-        row->builtInId = ByteAt(body, 2);
-        row->level = ByteAt(body, 3);
-        return true;
-    }
-    const bool wide = load.biffVersion == 8;
-    const std::size_t length = wide ? WordAt(body, 2) : ByteAt(body, 2);
-    return ReadBiffString(From(body, wide ? 4 : 3), load.biffVersion, book.codePage, length, row->name) !=
-           STRING_FAILED;
-}
-
 bool ReadBookOption(LoadState& load, const BiffRecord& record) {
     for (const BookOptionRecord& row : bookOptionRecords) {
         if (row.id != record.id) continue;
@@ -104,7 +88,7 @@ RecordResult ReadGlobalRecord(LoadState& load, const BiffRecord& record) {
         case RECORD_EXTERNNAME_3: return Result(ReadExternName(load, body));
         case RECORD_FILEPASS: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return RECORD_FAILED;
         case RECORD_FONT:
-        case RECORD_FONT_3: return Result(ReadFont(load, body));
+        case RECORD_FONT_3: return Result(ReadFont(load, FONT_OF_BOOKS, body));
         case RECORD_WINDOW1: ReadWindow1(load, body); return RECORD_DONE;
         case RECORD_CODEPAGE: ReadCodePage(load, body); return RECORD_DONE;
         case RECORD_WRITEACCESS: return Result(ReadWriteAccess(load, body));
@@ -169,14 +153,6 @@ void ReadCodePage(LoadState& load, ByteView body) {
     const bool narrow =
         book.fileCodePage && (book.fileCodePage < UTF16_PAGE || book.fileCodePage > UTF16_PAGE + 1);
     if (narrow && Platform().isValidCodePage(book.fileCodePage)) book.codePage = book.fileCodePage;
-}
-
-void ReadPalette(LoadState& load, ByteView body) {
-    Workbook& book = LoadedBook(load);
-    const u32 count = WordAt(body, 0);
-    for (u32 i = 0; i < count && PALETTE_FIRST + i < PALETTE_SIZE && 2 + i * 4 < body.size(); ++i) {
-        book.palette[PALETTE_FIRST + i] = LongAt(body, 2 + std::size_t{i} * 4) & 0xFFFFFF;
-    }
 }
 
 bool ReadGlobals(LoadState& load) {

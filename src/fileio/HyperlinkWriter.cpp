@@ -1,4 +1,5 @@
 #include "base/Text.h"
+#include "fileio/HyperlinkRecords.h"
 #include "fileio/SaveState.h"
 
 // HLINK records: where a cell leads to, as an address, a file or a place in the book.
@@ -6,7 +7,6 @@
 namespace tally {
 namespace {
 
-constexpr u32 HAS_TARGET = 1, IS_ABSOLUTE = 2, HAS_LOCATION = 8, IS_UNC = 0x100;
 constexpr std::size_t TEXT_MOST = 32000;  // characters, so that a record holds all of them
 
 // Class identifiers of the published structures.
@@ -16,7 +16,6 @@ constexpr u8 urlMoniker[] = {0xE0, 0xC9, 0xEA, 0x79, 0xF9, 0xBA, 0xCE, 0x11,
                              0x8C, 0x82, 0x00, 0xAA, 0x00, 0x4B, 0xA9, 0x0B};
 constexpr u8 fileMoniker[] = {0x03, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
                               0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
-constexpr std::size_t FILE_FILLER = 20;
 
 enum TargetKind : u8 { TARGET_NONE, TARGET_UNC, TARGET_URL, TARGET_FILE };
 
@@ -73,7 +72,7 @@ void PutFile(SaveState& save, WideView target) {
     WriteU8(to, 0);
     WriteU32(to, 0xDEADFFFF);
     WriteZeros(to, FILE_FILLER);
-    WriteU32(to, static_cast<u32>(target.size()) * 2 + 6);
+    WriteU32(to, static_cast<u32>(target.size()) * 2 + u32{WIDE_PATH_HEAD});
     WriteU32(to, static_cast<u32>(target.size()) * 2);
     WriteU16(to, 3);
     WriteCharacters(to, target, true);
@@ -91,8 +90,9 @@ bool WriteHyperlink(SaveState& save, const Hyperlink& link) {
     WriteU32(to, 2);
     const bool absolute = kind == TARGET_UNC || kind == TARGET_URL ||
                           (kind == TARGET_FILE && target.size() > 1 && target[1] == u':');
-    WriteU32(to, (kind != TARGET_NONE ? HAS_TARGET : 0u) | (absolute ? IS_ABSOLUTE : 0u) |
-                     (kind == TARGET_UNC ? IS_UNC : 0u) | (link.location.IsEmpty() ? 0u : HAS_LOCATION));
+    WriteU32(to, (kind != TARGET_NONE ? LINK_HAS_TARGET : 0u) | (absolute ? LINK_IS_ABSOLUTE : 0u) |
+                     (kind == TARGET_UNC ? LINK_IS_UNC : 0u) |
+                     (link.location.IsEmpty() ? 0u : LINK_HAS_LOCATION));
     if (kind == TARGET_UNC) PutCounted(to, target);
     if (kind == TARGET_URL) PutUrl(to, target);
     if (kind == TARGET_FILE) PutFile(save, target);

@@ -104,9 +104,9 @@ void ReadPalette(LoadState& load, ByteView body);
 [[nodiscard]] bool ExpandBuiltIn(WideText& text);
 // A record of a sheet by its number; one that no sheet has is passed over.
 [[nodiscard]] bool ReadSheetRecord(LoadState& load, u16 id, ByteView body);
-[[nodiscard]] bool ReadFont(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadFormatRecord(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadXf(LoadState& load, ByteView body);
+[[nodiscard]] bool ReadStyle(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadName(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadExternSheet(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadExternName(LoadState& load, ByteView body);

@@ -12,13 +12,10 @@ namespace tally {
 namespace {
 
 constexpr u8 NUMBER_FORMAT_BITS = 0x3F;  // of the second attribute byte of the oldest layout
-constexpr u16 FONT_BOLD = 1, FONT_UNDERLINED = 4;
-// Numbers of the colours of text and window in these forms.
-constexpr u8 OLD_TEXT_COLOUR = 24, OLD_WINDOW_COLOUR = 25;
 
 u8 ColourOf(u32 bits) {
     const u8 colour = static_cast<u8>(bits & 31);
-    return colour == OLD_TEXT_COLOUR ? TEXT_COLOUR : colour == OLD_WINDOW_COLOUR ? WINDOW_COLOUR : colour;
+    return colour == BARE_TEXT_COLOUR ? TEXT_COLOUR : colour == BARE_WINDOW_COLOUR ? WINDOW_COLOUR : colour;
 }
 
 // The eight bits of one border: three for the line, five for the colour.
@@ -62,28 +59,14 @@ bool ReadOldFormat(OldReader& r, u16 id, ByteView body) {
 }
 
 bool ReadOldFont(OldReader& r, u16 id, ByteView body) {
-    Workbook& book = LoadedBook(r.load);
-    if (!r.load.fontsSeen) book.fonts.Truncate(0);
-    if (!r.ownFonts) r.fontBase = book.fonts.Count();
-    r.load.fontsSeen = r.ownFonts = true;
-    FontRecord font;
-    font.height = WordAt(body, 0);
-    const u16 attributes = WordAt(body, 2);
-    font.attributes = attributes & (FONT_ITALIC | FONT_STRIKEOUT);
-    font.weight = attributes & FONT_BOLD ? 700 : 400;
-    font.underline = attributes & FONT_UNDERLINED ? 1 : 0;
-    const std::size_t at = IsOldest(id) ? 4 : 6;
-    if (!IsOldest(id) && WordAt(body, 4) != OLD_TEXT_COLOUR) font.colour = WordAt(body, 4);
-    if (ReadBiffString(From(body, at + 1), 7, book.codePage, ByteAt(body, at), r.load.text) == STRING_FAILED)
-        return false;
-    const WideView name = r.load.text.View().substr(0, std::size(font.faceName) - 1);
-    std::copy(name.begin(), name.end(), font.faceName);
-    return book.fonts.Append(font);
+    if (!r.ownFonts) r.fontBase = r.load.fontsSeen ? LoadedBook(r.load).fonts.Count() : 0;
+    r.ownFonts = true;
+    return ReadFont(r.load, IsOldest(id) ? FONT_OF_OLDEST : FONT_OF_BARE, body);
 }
 
 void ReadOldFontColour(OldReader& r, ByteView body) {
     Workbook& book = LoadedBook(r.load);
-    if (r.ownFonts && WordAt(body, 0) != OLD_TEXT_COLOUR) book.fonts.Last().colour = WordAt(body, 0);
+    if (r.ownFonts && WordAt(body, 0) != BARE_TEXT_COLOUR) book.fonts.Last().colour = WordAt(body, 0);
 }
 
 bool ReadOldXf(OldReader& r, u16 id, ByteView body) {

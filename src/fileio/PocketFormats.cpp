@@ -124,28 +124,6 @@ u16 PocketCellFormat(const Workbook& book, u16 xf) {
     return row < book.cellFormats.Count() ? static_cast<u16>(row) : DEFAULT_CELL_FORMAT;
 }
 
-bool ReadPocketFont(LoadState& load, ByteView body, WideView name) {
-    Workbook& book = LoadedBook(load);
-    if (!load.fontsSeen) book.fonts.Truncate(0);
-    load.fontsSeen = true;
-    FontRecord font;
-    font.height = WordAt(body, 0);
-    font.attributes = WordAt(body, 2);
-    const u16 colour = WordAt(body, 4);
-    font.colour =
-        colour == POCKET_AUTOMATIC ? AUTOMATIC_COLOUR : static_cast<u16>(colour + POCKET_COLOUR_SHIFT);
-    font.weight = WordAt(body, 6);
-    font.underline = ByteAt(body, 10);
-    font.family = ByteAt(body, 11);
-    font.charSet = ByteAt(body, 12);
-    name = name.substr(0, std::size(font.faceName) - 1);
-    std::copy(name.begin(), name.end(), font.faceName);
-    u8 family = 0;
-    u8 charSet = 0;
-    if (Platform().findFontFace(name, family, charSet)) font.family = family;
-    return book.fonts.Append(font);
-}
-
 bool ReadPocketFormat(LoadState& load, PocketFormatReader& formats, WideView text) {
     if (formats.ownIds.Count() >= MOST_POCKET_FORMATS) return true;
     u16 id = 0;

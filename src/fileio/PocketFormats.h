@@ -40,8 +40,6 @@ struct PocketFormatReader {
     bool formatSeen = false;
 };
 
-// FONT: the fixed bytes, and the face's name as its characters.
-[[nodiscard]] bool ReadPocketFont(LoadState& load, ByteView body, WideView name);
 [[nodiscard]] bool ReadPocketFormat(LoadState& load, PocketFormatReader& formats, WideView text);
 [[nodiscard]] bool ReadPocketXf(LoadState& load, PocketFormatReader& formats, ByteView body);
 // The book's row for a cell format of the file.

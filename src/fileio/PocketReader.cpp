@@ -2,6 +2,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "fileio/FormatRecords.h"
 #include "fileio/FormulaRecords.h"
 #include "fileio/LinkRecords.h"
 #include "fileio/PocketFiles.h"
@@ -145,7 +146,7 @@ bool ReadNumberFormat(PocketReader& r, ByteView body) {
 }
 
 bool ReadFontRecord(PocketReader& r, ByteView body) {
-    return TakeText(r, ByteAt(body, 14)) && ReadPocketFont(r.load, body, r.text);
+    return TakeText(r, ByteAt(body, 14)) && ReadFont(r.load, FONT_OF_HANDHELDS, body, r.text);
 }
 
 bool ReadCellFormat(PocketReader& r, ByteView body) { return ReadPocketXf(r.load, r.formats, body); }

@@ -72,6 +72,7 @@ template <u16 SheetOptions::*field>
 [[nodiscard]] bool ReadCondition(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadValidationList(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadValidation(LoadState& load, ByteView body);
+// HyperlinkRecords.cpp
 [[nodiscard]] bool ReadHyperlink(LoadState& load, ByteView body);
 
 }  // namespace tally
