@@ -6,14 +6,11 @@
 #include "fileio/SaveState.h"
 #include "model/CellStore.h"
 
-// The records of the page and of the sheet as a whole, and those of the view.
+// The records of the page and of the sheet as a whole.
 
 namespace tally {
 namespace {
 
-constexpr u8 VIEW_CURRENT = 6;
-constexpr u32 GRID_COLOUR = 64;
-constexpr u16 ONE_FROZEN_MARK = 1;
 constexpr std::size_t PAGE_TEXT_MOST = 255;
 
 struct MarginRecord {
@@ -92,68 +89,7 @@ void WriteBreaks(SaveState& save, u16 id, const Array<PageBreak>& breaks) {
     }
 }
 
-u16 RowInForm(const SaveState& save, u16 row) { return std::min(row, static_cast<u16>(LastRowOf(save))); }
-
-void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
-    const SheetView& view = sheet.view;
-    const bool form8 = save.biffVersion == 8;
-    const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
-    const u32 length = form8 ? 18 : 10;
-    u8* out = BeginRecord(save.writer, RECORD_WINDOW2, length);
-    std::fill(out, out + length, u8{0});
-    const SheetOptions& options = sheet.options;
-    out[0] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN)) |
-                             (options.window & 0xFF));
-    out[1] =
-        static_cast<u8>((current ? VIEW_CURRENT : 0) | (frozen ? ONE_FROZEN_MARK : 0) | options.window >> 8);
-    const bool splitRows = frozen && view.splitRow;
-    const bool splitColumns = frozen && view.splitColumn;
-    PutU16(out + 2, RowInForm(save, splitRows ? view.frozenFirstRow : view.firstRow));
-    PutU16(out + 4, splitColumns ? view.frozenFirstColumn : view.firstColumn);
-    // A colour is an index in one form and red, green and blue in the other.
-    const bool known = sheet.carried.form == save.biffVersion;
-    if (!form8) return PutU32(out + 6, known ? options.gridColour : 0u);
-    PutU16(out + 6, known ? options.gridColour : GRID_COLOUR);
-    PutU16(out + 10, options.breakZoom);
-    PutU16(out + 12, options.normalZoom);
-}
-
-void WriteSplit(SaveState& save, const SheetOptions& options) {
-    u8* out = BeginRecord(save.writer, RECORD_PANE, 10);
-    for (u32 i = 0; i < std::size(options.split); ++i) PutU16(out + i * 2, options.split[i]);
-}
-
-void WritePane(SaveState& save, const SheetView& view) {
-    u8* out = BeginRecord(save.writer, RECORD_PANE, 10);
-    PutPane(save, view, out);
-    out[9] = 0;
-}
-
-void WriteSelection(SaveState& save, const SheetView& view) {
-    u8* out = BeginRecord(save.writer, RECORD_SELECTION, 15);
-    out[0] = 3;
-    PutU16(out + 1, RowInForm(save, view.activeRow));
-    PutU16(out + 3, view.activeColumn);
-    PutU16(out + 5, 0);
-    PutU16(out + 7, 1);
-    PutU16(out + 9, RowInForm(save, view.selection.firstRow));
-    PutU16(out + 11, RowInForm(save, view.selection.lastRow));
-    out[13] = view.selection.firstColumn;
-    out[14] = view.selection.lastColumn;
-}
-
 }  // namespace
-
-void PutPane(const SaveState& save, const SheetView& view, u8* out) {
-    const i32 columns = view.splitColumn ? std::max(view.splitColumn - view.frozenFirstColumn, 0) : 0;
-    const i32 rows = view.splitRow ? std::max(view.splitRow - view.frozenFirstRow, 0) : 0;
-    PutU16(out, static_cast<u32>(columns));
-    PutU16(out + 2, static_cast<u32>(std::min<i32>(rows, RowInForm(save, 0xFFFF))));
-    PutU16(out + 4, RowInForm(save, view.firstRow));
-    PutU16(out + 6, view.firstColumn);
-    // The pane that moves: 0 lower right, 1 upper right, 2 lower left, 3 the only one.
-    out[8] = static_cast<u8>((columns ? 0 : 2) | (rows ? 0 : 1));
-}
 
 void WritePageRecords(SaveState& save, const Sheet& sheet) {
     const PageSettings& page = sheet.page;
@@ -184,15 +120,6 @@ void WritePageRecords(SaveState& save, const Sheet& sheet) {
     WriteCarried(save, &sheet, SHEET_PROTECTION);
     WriteRecordU16(to, RECORD_DEFCOLWIDTH, DefaultColumnWidth(sheet) >> 8);
     WriteCarried(save, &sheet, SHEET_COLUMN_WIDTH);
-}
-
-void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current) {
-    WriteWindow2(save, sheet, current);
-    WriteZoom(save, sheet);
-    WriteCarried(save, &sheet, SHEET_WINDOW);
-    if (sheet.viewFlags & VIEW_FROZEN) WritePane(save, sheet.view);
-    else if (sheet.options.isSplit) WriteSplit(save, sheet.options);
-    WriteSelection(save, sheet.view);
 }
 
 }  // namespace tally

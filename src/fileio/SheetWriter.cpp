@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <numeric>
 
 #include "fileio/CarriedRecords.h"
 #include "fileio/OptionRecords.h"
@@ -197,50 +196,6 @@ void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastCo
         PutU32(out, place - start);
         for (u32 i = 0; i < count; ++i) PutU16(out + 4 + i * 2, distances[i]);
     }
-}
-
-bool NextColumnRun(const Sheet& sheet, u32& at, ColumnRun& run) {
-    const Array<ColumnInfo>& columns = sheet.columns;
-    const auto widthOf = [&](const ColumnInfo& info) {
-        return info.flags & COLUMN_DEFAULT_WIDTH ? DefaultColumnWidth(sheet) : info.width;
-    };
-    const auto isOrdinary = [](const ColumnInfo& info) {
-        return info.flags == COLUMN_DEFAULT_WIDTH && info.format == DEFAULT_CELL_FORMAT;
-    };
-    while (at < columns.Count() && isOrdinary(columns[at])) ++at;
-    if (at == columns.Count()) return false;
-    const ColumnInfo& first = columns[at++];
-    while (at < columns.Count() && columns[at].column == columns[at - 1].column + 1 &&
-           columns[at].format == first.format && widthOf(columns[at]) == widthOf(first) &&
-           ((columns[at].flags ^ first.flags) & ~u32{COLUMN_DEFAULT_WIDTH}) == 0 && !isOrdinary(columns[at])) {
-        ++at;
-    }
-    run = {first.column,   columns[at - 1].column, (first.flags & COLUMN_HIDDEN) != 0,
-           widthOf(first), first.format,           first.flags};
-    return true;
-}
-
-void WriteColumns(SaveState& save, const Sheet& sheet) {
-    ColumnRun run;
-    for (u32 i = 0; NextColumnRun(sheet, i, run);) {
-        u8* out = BeginRecord(save.writer, RECORD_COLINFO, 12);
-        PutU16(out, run.first);
-        PutU16(out + 2, run.last);
-        PutU16(out + 4, run.width);
-        PutU16(out + 6, run.format);
-        PutU16(out + 8,
-               (run.hidden ? COLUMN_IS_HIDDEN : 0u) | (run.flags & COLUMN_USER_WIDTH ? COLUMN_IS_SET : 0u) |
-                   (run.flags & COLUMN_BEST_FIT ? COLUMN_IS_FITTED : 0u) |
-                   (run.flags & COLUMN_COLLAPSED ? COLUMN_IS_COLLAPSED : 0u) | (run.flags & COLUMN_LEVEL));
-        PutU16(out + 10, 0);
-    }
-}
-
-void WriteZoom(SaveState& save, const Sheet& sheet) {
-    if (save.biffVersion != 8 && sheet.zoomPercent == 100) return;
-    const i32 divisor = std::gcd(sheet.zoomPercent, 100);
-    WriteRecordU16Pair(save.writer, RECORD_SCL, static_cast<u32>(sheet.zoomPercent / divisor),
-                       static_cast<u32>(100 / divisor));
 }
 
 void WriteSheetTail(SaveState& save, const Sheet& sheet) {
