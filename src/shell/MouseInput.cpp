@@ -243,7 +243,9 @@ bool MouseDown(const ShellMessage& message) {
 bool MouseMove(const ShellMessage& message) {
     ShellState& shell = Shell();
     if (shell.gesture == GESTURE_NONE) {
+        // Beside its buttons the toolbar has no hint, and a cell's does not stay.
         if (!MoveOnToolbar(message.x, message.y)) ShowCellHint(message.x, message.y);
+        else if (shell.toolbar.hover < 0) ShowCellHint(-1, -1);
         ShellPlatform().setPointer(PointerAt(message.x, message.y));
     }
     if (shell.gesture == GESTURE_NONE || !HasCells(CurrentSheet())) return true;
