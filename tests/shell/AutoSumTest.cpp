@@ -197,5 +197,28 @@ TEST_F(AutoSumTest, IsRefusedOnAProtectedCell) {
     EXPECT_EQ(CellAtName("A2"), nullptr);
 }
 
+TEST_F(AutoSumTest, ASumInAnyColumnOfTheLastRowLeavesTheBlockAsItIs) {
+    for (const char* sum : {"A3", "B3", "C3"}) {
+        TearDown();
+        SetUp();
+        for (const char* cell : {"A1", "B1", "C1", "A2", "B2", "C2"}) Enter(cell, "2");
+        Enter(sum, "=SUM(A1:A2)");
+        SelectRange("A1", "C3");
+        Sum();
+        EXPECT_EQ(Selection(), "A1:C3") << sum;
+        EXPECT_EQ(Formula("A4"), "") << sum;
+        EXPECT_EQ(UndoCount(), 0u);
+    }
+}
+
+TEST_F(AutoSumTest, AMergedCellIsOneCellThatBeginsAtItsCorner) {
+    Enter("A1", "2");
+    Enter("B1", "3");
+    ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf("A2", "B2")));
+    Select("A2");
+    Sum();
+    EXPECT_EQ(Line(), "=SUM(A1)");
+}
+
 }  // namespace
 }  // namespace tally

@@ -368,5 +368,25 @@ TEST_F(EntryKeysTest, TheArrowOfAListStandsBesideItsCellOrInsideTheView) {
     EXPECT_TRUE(IsEmptyRect(ListArrowPlace()));
 }
 
+TEST_F(EntryKeysTest, APageKeyWithCtrlStoresAndShowsTheOtherSheet) {
+    PickCommand(163);
+    SelectSheet(0);
+    for (const char16_t* typed : {u"7", u"=2+3"}) {
+        Select("A1");
+        TypeText(typed);
+        PressKey(VK_NEXT, KEY_CTRL);
+        EXPECT_FALSE(IsEditing());
+        EXPECT_EQ(CurrentWorkbook()->currentSheet, 1);
+        PressKey(VK_PRIOR, KEY_CTRL);
+        EXPECT_EQ(CurrentWorkbook()->currentSheet, 0);
+    }
+    EXPECT_EQ(Shown("A1"), "5");
+    // Behind an operator a reference could begin, but not with these keys.
+    TypeText(u"=A1*");
+    PressKey(VK_NEXT, KEY_CTRL);
+    EXPECT_EQ(Line(), "=A1*");
+    EXPECT_EQ(Headless().boxes.Count(), 1u);
+}
+
 }  // namespace
 }  // namespace tally

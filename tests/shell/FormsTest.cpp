@@ -77,5 +77,18 @@ TEST_F(FormsTest, AFormThatDoesNotAcceptStaysForTheNextAnswer) {
     EXPECT_FALSE(ShowForm(form));
 }
 
+TEST_F(FormsTest, AFieldBeginsWithWhatItIsGiven) {
+    Form form;
+    constexpr WideView items[] = {u"one", u"two"};
+    ASSERT_TRUE(AddCheck(form, u"on", true) && AddCheck(form, u"off", false) &&
+                AddChoice(form, FIELD_RADIO, u"which", items, 1) && AddEdit(form, u"text", u"given"));
+    EXPECT_EQ(form.fields[0].choice, 1);
+    EXPECT_EQ(form.fields[1].choice, 0);
+    EXPECT_EQ(form.fields[2].choice, 1);
+    ASSERT_EQ(form.fields[2].items.Count(), 2u);
+    EXPECT_EQ(Narrow(form.fields[2].items[1]), "two");
+    EXPECT_EQ(Narrow(form.fields[3].text), "given");
+}
+
 }  // namespace
 }  // namespace tally

@@ -89,5 +89,15 @@ TEST_F(FunctionFormTest, IsRefusedOnAProtectedCellAndCancelledWithoutATrace) {
     EXPECT_EQ(HeadlessForms().shown.Count(), 1u);
 }
 
+TEST_F(FunctionFormTest, TheFirstFunctionOfACategoryIsChosenFirst) {
+    ASSERT_TRUE(AnswerForm(true));
+    PickCommand(167);
+    EXPECT_EQ(Line().substr(0, 5), "=ABS(");
+    PressKey(VK_ESCAPE);
+    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"函数分类", u"日期与时间"));
+    PickCommand(167);
+    EXPECT_EQ(Line().substr(0, 6), "=DATE(");
+}
+
 }  // namespace
 }  // namespace tally

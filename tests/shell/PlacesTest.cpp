@@ -170,5 +170,22 @@ TEST_F(PlacesTest, AClosedPlatformLetsNothingOutAndAsksNothing) {
     EXPECT_EQ(LastBox(), "Invalid link");
 }
 
+TEST_F(PlacesTest, APageIsShownByAnotherProgramAndThePlaceHere) {
+    Headless().trust = TRUST_OPEN;
+    HeadlessFrame().opensExternally = true;
+    Link("A1", "http://example.org/", "D20");
+    PressKey(VK_RETURN);
+    ASSERT_EQ(HeadlessFrame().opened.Count(), 1u);
+    EXPECT_EQ(Narrow(HeadlessFrame().opened[0]), "http://example.org/");
+    EXPECT_EQ(Active(), "D20");
+    Link("B1", "mailto:somebody", "");
+    ClickCell("B1");
+    EXPECT_EQ(Narrow(HeadlessFrame().opened.Last()), "mailto:somebody");
+    EXPECT_TRUE(Headless().boxes.IsEmpty());
+    HeadlessFrame().opensExternally = false;
+    ClickCell("B1");
+    EXPECT_EQ(LastBox(), "Invalid link");
+}
+
 }  // namespace
 }  // namespace tally

@@ -147,5 +147,32 @@ TEST_F(SheetCommandsTest, ProtectionWithoutAPasswordAsksNothingToComeOff) {
     EXPECT_EQ(HeadlessForms().shown.Count(), 1u);
 }
 
+TEST_F(SheetCommandsTest, WhatIsProtectedOrSizedIsAChangedBook) {
+    struct Case {
+        i32 command;
+        WideView field, value;
+    };
+    for (const Case& row : {Case{411, u"密码", u""},
+                            {391, u"行高", u"20"},
+                            {395, u"列宽", u"20"},
+                            {399, u"标准列宽", u"20"},
+                            {400, u"名称", u"x"},
+                            {410, u"显示比例(&Z) %", u"80"},
+                            {393, u"", u""},
+                            {397, u"", u""},
+                            {392, u"", u""},
+                            {412, u"", u""},
+                            {423, u"", u""}}) {
+        TearDown();
+        SetUp();
+        Select("B2");
+        ASSERT_EQ(CurrentWorkbook()->dirty, 0u);
+        if (!row.field.empty()) Answer(row.field, row.value);
+        PickCommand(row.command);
+        EXPECT_EQ(CurrentWorkbook()->dirty, 1u) << row.command;
+        EXPECT_EQ(UndoCount(), 1u) << row.command;
+    }
+}
+
 }  // namespace
 }  // namespace tally

@@ -233,5 +233,50 @@ TEST_F(SizesTest, AProtectedSheetKeepsItsSizes) {
     EXPECT_TRUE(CurrentSheet()->columns.IsEmpty());
 }
 
+TEST_F(SizesTest, AnEdgeOutsideWholeSelectedLinesSizesItsOwnLineOnly) {
+    const Layout& layout = Shell().layout;
+    const i32 y = layout.grid.top + 3, x = layout.grid.left + 3;
+    SelectArea(AreaOf("A1", "B3"), true, 0, 0, false);
+    const i32 width = ColumnPixels(*CurrentSheet(), 1), height = RowPixels(*CurrentSheet(), 1);
+    DragMouse(layout.columns[0].end - 1, y, layout.columns[0].end + 19, y);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 0), width + 20);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 1), width);
+    DragMouse(x, layout.rows[0].end - 1, x, layout.rows[0].end + 19);
+    EXPECT_EQ(RowPixels(*CurrentSheet(), 0), height + 20);
+    EXPECT_EQ(RowPixels(*CurrentSheet(), 1), height);
+    // Whole columns, and one beside them.
+    SelectArea({0, 65535, 2, 3}, true, 0, 2, false);
+    DragMouse(layout.columns[4].end - 1, y, layout.columns[4].end + 19, y);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 3), width);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 4), width + 20);
+    DragMouse(layout.columns[3].end - 1, y, layout.columns[3].end + 9, y);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 2), width + 10);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 3), width + 10);
+}
+
+TEST_F(SizesTest, BestHeightsOfRowsWithCellsAndWithoutThem) {
+    for (const u16 row : {u16{0}, u16{1}, u16{2}, u16{4}})
+        ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {row, ROW_CUSTOM_HEIGHT, 900}));
+    ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {5, ROW_CUSTOM_HEIGHT, 900}));
+    Enter("A2", "one");
+    Enter("A4", "two");
+    Enter("A5", "three");
+    SelectArea(AreaOf("A1", "A5"), true, 0, 0, false);
+    PickCommand(392);
+    for (i32 row = 0; row < 5; ++row) EXPECT_EQ(GetRowHeight(*CurrentSheet(), row), 255) << row;
+    EXPECT_EQ(GetRowHeight(*CurrentSheet(), 5), 900);
+    for (u32 i = 1; i < CurrentSheet()->rows.Count(); ++i)
+        EXPECT_LT(CurrentSheet()->rows[i - 1].row, CurrentSheet()->rows[i].row);
+}
+
+TEST_F(SizesTest, AColumnThatWasHiddenStillFollowsTheStandardWidth) {
+    Select("B2");
+    PickCommand(397);
+    PickCommand(398);
+    CurrentSheet()->defaultColumnWidth = 12 * 256;
+    CurrentSheet()->viewFlags = static_cast<u16>(CurrentSheet()->viewFlags & ~VIEW_STANDARD_WIDTH);
+    EXPECT_EQ(GetColumnWidth(*CurrentSheet(), 1), 12 * 256);
+}
+
 }  // namespace
 }  // namespace tally
