@@ -139,6 +139,23 @@ TEST_F(CellStores, AreasThatTouchAreJoined) {
     EXPECT_EQ(areas[0], (RefArea{0, 6, 0, 2}));
 }
 
+TEST(CellStoreMemory, ACellThatCannotBeStoredIsRefusedAndReleased) {
+    test::FailingAllocator allocator;
+    {
+        QuietMemoryScope quiet;
+        Sheet sheet;
+        const u8 bytes[] = {0x1E, 1, 0};
+        for (const auto& [row, column] : {std::pair{MAX_ROWS, 0}, {0, MAX_COLUMNS}, {-1, 0}, {0, -1}}) {
+            FormulaTokens tokens;
+            ASSERT_TRUE(MakeTokens(tokens, bytes, {}));
+            EXPECT_FALSE(InsertCell(sheet, row, column, 15, TextValue(u"text"), tokens));
+        }
+        EXPECT_EQ(sheet.cells.count, 0u);
+        FreeStore(sheet.cells);
+    }
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+}
+
 // One store operation after the other with the n-th allocation failing, until none fails any more.
 TEST(CellStoreMemory, AFailedAllocationLeavesTheStoreAsItWas) {
     for (u64 n = 1;; ++n) {
