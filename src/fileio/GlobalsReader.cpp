@@ -6,13 +6,12 @@
 #include "fileio/CarriedRecords.h"
 #include "fileio/FormatRecords.h"
 #include "fileio/OptionRecords.h"
+#include "fileio/RecordHandlers.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 
 namespace tally {
 namespace {
-
-enum RecordResult : u8 { RECORD_DONE, RECORD_FAILED, RECORD_END, RECORD_UNKNOWN };
 
 constexpr u16 UTF16_PAGE = 1200;  // and 1201 with the bytes the other way round
 
@@ -74,41 +73,58 @@ bool ReadBookOption(LoadState& load, const BiffRecord& record) {
     return false;
 }
 
-RecordResult Result(bool good) { return good ? RECORD_DONE : RECORD_FAILED; }
-
-RecordResult ReadGlobalRecord(LoadState& load, const BiffRecord& record) {
-    const ByteView body = record.body;
-    switch (record.id) {
-        case RECORD_EOF: return RECORD_END;
-        case RECORD_EXTERNSHEET: return Result(ReadExternSheet(load, body));
-        case RECORD_NAME:
-        case RECORD_NAME_3: return Result(ReadName(load, body));
-        case RECORD_DATEMODE: LoadedBook(load).date1904 = ByteAt(body, 0) != 0; return RECORD_DONE;
-        case RECORD_EXTERNNAME:
-        case RECORD_EXTERNNAME_3: return Result(ReadExternName(load, body));
-        case RECORD_FILEPASS: ShowMessage(Message(MSG_PASSWORD_PROTECTED)); return RECORD_FAILED;
-        case RECORD_FONT:
-        case RECORD_FONT_3: return Result(ReadFont(load, FONT_OF_BOOKS, body));
-        case RECORD_WINDOW1: ReadWindow1(load, body); return RECORD_DONE;
-        case RECORD_CODEPAGE: ReadCodePage(load, body); return RECORD_DONE;
-        case RECORD_WRITEACCESS: return Result(ReadWriteAccess(load, body));
-        case RECORD_BOUNDSHEET: return Result(ReadBoundSheet(load, body));
-        case RECORD_COUNTRY:
-            LoadedBook(load).country[0] = WordAt(body, 0);
-            LoadedBook(load).country[1] = WordAt(body, 2);
-            return RECORD_DONE;
-        case RECORD_PALETTE: ReadPalette(load, body); return RECORD_DONE;
-        case RECORD_XF: return Result(ReadXf(load, body));
-        case RECORD_XCT: ReadLinkSheet(load, body); return RECORD_DONE;
-        case RECORD_CRN: return Result(ReadLinkValues(load, body));
-        case RECORD_SST: return Result(ReadSharedStrings(load, record));
-        case RECORD_TABID: return Result(ReadTabIds(load, body));
-        case RECORD_SUPBOOK: return Result(ReadSupbook(load, body));
-        case RECORD_STYLE: return Result(ReadStyle(load, body));
-        case RECORD_FORMAT: return Result(ReadFormatRecord(load, body));
-        default: return ReadBookOption(load, record) ? RECORD_DONE : RECORD_UNKNOWN;
-    }
+bool ReadDateMode(LoadState& load, ByteView body) {
+    LoadedBook(load).date1904 = ByteAt(body, 0) != 0;
+    return true;
 }
+
+bool ReadCountry(LoadState& load, ByteView body) {
+    LoadedBook(load).country[0] = WordAt(body, 0);
+    LoadedBook(load).country[1] = WordAt(body, 2);
+    return true;
+}
+
+bool RefusePassword(LoadState&, ByteView) {
+    ShowMessage(Message(MSG_PASSWORD_PROTECTED));
+    return false;
+}
+
+bool ReadBookFont(LoadState& load, ByteView body) { return ReadFont(load, FONT_OF_BOOKS, body); }
+
+// A routine that needs no memory.
+template <void (*read)(LoadState& load, ByteView body)>
+bool ReadAlways(LoadState& load, ByteView body) {
+    read(load, body);
+    return true;
+}
+
+// Ascending by id. Options of one word stand in a table of their own; what neither has is carried.
+constexpr RecordHandler handlers[] = {
+    {RECORD_EXTERNSHEET, ReadExternSheet},
+    {RECORD_NAME, ReadName},
+    {RECORD_DATEMODE, ReadDateMode},
+    {RECORD_EXTERNNAME, ReadExternName},
+    {RECORD_FILEPASS, RefusePassword},
+    {RECORD_FONT, ReadBookFont},
+    {RECORD_WINDOW1, ReadAlways<ReadWindow1>},
+    {RECORD_CODEPAGE, ReadAlways<ReadCodePage>},
+    {RECORD_XCT, ReadAlways<ReadLinkSheet>},
+    {RECORD_CRN, ReadLinkValues},
+    {RECORD_WRITEACCESS, ReadWriteAccess},
+    {RECORD_BOUNDSHEET, ReadBoundSheet},
+    {RECORD_COUNTRY, ReadCountry},
+    {RECORD_PALETTE, ReadAlways<ReadPalette>},
+    {RECORD_XF, ReadXf},
+    {RECORD_SST, ReadSharedStrings},
+    {RECORD_TABID, ReadTabIds},
+    {RECORD_SUPBOOK, ReadSupbook},
+    {RECORD_NAME_3, ReadName},
+    {RECORD_EXTERNNAME_3, ReadExternName},
+    {RECORD_FONT_3, ReadBookFont},
+    {RECORD_STYLE, ReadStyle},
+    {RECORD_FORMAT, ReadFormatRecord},
+};
+static_assert(HandlersAscend(handlers));
 
 // What nobody here understands stays with the book; what goes with a style, with that.
 bool CarryGlobal(LoadState& load, const BiffRecord& record, std::size_t start, u16 place) {
@@ -161,14 +177,13 @@ bool ReadGlobals(LoadState& load) {
     LoadedBook(load).carried.form = load.biffVersion;
     for (std::size_t start = load.stream.position; NextRecord(load.stream, record);
          start = load.stream.position) {
-        const RecordResult result = ReadGlobalRecord(load, record);
-        if (result == RECORD_END) return true;
-        if (result == RECORD_FAILED) return false;
+        if (record.id == RECORD_EOF) return true;
+        const RecordHandler* handler = FindHandler(handlers, record.id);
+        if (handler && !handler->read(load, record.body)) return false;
+        const bool known = handler || ReadBookOption(load, record);
         const u16 own = PlaceInGlobals(record.id);
         if (own != NO_PLACE) place = own;
-        if (result == RECORD_UNKNOWN && !IsWrittenAnew(true, record.id) &&
-            !CarryGlobal(load, record, start, place))
-            return false;
+        if (!known && !IsWrittenAnew(true, record.id) && !CarryGlobal(load, record, start, place)) return false;
     }
     return false;
 }

@@ -111,7 +111,7 @@ void ReadPalette(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadExternSheet(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadExternName(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadSupbook(LoadState& load, ByteView body);
-[[nodiscard]] bool ReadSharedStrings(LoadState& load, const BiffRecord& record);
+[[nodiscard]] bool ReadSharedStrings(LoadState& load, ByteView body);
 // XCT and CRN: the values that linked files had.
 void ReadLinkSheet(LoadState& load, ByteView body);
 [[nodiscard]] bool ReadLinkValues(LoadState& load, ByteView body);

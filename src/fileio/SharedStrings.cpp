@@ -130,11 +130,11 @@ TextBlock* ReadOne(StringReader& r) {
 
 }  // namespace
 
-bool ReadSharedStrings(LoadState& load, const BiffRecord& record) {
-    const u32 count = LongAt(record.body, 4);
-    StringReader r{load.stream, record.body, 8, false};
+bool ReadSharedStrings(LoadState& load, ByteView body) {
+    const u32 count = LongAt(body, 4);
+    StringReader r{load.stream, body, 8, false};
     // A string takes three bytes at least, so the bytes that are left bound the count.
-    const auto before = static_cast<std::size_t>(record.body.data() - load.stream.bytes.data());
+    const auto before = static_cast<std::size_t>(body.data() - load.stream.bytes.data());
     const std::size_t most = (load.stream.bytes.size() - before) / 3;
     if (static_cast<i32>(count) < 1) return true;
     if (!load.strings.Reserve(load.strings.Count() + (count < most ? count : most))) return false;

@@ -1,16 +1,10 @@
-#include <algorithm>
-
 #include "fileio/CarriedRecords.h"
 #include "fileio/OptionRecords.h"
+#include "fileio/RecordHandlers.h"
 #include "fileio/SheetRecords.h"
 
 namespace tally {
 namespace {
-
-struct RecordHandler {
-    u16 id;
-    bool (*read)(LoadState& load, ByteView body);  // false ends the load: memory has failed
-};
 
 // Ascending by id. What is not listed is passed over.
 constexpr RecordHandler handlers[] = {
@@ -80,20 +74,7 @@ constexpr RecordHandler handlers[] = {
     {RECORD_SHEETEXT, ReadSheetExtension},
 };
 
-constexpr bool HandlersAscend() {
-    for (std::size_t i = 1; i < std::size(handlers); ++i) {
-        if (handlers[i - 1].id >= handlers[i].id) return false;
-    }
-    return true;
-}
-static_assert(HandlersAscend());
-
-const RecordHandler* FindHandler(u16 id) {
-    const RecordHandler* found =
-        std::lower_bound(std::begin(handlers), std::end(handlers), id,
-                         [](const RecordHandler& h, u16 wanted) { return h.id < wanted; });
-    return found != std::end(handlers) && found->id == id ? found : nullptr;
-}
+static_assert(HandlersAscend(handlers));
 
 // What nobody here understands stays with the sheet, a block and what goes on behind a record as a whole.
 bool CarryRecord(LoadState& load, const BiffRecord& record, std::size_t start, u16 place) {
@@ -116,7 +97,7 @@ bool ReadRecords(LoadState& load) {
     for (std::size_t start = load.stream.position; NextRecord(load.stream, record);
          start = load.stream.position) {
         if (record.id == RECORD_EOF) return true;
-        const RecordHandler* handler = FindHandler(record.id);
+        const RecordHandler* handler = FindHandler(handlers, record.id);
         if (handler && !handler->read(load, record.body)) return false;
         const u16 own = PlaceInSheet(record.id);
         if (own != NO_PLACE) place = own;
@@ -129,7 +110,7 @@ bool ReadRecords(LoadState& load) {
 }  // namespace
 
 bool ReadSheetRecord(LoadState& load, u16 id, ByteView body) {
-    const RecordHandler* handler = FindHandler(id);
+    const RecordHandler* handler = FindHandler(handlers, id);
     return !handler || handler->read(load, body);
 }
 
