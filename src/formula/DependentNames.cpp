@@ -182,6 +182,7 @@ bool EnterNames(DependentIndex& index, const FormulaCell& formula, u32 number, b
             !places.Append(place))
             return false;
     }
+    if (places.IsEmpty()) return true;
     if (!FillPlaces(index)) return false;
     bool relative = false;
     for (const u32 place : places) {

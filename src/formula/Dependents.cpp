@@ -152,6 +152,10 @@ DependentIndex* Index() { return Engine().dependents; }
 
 bool EnterReference(DependentIndex& index, const TokenPrecedent& reference, i32 book, i32 sheet, u32 reader,
                     bool& everything) {
+    if (reference.externIndex < 0) {
+        const Sheet* own = SheetAt(book, sheet);
+        return !own || EnterArea(index, own->serial, reference.area, reader);
+    }
     everything = everything || FollowsUser(*BookAt(book), reference.externIndex);
     PrecedentSheets sheets;
     if (!ResolvePrecedent(book, sheet, reference.externIndex, sheets)) return true;
