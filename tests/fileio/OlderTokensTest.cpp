@@ -4,38 +4,13 @@
 #include "fileio/OpenFile.h"
 #include "model/CellStore.h"
 #include "support/BiffBuilder.h"
+#include "support/HexBytes.h"
 #include "support/Saving.h"
 
 // The token strings of the older forms, byte by byte: as they stand in a file, in memory, and in a saved file.
 
 namespace tally {
 namespace {
-
-using Bytes = std::vector<u8>;
-
-Bytes Hex(const std::string& text) {
-    Bytes out;
-    for (std::size_t i = 0; i + 1 < text.size();) {
-        if (text[i] == ' ') {
-            ++i;
-            continue;
-        }
-        out.push_back(static_cast<u8>(std::stoi(text.substr(i, 2), nullptr, 16)));
-        i += 2;
-    }
-    return out;
-}
-
-std::string Digits(const Bytes& bytes) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (const u8 byte : bytes) {
-        if (!out.empty()) out += ' ';
-        out += digits[byte >> 4];
-        out += digits[byte & 15];
-    }
-    return out;
-}
 
 Bytes Joined(std::initializer_list<Bytes> parts) {
     Bytes out;

@@ -3,6 +3,7 @@
 
 #include "fileio/OpenFile.h"
 #include "support/BiffBuilder.h"
+#include "support/HexBytes.h"
 #include "support/Saving.h"
 
 // Records that come back as they were: each bit of them that a book keeps, one at a time.
@@ -10,34 +11,8 @@
 namespace tally {
 namespace {
 
-using Bytes = std::vector<u8>;
-
 constexpr u16 XF = 224, FONT = 49, PANE = 65, WINDOW2 = 574, CONDFMT = 432, CF = 433, AUTOFILTERINFO = 157,
               AUTOFILTER = 158;
-
-Bytes Hex(const std::string& text) {
-    Bytes out;
-    for (std::size_t i = 0; i + 1 < text.size();) {
-        if (text[i] == ' ') {
-            ++i;
-            continue;
-        }
-        out.push_back(static_cast<u8>(std::stoi(text.substr(i, 2), nullptr, 16)));
-        i += 2;
-    }
-    return out;
-}
-
-std::string Digits(const Bytes& bytes) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (const u8 byte : bytes) {
-        if (!out.empty()) out += ' ';
-        out += digits[byte >> 4];
-        out += digits[byte & 15];
-    }
-    return out;
-}
 
 struct Row {
     u8 form;
