@@ -10,7 +10,7 @@
 #include "formula/Recalculation.h"
 #include "functions/FunctionState.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 

@@ -3,7 +3,7 @@
 #include "Common.h"
 #include "editing/EntryRecognition.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 // A byte for the region, then what is typed.
 extern "C" int LLVMFuzzerTestOneInput(const tally::u8* data, std::size_t size) {

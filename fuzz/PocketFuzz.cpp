@@ -4,8 +4,8 @@
 #include "fileio/SaveFile.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
-#include "shell/headless/MemoryFiles.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "platform/headless/MemoryFiles.h"
 
 // The input is a file of the pocket form. What was read is calculated and written; what was written must be
 // read.

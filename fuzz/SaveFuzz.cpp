@@ -8,7 +8,7 @@
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 // A record stream as a book that is saved in both forms and read again: what was saved opens, holds what was
 // written, and is the same to the byte when it is saved again.

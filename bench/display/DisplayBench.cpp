@@ -7,7 +7,7 @@
 #include "display/NumberFormatter.h"
 #include "editing/EntryRecognition.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

@@ -8,7 +8,7 @@
 #include "editing/PasteText.h"
 #include "editing/StoreEntry.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

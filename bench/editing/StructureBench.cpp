@@ -11,7 +11,7 @@
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 // Rows that are put in at the top of a large sheet and taken out again.
 

@@ -9,7 +9,7 @@
 #include "fileio/TextFiles.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

@@ -11,7 +11,7 @@
 #include "formula/Compiler.h"
 #include "formula/Links.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

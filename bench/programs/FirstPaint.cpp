@@ -1,14 +1,14 @@
 // Starts the desktop program with the files of the command line, paints its window once and ends: what the
 // whole process takes is what a user waits for.
 #include "base/Text.h"
-#include "shell/Shell.h"
-#include "shell/qt/QtDesktop.h"
+#include "platform/qt/QtDesktop.h"
+#include "shell/frame/Shell.h"
 
 namespace tally {
 namespace {
 
 bool SendAndQuitAfterPaint(const ShellMessage& message) {
-    const bool handled = SendShellMessage(message);
+    const bool handled = FrameCallsInUse().sendMessage(message);
     if (message.message == WM_PAINT) ShellPlatform().quit();
     return handled;
 }

@@ -8,10 +8,10 @@
 
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/Shell.h"
-#include "shell/qt/QtDesktop.h"
+#include "platform/qt/QtDesktop.h"
+#include "shell/frame/Shell.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
 
 using namespace tally;
 
@@ -37,7 +37,7 @@ void Press(u32 key) {
     ShellMessage message;
     message.message = WM_KEYDOWN;
     message.key = key;
-    SendShellMessage(message);
+    FrameCallsInUse().sendMessage(message);
 }
 
 bool FillSheet() {
@@ -58,8 +58,7 @@ int main(int count, char** arguments) {
     const int runs = count > 1 ? std::atoi(arguments[1]) : 200;
     OpenDesktop(count, arguments);
     SetShellPlatform(&QtShellPlatform());
-    OpenFrame({SendShellMessage, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar, EntryLineClick,
-               MenuItems});
+    OpenFrame(ShellFrameCalls());
     StartShell(u"");
     ShowFrame();
     if (!FillSheet()) return 1;

@@ -11,8 +11,8 @@
 
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "shell/Shell.h"
-#include "shell/qt/QtFrame.h"
+#include "platform/qt/QtFrame.h"
+#include "shell/frame/Shell.h"
 
 namespace tally {
 namespace {
@@ -24,8 +24,7 @@ class DesktopClipboard : public testing::Test {
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
         SetPlatform(&QtPlatform());
         SetShellPlatform(&QtShellPlatform());
-        OpenFrame({SendShellMessage, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar, EntryLineClick,
-                   MenuItems});
+        OpenFrame(ShellFrameCalls());
         StartShell(WideView());
         ShowFrame();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));

@@ -1,4 +1,4 @@
-#include "shell/Forms.h"
+#include "platform/Forms.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 #include <QTest>
 #include <QTimer>
 
-#include "shell/qt/QtFrame.h"
+#include "platform/qt/QtFrame.h"
 
 namespace tally {
 namespace {

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/qt/QtFrame.h"
+#include "platform/qt/QtFrame.h"
 #include "support/Sandbox.h"
 
 namespace tally {

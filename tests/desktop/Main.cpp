@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 
-#include "shell/qt/QtDesktop.h"
+#include "platform/qt/QtDesktop.h"
 
 int main(int count, char** arguments) {
     testing::InitGoogleTest(&count, arguments);

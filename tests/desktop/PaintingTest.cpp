@@ -4,8 +4,8 @@
 #include <climits>
 #include <string>
 
-#include "shell/qt/QtDesktop.h"
-#include "shell/qt/QtPainting.h"
+#include "platform/qt/QtDesktop.h"
+#include "platform/qt/QtPainting.h"
 
 namespace tally {
 namespace {

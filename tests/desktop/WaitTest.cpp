@@ -10,8 +10,8 @@
 #include <QTest>
 
 #include "base/LongOperation.h"
-#include "shell/Shell.h"
-#include "shell/qt/QtFrame.h"
+#include "platform/qt/QtFrame.h"
+#include "shell/frame/Shell.h"
 
 namespace tally {
 namespace {
@@ -23,8 +23,7 @@ class DesktopWait : public testing::Test {
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
         SetPlatform(&QtPlatform());
         SetShellPlatform(&QtShellPlatform());
-        OpenFrame({SendShellMessage, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar, EntryLineClick,
-                   MenuItems});
+        OpenFrame(ShellFrameCalls());
         StartShell(WideView());
         ShowFrame();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));

@@ -4,7 +4,7 @@
 
 #include "display/Calendar.h"
 #include "display/LocaleSettings.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

@@ -4,7 +4,7 @@
 #include "display/NumberFormatter.h"
 #include "model/DefaultFormats.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

@@ -9,7 +9,7 @@
 #include "base/Text.h"
 #include "display/FormatRun.h"
 #include "display/LocaleSettings.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

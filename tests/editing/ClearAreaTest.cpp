@@ -3,7 +3,7 @@
 #include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BookDump.h"
 #include "support/Sandbox.h"
 

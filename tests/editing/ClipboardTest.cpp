@@ -4,7 +4,7 @@
 #include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/RandomBook.h"
 

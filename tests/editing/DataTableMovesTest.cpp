@@ -11,7 +11,7 @@
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BookDump.h"
 #include "support/Sandbox.h"
 

@@ -12,7 +12,7 @@
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/RandomBook.h"
 

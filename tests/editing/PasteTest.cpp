@@ -11,7 +11,7 @@
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "model/RuleLists.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/RandomBook.h"
 

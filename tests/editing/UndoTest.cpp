@@ -11,7 +11,7 @@
 #include "formula/TokenWalk.h"
 #include "functions/FunctionState.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/RandomBook.h"
 

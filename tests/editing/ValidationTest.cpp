@@ -4,7 +4,7 @@
 #include "editing/StoreEntry.h"
 #include "formula/Compiler.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

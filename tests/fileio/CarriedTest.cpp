@@ -3,7 +3,7 @@
 #include "editing/Undo.h"
 #include "fileio/RichText.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BiffBuilder.h"
 #include "support/FileLister.h"
 #include "support/Saving.h"

@@ -7,7 +7,7 @@
 
 #include "fileio/OpenFile.h"
 #include "fileio/TextFiles.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 // What the sheets of real workbooks show, beside the csv files that another program wrote of them.

@@ -6,7 +6,7 @@
 #include "model/CellStore.h"
 #include "model/DefaultFormats.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BiffBuilder.h"
 #include "support/RecordLint.h"
 #include "support/Saving.h"

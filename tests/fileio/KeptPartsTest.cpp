@@ -7,7 +7,7 @@
 #include <set>
 
 #include "functions/Random.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FileLister.h"
 #include "support/Saving.h"
 

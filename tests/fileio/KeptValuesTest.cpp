@@ -6,7 +6,7 @@
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Saving.h"
 
 // Formulas that ask for what is not there keep the values that they have.

@@ -11,7 +11,7 @@
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BiffBuilder.h"
 #include "support/FailingAllocator.h"
 #include "support/Sandbox.h"

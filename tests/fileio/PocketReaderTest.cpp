@@ -8,7 +8,7 @@
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/PocketBuilder.h"
 #include "support/Sandbox.h"

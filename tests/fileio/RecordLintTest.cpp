@@ -7,7 +7,7 @@
 #include "base/Platform.h"
 #include "fileio/CompoundReader.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Saving.h"
 
 // Saved workbooks before a strict reader.

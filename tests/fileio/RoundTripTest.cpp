@@ -5,7 +5,7 @@
 
 #include "fileio/SaveFile.h"
 #include "functions/Random.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BookDump.h"
 #include "support/Sandbox.h"
 

@@ -11,9 +11,9 @@
 #include "formula/Recalculation.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessPlatform.h"
-#include "shell/headless/MemoryFiles.h"
-#include "shell/posix/FileSteps.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "platform/headless/MemoryFiles.h"
+#include "platform/posix/FileSteps.h"
 #include "support/FailingAllocator.h"
 #include "support/Saving.h"
 

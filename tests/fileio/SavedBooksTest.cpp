@@ -7,7 +7,7 @@
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Saving.h"
 
 // Whole books that are saved and come back.

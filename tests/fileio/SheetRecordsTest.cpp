@@ -4,7 +4,7 @@
 #include "formula/FormulaText.h"
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/BiffBuilder.h"
 #include "support/FailingAllocator.h"
 #include "support/Sandbox.h"

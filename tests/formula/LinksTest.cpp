@@ -1,7 +1,7 @@
 #include "formula/Links.h"
 
 #include "formula/TokenWalk.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

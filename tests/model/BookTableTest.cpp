@@ -6,7 +6,7 @@
 #include "model/DefaultFormats.h"
 #include "model/Formats.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
 

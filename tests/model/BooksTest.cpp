@@ -4,7 +4,7 @@
 #include "model/Carried.h"
 #include "model/CellStore.h"
 #include "model/Trust.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

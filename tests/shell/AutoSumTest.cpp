@@ -1,9 +1,9 @@
 #include "editing/Undo.h"
 #include "formula/FormulaText.h"
 #include "model/CellStore.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

@@ -2,9 +2,9 @@
 
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

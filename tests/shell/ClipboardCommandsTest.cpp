@@ -3,8 +3,8 @@
 #include "editing/Undo.h"
 #include "formula/FormulaText.h"
 #include "model/CellStore.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -446,7 +446,7 @@ TEST_F(ClipboardCommands, TheContextMenuHasTheSameCommands) {
     message.x = x;
     message.y = y;
     HeadlessFrame().popupAnswer = COPY;
-    IgnoreFailure(SendShellMessage(message));
+    IgnoreFailure(FrameCallsInUse().sendMessage(message));
     EXPECT_TRUE(Clipboard().blockExists);
 }
 

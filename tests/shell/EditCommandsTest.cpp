@@ -1,10 +1,10 @@
 #include "editing/Undo.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -34,7 +34,7 @@ class EditCommands : public ShellSandbox {
     }
     static std::string Label(MenuId menu, i32 command) {
         Array<MenuItem> items;
-        EXPECT_TRUE(MenuItems(menu, items));
+        EXPECT_TRUE(FrameCallsInUse().menuItems(menu, items));
         for (const MenuItem& item : items)
             if (item.command == command) return Narrow(item.text);
         return "none";

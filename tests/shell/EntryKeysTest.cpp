@@ -4,11 +4,11 @@
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Layout.h"
-#include "shell/RuleHints.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/grid/Layout.h"
+#include "shell/grid/RuleHints.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -35,7 +35,7 @@ class EntryKeysTest : public ShellSandbox {
         message.message = WM_MOUSEMOVE;
         message.x = x;
         message.y = y;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
     static std::string HintOf(std::string_view cell) {
         i32 x = 0, y = 0;
@@ -163,11 +163,11 @@ TEST_F(EntryKeysTest, TypingAndErasingOpenAnEmptyLine) {
     ShellMessage control;
     control.message = WM_CHAR;
     control.key = 7;
-    EXPECT_TRUE(SendShellMessage(control));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(control));
     EXPECT_FALSE(IsEditing());
     control.key = u'x';
     control.modifiers = KEY_CTRL;
-    EXPECT_TRUE(SendShellMessage(control));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(control));
     EXPECT_FALSE(IsEditing());
 }
 

@@ -2,11 +2,11 @@
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
-#include "shell/Layout.h"
-#include "shell/RuleHints.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/grid/Layout.h"
+#include "shell/grid/RuleHints.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -210,7 +210,7 @@ TEST_F(EntryTest, WhatARuleAsksForIsSaidWhereThePointerRests) {
         ShellMessage message;
         message.message = WM_MOUSEMOVE;
         CellPoint(cell, message.x, message.y);
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     };
     moveTo("A2");
     EXPECT_EQ(Narrow(HeadlessFrame().toolTip), "Price\nAbove 10");

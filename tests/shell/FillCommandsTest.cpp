@@ -1,7 +1,7 @@
 #include "model/CellStore.h"
-#include "shell/Tables.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/frame/Tables.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

@@ -2,8 +2,8 @@
 #include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Selection.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/selection/Selection.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

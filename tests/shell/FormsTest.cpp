@@ -1,4 +1,4 @@
-#include "shell/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessForms.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

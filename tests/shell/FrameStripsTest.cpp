@@ -2,10 +2,10 @@
 
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/Toolbars.h"
+#include "shell/frame/Toolbars.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -47,7 +47,7 @@ class FrameStripsTest : public ShellSandbox {
     }
     static bool IsChecked(MenuId menu, i32 command) {
         Array<MenuItem> items;
-        EXPECT_TRUE(MenuItems(menu, items));
+        EXPECT_TRUE(FrameCallsInUse().menuItems(menu, items));
         for (const MenuItem& item : items)
             if (item.command == command) return item.checked;
         ADD_FAILURE() << "no item " << command;
@@ -58,14 +58,14 @@ class FrameStripsTest : public ShellSandbox {
         HeadlessFrame().height = height;
         ShellMessage message;
         message.message = WM_SIZE;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
     static void Scroll(bool vertical, i32 code, i32 position = 0) {
         ShellMessage message;
         message.message = vertical ? WM_VSCROLL : WM_HSCROLL;
         message.scrollCode = code;
         message.scrollPosition = position;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
 };
 
@@ -440,7 +440,7 @@ TEST_F(FrameStripsTest, AFrameThatIsAnIconKeepsItsLayout) {
     ShellMessage message;
     message.message = WM_SIZE;
     message.minimised = true;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     EXPECT_EQ(Lay().width, 800);
 }
 

@@ -5,10 +5,10 @@
 #include "editing/Undo.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
-#include "shell/Commands.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/Tables.h"
+#include "shell/commands/Commands.h"
+#include "shell/frame/Tables.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -43,7 +43,7 @@ class MenuStatesTest : public ShellSandbox {
         std::string all;
         for (i32 menu = MENU_BAR; menu < MENU_COUNT; ++menu) {
             Array<MenuItem> items;
-            EXPECT_TRUE(MenuItems(static_cast<MenuId>(menu), items));
+            EXPECT_TRUE(FrameCallsInUse().menuItems(static_cast<MenuId>(menu), items));
             for (const MenuItem& item : items) {
                 if (item.text.IsEmpty() || item.enabled || (item.command && !FindCommand(item.command)))
                     continue;
@@ -54,7 +54,7 @@ class MenuStatesTest : public ShellSandbox {
     }
     static std::string Label(MenuId menu, i32 command) {
         Array<MenuItem> items;
-        EXPECT_TRUE(MenuItems(menu, items));
+        EXPECT_TRUE(FrameCallsInUse().menuItems(menu, items));
         for (const MenuItem& item : items)
             if (item.command == command) return Narrow(item.text);
         return "none";
@@ -213,7 +213,7 @@ TEST_F(MenuStatesTest, RecentFilesAndOpenBooksAreListedByName) {
     BookAt(1)->hiddenLink = 1;
     SelectBook(3);
     Array<MenuItem> items;
-    ASSERT_TRUE(MenuItems(MENU_WINDOWS, items));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_WINDOWS, items));
     ASSERT_EQ(items.Count(), 10u);
     EXPECT_EQ(Narrow(items[0].text), "&1 Book1");
     EXPECT_EQ(Narrow(items[1].text), "&2 Book3");
@@ -271,9 +271,9 @@ TEST_F(MenuStatesTest, KeysOfTheMenuBar) {
         EXPECT_EQ(found, row.command) << row.key << ' ' << row.modifiers;
     }
     // A key with other modifiers is no such key.
-    EXPECT_FALSE(TranslateShellAccelerator('N', KEY_CTRL | KEY_SHIFT));
-    EXPECT_FALSE(TranslateShellAccelerator('N', 0));
-    EXPECT_TRUE(TranslateShellAccelerator('N', KEY_CTRL));
+    EXPECT_FALSE(FrameCallsInUse().translateAccelerator('N', KEY_CTRL | KEY_SHIFT));
+    EXPECT_FALSE(FrameCallsInUse().translateAccelerator('N', 0));
+    EXPECT_TRUE(FrameCallsInUse().translateAccelerator('N', KEY_CTRL));
     EXPECT_EQ(Books().books.Count(), 2u);
 }
 

@@ -2,10 +2,10 @@
 
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -31,13 +31,13 @@ class NavigationTest : public ShellSandbox {
         message.x = x;
         message.y = y;
         message.modifiers = modifiers;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
     static void Timer(i32 timer) {
         ShellMessage message;
         message.message = WM_TIMER;
         message.command = timer;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
     static std::string First() {
         const SheetView& view = CurrentSheet()->view;

@@ -1,9 +1,9 @@
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -232,7 +232,7 @@ TEST_F(PaintTest, TheWorkOfAPaintFollowsItsRectangle) {
     paint.message = WM_PAINT;
     const PixelRect cell = Cell(5, 5);
     paint.paint = {cell.left + 4, cell.top + 4, cell.left + 5, Shell().layout.grid.bottom};
-    EXPECT_TRUE(SendShellMessage(paint));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(paint));
     EXPECT_LT(HeadlessFrame().drawing.Count(), whole / 3);
 }
 

@@ -4,8 +4,8 @@
 #include "fileio/OpenFile.h"
 #include "model/Carried.h"
 #include "model/CellStore.h"
-#include "shell/Commands.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
 #include "support/BookDump.h"
 #include "support/ShellSandbox.h"
 

@@ -1,9 +1,9 @@
 #include "editing/Undo.h"
 #include "model/CellStore.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

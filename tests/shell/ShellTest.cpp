@@ -2,12 +2,14 @@
 
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Commands.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/Tables.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
+#include "shell/frame/Settings.h"
+#include "shell/frame/Shell.h"
+#include "shell/frame/Tables.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/BiffBuilder.h"
 #include "support/ShellSandbox.h"
 
@@ -55,7 +57,7 @@ TEST_F(ShellTest, EveryMessageHasOneRow) {
     for (const FrameMessageRow& row : FrameMessageTable()) EXPECT_TRUE(seen.insert(row.message).second);
     ShellMessage unknown;
     unknown.message = 0x7777;
-    EXPECT_FALSE(SendShellMessage(unknown));
+    EXPECT_FALSE(FrameCallsInUse().sendMessage(unknown));
 }
 
 TEST_F(ShellTest, AcceleratorsLeadToRowsOfTheCommandTable) {
@@ -76,18 +78,18 @@ TEST_F(ShellTest, ACommandThatIsNotBuiltStandsGreyAndDoesNothing) {
 
 TEST_F(ShellTest, MenusStandAtTheirPositions) {
     Array<MenuItem> items;
-    ASSERT_TRUE(MenuItems(MENU_FILE, items));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_FILE, items));
     EXPECT_EQ(items[2].popup, MENU_RECENT);
     EXPECT_EQ(items[6].popup, MENU_WINDOWS);
-    ASSERT_TRUE(MenuItems(MENU_EDIT, items));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_EDIT, items));
     EXPECT_EQ(items[7].popup, MENU_FILL);
     EXPECT_EQ(items[8].popup, MENU_CLEAR);
-    ASSERT_TRUE(MenuItems(MENU_INSERT, items));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_INSERT, items));
     EXPECT_EQ(items[4].popup, MENU_CHART);
     EXPECT_EQ(items[8].popup, MENU_NAME);
-    ASSERT_TRUE(MenuItems(MENU_FORMAT, items));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_FORMAT, items));
     EXPECT_EQ(items[10].popup, MENU_DATA);
-    ASSERT_TRUE(MenuItems(MENU_SHEET, items));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_SHEET, items));
     EXPECT_EQ(items[5].popup, MENU_ZOOM);
 }
 
@@ -182,10 +184,10 @@ TEST_F(ShellTest, EndModeStaysForTheEntryLineAndGoesWithAnyOtherCommand) {
     message.message = WM_COMMAND;
     message.command = 999;
     message.sender = SENDER_ENTRY_LINE;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     EXPECT_TRUE(Shell().endMode);
     message.sender = SENDER_MENU;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     EXPECT_FALSE(Shell().endMode);
 }
 
@@ -371,7 +373,7 @@ TEST_F(ShellTest, AGeneralNumberGivesUpDecimalsBeforeItGivesWay) {
         ShellMessage paint;
         paint.message = WM_PAINT;
         paint.paint = AreaPixels({1, 1, 1, 1});
-        EXPECT_TRUE(SendShellMessage(paint));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(paint));
         EXPECT_GE(CountDrawn(row.shown), 1) << row.entry << " in " << row.characters;
     }
 }
@@ -471,7 +473,7 @@ TEST_F(ShellTest, APaintOfOneCellTouchesOnlyThatCell) {
     ShellMessage paint;
     paint.message = WM_PAINT;
     paint.paint = AreaPixels({4, 4, 4, 4});
-    EXPECT_TRUE(SendShellMessage(paint));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(paint));
     EXPECT_LT(HeadlessFrame().drawing.Count(), whole / 5);
 }
 

@@ -1,13 +1,13 @@
-#include "shell/Sizes.h"
+#include "shell/grid/Sizes.h"
 
 #include <functional>
 
 #include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -43,7 +43,7 @@ class SizesTest : public ShellSandbox {
         message.message = WM_LBUTTONDBLCLK;
         message.x = x;
         message.y = y;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
 };
 
@@ -156,11 +156,11 @@ TEST_F(SizesTest, TheEdgeIsSeenWhileItIsDragged) {
     message.message = WM_LBUTTONDOWN;
     message.x = second.end - 1;
     message.y = Shell().layout.grid.top + 3;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     HeadlessFrame().dirty.Truncate(0);
     message.message = WM_MOUSEMOVE;
     message.x += 20;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     PaintHeadless(false);
     bool seen = false;
     for (const DrawRecord& record : HeadlessFrame().drawing)
@@ -169,7 +169,7 @@ TEST_F(SizesTest, TheEdgeIsSeenWhileItIsDragged) {
     EXPECT_TRUE(seen);
     EXPECT_EQ(ColumnPixels(*CurrentSheet(), 1), second.end - second.start);
     message.message = WM_LBUTTONUP;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     EXPECT_EQ(ColumnPixels(*CurrentSheet(), 1), second.end - second.start + 20);
     PaintHeadless();
     for (const DrawRecord& record : HeadlessFrame().drawing)

@@ -1,10 +1,10 @@
-#include "shell/Toolbars.h"
+#include "shell/frame/Toolbars.h"
 
 #include <set>
 
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/Tables.h"
+#include "shell/frame/Tables.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -30,7 +30,7 @@ class ToolbarsTest : public ShellSandbox {
         message.message = WM_MOUSEMOVE;
         message.x = x;
         message.y = y;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
 };
 

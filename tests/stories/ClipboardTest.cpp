@@ -4,9 +4,9 @@
 #include "editing/Undo.h"
 #include "formula/FormulaText.h"
 #include "model/CellStore.h"
-#include "shell/Selection.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/selection/Selection.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {

@@ -2,11 +2,11 @@
 
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/Commands.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -260,19 +260,19 @@ TEST_F(FirstWindow, ADragBelowTheGridScrollsWithTheTimer) {
     message.message = WM_LBUTTONDOWN;
     message.x = x;
     message.y = y;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     message.message = WM_MOUSEMOVE;
     message.y = HeadlessFrame().height + 50;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     EXPECT_TRUE(HeadlessFrame().timers[TIMER_AUTO_SCROLL]);
     const i32 last = CurrentSheet()->view.selection.lastRow;
     ShellMessage timer;
     timer.message = WM_TIMER;
     timer.command = TIMER_AUTO_SCROLL;
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(SendShellMessage(timer));
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(FrameCallsInUse().sendMessage(timer));
     EXPECT_GT(CurrentSheet()->view.selection.lastRow, last);
     message.message = WM_LBUTTONUP;
-    EXPECT_TRUE(SendShellMessage(message));
+    EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     EXPECT_FALSE(HeadlessFrame().timers[TIMER_AUTO_SCROLL]);
     EXPECT_FALSE(HeadlessFrame().captured);
 }
@@ -320,7 +320,7 @@ TEST_F(FirstWindow, ABookOpenedFromTheMenuIsShown) {
     PaintHeadless();
     EXPECT_GE(CountDrawn("y"), 1);
     Array<MenuItem> recent;
-    ASSERT_TRUE(MenuItems(MENU_RECENT, recent));
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_RECENT, recent));
     ASSERT_EQ(recent.Count(), 1u);
     EXPECT_EQ(Narrow(recent[0].text), "list.csv");
 }

@@ -6,12 +6,12 @@
 #include "editing/Undo.h"
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
-#include "shell/Commands.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -89,7 +89,7 @@ class RepaintStory : public ShellSandbox {
         message.message = number;
         message.x = x;
         message.y = y;
-        EXPECT_TRUE(SendShellMessage(message));
+        EXPECT_TRUE(FrameCallsInUse().sendMessage(message));
     }
     static void Key(const char* name, u32 key, u32 modifiers = 0) {
         Step(name, [&] { PressKey(key, modifiers); });

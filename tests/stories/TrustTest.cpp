@@ -7,9 +7,10 @@
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "model/Trust.h"
-#include "shell/Commands.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
+#include "shell/frame/Settings.h"
+#include "shell/state/ShellState.h"
 #include "support/BiffBuilder.h"
 #include "support/ShellSandbox.h"
 
@@ -74,7 +75,7 @@ class TrustStory : public ShellSandbox {
         ShellMessage message;
         message.message = WM_TIMER;
         message.command = TIMER_TRUST;
-        IgnoreFailure(SendShellMessage(message));
+        IgnoreFailure(FrameCallsInUse().sendMessage(message));
     }
     static std::string LastBox() {
         return Headless().boxes.IsEmpty() ? std::string() : Narrow(Headless().boxes.Last().text);

@@ -2,11 +2,12 @@
 
 #include "base/Memory.h"
 #include "formula/FormulaText.h"
-#include "shell/FramePaint.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/ShellState.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "shell/frame/FramePaint.h"
+#include "shell/frame/Shell.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
 
 namespace tally {
 
@@ -85,7 +86,7 @@ const DrawRecord* ShellSandbox::FindDrawn(std::string_view text) {
 
 bool ShellSandbox::IsEnabled(MenuId menu, i32 command) {
     Array<MenuItem> items;
-    EXPECT_TRUE(MenuItems(menu, items));
+    EXPECT_TRUE(FrameCallsInUse().menuItems(menu, items));
     for (const MenuItem& item : items)
         if (item.command == command) return item.enabled;
     ADD_FAILURE() << "no item " << command;

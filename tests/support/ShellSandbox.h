@@ -1,7 +1,7 @@
 #pragma once
 // The whole program without a screen: a started shell with its first book.
 
-#include "shell/headless/HeadlessShell.h"
+#include "platform/headless/HeadlessShell.h"
 #include "support/Sandbox.h"
 
 namespace tally {

@@ -11,7 +11,7 @@
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Saving.h"
 
 // Other programs open what was saved and see the same. Each test is skipped where its program is missing.

@@ -3,7 +3,7 @@
 #include "fileio/OpenFile.h"
 #include "fileio/SaveFile.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

@@ -6,10 +6,10 @@
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "model/BookTable.h"
-#include "shell/Shell.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
-#include "shell/headless/HeadlessShell.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessShell.h"
+#include "shell/frame/Shell.h"
 
 namespace tally {
 namespace {

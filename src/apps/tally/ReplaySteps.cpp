@@ -11,14 +11,14 @@
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "shell/Commands.h"
-#include "shell/Layout.h"
-#include "shell/Selection.h"
-#include "shell/Shell.h"
-#include "shell/Tables.h"
-#include "shell/headless/HeadlessForms.h"
-#include "shell/headless/HeadlessPlatform.h"
-#include "shell/headless/HeadlessShell.h"
+#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessShell.h"
+#include "shell/commands/Commands.h"
+#include "shell/frame/Shell.h"
+#include "shell/frame/Tables.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
 
 namespace tally {
 namespace {
@@ -174,7 +174,7 @@ const char* StepDrag(std::string_view rest, int& status) {
 int MenuState(i32 command) {
     for (i32 menu = MENU_BAR; menu < MENU_COUNT; ++menu) {
         Array<MenuItem> items;
-        if (!MenuItems(static_cast<MenuId>(menu), items)) continue;
+        if (!FrameCallsInUse().menuItems(static_cast<MenuId>(menu), items)) continue;
         for (const MenuItem& item : items)
             if (item.command == command) return item.enabled;
     }

@@ -6,7 +6,7 @@
 #include "fileio/OpenFile.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {

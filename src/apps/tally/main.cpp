@@ -9,8 +9,8 @@
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
 #include "formula/Recalculation.h"
-#include "shell/headless/HeadlessPlatform.h"
-#include "shell/posix/Regions.h"
+#include "platform/headless/HeadlessPlatform.h"
+#include "platform/posix/Regions.h"
 
 namespace tally {
 namespace {

@@ -2,8 +2,8 @@
 #include <cstdlib>
 
 #include "base/Text.h"
-#include "shell/Shell.h"
-#include "shell/qt/QtDesktop.h"
+#include "platform/qt/QtDesktop.h"
+#include "shell/frame/Shell.h"
 
 // The toolkit would end the process without a word that helps.
 static bool HasDisplay() {
@@ -23,8 +23,7 @@ int main(int count, char** arguments) {
     }
     OpenDesktop(count, arguments);
     SetShellPlatform(&QtShellPlatform());
-    OpenFrame({SendShellMessage, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar, EntryLineClick,
-               MenuItems});
+    OpenFrame(ShellFrameCalls());
     WideText path;
     if (count > 1) IgnoreFailure(WideFromPath(path, arguments[1]));
     StartShell(path);

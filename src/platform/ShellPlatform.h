@@ -1,0 +1,265 @@
+#pragma once
+// What the shell needs of a windowing toolkit: one table of operations, and the messages that come back.
+// The frame's client area is painted by the shell (grid, headers, tabs, status bar); the toolkit owns the
+// menu bar, the entry line, the two scroll bars and the dialogs of files.
+
+#include "base/Platform.h"
+#include "platform/Drawing.h"
+
+namespace tally {
+
+// ---- messages from the toolkit, with their published numbers -----------------------------------------
+
+enum MessageNumber : u32 {
+    WM_SIZE = 0x0005,
+    WM_SETFOCUS = 0x0007,
+    WM_PAINT = 0x000F,
+    WM_CLOSE = 0x0010,
+    WM_DRAWITEM = 0x002B,
+    WM_MEASUREITEM = 0x002C,
+    WM_NOTIFY = 0x004E,
+    WM_HELP = 0x0053,
+    WM_KEYDOWN = 0x0100,
+    WM_CHAR = 0x0102,
+    WM_IME_STARTCOMPOSITION = 0x010D,
+    WM_COMMAND = 0x0111,
+    WM_TIMER = 0x0113,
+    WM_HSCROLL = 0x0114,
+    WM_VSCROLL = 0x0115,
+    WM_INITMENUPOPUP = 0x0117,
+    WM_MOUSEMOVE = 0x0200,
+    WM_LBUTTONDOWN = 0x0201,
+    WM_LBUTTONUP = 0x0202,
+    WM_LBUTTONDBLCLK = 0x0203,
+    WM_RBUTTONDOWN = 0x0204,
+    WM_MOUSEWHEEL = 0x020A,
+};
+
+// Virtual keys, with their published numbers; letters and digits are their capital characters.
+enum KeyCode : u32 {
+    VK_BACK = 0x08,
+    VK_TAB = 0x09,
+    VK_RETURN = 0x0D,
+    VK_ESCAPE = 0x1B,
+    VK_SPACE = 0x20,
+    VK_PRIOR = 0x21,  // PageUp
+    VK_NEXT = 0x22,   // PageDown
+    VK_END = 0x23,
+    VK_HOME = 0x24,
+    VK_LEFT = 0x25,
+    VK_UP = 0x26,
+    VK_RIGHT = 0x27,
+    VK_DOWN = 0x28,
+    VK_INSERT = 0x2D,
+    VK_DELETE = 0x2E,
+    VK_DECIMAL = 0x6E,  // of the number pad
+    VK_F2 = 0x71,
+    VK_F9 = 0x78,
+    VK_OEM_1 = 0xBA,       // ;
+    VK_OEM_PLUS = 0xBB,    // =
+    VK_OEM_COMMA = 0xBC,   // ,
+    VK_OEM_PERIOD = 0xBE,  // .
+    VK_OEM_3 = 0xC0,       // `
+    VK_OEM_8 = 0xDF,
+};
+
+enum KeyModifiers : u32 { KEY_SHIFT = 1, KEY_CTRL = 2, KEY_ALT = 4 };
+
+enum ScrollCode : i32 {
+    SB_LINEUP = 0,
+    SB_LINEDOWN = 1,
+    SB_PAGEUP = 2,
+    SB_PAGEDOWN = 3,
+    SB_THUMBPOSITION = 4,
+    SB_THUMBTRACK = 5
+};
+
+enum CommandSender : u8 { SENDER_MENU = 0, SENDER_TOOLBAR = 1, SENDER_ENTRY_LINE = 2, SENDER_OTHER = 3 };
+
+// One message; which fields count depends on its number.
+struct ShellMessage {
+    u32 message = 0;
+    u32 key = 0;         // WM_KEYDOWN: KeyCode; WM_CHAR: the UTF-16 unit
+    u32 modifiers = 0;   // KeyModifiers, for keys and the mouse
+    i32 x = 0, y = 0;    // mouse; WM_SIZE: the new client size
+    i32 wheel = 0;       // WM_MOUSEWHEEL: above zero is away from the user
+    i32 command = 0;     // WM_COMMAND; WM_TIMER: the timer; WM_INITMENUPOPUP: the MenuId
+    i32 scrollCode = 0;  // WM_HSCROLL, WM_VSCROLL
+    i32 scrollPosition = 0;
+    CommandSender sender = SENDER_MENU;
+    bool minimised = false;  // WM_SIZE
+    void* target = nullptr;  // WM_PAINT: for the drawing table
+    PixelRect paint;         // WM_PAINT: what must be painted
+};
+
+// ---- menus -------------------------------------------------------------------------------------------
+
+// The popups, by number; each is one constant table. MENU_BAR holds the top level.
+enum MenuId : i32 {
+    MENU_NONE = -1,
+    MENU_BAR,
+    MENU_FILE,
+    MENU_RECENT,
+    MENU_WINDOWS,
+    MENU_EDIT,
+    MENU_FILL,
+    MENU_CLEAR,
+    MENU_INSERT,
+    MENU_CHART,
+    MENU_NAME,
+    MENU_CONTROLS,
+    MENU_DRAWING,
+    MENU_SHAPES,
+    MENU_SHAPE_FIRST,  // seven palettes
+    MENU_SHAPE_LAST = MENU_SHAPE_FIRST + 6,
+    MENU_FORMAT,
+    MENU_ROW,
+    MENU_COLUMN,
+    MENU_SHEET,
+    MENU_ZOOM,
+    MENU_VIEW,
+    MENU_VIEW_FILE,
+    MENU_TOOLBARS,
+    MENU_DATA,
+    MENU_FILTER,
+    MENU_COUNT,
+};
+
+// An item as it is now. The text has "&" for the letter and "\t" before the key that it names.
+struct MenuItem {
+    i32 command = 0;           // 0: a popup or a separator
+    MenuId popup = MENU_NONE;  // of a popup item
+    bool enabled = true;
+    bool checked = false;
+    WideText text;  // empty: a separator
+};
+
+// ---- the entry line ----------------------------------------------------------------------------------
+
+enum EntryEditAction : i32 { ENTRY_UNDO, ENTRY_CUT, ENTRY_COPY, ENTRY_PASTE };
+
+// ---- scroll bars -------------------------------------------------------------------------------------
+
+struct ScrollBarState {
+    bool shown = false;
+    PixelRect place;
+    i32 position = 0;
+    i32 page = 1;
+    i32 maximum = 0;  // greatest position
+};
+
+enum PointerShape : u8 { POINTER_ARROW, POINTER_CELL, POINTER_COLUMN_EDGE, POINTER_ROW_EDGE, POINTER_LINK };
+
+enum TimerId : i32 {
+    TIMER_AUTO_SCROLL = 1,
+    TIMER_COMMENT_HINT = 2,
+    TIMER_TRUST = 3,  // a formula wanted a file, and the user is asked outside the calculation
+};
+
+// A row of a file dialog's type list: "*.csv" and what it is called.
+struct FileFilter {
+    WideView name;
+    WideView pattern;
+};
+
+// Formats of the clipboard, with their published numbers. The last is the program's own, under the name
+// "Tallyman": nothing is ever attached to it, and it says that the clipboard is still what was put there.
+enum ClipboardFormat : u32 { CF_TEXT = 1, CF_UNICODETEXT = 13, CF_PRIVATE = 0xC000 };
+
+struct Form;
+
+struct ShellPlatformTable {
+    // ---- the frame ---------------------------------------------------------------------------------
+    void (*setTitle)(WideView title);
+    void (*clientSize)(i32& width, i32& height);
+    // WM_PAINT comes later, for the pieces that many of these make up together.
+    void (*invalidate)(const PixelRect& rect);
+    void (*setCapture)(bool on);  // mouse moves come from outside the frame as well
+    void (*startTimer)(i32 timer, i32 milliseconds);
+    void (*killTimer)(i32 timer);
+    void (*setFullScreen)(bool on);
+    void (*quit)();  // leaves the message loop
+    void (*focusFrame)();
+    // What is shown beside the pointer when it rests on the frame; empty for nothing.
+    void (*setToolTip)(WideView text);
+    void (*setPointer)(PointerShape shape);
+    // What the drawing table draws with.
+    const DrawingTable* drawing;
+
+    // ---- menus -------------------------------------------------------------------------------------
+    // Shows a popup at a client position and waits: the chosen command, or 0.
+    i32 (*trackPopup)(const Array<MenuItem>& items, i32 x, i32 y);
+
+    // ---- the entry line ----------------------------------------------------------------------------
+    void (*placeEntryLine)(const PixelRect& place, bool shown);
+    bool (*entryText)(WideText& out);
+    void (*setEntryText)(WideView text);  // the caret goes to the start
+    void (*entrySelection)(i32& start, i32& end);
+    void (*selectEntry)(i32 start, i32 end);  // in UTF-16 units
+    void (*replaceEntrySelection)(WideView text);
+    void (*focusEntryLine)();
+    void (*entryAction)(EntryEditAction action);
+    bool (*entryCanUndo)();
+
+    // ---- scroll bars -------------------------------------------------------------------------------
+    void (*setScrollBar)(bool vertical, const ScrollBarState& state);
+
+    // ---- dialogs -----------------------------------------------------------------------------------
+    // The chosen path; false when the user cancelled. `filter` comes in as the row to start with.
+    bool (*openFileDialog)(std::span<const FileFilter> filters, WideText& path);
+    bool (*saveFileDialog)(std::span<const FileFilter> filters, i32& filter, WideText& path);
+    // Shows a form of the shell's own and waits: ShowForm (Forms.h).
+    bool (*showForm)(Form& form);
+
+    // ---- settings ----------------------------------------------------------------------------------
+    // Values of the user's own store, by section and key; false when there is none.
+    bool (*readSetting)(WideView section, WideView key, WideText& out);
+    bool (*writeSetting)(WideView section, WideView key, WideView value);
+
+    // ---- clipboard ---------------------------------------------------------------------------------
+    // Each opens the clipboard, acts and closes it again.
+    bool (*clipboardHas)(u32 format);
+    bool (*clipboardText)(WideText& out);         // CF_UNICODETEXT; lines end with "\r\n"
+    bool (*clipboardNarrowText)(Array<u8>& out);  // CF_TEXT
+    // Empties the clipboard and puts CF_PRIVATE there and, when `text` is not null, both forms of the text.
+    bool (*setClipboard)(const WideView* text, ByteView narrowText);
+
+    // Shows a file or a page in the program that the user has for it.
+    bool (*openExternally)(WideView path);
+};
+
+// The toolkit in force; set before StartShell. Never null afterwards.
+const ShellPlatformTable& ShellPlatform();
+void SetShellPlatform(const ShellPlatformTable* table);
+bool HasShellPlatform();
+inline const DrawingTable& Drawing() { return *ShellPlatform().drawing; }
+
+// ---- what the toolkit calls --------------------------------------------------------------------------
+
+// Where the frame's messages go; StartShell puts the shell's rows in force. Until then nothing is taken.
+struct FrameCalls {
+    // One message of the frame. False when the shell leaves it to the toolkit.
+    bool (*sendMessage)(const ShellMessage& message);
+    // A key in any window: true when an accelerator took it.
+    bool (*translateAccelerator)(u32 key, u32 modifiers);
+    // The entry line asks before its edit control acts: a key goes down (KeyCode), a character arrives (UTF-16
+    // unit). True: swallowed.
+    bool (*entryLineKeyDown)(u32 key, u32 modifiers);
+    bool (*entryLineChar)(u32 character, u32 modifiers);
+    // A click on the line. False: swallowed, the edit control must not take it.
+    bool (*entryLineClick)();
+    // The items of a popup as they are now: labels, grey, checks. MENU_BAR gives the top level. Called when the
+    // popup is about to open, after WM_INITMENUPOPUP. False when memory fails.
+    bool (*menuItems)(MenuId menu, Array<MenuItem>& items);
+};
+const FrameCalls& FrameCallsInUse();
+void UseFrameCalls(const FrameCalls& calls);
+// WM_COMMAND as a menu item sends it. False when nobody takes it.
+bool SendCommand(i32 command, CommandSender sender = SENDER_MENU);
+
+// ---- menu items --------------------------------------------------------------------------------------
+// A text as a label that shows every "&" in it.
+[[nodiscard]] bool AppendPlainLabel(WideText& label, WideView text);
+[[nodiscard]] bool AddMenuItem(Array<MenuItem>& items, i32 command, WideView text, bool enabled, bool checked);
+
+}  // namespace tally

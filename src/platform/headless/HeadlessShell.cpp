@@ -1,0 +1,375 @@
+#include "platform/headless/HeadlessShell.h"
+
+#include <algorithm>
+
+#include "base/Text.h"
+#include "platform/headless/HeadlessForms.h"
+
+namespace tally {
+namespace {
+
+HeadlessShellState frame;
+
+// ---- drawing: a character is half as wide as the font is high, a wide one as wide --------------------------
+
+FontHandle FindFont(const FontRequest& request) {
+    HeadlessFont font;
+    const std::size_t length = std::min<std::size_t>(request.faceName.size(), 31);
+    std::copy_n(request.faceName.data(), length, font.faceName);
+    font.pixelHeight = request.pixelHeight;
+    font.weight = request.weight;
+    font.italic = request.italic;
+    font.underline = request.underline;
+    font.strikeout = request.strikeout;
+    font.escapement = request.escapement;
+    for (u32 i = 0; i < frame.fonts.Count(); ++i) {
+        const HeadlessFont& known = frame.fonts[i];
+        if (WideView(known.faceName) == WideView(font.faceName) && known.pixelHeight == font.pixelHeight &&
+            known.weight == font.weight && known.italic == font.italic && known.underline == font.underline &&
+            known.strikeout == font.strikeout && known.escapement == font.escapement)
+            return static_cast<FontHandle>(i + 1);
+    }
+    return frame.fonts.Append(font) ? static_cast<FontHandle>(frame.fonts.Count()) : 0;
+}
+
+void TextExtent(FontHandle font, WideView text, i32& width, i32& height) {
+    const u32 row = static_cast<u32>(font) - 1;
+    const i32 size = font > 0 && row < frame.fonts.Count() ? frame.fonts[row].pixelHeight : 13;
+    width = 0;
+    for (const char16_t c : text) width += c >= 0x2E80 ? size : (size + 1) / 2;
+    height = size + 3;
+}
+
+void Record(DrawKind kind, const PixelRect& rect, u32 colour, FontHandle font = 0, WideView text = {}) {
+    DrawRecord* record = frame.drawing.AppendDefault();
+    if (!record) return;
+    record->kind = kind;
+    record->rect = rect;
+    record->clip = frame.clip;
+    record->colour = colour;
+    record->font = font;
+    IgnoreFailure(record->text.Assign(text));
+}
+
+void SetClip(void*, const PixelRect& clip) { frame.clip = clip; }
+void FillRect(void*, const PixelRect& rect, u32 colour) { Record(DRAW_FILL, rect, colour); }
+void PatternRect(void*, const PixelRect& rect, u8 pattern, u32 colour, u32 backColour) {
+    Record(DRAW_PATTERN, rect, colour);
+    if (frame.drawing.IsEmpty()) return;
+    frame.drawing.Last().style = pattern;
+    frame.drawing.Last().backColour = backColour;
+}
+void Line(void*, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, PenStyle style) {
+    Record(DRAW_LINE, {x1, y1, x2, y2}, colour);
+    if (!frame.drawing.IsEmpty()) frame.drawing.Last().style = style;
+}
+void InvertRect(void*, const PixelRect& rect) { Record(DRAW_INVERT, rect, 0); }
+void DrawText(void*, i32 x, i32 y, const PixelRect& clip, FontHandle font, u32 colour, WideView text) {
+    i32 width = 0, height = 0;
+    TextExtent(font, text, width, height);
+    Record(DRAW_TEXT, {x, y, x + width, y + height}, colour, font, text);
+    if (!frame.drawing.IsEmpty()) frame.drawing.Last().clip = IntersectRects(clip, frame.clip);
+}
+
+constexpr DrawingTable drawingTable = {FindFont,    TextExtent, SetClip,    FillRect,
+                                       PatternRect, Line,       InvertRect, DrawText};
+
+// ---- the frame ------------------------------------------------------------------------------------------
+
+void SetTitle(WideView title) { IgnoreFailure(frame.title.Assign(title)); }
+void ClientSize(i32& width, i32& height) {
+    width = frame.width;
+    height = frame.height;
+}
+void Invalidate(const PixelRect& rect) {
+    if (IsEmptyRect(rect)) return;
+    ++frame.invalidations;
+    IgnoreFailure(frame.dirty.Append(rect));
+}
+void SetCapture(bool on) { frame.captured = on; }
+void StartTimer(i32 timer, i32) { frame.timers[timer & 7] = true; }
+void KillTimer(i32 timer) { frame.timers[timer & 7] = false; }
+void SetFullScreen(bool on) { frame.fullScreen = on; }
+void Quit() { frame.hasQuit = true; }
+void FocusFrame() { frame.entryFocused = false; }
+void SetToolTip(WideView text) { IgnoreFailure(frame.toolTip.Assign(text)); }
+void SetPointer(PointerShape shape) { frame.pointer = shape; }
+i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
+    frame.popupTexts.Truncate(0);
+    frame.popupX = x;
+    frame.popupY = y;
+    frame.popupChecked = -1;
+    for (u32 i = items.Count(); i-- > 0;)
+        if (items[i].checked) frame.popupChecked = static_cast<i32>(i);
+    for (const MenuItem& item : items) {
+        WideText text;
+        if (!text.Assign(item.text) || !frame.popupTexts.Append(std::move(text))) break;
+    }
+    return std::exchange(frame.popupAnswer, 0);
+}
+
+// ---- the entry line ------------------------------------------------------------------------------------
+
+void PlaceEntryLine(const PixelRect& place, bool shown) { frame.entryPlace = shown ? place : PixelRect(); }
+bool EntryText(WideText& out) { return out.Assign(frame.entry); }
+void SetEntryText(WideView text) {
+    IgnoreFailure(frame.entry.Assign(text));
+    frame.entryStart = frame.entryEnd = 0;
+}
+void EntrySelection(i32& start, i32& end) {
+    start = frame.entryStart;
+    end = frame.entryEnd;
+}
+void SelectEntry(i32 start, i32 end) {
+    const i32 length = static_cast<i32>(frame.entry.Length());
+    frame.entryStart = std::clamp(start, 0, length);
+    frame.entryEnd = std::clamp(end, frame.entryStart, length);
+}
+void ReplaceEntrySelection(WideView text) {
+    const u32 start = static_cast<u32>(frame.entryStart);
+    frame.entry.Remove(start, static_cast<u32>(frame.entryEnd) - start);
+    IgnoreFailure(frame.entry.Insert(start, text));
+    frame.entryStart = frame.entryEnd = static_cast<i32>(start + text.size());
+}
+void FocusEntryLine() { frame.entryFocused = true; }
+void EntryAction(EntryEditAction action) {
+    if (action == ENTRY_PASTE) ReplaceEntrySelection(frame.clipboard);
+    if (action == ENTRY_CUT || action == ENTRY_COPY) {
+        const WideView selected = frame.entry.View().substr(
+            static_cast<u32>(frame.entryStart), static_cast<u32>(frame.entryEnd - frame.entryStart));
+        CopyElsewhere(&selected);
+    }
+    if (action == ENTRY_CUT) ReplaceEntrySelection(u"");
+}
+bool EntryCanUndo() { return false; }
+
+void SetScrollBar(bool vertical, const ScrollBarState& state) {
+    (vertical ? frame.verticalBar : frame.horizontalBar) = state;
+}
+
+// ---- dialogs, settings, clipboard -------------------------------------------------------------------------
+
+bool OpenFileDialog(std::span<const FileFilter>, WideText& path) {
+    const bool chosen = !frame.dialogPath.IsEmpty() && path.Assign(frame.dialogPath);
+    frame.dialogPath.Truncate(0);
+    return chosen;
+}
+bool SaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path) {
+    frame.offeredFilter = filter;
+    IgnoreFailure(frame.offeredPath.Assign(path));
+    if (!OpenFileDialog(filters, path)) return false;
+    if (frame.dialogFilter >= 0) filter = frame.dialogFilter;
+    for (std::size_t i = 0; i < filters.size() && frame.dialogFilter < 0; ++i) {
+        const WideView end = filters[i].pattern.substr(1);
+        const bool fits = path.Length() > end.size() &&
+                          EqualIgnoringCase(path.View().substr(path.Length() - end.size()), end);
+        if (!fits) continue;
+        filter = static_cast<i32>(i);
+        break;
+    }
+    return true;
+}
+SettingRow* FindSetting(WideView section, WideView key) {
+    for (SettingRow& row : frame.settings)
+        if (EqualIgnoringCase(row.section, section) && EqualIgnoringCase(row.key, key)) return &row;
+    return nullptr;
+}
+bool ReadSetting(WideView section, WideView key, WideText& out) {
+    const SettingRow* row = FindSetting(section, key);
+    return row && out.Assign(row->value);
+}
+bool WriteSetting(WideView section, WideView key, WideView value) {
+    SettingRow* row = FindSetting(section, key);
+    if (!row) {
+        row = frame.settings.AppendDefault();
+        if (!row || !row->section.Assign(section) || !row->key.Assign(key)) return false;
+    }
+    return row->value.Assign(value);
+}
+bool ClipboardHas(u32 format) {
+    if (frame.clipboardLocked) return false;
+    switch (format) {
+        case CF_UNICODETEXT: return !frame.clipboard.IsEmpty();
+        case CF_TEXT: return !frame.narrowClipboard.IsEmpty();
+        case CF_PRIVATE: return frame.clipboardMarked;
+        default: return false;
+    }
+}
+bool ClipboardText(WideText& out) { return !frame.clipboardLocked && out.Assign(frame.clipboard); }
+bool ClipboardNarrowText(Array<u8>& out) {
+    out.Truncate(0);
+    return !frame.clipboardLocked &&
+           out.AppendMany(frame.narrowClipboard.Data(), frame.narrowClipboard.Count());
+}
+bool SetClipboard(const WideView* text, ByteView narrowText) {
+    if (frame.clipboardLocked) return false;
+    frame.clipboard.Clear();
+    frame.narrowClipboard.Clear();
+    frame.clipboardMarked = true;
+    return !text || (frame.clipboard.Assign(*text) &&
+                     frame.narrowClipboard.AppendMany(narrowText.data(), narrowText.size()));
+}
+bool OpenExternally(WideView path) {
+    WideText own;
+    IgnoreFailure(own.Assign(path) && frame.opened.Append(std::move(own)));
+    return frame.opensExternally;
+}
+
+constexpr ShellPlatformTable shellTable = {
+    SetTitle,
+    ClientSize,
+    Invalidate,
+    SetCapture,
+    StartTimer,
+    KillTimer,
+    SetFullScreen,
+    Quit,
+    FocusFrame,
+    SetToolTip,
+    SetPointer,
+    &drawingTable,
+    TrackPopup,
+    PlaceEntryLine,
+    EntryText,
+    SetEntryText,
+    EntrySelection,
+    SelectEntry,
+    ReplaceEntrySelection,
+    FocusEntryLine,
+    EntryAction,
+    EntryCanUndo,
+    SetScrollBar,
+    OpenFileDialog,
+    SaveFileDialog,
+    RunHeadlessForm,
+    ReadSetting,
+    WriteSetting,
+    ClipboardHas,
+    ClipboardText,
+    ClipboardNarrowText,
+    SetClipboard,
+    OpenExternally,
+};
+
+ShellMessage MouseMessage(u32 number, i32 x, i32 y, u32 modifiers = 0) {
+    ShellMessage message;
+    message.message = number;
+    message.x = x;
+    message.y = y;
+    message.modifiers = modifiers;
+    return message;
+}
+
+// What the edit control does with a key that nobody swallowed.
+void EditKey(u32 key) {
+    const i32 start = frame.entryStart;
+    if (key == VK_LEFT) SelectEntry(start - 1, start - 1);
+    if (key == VK_RIGHT) SelectEntry(frame.entryEnd + 1, frame.entryEnd + 1);
+    if (key == VK_HOME) SelectEntry(0, 0);
+    if (key == VK_END)
+        SelectEntry(static_cast<i32>(frame.entry.Length()), static_cast<i32>(frame.entry.Length()));
+    if (key == VK_BACK && frame.entryStart == frame.entryEnd && start > 0) frame.entryStart = start - 1;
+    if (key == VK_BACK) ReplaceEntrySelection(u"");
+}
+
+void SendChar(char16_t c, u32 modifiers) {
+    if (frame.entryFocused) {
+        if (!FrameCallsInUse().entryLineChar(c, modifiers) && c >= 32) ReplaceEntrySelection(WideView(&c, 1));
+        return;
+    }
+    ShellMessage message;
+    message.message = WM_CHAR;
+    message.key = c;
+    message.modifiers = modifiers;
+    IgnoreFailure(FrameCallsInUse().sendMessage(message));
+}
+
+}  // namespace
+
+HeadlessShellState& HeadlessFrame() { return frame; }
+void UseHeadlessShell() { SetShellPlatform(&shellTable); }
+void ResetHeadlessShell() {
+    frame = HeadlessShellState();
+    ResetHeadlessForms();
+}
+
+void PressKey(u32 key, u32 modifiers) {
+    if (FrameCallsInUse().translateAccelerator(key, modifiers)) return;
+    if (frame.entryFocused) {
+        if (FrameCallsInUse().entryLineKeyDown(key, modifiers)) return;
+        if (key != VK_RETURN && key != VK_TAB && key != VK_ESCAPE) {
+            EditKey(key);
+            return;
+        }
+    } else {
+        ShellMessage message;
+        message.message = WM_KEYDOWN;
+        message.key = key;
+        message.modifiers = modifiers;
+        if (FrameCallsInUse().sendMessage(message)) return;
+    }
+    if (key == VK_RETURN || key == VK_TAB || key == VK_ESCAPE || key == VK_BACK)
+        SendChar(static_cast<char16_t>(key), modifiers);
+}
+
+void TypeText(WideView text) {
+    for (const char16_t c : text) SendChar(c, 0);
+}
+
+void ClickMouse(i32 x, i32 y, u32 modifiers) {
+    IgnoreFailure(FrameCallsInUse().sendMessage(MouseMessage(WM_LBUTTONDOWN, x, y, modifiers)));
+    IgnoreFailure(FrameCallsInUse().sendMessage(MouseMessage(WM_LBUTTONUP, x, y, modifiers)));
+}
+
+void DragMouse(i32 fromX, i32 fromY, i32 toX, i32 toY) {
+    IgnoreFailure(FrameCallsInUse().sendMessage(MouseMessage(WM_LBUTTONDOWN, fromX, fromY)));
+    IgnoreFailure(FrameCallsInUse().sendMessage(MouseMessage(WM_MOUSEMOVE, toX, toY)));
+    IgnoreFailure(FrameCallsInUse().sendMessage(MouseMessage(WM_LBUTTONUP, toX, toY)));
+}
+
+void TurnWheel(i32 notches) {
+    ShellMessage message;
+    message.message = WM_MOUSEWHEEL;
+    message.wheel = notches < 0 ? -120 : 120;
+    for (i32 i = 0; i < (notches < 0 ? -notches : notches); ++i)
+        IgnoreFailure(FrameCallsInUse().sendMessage(message));
+}
+
+void PickCommand(i32 command) {
+    ShellMessage message;
+    message.message = WM_COMMAND;
+    message.command = command;
+    IgnoreFailure(FrameCallsInUse().sendMessage(message));
+}
+
+void CloseFrame() {
+    ShellMessage message;
+    message.message = WM_CLOSE;
+    IgnoreFailure(FrameCallsInUse().sendMessage(message));
+}
+
+void CopyElsewhere(const WideView* text) {
+    frame.clipboard.Clear();
+    frame.narrowClipboard.Clear();
+    frame.clipboardMarked = false;
+    if (!text) return;
+    IgnoreFailure(frame.clipboard.Assign(*text));
+    IgnoreFailure(Platform().wideCharToMultiByte(Platform().getACP(), *text, frame.narrowClipboard));
+}
+
+void PaintHeadless(bool all) {
+    frame.drawing.Truncate(0);
+    Array<PixelRect> rects = std::move(frame.dirty);
+    if (all) {
+        rects.Truncate(0);
+        IgnoreFailure(rects.Append({0, 0, frame.width, frame.height}));
+    }
+    for (const PixelRect& rect : rects) {
+        ShellMessage message;
+        message.message = WM_PAINT;
+        message.paint = frame.clip = rect;
+        IgnoreFailure(FrameCallsInUse().sendMessage(message));
+    }
+}
+
+}  // namespace tally

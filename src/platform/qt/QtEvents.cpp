@@ -1,0 +1,234 @@
+#include <QApplication>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QWheelEvent>
+#include <cstdlib>
+
+#include "platform/qt/QtFrame.h"
+#include "platform/qt/QtPainting.h"
+#include "platform/qt/QtText.h"
+
+namespace tally {
+namespace {
+
+bool SendPlain(u32 number) {
+    ShellMessage message;
+    message.message = number;
+    return Send(message);
+}
+
+bool SendMouse(u32 number, const QMouseEvent* event) {
+    ShellMessage message;
+    message.message = number;
+    const QPoint place = event->position().toPoint();
+    message.x = place.x();
+    message.y = place.y();
+    message.modifiers = ModifiersOf(event->modifiers());
+    Send(message);
+    return true;
+}
+
+bool PressMouse(const QMouseEvent* event, bool isDouble) {
+    if (event->button() == Qt::LeftButton)
+        return SendMouse(isDouble ? WM_LBUTTONDBLCLK : WM_LBUTTONDOWN, event);
+    if (event->button() == Qt::RightButton) return SendMouse(WM_RBUTTONDOWN, event);
+    return false;
+}
+
+// A finger on a pad comes in many small pieces, which are gathered to notches.
+bool SendWheel(const QWheelEvent* event) {
+    constexpr int NOTCH = 120;
+    int& gathered = FrameInUse()->wheel;
+    const int angle = event->angleDelta().y();
+    if ((angle < 0) != (gathered < 0)) gathered = 0;
+    gathered += angle;
+    const int notches = gathered / NOTCH;
+    gathered -= notches * NOTCH;
+    ShellMessage message;
+    message.message = WM_MOUSEWHEEL;
+    message.wheel = notches < 0 ? -NOTCH : NOTCH;
+    message.x = event->position().toPoint().x();
+    message.y = event->position().toPoint().y();
+    message.modifiers = ModifiersOf(event->modifiers());
+    for (int i = 0; i < std::abs(notches) && FrameInUse(); ++i) Send(message);
+    return true;
+}
+
+void SendSize(bool minimised) {
+    Frame* frame = FrameInUse();
+    ShellMessage message;
+    message.message = WM_SIZE;
+    message.x = frame->client.width();
+    message.y = frame->client.height();
+    message.minimised = minimised;
+    Send(message);
+}
+
+// The widget is inside its paint event here, so it may be painted on.
+void SendPaint(QPainter& painter, const QRect& rect) {
+    PaintTarget target =
+        MakePaintTarget(painter, {rect.left(), rect.top(), rect.right() + 1, rect.bottom() + 1});
+    ShellMessage message;
+    message.message = WM_PAINT;
+    message.target = &target;
+    message.paint = target.whole;
+    Send(message);
+}
+
+// A moved selection is a few narrow pieces far apart; their common rectangle would be the whole window.
+bool PaintClient(const QPaintEvent* event) {
+    constexpr int MAX_PIECES = 16;
+    const QRegion& region = event->region();
+    QPainter painter(&FrameInUse()->client);
+    if (region.rectCount() > MAX_PIECES) SendPaint(painter, region.boundingRect());
+    else
+        for (const QRect& piece : region) SendPaint(painter, piece);
+    return true;
+}
+
+bool SendCharacters(const QString& text, u32 modifiers) {
+    ShellMessage message;
+    message.message = WM_CHAR;
+    message.modifiers = modifiers;
+    for (QChar unit : text) {
+        message.key = unit.unicode();
+        Send(message);
+    }
+    return true;
+}
+
+bool PressClientKey(const QKeyEvent* event) {
+    Frame* frame = FrameInUse();
+    ShellMessage message;
+    message.message = WM_KEYDOWN;
+    message.key = KeyCodeOf(event->key(), event->modifiers());
+    message.modifiers = ModifiersOf(event->modifiers());
+    if (message.key && frame->calls.translateAccelerator(message.key, message.modifiers)) return true;
+    if (event->key() == Qt::Key_F1) return SendPlain(WM_HELP), true;
+    // With Alt a key is the menu bar's.
+    if (message.modifiers & KEY_ALT) return false;
+    if (message.key) Send(message);
+    return SendCharacters(TypedText(event->key(), event->modifiers(), event->text()), message.modifiers);
+}
+
+bool ComposeInClient(const QInputMethodEvent* event) {
+    Frame* frame = FrameInUse();
+    const bool unfinished = !event->preeditString().isEmpty();
+    if (unfinished && !frame->composing) SendPlain(WM_IME_STARTCOMPOSITION);
+    frame->composing = unfinished;
+    return SendCharacters(event->commitString(), 0);
+}
+
+// The pointer is no longer over what the shell paints.
+bool SendPointerLeft() {
+    if (QApplication::mouseButtons() != Qt::NoButton) return false;
+    ShellMessage message;
+    message.message = WM_MOUSEMOVE;
+    message.x = message.y = -1;
+    Send(message);
+    return false;
+}
+
+// True when the shell swallowed one of the characters.
+bool OfferEntryCharacters(const QString& text, u32 modifiers) {
+    bool swallowed = false;
+    for (QChar unit : text) swallowed |= FrameInUse()->calls.entryLineChar(unit.unicode(), modifiers);
+    return swallowed;
+}
+
+bool PressEntryKey(const QKeyEvent* event) {
+    Frame* frame = FrameInUse();
+    const u32 key = KeyCodeOf(event->key(), event->modifiers()), modifiers = ModifiersOf(event->modifiers());
+    if (key && frame->calls.translateAccelerator(key, modifiers)) return true;
+    if (event->key() == Qt::Key_F1) return SendPlain(WM_HELP), true;
+    if (key && frame->calls.entryLineKeyDown(key, modifiers)) return true;
+    // An editor of plain text has keys of its own that end a line; here they are the shell's alone.
+    if (key == VK_RETURN && modifiers & KEY_CTRL) return true;
+    if (key == VK_RETURN && modifiers & KEY_ALT) {
+        QtReplaceEntrySelection(u"\n");
+        return true;
+    }
+    // With Alt a key is the menu bar's, and its character nobody's.
+    if (modifiers & KEY_ALT) return !event->text().isEmpty();
+    return OfferEntryCharacters(TypedText(event->key(), event->modifiers(), event->text()), modifiers);
+}
+
+}  // namespace
+
+bool HandleWindowEvent(QEvent* event) {
+    switch (event->type()) {
+        case QEvent::Resize: PlaceChildren(); return false;
+        case QEvent::WindowStateChange:
+            if (FrameInUse()->window.isMinimized()) SendSize(true);
+            return false;
+        case QEvent::Close:
+            // The shell asks its questions and quits itself, or stays.
+            event->ignore();
+            SendPlain(WM_CLOSE);
+            return true;
+        default: return false;
+    }
+}
+
+bool HandleClientEvent(QEvent* event) {
+    switch (event->type()) {
+        case QEvent::Paint: return PaintClient(static_cast<QPaintEvent*>(event));
+        case QEvent::Resize: SendSize(false); return false;
+        case QEvent::FocusIn: SendPlain(WM_SETFOCUS); return false;
+        case QEvent::KeyPress: return PressClientKey(static_cast<QKeyEvent*>(event));
+        case QEvent::InputMethod: return ComposeInClient(static_cast<QInputMethodEvent*>(event));
+        case QEvent::MouseButtonPress: return PressMouse(static_cast<QMouseEvent*>(event), false);
+        case QEvent::MouseButtonDblClick: return PressMouse(static_cast<QMouseEvent*>(event), true);
+        case QEvent::MouseButtonRelease:
+            return static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton &&
+                   SendMouse(WM_LBUTTONUP, static_cast<QMouseEvent*>(event));
+        case QEvent::MouseMove: return SendMouse(WM_MOUSEMOVE, static_cast<QMouseEvent*>(event));
+        case QEvent::Leave: return SendPointerLeft();
+        case QEvent::Wheel: return SendWheel(static_cast<QWheelEvent*>(event));
+        default: return false;
+    }
+}
+
+bool HandleEntryEvent(QEvent* event) {
+    if (event->type() == QEvent::Enter) return SendPointerLeft();
+    if (event->type() == QEvent::KeyPress) return PressEntryKey(static_cast<QKeyEvent*>(event));
+    if (event->type() == QEvent::InputMethod) {
+        return OfferEntryCharacters(static_cast<QInputMethodEvent*>(event)->commitString(), 0);
+    }
+    return false;
+}
+
+bool HandleEntryClick(QEvent* event) {
+    if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseButtonDblClick) return false;
+    if (FrameInUse()->calls.entryLineClick()) return false;
+    // The toolkit has given the line the focus already.
+    FrameInUse()->client.setFocus();
+    return true;
+}
+
+void ConnectScrollBar(QScrollBar& bar, u32 number) {
+    const auto send = [&bar, number](ScrollCode code) {
+        ShellMessage message;
+        message.message = number;
+        message.scrollCode = code;
+        message.scrollPosition = bar.sliderPosition();
+        Send(message);
+    };
+    QObject::connect(&bar, &QScrollBar::actionTriggered, &bar, [&bar, send](int action) {
+        switch (action) {
+            case QAbstractSlider::SliderSingleStepSub: send(SB_LINEUP); break;
+            case QAbstractSlider::SliderSingleStepAdd: send(SB_LINEDOWN); break;
+            case QAbstractSlider::SliderPageStepSub: send(SB_PAGEUP); break;
+            case QAbstractSlider::SliderPageStepAdd: send(SB_PAGEDOWN); break;
+            case QAbstractSlider::SliderMove: send(SB_THUMBTRACK); return;
+            default: return;
+        }
+        // Where the bar stands after a step is for the shell to say.
+        bar.setSliderPosition(bar.value());
+    });
+    QObject::connect(&bar, &QScrollBar::sliderReleased, &bar, [send] { send(SB_THUMBPOSITION); });
+}
+
+}  // namespace tally

@@ -1,0 +1,29 @@
+#pragma once
+// Fonts of the desktop: hinted to whole pixels and unkerned, so that a text is as wide as its characters.
+
+#include <QFont>
+#include <QFontMetrics>
+
+#include "base/Platform.h"
+#include "platform/Drawing.h"
+
+namespace tally {
+
+struct LoadedFont {
+    WideText faceName;
+    FontRequest request;  // its view of the name is not used
+    QFont font;
+    QFontMetrics metrics;
+};
+
+// The font of a handle; that of the frame for 0 and for what was never given out.
+const LoadedFont& FontOf(FontHandle handle);
+void ResetFonts();
+
+// Rows of the tables of the same names.
+FontHandle QtFindFont(const FontRequest& request);
+void QtTextExtent(FontHandle font, WideView text, i32& width, i32& height);
+void QtScreenMetrics(ScreenMetrics& out);
+bool QtFindFontFace(WideView faceName, u8& family, u8& charSet);
+
+}  // namespace tally

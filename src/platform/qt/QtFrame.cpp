@@ -1,0 +1,226 @@
+#include "platform/qt/QtFrame.h"
+
+#include <QApplication>
+#include <algorithm>
+#include <clocale>
+#include <optional>
+
+#include "platform/posix/CodePages.h"
+#include "platform/posix/PosixFiles.h"
+#include "platform/qt/QtFonts.h"
+#include "platform/qt/QtText.h"
+
+namespace tally {
+namespace {
+
+std::optional<QApplication> application;
+std::optional<Frame> frame;
+
+void QtSetTitle(WideView title) {
+    if (frame) frame->window.setWindowTitle(ToQString(title));
+}
+
+void QtClientSize(i32& width, i32& height) {
+    width = frame ? frame->client.width() : 0;
+    height = frame ? frame->client.height() : 0;
+}
+
+void QtInvalidate(const PixelRect& rect) {
+    if (!frame || IsEmptyRect(rect)) return;
+    const QRect client = frame->client.rect();
+    const PixelRect cut = IntersectRects(rect, {0, 0, client.width(), client.height()});
+    if (!IsEmptyRect(cut)) frame->client.update(cut.left, cut.top, cut.right - cut.left, cut.bottom - cut.top);
+}
+
+// The toolkit gives a widget the moves outside it as long as a button is down; with none, the shell
+// must ask for them.
+void QtSetCapture(bool on) {
+    if (!frame) return;
+    if (on && QApplication::mouseButtons() == Qt::NoButton) frame->client.grabMouse();
+    else if (!on && QWidget::mouseGrabber() == &frame->client) frame->client.releaseMouse();
+}
+
+QTimer* FindTimer(i32 timer) {
+    return frame && timer > 0 && timer < TIMER_COUNT ? &frame->timers[timer] : nullptr;
+}
+void QtStartTimer(i32 timer, i32 milliseconds) {
+    if (QTimer* found = FindTimer(timer)) found->start(std::max(1, milliseconds));
+}
+void QtKillTimer(i32 timer) {
+    if (QTimer* found = FindTimer(timer)) found->stop();
+}
+
+void QtSetFullScreen(bool on) {
+    if (!frame) return;
+    const Qt::WindowStates states = frame->window.windowState();
+    frame->window.setWindowState(on ? states | Qt::WindowFullScreen : states & ~Qt::WindowFullScreen);
+}
+
+void QtQuit() { QCoreApplication::quit(); }
+void QtFocusFrame() {
+    if (frame) frame->client.setFocus();
+}
+
+void QtSetToolTip(WideView text) {
+    if (frame) frame->client.setToolTip(ToQString(text));
+}
+
+void QtSetPointer(PointerShape shape) {
+    constexpr Qt::CursorShape shapes[] = {Qt::ArrowCursor, Qt::CrossCursor, Qt::SplitHCursor, Qt::SplitVCursor,
+                                          Qt::PointingHandCursor};
+    if (frame && frame->client.cursor().shape() != shapes[shape]) frame->client.setCursor(shapes[shape]);
+}
+
+void QtSetScrollBar(bool vertical, const ScrollBarState& state) {
+    if (!frame) return;
+    QScrollBar& bar = vertical ? frame->vertical : frame->horizontal;
+    const PixelRect& place = state.place;
+    bar.setGeometry(place.left, place.top, std::max(0, place.right - place.left),
+                    std::max(0, place.bottom - place.top));
+    bar.setPageStep(std::max(1, state.page));
+    bar.setRange(0, std::max(0, state.maximum));
+    // A thumb in the user's hand stays there.
+    if (!bar.isSliderDown()) bar.setValue(state.position);
+    bar.setVisible(state.shown);
+}
+
+const ShellPlatformTable shellTable = {
+    .setTitle = QtSetTitle,
+    .clientSize = QtClientSize,
+    .invalidate = QtInvalidate,
+    .setCapture = QtSetCapture,
+    .startTimer = QtStartTimer,
+    .killTimer = QtKillTimer,
+    .setFullScreen = QtSetFullScreen,
+    .quit = QtQuit,
+    .focusFrame = QtFocusFrame,
+    .setToolTip = QtSetToolTip,
+    .setPointer = QtSetPointer,
+    .drawing = &QtDrawing(),
+    .trackPopup = QtTrackPopup,
+    .placeEntryLine = QtPlaceEntryLine,
+    .entryText = QtEntryText,
+    .setEntryText = QtSetEntryText,
+    .entrySelection = QtEntrySelection,
+    .selectEntry = QtSelectEntry,
+    .replaceEntrySelection = QtReplaceEntrySelection,
+    .focusEntryLine = QtFocusEntryLine,
+    .entryAction = QtEntryAction,
+    .entryCanUndo = QtEntryCanUndo,
+    .setScrollBar = QtSetScrollBar,
+    .openFileDialog = QtOpenFileDialog,
+    .saveFileDialog = QtSaveFileDialog,
+    .showForm = QtShowForm,
+    .readSetting = QtReadSetting,
+    .writeSetting = QtWriteSetting,
+    .clipboardHas = QtClipboardHas,
+    .clipboardText = QtClipboardText,
+    .clipboardNarrowText = QtClipboardNarrowText,
+    .setClipboard = QtSetClipboard,
+    .openExternally = QtOpenExternally,
+};
+
+void SendTimer(i32 timer) {
+    ShellMessage message;
+    message.message = WM_TIMER;
+    message.command = timer;
+    Send(message);
+}
+
+constexpr int FIRST_WIDTH = 1024, FIRST_HEIGHT = 720;
+
+}  // namespace
+
+Frame::Frame(const FrameCalls& frameCalls)
+    : calls(frameCalls),
+      windowTap(HandleWindowEvent),
+      clientTap(HandleClientEvent),
+      entryTap(HandleEntryEvent),
+      entryClickTap(HandleEntryClick) {
+    // The shell paints every pixel of the client area.
+    client.setAttribute(Qt::WA_OpaquePaintEvent);
+    client.setAttribute(Qt::WA_InputMethodEnabled);
+    client.setFocusPolicy(Qt::StrongFocus);
+    client.setMouseTracking(true);
+    // Into the line leads only what the shell allows: a click, or its own word.
+    entry.setFocusPolicy(Qt::ClickFocus);
+    entry.viewport()->setAcceptDrops(false);
+    entry.setContextMenuPolicy(Qt::NoContextMenu);
+    entry.setLineWrapMode(QPlainTextEdit::NoWrap);
+    entry.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    entry.document()->setDocumentMargin(1);
+    entry.hide();
+    for (QScrollBar* bar : {&vertical, &horizontal}) {
+        bar->setFocusPolicy(Qt::NoFocus);
+        bar->setCursor(Qt::ArrowCursor);
+        bar->setContextMenuPolicy(Qt::NoContextMenu);
+        bar->hide();
+    }
+    window.resize(FIRST_WIDTH, FIRST_HEIGHT);
+}
+
+Frame* FrameInUse() { return frame ? &*frame : nullptr; }
+bool Send(const ShellMessage& message) { return frame && frame->calls.sendMessage(message); }
+QWidget* DialogParent() {
+    if (QWidget* open = QApplication::activeModalWidget()) return open;
+    return frame && frame->window.isVisible() ? &frame->window : nullptr;
+}
+
+void PlaceChildren() {
+    if (!frame) return;
+    const int width = frame->window.width(), height = frame->window.height();
+    const int bar = frame->menuBar.actions().isEmpty() ? 0 : frame->menuBar.heightForWidth(width);
+    frame->menuBar.setGeometry(0, 0, width, bar);
+    frame->client.setGeometry(0, bar, width, std::max(0, height - bar));
+}
+
+const ShellPlatformTable& QtShellPlatform() { return shellTable; }
+
+void OpenDesktop(int& count, char** arguments) {
+    // The shell counts in pixels of the screen and follows its dots per inch itself.
+    qunsetenv("QT_SCALE_FACTOR");
+    qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
+    application.emplace(count, arguments);
+    // The toolkit takes over the user's locale; numbers in the core are always read and written in one form.
+    setlocale(LC_NUMERIC, "C");
+    ReadUserRegion();
+    QApplication::setFont(FontOf(0).font);
+    QApplication::setQuitOnLastWindowClosed(false);
+    SetPlatform(&QtPlatform());
+}
+
+void OpenFrame(const FrameCalls& calls) {
+    frame.emplace(calls);
+    ConnectWaiting();
+    frame->window.installEventFilter(&frame->windowTap);
+    frame->client.installEventFilter(&frame->clientTap);
+    frame->entry.installEventFilter(&frame->entryTap);
+    frame->entry.viewport()->installEventFilter(&frame->entryClickTap);
+    ConnectScrollBar(frame->vertical, WM_VSCROLL);
+    ConnectScrollBar(frame->horizontal, WM_HSCROLL);
+    for (i32 timer = 1; timer < TIMER_COUNT; ++timer) {
+        QObject::connect(&frame->timers[timer], &QTimer::timeout, &frame->window,
+                         [timer] { SendTimer(timer); });
+    }
+    PlaceChildren();
+}
+
+void ShowFrame() {
+    FillMenuBar();
+    frame->window.show();
+    frame->client.setFocus();
+}
+
+int RunMessageLoop() { return QApplication::exec(); }
+
+void CloseDesktop() {
+    frame.reset();
+    CloseSettings();
+    ResetFonts();
+    ResetPosixFiles();
+    ResetCodePages();
+    application.reset();
+    SetPlatform(nullptr);
+}
+
+}  // namespace tally

@@ -1,0 +1,102 @@
+#pragma once
+// The frame's widgets and how their events become messages.
+
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QTimer>
+#include <QWidget>
+
+#include "platform/qt/QtDesktop.h"
+
+namespace tally {
+
+constexpr i32 TIMER_COUNT = 8;  // numbered from 1
+
+// Null before OpenFrame.
+struct Frame;
+Frame* FrameInUse();
+
+// Hands every event of what it is installed on to a routine, which tells whether the event ends there. What
+// comes while the frame is taken down is nobody's.
+class EventTap : public QObject {
+  public:
+    using Handler = bool (*)(QEvent* event);
+    explicit EventTap(Handler handler) : handler_(handler) {}
+    bool eventFilter(QObject*, QEvent* event) override { return FrameInUse() && handler_(event); }
+
+  private:
+    Handler handler_;
+};
+
+struct Frame {
+    explicit Frame(const FrameCalls& frameCalls);
+
+    FrameCalls calls;
+    EventTap windowTap, clientTap, entryTap, entryClickTap;
+    QWidget window;
+    QMenuBar menuBar{&window};
+    QWidget client{&window};
+    QPlainTextEdit entry{&client};
+    QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
+    QTimer timers[TIMER_COUNT];
+    int wheel = 0;           // of the wheel, what is not yet a notch
+    bool composing = false;  // an input method has an unfinished text
+};
+
+bool Send(const ShellMessage& message);
+// The parent of dialogs: the dialog that is open, else the frame, when there is one.
+QWidget* DialogParent();
+
+// ---- events ------------------------------------------------------------------------------------------
+bool HandleWindowEvent(QEvent* event);
+bool HandleClientEvent(QEvent* event);
+bool HandleEntryEvent(QEvent* event);
+bool HandleEntryClick(QEvent* event);
+void ConnectScrollBar(QScrollBar& bar, u32 message);
+void PlaceChildren();
+
+// ---- keys --------------------------------------------------------------------------------------------
+// The KeyCode of a key of the toolkit; 0 when it has none. The digits of the number pad are told apart.
+u32 KeyCodeOf(int key, Qt::KeyboardModifiers modifiers);
+u32 ModifiersOf(Qt::KeyboardModifiers modifiers);
+// The text that a key types, as characters arrive: nothing while Ctrl or Alt is held.
+QString TypedText(int key, Qt::KeyboardModifiers modifiers, const QString& text);
+
+// ---- menus -------------------------------------------------------------------------------------------
+// Fills the menu bar anew; its popups fill themselves when they open.
+void FillMenuBar();
+i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y);
+
+// ---- waiting ----------------------------------------------------------------------------------------
+// Escape ends what lasts long.
+void ConnectWaiting();
+
+// ---- rows of the tables --------------------------------------------------------------------------------
+// The region of the environment, for the rows that tell of it.
+void ReadUserRegion();
+i32 QtMessageBox(WideView text, WideView title, u32 flags);
+bool QtOpenFileDialog(std::span<const FileFilter> filters, WideText& path);
+bool QtSaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path);
+bool QtShowForm(Form& form);
+bool QtReadSetting(WideView section, WideView key, WideText& out);
+bool QtWriteSetting(WideView section, WideView key, WideView value);
+void CloseSettings();
+bool QtOpenExternally(WideView path);
+bool QtClipboardHas(u32 format);
+bool QtClipboardText(WideText& out);
+bool QtClipboardNarrowText(Array<u8>& out);
+bool QtSetClipboard(const WideView* text, ByteView narrowText);
+
+void QtPlaceEntryLine(const PixelRect& place, bool shown);
+bool QtEntryText(WideText& out);
+void QtSetEntryText(WideView text);
+void QtEntrySelection(i32& start, i32& end);
+void QtSelectEntry(i32 start, i32 end);
+void QtReplaceEntrySelection(WideView text);
+void QtFocusEntryLine();
+void QtEntryAction(EntryEditAction action);
+bool QtEntryCanUndo();
+
+}  // namespace tally

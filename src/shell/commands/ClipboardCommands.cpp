@@ -1,0 +1,177 @@
+// Cut, copy and paste of cells, and what other programs copy.
+
+#include "editing/Clipboard.h"
+#include "editing/PasteText.h"
+#include "model/BookTable.h"
+#include "platform/Forms.h"
+#include "shell/commands/Commands.h"
+#include "shell/entry/EntryEditor.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/ActiveCell.h"
+#include "shell/selection/Selection.h"
+
+namespace tally {
+namespace {
+
+// Forms of text, the preferred one first.
+struct TextFormat {
+    u32 format;
+    WideView name;
+};
+constexpr TextFormat textFormats[] = {{CF_UNICODETEXT, u"Unicode 文本"}, {CF_TEXT, u"文本"}};
+
+// The sheet whose cells the commands mean; null while something is typed or an object is selected.
+Sheet* GridSheet() {
+    Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || IsEditing()) return nullptr;
+    return sheet->selectedObject < 0 || sheet->kind == SHEET_MACRO ? sheet : nullptr;
+}
+
+// The block's text and the marker go to the clipboard. What cannot be put there stays away; the block stays.
+void PutOnClipboard() {
+    WideText text;
+    Array<u8> narrow;
+    const bool rendered =
+        ClipboardBlockText(text) && Platform().wideCharToMultiByte(Platform().getACP(), text, narrow);
+    const WideView view = text;
+    IgnoreFailure(ShellPlatform().setClipboard(rendered ? &view : nullptr, narrow.Span()));
+}
+
+// The block that is held, unless another program has copied something since: then it is dropped.
+bool HasLiveBlock() {
+    if (!Clipboard().blockExists) return false;
+    if (ShellPlatform().clipboardHas(CF_PRIVATE)) return true;
+    DropClipboardBlock();
+    return false;
+}
+
+bool ReadClipboard(u32 format, u16 codePage, WideText& text) {
+    if (format == CF_UNICODETEXT) return ShellPlatform().clipboardText(text);
+    Array<u8> bytes;
+    if (!ShellPlatform().clipboardNarrowText(bytes)) return false;
+    if (Platform().multiByteToWideChar(codePage, bytes.Span(), text)) return true;
+    text.Truncate(0);
+    return Platform().multiByteToWideChar(Platform().getACP(), bytes.Span(), text);
+}
+
+PasteRequest RequestFor(const Sheet& sheet) {
+    PasteRequest request;
+    request.book = sheet.book;
+    request.sheet = sheet.index;
+    request.area = sheet.view.selection;
+    return request;
+}
+
+// After cells, sizes and the selection may have changed.
+void ShowPasted() {
+    UpdateTitle();
+    ShowChangedCells();
+    RefreshChrome();
+}
+
+void PasteFormat(u32 format) {
+    Sheet* sheet = GridSheet();
+    WideText text;
+    if (!sheet || !ReadClipboard(format, CurrentWorkbook()->codePage, text)) return;
+    if (PasteText(RequestFor(*sheet), text)) ShowPasted();
+}
+
+// ---- the dialogs ------------------------------------------------------------------------------------------
+
+enum SpecialField : u32 { SPECIAL_MODE, SPECIAL_OPERATION, SPECIAL_SKIP_BLANKS, SPECIAL_TRANSPOSE };
+
+constexpr WideView modeItems[] = {u"全部(&A)", u"公式(&F)",     u"数值(&V)",  u"格式(&T)",
+                                  u"批注(&C)", u"边框除外(&X)", u"有效性(&N)"};
+constexpr WideView operationItems[] = {u"无(&O)", u"求和(&D)", u"减(&S)", u"乘法(&M)", u"除(&I)"};
+
+bool Calculates(i32 mode) {
+    return mode == PASTE_ALL || mode == PASTE_FORMULAS || mode == PASTE_VALUES || mode == PASTE_BUT_BORDERS;
+}
+
+void SpecialChanged(Form& form, u32) {
+    form.fields[SPECIAL_OPERATION].enabled = Calculates(form.fields[SPECIAL_MODE].choice + 1);
+}
+
+void PasteBlockSpecially() {
+    Form form;
+    form.changed = SpecialChanged;
+    if (!form.title.Assign(u"选择性粘贴") || !AddChoice(form, FIELD_RADIO, u"粘贴:", modeItems, 0) ||
+        !AddChoice(form, FIELD_RADIO, u"运算:", operationItems, 0) || !AddCheck(form, u"忽略空白(&B)", false) ||
+        !AddCheck(form, u"转置(&E)", false) || !ShowForm(form))
+        return;
+    Sheet* sheet = GridSheet();
+    if (!sheet || !HasLiveBlock()) return;
+    PasteRequest request = RequestFor(*sheet);
+    request.mode = form.fields[SPECIAL_MODE].choice + 1;
+    if (Calculates(request.mode)) request.operation = form.fields[SPECIAL_OPERATION].choice + 1;
+    request.skipBlanks = form.fields[SPECIAL_SKIP_BLANKS].choice != 0;
+    request.transpose = form.fields[SPECIAL_TRANSPOSE].choice != 0;
+    request.special = true;
+    if (PasteBlock(request)) ShowPasted();
+}
+
+void PasteTextSpecially() {
+    Form form;
+    u32 offered[std::size(textFormats)] = {};
+    u32 count = 0;
+    if (!form.title.Assign(u"选择性粘贴") || !AddChoice(form, FIELD_LIST, u"方式:", {}, 0)) return;
+    for (const TextFormat& row : textFormats) {
+        if (!ShellPlatform().clipboardHas(row.format)) continue;
+        if (!AddItem(form, row.name)) return;
+        offered[count++] = row.format;
+    }
+    if (!count || !ShowForm(form)) return;
+    const i32 choice = form.fields[0].choice;
+    if (choice >= 0 && static_cast<u32>(choice) < count) PasteFormat(offered[choice]);
+}
+
+}  // namespace
+
+bool CanPaste() {
+    if (Clipboard().blockExists && ShellPlatform().clipboardHas(CF_PRIVATE)) return true;
+    for (const TextFormat& row : textFormats)
+        if (ShellPlatform().clipboardHas(row.format)) return true;
+    return false;
+}
+
+void CopySelection() {
+    const Sheet* sheet = GridSheet();
+    if (sheet && CopyCells(sheet->book, sheet->index, sheet->view.selection)) PutOnClipboard();
+}
+
+void CutSelection() {
+    const Sheet* sheet = GridSheet();
+    if (!sheet || !CutCells(sheet->book, sheet->index, sheet->view.selection)) return;
+    PutOnClipboard();
+    ShowPasted();
+}
+
+void PasteClipboard() {
+    const Sheet* sheet = GridSheet();
+    if (!sheet) return;
+    if (HasLiveBlock()) {
+        PasteRequest request = RequestFor(*sheet);
+        request.mode = PlainPasteMode();
+        if (PasteBlock(request)) ShowPasted();
+        return;
+    }
+    for (const TextFormat& row : textFormats)
+        if (ShellPlatform().clipboardHas(row.format)) return PasteFormat(row.format);
+}
+
+void PasteSpecialDialog() {
+    if (!GridSheet()) return;
+    if (HasLiveBlock()) PasteBlockSpecially();
+    else PasteTextSpecially();
+}
+
+void ClipboardCommand(i32 command) {
+    if (IsEditing()) {
+        if (command != 134) EditLineCommand(command);
+        return;
+    }
+    constexpr void (*actions[])() = {CutSelection, CopySelection, PasteClipboard, PasteSpecialDialog};
+    actions[command - 131]();
+}
+
+}  // namespace tally

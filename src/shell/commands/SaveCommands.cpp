@@ -1,0 +1,215 @@
+#include <array>
+
+#include "base/MessageTable.h"
+#include "base/Text.h"
+#include "fileio/SaveFile.h"
+#include "model/BookTable.h"
+#include "shell/commands/Commands.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/Selection.h"
+
+// Saving under a book's own name and under another one.
+
+namespace tally {
+namespace {
+
+// A row of the dialog's list of types.
+struct SaveFilter {
+    FileFilter shown;
+    FileType type;
+    u8 biffVersion;  // that the book takes; 0 leaves it
+};
+constexpr SaveFilter saveFilters[] = {
+    {{u"Excel 97 工作簿 (*.xls)", u"*.xls"}, FILE_XLS, 8},
+    {{u"Excel 95 工作簿 (*.xls)", u"*.xls"}, FILE_XLS, 7},
+    {{u"Pocket Excel 2.0 (*.pxl)", u"*.pxl"}, FILE_PXL, 8},
+    {{u"CSV(逗号分隔) (*.csv)", u"*.csv"}, FILE_CSV, 8},
+    {{u"文本文件(制表符分隔) (*.txt)", u"*.txt"}, FILE_TXT, 8},
+    {{u"Excel 97 模板 (*.xlt)", u"*.xlt"}, FILE_XLT, 8},
+    {{u"Pocket Excel 2.0 模板 (*.pxt)", u"*.pxt"}, FILE_PXT, 8},
+    {{u"位图 (*.bmp)", u"*.bmp"}, FILE_BMP, 0},
+};
+constexpr u32 FILTER_COUNT = std::size(saveFilters);
+constexpr std::size_t EXTENSION = 4;  // with its full stop
+
+// The rows whose types there is a writer for.
+struct OfferedFilters {
+    std::array<FileFilter, FILTER_COUNT> shown;
+    std::array<u32, FILTER_COUNT> rows;
+    u32 count = 0;
+};
+
+OfferedFilters OfferFilters() {
+    OfferedFilters offered;
+    for (u32 i = 0; i < FILTER_COUNT; ++i) {
+        if (!CanWrite(saveFilters[i].type)) continue;
+        offered.shown[offered.count] = saveFilters[i].shown;
+        offered.rows[offered.count++] = i;
+    }
+    return offered;
+}
+
+// The offered row that fits a book as it is.
+i32 FittingFilter(const OfferedFilters& offered, const Workbook& book) {
+    FileType type = FileTypeOf(book.path);
+    u8 version = 8;
+    if (type == FILE_XLT) type = FILE_XLS;
+    if (type == FILE_PXT) type = FILE_PXL;
+    if (type == FILE_XLS && book.biffVersion == 7) version = 7;
+    for (u32 i = 0; i < offered.count; ++i) {
+        const SaveFilter& filter = saveFilters[offered.rows[i]];
+        if (filter.type == type && filter.biffVersion == version) return static_cast<i32>(i);
+    }
+    return 0;
+}
+
+// A path whose end names a type loses it.
+WideView WithoutExtension(WideView path) {
+    return FileTypeOf(path) == FILE_UNKNOWN ? path : path.substr(0, path.size() - EXTENSION);
+}
+
+bool ClashesWithOpenBook(i32 book, WideView path) {
+    for (u32 i = 0; i < Books().books.Count(); ++i) {
+        if (static_cast<i32>(i) == book) continue;
+        if (EqualIgnoringCase(FileNameOf(Books().books[i]->path), FileNameOf(path))) return true;
+    }
+    return false;
+}
+
+// What stands in the way of saving a book there, told with one box.
+bool IsRefused(i32 book, WideView path, FileType type) {
+    if (ClashesWithOpenBook(book, path)) {
+        ShowMessage(Message(MSG_SAVE_NAME_OPEN));
+        return true;
+    }
+    if (type != FILE_BMP) return false;
+    const Sheet* sheet = SheetAt(book, BookAt(book)->currentSheet);
+    if (sheet && sheet->kind == SHEET_CHART) return false;
+    ShowMessage(Message(MSG_NO_CHART_SHEET));
+    return true;
+}
+
+// A file that the dialog was not told the whole name of is not replaced unasked.
+bool MayReplace(WideView chosen, WideView path) {
+    if (path == chosen || !Platform().fileExists(path)) return true;
+    WideText text;
+    return FormatWith(text, Message(MSG_REPLACE_FILE), path) &&
+           Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
+}
+
+// What another program wrote there since is not replaced unasked.
+bool MayOverwrite(const Workbook& book, WideView path) {
+    if (!FileHasChanged(book, path)) return true;
+    WideText text;
+    return FormatWith(text, Message(MSG_FILE_CHANGED), path) &&
+           Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
+}
+
+bool MaySaveText(const Workbook& book, FileType type) {
+    if ((type != FILE_CSV && type != FILE_TXT) || book.sheets.Count() < 2) return true;
+    return Platform().messageBox(Message(MSG_SEVERAL_SHEETS), PROGRAM_NAME, MB_OKCANCEL | MB_ICONWARNING) ==
+           IDOK;
+}
+
+constexpr WideView lossNames[] = {
+    u"第 16384 行以后的行",
+    u"合并单元格",
+    u"条件格式和有效性规则",
+    u"超链接",
+    u"公式（保留结果）",
+    u"过长文本的末尾",
+    u"代码页中没有的字符",
+    u"文字方向和边框样式",
+    u"图表",
+    u"其他工作表",
+    u"宏表和模块",
+    u"名称",
+    u"图形对象",
+    u"筛选",
+    u"工作表的隐藏、保护和标签颜色",
+    u"页面设置",
+    u"1904 日期系统",
+    u"批注",
+    u"数据透视表",
+    u"宏",
+    u"嵌入对象",
+    u"文档属性",
+    u"自定义视图",
+    u"其他程序的内容",
+    u"单个字符的格式",
+    u"样式",
+    u"分级显示和分页符",
+    u"链接文件的值",
+};
+static_assert(std::size(lossNames) == LOSS_COUNT);
+
+// What the user has been asked about before is not asked again.
+bool MayLose(i32 book, u32 losses) {
+    losses &= ~BookAt(book)->acceptedLosses;
+    if (!losses) return true;
+    WideText list, text;
+    for (u32 i = 0; i < LOSS_COUNT; ++i) {
+        if (!(losses >> i & 1)) continue;
+        if ((!list.IsEmpty() && !list.Append(u"\n")) || !list.Append(lossNames[i])) return false;
+    }
+    return FormatWith(text, Message(MSG_SAVE_LOSSES), list) &&
+           Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
+}
+
+void TakePath(i32 book, WideText path) {
+    AddRecentFile(path);
+    Workbook& target = *BookAt(book);
+    target.path = std::move(path);
+    target.untitled = false;
+    UpdateTitle();
+}
+
+}  // namespace
+
+bool SaveBook(i32 book, WideView path, bool askForName) {
+    const FileType type = FileTypeOf(path);
+    const bool isTemplate = type == FILE_XLT || type == FILE_PXT;
+    if (type == FILE_UNKNOWN || (isTemplate && !askForName)) return SaveBookAs(book);
+    if (!MaySaveText(*BookAt(book), type)) return false;
+    // The dialog has asked already.
+    if (!askForName && !MayOverwrite(*BookAt(book), path)) return false;
+    u32 losses = 0;
+    if (!WriteBookFile(book, path, type, losses, MayLose)) return false;
+    BookAt(book)->acceptedLosses |= losses;
+    BookAt(book)->dirty = 0;
+    RefreshChrome();
+    return true;
+}
+
+bool SaveBookAs(i32 book) {
+    const OfferedFilters offered = OfferFilters();
+    i32 chosen = FittingFilter(offered, *BookAt(book));
+    WideText answer, path;
+    if (!answer.Assign(WithoutExtension(BookAt(book)->path)) ||
+        !ShellPlatform().saveFileDialog(std::span(offered.shown).first(offered.count), chosen, answer))
+        return false;
+    const u32 row = chosen >= 0 && static_cast<u32>(chosen) < offered.count ? static_cast<u32>(chosen) : 0;
+    const SaveFilter& filter = saveFilters[offered.rows[row]];
+    if (!path.Assign(WithoutExtension(answer)) || !path.Append(filter.shown.pattern.substr(1))) return false;
+    if (IsRefused(book, path, filter.type) || !MayReplace(answer, path)) return false;
+    const u8 before = BookAt(book)->biffVersion;
+    if (filter.biffVersion) BookAt(book)->biffVersion = filter.biffVersion;
+    if (!SaveBook(book, path, true)) {
+        BookAt(book)->biffVersion = before;
+        return false;
+    }
+    if (filter.type != FILE_BMP) TakePath(book, std::move(path));
+    return true;
+}
+
+void SaveCommand(i32) {
+    WideText path;
+    if (CurrentBook() >= 0 && path.Assign(CurrentWorkbook()->path))
+        IgnoreFailure(SaveBook(CurrentBook(), path, false));
+}
+
+void SaveAsCommand(i32) {
+    if (CurrentBook() >= 0) IgnoreFailure(SaveBookAs(CurrentBook()));
+}
+
+}  // namespace tally

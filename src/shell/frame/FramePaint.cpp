@@ -1,0 +1,165 @@
+#include "shell/frame/FramePaint.h"
+
+#include <algorithm>
+
+#include "base/Number.h"
+#include "formula/FormulaText.h"
+#include "model/BookTable.h"
+#include "model/Formats.h"
+#include "shell/frame/Toolbars.h"
+#include "shell/grid/GridPaint.h"
+#include "shell/grid/Layout.h"
+#include "shell/grid/RuleHints.h"
+
+namespace tally {
+namespace {
+
+constexpr u32 FACE = 0xF0F0F0;
+constexpr u32 SHADE = 0xD8D8D8;
+constexpr u32 EDGE = 0x808080;
+constexpr u32 BLACK = 0;
+constexpr u32 WHITE = 0xFFFFFF;
+
+void Centred(void* target, const PixelRect& rect, WideView text, FontHandle font = 0) {
+    i32 width = 0, height = 0;
+    Drawing().textExtent(font, text, width, height);
+    Drawing().text(target, rect.left + (rect.right - rect.left - width) / 2,
+                   rect.top + (rect.bottom - rect.top - height) / 2, rect, font, BLACK, text);
+}
+
+void HeaderBox(void* target, const PixelRect& rect, bool selected) {
+    Drawing().fillRect(target, rect, selected ? SHADE : FACE);
+    Drawing().line(target, rect.left, rect.bottom - 1, rect.right, rect.bottom - 1, EDGE, PEN_SOLID);
+    Drawing().line(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom - 1, EDGE, PEN_SOLID);
+}
+
+FontHandle HeaderFont(const Sheet& sheet) {
+    if (sheet.zoomPercent == 100) return 0;
+    ScreenMetrics screen;
+    Platform().getScreenMetrics(screen);
+    FontRequest request;
+    request.faceName = u"Arial";
+    request.pixelHeight =
+        std::max(1, MulDiv(screen.fontHeight - screen.internalLeading, sheet.zoomPercent, 100));
+    return Drawing().findFont(request);
+}
+
+}  // namespace
+
+void PaintFrameBackground(void* target, const PixelRect& paint) {
+    const Layout& layout = Shell().layout;
+    const bool grid = HasCells(CurrentSheet());
+    Drawing().setClip(target, paint);
+    if (!grid || !(layout.grid == IntersectRects(layout.grid, paint) && layout.grid == paint))
+        Drawing().fillRect(target, paint, FACE);
+    if (!grid) return;
+    // Behind the last row and column of the sheet the grid is bare.
+    const i32 right = layout.columns.IsEmpty() ? layout.cells.left : layout.columns.Last().end;
+    const i32 bottom = layout.rows.IsEmpty() ? layout.cells.top : layout.rows.Last().end;
+    if (right < layout.grid.right)
+        Drawing().fillRect(target, {right, layout.grid.top, layout.grid.right, layout.grid.bottom}, SHADE);
+    if (bottom < layout.grid.bottom)
+        Drawing().fillRect(target, {layout.grid.left, bottom, layout.grid.right, layout.grid.bottom}, SHADE);
+}
+
+void PaintHeaders(void* target, const Sheet& sheet, const PixelRect& paint) {
+    const Layout& layout = Shell().layout;
+    const RefArea& selection = sheet.view.selection;
+    const FontHandle font = HeaderFont(sheet);
+    WideText text;
+    for (const ShownLine& column : layout.columns) {
+        const PixelRect rect{column.start, layout.grid.top, std::min(column.end, layout.grid.right),
+                             layout.cells.top};
+        if (!RectsMeet(rect, paint)) continue;
+        HeaderBox(target, rect, column.index >= selection.firstColumn && column.index <= selection.lastColumn);
+        text.Truncate(0);
+        if (AppendColumnLetters(column.index, text)) Centred(target, rect, text, font);
+    }
+    for (const ShownLine& row : layout.rows) {
+        const PixelRect rect{layout.grid.left, row.start, layout.cells.left,
+                             std::min(row.end, layout.grid.bottom)};
+        if (!RectsMeet(rect, paint)) continue;
+        HeaderBox(target, rect, row.index >= selection.firstRow && row.index <= selection.lastRow);
+        text.Truncate(0);
+        if (AppendInteger(text, row.index + 1)) Centred(target, rect, text, font);
+    }
+    HeaderBox(target, {layout.grid.left, layout.grid.top, layout.cells.left, layout.cells.top}, false);
+    if (Shell().circle)
+        Centred(target, {layout.cells.left, layout.grid.top, layout.cells.right, layout.cells.top}, u"CIR",
+                font);
+}
+
+void PaintTabs(void* target) {
+    const Layout& layout = Shell().layout;
+    const Workbook* book = CurrentWorkbook();
+    if (!book || IsEmptyRect(layout.tabs)) return;
+    Drawing().fillRect(target, layout.tabScroller, FACE);
+    Drawing().fillRect(target, layout.tabs, SHADE);
+    PixelRect half = layout.tabScroller;
+    half.right = (half.left + half.right) / 2;
+    Centred(target, half, u"◂");
+    Centred(target, {half.right, half.top, layout.tabScroller.right, half.bottom}, u"▸");
+    Array<SheetTab> tabs;
+    if (!ShownTabs(tabs)) return;
+    for (const SheetTab& tab : tabs) {
+        const Sheet& sheet = *book->sheets[static_cast<u32>(tab.sheet)];
+        const bool current = tab.sheet == book->currentSheet;
+        PixelRect rect{tab.left, layout.tabs.top, std::min(tab.right, layout.tabs.right), layout.tabs.bottom};
+        Drawing().fillRect(target, rect, current ? WHITE : FACE);
+        if (sheet.tabColour)
+            Drawing().fillRect(target, {rect.left, rect.bottom - 3, rect.right, rect.bottom},
+                               PaletteColour(*book, sheet.tabColour, 0));
+        Drawing().line(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, EDGE, PEN_SOLID);
+        Centred(target, rect, WideView(sheet.name));
+    }
+}
+
+bool StatusText(i32 part, WideText& out) {
+    out.Truncate(0);
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet)) return true;
+    if (part == 0) return CellToText(sheet->view.activeRow, sheet->view.activeColumn, false, false, out);
+    if (part == 1) return AggregateText(out);
+    return !Shell().endMode || out.Assign(u"END");
+}
+
+void PaintStatusBar(void* target) {
+    const PixelRect& bar = Shell().layout.statusBar;
+    ScreenMetrics screen;
+    Platform().getScreenMetrics(screen);
+    constexpr i32 GRIP = 16, PADDING = 3;
+    i32 endWidth = 0, height = 0;
+    Drawing().textExtent(0, u"END", endWidth, height);
+    const i32 first = bar.left + 7 * screen.digitWidth + 2 * PADDING;
+    const i32 last = bar.right - GRIP - endWidth - 2 * PADDING;
+    const PixelRect parts[3] = {{bar.left, bar.top, first, bar.bottom},
+                                {first, bar.top, last, bar.bottom},
+                                {last, bar.top, bar.right - GRIP, bar.bottom}};
+    Drawing().fillRect(target, bar, FACE);
+    Drawing().line(target, bar.left, bar.top, bar.right, bar.top, EDGE, PEN_SOLID);
+    WideText text;
+    for (i32 i = 0; i < 3; ++i) {
+        if (!StatusText(i, text) || text.IsEmpty()) continue;
+        Drawing().text(target, parts[i].left + PADDING, bar.top + PADDING, parts[i], 0, BLACK, text);
+    }
+}
+
+void PaintFrame(void* target, const PixelRect& paint) {
+    Sheet* sheet = CurrentSheet();
+    const Layout& layout = Shell().layout;
+    PaintFrameBackground(target, paint);
+    if (HasCells(sheet) && RectsMeet(layout.grid, paint)) {
+        PaintCells(target, *sheet, paint);
+        Drawing().setClip(target, IntersectRects(layout.cells, paint));
+        PaintListArrow(target);
+        Drawing().setClip(target, IntersectRects(layout.grid, paint));
+        if (sheet->viewFlags & VIEW_HEADERS) PaintHeaders(target, *sheet, paint);
+    }
+    PaintResizeEdge(target, paint);
+    Drawing().setClip(target, paint);
+    if (RectsMeet(layout.toolbar, paint)) PaintToolbars(target);
+    if (RectsMeet(layout.tabScroller, paint) || RectsMeet(layout.tabs, paint)) PaintTabs(target);
+    if (RectsMeet(layout.statusBar, paint)) PaintStatusBar(target);
+}
+
+}  // namespace tally

@@ -1,0 +1,20 @@
+#pragma once
+// Painting the frame's client area: the cells, and what stands around them.
+
+#include "shell/state/ShellState.h"
+
+namespace tally {
+
+void PaintFrame(void* target, const PixelRect& paint);
+void PaintFrameBackground(void* target, const PixelRect& paint);
+void PaintHeaders(void* target, const Sheet& sheet, const PixelRect& paint);
+void PaintTabs(void* target);
+void PaintStatusBar(void* target);
+// Text of the status bar's parts: the active cell's address, the readout, "END".
+bool StatusText(i32 part, WideText& out);
+// The readout over the selection; empty when there is none.
+bool AggregateText(WideText& out);
+WideView AggregateLabel(i32 selector);
+constexpr i32 AGGREGATE_COUNT = 7;
+
+}  // namespace tally

@@ -1,0 +1,294 @@
+#include "shell/frame/Shell.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/MessageTable.h"
+#include "display/LocaleSettings.h"
+#include "editing/Clipboard.h"
+#include "editing/Undo.h"
+#include "fileio/OpenFile.h"
+#include "formula/Links.h"
+#include "formula/Recalculation.h"
+#include "functions/FunctionState.h"
+#include "functions/Random.h"
+#include "model/BookTable.h"
+#include "model/Trust.h"
+#include "shell/commands/Commands.h"
+#include "shell/commands/Places.h"
+#include "shell/entry/EntryEditor.h"
+#include "shell/frame/FramePaint.h"
+#include "shell/frame/MouseInput.h"
+#include "shell/frame/Settings.h"
+#include "shell/frame/Tables.h"
+#include "shell/frame/Toolbars.h"
+#include "shell/grid/GridPaint.h"
+#include "shell/grid/Layout.h"
+#include "shell/grid/Sizes.h"
+#include "shell/selection/Selection.h"
+#include "shell/state/ShellState.h"
+
+namespace tally {
+namespace {
+
+bool OnChar(const ShellMessage& message) {
+    if (message.modifiers & KEY_CTRL) return true;
+    if (!HasCells(CurrentSheet())) return true;
+    if (IsEditing()) {
+        // The frame has no keyboard of its own while something is typed.
+        if (!LineChar(message.key, message.modifiers)) StartTyping(static_cast<char16_t>(message.key));
+        return true;
+    }
+    const bool shift = (message.modifiers & KEY_SHIFT) != 0;
+    switch (message.key) {
+        case VK_TAB: TabMove(shift); break;
+        case u'\r': {
+            const SheetView& view = CurrentSheet()->view;
+            if (Shell().endMode || shift || !FollowHyperlink(view.activeRow, view.activeColumn))
+                EnterMove(shift);
+            break;
+        }
+        case VK_ESCAPE: break;
+        default:
+            if (message.key == u' ' && shift) break;
+            SetEndMode(false);
+            StartTyping(TypedSeparator(message.key));
+    }
+    return true;
+}
+
+bool OnClose(const ShellMessage&) {
+    if (!CloseAllBooks()) return true;
+    Shell().closing = true;
+    ShellPlatform().quit();
+    return true;
+}
+
+bool OnCommand(const ShellMessage& message) {
+    if (message.sender != SENDER_ENTRY_LINE) SetEndMode(false);
+    if (message.sender <= SENDER_TOOLBAR && RunCommand(message.command)) return true;
+    const i32 book = message.command - 540;
+    if (book >= 0 && BookAt(book) && CommitBeforeMove()) SelectBook(book);
+    return true;
+}
+
+bool OnHelp(const ShellMessage&) {
+    WideText path;
+    if (Platform().programDirectory(path) && path.Append(u"TlyHelp.htm"))
+        IgnoreFailure(ShellPlatform().openExternally(path));
+    return true;
+}
+
+bool OnScroll(const ShellMessage& message) {
+    ScrollBy(message.message == WM_VSCROLL, message.scrollCode, message.scrollPosition);
+    return true;
+}
+
+bool OnComposition(const ShellMessage&) {
+    if (!IsEditing() && HasCells(CurrentSheet())) {
+        ShellPlatform().setEntryText(u"");
+        BeginEdit(ENTRY_ENTER);
+    }
+    return false;
+}
+
+bool OnMenu(const ShellMessage&) { return true; }
+
+bool OnKey(const ShellMessage& message) {
+    if (IsEditing()) return LineKeyDown(message.key, message.modifiers);
+    NoteDecimalKey(message.key);
+    return GridKey(message.key, message.modifiers);
+}
+
+bool OnPaint(const ShellMessage& message) {
+    // What memory refuses is left out of the picture; a box would only ask for the next paint.
+    const QuietMemoryScope quiet;
+    PaintFrame(message.target, message.paint);
+    return true;
+}
+
+bool OnFocus(const ShellMessage&) {
+    if (IsEditing()) ShellPlatform().focusEntryLine();
+    return true;
+}
+
+constexpr i32 ASK_SOON = 1, ASK_LATER = 500;  // milliseconds
+
+// What a formula wanted to read is asked for when nothing else goes on.
+bool OnTimer(const ShellMessage& message) {
+    if (message.command != TIMER_TRUST) return GestureTimer(message);
+    ShellPlatform().killTimer(TIMER_TRUST);
+    if (IsEditing() || Shell().messageDepth > 1 || Shell().gesture != GESTURE_NONE) {
+        ShellPlatform().startTimer(TIMER_TRUST, ASK_LATER);
+        return true;
+    }
+    for (u32 i = 0; i < Books().books.Count(); ++i) {
+        if (AskForWantedLinks(static_cast<i32>(i))) InvalidateAll();
+    }
+    return true;
+}
+
+void AskSoonForLinks() {
+    for (const Workbook* book : Books().books) {
+        if (!book->wantedLink.IsEmpty()) return ShellPlatform().startTimer(TIMER_TRUST, ASK_SOON);
+    }
+}
+
+bool OnSize(const ShellMessage& message) {
+    if (message.minimised) return true;
+    RefreshChrome();
+    ScrollTabs();
+    return true;
+}
+
+constexpr FrameMessageRow frameMessages[] = {
+    {WM_CHAR, OnChar},
+    {WM_CLOSE, OnClose},
+    {WM_COMMAND, OnCommand},
+    {WM_HELP, OnHelp},
+    {WM_HSCROLL, OnScroll},
+    {WM_VSCROLL, OnScroll},
+    {WM_IME_STARTCOMPOSITION, OnComposition},
+    {WM_INITMENUPOPUP, OnMenu},
+    {WM_KEYDOWN, OnKey},
+    {WM_LBUTTONDBLCLK, MouseDouble},
+    {WM_LBUTTONDOWN, MouseDown},
+    {WM_LBUTTONUP, MouseUp},
+    {WM_MOUSEMOVE, MouseMove},
+    {WM_RBUTTONDOWN, MouseRight},
+    {WM_MOUSEWHEEL, MouseWheel},
+    {WM_PAINT, OnPaint},
+    {WM_SETFOCUS, OnFocus},
+    {WM_SIZE, OnSize},
+    {WM_TIMER, OnTimer},
+};
+
+void CellChanged(i32 book, i32 sheet, i32 row, i32 column) {
+    if (book != CurrentBook() || !CurrentWorkbook() || CurrentWorkbook()->currentSheet != sheet) return;
+    if (!HasShellPlatform()) return;
+    InvalidateArea(
+        {static_cast<u16>(row), static_cast<u16>(row), static_cast<u8>(column), static_cast<u8>(column)});
+}
+
+// While a message is handled; a box or a dialog handles others inside it.
+struct MessageScope {
+    MessageScope() {
+        if (!Shell().messageDepth++) Shell().memoryTold = false;
+    }
+    ~MessageScope() { --Shell().messageDepth; }
+    MessageScope(const MessageScope&) = delete;
+    MessageScope& operator=(const MessageScope&) = delete;
+};
+
+// One box for all that one message of the frame was refused.
+void OutOfMemory() {
+    if (std::exchange(Shell().memoryTold, true)) return;
+    ShowMessage(Message(MSG_OUT_OF_MEMORY));
+}
+
+// What bounds or the user have stopped is told when the message that it happened in has been handled.
+void CalculationStopped(EvaluationStop why) { Shell().toldStop = std::max(Shell().toldStop, why); }
+
+void TellStop() {
+    const EvaluationStop why = std::exchange(Shell().toldStop, STOP_NONE);
+    if (why == STOP_BOUND) ShowMessage(Message(MSG_CALCULATION_BOUND));
+    if (why == STOP_CANCELLED) ShowMessage(Message(MSG_CALCULATION_STOPPED));
+}
+
+// What follows each call of the toolkit but a paint.
+void SettleCall(bool refreshToolbars, bool askForLinks) {
+    FitWantedRows();
+    if (Shell().messageDepth == 1) TellStop();
+    if (refreshToolbars) RefreshToolbars();
+    if (askForLinks) AskSoonForLinks();
+}
+
+bool SendMessageToFrame(const ShellMessage& message) {
+    for (const FrameMessageRow& row : frameMessages) {
+        if (row.message != message.message) continue;
+        const MessageScope scope;
+        const bool taken = row.handler(message);
+        // A box has no place in a paint, but what is painted may want a file.
+        if (message.message == WM_PAINT) AskSoonForLinks();
+        else SettleCall(message.message != WM_MOUSEMOVE, message.message != WM_TIMER);
+        return taken;
+    }
+    return false;
+}
+
+bool TranslateAccelerator(u32 key, u32 modifiers) {
+    for (const Accelerator& row : AcceleratorTable()) {
+        if (row.key != key || row.modifiers != modifiers) continue;
+        SendCommand(row.command);
+        return true;
+    }
+    return false;
+}
+
+bool EntryLineKeyDown(u32 key, u32 modifiers) {
+    const MessageScope scope;
+    const bool taken = LineKeyDown(key, modifiers);
+    SettleCall(true, true);
+    return taken;
+}
+
+bool EntryLineChar(u32 character, u32 modifiers) {
+    const MessageScope scope;
+    const bool taken = LineChar(character, modifiers);
+    SettleCall(true, true);
+    return taken;
+}
+
+bool EntryLineClick() {
+    const MessageScope scope;
+    const bool taken = LineClick();
+    SettleCall(true, true);
+    return taken;
+}
+
+constexpr FrameCalls shellCalls = {SendMessageToFrame, TranslateAccelerator, EntryLineKeyDown,
+                                   EntryLineChar,      EntryLineClick,       BuildMenu};
+
+// The path of a command line, without the quotes around it.
+WideView CommandPath(WideView line) {
+    if (line.size() >= 2 && line.front() == u'"' && line.back() == u'"') return line.substr(1, line.size() - 2);
+    return line;
+}
+
+}  // namespace
+
+std::span<const FrameMessageRow> FrameMessageTable() { return frameMessages; }
+
+const FrameCalls& ShellFrameCalls() { return shellCalls; }
+
+void StartShell(WideView commandLine) {
+    UseFrameCalls(shellCalls);
+    IgnoreFailure(ReadLocaleSettings());
+    SetOutOfMemoryNotice(OutOfMemory);
+    RecalculationView().cellChanged = CellChanged;
+    RecalculationView().rowHeightWanted = WantRowHeight;
+    RecalculationView().calculationStopped = CalculationStopped;
+    ConnectLinkOpener();
+    ConnectUndo();
+    ConnectClipboard();
+    LoadSettings();
+    const WideView path = CommandPath(commandLine);
+    const bool opened = !path.empty() && Platform().fileExists(path) && OpenBookFile(path, true);
+    if (!opened) IgnoreFailure(MakeFirstBook());
+    if (Shell().options5 & OPTION_FULL_SCREEN) ShellPlatform().setFullScreen(true);
+    if (CurrentBook() >= 0) SelectBook(CurrentBook());
+    else RefreshChrome();
+    ShellPlatform().focusFrame();
+}
+
+void StopShell() {
+    SaveSettings();
+    SetOutOfMemoryNotice(nullptr);
+    ResetBooks();
+    ResetFormulaEngine();
+    ResetFunctions();
+    ResetTrust();
+    ResetShell();
+}
+
+}  // namespace tally

@@ -1,0 +1,71 @@
+#include <cmath>
+
+#include "base/Number.h"
+#include "formula/Coercion.h"
+#include "formula/SheetCalculation.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+#include "shell/frame/FramePaint.h"
+
+namespace tally {
+namespace {
+
+constexpr WideView aggregateLabels[AGGREGATE_COUNT] = {u"无",     u"平均值", u"计数", u"计数值",
+                                                       u"最大值", u"最小值", u"求和"};
+enum Aggregate : i32 { SHOW_NONE, SHOW_MEAN, SHOW_CELLS, SHOW_NUMBERS, SHOW_MAXIMUM, SHOW_MINIMUM, SHOW_SUM };
+
+struct Totals {
+    u32 cells = 0, numbers = 0;
+    double mean = 0, maximum = 0, minimum = 0, sum = 0;
+};
+
+void AddNumber(Totals& totals, double x) {
+    ++totals.numbers;
+    if (totals.numbers == 1) {
+        totals.mean = totals.maximum = totals.minimum = totals.sum = x;
+        return;
+    }
+    totals.mean += (x - totals.mean) / totals.numbers;
+    if (x > totals.maximum) totals.maximum = x;
+    if (x < totals.minimum) totals.minimum = x;
+    totals.sum += x;
+}
+
+}  // namespace
+
+WideView AggregateLabel(i32 selector) {
+    return selector >= 0 && selector < AGGREGATE_COUNT ? aggregateLabels[selector] : WideView();
+}
+
+bool AggregateText(WideText& out) {
+    out.Truncate(0);
+    Sheet* sheet = CurrentSheet();
+    const i32 selector = Shell().aggregate;
+    if (!HasCells(sheet) || sheet->cells.count < 2 || selector == SHOW_NONE) return true;
+    const RefArea area = sheet->view.selection;
+    if (IsOneCell(area)) return true;
+    CalculateArea(*sheet, area);
+    Totals totals;
+    i32 hiddenRow = -1, shownRow = -1;
+    WalkArea(sheet->cells, area, [&](u16 row, CellRecord& cell) {
+        if (row != hiddenRow && row != shownRow) (GetRowHeight(*sheet, row) ? shownRow : hiddenRow) = row;
+        if (row == hiddenRow || (!cell.formula && cell.calcState == CALC_BLANK)) return true;
+        ++totals.cells;
+        if (cell.value.type == VT_NUMBER) AddNumber(totals, cell.value.number);
+        return true;
+    });
+    if ((selector == SHOW_CELLS ? totals.cells : totals.numbers) < 2) return true;
+    const double results[AGGREGATE_COUNT] = {0,
+                                             totals.mean,
+                                             static_cast<double>(totals.cells),
+                                             static_cast<double>(totals.numbers),
+                                             totals.maximum,
+                                             totals.minimum,
+                                             totals.sum};
+    if (!std::isfinite(results[selector])) return true;
+    char digits[NUMBER_TEXT_ROOM];
+    const std::size_t length = PrintGeneral(results[selector], 15, digits);
+    return out.Append(AggregateLabel(selector)) && out.Append(u'=') && out.AppendAscii({digits, length});
+}
+
+}  // namespace tally

@@ -1,0 +1,218 @@
+#include "shell/frame/Toolbars.h"
+
+#include <iterator>
+#include <utility>
+
+#include "editing/Undo.h"
+#include "model/BookTable.h"
+#include "shell/frame/Tables.h"
+#include "shell/grid/Layout.h"
+
+namespace tally {
+namespace {
+
+constexpr ToolbarButton buttons[] = {
+    {BAND_STANDARD, 110, u"新建"}, {BAND_STANDARD, 111, u"打开"},     {BAND_STANDARD, 113, u"保存"},
+    {BAND_STANDARD, 130, u"撤消"}, {BAND_STANDARD, 131, u"剪切"},     {BAND_STANDARD, 132, u"复制"},
+    {BAND_STANDARD, 133, u"粘贴"}, {BAND_STANDARD, 167, u"粘贴函数"}, {BAND_STANDARD, 389, u"自动求和"},
+    {BAND_FORMAT, 432, u"加粗"},   {BAND_FORMAT, 433, u"倾斜"},       {BAND_FORMAT, 434, u"下划线"},
+    {BAND_FORMAT, 435, u"靠左"},   {BAND_FORMAT, 436, u"中"},         {BAND_FORMAT, 437, u"靠右"},
+    {BAND_ENTRY, 439, u"取消"},    {BAND_ENTRY, 440, u"确定"},        {BAND_ENTRY, 441, u"数组"},
+    {BAND_ENTRY, 442, u"填充"},    {BAND_ENTRY, 443, u"新行"},
+};
+constexpr std::size_t BUTTONS = std::size(buttons);
+
+constexpr i32 BUTTON_SIZE = 22, BAND_GAP = 9, STRIP_MARGIN = 2, IMAGE_SIZE = 16;
+constexpr u32 FACE = 0xF0F0F0, LIGHT = 0xE0D8D0, PRESSED = 0xD0C0B0, EDGE = 0xA0A0A0;
+constexpr u32 INK = 0x404040, GREY = 0xB0B0B0, WHITE = 0xFFFFFF, BLUE = 0xB06030, RED = 0x3030C0,
+              GREEN = 0x309030, SAND = 0x80C8E8;
+
+// A picture is a few strokes on a square of 16 pixels.
+enum StrokeKind : u8 { STROKE_LINE, STROKE_FILL, STROKE_FRAME };
+struct Stroke {
+    i32 command;
+    StrokeKind kind;
+    i8 x1, y1, x2, y2;
+    u32 colour;
+};
+constexpr Stroke strokes[] = {
+    {110, STROKE_FILL, 3, 1, 13, 15, WHITE}, {110, STROKE_FRAME, 3, 1, 13, 15, INK},
+    {110, STROKE_LINE, 9, 1, 13, 5, INK},    {111, STROKE_FILL, 1, 3, 7, 6, SAND},
+    {111, STROKE_FILL, 1, 5, 15, 14, SAND},  {111, STROKE_FRAME, 1, 5, 15, 14, INK},
+    {113, STROKE_FILL, 2, 2, 14, 14, BLUE},  {113, STROKE_FILL, 5, 2, 11, 6, WHITE},
+    {113, STROKE_FILL, 4, 9, 12, 14, WHITE}, {113, STROKE_FRAME, 2, 2, 14, 14, INK},
+    {130, STROKE_LINE, 2, 6, 7, 1, BLUE},    {130, STROKE_LINE, 2, 6, 7, 11, BLUE},
+    {130, STROKE_LINE, 2, 6, 11, 6, BLUE},   {130, STROKE_LINE, 11, 6, 13, 8, BLUE},
+    {130, STROKE_LINE, 13, 8, 13, 12, BLUE}, {130, STROKE_LINE, 13, 12, 8, 12, BLUE},
+    {131, STROKE_LINE, 4, 1, 10, 10, INK},   {131, STROKE_LINE, 11, 1, 5, 10, INK},
+    {131, STROKE_FRAME, 3, 10, 7, 14, BLUE}, {131, STROKE_FRAME, 9, 10, 13, 14, BLUE},
+    {132, STROKE_FILL, 2, 1, 10, 11, WHITE}, {132, STROKE_FRAME, 2, 1, 10, 11, INK},
+    {132, STROKE_FILL, 6, 5, 14, 15, WHITE}, {132, STROKE_FRAME, 6, 5, 14, 15, BLUE},
+    {133, STROKE_FILL, 2, 2, 13, 15, SAND},  {133, STROKE_FRAME, 2, 2, 13, 15, INK},
+    {133, STROKE_FILL, 5, 1, 10, 4, INK},    {133, STROKE_FILL, 5, 6, 14, 15, WHITE},
+    {133, STROKE_FRAME, 5, 6, 14, 15, BLUE}, {435, STROKE_LINE, 2, 3, 14, 3, INK},
+    {435, STROKE_LINE, 2, 6, 10, 6, INK},    {435, STROKE_LINE, 2, 9, 14, 9, INK},
+    {435, STROKE_LINE, 2, 12, 10, 12, INK},  {436, STROKE_LINE, 2, 3, 14, 3, INK},
+    {436, STROKE_LINE, 4, 6, 12, 6, INK},    {436, STROKE_LINE, 2, 9, 14, 9, INK},
+    {436, STROKE_LINE, 4, 12, 12, 12, INK},  {437, STROKE_LINE, 2, 3, 14, 3, INK},
+    {437, STROKE_LINE, 6, 6, 14, 6, INK},    {437, STROKE_LINE, 2, 9, 14, 9, INK},
+    {437, STROKE_LINE, 6, 12, 14, 12, INK},  {439, STROKE_LINE, 3, 3, 13, 13, RED},
+    {439, STROKE_LINE, 4, 3, 14, 13, RED},   {439, STROKE_LINE, 12, 3, 2, 13, RED},
+    {439, STROKE_LINE, 13, 3, 3, 13, RED},   {440, STROKE_LINE, 2, 8, 6, 12, GREEN},
+    {440, STROKE_LINE, 2, 9, 6, 13, GREEN},  {440, STROKE_LINE, 6, 12, 14, 4, GREEN},
+    {440, STROKE_LINE, 6, 13, 14, 5, GREEN}, {442, STROKE_FILL, 2, 2, 7, 7, BLUE},
+    {442, STROKE_FRAME, 2, 2, 14, 14, INK},  {442, STROKE_LINE, 2, 7, 14, 7, INK},
+    {442, STROKE_LINE, 7, 2, 7, 14, INK},    {443, STROKE_LINE, 12, 3, 12, 9, INK},
+    {443, STROKE_LINE, 12, 9, 3, 9, INK},    {443, STROKE_LINE, 3, 9, 7, 5, INK},
+    {443, STROKE_LINE, 3, 9, 7, 13, INK},
+};
+
+// Others are a letter or two.
+struct Letters {
+    i32 command;
+    WideView text;
+    u16 weight;
+    bool italic, underline;
+};
+constexpr Letters letters[] = {
+    {167, u"fx", 400, true, false}, {389, u"Σ", 700, false, false}, {432, u"B", 700, false, false},
+    {433, u"I", 400, true, false},  {434, u"U", 400, false, true},  {441, u"{ }", 700, false, false},
+};
+
+i32 ButtonAt(i32 x, i32 y) {
+    for (std::size_t i = 0; i < BUTTONS; ++i)
+        if (RectHolds(ButtonPlace(i), x, y)) return static_cast<i32>(i);
+    return -1;
+}
+
+void InvalidateButton(i32 button) {
+    if (button >= 0) ShellPlatform().invalidate(ButtonPlace(static_cast<std::size_t>(button)));
+}
+
+void SetHover(i32 button) {
+    Toolbar& toolbar = Shell().toolbar;
+    if (toolbar.hover == button) return;
+    InvalidateButton(toolbar.hover);
+    InvalidateButton(button);
+    toolbar.hover = button;
+    Shell().hintRow = Shell().hintColumn = -1;
+    ShellPlatform().setToolTip(button >= 0 ? buttons[button].tip : WideView());
+}
+
+void PaintStroke(void* target, const Stroke& stroke, i32 x, i32 y, bool enabled) {
+    const u32 colour = enabled ? stroke.colour : stroke.colour == WHITE ? FACE : GREY;
+    const i32 x1 = x + stroke.x1, y1 = y + stroke.y1, x2 = x + stroke.x2, y2 = y + stroke.y2;
+    switch (stroke.kind) {
+        case STROKE_LINE: Drawing().line(target, x1, y1, x2, y2, colour, PEN_SOLID); break;
+        case STROKE_FILL: Drawing().fillRect(target, {x1, y1, x2, y2}, colour); break;
+        case STROKE_FRAME:
+            Drawing().line(target, x1, y1, x2, y1, colour, PEN_SOLID);
+            Drawing().line(target, x1, y2 - 1, x2, y2 - 1, colour, PEN_SOLID);
+            Drawing().line(target, x1, y1, x1, y2, colour, PEN_SOLID);
+            Drawing().line(target, x2 - 1, y1, x2 - 1, y2, colour, PEN_SOLID);
+            break;
+    }
+}
+
+void PaintLetters(void* target, const Letters& picture, const PixelRect& place, bool enabled) {
+    FontRequest request;
+    request.faceName = u"Arial";
+    request.pixelHeight = IMAGE_SIZE - 2;
+    request.weight = picture.weight;
+    request.italic = picture.italic;
+    request.underline = picture.underline;
+    const FontHandle font = Drawing().findFont(request);
+    i32 width = 0, height = 0;
+    Drawing().textExtent(font, picture.text, width, height);
+    Drawing().text(target, place.left + (place.right - place.left - width) / 2,
+                   place.top + (place.bottom - place.top - height) / 2, place, font, enabled ? INK : GREY,
+                   picture.text);
+}
+
+void PaintButton(void* target, std::size_t index) {
+    const Toolbar& toolbar = Shell().toolbar;
+    const PixelRect place = ButtonPlace(index);
+    const bool enabled = (toolbar.enabled >> index & 1) != 0;
+    const bool hovered = toolbar.hover == static_cast<i32>(index) && enabled;
+    if (hovered) {
+        Drawing().fillRect(target, place, toolbar.pressed == static_cast<i32>(index) ? PRESSED : LIGHT);
+        PaintStroke(target, {0, STROKE_FRAME, 0, 0, BUTTON_SIZE, BUTTON_SIZE, EDGE}, place.left, place.top,
+                    true);
+    }
+    constexpr i32 MARGIN = (BUTTON_SIZE - IMAGE_SIZE) / 2;
+    for (const Stroke& stroke : strokes)
+        if (stroke.command == buttons[index].command)
+            PaintStroke(target, stroke, place.left + MARGIN, place.top + MARGIN, enabled);
+    for (const Letters& picture : letters)
+        if (picture.command == buttons[index].command) PaintLetters(target, picture, place, enabled);
+}
+
+}  // namespace
+
+std::span<const ToolbarButton> ToolbarButtons() { return buttons; }
+
+PixelRect ButtonPlace(std::size_t button) {
+    const PixelRect& strip = Shell().layout.toolbar;
+    if (IsEmptyRect(strip) || !IsBandShown(buttons[button].band)) return PixelRect();
+    i32 left = strip.left + STRIP_MARGIN;
+    for (std::size_t i = 0; i < button; ++i) {
+        if (!IsBandShown(buttons[i].band)) continue;
+        left += BUTTON_SIZE + (buttons[i].band != buttons[i + 1].band ? BAND_GAP : 0);
+    }
+    const i32 top = strip.top + (strip.bottom - strip.top - BUTTON_SIZE) / 2;
+    return {left, top, left + BUTTON_SIZE, top + BUTTON_SIZE};
+}
+
+bool IsButtonEnabled(const ToolbarButton& button) {
+    if (!FindCommand(button.command)) return false;
+    if (button.band == BAND_ENTRY) return IsEditing();
+    switch (button.command) {
+        case 110:
+        case 111: return !IsEditing();
+        case 113: return CurrentBook() >= 0;
+        case 130: return IsEditing() ? ShellPlatform().entryCanUndo() : UndoCount() > 0;
+        default: return HasCells(CurrentSheet());
+    }
+}
+
+void RefreshToolbars() {
+    Toolbar& toolbar = Shell().toolbar;
+    if (IsEmptyRect(Shell().layout.toolbar)) return;
+    u32 enabled = 0;
+    for (std::size_t i = 0; i < BUTTONS; ++i) enabled |= u32{IsButtonEnabled(buttons[i])} << i;
+    for (std::size_t i = 0; i < BUTTONS; ++i)
+        if ((enabled ^ toolbar.enabled) >> i & 1) InvalidateButton(static_cast<i32>(i));
+    toolbar.enabled = enabled;
+}
+
+void PaintToolbars(void* target) {
+    const PixelRect& strip = Shell().layout.toolbar;
+    Drawing().fillRect(target, strip, FACE);
+    for (std::size_t i = 0; i < BUTTONS; ++i)
+        if (!IsEmptyRect(ButtonPlace(i))) PaintButton(target, i);
+}
+
+bool PressToolbar(i32 x, i32 y) {
+    if (!RectHolds(Shell().layout.toolbar, x, y)) return false;
+    SetHover(ButtonAt(x, y));
+    Shell().toolbar.pressed = Shell().toolbar.hover;
+    InvalidateButton(Shell().toolbar.pressed);
+    return true;
+}
+
+bool MoveOnToolbar(i32 x, i32 y) {
+    SetHover(ButtonAt(x, y));
+    return Shell().toolbar.pressed >= 0 || RectHolds(Shell().layout.toolbar, x, y);
+}
+
+bool ReleaseToolbar(i32 x, i32 y) {
+    const i32 pressed = std::exchange(Shell().toolbar.pressed, -1);
+    if (pressed < 0) return false;
+    InvalidateButton(pressed);
+    const ToolbarButton& button = buttons[pressed];
+    if (ButtonAt(x, y) != pressed || !IsButtonEnabled(button)) return true;
+    IgnoreFailure(SendCommand(button.command, SENDER_TOOLBAR));
+    return true;
+}
+
+}  // namespace tally

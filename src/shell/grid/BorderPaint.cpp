@@ -1,0 +1,109 @@
+#include "shell/grid/BorderPaint.h"
+
+#include <array>
+#include <initializer_list>
+
+#include "model/CellStore.h"
+#include "model/Formats.h"
+
+namespace tally {
+namespace {
+
+struct BorderLine {
+    i32 width;
+    PenStyle pen;
+};
+// By the border style of the file format, 0 none to 13.
+constexpr std::array<BorderLine, 14> borderLines = {{
+    {0, PEN_SOLID},
+    {1, PEN_SOLID},
+    {2, PEN_SOLID},
+    {1, PEN_DASH},
+    {1, PEN_DOT},
+    {3, PEN_SOLID},
+    {3, PEN_SOLID},
+    {1, PEN_DOT},
+    {2, PEN_DASH},
+    {1, PEN_DASH_DOT},
+    {2, PEN_DASH_DOT},
+    {1, PEN_DASH_DOT_DOT},
+    {2, PEN_DASH_DOT_DOT},
+    {2, PEN_DASH_DOT},
+}};
+constexpr u8 BORDER_DOUBLE = 6;
+
+struct Edge {
+    u8 style;
+    u8 colour;
+};
+
+// Along x when horizontal; `at` is the pixel of the grid line.
+void PaintEdge(void* target, const Workbook& book, bool horizontal, i32 at, i32 from, i32 to, Edge edge) {
+    const BorderLine& line = borderLines[edge.style < borderLines.size() ? edge.style : 1];
+    const u32 colour = PaletteColour(book, edge.colour, 0);
+    const i32 first = at - (line.width > 1 ? 1 : 0);
+    for (i32 i = 0; i < line.width; ++i) {
+        if (edge.style == BORDER_DOUBLE && i == 1) continue;
+        const i32 place = first + i;
+        if (horizontal) Drawing().line(target, from, place, to, place, colour, line.pen);
+        else Drawing().line(target, place, from, place, to, colour, line.pen);
+    }
+}
+
+const CellFormat& FormatAt(const Workbook& book, const Sheet& sheet, i32 row, i32 column) {
+    return ResolveCellFormat(book, GetCellFormat(sheet, row, column));
+}
+
+// An edge that a condition draws; style 0 when it draws none.
+Edge Overriding(const ConditionalCondition* condition, OverrideByte ConditionalCondition::*style,
+                u8 ConditionalCondition::*colour) {
+    if (!condition || !condition->hasBorders || !(condition->*style).present) return {0, 0};
+    return {(condition->*style).value, condition->*colour};
+}
+Edge LeftOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::leftStyle, &ConditionalCondition::leftColour);
+}
+Edge RightOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::rightStyle, &ConditionalCondition::rightColour);
+}
+Edge TopOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::topStyle, &ConditionalCondition::topColour);
+}
+Edge BottomOf(const ConditionalCondition* c) {
+    return Overriding(c, &ConditionalCondition::bottomStyle, &ConditionalCondition::bottomColour);
+}
+
+// The first one that is drawn.
+Edge FirstOf(std::initializer_list<Edge> edges) {
+    for (const Edge& edge : edges)
+        if (edge.style) return edge;
+    return {0, 0};
+}
+
+}  // namespace
+
+void PaintCellBorders(void* target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
+                      const PixelRect& rect, const RefArea* merge, const BorderConditions& conditions) {
+    const CellFormat& own = FormatAt(book, sheet, row, column);
+    const CellFormat none;
+    const CellFormat& next = column + 1 < MAX_COLUMNS ? FormatAt(book, sheet, row, column + 1) : none;
+    const CellFormat& under = row + 1 < MAX_ROWS ? FormatAt(book, sheet, row + 1, column) : none;
+    const Edge right = FirstOf({RightOf(conditions.own),
+                                LeftOf(conditions.right),
+                                {own.rightStyle, own.rightColour},
+                                {next.leftStyle, next.leftColour}});
+    const Edge bottom = FirstOf({BottomOf(conditions.own),
+                                 TopOf(conditions.below),
+                                 {own.bottomStyle, own.bottomColour},
+                                 {under.topStyle, under.topColour}});
+    const Edge left = FirstOf({LeftOf(conditions.own), {own.leftStyle, own.leftColour}});
+    const Edge top = FirstOf({TopOf(conditions.own), {own.topStyle, own.topColour}});
+    if (right.style && !(merge && column < merge->lastColumn))
+        PaintEdge(target, book, false, rect.right - 1, rect.top - 1, rect.bottom, right);
+    if (bottom.style && !(merge && row < merge->lastRow))
+        PaintEdge(target, book, true, rect.bottom - 1, rect.left - 1, rect.right, bottom);
+    if (!column && left.style) PaintEdge(target, book, false, rect.left, rect.top - 1, rect.bottom, left);
+    if (!row && top.style) PaintEdge(target, book, true, rect.top, rect.left - 1, rect.right, top);
+}
+
+}  // namespace tally

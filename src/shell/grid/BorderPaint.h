@@ -1,0 +1,20 @@
+#pragma once
+// Borders of cells.
+
+#include "shell/state/ShellState.h"
+
+namespace tally {
+
+// The conditional formats of a cell and of its neighbours to the right and below; null without one.
+struct BorderConditions {
+    const ConditionalCondition* own;
+    const ConditionalCondition* right;
+    const ConditionalCondition* below;
+};
+
+// Draws the right and bottom edges of a cell, and the left and top ones of the first row and column. An
+// edge inside `merge` (which may be null) has none.
+void PaintCellBorders(void* target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
+                      const PixelRect& rect, const RefArea* merge, const BorderConditions& conditions);
+
+}  // namespace tally

@@ -1,0 +1,73 @@
+#include "shell/grid/RuleHints.h"
+
+#include <algorithm>
+
+#include "editing/Validation.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+#include "shell/grid/Layout.h"
+
+namespace tally {
+namespace {
+
+constexpr i32 ARROW_SIZE = 17;
+constexpr u32 FACE = 0xF0F0F0, EDGE = 0x808080, INK = 0x202020;
+
+const ValidationRule* RuleAt(const Sheet& sheet, i32 row, i32 column) {
+    const i32 index = sheet.validations.IsEmpty() ? -1 : FindRule(sheet, row, column);
+    return index < 0 ? nullptr : &sheet.validations[static_cast<u32>(index)];
+}
+
+}  // namespace
+
+PixelRect ListArrowPlace() {
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || IsEditing() || sheet->validations.IsEmpty()) return PixelRect();
+    const RefArea active = ActiveArea(*sheet);
+    const ValidationRule* rule = RuleAt(*sheet, active.firstRow, active.firstColumn);
+    if (!rule || rule->kind != RULE_LIST || rule->noDropArrow) return PixelRect();
+    const PixelRect cell = AreaPixels(active);
+    if (IsEmptyRect(cell)) return PixelRect();
+    const PixelRect& cells = Shell().layout.cells;
+    // Beside the cell, or inside it where the view ends.
+    const i32 left = std::max(std::min(cell.right, cells.right - ARROW_SIZE), cells.left);
+    return IntersectRects(
+        {left, std::max(cell.top, cell.bottom - ARROW_SIZE - 1), left + ARROW_SIZE, cell.bottom - 1}, cells);
+}
+
+void InvalidateListArrow() { ShellPlatform().invalidate(ListArrowPlace()); }
+
+void PaintListArrow(void* target) {
+    const PixelRect place = ListArrowPlace();
+    if (IsEmptyRect(place)) return;
+    Drawing().fillRect(target, place, EDGE);
+    Drawing().fillRect(target, {place.left + 1, place.top + 1, place.right - 1, place.bottom - 1}, FACE);
+    const i32 middle = (place.left + place.right) / 2, top = (place.top + place.bottom) / 2 - 2;
+    for (i32 i = 0; i < 4; ++i)
+        Drawing().line(target, middle - 3 + i, top + i, middle + 4 - i, top + i, INK, PEN_SOLID);
+}
+
+i32 FindHyperlink(i32 row, i32 column) {
+    const Sheet* sheet = CurrentSheet();
+    for (u32 i = 0; sheet && i < sheet->hyperlinks.Count(); ++i)
+        if (AreaHolds(sheet->hyperlinks[i].area, row, column)) return static_cast<i32>(i);
+    return -1;
+}
+
+bool CellHint(i32 row, i32 column, WideText& out) {
+    out.Truncate(0);
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet)) return true;
+    const ValidationRule* rule = RuleAt(*sheet, row, column);
+    if (rule && rule->showInput && !(rule->inputTitle.IsEmpty() && rule->inputText.IsEmpty()))
+        return out.Append(rule->inputTitle) &&
+               (rule->inputTitle.IsEmpty() || rule->inputText.IsEmpty() || out.Append(u'\n')) &&
+               out.Append(rule->inputText);
+    const i32 link = FindHyperlink(row, column);
+    if (link < 0) return true;
+    const Hyperlink& found = sheet->hyperlinks[static_cast<u32>(link)];
+    return out.Append(found.target) &&
+           (found.location.IsEmpty() || (out.Append(u'#') && out.Append(found.location)));
+}
+
+}  // namespace tally

@@ -1,0 +1,49 @@
+#include "shell/selection/ActiveCell.h"
+
+#include "display/LocaleSettings.h"
+#include "editing/StoreEntry.h"
+#include "formula/FormulaText.h"
+#include "formula/Recalculation.h"
+#include "model/BookTable.h"
+#include "model/CellStore.h"
+#include "model/Formats.h"
+#include "shell/grid/Layout.h"
+#include "shell/grid/Sizes.h"
+
+namespace tally {
+
+bool LineText(const Sheet& sheet, i32 row, i32 column, WideText& out) {
+    const Workbook& book = *CurrentWorkbook();
+    const CellRecord* cell = GetCell(sheet.cells, row, column);
+    if (!cell) return true;
+    const CellFormat& format = ResolveCellFormat(book, cell->format);
+    if ((sheet.viewFlags & VIEW_PROTECTED) && (format.flags & FORMAT_HIDDEN)) return true;
+    if (!cell->formula) {
+        if (!EditableText(CurrentBook(), cell->value, format.numberFormat, out)) return false;
+        return cell->value.type != VT_STRING || !(format.flags & FORMAT_QUOTE_PREFIX) || out.Insert(0, u"'");
+    }
+    if (!FormulaToText(CurrentBook(), cell->formula->tokens, row, column, true, out)) return false;
+    if (!FindArray(sheet, row, column) || Shell().entryMode == ENTRY_EDIT) return true;
+    return out.Insert(0, u"{") && out.Append(u'}');
+}
+
+void RefreshEntryLine() {
+    if (IsEditing()) return;
+    const Sheet* sheet = CurrentSheet();
+    WideText text;
+    if (HasCells(sheet)) {
+        const RefArea active = ActiveArea(*sheet);
+        if (!LineText(*sheet, active.firstRow, active.firstColumn, text)) text.Truncate(0);
+    }
+    ShellPlatform().setEntryText(text);
+}
+
+void ShowChangedCells() {
+    FitWantedRows();
+    IgnoreFailure(MarkVolatileCells());
+    RefreshEntryLine();
+    ShellPlatform().invalidate(Shell().layout.grid);
+    InvalidateStatus();
+}
+
+}  // namespace tally

@@ -1,0 +1,121 @@
+#pragma once
+// What the shell remembers between messages: one record, one reset.
+
+#include "formula/Evaluator.h"
+#include "model/ModelTypes.h"
+#include "platform/ShellPlatform.h"
+
+namespace tally {
+
+constexpr u32 RECENT_FILES = 9;
+
+enum EntryModeValue : i32 { ENTRY_NONE = 0, ENTRY_ENTER = 1, ENTRY_EDIT = 2 };
+
+enum Gesture : u8 {
+    GESTURE_NONE,
+    GESTURE_CELLS,
+    GESTURE_ROWS,
+    GESTURE_COLUMNS,
+    GESTURE_RESIZE_ROW,
+    GESTURE_RESIZE_COLUMN,
+    GESTURE_POINT
+};
+
+// A row or column on the screen; `end` lies outside.
+struct ShownLine {
+    i32 index = 0;
+    i32 start = 0;
+    i32 end = 0;
+};
+
+// Where everything in the client area lies, worked out by RefreshChrome.
+struct Layout {
+    i32 width = 0, height = 0;
+    i32 digitWidth = 7;  // zoomed
+    i32 dpiX = 96, dpiY = 96;
+    i32 headerHeight = 0, headerWidth = 0;
+    PixelRect toolbar;
+    PixelRect entryLine;
+    PixelRect grid;   // GridArea: headers and cells
+    PixelRect cells;  // without the headers
+    PixelRect tabScroller;
+    PixelRect tabs;
+    PixelRect statusBar;
+    // Shown rows and columns in the order of the screen: those of the fixed pane first.
+    Array<ShownLine> rows, columns;
+    u32 fixedRows = 0, fixedColumns = 0;  // how many of them are in the fixed pane
+};
+
+// The buttons, by their place in the table.
+struct Toolbar {
+    u32 enabled = 0;  // bit by bit, as they were last shown
+    i32 hover = -1;   // under the pointer
+    i32 pressed = -1;
+};
+
+// While a reference is written into the entry line by keys or the mouse.
+struct PointState {
+    bool active = false;
+    i32 start = 0, end = 0;  // the span of the reference in the entry line
+    RefArea area;
+    i32 anchorRow = 0, anchorColumn = 0;
+    i32 row = 0, column = 0;  // the moving corner
+    bool wholeRows = false, wholeColumns = false;
+};
+
+// The last used column, which costs a walk over all rows, as long as the sheet holds as many cells and merges.
+struct UsedColumn {
+    u32 serial = 0;
+    u32 cells = 0;
+    u32 merges = 0;
+    i32 column = 0;
+};
+
+// Rows that wait to be fitted to what was stored in them.
+struct WantedRows {
+    i32 book = -1;
+    i32 sheet = -1;
+    RefArea area;
+};
+
+struct ShellState {
+    bool circle = false;  // the mark of a circular reference stands in the column headers
+    Layout layout;
+    i32 entryMode = ENTRY_NONE;
+    bool percentOffered = false;  // the line began with a "%" behind the caret
+    bool endMode = false;
+    Gesture gesture = GESTURE_NONE;
+    i32 gestureLine = 0;                  // row or column that is being resized
+    i32 gestureOffset = 0;                // distance of the pointer from its edge
+    i32 gestureX = 0, gestureY = 0;       // last pointer position
+    i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
+    PointState point;
+    Toolbar toolbar;
+    i32 hintRow = -1, hintColumn = -1;  // the cell under the pointer
+    WantedRows wantedRows;
+    UsedColumn usedColumn;
+    bool decimalKey = false;  // the last key was the number pad's decimal key
+    i32 firstTab = 0;         // first sheet tab shown
+    WideText goToTarget;      // what the next Go To begins with
+    Array<WideText> recent;
+    bool bandHidden[4] = {false, false, true, true};  // standard, formula, format, entry
+    bool statusBarShown = true;
+    i32 aggregate = 6;
+    u32 options5 = 0;
+    bool trustClosed = false;  // no book reaches outside, and nobody is asked
+    bool closing = false;
+    i32 messageDepth = 0;                 // messages that are being handled, one inside the other
+    EvaluationStop toldStop = STOP_NONE;  // of a calculation, to be told
+    bool memoryTold = false;              // the user knows that the outermost one was refused memory
+};
+ShellState& Shell();
+// Back to what it is before StartShell.
+void ResetShell();
+
+constexpr u32 OPTION_FULL_SCREEN = 32;
+enum BandNumber : i32 { BAND_STANDARD, BAND_FORMULA, BAND_FORMAT, BAND_ENTRY };
+
+inline bool IsEditing() { return Shell().entryMode != ENTRY_NONE; }
+inline bool HasCells(const Sheet* sheet) { return sheet && (sheet->kind & SHEET_WITH_CELLS); }
+
+}  // namespace tally
