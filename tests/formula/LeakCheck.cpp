@@ -7,7 +7,7 @@
 #include "base/Memory.h"
 #include "display/LocaleSettings.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {
