@@ -306,8 +306,9 @@ TEST_F(SavedRecords, TheBucketOfTheStringIndexGrowsWithTheStrings) {
         for (std::size_t e = 2; e < index.body.size(); e += 8) {
             const u32 at = index.Long(e);
             EXPECT_EQ(stream[at + 3], 't');
-            const auto owner = std::find_if(records.rbegin(), records.rend(),
-                                            [&](const WrittenRecord& r) { return r.at < at; });
+            const auto owner = std::partition_point(records.begin(), records.end(),
+                                                    [&](const WrittenRecord& r) { return r.at < at; }) -
+                               1;
             EXPECT_EQ(index.Word(e + 4), at - owner->at);
         }
     }
