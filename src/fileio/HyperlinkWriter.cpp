@@ -7,8 +7,6 @@
 namespace tally {
 namespace {
 
-constexpr std::size_t TEXT_MOST = 32000;  // characters, so that a record holds all of them
-
 // Class identifiers of the published structures.
 constexpr u8 standardLink[] = {0xD0, 0xC9, 0xEA, 0x79, 0xF9, 0xBA, 0xCE, 0x11,
                                0x8C, 0x82, 0x00, 0xAA, 0x00, 0x4B, 0xA9, 0x0B};
@@ -63,7 +61,7 @@ void PutFile(SaveState& save, WideView target) {
         ++levels;
     }
     const u32 losses = save.losses;
-    const ByteView narrow = NarrowText(save, target, TEXT_MOST);
+    const ByteView narrow = NarrowText(save, target, RECORD_ROOM);
     save.losses = losses;  // the 16-bit form keeps all
     WriteBytes(to, fileMoniker, sizeof fileMoniker);
     WriteU16(to, levels);
@@ -79,7 +77,7 @@ void PutFile(SaveState& save, WideView target) {
 }
 
 bool WriteHyperlink(SaveState& save, const Hyperlink& link) {
-    const WideView target = link.target.View().substr(0, TEXT_MOST);
+    const WideView target = link.target;
     const TargetKind kind = KindOf(target);
     BeginBody(save);
     BiffWriter& to = save.body;
@@ -97,7 +95,7 @@ bool WriteHyperlink(SaveState& save, const Hyperlink& link) {
     if (kind == TARGET_URL) PutUrl(to, target);
     if (kind == TARGET_FILE) PutFile(save, target);
     if (!link.location.IsEmpty()) PutCounted(to, link.location);
-    return EndBody(save, RECORD_HLINK) && target.size() == link.target.Length();
+    return EndBody(save, RECORD_HLINK);
 }
 
 }  // namespace

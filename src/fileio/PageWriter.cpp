@@ -33,9 +33,9 @@ void WritePageText(SaveState& save, u16 id, WideView text) {
     IgnoreFailure(EndBody(save, id));
 }
 
-void WriteGuts(SaveState& save, const u16* guts) {
-    u8* out = BeginRecord(save.writer, RECORD_GUTS, 8);
-    for (u32 i = 0; i < 4; ++i) PutU16(out + i * 2, guts[i]);
+void WriteGuts(SaveState& save, const PageSettings& page) {
+    WriteRecordHeader(save.writer, RECORD_GUTS, sizeof page.guts);
+    for (const u16 size : page.guts) WriteU16(save.writer, size);
 }
 
 void WritePrinter(SaveState& save, const Array<u8>& printer) {
@@ -97,7 +97,7 @@ void WritePageRecords(SaveState& save, const Sheet& sheet) {
     WriteRecordU16(to, RECORD_PRINTHEADERS, page.printHeaders);
     WriteRecordU16(to, RECORD_PRINTGRIDLINES, page.printGridlines);
     WriteRecordU16(to, RECORD_GRIDSET, page.gridSet);
-    WriteGuts(save, page.guts);
+    WriteGuts(save, page);
     WriteRecordU16Pair(to, RECORD_DEFAULTROWHEIGHT, (sheet.viewFlags & VIEW_HEIGHT_DIFFERS) != 0,
                        DefaultRowHeight(sheet));
     WriteRecordU16(to, RECORD_WSBOOL, sheet.options.outlines | (page.fitToPage ? u32{FIT_TO_PAGE} : 0u));
