@@ -165,13 +165,13 @@ void WriteName(SaveState& save, const DefinedName& name) {
     WriteU16(to, name.sheet);
     for (u8 textLength : name.textLengths) WriteU8(to, form8 ? textLength : 0u);
     const u32 length = WriteNameText(save, to, image);
+    const u32 behindText = StreamOffset(to);
     if (!to.failed) to.stream[3] = static_cast<u8>(length);
     WriteBytes(to, tokens.bytes.data(), tokens.bytes.size());
     if (EndBody(save, RECORD_NAME)) return;
     // The row keeps its number.
     save.losses |= LOSS_FORMULAS;
-    to.stream.Truncate(u32{NAME_HEAD} + length + (form8 ? 1u : 0u) +
-                       (form8 && image.builtIn && IsWide(image.rest) ? 1u : 0u));
+    to.stream.Truncate(behindText);
     if (!to.failed) PutU16(to.stream.Data() + 4, 0);
     IgnoreFailure(EndBody(save, RECORD_NAME));
 }
