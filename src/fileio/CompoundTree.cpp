@@ -176,7 +176,6 @@ bool ReadCompoundTree(ByteView file, Array<CarriedEntry>& entries) {
     if (!made || !ReadEntry(root, 0, *made)) return false;
     made->kind = KIND_ROOT;
     if (!walk.seen.Resize(walk.container.directory.Count() / ENTRY)) return false;
-    walk.seen[0] = true;
     if (!Push(walk, LongAt(root, 76), 0)) return false;
     while (!walk.open.IsEmpty()) {
         const Visit visit = walk.open.Last();
