@@ -62,9 +62,10 @@ bool ReadLinkSheetOfSheet(LoadState& load, ByteView body) {
         return true;
     }
     load.linkBook = load.linkSheet = -1;
+    const u64 failures = FailedAllocations();
     if (!load.externTable.IsEmpty())
         load.linkBook = ExternBookOfEntry(load, load.externTable.Last(), load.linkSheet);
-    return true;
+    return FailedAllocations() == failures;
 }
 
 bool ReadLinkValues(LoadState& load, ByteView body) {

@@ -73,11 +73,12 @@ bool ReadBookGlobals(LoadState& load, const BiffRecord& bof) {
 bool KeepLinkTable(LoadState& load) {
     CarriedRecords& carried = LoadedSheet(load).carried;
     if (carried.runs.IsEmpty()) return true;
+    const u64 failures = FailedAllocations();
     for (const ExternSheetEntry& entry : load.externTable) {
         i32 sheet = 0;
         const i32 row = ExternBookOfEntry(load, entry, sheet);
         const i32 index = row < 0 ? -1 : FindExternSheet(LoadedBook(load), row, sheet, sheet);
-        if (index < 0) return true;
+        if (index < 0) return FailedAllocations() == failures;
         if (!carried.links.Append(static_cast<u16>(index))) return false;
     }
     return true;

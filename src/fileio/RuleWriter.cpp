@@ -32,7 +32,7 @@ bool HasCondition(const FilterColumn& column) {
 }
 
 // A criterion that reads as a number and shows as it reads is one.
-bool IsNumberText(WideView text, double& number) {
+bool IsNumberText(SaveState& save, WideView text, double& number) {
     if (text.empty() || text.size() > NUMBER_TEXT_ROOM) return false;
     char narrow[NUMBER_TEXT_ROOM];
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -41,17 +41,18 @@ bool IsNumberText(WideView text, double& number) {
     }
     if (!ReadPlainNumber({narrow, text.size()}, number)) return false;
     WideText shown;
-    return FormatGeneral(number, 15, shown) && shown.View() == text;
+    if (!FormatGeneral(number, 15, shown)) save.writer.failed = true;
+    return shown.View() == text;
 }
 
 // The fixed part of a condition. True when its text follows the two of them.
-bool PutCondition(const FilterCondition& condition, u8* out, WideView& text) {
+bool PutCondition(SaveState& save, const FilterCondition& condition, u8* out, WideView& text) {
     std::fill(out, out + CONDITION_BYTES, u8{0});
     out[0] = condition.kind;
     out[1] = condition.comparison;
     if (condition.kind != CONDITION_TEXT) return false;
     double number = 0;
-    if (IsNumberText(condition.text, number)) {
+    if (IsNumberText(save, condition.text, number)) {
         out[0] = CONDITION_NUMBER;
         PutF64(out + CONDITION_VALUE_AT, number);
         return false;
@@ -73,7 +74,7 @@ void WriteFilterColumn(SaveState& save, u32 index, const FilterColumn& column) {
     u8 conditions[2][CONDITION_BYTES];
     WideView texts[2];
     bool follows[2];
-    for (u32 i = 0; i < 2; ++i) follows[i] = PutCondition(column.conditions[i], conditions[i], texts[i]);
+    for (u32 i = 0; i < 2; ++i) follows[i] = PutCondition(save, column.conditions[i], conditions[i], texts[i]);
     BiffWriter& to = save.body;
     const u32 start = StreamOffset(to);
     WriteBytes(to, conditions, sizeof conditions);

@@ -180,6 +180,7 @@ i32 ExternBookOfEntry(LoadState& load, const ExternSheetEntry& entry, i32& sheet
     sheet = EXTERN_NO_SHEET;
     if (entry.kind == EXTERNSHEET_ADDIN) return FindOrAddExternBook(book, EXTERN_ADDIN);
     if (entry.kind != EXTERNSHEET_TEXT) return FindOrAddExternBook(book, EXTERN_SELF);
+    const u64 failures = FailedAllocations();
     const WideView text = entry.text;
     if (!text.empty() && text[0] == 3) {
         sheet = FindSheet(load.book, text.substr(1));
@@ -200,7 +201,7 @@ i32 ExternBookOfEntry(LoadState& load, const ExternSheetEntry& entry, i32& sheet
         row = static_cast<i32>(book.externBooks.Count()) - 1;
     }
     if (!name.empty()) sheet = AddExternSheetName(book.externBooks[static_cast<u32>(row)], name);
-    return row;
+    return FailedAllocations() == failures ? row : -1;
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #include "support/Saving.h"
 
+#include "fileio/CarriedRecords.h"
 #include "fileio/CompoundReader.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
@@ -270,6 +271,93 @@ void Saving::MakeRichBook() {
     CurrentWorkbook()->currentSheet = 1;
     CurrentWorkbook()->date1904 = 1;
     CurrentWorkbook()->showSheetTabs = 0;
+}
+
+namespace {
+
+void AddLinkWithValues(Workbook& book, u8 form) {
+    ExternBook* linked = book.externBooks.AppendDefault();
+    const u32 number = book.externBooks.Count() - 1;
+    IgnoreFailure(linked->path.Assign(u"\u0001dir\u0003other.xls"));
+    for (const WideView name : {u"One", u"Tw\u00f6"})
+        IgnoreFailure(linked->sheetNames.AppendDefault()->Assign(name));
+    ExternName* name = linked->names.AppendDefault();
+    IgnoreFailure(name->text.Assign(u"price"));
+    name->body.form = form;
+    const u8 meaning[] = {2, 0, 0x1C, 0x17};
+    IgnoreFailure(name->body.bytes.AppendMany(meaning, sizeof meaning));
+    for (u8 i = 0; i < 3; ++i) {
+        ExternCell* cell = linked->cells.AppendDefault();
+        cell->sheet = 1;
+        cell->row = 3;
+        cell->column = i;
+        cell->type = i + 1 < 3 ? static_cast<u8>(i + 1) : u8{4};
+        cell->number = i == 1 ? 0 : 1;
+        if (i == 1) IgnoreFailure(cell->text.Assign(u"se\u00e9n"));
+    }
+    IgnoreFailure(book.externSheets.Append({static_cast<i16>(number), 1, 1}));
+    const u8 link[] = {0x5A, static_cast<u8>(book.externSheets.Count() - 1), 0, 3, 0, 1, 0};
+    FormulaTokens tokens;
+    IgnoreFailure(MakeTokens(tokens, link, {}));
+    IgnoreFailure(InsertCell(*book.sheets[0], 55, 0, 15, NumberValue(5), tokens));
+    GetCell(book.sheets[0]->cells, 55, 0)->calcState = CALC_CURRENT;
+}
+
+// Two runs: font 1 from the second character, font 2 from the third.
+void AddRuns(Workbook& book) {
+    TextBlock* text = MakeTextRoom(3, 10);
+    if (!text) return;
+    std::copy_n(u"abc", 3, text->characters);
+    u8* tail = TextTailBytes(text);
+    for (const u32 word : {2u, 1u, 1u, 2u, 2u}) {
+        PutU16(tail, word);
+        tail += 2;
+    }
+    IgnoreFailure(InsertCell(*book.sheets[0], 56, 0, 15, OwnedTextValue(text), FormulaTokens()));
+}
+
+void AddEntries(Workbook& book, u8 form) {
+    constexpr struct {
+        WideView name;
+        u8 kind;
+        u32 parent, size;
+    } rows[] = {{u"Root Entry", 5, 0, 0},
+                {u"\u0005SummaryInformation", 2, 0, 500},
+                {u"_VBA_PROJECT_CUR", 1, 0, 0},
+                {u"dir", 2, 2, 5000}};
+    for (const auto& row : rows) {
+        CarriedEntry* entry = book.entries.AppendDefault();
+        IgnoreFailure(entry->name.Assign(row.name));
+        entry->kind = row.kind;
+        entry->parent = row.parent;
+        IgnoreFailure(entry->bytes.Resize(row.size));
+    }
+    book.entriesForm = form;
+}
+
+}  // namespace
+
+void Saving::AddKept(u8 form) {
+    Workbook& book = *CurrentWorkbook();
+    Sheet& sheet = *book.sheets[0];
+    AddLinkWithValues(book, form);
+    AddRuns(book);
+    AddEntries(book, form);
+    const u8 object[] = {0xEC, 0, 2, 0, 1, 2, 60, 0, 1, 0, 3};  // MSODRAWING and what goes on behind it
+    const u8 unknown[] = {0xB8, 0x0B, 1, 0, 9};
+    const u8 view[] = {0xAA, 1, 2, 0, 1, 0, 20, 0, 0, 0, 0xAB, 1, 2, 0, 1, 0};
+    IgnoreFailure(CarryBytes(book.carried, GLOBALS_TABS, form, unknown));
+    IgnoreFailure(CarryBytes(sheet.carried, SHEET_CELLS, form, object));
+    IgnoreFailure(CarryBytes(sheet.carried, SHEET_SELECTION, form, view));
+    IgnoreFailure(CarryBytes(book.sheets.Last()->carried, SHEET_BEGIN, form, unknown));
+    StyleRow* style = book.styles.AppendDefault();
+    style->xf = 16;
+    IgnoreFailure(style->name.Assign(u"Mine"));
+    IgnoreFailure(sheet.page.rowBreaks.Append({5, 0, 255}));
+    IgnoreFailure(sheet.page.columnBreaks.Append({2, 0, 65535}));
+    const u8 user[] = {USER_NAME_NARROW, 'A', 'n', 'n', 'a'};
+    IgnoreFailure(book.userName.AppendMany(user, sizeof user));
+    book.userNameLength = 4;
 }
 
 FormulaTokens Saving::Tokens(std::initializer_list<u8> bytes) {

@@ -43,6 +43,9 @@ class Saving : public Sandbox {
     static u16 FormatWith(u16 numberFormat);
     // Fills the current book, a new one, with something of everything that a save knows.
     static void MakeRichBook();
+    // Adds to the current book what only files bring: links with their values, runs of texts, carried records
+    // and entries of the container, in that form.
+    static void AddKept(u8 form);
     static FormulaTokens Tokens(std::initializer_list<u8> bytes);
 
     u32 losses = 0;
