@@ -144,9 +144,14 @@ bool RateAtOnce(const RateSearch& f, Value& result) {
 
 // Between 0 and the first place where the sign is another.
 Value SearchRate(const RateSearch& f, double guess) {
+    constexpr double TOTAL_LOSS = -1;
     const double atZero = f(0);
     double far = guess, atFar = f(guess);
-    const auto opposite = [&] { return (atZero < 0 && atFar >= 0) || (atZero > 0 && atFar <= 0); };
+    // Payments that leave nothing at the total loss do so by chance: another rate solves the equation too.
+    const auto opposite = [&] {
+        if (atFar == 0) return atZero != 0 && far != TOTAL_LOSS;
+        return (atZero < 0 && atFar > 0) || (atZero > 0 && atFar < 0);
+    };
     for (double end : {1.0, -1.0, 2.0, 10.0, -0.5, -0.99, 100.0, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, -2.0}) {
         if (opposite()) break;
         far = end;

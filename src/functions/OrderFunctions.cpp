@@ -81,11 +81,13 @@ Value Mode(Array<double>& values) {
     return ErrorValue(ERR_NA);
 }
 
-// Texts that are given to MODE by themselves are not read as numbers. False with the error in `result`.
+// What is given to MODE by itself and is a text or a blank cell is not read as a number. False with the error
+// in `result`.
 bool NoTextsAlone(Value* arguments, Value& result) {
     for (i32 i = 0; i < MAX_ARGUMENTS; ++i) {
         const Value& argument = arguments[i];
-        if (argument.type != VT_ERROR && argument.type != VT_STRING) continue;
+        const bool blank = argument.type == VT_EMPTY && !IsMissing(argument);
+        if (argument.type != VT_ERROR && argument.type != VT_STRING && !blank) continue;
         result = ErrorValue(argument.type == VT_ERROR ? argument.error : i32{ERR_VALUE});
         return false;
     }

@@ -9,14 +9,6 @@
 namespace tally {
 namespace {
 
-std::vector<std::string> LinesOf(const char* name) {
-    std::ifstream in(std::string(TALLYMAN_TEST_DATA) + "/functions/" + name);
-    EXPECT_TRUE(in.good()) << name;
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
 // Whether a shown number has fourteen digits of the expected one.
 bool IsClose(const std::string& shown, const std::string& expected) {
     char *shownEnd = nullptr, *expectedEnd = nullptr;
@@ -29,6 +21,14 @@ bool IsClose(const std::string& shown, const std::string& expected) {
 bool IsSection(const std::string& line) { return line.size() > 2 && line.front() == '[' && line.back() == ']'; }
 
 }  // namespace
+
+std::vector<std::string> FormulaFile::LinesOf(const char* name) {
+    std::ifstream in(std::string(TALLYMAN_TEST_DATA) + "/functions/" + name);
+    EXPECT_TRUE(in.good()) << name;
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
 
 std::vector<std::string> FormulaFile::Sections(const char* name) {
     std::vector<std::string> sections;

@@ -1,11 +1,17 @@
 #pragma once
 // Runs a file of tests/data/functions: a formula and what it shows a line.
 
+#include <string>
+#include <vector>
+
 #include "support/Sandbox.h"
 
 namespace tally {
 
 class FormulaFile : public Sandbox {
+  public:
+    static std::vector<std::string> LinesOf(const char* name);
+
   protected:
     // Lines of the file:
     //   # a remark

@@ -11,6 +11,9 @@ class PlainFunctions : public FormulaFile {};
 TEST_F(PlainFunctions, OfNumbers) { Check("math.txt"); }
 TEST_F(PlainFunctions, OverManyValues) { Check("aggregates.txt"); }
 
+TEST_F(PlainFunctions, AgreeWithTwoOtherPrograms) { Check("witnessed.txt"); }
+TEST_F(PlainFunctions, OverCellsAgreeWithTwoOtherPrograms) { Check("witnessed_cells.txt"); }
+
 TEST_F(PlainFunctions, LargeMatricesAreWorkedOutAtOnce) {
     // 2 on the diagonal and -1 beside it: the determinant is one more than the order.
     for (int i = 0; i < 60; ++i) {
