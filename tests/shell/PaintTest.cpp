@@ -82,7 +82,7 @@ TEST_F(PaintTest, AConditionThatHoldsGivesFillFontAndColour) {
     EXPECT_FALSE(Filled(Cell(2, 1), 0x0000FF));
 }
 
-TEST_F(PaintTest, ACircleThatAPaintMeetsIsNamedInTheColumnHeadersUntilTheNextOne) {
+TEST_F(PaintTest, ACircleAmongWhatIsSeenIsNamedInTheColumnHeadersUntilAnyOfItChanges) {
     PaintHeadless();
     EXPECT_FALSE(FindDrawn("CIR"));
     Enter("A1", "=B1+1");

@@ -168,7 +168,9 @@ TEST_F(TrustStory, WhatAFormulaWantsIsAskedForOnceAndOutsideTheCalculation) {
     PutText(u"/books/texts.csv", "\"=INDIRECT(\"\"[other.csv]other!A1\"\")\"\n");
     ASSERT_TRUE(OpenBookFile(u"/books/texts.csv", false));
     EXPECT_EQ(Headless().boxes.Count(), 0u);
-    PaintHeadless();
+    ShellMessage any;
+    any.message = WM_MOUSEMOVE;
+    ASSERT_TRUE(FrameCallsInUse().sendMessage(any));
     EXPECT_EQ(Headless().boxes.Count(), 0u);
     EXPECT_EQ(Headless().foreignReads, 0u);
     ASSERT_TRUE(HeadlessFrame().timers[TIMER_TRUST]);

@@ -6,6 +6,7 @@
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/Shell.h"
 #include "shell/grid/Layout.h"
+#include "shell/grid/ShownCells.h"
 #include "shell/selection/Selection.h"
 #include "shell/state/ShellState.h"
 
@@ -49,7 +50,17 @@ std::string ShellSandbox::Selection() {
 
 std::string ShellSandbox::Line() { return Narrow(HeadlessFrame().entry); }
 
+void ShellSandbox::PaintHeadless(bool all) {
+    NoteShownChange();
+    BringShownUpToDate();
+    Shell().shown.aggregateChanged = true;
+    RefreshAggregate();
+    tally::PaintHeadless(all);
+}
+
 std::string ShellSandbox::Readout() {
+    Shell().shown.aggregateChanged = true;
+    RefreshAggregate();
     WideText text;
     EXPECT_TRUE(StatusText(1, text));
     return Narrow(text);

@@ -16,6 +16,8 @@ class ShellSandbox : public Sandbox {
     static std::string Selection();  // "A1:B2"
     static std::string Line();       // text of the entry line
     static std::string Readout();
+    // Paints after all that is seen has been brought up to date, as if any of it had changed.
+    static void PaintHeadless(bool all = true);
     // Middle of a shown cell, in pixels.
     static void CellPoint(std::string_view cell, i32& x, i32& y);
     static void ClickCell(std::string_view cell, u32 modifiers = 0);

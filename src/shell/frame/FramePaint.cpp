@@ -119,7 +119,7 @@ bool StatusText(i32 part, WideText& out) {
     const Sheet* sheet = CurrentSheet();
     if (!HasCells(sheet)) return true;
     if (part == 0) return CellToText(sheet->view.activeRow, sheet->view.activeColumn, false, false, out);
-    if (part == 1) return AggregateText(out);
+    if (part == 1) return out.Assign(Shell().shown.aggregate);
     return !Shell().endMode || out.Assign(u"END");
 }
 

@@ -12,8 +12,9 @@ void PaintTabs(void* target);
 void PaintStatusBar(void* target);
 // Text of the status bar's parts: the active cell's address, the readout, "END".
 bool StatusText(i32 part, WideText& out);
-// The readout over the selection; empty when there is none.
-bool AggregateText(WideText& out);
+// Works the readout over the selection out anew when what it counts may have changed; empty when there is none.
+// Calculates the cells of the selection, so that it has no place in a paint.
+void RefreshAggregate();
 WideView AggregateLabel(i32 selector);
 constexpr i32 AGGREGATE_COUNT = 7;
 

@@ -19,11 +19,13 @@
 #include "shell/entry/EntryEditor.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/MouseInput.h"
+#include "shell/frame/PaintGuard.h"
 #include "shell/frame/Settings.h"
 #include "shell/frame/Tables.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/GridPaint.h"
 #include "shell/grid/Layout.h"
+#include "shell/grid/ShownCells.h"
 #include "shell/grid/Sizes.h"
 #include "shell/selection/Selection.h"
 #include "shell/state/ShellState.h"
@@ -101,8 +103,10 @@ bool OnKey(const ShellMessage& message) {
 }
 
 bool OnPaint(const ShellMessage& message) {
+    const PaintGuard guard;
     // What memory refuses is left out of the picture; a box would only ask for the next paint.
     const QuietMemoryScope quiet;
+    Shell().shown.painted |= Shell().shown.changed;
     PaintFrame(message.target, message.paint);
     return true;
 }
@@ -113,6 +117,12 @@ bool OnFocus(const ShellMessage&) {
 }
 
 constexpr i32 ASK_SOON = 1, ASK_LATER = 500;  // milliseconds
+
+void AskSoonForLinks() {
+    for (const Workbook* book : Books().books) {
+        if (!book->wantedLink.IsEmpty()) return ShellPlatform().startTimer(TIMER_TRUST, ASK_SOON);
+    }
+}
 
 // What a formula wanted to read is asked for when nothing else goes on.
 bool OnTimer(const ShellMessage& message) {
@@ -125,13 +135,10 @@ bool OnTimer(const ShellMessage& message) {
     for (u32 i = 0; i < Books().books.Count(); ++i) {
         if (AskForWantedLinks(static_cast<i32>(i))) InvalidateAll();
     }
+    // What could be read may want to read more.
+    BringShownUpToDate();
+    AskSoonForLinks();
     return true;
-}
-
-void AskSoonForLinks() {
-    for (const Workbook* book : Books().books) {
-        if (!book->wantedLink.IsEmpty()) return ShellPlatform().startTimer(TIMER_TRUST, ASK_SOON);
-    }
 }
 
 bool OnSize(const ShellMessage& message) {
@@ -166,6 +173,7 @@ constexpr FrameMessageRow frameMessages[] = {
 void CellChanged(i32 book, i32 sheet, i32 row, i32 column) {
     if (book != CurrentBook() || !CurrentWorkbook() || CurrentWorkbook()->currentSheet != sheet) return;
     if (!HasShellPlatform()) return;
+    NoteShownChange();
     InvalidateArea(
         {static_cast<u16>(row), static_cast<u16>(row), static_cast<u8>(column), static_cast<u8>(column)});
 }
@@ -195,10 +203,15 @@ void TellStop() {
     if (why == STOP_CANCELLED) ShowMessage(Message(MSG_CALCULATION_STOPPED));
 }
 
-// What follows each call of the toolkit but a paint.
+// What follows each call of the toolkit but a paint. What is seen comes up to date here and not in the paint,
+// where neither a box nor a file has a place, and not inside another message, which may be half done.
 void SettleCall(bool refreshToolbars, bool askForLinks) {
     FitWantedRows();
-    if (Shell().messageDepth == 1) TellStop();
+    if (Shell().messageDepth == 1) {
+        BringShownUpToDate();
+        RefreshAggregate();
+        TellStop();
+    }
     if (refreshToolbars) RefreshToolbars();
     if (askForLinks) AskSoonForLinks();
 }
@@ -208,9 +221,8 @@ bool SendMessageToFrame(const ShellMessage& message) {
         if (row.message != message.message) continue;
         const MessageScope scope;
         const bool taken = row.handler(message);
-        // A box has no place in a paint, but what is painted may want a file.
-        if (message.message == WM_PAINT) AskSoonForLinks();
-        else SettleCall(message.message != WM_MOUSEMOVE, message.message != WM_TIMER);
+        if (message.message != WM_PAINT)
+            SettleCall(message.message != WM_MOUSEMOVE, message.message != WM_TIMER);
         return taken;
     }
     return false;
@@ -278,6 +290,9 @@ void StartShell(WideView commandLine) {
     if (Shell().options5 & OPTION_FULL_SCREEN) ShellPlatform().setFullScreen(true);
     if (CurrentBook() >= 0) SelectBook(CurrentBook());
     else RefreshChrome();
+    BringShownUpToDate();
+    RefreshAggregate();
+    AskSoonForLinks();
     ShellPlatform().focusFrame();
 }
 

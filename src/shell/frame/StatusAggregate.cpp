@@ -1,5 +1,7 @@
 #include <cmath>
+#include <utility>
 
+#include "base/Memory.h"
 #include "base/Number.h"
 #include "formula/Coercion.h"
 #include "formula/SheetCalculation.h"
@@ -31,14 +33,7 @@ void AddNumber(Totals& totals, double x) {
     totals.sum += x;
 }
 
-}  // namespace
-
-WideView AggregateLabel(i32 selector) {
-    return selector >= 0 && selector < AGGREGATE_COUNT ? aggregateLabels[selector] : WideView();
-}
-
 bool AggregateText(WideText& out) {
-    out.Truncate(0);
     Sheet* sheet = CurrentSheet();
     const i32 selector = Shell().aggregate;
     if (!HasCells(sheet) || sheet->cells.count < 2 || selector == SHOW_NONE) return true;
@@ -66,6 +61,23 @@ bool AggregateText(WideText& out) {
     char digits[NUMBER_TEXT_ROOM];
     const std::size_t length = PrintGeneral(results[selector], 15, digits);
     return out.Append(AggregateLabel(selector)) && out.Append(u'=') && out.AppendAscii({digits, length});
+}
+
+}  // namespace
+
+WideView AggregateLabel(i32 selector) {
+    return selector >= 0 && selector < AGGREGATE_COUNT ? aggregateLabels[selector] : WideView();
+}
+
+void RefreshAggregate() {
+    ShownState& shown = Shell().shown;
+    if (!std::exchange(shown.aggregateChanged, false)) return;
+    const QuietMemoryScope quiet;
+    WideText text;
+    if (!AggregateText(text)) text.Truncate(0);
+    if (text.View() == shown.aggregate.View()) return;
+    shown.aggregate = std::move(text);
+    ShellPlatform().invalidate(Shell().layout.statusBar);
 }
 
 }  // namespace tally

@@ -4,9 +4,7 @@
 
 #include "display/DisplayText.h"
 #include "display/NumberFormatter.h"
-#include "editing/ConditionalFormats.h"
 #include "formula/FormulaText.h"
-#include "formula/SheetCalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -14,6 +12,7 @@
 #include "shell/grid/CellLook.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/RuleHints.h"
+#include "shell/grid/ShownCells.h"
 
 namespace tally {
 namespace {
@@ -30,9 +29,6 @@ struct Pane {
     PixelRect clip;
     Array<RefArea> merges;  // those that are seen
     RefArea selection;
-    // The conditional formats in force, row by row; empty when the sheet has none.
-    Array<const ConditionalCondition*> conditions;
-    Array<const ConditionalCondition*> mergeConditions;  // beside merges
 };
 
 struct RowCell {
@@ -43,9 +39,7 @@ struct RowCell {
 
 // The condition of a cell that the pane shows; a null line has none.
 const ConditionalCondition* ConditionAt(const Pane& pane, const ShownLine* row, const ShownLine* column) {
-    if (pane.conditions.IsEmpty() || !row || !column) return nullptr;
-    const std::size_t line = static_cast<std::size_t>(row - pane.rows.data());
-    return pane.conditions[line * pane.columns.size() + static_cast<std::size_t>(column - pane.columns.data())];
+    return row && column ? ShownCondition(*pane.sheet, *row, *column) : nullptr;
 }
 
 const ShownLine* LineOf(std::span<const ShownLine> lines, i32 index) {
@@ -254,8 +248,7 @@ PixelRect MergePixels(const Pane& pane, const RefArea& merge) {
 
 void PaintMerge(Pane& pane, u32 index) {
     const RefArea& merge = pane.merges[index];
-    const ConditionalCondition* condition =
-        pane.mergeConditions.IsEmpty() ? nullptr : pane.mergeConditions[index];
+    const ConditionalCondition* condition = ShownMergeCondition(*pane.sheet, merge);
     const PixelRect rect = MergePixels(pane, merge);
     const CellFormat format =
         FillOf(ResolveCellFormat(*pane.book, GetCellFormat(*pane.sheet, merge.firstRow, merge.firstColumn)),
@@ -286,7 +279,8 @@ void PaintPaneBorders(const Pane& pane) {
             const BorderConditions conditions{
                 ConditionAt(pane, &row, &column),
                 ConditionAt(pane, &row,
-                            pane.conditions.IsEmpty() ? nullptr : LineOf(pane.columns, column.index + 1)),
+                            pane.sheet->conditionalFormats.IsEmpty() ? nullptr
+                                                                     : LineOf(pane.columns, column.index + 1)),
                 ConditionAt(pane, below, &column)};
             PaintCellBorders(pane.target, *pane.book, *pane.sheet, row.index, column.index,
                              {column.start, row.start, column.end, row.end},
@@ -332,32 +326,6 @@ void PaintOutline(const Pane& pane, const RefArea& area) {
     if (own.left) draw.invertRect(pane.target, {rect.left - 1, rect.top, rect.left, bottom});
     if (own.bottom) draw.invertRect(pane.target, {left, rect.bottom - 2, rect.right, rect.bottom});
     if (own.right) draw.invertRect(pane.target, {rect.right - 2, rect.top, rect.right, bottom});
-}
-
-// Stale cells of the pane come up to date before any of it is drawn: a calculation may reach any cell.
-void CalculatePane(const Pane& pane) {
-    CalculateArea(*pane.sheet,
-                  {static_cast<u16>(pane.rows.front().index), static_cast<u16>(pane.rows.back().index), 0,
-                   static_cast<u8>(pane.columns.back().index)});
-}
-
-// The conditional formats of what the pane shows, before any of it is drawn: they evaluate as well.
-void EvaluateConditions(Pane& pane) {
-    if (pane.sheet->conditionalFormats.IsEmpty()) return;
-    const i32 book = pane.sheet->book, sheet = pane.sheet->index;
-    for (const ShownLine& row : pane.rows) {
-        for (const ShownLine& column : pane.columns) {
-            if (pane.conditions.Append(FindConditionalFormat(book, sheet, row.index, column.index))) continue;
-            pane.conditions.Truncate(0);
-            return;
-        }
-    }
-    for (const RefArea& merge : pane.merges) {
-        if (pane.mergeConditions.Append(FindConditionalFormat(book, sheet, merge.firstRow, merge.firstColumn)))
-            continue;
-        pane.mergeConditions.Truncate(0);
-        return;
-    }
 }
 
 void PaintPane(Pane& pane) {
@@ -411,26 +379,14 @@ void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
                            static_cast<u8>(pane.columns.back().index)};
         for (const RefArea& merge : sheet.mergedAreas)
             if (AreasMeet(merge, seen) && !pane.merges.Append(merge)) return;
-        CalculatePane(pane);
-        EvaluateConditions(pane);
         PaintPane(pane);
     }
 }
 
 }  // namespace
 
-// The cells, and whether a circle was met among them. The mark of one stands in the column headers, which this
-// paint need not reach.
 void PaintCells(void* target, Sheet& sheet, const PixelRect& paint) {
-    const Layout& layout = Shell().layout;
-    if (!RectsMeet(layout.cells, paint)) return;
-    const i32 book = sheet.book;
-    BookAt(book)->circularSeen = 0;
-    PaintPanes(target, sheet, paint);
-    const bool circle = BookAt(book) && BookAt(book)->circularSeen;
-    if (circle == Shell().circle) return;
-    Shell().circle = circle;
-    ShellPlatform().invalidate({layout.cells.left, layout.grid.top, layout.cells.right, layout.cells.top});
+    if (RectsMeet(Shell().layout.cells, paint)) PaintPanes(target, sheet, paint);
 }
 
 // Where the edge of a row or column stands while it is dragged.

@@ -5,6 +5,7 @@
 #include "base/Number.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "shell/grid/ShownCells.h"
 
 namespace tally {
 namespace {
@@ -158,6 +159,8 @@ void PlaceCells(Sheet& sheet, const ScreenMetrics& screen, Layout& layout) {
 
 void LayOut() {
     Layout& layout = Shell().layout;
+    Shell().shown.conditions.Truncate(0);
+    NoteShownChange();
     ScreenMetrics screen;
     Platform().getScreenMetrics(screen);
     Workbook* book = CurrentWorkbook();
@@ -311,7 +314,11 @@ void StepTabs(i32 direction) {
     ShellPlatform().invalidate(Shell().layout.tabs);
 }
 
-void InvalidateAll() { ShellPlatform().invalidate({0, 0, Shell().layout.width, Shell().layout.height}); }
+void InvalidateAll() {
+    NoteShownChange();
+    Shell().shown.aggregateChanged = true;
+    ShellPlatform().invalidate({0, 0, Shell().layout.width, Shell().layout.height});
+}
 
 void InvalidateArea(const RefArea& area) {
     PixelRect rect = AreaPixels(area);
@@ -330,6 +337,9 @@ void InvalidateHeaders() {
     ShellPlatform().invalidate({layout.grid.left, layout.cells.top, layout.cells.left, layout.grid.bottom});
 }
 
-void InvalidateStatus() { ShellPlatform().invalidate(Shell().layout.statusBar); }
+void InvalidateStatus() {
+    Shell().shown.aggregateChanged = true;
+    ShellPlatform().invalidate(Shell().layout.statusBar);
+}
 
 }  // namespace tally

@@ -8,6 +8,7 @@
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/grid/Layout.h"
+#include "shell/grid/ShownCells.h"
 #include "shell/grid/Sizes.h"
 
 namespace tally {
@@ -42,6 +43,7 @@ void ShowChangedCells() {
     FitWantedRows();
     IgnoreFailure(MarkVolatileCells());
     RefreshEntryLine();
+    NoteShownChange();
     ShellPlatform().invalidate(Shell().layout.grid);
     InvalidateStatus();
 }

@@ -78,7 +78,33 @@ struct WantedRows {
     RefArea area;
 };
 
+// The condition in force at a cell: the places of a conditional format in its sheet's list and of the condition
+// in it. A format below 0 is none.
+struct ConditionPlace {
+    i32 format = -1;
+    i32 condition = 0;
+};
+struct MergeCondition {
+    RefArea merge;
+    ConditionPlace place;
+};
+
+struct PaintGuard;
+
+// What is seen of the current sheet beside the values of its cells, as it was last brought up to date.
+struct ShownState {
+    bool changed = false;  // what is seen may be out of date
+    bool painted = false;  // and was painted as it was
+    u32 serial = 0;        // of the sheet
+    // Row by row, beside Layout.rows and Layout.columns; empty when no cell has a condition.
+    Array<ConditionPlace> conditions;
+    Array<MergeCondition> merges;
+    bool aggregateChanged = false;
+    WideText aggregate;  // the middle part of the status bar
+};
+
 struct ShellState {
+    ShownState shown;
     bool circle = false;  // the mark of a circular reference stands in the column headers
     Layout layout;
     i32 entryMode = ENTRY_NONE;
@@ -105,6 +131,9 @@ struct ShellState {
     bool trustClosed = false;  // no book reaches outside, and nobody is asked
     bool closing = false;
     i32 messageDepth = 0;                 // messages that are being handled, one inside the other
+    PaintGuard* paintGuard = nullptr;     // of the paint under way
+    u32 paintFaults = 0;                  // what paints did and must not
+    bool countsPaintFaults = false;       // and which then do not end a program with its checks
     EvaluationStop toldStop = STOP_NONE;  // of a calculation, to be told
     bool memoryTold = false;              // the user knows that the outermost one was refused memory
 };
