@@ -128,6 +128,19 @@ bool Prepare(Preparation& p, bool withLists) {
 
 // ---- acting ---------------------------------------------------------------------------------------
 
+// What of the lost cells nothing comes to stand on, because less moves than is lost. False when there is none.
+bool BaredArea(const AreaMove& move, RefArea& bared) {
+    const RefArea target = TargetOf(move);
+    bared = LostArea(move);
+    if (move.rowDelta > 0) bared.lastRow = std::min(bared.lastRow, static_cast<u16>(target.firstRow - 1));
+    if (move.rowDelta < 0) bared.firstRow = std::max(bared.firstRow, static_cast<u16>(target.lastRow + 1));
+    if (move.columnDelta > 0)
+        bared.lastColumn = std::min(bared.lastColumn, static_cast<u8>(target.firstColumn - 1));
+    if (move.columnDelta < 0)
+        bared.firstColumn = std::max(bared.firstColumn, static_cast<u8>(target.lastColumn + 1));
+    return bared.firstRow <= bared.lastRow && bared.firstColumn <= bared.lastColumn;
+}
+
 bool ShiftCells(CellStore& store, const AreaMove& move) {
     const RefArea& from = move.from;
     const i32 rows = move.rowDelta, columns = move.columnDelta;
@@ -140,7 +153,9 @@ bool ShiftCells(CellStore& store, const AreaMove& move) {
     } else if (IsWholeColumns(from) && columns < 0 && from.lastColumn == MAX_COLUMNS - 1) {
         DeleteCellColumns(store, from.firstColumn + columns, -columns);
     } else {
-        return MoveCells(store, from, rows, columns);
+        if (!MoveCells(store, from, rows, columns)) return false;
+        RefArea bared;
+        if (BaredArea(move, bared)) RemoveCells(store, bared);
     }
     return true;
 }
@@ -278,14 +293,22 @@ void PutTokens(ShiftPlan& plan) {
 }  // namespace
 
 RefArea LostArea(const AreaMove& move) {
-    RefArea lost = TargetOf(move);
+    RefArea lost = move.from;
     const RefArea& from = move.from;
-    if (move.rowDelta > 0) lost.firstRow = std::max(lost.firstRow, static_cast<u16>(from.lastRow + 1));
-    if (move.rowDelta < 0) lost.lastRow = std::min(lost.lastRow, static_cast<u16>(from.firstRow - 1));
-    if (move.columnDelta > 0)
-        lost.firstColumn = std::max(lost.firstColumn, static_cast<u8>(from.lastColumn + 1));
-    if (move.columnDelta < 0)
-        lost.lastColumn = std::min(lost.lastColumn, static_cast<u8>(from.firstColumn - 1));
+    if (move.rowDelta > 0) {
+        lost.firstRow = static_cast<u16>(from.lastRow + 1);
+        lost.lastRow = static_cast<u16>(std::min(from.lastRow + move.rowDelta, MAX_ROWS - 1));
+    } else if (move.rowDelta < 0) {
+        lost.firstRow = static_cast<u16>(std::max(from.firstRow + move.rowDelta, 0));
+        lost.lastRow = static_cast<u16>(from.firstRow - 1);
+    }
+    if (move.columnDelta > 0) {
+        lost.firstColumn = static_cast<u8>(from.lastColumn + 1);
+        lost.lastColumn = static_cast<u8>(std::min(from.lastColumn + move.columnDelta, MAX_COLUMNS - 1));
+    } else if (move.columnDelta < 0) {
+        lost.firstColumn = static_cast<u8>(std::max(from.firstColumn + move.columnDelta, 0));
+        lost.lastColumn = static_cast<u8>(from.firstColumn - 1);
+    }
     return lost;
 }
 
@@ -346,6 +369,8 @@ void MarkShifted(ShiftPlan& plan) {
                 if (formula->alwaysCalculate) good = good && plan.stale.formulas.Append(formula);
     if (good) MarkAll(plan.stale);
     else MarkAllStale();
+    RefArea bared;
+    if (moved && BaredArea(plan.move, bared)) MarkDependentsOfArea(moved->book, moved->index, bared);
 }
 
 void DropShift(ShiftPlan& plan) {

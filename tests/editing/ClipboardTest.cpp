@@ -276,5 +276,147 @@ TEST_F(ClipboardCells, ACutThatFindsNoMemoryChangesNothing) {
     EXPECT_GT(refused, 10u);
 }
 
+// ---- what a filter hides, part by part ------------------------------------------------------------------
+
+// Rows 2 and 4 and columns B and D of A1:E5 are hidden: of five lines 0, 2 and 4 are left.
+class CompressedBlocks : public ClipboardCells {
+  protected:
+    void SetUp() override {
+        ClipboardCells::SetUp();
+        for (const u16 line : {u16{1}, u16{3}}) {
+            HideRow(line);
+            ASSERT_TRUE(
+                SetColumnInfo(CurrentSheet()->columns, {static_cast<u8>(line), COLUMN_HIDDEN, 2000, 15}));
+        }
+    }
+    static const CellBlock& Block() {
+        EXPECT_TRUE(Copy("A1", "E5"));
+        return Clipboard().block;
+    }
+};
+
+TEST_F(CompressedBlocks, CellsOfVisibleLinesMoveTogether) {
+    for (const char column : {'A', 'B', 'C', 'D', 'E'})
+        for (const char row : {'1', '2', '3', '4', '5'})
+            Enter(std::string{column, row}, std::to_string(10 * (column - 'A') + row - '1'));
+    const CellBlock& block = Block();
+    EXPECT_EQ(block.area, AreaOf("A1", "C3"));
+    EXPECT_TRUE(block.visibleOnly);
+    ASSERT_EQ(block.cells.Count(), 9u);
+    for (u32 i = 0; i < 9; ++i) {
+        EXPECT_EQ(block.cells[i].row, i / 3);
+        EXPECT_EQ(block.cells[i].column, i % 3);
+        EXPECT_EQ(block.cells[i].value.number, 20 * (i % 3) + 2 * (i / 3));
+    }
+    EXPECT_EQ(Text(), "0\t20\t40\r\n2\t22\t42\r\n4\t24\t44");
+    const ClipboardBlock& held = Clipboard();
+    ASSERT_EQ(held.rowPlaces.Count(), 3u);
+    ASSERT_EQ(held.columnPlaces.Count(), 3u);
+    for (u32 i = 0; i < 3; ++i) {
+        EXPECT_EQ(held.rowPlaces[i], 2 * i);
+        EXPECT_EQ(held.columnPlaces[i], 2 * i);
+    }
+}
+
+TEST_F(CompressedBlocks, AreasOfListsLoseTheirHiddenLines) {
+    const struct {
+        const char *first, *last;
+        const char* compressed[2];  // null: nothing is visible
+    } rows[] = {
+        {"A1", "A1", {"A1", "A1"}},       {"B2", "B2", {nullptr, nullptr}}, {"A2", "A2", {nullptr, nullptr}},
+        {"B1", "B1", {nullptr, nullptr}}, {"C3", "C3", {"B2", "B2"}},       {"E5", "E5", {"C3", "C3"}},
+        {"A1", "E5", {"A1", "C3"}},       {"B2", "D4", {"B2", "B2"}},       {"B2", "E5", {"B2", "C3"}},
+        {"A1", "D4", {"A1", "B2"}},       {"A1", "B2", {"A1", "A1"}},       {"D4", "E5", {"C3", "C3"}},
+        {"C3", "D4", {"B2", "B2"}},       {"E5", "H9", {"C3", "C3"}},       {"D4", "D9", {nullptr, nullptr}},
+    };
+    for (const auto& row : rows) {
+        Sheet& sheet = *CurrentSheet();
+        sheet.arrayFormulas.Clear();
+        sheet.hyperlinks.Clear();
+        sheet.validations.Clear();
+        sheet.conditionalFormats.Clear();
+        const RefArea area = AreaOf(row.first, row.last);
+        ASSERT_TRUE(sheet.arrayFormulas.Append({area, 0, 0}));
+        sheet.hyperlinks.AppendDefault()->area = area;
+        ASSERT_TRUE(sheet.validations.AppendDefault()->areas.Append(area));
+        ASSERT_TRUE(sheet.conditionalFormats.AppendDefault()->areas.Append(area));
+        // One more behind it shows that the rest of a list moves up.
+        const RefArea corner = AreaOf("E1", "E1");
+        ASSERT_TRUE(sheet.arrayFormulas.Append({corner, 0, 0}));
+        sheet.hyperlinks.AppendDefault()->area = corner;
+        const CellBlock& block = Block();
+        const u32 count = row.compressed[0] ? 2 : 1;
+        ASSERT_EQ(block.arrays.Count(), count) << row.first << row.last;
+        ASSERT_EQ(block.links.Count(), count) << row.first << row.last;
+        EXPECT_EQ(block.arrays[count - 1].area, AreaOf("C1", "C1")) << row.first << row.last;
+        EXPECT_EQ(block.links[count - 1].link.area, AreaOf("C1", "C1")) << row.first << row.last;
+        ASSERT_EQ(block.validations.Count(), 1u);
+        ASSERT_EQ(block.formats.Count(), 1u);
+        EXPECT_EQ(block.validations[0].areas.Count(), count - 1) << row.first << row.last;
+        EXPECT_EQ(block.formats[0].areas.Count(), count - 1) << row.first << row.last;
+        if (count == 1) continue;
+        const RefArea expected = AreaOf(row.compressed[0], row.compressed[1]);
+        EXPECT_EQ(block.arrays[0].area, expected) << row.first << row.last;
+        EXPECT_EQ(block.links[0].link.area, expected) << row.first << row.last;
+        EXPECT_EQ(block.validations[0].areas[0], expected) << row.first << row.last;
+        EXPECT_EQ(block.formats[0].areas[0], expected) << row.first << row.last;
+    }
+}
+
+TEST_F(CompressedBlocks, MergesAreWholeOrGoneOrRefuse) {
+    const struct {
+        const char *first, *last;
+        bool refuses;
+        const char* kept;
+    } rows[] = {
+        {"A1", "B1", true, nullptr},  {"A1", "A2", true, nullptr},  {"C3", "D3", true, nullptr},
+        {"D4", "E5", true, nullptr},  {"B1", "B5", false, nullptr}, {"A2", "E2", false, nullptr},
+        {"D4", "D5", false, nullptr}, {"F6", "G7", false, nullptr}, {"A1", "C1", true, nullptr},
+    };
+    for (const auto& row : rows) {
+        CurrentSheet()->mergedAreas.Clear();
+        ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf(row.first, row.last)));
+        Headless().boxes.Clear();
+        EXPECT_EQ(Copy("A1", "E5"), !row.refuses) << row.first << row.last;
+        EXPECT_EQ(Headless().boxes.Count(), row.refuses ? 1u : 0u);
+        if (!row.refuses) EXPECT_TRUE(Clipboard().block.merges.IsEmpty()) << row.first << row.last;
+    }
+}
+
+TEST_F(CompressedBlocks, ColumnRecordsAreThoseOfTheVisibleColumns) {
+    for (const u8 column : {u8{0}, u8{2}, u8{4}})
+        ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, {column, 0, static_cast<u16>(3000 + column), 15}));
+    const CellBlock& block = Block();
+    ASSERT_EQ(block.columns.Count(), 3u);
+    for (u8 i = 0; i < 3; ++i) {
+        EXPECT_EQ(block.columns[i].column, i);
+        EXPECT_EQ(block.columns[i].width, 3000 + 2 * i);
+    }
+}
+
+TEST_F(ClipboardCells, TheBlockIsThatOfItsBookWhenOthersClose) {
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    Enter("A1", "1");
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    RemoveBook(2);
+    EXPECT_TRUE(Clipboard().blockExists);
+    EXPECT_EQ(Clipboard().block.book, 1);
+    RemoveBook(0);
+    EXPECT_TRUE(Clipboard().blockExists);
+    EXPECT_EQ(Clipboard().block.book, 0);
+    RemoveBook(0);
+    EXPECT_FALSE(Clipboard().blockExists);
+}
+
+TEST_F(ClipboardCells, OfASheetThatIsNotThereNothingIsTaken) {
+    EXPECT_FALSE(CopyCells(CurrentBook(), 1, AreaOf("A1", "A1")));
+    EXPECT_FALSE(CutCells(CurrentBook(), 1, AreaOf("A1", "A1")));
+    EXPECT_FALSE(CopyCells(3, 0, AreaOf("A1", "A1")));
+    EXPECT_FALSE(Clipboard().blockExists);
+    EXPECT_EQ(Text(), "");
+    EXPECT_EQ(UndoCount(), 0u);
+}
+
 }  // namespace
 }  // namespace tally

@@ -55,20 +55,22 @@ TEST_F(ConditionalFormatsTest, ComparisonsOfTheValue) {
     const struct {
         u32 comparison;
         const char* second;
-        bool below, at, between, above;  // 1, 2, 3 and 5 against 2 (and 4)
+        bool below, at, between, atSecond, above;  // 1, 2, 3, 4 and 5 against 2 (and 4)
     } rows[] = {
-        {1, "=4", false, true, true, false},     {2, "=4", true, false, false, true},
-        {3, nullptr, false, true, false, false}, {4, nullptr, true, false, true, true},
-        {5, nullptr, false, false, true, true},  {6, nullptr, true, false, false, false},
-        {7, nullptr, false, true, true, true},   {8, nullptr, true, true, false, false},
+        {1, "=4", false, true, true, true, false},       {2, "=4", true, false, false, false, true},
+        {3, nullptr, false, true, false, false, false},  {4, nullptr, true, false, true, true, true},
+        {5, nullptr, false, false, true, true, true},    {6, nullptr, true, false, false, false, false},
+        {7, nullptr, false, true, true, true, true},     {8, nullptr, true, true, false, false, false},
+        {9, nullptr, false, false, false, false, false}, {1, nullptr, false, false, false, false, false},
     };
-    for (const char* entry : {"1", "2", "3", "5"}) Enter("A" + std::string(entry), entry);
+    for (const char* entry : {"1", "2", "3", "4", "5"}) Enter("A" + std::string(entry), entry);
     for (const auto& row : rows) {
         FreeFormats();
         AddCondition(AddFormat(COLUMN_A), 1, row.comparison, "=2", row.second);
         EXPECT_EQ(InForce("A1") == 0, row.below) << row.comparison;
         EXPECT_EQ(InForce("A2") == 0, row.at) << row.comparison;
         EXPECT_EQ(InForce("A3") == 0, row.between) << row.comparison;
+        EXPECT_EQ(InForce("A4") == 0, row.atSecond) << row.comparison;
         EXPECT_EQ(InForce("A5") == 0, row.above) << row.comparison;
     }
 }
@@ -122,6 +124,30 @@ TEST_F(ConditionalFormatsTest, ARelativeFormulaIsEvaluatedAtEachCell) {
     EXPECT_EQ(InForce("A2"), -1);
     Enter("A1", "9");
     EXPECT_EQ(InForce("A2"), 0);
+}
+
+TEST_F(ConditionalFormatsTest, AConditionFormulaGivesATruth) {
+    const struct {
+        const char* formula;
+        bool holds;
+    } rows[] = {{"=TRUE", true},   {"=FALSE", false}, {"=5", true},      {"=0", false},   {"=-1", true},
+                {"=\"x\"", false}, {"=C1", false},    {"=B1:B2", false}, {"=$B$1", true}, {"=\"TRUE\"", true}};
+    Enter("B1", "1");
+    for (const auto& row : rows) {
+        FreeFormats();
+        AddCondition(AddFormat(COLUMN_A), 2, 0, row.formula);
+        EXPECT_EQ(InForce("A5") == 0, row.holds) << row.formula;
+    }
+}
+
+TEST_F(ConditionalFormatsTest, AFormatHoldsOverEachOfItsAreasAndNowhereElse) {
+    ConditionalFormat& format = AddFormat(AreaOf("B2", "C3"));
+    ASSERT_TRUE(format.areas.Append(AreaOf("E5", "E5")));
+    AddCondition(format, 2, 0, "=TRUE");
+    for (const char* cell : {"B2", "C2", "B3", "C3", "E5"}) EXPECT_EQ(InForce(cell), 0) << cell;
+    for (const char* cell : {"A2", "B1", "D3", "C4", "E4", "F5"}) EXPECT_EQ(InForce(cell), -1) << cell;
+    EXPECT_EQ(FindConditionalFormat(CurrentBook(), 1, 1, 1), nullptr);
+    EXPECT_EQ(FindConditionalFormat(7, 0, 1, 1), nullptr);
 }
 
 }  // namespace

@@ -250,5 +250,22 @@ TEST_F(Series, TheDialogsProposals) {
     EXPECT_EQ(Proposed(SERIES_COLUMNS), "0.333333333333333");
 }
 
+// The first cells are brought up to date before they are read.
+TEST_F(Series, StaleFirstCellsAreCalculated) {
+    for (const bool down : {true, false}) {
+        Enter("A1", "5");
+        for (const char* cell : {"D2", "E2", "D3"}) Enter(cell, "=$A$1*2");
+        Shown("D2");
+        Enter("A1", "50");
+        Select(1, 3, 3, 5);
+        SeriesRequest request;
+        request.direction = down ? SERIES_COLUMNS : SERIES_ROWS;
+        ASSERT_TRUE(FillSeries(request));
+        EXPECT_EQ(Shown(down ? "D3" : "E2"), "101");
+        EXPECT_EQ(Shown(down ? "E4" : "F3"), "102");
+        ASSERT_TRUE(UndoLast());
+    }
+}
+
 }  // namespace
 }  // namespace tally

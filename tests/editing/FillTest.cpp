@@ -119,6 +119,32 @@ TEST_F(Filling, AtTheEdgesOfTheSheetNothingHappens) {
     }
     EXPECT_EQ(UndoCount(), 0u);
     EXPECT_TRUE(Headless().boxes.IsEmpty());
+    // One line further in there is a neighbour.
+    for (const auto& [fill, cell, shown] :
+         {std::tuple<bool (*)(bool), const char*, const char*>(FillDown, "A2", "x"),
+          {FillRight, "B1", "x"},
+          {FillUp, "IV65535", "y"},
+          {FillLeft, "IU65536", "y"}}) {
+        Select(cell, cell);
+        EXPECT_TRUE(fill(true));
+        EXPECT_EQ(Shown(cell), shown) << cell;
+    }
+}
+
+TEST_F(Filling, TheSheetOnTopIsTheOneThatIsFilled) {
+    Enter("A1", "first");
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    Enter("A1", "second");
+    Select("A1", "A2");
+    ASSERT_TRUE(FillDown(true));
+    EXPECT_EQ(Shown("A2"), "second");
+    CurrentWorkbook()->currentSheet = 0;
+    EXPECT_EQ(CellAtName("A2"), nullptr);
+    Books().currentBook = 0;
+    EXPECT_EQ(CellAtName("A2"), nullptr);
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_CHART, false, false));
+    EXPECT_FALSE(FillDown(true));
 }
 
 TEST_F(Filling, BlankSourcesEmptyTheirPlacesAndKeepTheLook) {

@@ -3,7 +3,7 @@
 #include "editing/VisibleRuns.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

@@ -8,7 +8,7 @@
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

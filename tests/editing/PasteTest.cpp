@@ -3,8 +3,8 @@
 #include "base/MessageTable.h"
 #include "base/Text.h"
 #include "editing/Clipboard.h"
+#include "editing/PasteFixture.h"
 #include "editing/PasteFormats.h"
-#include "editing/PasteText.h"
 #include "formula/Compiler.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
@@ -17,74 +17,6 @@
 
 namespace tally {
 namespace {
-
-class Paste : public Sandbox {
-  protected:
-    static bool Copy(std::string_view first, std::string_view last) {
-        return CopyCells(CurrentBook(), CurrentWorkbook()->currentSheet, AreaOf(first, last));
-    }
-    static bool Cut(std::string_view first, std::string_view last) {
-        return CutCells(CurrentBook(), CurrentWorkbook()->currentSheet, AreaOf(first, last));
-    }
-    static PasteRequest At(const RefArea& area, i32 mode = PASTE_ALL) {
-        PasteRequest request;
-        request.book = CurrentBook();
-        request.sheet = CurrentWorkbook()->currentSheet;
-        request.area = area;
-        request.mode = mode;
-        return request;
-    }
-    static PasteRequest At(std::string_view cell, i32 mode = PASTE_ALL) { return At(AreaOf(cell, cell), mode); }
-    static std::string Formula(std::string_view cell) {
-        const CellRecord* record = CellAtName(cell);
-        WideText text;
-        if (!record || !record->formula) return "";
-        EXPECT_TRUE(FormulaToText(CurrentBook(), record->formula->tokens, 0, 0, true, text));
-        return Narrow(text);
-    }
-    template <typename Change>
-    static u16 Format(Change change) {
-        CellFormat format = CurrentWorkbook()->cellFormats[15];
-        change(format);
-        u16 index = 0;
-        EXPECT_TRUE(FindOrAddCellFormat(*CurrentWorkbook(), format, index));
-        return index;
-    }
-    static void Put(std::string_view cell, u16 format, Value value = Value()) {
-        const RefArea area = AreaOf(cell, cell);
-        EXPECT_TRUE(
-            InsertCell(*CurrentSheet(), area.firstRow, area.firstColumn, format, value, FormulaTokens()));
-    }
-    static u16 FormatAt(std::string_view cell) {
-        const RefArea area = AreaOf(cell, cell);
-        return GetCellFormat(*CurrentSheet(), area.firstRow, area.firstColumn);
-    }
-    static void AddLink(std::string_view first, std::string_view last, std::string_view target) {
-        Hyperlink* link = CurrentSheet()->hyperlinks.AppendDefault();
-        link->area = AreaOf(first, last);
-        EXPECT_TRUE(link->target.Assign(Wide(target)));
-    }
-    static std::string Links() {
-        std::string out;
-        for (const Hyperlink& link : CurrentSheet()->hyperlinks)
-            out += Narrow(link.target) + "@" + std::to_string(link.area.firstRow) + "." +
-                   std::to_string(link.area.firstColumn) + " ";
-        return out;
-    }
-    static ValidationRule& AddRule(std::string_view first, std::string_view last, u32 kind) {
-        ValidationRule* rule = CurrentSheet()->validations.AppendDefault();
-        rule->kind = kind;
-        EXPECT_TRUE(rule->areas.Append(AreaOf(first, last)));
-        return *rule;
-    }
-    static ConditionalFormat& AddCondition(std::string_view first, std::string_view last) {
-        ConditionalFormat* format = CurrentSheet()->conditionalFormats.AppendDefault();
-        EXPECT_NE(format->conditions.AppendDefault(), nullptr);
-        EXPECT_TRUE(format->areas.Append(AreaOf(first, last)));
-        return *format;
-    }
-    static void AddSheet() { ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false)); }
-};
 
 // ---- what each mode brings --------------------------------------------------------------------------------
 
@@ -659,76 +591,79 @@ TEST_F(Paste, APasteThatFindsNoMemoryChangesNothing) {
     EXPECT_GT(refused, 200u);
 }
 
-// ---- text -------------------------------------------------------------------------------------------------
+// ---- blocks of several lines that move -------------------------------------------------------------------
 
-TEST_F(Paste, TheShapeOfAText) {
+TEST_F(Paste, ReferencesFollowEveryCellOfABlockThatMoves) {
     const struct {
-        WideView text;
-        u32 rows, columns;
+        const char *first, *last, *to;
+        const char* after;
     } rows[] = {
-        {u"", 0, 0},          {u"a", 1, 1},        {u"a\r\n", 1, 1},           {u"a\r", 1, 1},
-        {u"a\tb\r\nc", 2, 2}, {u"\r\n\r\n", 2, 1}, {u"a\r\rb", 3, 1},          {u"\t", 1, 2},
-        {u"a\nb", 1, 1},      {u"\r\n\tx", 2, 2},  {u"a\tb\r\nc\td\te", 2, 3},
+        {"B2", "B3", "D7", "=D7+D8+B4+C2+C3"},
+        {"B2", "C2", "D7", "=D7+B3+B4+E7+C3"},
+        {"B2", "C4", "B9", "=B9+B10+B11+C9+C10"},
+        {"B2", "C3", "E1", "=E1+E2+B4+F1+F2"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(ShapeOfText(row.text).rows, row.rows) << Narrow(row.text);
-        EXPECT_EQ(ShapeOfText(row.text).columns, row.columns) << Narrow(row.text);
-    }
-}
-
-TEST_F(Paste, ATextCellKeepsPastedText) {
-    Put("A1", Format([](CellFormat& f) { f.numberFormat = 49; }));
-    ASSERT_TRUE(PasteText(At("A1"), u"=1+1\t=1+1"));
-    EXPECT_EQ(CellAtName("A1")->value.type, VT_STRING);
-    EXPECT_EQ(Shown("B1"), "2");
-}
-
-TEST_F(Paste, AnEmptyFieldEmptiesItsCellAndAnEmptyTextNothing) {
-    Enter("A1", "1");
-    Enter("B1", "2");
-    EXPECT_FALSE(PasteText(At("A1"), u""));
-    EXPECT_EQ(UndoCount(), 0u);
-    ASSERT_TRUE(PasteText(At("A1"), u"\t3"));
-    EXPECT_EQ(CellAtName("A1"), nullptr);
-    EXPECT_EQ(Shown("B1"), "3");
-}
-
-TEST_F(Paste, PastedTextEndsArraysMergesAndHyperlinksInside) {
-    Sheet& sheet = *CurrentSheet();
-    ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("A1", "B1")));
-    ASSERT_TRUE(sheet.arrayFormulas.Append({AreaOf("A2", "B2"), 0, 0}));
-    AddLink("A1", "B2", "inside");
-    AddLink("A1", "C1", "beyond");
-    AddRule("A1", "A1", 3);
-    const std::string before = DumpBooks();
-    ASSERT_TRUE(PasteText(At("A1"), u"1\t2\r\n3\t4"));
-    EXPECT_TRUE(sheet.mergedAreas.IsEmpty());
-    EXPECT_TRUE(sheet.arrayFormulas.IsEmpty());
-    EXPECT_EQ(Links(), "beyond@0.0 ");
-    EXPECT_EQ(sheet.validations.Count(), 1u);
-    ASSERT_TRUE(UndoLast());
-    EXPECT_EQ(Links(), "inside@0.0 beyond@0.0 ");
-}
-
-TEST_F(Paste, ATextThatFindsNoMemoryChangesNothing) {
-    ForgetBooks();
-    bool failed = true;
-    for (u64 n = 1; failed; ++n) {
-        test::FailingAllocator allocator;
-        ASSERT_TRUE(CreateWorkbook(nullptr, false));
-        Enter("A1", "old");
-        const std::string before = DumpBooks();
-        const PasteRequest request = At("A1");
-        allocator.FailAt(n);
-        const bool pasted = PasteText(request, u"new\t=SUM(B1:B4)+1\t50%\r\n1/2/2003\t'x");
-        failed = allocator.HasFailed();
-        allocator.StopFailing();
-        if (!pasted) ASSERT_EQ(DumpBooks(), before) << n;
-        else EXPECT_EQ(Shown("A1"), "new");
         ForgetBooks();
-        ASSERT_EQ(allocator.LiveBlocks(), 0u) << n;
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        for (const char* cell : {"B2", "B3", "B4", "C2", "C3"}) Enter(cell, "1");
+        Enter("H20", "=B2+B3+B4+C2+C3");
+        ASSERT_TRUE(Cut(row.first, row.last));
+        ASSERT_TRUE(PasteBlock(At(row.to)));
+        EXPECT_EQ(FormulaOf("H20"), row.after) << row.first << row.last;
+        EXPECT_EQ(Shown("H20"), "5");
+        ASSERT_TRUE(UndoLast());
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(FormulaOf("H20"), "=B2+B3+B4+C2+C3");
+        EXPECT_EQ(Shown("H20"), "5");
     }
+    // Over a target of several times its size a block is copied.
+    ASSERT_TRUE(Cut("B2", "C3"));
+    ASSERT_TRUE(PasteBlock(At(AreaOf("K1", "L4"))));
+    EXPECT_EQ(FormulaOf("H20"), "=B2+B3+B4+C2+C3");
+    ASSERT_TRUE(PasteBlock(At(AreaOf("K1", "N2"))));
+    EXPECT_EQ(FormulaOf("H20"), "=B2+B3+B4+C2+C3");
+}
+
+TEST_F(Paste, OtherSheetsFollowABlockThatMovesAndThoseThatDoNotReadItStay) {
+    AddSheet();
+    Enter("A1", "=B2");
+    Enter("A2", "=A1+1");
+    CurrentWorkbook()->currentSheet = 0;
+    Enter("B2", "5");
+    Enter("C1", "=B2");
     ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    Enter("A1", "=B2");
+    Books().currentBook = 0;
+    ASSERT_TRUE(Cut("B2", "B2"));
+    ASSERT_TRUE(PasteBlock(At("D4")));
+    EXPECT_EQ(FormulaOf("C1"), "=D4");
+    CurrentWorkbook()->currentSheet = 1;
+    EXPECT_EQ(FormulaOf("A1"), "=B2");
+    Books().currentBook = 1;
+    EXPECT_EQ(FormulaOf("A1"), "=B2");
+}
+
+TEST_F(Paste, ACutBlockIsMovedByAPlainPasteInItsOwnSheetAlone) {
+    const auto formulaAfter = [](auto change) {
+        ForgetBooks();
+        EXPECT_TRUE(CreateWorkbook(nullptr, false));
+        AddSheet();
+        CurrentWorkbook()->currentSheet = 0;
+        Enter("A1", "5");
+        Enter("C1", "=A1");
+        EXPECT_TRUE(Cut("A1", "A1"));
+        PasteRequest request = At("B7");
+        change(request);
+        EXPECT_TRUE(PasteBlock(request));
+        return FormulaOf("C1");
+    };
+    EXPECT_EQ(formulaAfter([](PasteRequest&) {}), "=B7");
+    EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.sheet = 1; }), "=A1");
+    EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.operation = PASTE_ADD; }), "=A1");
+    EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.transpose = true; }), "=A1");
+    EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.mode = PASTE_BUT_BORDERS; }), "=A1");
+    EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.area = AreaOf("A1", "A1"); }), "=A1");
 }
 
 }  // namespace

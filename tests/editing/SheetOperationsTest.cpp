@@ -466,5 +466,31 @@ TEST_F(SheetOperations, ALongNameIsCutAtThirtyOneUnits) {
     EXPECT_EQ(CurrentName(), "x");
 }
 
+// ---- other books --------------------------------------------------------------------------------------
+
+TEST_F(SheetOperations, WhatOtherBooksReadOfASheetFollowsItsDeletion) {
+    MakeSheets("ab");
+    GoTo("b");
+    Enter("A1", "7");
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    i32 row = 0;
+    ASSERT_TRUE(AddExternRef({1, 0, 1, 1}, row));
+    FormulaTokens tokens;
+    ASSERT_TRUE(MakeTokens(tokens, 7, 0));
+    std::fill_n(tokens.bytes, 7, u8{0});
+    tokens.bytes[0] = ptgRef3d | 0x40;
+    PutU16(tokens.bytes + 1, static_cast<u32>(row));
+    ASSERT_TRUE(InsertCell(*CurrentSheet(), 0, 0, 15, Value(), tokens));
+    EXPECT_EQ(Shown("A1"), "7");
+    Books().currentBook = 0;
+    ASSERT_TRUE(DeleteSheet(1, 0));
+    Books().currentBook = 1;
+    const std::string without = Shown("A1");
+    EXPECT_NE(without, "7");
+    ASSERT_TRUE(UndoLast());
+    Books().currentBook = 1;
+    EXPECT_EQ(Shown("A1"), "7");
+}
+
 }  // namespace
 }  // namespace tally

@@ -180,7 +180,9 @@ TEST_F(ShiftedSheets, TheLostAreaIsWhatTheBlockCovers) {
     };
     const RefArea from = {4, 9, 2, 5};
     for (const Row& row : {Row{2, 0, {10, 11, 2, 5}}, Row{-2, 0, {2, 3, 2, 5}}, Row{0, 2, {4, 9, 6, 7}},
-                           Row{0, -1, {4, 9, 1, 1}}, Row{8, 0, {12, 17, 2, 5}}, Row{0, 9, {4, 9, 11, 14}}}) {
+                           Row{0, -1, {4, 9, 1, 1}}, Row{1, 0, {10, 10, 2, 5}}, Row{-1, 0, {3, 3, 2, 5}},
+                           Row{0, 1, {4, 9, 6, 6}}, Row{0, -2, {4, 9, 0, 1}}, Row{8, 0, {10, 17, 2, 5}},
+                           Row{0, 9, {4, 9, 6, 14}}}) {
         EXPECT_EQ(LostArea({0, 0, from, row.rows, row.columns}), row.lost) << row.rows << " " << row.columns;
     }
 }

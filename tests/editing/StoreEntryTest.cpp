@@ -5,7 +5,7 @@
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "model/Tokens.h"
-#include "shell/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {

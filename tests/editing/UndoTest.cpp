@@ -377,5 +377,155 @@ TEST_F(UndoList, ManyOperationsAreUndoneInTurn) {
     }
 }
 
+// ---- what a record holds ------------------------------------------------------------------------------
+
+TEST_F(UndoList, EveryFieldOfTheViewComesBack) {
+    Sheet& sheet = *CurrentSheet();
+    sheet.zoomPercent = 75;
+    sheet.viewFlags = VIEW_FORMULAS | VIEW_FROZEN;
+    sheet.defaultColumnWidth = 1111;
+    sheet.defaultRowHeight = 333;
+    sheet.passwordHash = 0xBEEF;
+    sheet.tabColour = 11;
+    sheet.view.splitRow = 4;
+    ASSERT_TRUE(RecordUndo(0, 0, UNDO_PROTECT));
+    EXPECT_EQ(LastUndo()->sheet, 0);
+    EXPECT_EQ(LastUndo()->serial, sheet.serial);
+    sheet.zoomPercent = 100;
+    sheet.viewFlags = 0;
+    sheet.defaultColumnWidth = sheet.defaultRowHeight = sheet.passwordHash = 0;
+    sheet.tabColour = 0;
+    sheet.view = SheetView();
+    CurrentWorkbook()->dirty = 0;
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(sheet.zoomPercent, 75);
+    EXPECT_EQ(sheet.viewFlags, VIEW_FORMULAS | VIEW_FROZEN);
+    EXPECT_EQ(sheet.defaultColumnWidth, 1111);
+    EXPECT_EQ(sheet.defaultRowHeight, 333);
+    EXPECT_EQ(sheet.passwordHash, 0xBEEF);
+    EXPECT_EQ(sheet.tabColour, 11);
+    EXPECT_EQ(sheet.view.splitRow, 4);
+    EXPECT_EQ(CurrentWorkbook()->dirty, 1u);
+}
+
+TEST_F(UndoList, NamesComeBackWhole) {
+    Workbook& book = *CurrentWorkbook();
+    DefineName("first", "=1");
+    DefineName("second", "=2");
+    for (const i32 row : {0, 1}) {
+        const std::string text = row ? "second" : "first", old = row ? "2" : "1";
+        Enter("A1", "=" + text);
+        EXPECT_EQ(Shown("A1"), old);
+        for (const i32 kind : {UNDO_CHANGE_NAME, UNDO_DELETE_NAME}) {
+            DefinedName& name = book.names[static_cast<u32>(row)];
+            name.flags = 6;
+            name.shortcut = 65;
+            ASSERT_TRUE(RecordName(kind, 0, row));
+            ASSERT_EQ(UndoCount(), 1u);
+            FreeTokens(name.tokens);
+            name.flags = 0;
+            name.shortcut = 0;
+            name.sheet = 1;
+            ASSERT_TRUE(name.text.Assign(u"other"));
+            MarkDependentsOfName(0, row);
+            ASSERT_TRUE(UndoLast());
+            EXPECT_EQ(Narrow(name.text), text);
+            EXPECT_EQ(name.flags, 6);
+            EXPECT_EQ(name.shortcut, 65);
+            EXPECT_EQ(name.sheet, 0);
+            EXPECT_EQ(Shown("A1"), old);
+        }
+        ASSERT_TRUE(RecordName(UNDO_ADD_NAME, 0, row));
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(Shown("A1"), "#NAME?");
+    }
+    for (const i32 row : {-1, 2}) EXPECT_FALSE(RecordName(UNDO_CHANGE_NAME, 0, row));
+    EXPECT_FALSE(RecordName(UNDO_CHANGE_NAME, 1, 0));
+    EXPECT_EQ(UndoCount(), 0u);
+}
+
+TEST_F(UndoList, InsertedSheetsHaveTheRecordOfTheirKind) {
+    for (const auto& [sheet, kind] : {std::pair<i32, i32>(SHEET_WORKSHEET, UNDO_INSERT_WORKSHEET),
+                                      {SHEET_CHART, UNDO_INSERT_CHART},
+                                      {SHEET_MACRO, UNDO_INSERT_MACRO_SHEET},
+                                      {SHEET_MODULE, -1}}) {
+        ASSERT_TRUE(InsertSheet(1, nullptr, sheet, true, false));
+        ASSERT_EQ(UndoCount(), kind < 0 ? 0u : 1u) << sheet;
+        if (kind < 0) break;
+        EXPECT_EQ(LastUndo()->kind, kind);
+        EXPECT_EQ(LastUndo()->serial, SheetAt(0, 1)->serial);
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(CurrentWorkbook()->sheets.Count(), 1u);
+    }
+}
+
+TEST_F(UndoList, DeletedSheetsHaveTheRecordOfTheirKind) {
+    for (const auto& [sheet, kind] : {std::pair<i32, i32>(SHEET_WORKSHEET, UNDO_DELETE_WORKSHEET),
+                                      {SHEET_CHART, UNDO_DELETE_CHART},
+                                      {SHEET_MACRO, UNDO_DELETE_MACRO_SHEET}}) {
+        ASSERT_TRUE(InsertSheet(1, nullptr, sheet, false, false));
+        ASSERT_TRUE(DeleteSheet(1, -1));
+        EXPECT_EQ(LastUndo()->kind, kind);
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(SheetAt(0, 1)->kind, sheet);
+        ASSERT_TRUE(DeleteSheetPlain(0, 1));
+        EXPECT_EQ(UndoCount(), 0u);
+    }
+}
+
+TEST_F(UndoList, WhatIsRecordedOfASheetThatIsGoneIsForgotten) {
+    for (const i32 kind : {UNDO_SHOW_SHEET, UNDO_HIDE_SHEET, UNDO_MOVE_SHEET, UNDO_COPY_SHEET, UNDO_TYPING,
+                           UNDO_INSERT_ROWS, UNDO_INSERT_WORKSHEET, UNDO_ZOOM}) {
+        ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+        ASSERT_TRUE(RecordUndo(0, 1, kind));
+        ASSERT_TRUE(DeleteSheetPlain(0, 1));
+        EXPECT_TRUE(UndoLast()) << kind;
+        EXPECT_EQ(CurrentWorkbook()->sheets.Count(), 1u) << kind;
+        EXPECT_FALSE(CurrentSheet()->hidden);
+        EXPECT_EQ(UndoCount(), 0u);
+    }
+    EXPECT_FALSE(RecordUndo(0, 1, UNDO_ZOOM));
+    EXPECT_FALSE(RecordRows(UNDO_HIDE_ROWS, 0, 1, {}));
+    EXPECT_EQ(UndoCount(), 0u);
+    DropLastUndo();
+    EXPECT_EQ(LastUndo(), nullptr);
+}
+
+TEST_F(UndoList, SizesOfRowsAndColumnsComeBackInTheirAreaAlone) {
+    Sheet& sheet = *CurrentSheet();
+    for (u16 i = 0; i < 6; ++i) {
+        ASSERT_TRUE(SetRowInfo(sheet.rows, {i, ROW_CUSTOM_HEIGHT, static_cast<u16>(300 + i)}));
+        ASSERT_TRUE(SetColumnInfo(sheet.columns, {static_cast<u8>(i), 0, static_cast<u16>(900 + i), 15}));
+    }
+    ASSERT_TRUE(RecordRows(UNDO_ROW_HEIGHT, 0, 0, {2, 3, 0, 0}));
+    ASSERT_EQ(LastUndo()->contents.rows.Count(), 2u);
+    EXPECT_EQ(LastUndo()->contents.columns.Count(), 0u);
+    for (RowInfo& row : sheet.rows) row.height = 77;
+    ASSERT_TRUE(UndoLast());
+    ASSERT_EQ(sheet.rows.Count(), 6u);
+    for (u16 i = 0; i < 6; ++i) EXPECT_EQ(sheet.rows[i].height, i == 2 || i == 3 ? 300 + i : 77) << i;
+    ASSERT_TRUE(RecordColumns(UNDO_COLUMN_WIDTH, 0, 0, {0, 0, 4, 5}));
+    ASSERT_EQ(LastUndo()->contents.columns.Count(), 2u);
+    EXPECT_EQ(LastUndo()->contents.rows.Count(), 0u);
+    for (ColumnInfo& column : sheet.columns) column.width = 88;
+    ASSERT_TRUE(UndoLast());
+    for (u16 i = 0; i < 6; ++i) EXPECT_EQ(sheet.columns[i].width, i >= 4 ? 900 + i : 88) << i;
+    // Records that came since go, and those that went come back.
+    ASSERT_TRUE(RecordRows(UNDO_ROW_HEIGHT, 0, 0, {4, 20, 0, 0}));
+    sheet.rows.RemoveAt(4);
+    ASSERT_TRUE(SetRowInfo(sheet.rows, {20, ROW_HIDDEN, 1}) && SetRowInfo(sheet.rows, {21, ROW_HIDDEN, 1}));
+    ASSERT_TRUE(UndoLast());
+    ASSERT_EQ(sheet.rows.Count(), 7u);
+    EXPECT_EQ(sheet.rows[4].row, 4);
+    EXPECT_EQ(sheet.rows[5].row, 5);
+    EXPECT_EQ(sheet.rows[6].row, 21);
+}
+
+TEST_F(UndoList, TheListIsEnteredAmongTheCallsOfTheModel) {
+    Calls().bookClosing = nullptr;
+    ConnectUndo();
+    EXPECT_EQ(Calls().bookClosing, &DropUndoOfBook);
+}
+
 }  // namespace
 }  // namespace tally

@@ -3,6 +3,7 @@
 #include "base/MessageTable.h"
 #include "editing/StoreEntry.h"
 #include "formula/Compiler.h"
+#include "model/CellStore.h"
 #include "model/Tokens.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
@@ -207,6 +208,135 @@ TEST_F(ValidationTest, NothingIsAskedOfABlankCellOrByASilentRule) {
     Check(IDCANCEL, good);
     EXPECT_TRUE(good);
     EXPECT_TRUE(Headless().boxes.IsEmpty());
+}
+
+TEST_F(ValidationTest, EachCellIsTestedByItsOwnRule) {
+    Rule(2, 4, "=10").areas.Clear();
+    ASSERT_TRUE(CurrentSheet()->validations[0].areas.Append(AreaOf("C2", "D3")));
+    i32 outcome = -1;
+    for (const char* cell : {"C2", "D2", "C3", "D3"}) {
+        for (const char* each : {"B1", "C2", "D2", "C3", "D3", "E4"}) Enter(each, "11");
+        EXPECT_TRUE(CheckEntryRules(CurrentBook(), 0, AreaOf("B1", "E4"), outcome)) << cell;
+        Enter(cell, "9");
+        Headless().answers.Clear();
+        Headless().answersUsed = 0;
+        ASSERT_TRUE(Headless().answers.Append(IDCANCEL));
+        EXPECT_FALSE(CheckEntryRules(CurrentBook(), 0, AreaOf("B1", "E4"), outcome)) << cell;
+        EXPECT_EQ(outcome, ENTRY_CANCELLED);
+        // What is not in the area is not asked for.
+        EXPECT_TRUE(CheckEntryRules(CurrentBook(), 0, AreaOf("B1", "B4"), outcome));
+    }
+    Enter("B1", "9");
+    EXPECT_TRUE(CheckEntryRules(CurrentBook(), 0, AreaOf("B1", "B1"), outcome));
+    EXPECT_TRUE(CheckEntryRules(CurrentBook(), 1, AreaOf("C2", "D3"), outcome));
+}
+
+// A number typed as a formula counts as what it gives.
+TEST_F(ValidationTest, AFormulaInTheCellIsTestedByItsValue) {
+    Rule(2, 4, "=10");
+    bool good = true;
+    Enter("A1", "=4+5");
+    Check(IDCANCEL, good);
+    EXPECT_FALSE(good);
+    Enter("A1", "=4+7");
+    Check(IDCANCEL, good);
+    EXPECT_TRUE(good);
+    Enter("A1", "=\"\"");
+    Check(IDCANCEL, good);
+    EXPECT_FALSE(good);
+}
+
+TEST_F(ValidationTest, AStyleThatIsNoneIsThatOfStop) {
+    Rule(2, 4, "=10").errorStyle = 3;
+    Enter("A1", "5");
+    bool good = true;
+    EXPECT_EQ(Check(IDCANCEL, good), ENTRY_CANCELLED);
+    EXPECT_EQ(Headless().boxes[0].flags, u32{MB_RETRYCANCEL | MB_ICONSTOP});
+}
+
+TEST_F(ValidationTest, ARuleOfAnotherKindOrWithoutAComparisonHolds) {
+    Rule(0, 0, nullptr);
+    EXPECT_TRUE(Passes("x"));
+    Rule(8, 0, nullptr);
+    EXPECT_TRUE(Passes("x"));
+    Rule(2, 8, "=1");
+    EXPECT_FALSE(Passes("1"));
+}
+
+// ---- the drop list -------------------------------------------------------------------------------------
+
+class ValidationLists : public ValidationTest {
+  protected:
+    static std::string Items(std::string_view cell) {
+        i32 row = 0, column = 0;
+        ReadCellName(cell, row, column);
+        Array<WideText> items;
+        EXPECT_TRUE(RuleListItems(CurrentBook(), 0, row, column, items));
+        std::string all;
+        for (const WideText& item : items) all += Narrow(item) + "|";
+        return all;
+    }
+};
+
+TEST_F(ValidationLists, ItemsAreTheShownTextsOfTheArea) {
+    Enter("C2", "red");
+    Enter("C3", "8%");
+    Enter("C5", "=C3+1");
+    Enter("D2", "other");
+    Rule(3, 0, "=$C$2:$C$5");
+    EXPECT_EQ(Items("A1"), "red|0.08|1.08|");
+    EXPECT_EQ(Items("A9"), "red|0.08|1.08|");
+    EXPECT_EQ(Items("A10"), "");
+    EXPECT_EQ(Items("B1"), "");
+    Enter("C3", "2");
+    EXPECT_EQ(Items("A1"), "red|2|3|");
+    Rule(3, 0, "=$C$2:$D$2");
+    EXPECT_EQ(Items("A1"), "red|other|");
+    // Relative references go with the cell.
+    Rule(3, 0, "=C1:C2");
+    EXPECT_EQ(Items("A1"), "red|");
+    EXPECT_EQ(Items("A2"), "red|2|");
+}
+
+TEST_F(ValidationLists, ItemsOfALiteralListStandBetweenZeroCharacters) {
+    ValidationRule& rule = Rule(3, 0, nullptr);
+    rule.literalList = 1;
+    const u8 tokens[] = {0x17, 10, 0, 'r', 'e', 'd', 0, ' ', ' ', '1', ' ', 0, 'x'};
+    ASSERT_TRUE(MakeTokens(rule.formula1, {tokens, sizeof tokens}, {}));
+    EXPECT_EQ(Items("A1"), "red|1 |x|");
+    // A literal that is no text, and a text that is no literal, have no items.
+    rule.literalList = 0;
+    EXPECT_EQ(Items("A1"), "");
+    Enter("C2", "red");
+    Rule(3, 0, "=$C$2").literalList = 1;
+    EXPECT_EQ(Items("A1"), "");
+    CurrentSheet()->validations[0].literalList = 0;
+    EXPECT_EQ(Items("A1"), "red|");
+}
+
+TEST_F(ValidationLists, OnlyAListHasItems) {
+    Enter("C2", "red");
+    for (const u32 kind : {0u, 1u, 2u, 4u, 5u, 6u, 7u}) {
+        Rule(kind, 0, "=$C$2");
+        EXPECT_EQ(Items("A1"), "") << kind;
+    }
+    Rule(3, 0, nullptr);
+    EXPECT_EQ(Items("A1"), "");
+    Rule(3, 0, "=1/0");
+    EXPECT_EQ(Items("A1"), "");
+}
+
+TEST_F(ValidationLists, NoMoreThanAThousandAndTwentyFourItemsAreListed) {
+    for (u16 row = 0; row < 1030; ++row)
+        ASSERT_TRUE(InsertCell(*CurrentSheet(), row, 2, 15, NumberValue(row), FormulaTokens()));
+    Rule(3, 0, "=$C$1:$C$1030");
+    Array<WideText> items;
+    ASSERT_TRUE(RuleListItems(CurrentBook(), 0, 0, 0, items));
+    ASSERT_EQ(items.Count(), 1024u);
+    EXPECT_EQ(Narrow(items[1023]), "1023");
+    // Every cell of the list is still a valid entry.
+    EXPECT_TRUE(Passes("1029"));
+    EXPECT_FALSE(Passes("1030"));
 }
 
 }  // namespace
