@@ -141,6 +141,9 @@ constexpr MessageRow messageRows[] = {
     {MSG_CALCULATION_BOUND, u"Some formulas take too many steps or too much room. They keep their old values."},
     {MSG_CALCULATION_STOPPED, u"The calculation was stopped. Press F9 to go on."},
     {MSG_NO_NUMBER, u"请输入数字"},
+    {MSG_BUTTON_OK, u"确定"},
+    {MSG_BUTTON_CANCEL, u"取消"},
+    {MSG_BUTTON_CLOSE, u"关闭"},
 };
 
 constexpr bool RowsAscend() {

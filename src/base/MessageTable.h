@@ -64,6 +64,9 @@ enum MessageId : u16 {
     MSG_CALCULATION_BOUND = 428,
     MSG_CALCULATION_STOPPED = 429,
     MSG_NO_NUMBER = 440,
+    MSG_BUTTON_OK = 441,
+    MSG_BUTTON_CANCEL = 442,
+    MSG_BUTTON_CLOSE = 443,
 };
 
 // The text of a row; empty for a number that is not used.

@@ -166,6 +166,7 @@ struct FileFilter {
 // "Tallyman": nothing is ever attached to it, and it says that the clipboard is still what was put there.
 enum ClipboardFormat : u32 { CF_TEXT = 1, CF_UNICODETEXT = 13, CF_PRIVATE = 0xC000 };
 
+struct Dialog;
 struct Form;
 
 struct ShellPlatformTable {
@@ -208,6 +209,13 @@ struct ShellPlatformTable {
     // The chosen path; false when the user cancelled. `filter` comes in as the row to start with.
     bool (*openFileDialog)(std::span<const FileFilter> filters, WideText& path);
     bool (*saveFileDialog)(std::span<const FileFilter> filters, i32& filter, WideText& path);
+    // Shows a dialog whose places are worked out, and waits until it has ended. The frame stays alive: it
+    // paints and sends its messages, of which the shell takes what an open dialog leaves it.
+    void (*runDialog)(Dialog& dialog);
+    // The same without waiting: DIALOG_END tells that it is gone.
+    void (*showDialog)(Dialog& dialog);
+    // Shows what became stale of an open dialog outside of its own events.
+    void (*syncDialog)(Dialog& dialog);
     // Shows a form of the shell's own and waits: ShowForm (Forms.h).
     bool (*showForm)(Form& form);
 
@@ -251,6 +259,10 @@ struct FrameCalls {
     // The items of a popup as they are now: labels, grey, checks. MENU_BAR gives the top level. Called when the
     // popup is about to open, after WM_INITMENUPOPUP. False when memory fails.
     bool (*menuItems)(MenuId menu, Array<MenuItem>& items);
+    // An open dialog's focus has moved: a reference edit lets the grid write into it.
+    void (*dialogFocused)(Dialog& dialog) = [](Dialog&) {};
+    // Works the places of an open dialog's controls out anew.
+    void (*layOutDialog)(Dialog& dialog) = [](Dialog&) {};
 };
 const FrameCalls& FrameCallsInUse();
 void UseFrameCalls(const FrameCalls& calls);

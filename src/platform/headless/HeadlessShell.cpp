@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Text.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessForms.h"
 
 namespace tally {
@@ -241,6 +242,9 @@ constexpr ShellPlatformTable shellTable = {
     SetScrollBar,
     OpenFileDialog,
     SaveFileDialog,
+    RunHeadlessDialog,
+    ShowHeadlessDialog,
+    SyncHeadlessDialog,
     RunHeadlessForm,
     ReadSetting,
     WriteSetting,
@@ -291,6 +295,7 @@ void UseHeadlessShell() { SetShellPlatform(&shellTable); }
 void ResetHeadlessShell() {
     frame = HeadlessShellState();
     ResetHeadlessForms();
+    ResetHeadlessDialogs();
 }
 
 void PressKey(u32 key, u32 modifiers) {

@@ -110,6 +110,9 @@ const ShellPlatformTable shellTable = {
     .setScrollBar = QtSetScrollBar,
     .openFileDialog = QtOpenFileDialog,
     .saveFileDialog = QtSaveFileDialog,
+    .runDialog = QtRunDialog,
+    .showDialog = QtShowDialog,
+    .syncDialog = QtSyncDialog,
     .showForm = QtShowForm,
     .readSetting = QtReadSetting,
     .writeSetting = QtWriteSetting,
@@ -163,6 +166,7 @@ Frame* FrameInUse() { return frame ? &*frame : nullptr; }
 bool Send(const ShellMessage& message) { return frame && frame->calls.sendMessage(message); }
 QWidget* DialogParent() {
     if (QWidget* open = QApplication::activeModalWidget()) return open;
+    if (QWidget* open = TopDialogWindow()) return open;
     return frame && frame->window.isVisible() ? &frame->window : nullptr;
 }
 
@@ -214,6 +218,7 @@ void ShowFrame() {
 int RunMessageLoop() { return QApplication::exec(); }
 
 void CloseDesktop() {
+    CloseDialogViews();
     frame.reset();
     CloseSettings();
     ResetFonts();

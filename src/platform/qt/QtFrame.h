@@ -80,6 +80,12 @@ i32 QtMessageBox(WideView text, WideView title, u32 flags);
 bool QtOpenFileDialog(std::span<const FileFilter> filters, WideText& path);
 bool QtSaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path);
 bool QtShowForm(Form& form);
+void QtRunDialog(Dialog& dialog);
+void QtShowDialog(Dialog& dialog);
+void QtSyncDialog(Dialog& dialog);
+// The window of the dialog that is in front; null without one.
+QWidget* TopDialogWindow();
+void CloseDialogViews();
 bool QtReadSetting(WideView section, WideView key, WideText& out);
 bool QtWriteSetting(WideView section, WideView key, WideView value);
 void CloseSettings();

@@ -16,6 +16,7 @@
 #include "model/Trust.h"
 #include "shell/commands/Commands.h"
 #include "shell/commands/Places.h"
+#include "shell/dialogs/Dialogs.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/MouseInput.h"
@@ -220,7 +221,7 @@ bool SendMessageToFrame(const ShellMessage& message) {
     for (const FrameMessageRow& row : frameMessages) {
         if (row.message != message.message) continue;
         const MessageScope scope;
-        const bool taken = row.handler(message);
+        const bool taken = TakenByDialog(message) || row.handler(message);
         if (message.message != WM_PAINT)
             SettleCall(message.message != WM_MOUSEMOVE, message.message != WM_TIMER);
         return taken;
@@ -239,27 +240,28 @@ bool TranslateAccelerator(u32 key, u32 modifiers) {
 
 bool EntryLineKeyDown(u32 key, u32 modifiers) {
     const MessageScope scope;
-    const bool taken = LineKeyDown(key, modifiers);
+    const bool taken = Shell().modal || LineKeyDown(key, modifiers);
     SettleCall(true, true);
     return taken;
 }
 
 bool EntryLineChar(u32 character, u32 modifiers) {
     const MessageScope scope;
-    const bool taken = LineChar(character, modifiers);
+    const bool taken = Shell().modal || LineChar(character, modifiers);
     SettleCall(true, true);
     return taken;
 }
 
 bool EntryLineClick() {
     const MessageScope scope;
-    const bool taken = LineClick();
+    const bool taken = !Shell().modal && LineClick();
     SettleCall(true, true);
     return taken;
 }
 
 constexpr FrameCalls shellCalls = {SendMessageToFrame, TranslateAccelerator, EntryLineKeyDown,
-                                   EntryLineChar,      EntryLineClick,       BuildMenu};
+                                   EntryLineChar,      EntryLineClick,       BuildMenu,
+                                   DialogFocused,      LayOutDialog};
 
 // The path of a command line, without the quotes around it.
 WideView CommandPath(WideView line) {

@@ -18,7 +18,8 @@ enum Gesture : u8 {
     GESTURE_COLUMNS,
     GESTURE_RESIZE_ROW,
     GESTURE_RESIZE_COLUMN,
-    GESTURE_POINT
+    GESTURE_POINT,
+    GESTURE_PICK,  // a reference for a dialog
 };
 
 // A row or column on the screen; `end` lies outside.
@@ -117,6 +118,9 @@ struct ShellState {
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
     Toolbar toolbar;
+    Dialog* modal = nullptr;            // the innermost one that the user must end first
+    Dialog* pickInto = nullptr;         // whose reference edit has the focus
+    i32 pickBook = 0, pickSheet = 0;    // that its references are seen from
     i32 hintRow = -1, hintColumn = -1;  // the cell under the pointer
     WantedRows wantedRows;
     UsedColumn usedColumn;
