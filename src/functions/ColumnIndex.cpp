@@ -72,10 +72,8 @@ bool IsScannedEnough(const KeptKey& key, const LookupColumn& part, const LookupC
 
 std::size_t SizeOf(const ColumnIndex& index) {
     const std::size_t places = index.table.Capacity() + index.nextEqual.Capacity() + index.equals.Capacity() +
-                               index.textOrder.Capacity() + index.leastText.Capacity() +
-                               index.mostText.Capacity() + index.leastTextBehind.Capacity();
-    const std::size_t wide = index.numbers.Capacity() + index.texts.Capacity() + index.least.Capacity() +
-                             index.most.Capacity() + index.leastBehind.Capacity();
+                               index.textOrder.Capacity() + index.leastText.Capacity();
+    const std::size_t wide = index.numbers.Capacity() + index.texts.Capacity() + index.least.Capacity();
     const std::size_t rows =
         index.numberRows.Capacity() + index.textRows.Capacity() + index.otherRows.Capacity();
     return sizeof(index) + index.sorted.Capacity() * sizeof(PlacedNumber) + places * sizeof(u32) +

@@ -38,8 +38,8 @@ struct ColumnIndex {
     Array<u32> firstTexts;  // places of the first ones, when they are few
     Array<u16> otherRows;   // booleans and errors
     Array<u32> textOrder;   // places by text, then row
-    Array<double> least, most, leastBehind;
-    Array<u32> leastText, mostText, leastTextBehind;
+    Array<double> least;    // the least number up to each place
+    Array<u32> leastText;   // the same of texts, by their places
 
     ~ColumnIndex() {
         for (TextBlock* text : texts) ReleaseText(text);

@@ -261,7 +261,7 @@ bool GoesByHalves(const Line& line, const Value& value) { return !line.table.arr
 i32 FindInLine(const Line& line, const Value& value, bool approximate) {
     i32 found = NOT_FOUND;
     if (approximate && GoesByHalves(line, value)) return FindByHalves(line, value);
-    if (FindKept(line, value, approximate ? LAST_REACHED : FIRST_EQUAL, found)) return found;
+    if (!approximate && FindKept(line, value, FIRST_EQUAL, found)) return found;
     WalkLine(line, approximate, [&](i32 at, const Value& element) {
         if (element.type != value.type) return true;
         if (!(approximate ? MatchesFromAbove(value, element) : MatchesExactly(value, element))) return true;
@@ -306,8 +306,7 @@ void LookUp(Value* arguments, Value& result, const EvalContext& context, bool ve
 i32 MatchInLine(const Line& line, const Value& value, i32 kind) {
     i32 best = NOT_FOUND;
     if (kind > 0 && GoesByHalves(line, value)) return FindByHalves(line, value);
-    const LookupRule rule = kind == 0 ? FIRST_EQUAL : kind > 0 ? WALK_UP : WALK_DOWN;
-    if (FindKept(line, value, rule, best)) return best;
+    if (kind <= 0 && FindKept(line, value, kind == 0 ? FIRST_EQUAL : WALK_DOWN, best)) return best;
     WalkLine(line, false, [&](i32 at, const Value& element) {
         if (element.type != value.type) return true;
         if (kind == 0) {

@@ -34,45 +34,33 @@ bool FirstEqualText(const ColumnIndex& index, const LookupColumn& where, WideVie
     return true;
 }
 
-// ---- running least and greatest elements ----------------------------------------------------------
+// ---- running least elements ------------------------------------------------------------------------
 
-// Fills `out` so that each place holds the better one of its element and what the place before it (behind it,
-// when going backwards) holds.
-template <typename T, typename Element, typename Better>
-bool Accumulate(Array<T>& out, u32 count, bool backwards, Element element, Better better) {
+// Fills `out` so that each place holds the lesser one of its element and what the place before it holds.
+template <typename T, typename Element, typename Less>
+bool Accumulate(Array<T>& out, u32 count, Element element, Less less) {
     if (!out.IsEmpty() || !count) return true;
     if (!out.Resize(count)) return false;
-    T best = element(backwards ? count - 1 : 0);
+    T best = element(0);
     for (u32 i = 0; i < count; ++i) {
-        const u32 at = backwards ? count - 1 - i : i;
-        const T mine = element(at);
-        if (better(mine, best)) best = mine;
-        out[at] = best;
+        const T mine = element(i);
+        if (less(mine, best)) best = mine;
+        out[i] = best;
     }
     return true;
 }
 
-bool AccumulateNumbers(ColumnIndex& index, LookupRule rule) {
+bool AccumulateNumbers(ColumnIndex& index) {
     const auto element = [&](u32 i) { return index.numbers[i]; };
-    const auto less = [](double a, double b) { return a < b; };
-    const auto more = [](double a, double b) { return a > b; };
-    const u32 count = index.numbers.Count();
-    if (rule == LAST_REACHED) return Accumulate(index.leastBehind, count, true, element, less);
-    return rule == WALK_UP ? Accumulate(index.most, count, false, element, more)
-                           : Accumulate(index.least, count, false, element, less);
+    return Accumulate(index.least, index.numbers.Count(), element, [](double a, double b) { return a < b; });
 }
 
-bool AccumulateTexts(ColumnIndex& index, LookupRule rule) {
-    const auto element = [](u32 i) { return i; };
-    const auto compare = [&](u32 a, u32 b) {
-        return CompareIgnoringCase(TextView(index.texts[a]), TextView(index.texts[b]));
+bool AccumulateTexts(ColumnIndex& index) {
+    const auto less = [&](u32 a, u32 b) {
+        return CompareIgnoringCase(TextView(index.texts[a]), TextView(index.texts[b])) < 0;
     };
-    const auto less = [&](u32 a, u32 b) { return compare(a, b) < 0; };
-    const auto more = [&](u32 a, u32 b) { return compare(a, b) > 0; };
-    const u32 count = index.texts.Count();
-    if (rule == LAST_REACHED) return Accumulate(index.leastTextBehind, count, true, element, less);
-    return rule == WALK_UP ? Accumulate(index.mostText, count, false, element, more)
-                           : Accumulate(index.leastText, count, false, element, less);
+    return Accumulate(
+        index.leastText, index.texts.Count(), [](u32 i) { return i; }, less);
 }
 
 // The first place whose accumulated element fulfils a condition that all behind it fulfil too; `count` when
@@ -97,30 +85,17 @@ i32 WalkEnd(const Array<u16>& rows, u32 stop, bool equal) {
     return stop ? rows[stop - 1] : LOOKUP_NONE;
 }
 
-i32 WalkNumbers(const ColumnIndex& index, double number, LookupRule rule) {
+i32 WalkNumbers(const ColumnIndex& index, double number) {
     const u32 count = index.numbers.Count();
-    if (rule == LAST_REACHED) {
-        // The least element from a place on says whether any from there on is reached.
-        const u32 behind = FirstPlace(count, [&](u32 i) { return index.leastBehind[i] > number; });
-        return behind ? index.numberRows[behind - 1] : LOOKUP_NONE;
-    }
-    const u32 stop = FirstPlace(count, [&](u32 i) {
-        const double reached = rule == WALK_UP ? index.most[i] : index.least[i];
-        return Near(number, reached) || (rule == WALK_UP ? reached >= number : reached <= number);
-    });
+    const u32 stop =
+        FirstPlace(count, [&](u32 i) { return Near(number, index.least[i]) || index.least[i] <= number; });
     return WalkEnd(index.numberRows, stop, stop < count && Near(number, index.numbers[stop]));
 }
 
-i32 WalkTexts(const ColumnIndex& index, WideView text, LookupRule rule) {
+i32 WalkTexts(const ColumnIndex& index, WideView text) {
     const u32 count = index.texts.Count();
     const auto compare = [&](u32 place) { return CompareIgnoringCase(TextView(index.texts[place]), text); };
-    if (rule == LAST_REACHED) {
-        const u32 behind = FirstPlace(count, [&](u32 i) { return compare(index.leastTextBehind[i]) > 0; });
-        return behind ? index.textRows[behind - 1] : LOOKUP_NONE;
-    }
-    const u32 stop = FirstPlace(count, [&](u32 i) {
-        return rule == WALK_UP ? compare(index.mostText[i]) >= 0 : compare(index.leastText[i]) <= 0;
-    });
+    const u32 stop = FirstPlace(count, [&](u32 i) { return compare(index.leastText[i]) <= 0; });
     return WalkEnd(index.textRows, stop, stop < count && compare(stop) == 0);
 }
 
@@ -132,12 +107,12 @@ bool FindInColumn(const LookupColumn& where, const Value& value, LookupRule rule
     ColumnIndex* index = IndexOf(where, equal);
     if (!index) return false;
     if (value.type == VT_NUMBER) {
-        if (!(equal ? SortNumbers(*index) : AccumulateNumbers(*index, rule))) return false;
-        row = equal ? FirstNear(*index, where, value.number) : WalkNumbers(*index, value.number, rule);
+        if (!(equal ? SortNumbers(*index) : AccumulateNumbers(*index))) return false;
+        row = equal ? FirstNear(*index, where, value.number) : WalkNumbers(*index, value.number);
     } else {
-        if (!(equal ? HashTexts(*index) : AccumulateTexts(*index, rule))) return false;
+        if (!(equal ? HashTexts(*index) : AccumulateTexts(*index))) return false;
         if (equal) return FirstEqualText(*index, where, TextOf(value), row);
-        row = WalkTexts(*index, TextOf(value), rule);
+        row = WalkTexts(*index, TextOf(value));
     }
     return true;
 }

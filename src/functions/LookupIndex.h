@@ -6,11 +6,8 @@
 namespace tally {
 
 enum LookupRule : u8 {
-    FIRST_EQUAL,   // the first element that equals: Near numbers, texts without regard to case
-    LAST_REACHED,  // the last element that is not above the value
-    // The walk from the first element that ends at an equal one, or before the first above (below).
-    WALK_UP,
-    WALK_DOWN,
+    FIRST_EQUAL,  // the first element that equals: Near numbers, texts without regard to case
+    WALK_DOWN,    // the walk from the first element that ends at an equal one, or before the first below
 };
 
 // A part of a column, all of it up to date.

@@ -171,6 +171,7 @@ void CallRoman(Value* arguments, Value& result, const EvalContext& context) {
         return;
     }
     WideText text;
+    result = ErrorValue(ERR_NA);
     for (const RomanStep& step : romanSteps) {
         while (step.form <= form && number >= step.value) {
             if (!text.Append(step.text)) return;

@@ -33,7 +33,7 @@ void AddOne(Printed& p, i32 at) {
 }
 
 void ZeroFrom(Printed& p, i32 at) {
-    for (i32 i = at < 0 ? 0 : at; i < p.length; ++i) {
+    for (i32 i = at; i < p.length; ++i) {
         if (p.text[i] != '.') p.text[i] = '0';
     }
 }

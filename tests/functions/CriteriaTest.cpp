@@ -325,6 +325,24 @@ TEST_F(CriteriaRules, PartsThatMoveAlongAColumnAreServedByOneIndex) {
     FreeValue(text);
 }
 
+// So many that texts are not read as numbers one by one.
+TEST_F(CriteriaRules, TextsThatReadAsTheNumberCountAmongManyOthers) {
+    for (i32 row = 0; row < 100; ++row)
+        Put(row, 0,
+            row % 10 == 3   ? TextValue(u"5")
+            : row % 10 == 4 ? NumberValue(5)
+                            : TextValue(Wide("t" + std::to_string(row))));
+    for (i32 row = 0; row < 100; ++row) Put(row, 1, NumberValue(row));
+    for (int round = 0; round < 4; ++round) {
+        EXPECT_EQ(Eval("=COUNTIF(A2:A100,5)"), "20") << round;
+        EXPECT_EQ(Eval("=COUNTIF(A2:A100,\"=5\")"), "20") << round;
+        EXPECT_EQ(Eval("=COUNTIF(A2:A100,\"<>5\")"), "79") << round;
+        EXPECT_EQ(Eval("=SUMIF(A2:A100,5,B2:B100)"), "970") << round;
+        EXPECT_EQ(Eval("=COUNTIF(A2:A100,\"\")"), "0") << round;
+        EXPECT_EQ(Eval("=COUNTIF(A60:A199,\"\")"), "99") << round;
+    }
+}
+
 TEST_F(CriteriaRules, CountsAndSumsFollowEdits) {
     for (int row = 1; row <= 100; ++row) {
         Enter("A" + std::to_string(row), row % 2 ? "odd" : "even");

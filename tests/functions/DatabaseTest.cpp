@@ -28,6 +28,17 @@ class DatabaseFunctions : public Sandbox {
     }
 };
 
+TEST_F(DatabaseFunctions, OnlyTheCountsDoWithoutAField) {
+    Enter("H1", "kind");
+    Enter("H2", "pear");
+    for (const char* name :
+         {"DSUM", "DAVERAGE", "DMAX", "DMIN", "DPRODUCT", "DSTDEV", "DSTDEVP", "DVAR", "DVARP", "DGET"}) {
+        const std::string formula = "=" + std::string(name) + "(C1:F7,,H1:H2)";
+        EXPECT_EQ(Eval(formula), "#VALUE!") << formula;
+    }
+    Check({{"=DCOUNT(C1:F7,,H1:H2)", "2"}, {"=DCOUNTA(C1:F7,,H1:H2)", "2"}});
+}
+
 TEST_F(DatabaseFunctions, TheFieldOfTheMatchesIsReduced) {
     Enter("H1", "kind");
     Enter("H2", "pear");

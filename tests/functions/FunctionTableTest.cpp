@@ -45,7 +45,10 @@ TEST(FunctionTable, RowsAreFoundByNameAndNumber) {
     EXPECT_EQ(FindFunction(u""), -1);
     EXPECT_EQ(FindFunctionById(255), -1);
     EXPECT_EQ(FindFunctionById(0xFFFF), -1);
+    EXPECT_EQ(Narrow(FunctionNameById(0x8000 | 30)), "A1.R1C1");
     EXPECT_EQ(Narrow(FunctionNameById(4)), "SUM");
+    EXPECT_EQ(FindFunctionById(512), -1);
+    EXPECT_EQ(FindFunctionById(0x8000 | 512), -1);
     EXPECT_EQ(Narrow(FunctionNameById(0x8000 | 14)), "WINDOW.MOVE");
     EXPECT_EQ(Narrow(FunctionNameById(0x8000 | 207)), "OBJECT.PROPERTIES");
     EXPECT_EQ(Narrow(FunctionNameById(32809)), "TABLE");
@@ -358,6 +361,25 @@ TEST_F(Functions, RandomNumbersFollowTheClock) {
     EXPECT_EQ(Eval("=SUMPRODUCT(--(MOD(RAND()*2^26,1)=0))"), "0");
     EXPECT_EQ(Eval("=RANDBETWEEN(5,5)"), "5");
     EXPECT_EQ(Eval("=RANDBETWEEN(6,5)"), "#NUM!");
+}
+
+// A file may hold the call without the jumps that the compiler puts beside it.
+TEST_F(Functions, IfWithoutJumpsChoosesToo) {
+    const struct {
+        Value test, yes, no;
+        const char* expected;
+    } rows[] = {{BoolValue(true), NumberValue(5), NumberValue(6), "5"},
+                {BoolValue(false), NumberValue(5), NumberValue(6), "6"},
+                {NumberValue(2), NumberValue(5), NumberValue(6), "5"},
+                {ErrorValue(ERR_NA), NumberValue(5), NumberValue(6), "#VALUE!"}};
+    for (const auto& row : rows) {
+        Value arguments[MAX_ARGUMENTS] = {row.test, row.yes, row.no};
+        Value result;
+        CallIf(arguments, result, {CurrentBook(), 0, 0, 0, 0});
+        EXPECT_EQ(result.type == VT_NUMBER ? std::to_string(static_cast<int>(result.number))
+                                           : Narrow(ErrorText(result.error)),
+                  row.expected);
+    }
 }
 
 TEST_F(Functions, CommandsThatDoNothingYieldFalse) {

@@ -102,6 +102,9 @@ TEST_F(Information, BlankCellsAreThoseWithoutTextToShow) {
     Enter("B3", "=NA()");
     Check({{"=COUNTBLANK(B1:B5)", "3"},
            {"=COUNTBLANK(C:C)", "65536"},
+           {"=COUNTBLANK(B3:B5)", "2"},
+           {"=COUNTBLANK(C3:E7)", "15"},
+           {"=COUNTBLANK(B2:IV9)", "2039"},
            {"=COUNTBLANK((B1:B2,B4))", "#VALUE!"},
            {"=COUNTBLANK(B1)", "0"}});
 }
