@@ -6,6 +6,7 @@
 #include "formula/TokenWalk.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"
+#include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -173,13 +174,6 @@ TEST_F(DataTables, PartsWithoutTheirTableKeepTheirValues) {
     EXPECT_EQ(Shown("A3"), "-77");
 }
 
-TEST_F(DataTables, ALostInputIsARefError) {
-    Enter("C1", "=1");
-    Enter("B2", "1");
-    PutTable("C2", "C2", TABLE_INPUT_LOST, "A1");
-    EXPECT_EQ(Shown("C2"), "#REF!");
-}
-
 TEST_F(DataTables, ErrorsTextsAndEmptyFormulasAreResultsToo) {
     Enter("A1", "1");
     Enter("C1", "=1/A1");
@@ -197,6 +191,189 @@ TEST_F(DataTables, SumsThatWereKeptFollowTheTrialAndComeBack) {
     for (int i = 2; i <= 5; ++i) Enter("B" + std::to_string(i), std::to_string(i * 10));
     PutTable("C2", "C5", 0, "A50");
     EXPECT_EQ(Row({"C2", "C3", "C4", "C5", "D1", "C1"}), "119 129 139 149 100 100");
+}
+
+TEST_F(DataTables, ALostInputIsARefErrorForTheInputsThatTheTableHas) {
+    Enter("A1", "1");
+    Enter("A2", "1");
+    Enter("D4", "=A1+A2");
+    Enter("E4", "3");
+    Enter("D5", "4");
+    const struct {
+        u16 flags;
+        bool lost;
+    } rows[] = {
+        {0, false},
+        {TABLE_INPUT_LOST, true},
+        {TABLE_SECOND_LOST, false},
+        {TABLE_ROW_INPUT, false},
+        {TABLE_ROW_INPUT | TABLE_INPUT_LOST, true},
+        {TABLE_TWO_INPUTS, false},
+        {TABLE_TWO_INPUTS | TABLE_INPUT_LOST, true},
+        {TABLE_TWO_INPUTS | TABLE_SECOND_LOST, true},
+    };
+    for (const auto& row : rows) {
+        CurrentSheet()->dataTables.Truncate(0);
+        PutTable("E5", "E5", row.flags, "A1", "A2");
+        EXPECT_EQ(Shown("E5") == "#REF!", row.lost) << row.flags;
+    }
+}
+
+TEST_F(DataTables, PlacesAreTheFormulaAndTheHeadingsOfACell) {
+    DataTable table;
+    table.area = AreaOf("C3", "F9");
+    table.inputs[0] = 20;
+    table.inputs[1] = 0x105;
+    table.inputs[2] = 30;
+    table.inputs[3] = 7;
+    const auto at = [](const char* cell) { return AreaOf(cell, cell); };
+    TablePlaces places;
+    ASSERT_TRUE(PlacesOf(table, 4, 3, places));  // D5
+    EXPECT_EQ(places.count, 2u);
+    EXPECT_EQ(places.reads[0], at("D2"));
+    EXPECT_EQ(places.reads[1], at("B5"));
+    EXPECT_EQ(places.inputs[0], at("F21"));
+    table.flags = TABLE_ROW_INPUT;
+    ASSERT_TRUE(PlacesOf(table, 4, 3, places));
+    EXPECT_EQ(places.count, 2u);
+    EXPECT_EQ(places.reads[0], at("B5"));
+    EXPECT_EQ(places.reads[1], at("D2"));
+    table.flags = TABLE_TWO_INPUTS;
+    ASSERT_TRUE(PlacesOf(table, 4, 3, places));
+    EXPECT_EQ(places.count, 3u);
+    EXPECT_EQ(places.reads[0], at("B2"));
+    EXPECT_EQ(places.reads[1], at("D2"));
+    EXPECT_EQ(places.reads[2], at("B5"));
+    EXPECT_EQ(places.inputs[0], at("F21"));
+    EXPECT_EQ(places.inputs[1], at("H31"));
+    table.area = AreaOf("C1", "F9");
+    EXPECT_FALSE(PlacesOf(table, 4, 3, places));
+    table.area = AreaOf("A3", "F9");
+    EXPECT_FALSE(PlacesOf(table, 4, 3, places));
+    table.area = AreaOf("B2", "F9");
+    EXPECT_TRUE(PlacesOf(table, 4, 3, places));
+}
+
+TEST_F(DataTables, OnePartBringsAllPartsWhoseHeadingsAreThere) {
+    Enter("A1", "10");
+    Enter("C1", "=A1*2");
+    Enter("D1", "=A1*3");
+    Enter("B2", "1");
+    Enter("B3", "=2");
+    Enter("B4", "3");
+    PutTable("C2", "D4", 0, "A1");
+    // A formula of its own in the middle of the table, and a heading that waits.
+    Enter("D4", "=99");
+    MarkAllStale();
+    EXPECT_EQ(Shown("C2"), "2");
+    const auto state = [](const char* cell) { return CellAtName(cell)->calcState; };
+    EXPECT_EQ(state("C2"), CALC_CURRENT);
+    EXPECT_EQ(state("C4"), CALC_CURRENT);
+    EXPECT_EQ(state("C3"), CALC_STALE);
+    EXPECT_EQ(state("D2"), CALC_STALE);
+    EXPECT_EQ(state("D4"), CALC_STALE);
+    EXPECT_EQ(Row({"D3", "C3", "D2", "D4", "C4"}), "6 4 3 99 6");
+    EXPECT_FALSE(CellAtName("C4")->formula->kept);
+}
+
+TEST_F(DataTables, AnInputThatIsAFormulaIsOneAgainAfterwards) {
+    Enter("A2", "5");
+    Enter("A1", "=A2*2");
+    Enter("C1", "=A1+1");
+    Enter("E1", "=A1*100");
+    Enter("B2", "7");
+    Enter("B3", "text");
+    PutTable("C2", "C3", 0, "A1");
+    EXPECT_EQ(Row({"C2", "C3", "A1", "C1", "E1"}), "8 #VALUE! 10 11 1000");
+    EXPECT_EQ(FormulaOf("A1"), "=A2*2");
+    Enter("A2", "6");
+    EXPECT_EQ(Row({"E1", "C1", "C2"}), "1200 13 8");
+    // Stale before: stale afterwards, and not taken for worked out.
+    MarkAllStale();
+    EXPECT_EQ(Shown("C2"), "8");
+    EXPECT_EQ(Row({"A1", "E1"}), "12 1200");
+}
+
+std::string told;
+
+TEST_F(DataTables, NobodyIsToldOfWhatATrialTouches) {
+    Enter("A1", "10");
+    Enter("A2", "=A1+1");
+    Enter("C1", "=A2*2");
+    Enter("B2", "3");
+    Enter("B3", "4");
+    PutTable("C2", "C3", 0, "A1");
+    IgnoreFailure(Shown("A2").empty() || Shown("C1").empty());
+    told.clear();
+    RecalculationView().cellChanged = [](i32, i32, i32 row, i32 column) {
+        told += static_cast<char>('A' + column) + std::to_string(row + 1) + " ";
+    };
+    EXPECT_EQ(Row({"C2", "C3"}), "8 10");
+    EXPECT_EQ(told, "");
+    EXPECT_EQ(Row({"A2", "C1"}), "11 22");
+    Enter("A1", "20");
+    EXPECT_NE(told.find("A2"), std::string::npos);
+    EXPECT_EQ(Row({"A2", "C1", "C2"}), "21 42 8");
+}
+
+TEST_F(DataTables, TablesBehindTablesHaveADepthOfFour) {
+    // Each table's formula is the result of the one on its left; the first one reads all inputs, so that each
+    // trial goes through all tables before it.
+    const auto column = [](i32 n) { return std::string(1, static_cast<char>('A' + n)); };
+    for (i32 i = 0; i < 6; ++i) {
+        const std::string headings = column(3 * i + 1), results = column(3 * i + 2), input = column(3 * i);
+        Enter(input + "1", "1");
+        Enter(results + "1", i ? "=" + column(3 * i - 1) + "2" : "=A1+D1+G1+J1+M1+P1");
+        Enter(headings + "2", "10");
+        PutTable(results + "2", results + "2", 0, input + "1");
+    }
+    MarkAllStale();
+    for (i32 i = 0; i < 6; ++i) {
+        MarkAllStale();
+        const std::string part = column(3 * i + 2) + "2";
+        const std::string shown = Shown(part);
+        // What is too deep keeps a number that it had.
+        if (i < 4) EXPECT_EQ(shown, std::to_string(15 + 9 * i));
+        else EXPECT_EQ(CellAtName(part)->value.type, VT_NUMBER);
+    }
+    for (const char* input : {"A1", "D1", "G1", "J1", "M1", "P1"}) EXPECT_EQ(Shown(input), "1") << input;
+}
+
+TEST_F(DataTables, WithoutMemoryALaterCalculationIsRight) {
+    ForgetBooks();
+    bool failed = true;
+    u32 failures = 0;
+    for (u64 n = 1; failed && n < 500; ++n) {
+        test::FailingAllocator allocator;
+        {
+            QuietMemoryScope quiet;
+            ASSERT_TRUE(CreateWorkbook(nullptr, false));
+            Enter("A1", "10");
+            Enter("A2", "=A1&\"a long text that needs memory of its own\"");
+            Enter("C1", "=LEN(A2)+A1+A9");
+            Enter("B2", "3");
+            Enter("B3", "44");
+            PutTable("C2", "C3", TABLE_TWO_INPUTS, "A1", "A9");
+            Enter("B1", "=C1");
+            Enter("C1", "5");
+            allocator.FailAt(n);
+            CalculateBook(0);
+            failed = allocator.HasFailed();
+            failures += failed;
+            allocator.StopFailing();
+            MarkAllStale();
+            CalculateBook(0);
+            EXPECT_EQ(Shown("A1"), "10") << n;
+            EXPECT_EQ(CellAtName("A9"), nullptr) << n;
+            EXPECT_EQ(FormulaOf("A2"), "=A1&\"a long text that needs memory of its own\"");
+            for (const char* cell : {"A2", "B1", "C2", "C3"})
+                EXPECT_EQ(CellAtName(cell)->calcState, CALC_CURRENT) << n << cell;
+            ForgetBooks();
+        }
+        EXPECT_EQ(allocator.LiveBlocks(), 0u) << n;
+    }
+    EXPECT_GE(failures, 5u);
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
 }
 
 }  // namespace
