@@ -34,11 +34,24 @@ NameMeaning FindElsewhere(const NameMention& mention, i32 book, bool mayOpen) {
     const bool found =
         mayOpen ? ResolveExternRef(mention.externIndex, ref) : ResolveOpenExternRef(mention.externIndex, ref);
     if (!found) return meaning;
+    // The sheet whose own names come first: that of the row, or the one that the name was noted with.
+    const ExternBook& link = *LinkAt(*BookAt(book), mention.externIndex);
+    const u32 listed = static_cast<u32>(link.names[mention.index - 1].sheet - 1);
+    i32 scope = ref.firstSheet;
+    if (scope < 0 && listed < link.sheetNames.Count())
+        scope = FindSheet(ref.targetBook, link.sheetNames[listed]);
     meaning.book = ref.targetBook;
-    meaning.sheet = ref.firstSheet >= 0 ? ref.firstSheet : 0;
-    meaning.name =
-        FindDefinedName(*BookAt(ref.targetBook), MentionText(mention, *BookAt(book)), ref.firstSheet);
+    meaning.sheet = scope >= 0 ? scope : 0;
+    meaning.name = FindDefinedName(*BookAt(ref.targetBook), MentionText(mention, *BookAt(book)), scope);
     return meaning;
+}
+
+// A name of the own book. What lies on no sheet by itself lies on the sheet of a name that belongs to one.
+void MeanOwnName(NameMeaning& meaning, const Workbook& own, u32 index, i32 sheet) {
+    meaning.name = EffectiveName(own, index, sheet + 1);
+    if (meaning.name < 0) return;
+    const i32 scope = own.names[static_cast<u32>(meaning.name)].sheet - 1;
+    if (scope >= 0) meaning.sheet = scope;
 }
 
 }  // namespace
@@ -67,14 +80,14 @@ NameMeaning FindMeaning(const NameMention& mention, i32 book, i32 sheet, bool ma
     meaning.book = book;
     meaning.sheet = sheet;
     if (mention.externIndex < 0) {
-        meaning.name = EffectiveName(*own, mention.index, sheet + 1);
+        MeanOwnName(meaning, *own, mention.index, sheet);
         return meaning;
     }
     const ExternBook* link = LinkAt(*own, mention.externIndex);
     if (!link) return meaning;
     if (link->kind == EXTERN_SELF) {
         const i16 scope = own->externSheets[static_cast<u32>(mention.externIndex)].firstSheet;
-        meaning.name = EffectiveName(*own, mention.index, (scope >= 0 ? scope : sheet) + 1);
+        MeanOwnName(meaning, *own, mention.index, scope >= 0 ? scope : sheet);
         return meaning;
     }
     if (mention.index < 1 || mention.index > link->names.Count()) return meaning;

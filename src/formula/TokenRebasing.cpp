@@ -179,8 +179,9 @@ NamePlace PlaceOfLinkedName(const TokenRebase& rebase, const ExternSheet& row, u
     }
     if (name < 1 || name > link.names.Count()) return {};
     const ExternName& external = link.names[name - 1];
-    const u32 listed = static_cast<u32>(external.sheet) - 1;
-    const bool scoped = external.sheet > 0 && listed < link.sheetNames.Count();
+    // Its sheet is told by the row or by the name itself.
+    const u32 listed = static_cast<u32>(row.firstSheet >= 0 ? row.firstSheet : external.sheet - 1);
+    const bool scoped = listed < link.sheetNames.Count();
     const i32 owner = link.kind == EXTERN_FILE ? FindOpenBook(link.path, false) : -1;
     if (owner >= 0) {
         const i32 sheet = scoped ? FindSheet(owner, link.sheetNames[listed]) : -1;
@@ -192,7 +193,8 @@ NamePlace PlaceOfLinkedName(const TokenRebase& rebase, const ExternSheet& row, u
     if (copy < 0) return {};
     ExternBook& to = target.externBooks[static_cast<u32>(copy)];
     const i32 place = FindOrAddExternName(to, external.text);
-    const i32 made = FindExternSheet(target, copy, EXTERN_NO_SHEET, EXTERN_NO_SHEET);
+    const i32 first = CopySheetName(link, to, row.firstSheet), last = CopySheetName(link, to, row.lastSheet);
+    const i32 made = FindExternSheet(target, copy, first, last);
     if (place < 0 || made < 0) return {};
     if (scoped)
         to.names[static_cast<u32>(place)].sheet =

@@ -519,7 +519,7 @@ TEST_F(LinkedBooks, AMentionMeansANameAnAddInOrNothing) {
         {{-1, 1}, 0, 0, 0, 0, -1, false},
         {{-1, 1}, 1, 0, 1, 1, -1, false},
         {{-1, 1}, -1, 0, 0, -1, -1, false},
-        {{-1, 2}, 0, 0, 1, 0, -1, false},
+        {{-1, 2}, 0, 0, 1, 1, -1, false},
         {{-1, 3}, 0, 0, -1, 0, -1, false},
         {{-1, 3}, 1, 0, 3, 1, -1, false},
         {{-1, 5}, 0, 0, 0, 0, -1, false},
@@ -527,7 +527,7 @@ TEST_F(LinkedBooks, AMentionMeansANameAnAddInOrNothing) {
         {{-1, 6}, 0, 0, -1, 0, -1, false},
         {{sheetRow(self, -2), 1}, 1, 0, 1, 1, -1, false},
         {{sheetRow(self, 0), 1}, 1, 0, 0, 1, -1, false},
-        {{sheetRow(self, 1), 1}, 0, 0, 1, 0, -1, false},
+        {{sheetRow(self, 1), 1}, 0, 0, 1, 1, -1, false},
         {{sheetRow(near, -2), 1}, 1, 1, 0, 0, -1, false},
         {{sheetRow(near, -2), 2}, 1, 1, -1, 0, -1, false},
         {{sheetRow(near, -2), 0}, 1, 0, -1, 1, -1, false},
@@ -552,6 +552,23 @@ TEST_F(LinkedBooks, AMentionMeansANameAnAddInOrNothing) {
     EXPECT_EQ(FindMeaning({sheetRow(far, -2), 1}, 0, 0, true).name, -1);
     EXPECT_EQ(asked.size(), 1u);
     EXPECT_EQ(FindMeaning({-1, 1}, 9, 0, false).book, -1);
+}
+
+TEST_F(LinkedBooks, AMentionOfAnyBookIsFoundThroughItsOwnRows) {
+    DefineName("ours", "=1");
+    DefineName("theirs", "=2");
+    Books().currentBook = 1;
+    EXPECT_GE(FindExternSheet(*CurrentWorkbook(), FindOrAddExternBook(*CurrentWorkbook(), EXTERN_SELF), 0, 0),
+              0);
+    Enter("A1", "=own.xls!theirs");
+    EXPECT_EQ(Shown("A1"), "2");
+    u32 at = 0;
+    NameMention mention;
+    ASSERT_TRUE(NextMention(CellAtName("A1")->formula->tokens, at, mention));
+    const NameMeaning meaning = FindMeaning(mention, 1, 0, false);
+    EXPECT_EQ(meaning.book, 0);
+    EXPECT_EQ(meaning.name, 1);
+    EXPECT_EQ(Narrow(MentionText(mention, *BookAt(1))), "theirs");
 }
 
 TEST_F(LinkedBooks, TextsAreReadAsReferencesIntoOpenBooks) {

@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "formula/Coercion.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
 #include "formula/FormulaText.h"
@@ -193,6 +194,222 @@ TEST_F(TokenRebasing, UsersOfANameGoOverToAnother) {
     RetargetNames(book, tokens, rows);
     EXPECT_EQ(Text(tokens), "=aa+cc+cc");
     FreeTokens(tokens);
+}
+
+// A block at C3:F4 goes to row 11, column H, turned; every field and its relative bits take the place of the
+// other.
+TEST_F(TokenRebasing, ATransposedAreaTurnsAroundTheFirstCellOfTheBlockWithItsRelativeBits) {
+    TokenRebase rebase;
+    rebase.mode = REBASE_TRANSPOSE;
+    rebase.area = AreaOf("C3", "F4");
+    rebase.rowDelta = 8;
+    rebase.columnDelta = 5;
+    for (u8 nibble = 0; nibble < 16; ++nibble) {
+        FormulaTokens tokens;
+        ASSERT_TRUE(MakeTokens(tokens, 9, 0));
+        tokens.bytes[0] = ptgArea;
+        WriteAreaOperand(tokens.bytes + 1, AreaOf("D3", "F4"), nibble);
+        ASSERT_TRUE(RebaseTokens(rebase, tokens));
+        u8 turned = 0;
+        EXPECT_EQ(ReadAreaOperand(tokens.bytes + 1, turned), AreaOf("H12", "I14"));
+        EXPECT_EQ(turned, (nibble & 8) >> 1 | (nibble & 4) << 1 | (nibble & 2) >> 1 | (nibble & 1) << 1)
+            << nibble;
+        FreeTokens(tokens);
+    }
+    // Outside of the block only what is relative in both fields of an axis turns.
+    const std::pair<const char*, const char*> rows[] = {
+        {"=$B$9", "=$B$9"},
+        {"=$B9", "=N$10"},
+        {"=B$9", "=$N10"},
+        {"=SUM($B9:$C$10)", "=SUM($B9:$C$10)"},
+        {"=SUM(B$9:C$10)", "=SUM($N10:$O11)"},
+        {"=SUM(B$9:$C$10)", "=SUM(B$9:$C$10)"},
+    };
+    for (const auto& [formula, text] : rows) EXPECT_EQ(Rebased(formula, rebase), text) << formula;
+}
+
+TEST_F(TokenRebasing, LinksGoToAnotherBookAsItSeesThem) {
+    ASSERT_TRUE(CurrentWorkbook()->path.Assign(u"/w/own.xls"));
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    DefineName("global", "=1");
+    DefineName("local", "=2", 2);
+    const WideView beside = u"/w/beside.xls", away = u"/v/away.xls";
+    ASSERT_TRUE(CreateWorkbook(&beside, false));
+    // Rows that stand in front, so that none has the same place in both books.
+    EXPECT_GE(FindOrAddLink(*CurrentWorkbook(), u"/x/first.xls"), 0);
+    EXPECT_GE(FindExternSheet(*CurrentWorkbook(), 0, 0, 0), 0);
+    ASSERT_TRUE(CreateWorkbook(&away, false));
+    EXPECT_GE(FindOrAddLink(*CurrentWorkbook(), u"/x/first.xls"), 0);
+    DefineName("theirs", "=3");
+    Books().currentBook = 0;
+    const struct {
+        const char* formula;
+        const char* beside;
+        const char* away;
+    } rows[] = {
+        {"=[far.xls]S!A1", "=[far.xls]S!A1", "='/w/[far.xls]S'!A1"},
+        {"=SUM([far.xls]S!A1:B2)", "=SUM([far.xls]S!A1:B2)", "=SUM('/w/[far.xls]S'!A1:B2)"},
+        {"=SUM([far.xls]S:T!A1)", "=SUM([far.xls]S:T!A1)", "=SUM('/w/[far.xls]S:T'!A1)"},
+        {"=far.xls!name", "=far.xls!name", "='/w/far.xls'!name"},
+        {"=[far.xls]S!name", "=[far.xls]S!name", "='/w/[far.xls]S'!name"},
+        {"=GCD(4,6)", "=GCD(4,6)", "=GCD(4,6)"},
+        {"=Sheet2!A1", "=[own.xls]Sheet2!A1", "='/w/[own.xls]Sheet2'!A1"},
+        {"=[away.xls]Sheet1!A1", "='/v/[away.xls]Sheet1'!A1", "=Sheet1!A1"},
+        {"=away.xls!theirs", "='/v/away.xls'!theirs", "=theirs"},
+        {"=global", "=own.xls!global", "='/w/own.xls'!global"},
+    };
+    for (const auto& row : rows) {
+        for (const i32 book : {1, 2}) {
+            TokenRebase rebase;
+            rebase.targetBook = book;
+            EXPECT_EQ(Rebased(row.formula, rebase), book == 1 ? row.beside : row.away) << row.formula;
+        }
+    }
+}
+
+TEST_F(TokenRebasing, ANameKeepsTheSheetThatItBelongsTo) {
+    ASSERT_TRUE(CurrentWorkbook()->path.Assign(u"/w/own.xls"));
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    DefineName("place", "=1");
+    DefineName("place", "=2", 2);
+    SecondBook();
+    EXPECT_GE(FindOrAddLink(*CurrentWorkbook(), u"/x/first.xls"), 0);
+    Books().currentBook = 0;
+    for (const u16 name : {u16{1}, u16{2}}) {
+        FormulaTokens tokens;
+        ASSERT_TRUE(MakeTokens(tokens, 5, 0));
+        tokens.bytes[0] = ptgName;
+        PutU16(tokens.bytes + 1, name);
+        PutU16(tokens.bytes + 3, 0);
+        TokenRebase rebase;
+        rebase.targetBook = 1;
+        ASSERT_TRUE(RebaseTokens(rebase, tokens));
+        ASSERT_EQ(tokens.length, 7);
+        const ExternSheet& row = BookAt(1)->externSheets[ReadU16(tokens.bytes + 1)];
+        const ExternBook& link = BookAt(1)->externBooks[static_cast<u32>(row.externBook)];
+        const ExternName& external = link.names[ReadU16(tokens.bytes + 3) - 1u];
+        EXPECT_EQ(Narrow(external.text), "place");
+        EXPECT_EQ(external.sheet > 0, name == 2);
+        if (external.sheet > 0)
+            EXPECT_EQ(Narrow(link.sheetNames[static_cast<u32>(external.sheet) - 1]), "Sheet2");
+        EXPECT_EQ(ReadU16(tokens.bytes + 5), 0);
+        FreeTokens(tokens);
+    }
+}
+
+TEST_F(TokenRebasing, ASheetsOwnNameMeansTheSameInAnotherBook) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    DefineName("place", "=1");
+    DefineName("place", "=2", 2);
+    SecondBook();
+    EXPECT_GE(FindOrAddLink(*CurrentWorkbook(), u"/x/first.xls"), 0);
+    SecondBook();
+    const auto evaluated = [](const FormulaTokens& tokens, i32 book) {
+        Value result;
+        EXPECT_TRUE(EvaluateFormula(tokens, result, {book, 0, 0, 0, 0}));
+        return result.type == VT_NUMBER ? result.number : -1;
+    };
+    TokenRebase rebase;
+    for (const auto& [formula, value] : {std::pair{"=Sheet2!place", 2}, {"=Sheet1!place", 1}, {"=place", 1}}) {
+        rebase.sourceBook = 0;
+        rebase.targetBook = 1;
+        FormulaTokens tokens = Compile(formula, 0);
+        ASSERT_TRUE(RebaseTokens(rebase, tokens));
+        EXPECT_EQ(evaluated(tokens, 1), value) << formula;
+        // And on into a third book.
+        rebase.sourceBook = 1;
+        rebase.targetBook = 2;
+        ASSERT_TRUE(RebaseTokens(rebase, tokens));
+        EXPECT_EQ(evaluated(tokens, 2), value) << formula;
+        FreeTokens(tokens);
+    }
+}
+
+// A block that is cut to another sheet takes the references into it along.
+TEST_F(TokenRebasing, ACutToAnotherSheetNamesThatSheet) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    ASSERT_TRUE(InsertSheet(2, nullptr, SHEET_WORKSHEET, false, false));
+    TokenRebase rebase;
+    rebase.mode = REBASE_CUT;
+    rebase.area = AreaOf("A1", "B4");
+    rebase.rowDelta = 10;
+    rebase.targetSheet = 1;
+    const std::pair<const char*, const char*> rows[] = {
+        {"=Sheet1!A1", "=Sheet2!A11"},
+        {"=Sheet1!C1", "=Sheet1!C1"},
+        {"=Sheet3!A1", "=Sheet3!A1"},
+        {"=SUM(Sheet1:Sheet2!A1)", "=SUM(Sheet1:Sheet2!A1)"},
+        {"=SUM(Sheet1!A1:B4,Sheet1!A1:B5)", "=SUM(Sheet2!A11:B14,Sheet1!A1:B5)"},
+        {"=A1", "=A11"},
+    };
+    for (const auto& [formula, text] : rows) EXPECT_EQ(Rebased(formula, rebase), text) << formula;
+    rebase.targetSheet = -1;
+    EXPECT_EQ(Rebased("=Sheet1!A1", rebase), "=Sheet1!A11");
+    rebase.sourceSheet = 2;
+    EXPECT_EQ(Rebased("=Sheet1!A1+Sheet3!A1", rebase), "=Sheet1!A1+Sheet3!A11");
+}
+
+TEST_F(TokenRebasing, JumpsAndSizesGrowWithTheNamesInTheirReach) {
+    for (const char* name : {"aa", "bb"}) DefineName(name, "=1");
+    SecondBook();
+    const std::pair<const char*, const char*> rows[] = {
+        {"=IF(aa,1,2)", "1"},
+        {"=IF(aa-1,1,2)", "2"},
+        {"=IF(aa,bb+10,bb+20)", "11"},
+        {"=IF(aa-1,bb+10,bb+20)+aa", "22"},
+        {"=IF(aa,bb+10)", "11"},
+        {"=IF(aa-1,bb+10)", "FALSE"},
+        {"=CHOOSE(1,aa,bb+1,aa+2)", "1"},
+        {"=CHOOSE(2,aa,bb+1,aa+2)", "2"},
+        {"=CHOOSE(3,aa,bb+1,aa+2)+bb", "4"},
+        {"=CHOOSE(aa+1,IF(bb,5,6),IF(bb,7,8))", "7"},
+        {"=aa+IF(1,bb,0)+CHOOSE(1,aa,bb)", "3"},
+        {"=SUM((Sheet1!A1,Sheet1!A2))+aa", "1"},
+        {"=1+2", "3"},
+    };
+    for (const auto& [formula, shown] : rows) {
+        FormulaTokens tokens = Compile(formula, 0);
+        TokenRebase rebase;
+        rebase.targetBook = 1;
+        ASSERT_TRUE(RebaseTokens(rebase, tokens));
+        EXPECT_TRUE(TokensAreWhole(tokens));
+        Value result;
+        const EvalContext context{1, 0, 0, 0, 0};
+        ASSERT_TRUE(EvaluateFormula(tokens, result, context));
+        WideText text;
+        ASSERT_TRUE(result.type != VT_NUMBER || NumberToText(result.number, 15, text));
+        EXPECT_EQ(result.type == VT_BOOL ? "FALSE" : Narrow(text), shown) << formula;
+        FreeValue(result);
+        FreeTokens(tokens);
+    }
+}
+
+TEST_F(TokenRebasing, NamesThatAreNotToBeRetargetedStay) {
+    for (const char* name : {"aa", "bb"}) DefineName(name, "=1");
+    Workbook& book = *BookAt(0);
+    const i32 self = FindExternSheet(book, FindOrAddExternBook(book, EXTERN_SELF), -2, -2);
+    const i32 other = FindExternSheet(book, FindOrAddLink(book, u"/x/far.xls"), -2, -2);
+    const auto nameX = [](i32 row, u16 name) {
+        FormulaTokens tokens;
+        EXPECT_TRUE(MakeTokens(tokens, 7, 0));
+        tokens.bytes[0] = ptgNameX;
+        PutU16(tokens.bytes + 1, static_cast<u32>(row));
+        PutU16(tokens.bytes + 3, name);
+        PutU16(tokens.bytes + 5, 0);
+        return tokens;
+    };
+    const u16 rows[] = {1, 1};
+    const struct {
+        i32 row;
+        u16 name, after;
+    } cases[] = {{self, 1, 2}, {self, 2, 2}, {self, 3, 3}, {self, 0, 0}, {other, 1, 1}, {99, 1, 1}};
+    for (const auto& expected : cases) {
+        FormulaTokens tokens = nameX(expected.row, expected.name);
+        EXPECT_EQ(UsesRetargetedName(book, tokens, rows), expected.name != expected.after) << expected.row;
+        RetargetNames(book, tokens, rows);
+        EXPECT_EQ(ReadU16(tokens.bytes + 3), expected.after) << expected.row << ' ' << expected.name;
+        FreeTokens(tokens);
+    }
 }
 
 TEST_F(TokenRebasing, TokensStayWholeWhenMemoryFails) {
