@@ -30,6 +30,9 @@ TEST_F(SheetCalculation, WorksOutTheStaleCellsOfAnAreaAndNoOthers) {
     CalculateArea(*CurrentSheet(), AreaOf("D4", "IV9"));
     EXPECT_EQ(Current(), "D4 ");
     MarkAllStale();
+    CalculateArea(*CurrentSheet(), AreaOf("B1", "B4"));
+    EXPECT_EQ(Current(), "B2 B3 B1 B4 ");
+    MarkAllStale();
     CalculateArea(*CurrentSheet(), AreaOf("A1", "A1"));
     EXPECT_EQ(Current(), "A1 ");
     MarkAllStale();
