@@ -5,6 +5,7 @@
 #include "model/CellStore.h"
 #include "platform/headless/HeadlessForms.h"
 #include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
 #include "support/ShellSandbox.h"
 
 namespace tally {
@@ -254,6 +255,9 @@ TEST_F(ClipboardCommands, AnotherProgramsCopyTurnsThePasteIntoAPasteOfText) {
     CopyFrom("A1", "A1");
     CopyElsewhere(nullptr);
     PasteAt("B2", "B2");
+    EXPECT_EQ(Shown("B2"), "");
+    EXPECT_FALSE(CanPaste());
+    PasteClipboard();
     EXPECT_EQ(Shown("B2"), "");
     EXPECT_FALSE(Clipboard().blockExists);
 }

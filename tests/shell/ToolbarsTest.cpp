@@ -19,7 +19,7 @@ class ToolbarsTest : public ShellSandbox {
         return 0;
     }
     static PixelRect PlaceOf(i32 command) { return ButtonPlace(ButtonOf(command)); }
-    static bool Enabled(i32 command) { return IsButtonEnabled(ToolbarButtons()[ButtonOf(command)]); }
+    static bool Enabled(i32 command) { return CommandEnabled(ToolbarButtons()[ButtonOf(command)].command); }
     static void Press(i32 command) {
         const PixelRect place = PlaceOf(command);
         ASSERT_FALSE(IsEmptyRect(place));
@@ -82,10 +82,10 @@ TEST_F(ToolbarsTest, ButtonsFollowWhatCanBeDone) {
     EXPECT_FALSE(Enabled(130));
     EXPECT_TRUE(Enabled(389));
     EXPECT_FALSE(Enabled(440));
+    PickCommand(438);
     TypeText(u"5");
     EXPECT_TRUE(Enabled(440));
     EXPECT_FALSE(Enabled(110));
-    PickCommand(438);
     HeadlessFrame().dirty.Truncate(0);
     Press(440);
     EXPECT_EQ(Shown("A1"), "5");

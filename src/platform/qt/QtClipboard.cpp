@@ -17,9 +17,21 @@ constexpr const char* PRIVATE_FORMAT = "application/x-tallyman";
 // program marks what it copies in the same way, and its cells are not here.
 QPointer<QMimeData> ownData;
 
+// Whether a text is offered: asked once after each change, as another program has to answer.
+struct OfferedText {
+    bool isKnown = false;
+    bool isThere = false;
+};
+OfferedText offeredText;
+
 const QMimeData* Offered() {
     const QClipboard* clipboard = QGuiApplication::clipboard();
     return clipboard ? clipboard->mimeData() : nullptr;
+}
+
+bool OffersText(const QMimeData& offered) {
+    if (!offeredText.isKnown) offeredText = {true, offered.hasText() && !offered.text().isEmpty()};
+    return offeredText.isThere;
 }
 
 // Programs of this desktop end their lines with "\n" alone.
@@ -30,12 +42,18 @@ QString WithLineEnds(QString text) {
 
 }  // namespace
 
+void ConnectClipboardChanges() {
+    offeredText = OfferedText();
+    QObject::connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, &FrameInUse()->window,
+                     [] { offeredText = OfferedText(); });
+}
+
 bool QtClipboardHas(u32 format) {
     const QMimeData* offered = Offered();
     if (!offered) return false;
     switch (format) {
         case CF_UNICODETEXT:
-        case CF_TEXT: return offered->hasText() && !offered->text().isEmpty();
+        case CF_TEXT: return OffersText(*offered);
         case CF_PRIVATE: return offered == ownData && offered->hasFormat(PRIVATE_FORMAT);
         default: return false;
     }
@@ -62,6 +80,7 @@ bool QtSetClipboard(const WideView* text, ByteView) {
     ownData->setData(PRIVATE_FORMAT, QByteArray());
     if (text) ownData->setText(ToQString(*text));
     clipboard->setMimeData(ownData);
+    offeredText = OfferedText();
     return true;
 }
 

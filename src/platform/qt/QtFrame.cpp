@@ -196,6 +196,7 @@ void OpenDesktop(int& count, char** arguments) {
 void OpenFrame(const FrameCalls& calls) {
     frame.emplace(calls);
     ConnectWaiting();
+    ConnectClipboardChanges();
     frame->window.installEventFilter(&frame->windowTap);
     frame->client.installEventFilter(&frame->clientTap);
     frame->entry.installEventFilter(&frame->entryTap);

@@ -90,6 +90,8 @@ bool QtReadSetting(WideView section, WideView key, WideText& out);
 bool QtWriteSetting(WideView section, WideView key, WideView value);
 void CloseSettings();
 bool QtOpenExternally(WideView path);
+// Before the first question about the clipboard.
+void ConnectClipboardChanges();
 bool QtClipboardHas(u32 format);
 bool QtClipboardText(WideText& out);
 bool QtClipboardNarrowText(Array<u8>& out);

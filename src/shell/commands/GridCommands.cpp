@@ -46,7 +46,9 @@ void EntryBarCommand(i32 command) {
     }
 }
 
-void ScreenSidewaysCommand(i32 command) { MoveScreenSideways(command == 444 ? -1 : 1); }
+void ScreenSidewaysCommand(i32 command) {
+    if (CommitBeforeMove()) MoveScreenSideways(command == 444 ? -1 : 1);
+}
 
 void HideSheetCommand(i32) {
     Workbook* book = CurrentWorkbook();

@@ -7,72 +7,86 @@
 namespace tally {
 namespace {
 
-// Commands in a row that share a handler.
+// Commands in a row that share a handler and what they need.
 struct CommandRange {
     i32 first, last;
     CommandHandler handler;
+    u32 rules;
+    u32 menuRules = 0;
 };
 constexpr CommandRange commandRanges[] = {
-    {110, 110, NewBookCommand},
-    {111, 111, OpenBookCommand},
-    {112, 112, CloseBookCommand},
-    {113, 113, SaveCommand},
-    {114, 114, SaveAsCommand},
-    {117, 117, nullptr},
-    {118, 126, RecentFileCommand},
-    {127, 127, ExitCommand},
-    {130, 130, UndoCommand},
-    {131, 134, ClipboardCommand},
-    {135, 138, FillCommand},
-    {139, 139, SeriesCommand},
-    {140, 142, ClearCommand},
-    {143, 143, nullptr},
-    {144, 144, DeleteCommand},
-    {145, 145, DeleteSheetCommand},
-    {146, 146, MoveSheetCommand},
-    {147, 148, nullptr},
-    {149, 149, GoToCommand},
-    {150, 150, EditCellCommand},
-    {160, 160, InsertCellsCommand},
-    {161, 162, InsertLinesCommand},
-    {163, 163, InsertSheetCommand},
-    {164, 165, nullptr},
-    {166, 166, InsertSheetCommand},
-    {167, 167, FunctionCommand},
-    {168, 169, nullptr},
-    {170, 171, ClockCommand},
-    {172, 184, nullptr},
-    {185, 323, nullptr},
-    {330, 330, HyperlinkCommand},
-    {389, 389, AutoSumCommand},
-    {390, 390, nullptr},
-    {391, 391, LineSizeCommand},
-    {392, 392, FitCommand},
-    {393, 394, HideLinesCommand},
-    {395, 395, LineSizeCommand},
-    {396, 396, FitCommand},
-    {397, 398, HideLinesCommand},
-    {399, 399, LineSizeCommand},
-    {400, 400, RenameSheetCommand},
-    {401, 401, HideSheetCommand},
-    {402, 402, UnhideSheetCommand},
-    {403, 404, ViewFlagCommand},
-    {405, 409, ZoomCommand},
-    {410, 410, CustomZoomCommand},
-    {411, 411, ProtectCommand},
-    {412, 412, ViewFlagCommand},
-    {413, 413, nullptr},
-    {414, 416, BookBarCommand},
-    {417, 418, BarCommand},
-    {419, 420, BarCommand},
-    {421, 421, FullScreenCommand},
-    {422, 422, nullptr},
-    {423, 423, FreezeCommand},
-    {424, 431, nullptr},
-    {432, 437, FormatCommand},
-    {438, 438, BarCommand},
-    {439, 443, EntryBarCommand},
-    {444, 445, ScreenSidewaysCommand},
+    {110, 110, NewBookCommand, NOT_EDITING},
+    {111, 111, OpenBookCommand, NOT_EDITING},
+    {112, 112, CloseBookCommand, NEEDS_BOOK},
+    {113, 113, SaveCommand, NEEDS_BOOK},
+    {114, 114, SaveAsCommand, NEEDS_BOOK},
+    {117, 117, nullptr, FREE_BOOK},
+    {118, 126, RecentFileCommand, NOT_EDITING},
+    {127, 127, ExitCommand, 0},
+    {130, 130, UndoCommand, NEEDS_UNDO},
+    {131, 132, ClipboardCommand, NEEDS_SHEET, NEEDS_GRID},
+    {133, 133, ClipboardCommand, NEEDS_GRID | NEEDS_CLIPBOARD},
+    {134, 134, ClipboardCommand, NEEDS_GRID | NEEDS_CLIPBOARD | NOT_EDITING},
+    {135, 138, FillCommand, FREE_GRID},
+    {139, 139, SeriesCommand, FREE_GRID},
+    {140, 140, ClearCommand, 0},
+    {141, 142, ClearCommand, NEEDS_GRID | NOT_EDITING},
+    {143, 143, nullptr, NEEDS_GRID | NOT_EDITING},
+    {144, 144, DeleteCommand, FREE_GRID | NO_FILTERED_RANGE},
+    {145, 145, DeleteSheetCommand, FREE_BOOK | MAY_DELETE_SHEET},
+    {146, 146, MoveSheetCommand, FREE_BOOK},
+    {147, 147, nullptr, NEEDS_SHEET},
+    {148, 148, nullptr, NEEDS_SHEET | NEEDS_UNLOCKED | NOT_EDITING},
+    {149, 149, GoToCommand, NEEDS_SHEET | NOT_EDITING},
+    {150, 150, EditCellCommand, NEEDS_SHEET | NOT_EDITING},
+    {160, 160, InsertCellsCommand, FREE_GRID | NO_FILTERED_RANGE},
+    {161, 161, InsertLinesCommand, FREE_GRID | NOT_COLUMNS},
+    {162, 162, InsertLinesCommand, FREE_GRID | NOT_ROWS},
+    {163, 163, InsertSheetCommand, FREE_BOOK},
+    {164, 164, nullptr, FREE_BOOK},
+    {165, 165, nullptr, NEEDS_SHEET | NEEDS_WORKSHEET | NEEDS_UNLOCKED | NOT_EDITING},
+    {166, 166, InsertSheetCommand, FREE_BOOK},
+    {167, 167, FunctionCommand, NEEDS_SHEET, NEEDS_GRID | NOT_EDITING},
+    {168, 168, nullptr, NEEDS_GRID | NOT_EDITING},
+    {169, 169, nullptr, FREE_GRID},
+    {170, 171, ClockCommand, NEEDS_SHEET},
+    {172, 184, nullptr, FREE_CELLS},
+    {185, 323, nullptr, FREE_CELLS},
+    {330, 330, HyperlinkCommand, FREE_CELLS},
+    {389, 389, AutoSumCommand, NEEDS_SHEET},
+    {390, 390, nullptr, FREE_BOOK | NEEDS_UNLOCKED},
+    {391, 391, LineSizeCommand, FREE_GRID},
+    {392, 392, FitCommand, FREE_GRID},
+    {393, 394, HideLinesCommand, FREE_GRID},
+    {395, 395, LineSizeCommand, FREE_GRID},
+    {396, 396, FitCommand, FREE_GRID},
+    {397, 398, HideLinesCommand, FREE_GRID},
+    {399, 399, LineSizeCommand, FREE_GRID},
+    {400, 400, RenameSheetCommand, FREE_BOOK},
+    {401, 401, HideSheetCommand, FREE_BOOK | OTHER_SHEET},
+    {402, 402, UnhideSheetCommand, FREE_BOOK | HIDDEN_SHEET},
+    {403, 404, ViewFlagCommand, NEEDS_SHEET | NOT_EDITING},
+    {405, 409, ZoomCommand, NEEDS_SHEET | NOT_EDITING},
+    {410, 410, CustomZoomCommand, NEEDS_SHEET | NOT_EDITING},
+    {411, 411, ProtectCommand, NEEDS_SHEET | NOT_EDITING},
+    {412, 412, ViewFlagCommand, NEEDS_SHEET | NOT_EDITING},
+    {413, 413, nullptr, FREE_BOOK},
+    {414, 416, BookBarCommand, FREE_BOOK},
+    {417, 418, BarCommand, FREE_BOOK},
+    {419, 420, BarCommand, FREE_BOOK},
+    {421, 421, FullScreenCommand, 0},
+    {422, 422, nullptr, FREE_GRID},
+    {423, 423, FreezeCommand, NEEDS_GRID | NOT_EDITING},
+    {424, 425, nullptr, FREE_CELLS},
+    {426, 426, nullptr, FREE_CELLS | NEEDS_FILTER},
+    {427, 427, nullptr, FREE_CELLS},
+    {428, 428, nullptr, PLAIN_CELLS},
+    {429, 430, nullptr, FREE_CELLS},
+    {431, 431, nullptr, PLAIN_CELLS},
+    {432, 437, FormatCommand, NEEDS_SHEET},
+    {438, 438, BarCommand, FREE_BOOK},
+    {439, 443, EntryBarCommand, NEEDS_EDITING},
+    {444, 445, ScreenSidewaysCommand, NEEDS_SHEET},
 };
 
 consteval std::size_t CountCommands() {
@@ -87,7 +101,8 @@ constexpr std::array<CommandRow, COMMAND_ROWS> commandRows = [] {
     std::array<CommandRow, COMMAND_ROWS> rows{};
     std::size_t count = 0;
     for (const CommandRange& range : commandRanges)
-        for (i32 id = range.first; id <= range.last; ++id) rows[count++] = {id, range.handler};
+        for (i32 id = range.first; id <= range.last; ++id)
+            rows[count++] = {id, range.handler, range.rules, range.menuRules};
     return rows;
 }();
 
@@ -126,17 +141,27 @@ constexpr Accelerator accelerators[] = {
 std::span<const CommandRow> CommandTable() { return commandRows; }
 std::span<const Accelerator> AcceleratorTable() { return accelerators; }
 
-CommandHandler FindCommand(i32 id) {
+const CommandRow* FindCommandRow(i32 id) {
     // Ascending by id, so that the search may halve.
     const auto row = std::lower_bound(commandRows.begin(), commandRows.end(), id,
                                       [](const CommandRow& r, i32 wanted) { return r.id < wanted; });
-    return row != commandRows.end() && row->id == id ? row->handler : nullptr;
+    return row != commandRows.end() && row->id == id ? &*row : nullptr;
+}
+
+CommandHandler FindCommand(i32 id) {
+    const CommandRow* row = FindCommandRow(id);
+    return row ? row->handler : nullptr;
+}
+
+bool CommandEnabled(i32 id) {
+    const CommandRow* row = FindCommandRow(id);
+    return row && row->handler && RulesThatHold(row->rules) == row->rules;
 }
 
 bool RunCommand(i32 id) {
-    const CommandHandler handler = FindCommand(id);
-    if (!handler) return false;
-    handler(id);
+    const CommandRow* row = FindCommandRow(id);
+    if (!row) return false;
+    if (CommandEnabled(id)) row->handler(id);
     return true;
 }
 

@@ -2,7 +2,7 @@
 
 #include "base/Number.h"
 #include "base/Text.h"
-#include "editing/SheetOperations.h"
+#include "editing/Undo.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/commands/Commands.h"
@@ -12,27 +12,6 @@
 
 namespace tally {
 namespace {
-
-// What an item needs, beside a command that works; the rules are bits that must all hold.
-enum MenuRule : u32 {
-    NEEDS_NOTHING = 0,
-    NEEDS_BOOK = 1,
-    NEEDS_GRID = 2,       // a sheet with cells and no drawing object selected
-    NEEDS_UNLOCKED = 4,   // the sheet is not protected
-    NEEDS_WORKSHEET = 8,  // not a macro sheet
-    NOT_EDITING = 16,
-    NOT_COLUMNS = 64,  // the selection is not of whole columns
-    NOT_ROWS = 128,
-    OTHER_SHEET = 256,  // another visible sheet exists
-    NEEDS_SHEET = 512,  // a sheet with cells
-    NEEDS_UNDO = 1024,
-    MAY_DELETE_SHEET = 4096,   // another worksheet and another visible sheet exist
-    NO_FILTERED_RANGE = 8192,  // no filter is on, or whole lines are selected
-    HIDDEN_SHEET = 2048,       // one that can be shown again
-    NEEDS_CLIPBOARD = 16384,   // something that can be pasted
-};
-constexpr u32 FREE_GRID = NEEDS_GRID | NEEDS_UNLOCKED | NOT_EDITING;
-constexpr u32 FREE_CELLS = FREE_GRID | NEEDS_WORKSHEET;
 
 struct MenuRow {
     MenuId menu;
@@ -167,43 +146,6 @@ constexpr MenuRow menuRows[] = {
     {MENU_FILTER, 427, MENU_NONE, u"高级筛选(&A)...", 0},
 };
 
-bool OtherVisibleSheet() {
-    const i32 book = CurrentBook();
-    if (!BookAt(book)) return false;
-    const i32 current = BookAt(book)->currentSheet;
-    return NextSheet(book) != current || PreviousSheet(book) != current;
-}
-
-bool HiddenSheet() {
-    for (const Sheet* sheet : CurrentWorkbook()->sheets)
-        if (sheet->hidden && sheet->kind != SHEET_MODULE) return true;
-    return false;
-}
-
-// The rules that hold now.
-u32 RulesThatHold() {
-    const Workbook* book = CurrentWorkbook();
-    const Sheet* sheet = CurrentSheet();
-    u32 rules = IsEditing() ? u32{NEEDS_NOTHING} : u32{NOT_EDITING};
-    if (IsEditing() ? ShellPlatform().entryCanUndo() : UndoCount() > 0) rules |= NEEDS_UNDO;
-    if (!book) return rules;
-    rules |= NEEDS_BOOK;
-    if (OtherVisibleSheet()) rules |= OTHER_SHEET;
-    if (CanDeleteSheet(CurrentBook(), book->currentSheet)) rules |= MAY_DELETE_SHEET;
-    if (HiddenSheet()) rules |= HIDDEN_SHEET;
-    if (!HasCells(sheet)) return rules;
-    rules |= NEEDS_SHEET;
-    if (sheet->selectedObject < 0 || sheet->kind == SHEET_MACRO) rules |= NEEDS_GRID;
-    if (!(sheet->viewFlags & VIEW_PROTECTED)) rules |= NEEDS_UNLOCKED;
-    if (sheet->kind == SHEET_WORKSHEET) rules |= NEEDS_WORKSHEET;
-    const RefArea& area = sheet->view.selection;
-    if (area.firstRow != 0 || area.lastRow != MAX_ROWS - 1) rules |= NOT_COLUMNS;
-    if (area.firstColumn != 0 || area.lastColumn != MAX_COLUMNS - 1) rules |= NOT_ROWS;
-    if (!sheet->filterState || (rules & (NOT_ROWS | NOT_COLUMNS)) != (NOT_ROWS | NOT_COLUMNS))
-        rules |= NO_FILTERED_RANGE;
-    return rules;
-}
-
 bool IsChecked(i32 command) {
     const Workbook* book = CurrentWorkbook();
     const Sheet* sheet = CurrentSheet();
@@ -231,8 +173,8 @@ bool IsChecked(i32 command) {
 }
 
 // The labels that follow what is selected.
-WideView LabelOf(const MenuRow& row, u32 holding) {
-    const bool wholeLines = (holding & (NOT_ROWS | NOT_COLUMNS)) != (NOT_ROWS | NOT_COLUMNS);
+WideView LabelOf(const MenuRow& row) {
+    const bool wholeLines = RulesThatHold(NOT_ROWS | NOT_COLUMNS) != (NOT_ROWS | NOT_COLUMNS);
     const Sheet* sheet = CurrentSheet();
     switch (row.command) {
         case 144: return wholeLines ? u"删除(&D)" : row.text;
@@ -275,7 +217,30 @@ bool AppendUndoLabel(WideText& text) {
     return !UndoCount() || (text.Append(u' ') && text.Append(UndoLabel()) && text.Append(u"\tCtrl+Z"));
 }
 
-bool IsBuilt(i32 command) { return command == 0 || FindCommand(command); }
+bool MayOpen(MenuId popup);
+
+// Whether an item can be picked; of a command that is still without a handler, whether it could with one.
+bool HasWhatItNeeds(const MenuRow& row) {
+    if (row.popup != MENU_NONE) return MayOpen(row.popup);
+    const CommandRow* command = FindCommandRow(row.command);
+    const u32 rules = command ? command->rules | command->menuRules : 0;
+    return command && RulesThatHold(rules) == rules;
+}
+
+// A popup opens when any of its items could be picked.
+bool MayOpen(MenuId popup) {
+    if (popup == MENU_RECENT) return RulesThatHold(NOT_EDITING) != 0;
+    if (popup == MENU_WINDOWS) return RulesThatHold(NEEDS_BOOK) != 0;
+    for (const MenuRow& row : menuRows)
+        if (row.menu == popup && !row.text.empty() && HasWhatItNeeds(row)) return true;
+    return false;
+}
+
+bool IsEnabled(const MenuRow& row) {
+    if (row.popup != MENU_NONE || row.text.empty())
+        return row.menu == MENU_BAR || row.text.empty() || MayOpen(row.popup);
+    return HasWhatItNeeds(row) && CommandEnabled(row.command);
+}
 
 }  // namespace
 
@@ -283,13 +248,9 @@ bool BuildMenu(MenuId menu, Array<MenuItem>& items) {
     items.Truncate(0);
     if (menu == MENU_RECENT) return RecentItems(items);
     if (menu == MENU_WINDOWS) return WindowItems(items);
-    u32 holding = RulesThatHold();
-    // Only asked for where an item wants to know: another program may have to answer.
-    if (menu == MENU_EDIT && CanPaste()) holding |= NEEDS_CLIPBOARD;
     for (const MenuRow& row : menuRows) {
         if (row.menu != menu) continue;
-        const bool enabled = (holding & row.rules) == row.rules && IsBuilt(row.command);
-        if (!AddMenuItem(items, row.command, LabelOf(row, holding), enabled, IsChecked(row.command)))
+        if (!AddMenuItem(items, row.command, LabelOf(row), IsEnabled(row), IsChecked(row.command)))
             return false;
         items.Last().popup = row.popup;
         if (row.command == 130 && !AppendUndoLabel(items.Last().text)) return false;
@@ -299,38 +260,38 @@ bool BuildMenu(MenuId menu, Array<MenuItem>& items) {
 
 bool GridMenu(Array<MenuItem>& items) {
     items.Truncate(0);
-    const u32 holding = RulesThatHold();
-    const bool rows = !(holding & NOT_ROWS), columns = !(holding & NOT_COLUMNS);
-    const bool unlocked = (holding & NEEDS_UNLOCKED) != 0, plain = !rows && !columns,
-               shaped = !(rows && columns);
+    const bool rows = !RulesThatHold(NOT_ROWS), columns = !RulesThatHold(NOT_COLUMNS),
+               plain = !rows && !columns;
     struct GridRow {
         i32 command;
         WideView text;
-        bool enabled;
     };
     const GridRow fixed[] = {
-        {131, u"剪切(&T)", true},
-        {132, u"复制(&C)", true},
-        {133, u"粘贴(&P)", CanPaste()},
-        {134, u"选择性粘贴(&S)...", CanPaste() && !IsEditing()},
-        {0, u"", true},
+        {131, u"剪切(&T)"},
+        {132, u"复制(&C)"},
+        {133, u"粘贴(&P)"},
+        {134, u"选择性粘贴(&S)..."},
+        {0, u""},
         {rows      ? 161
          : columns ? 162
                    : 160,
-         plain ? u"插入(&I)..." : u"插入(&I)", unlocked && shaped},
-        {144, plain ? u"删除(&D)..." : u"删除(&D)", unlocked && shaped},
-        {142, u"清除内容(&A)", true},
-        {0, u"", true},
-        {390, u"单元格格式(&O)...", unlocked},
-        {rows ? 391 : 395, rows ? u"设置行高(&E)..." : u"设置列宽(&W)...", unlocked},
-        {rows ? 393 : 397, u"隐藏(&H)", unlocked},
-        {rows ? 394 : 398, u"取消隐藏(&U)", unlocked},
+         plain ? u"插入(&I)..." : u"插入(&I)"},
+        {144, plain ? u"删除(&D)..." : u"删除(&D)"},
+        {142, u"清除内容(&A)"},
+        {0, u""},
+        {390, u"单元格格式(&O)..."},
+        {rows ? 391 : 395, rows ? u"设置行高(&E)..." : u"设置列宽(&W)..."},
+        {rows ? 393 : 397, u"隐藏(&H)"},
+        {rows ? 394 : 398, u"取消隐藏(&U)"},
     };
     // The last three belong to whole rows and whole columns.
     const std::span all(fixed);
-    for (const GridRow& row : rows == columns ? all.first(all.size() - 3) : all)
-        if (!AddMenuItem(items, row.command, row.text, row.enabled && IsBuilt(row.command), false))
-            return false;
+    for (const GridRow& row : rows == columns ? all.first(all.size() - 3) : all) {
+        // Of a whole sheet nothing is left to make room beside.
+        const bool shaped = !(rows && columns) || row.command != 144;
+        const bool enabled = row.text.empty() || (shaped && CommandEnabled(row.command));
+        if (!AddMenuItem(items, row.command, row.text, enabled, false)) return false;
+    }
     return true;
 }
 

@@ -3,7 +3,6 @@
 #include <iterator>
 #include <utility>
 
-#include "editing/Undo.h"
 #include "model/BookTable.h"
 #include "shell/frame/Tables.h"
 #include "shell/grid/Layout.h"
@@ -163,23 +162,11 @@ PixelRect ButtonPlace(std::size_t button) {
     return {left, top, left + BUTTON_SIZE, top + BUTTON_SIZE};
 }
 
-bool IsButtonEnabled(const ToolbarButton& button) {
-    if (!FindCommand(button.command)) return false;
-    if (button.band == BAND_ENTRY) return IsEditing();
-    switch (button.command) {
-        case 110:
-        case 111: return !IsEditing();
-        case 113: return CurrentBook() >= 0;
-        case 130: return IsEditing() ? ShellPlatform().entryCanUndo() : UndoCount() > 0;
-        default: return HasCells(CurrentSheet());
-    }
-}
-
 void RefreshToolbars() {
     Toolbar& toolbar = Shell().toolbar;
     if (IsEmptyRect(Shell().layout.toolbar)) return;
     u32 enabled = 0;
-    for (std::size_t i = 0; i < BUTTONS; ++i) enabled |= u32{IsButtonEnabled(buttons[i])} << i;
+    for (std::size_t i = 0; i < BUTTONS; ++i) enabled |= u32{CommandEnabled(buttons[i].command)} << i;
     for (std::size_t i = 0; i < BUTTONS; ++i)
         if ((enabled ^ toolbar.enabled) >> i & 1) InvalidateButton(static_cast<i32>(i));
     toolbar.enabled = enabled;
@@ -210,7 +197,7 @@ bool ReleaseToolbar(i32 x, i32 y) {
     if (pressed < 0) return false;
     InvalidateButton(pressed);
     const ToolbarButton& button = buttons[pressed];
-    if (ButtonAt(x, y) != pressed || !IsButtonEnabled(button)) return true;
+    if (ButtonAt(x, y) != pressed) return true;
     IgnoreFailure(SendCommand(button.command, SENDER_TOOLBAR));
     return true;
 }

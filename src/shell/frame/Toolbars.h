@@ -14,7 +14,6 @@ std::span<const ToolbarButton> ToolbarButtons();
 
 // The place of a button in the strip; empty while its band is hidden.
 PixelRect ButtonPlace(std::size_t button);
-bool IsButtonEnabled(const ToolbarButton& button);
 // What has changed about the buttons since the last call is painted anew.
 void RefreshToolbars();
 void PaintToolbars(void* target);
