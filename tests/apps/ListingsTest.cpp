@@ -92,6 +92,7 @@ TEST_F(Listings, SheetsHaveTheirKindAndTheirUsedSize) {
     // Of sheets that hold cells, macro sheets too, and of one that is asked for.
     EXPECT_EQ(Run("cells a.xls").Lines().size(), 2u);
     EXPECT_EQ(Run("cells a.xls --sheet M").Lines().at(0)["cell"], "B5");
+    EXPECT_EQ(Run("cells a.xls --sheet W").Lines().size(), 1u);
     EXPECT_EQ(Run("cells a.xls --sheet Empty").output, "");
 }
 

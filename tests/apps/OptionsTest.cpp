@@ -67,6 +67,11 @@ TEST_F(Options, EvalKnowsABookASheetAndACell) {
     EXPECT_EQ(Run("eval '=D3' --book a.xls --sheet Second").Lines().at(0)["sheet"], "Second");
     EXPECT_EQ(Run("eval '=D3' --book a.xls --sheet Third").status, 1);
     EXPECT_EQ(Run("eval '=D3' --book none.xls").status, 3);
+    // An area stands for its cell beside the formula.
+    Put("column.csv", "1\n2\n3\n");
+    EXPECT_EQ(Run("eval '=A1:A3*10' --book column.csv --cell C2").Lines().at(0)["value"], 20);
+    EXPECT_EQ(Run("eval '=ABS(A1:A3)' --book column.csv --cell C3").Lines().at(0)["value"], 3);
+    EXPECT_EQ(Run("eval '=A1:A3' --book column.csv --cell C4").Lines().at(0)["value"], "#VALUE!");
     EXPECT_EQ(Run("eval '=ROW()*1000+COLUMN()' --cell C7").Lines().at(0)["value"], 7003);
     EXPECT_EQ(Run("eval '=A1' --cell B2").Lines().at(0)["value"], 0);
     for (const char* cell : {"A1:B2", "7", "A", "A65537", "IW1", "'A1 '"})

@@ -110,6 +110,27 @@ TEST_F(ReplaySteps, SpacesLinesAndRemarksCountForNothing) {
         "a  b");
 }
 
+TEST_F(ReplaySteps, WhatWasShownStandsInFrontOfTheFault) {
+    Put("s.txt", "enter 5\nshow A1\nfrob\n");
+    const Outcome outcome = Run("replay s.txt");
+    EXPECT_EQ(outcome.output.find("tally: s.txt:3: unknown step frob\n"), outcome.output.find('\n') + 1);
+    EXPECT_EQ(outcome.Lines().at(0)["value"], 5);
+}
+
+// Without a book there is nothing to go to and nothing to look at.
+TEST_F(ReplaySteps, StepsNeedABook) {
+    const struct {
+        const char* step;
+        const char* told;
+    } rows[] = {{"sheet Sheet1", "no such sheet"}, {"select A1", "no such cells"},
+                {"click A1", "no such cell"},      {"expect A1 x", "no such cell"},
+                {"show A1", "no such cells"},      {"drag A1 A2", "no such cell"}};
+    for (const auto& row : rows) {
+        Put("s.txt", "command 112\n" + std::string(row.step) + "\n");
+        EXPECT_EQ(Run("replay s.txt").output, "tally: s.txt:2: " + std::string(row.told) + "\n") << row.step;
+    }
+}
+
 TEST_F(ReplaySteps, AFaultNamesItsLine) {
     const struct {
         const char* script;

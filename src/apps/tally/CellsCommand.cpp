@@ -70,7 +70,7 @@ int RunCells(const Options& options) {
         if (!WriteCells(book, static_cast<i32>(sheet), {0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}))
             return Complain(EXIT_FILES, "out of memory");
     }
-    return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
+    return FinishLines();
 }
 
 }  // namespace tally

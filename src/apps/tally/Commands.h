@@ -31,6 +31,8 @@ int Complain(int status, std::string_view what, WideView detail = {});
 int WriteCurrentBook(const Options& options, const std::string& output);
 // The stored cells of an area as lines, brought up to date. False when memory fails.
 [[nodiscard]] bool WriteCells(i32 book, i32 sheet, const RefArea& area);
+// Brings the lines out; the status of a command that has written all it had to say.
+int FinishLines();
 // Sets every formula of the current book stale and calculates it.
 void RecalculateAll();
 

@@ -64,7 +64,7 @@ int Evaluate(const FormulaPlace& place, WideView formula) {
     FreeValue(result);
     FreeTokens(tokens);
     if (!good) return Complain(EXIT_DATA, "out of memory");
-    return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
+    return FinishLines();
 }
 
 }  // namespace

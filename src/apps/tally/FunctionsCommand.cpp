@@ -123,7 +123,7 @@ int RunFunctions(const Options& options) {
             WriteFunctionLine(line);
         }
     }
-    return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
+    return FinishLines();
 }
 
 }  // namespace tally

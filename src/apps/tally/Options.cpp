@@ -69,10 +69,12 @@ bool ReadOptions(int count, char** arguments, Options& options, int& status) {
     try {
         app.parse(count, arguments);
     } catch (const CLI::ParseError& error) {
-        status = error.get_exit_code() == 0 ? EXIT_GOOD : EXIT_USAGE;
-        if (status == EXIT_GOOD) {
+        if (error.get_exit_code() == 0) {
+            // Help or the version was asked for.
+            status = EXIT_GOOD;
             app.exit(error);
         } else {
+            status = EXIT_USAGE;
             std::fprintf(stderr, "tally: %s (see tally --help)\n", error.what());
         }
         return false;

@@ -75,7 +75,7 @@ int RunReplay(const Options& options) {
     if (!Platform().readFile(path, script))
         return Complain(EXIT_FILES, "cannot read the script " + options.input);
     status = RunScript({reinterpret_cast<const char*>(script.Data()), script.Count()}, options.input);
-    if (status == EXIT_GOOD && !FlushLines()) status = Complain(EXIT_FILES, "cannot write standard output");
+    if (status == EXIT_GOOD) status = FinishLines();
     if (status != EXIT_GOOD || options.output.empty()) return status;
     return WriteCurrentBook(options, options.output);
 }

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "apps/tally/Commands.h"
+#include "apps/tally/JsonLines.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "formula/Recalculation.h"
@@ -109,6 +110,11 @@ bool ChooseSheet(const std::string& name, int& status) {
     }
     status = Complain(EXIT_DATA, "no sheet of that name", wide);
     return false;
+}
+
+int FinishLines() {
+    if (!FlushLines()) return Complain(EXIT_FILES, "cannot write standard output");
+    return EXIT_GOOD;
 }
 
 void RecalculateAll() {

@@ -34,7 +34,7 @@ int RunSheets(const Options& options) {
         line.columns = used ? LastUsedColumn(sheet) + 1 : 0;
         WriteSheetLine(line);
     }
-    return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
+    return FinishLines();
 }
 
 }  // namespace tally

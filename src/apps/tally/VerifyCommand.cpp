@@ -96,7 +96,7 @@ int RunVerify(const Options& options) {
     }
     WriteVerifyLine(counts);
     if (!good) return Complain(EXIT_DATA, "out of memory");
-    return FlushLines() ? EXIT_GOOD : Complain(EXIT_FILES, "cannot write standard output");
+    return FinishLines();
 }
 
 }  // namespace tally

@@ -18,13 +18,13 @@ struct PageName {
     const char* name;
 };
 constexpr PageName pageNames[] = {
-    {708, "iso-8859-6"},    {720, "ibm-720"},         {932, "windows-932"},   {936, "windows-936"},
-    {949, "windows-949"},   {950, "windows-950"},     {1200, "UTF-16LE"},     {1201, "UTF-16BE"},
-    {1361, "ibm-1363"},     {10000, "macintosh"},     {10006, "x-mac-greek"}, {10007, "x-mac-cyrillic"},
-    {10029, "x-mac-ce"},    {10081, "x-mac-turkish"}, {20127, "us-ascii"},    {20866, "koi8-r"},
-    {20932, "euc-jp"},      {21866, "koi8-u"},        {32768, "macintosh"},   {32769, "windows-1252"},
-    {50220, "iso-2022-jp"}, {51932, "euc-jp"},        {51936, "gb2312"},      {51949, "euc-kr"},
-    {52936, "hz-gb-2312"},  {54936, "gb18030"},       {65000, "UTF-7"},
+    {708, "iso-8859-6"},      {720, "ibm-720"},       {932, "windows-932"},      {936, "windows-936"},
+    {949, "windows-949"},     {950, "windows-950"},   {1200, "UTF-16LE"},        {1201, "UTF-16BE"},
+    {10000, "macintosh"},     {10006, "x-mac-greek"}, {10007, "x-mac-cyrillic"}, {10029, "x-mac-ce"},
+    {10081, "x-mac-turkish"}, {20127, "us-ascii"},    {20866, "koi8-r"},         {20932, "euc-jp"},
+    {21866, "koi8-u"},        {32768, "macintosh"},   {32769, "windows-1252"},   {50220, "iso-2022-jp"},
+    {51932, "euc-jp"},        {51936, "gb2312"},      {51949, "euc-kr"},         {52936, "hz-gb-2312"},
+    {54936, "gb18030"},       {65000, "UTF-7"},
 };
 
 // Ranges of the first byte of a two-byte character.
@@ -33,8 +33,7 @@ struct LeadRange {
     u8 first, last;
 };
 constexpr LeadRange leadRanges[] = {
-    {932, 0x81, 0x9F}, {932, 0xE0, 0xFC},  {936, 0x81, 0xFE},  {949, 0x81, 0xFE},
-    {950, 0x81, 0xFE}, {1361, 0x84, 0xD3}, {1361, 0xD8, 0xDE}, {1361, 0xE0, 0xF9},
+    {932, 0x81, 0x9F}, {932, 0xE0, 0xFC}, {936, 0x81, 0xFE}, {949, 0x81, 0xFE}, {950, 0x81, 0xFE},
 };
 
 constexpr u32 KEPT_CONVERTERS = 4;
