@@ -36,9 +36,7 @@ LongOperation::LongOperation(LongOperationKind kind, u64 total) {
 }
 
 LongOperation::~LongOperation() {
-    if (--state.inside) return;
-    state.cancelled = false;
-    state.calls.end();
+    if (!--state.inside) state.calls.end();
 }
 
 bool GoOn(u64 units) {
