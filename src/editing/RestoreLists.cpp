@@ -118,8 +118,10 @@ bool MakeRules(const RestoreOrder& order, const Array<Rule>& old, const Array<Ru
                Array<Rule>& made) {
     if (!RulesWithout(old, order.targets, !source.IsEmpty(), changes, made)) return false;
     if (!AddRules(order, source, made)) return false;
+    // Without memory equal rules would stay two, which nothing tells but the list's length.
+    const u64 failures = FailedAllocations();
     MergeEqualRules(made);
-    return true;
+    return FailedAllocations() == failures;
 }
 
 }  // namespace

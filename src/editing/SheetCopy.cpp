@@ -17,13 +17,14 @@ bool CopyRecords(Array<Record>& target, const Array<Record>& source) {
 }
 
 bool CopyCells(Sheet& target, Sheet& source) {
-    bool good = target.cells.rows.Reserve(source.cells.rows.Count());
+    if (!target.cells.rows.Reserve(source.cells.rows.Count())) return false;
+    bool good = true;
     WalkArea(source.cells, {0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}, [&](u16 row, const CellRecord& cell) {
         Value value;
         FormulaTokens tokens;
         CopyValue(value, cell.value);
         if (cell.formula) CopyTokens(tokens, cell.formula->tokens);
-        good = good && InsertCell(target, row, cell.column, cell.format, value, tokens);
+        good = InsertCell(target, row, cell.column, cell.format, value, tokens);
         if (!good || !cell.formula) return good;
         // Its own sheet holds the same cells, so the value is good as it is.
         CellRecord* copy = GetCell(target.cells, row, cell.column);

@@ -58,19 +58,19 @@ bool Recognise(const EntryTarget& target, WideView text, Content& content, i32& 
         return true;
     }
     FormulaPlace place = PlaceOf(target);
-    content.kind = ClassifyEntry(place, text, content.result);
-    if (content.kind == ENTRY_TEXT && IsFailedFormula(text)) {
-        outcome = ENTRY_BAD_FORMULA;
+    // A formula that found no memory is none that the user could mend.
+    const u64 failures = FailedAllocations();
+    const auto refuse = [&] {
+        if (FailedAllocations() == failures) outcome = ENTRY_BAD_FORMULA;
         return false;
-    }
+    };
+    content.kind = ClassifyEntry(place, text, content.result);
+    if (content.kind == ENTRY_TEXT && IsFailedFormula(text)) return refuse();
     if (content.kind == ENTRY_NUMBER)
         return FormatForEntry(target.book, content.result.formatKind, content.result.subKind, WideView(),
                               content.proposed);
     if (content.kind != ENTRY_FORMULA) return true;
-    if (!CompileFormula(place, text, 'V', content.tokens)) {
-        outcome = ENTRY_BAD_FORMULA;
-        return false;
-    }
+    if (!CompileFormula(place, text, 'V', content.tokens)) return refuse();
     if (content.result.formatProposal > 0) content.proposed = static_cast<u16>(content.result.formatProposal);
     return true;
 }
@@ -135,6 +135,8 @@ bool StoreOne(const EntryTarget& target, const Content& content, i32 row, i32 co
     if (!ApplyEntryFormat(*BookAt(target.book), content, input.format)) return false;
     if (content.kind == ENTRY_FORMULA && !TokensFor(target, content, row, column, input.tokens)) return false;
     input.value = ValueOf(content);
+    // A text that found no memory.
+    if (content.kind == ENTRY_TEXT && input.value.type != VT_STRING) return false;
     return SetCell(target.book, target.sheet, input, true, true);
 }
 
