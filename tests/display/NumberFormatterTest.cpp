@@ -111,6 +111,9 @@ TEST_F(NumberFormatter, CommasBetweenPlacesSeparateThousandsOnly) {
         {123, u"?,???", "  123"},
         {1234.5, u"#,#.0", "1,234.5"},
         {1234567, u"#,#\"x\"0", "1,234,56x7"},
+        {1234, u"(,0", "(,1234"},
+        {1234, u",0", ",1234"},
+        {1234, u"0\"x\",0", "123x,4"},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }
@@ -239,6 +242,8 @@ TEST_F(NumberFormatter, FixedDenominatorsStayAsTheyAre) {
         {0.01, u"# ?/8", "0    "},
         {1, u"# #/8", "1 "},
         {1.5, u"# 00/16", "1 08/16"},
+        {0.5, u"?/1234567", "617284/1234567"},
+        {0.5, u"?/12345678", "617284/12345678"},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }
