@@ -77,6 +77,9 @@ TEST_F(ClipboardCells, StaleFormulasAreCopiedWithTheirNewValues) {
     Enter("A1", "7");
     ASSERT_TRUE(Copy("A2", "A2"));
     EXPECT_EQ(Clipboard().block.cells[0].value.number, 70);
+    Enter("A1", "8");
+    ASSERT_TRUE(Cut("A2", "A2"));
+    EXPECT_EQ(Clipboard().block.cells[0].value.number, 80);
 }
 
 TEST_F(ClipboardCells, HiddenRowsOfAFilterAreLeftOut) {
@@ -194,9 +197,14 @@ TEST_F(ClipboardCells, OnAProtectedSheetACutCellStaysUnlocked) {
     format.flags = 0;
     u16 unlocked = 0;
     ASSERT_TRUE(FindOrAddCellFormat(book, format, unlocked));
-    EXPECT_TRUE(InsertCell(sheet, 0, 0, unlocked, NumberValue(5), FormulaTokens()));
+    for (const u8 column : {u8{0}, u8{2}})
+        EXPECT_TRUE(InsertCell(sheet, 0, column, unlocked, NumberValue(5), FormulaTokens()));
+    ASSERT_TRUE(SetColumnInfo(sheet.columns, {1, 0, 2000, unlocked}));
     sheet.viewFlags |= VIEW_PROTECTED;
-    ASSERT_TRUE(Cut("A1", "A1"));
+    ASSERT_TRUE(Cut("A1", "C1"));
+    EXPECT_EQ(sheet.cells.count, 2u);
+    ASSERT_NE(CellAtName("C1"), nullptr);
+    EXPECT_EQ(CellAtName("C1")->format, unlocked);
     ASSERT_NE(CellAtName("A1"), nullptr);
     EXPECT_EQ(CellAtName("A1")->format, unlocked);
     EXPECT_EQ(CellAtName("A1")->calcState, CALC_BLANK);

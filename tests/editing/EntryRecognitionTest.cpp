@@ -4,6 +4,7 @@
 
 #include "display/Calendar.h"
 #include "model/Formats.h"
+#include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -308,6 +309,35 @@ TEST_F(EntryRecognition, EditableTextReadsBackToTheSameValue) {
                     result.formatKind >= 4 && result.formatKind <= 5 ? 0.6 / 86400 : 1e-14 * std::fabs(number);
                 EXPECT_NEAR(result.number, number, room) << tag << " " << Narrow(format) << " " << shown;
             }
+        }
+    }
+}
+
+// A bracket that counts hours, minutes or seconds makes a time, any other does not.
+TEST_F(EntryRecognition, OnlyBracketsOfTimesMakeATime) {
+    for (WideView format : {u"[h]", u"[hh]:0", u"[M]:[s]", u"[ss]"})
+        EXPECT_EQ(Editable(0.5, format), "12:00:00");
+    for (WideView format : {u"[h-]0", u"[-h]0", u"[his]0", u"[hs!]0", u"[Yellow]0"})
+        EXPECT_EQ(Editable(0.5, format), "0.5") << Narrow(format);
+}
+
+TEST_F(EntryRecognition, WithoutMemoryThereIsNoText) {
+    for (const auto& [number, format, expected] :
+         {std::tuple<double, WideView, const char*>(36526.5, u"d mmm", "1/1/2000 12:00:00"),
+          {0.125, u"0%", "12.5%"},
+          {0.75, u"h:mm", "18:00:00"},
+          {1234.5, u"General", "1234.5"}}) {
+        u16 id = 0;
+        ASSERT_TRUE(FindOrAddNumberFormat(*CurrentWorkbook(), format, id));
+        bool reached = true;
+        for (u64 n = 1; reached; ++n) {
+            WideText text;
+            test::FailingAllocator allocator(n);
+            const bool good = EditableText(CurrentBook(), NumberValue(number), id, text);
+            reached = allocator.HasFailed();
+            EXPECT_EQ(good, !reached) << Narrow(format) << n;
+            if (good) EXPECT_EQ(Narrow(text), expected);
+            text.Clear();
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "editing/Fill.h"
 
+#include <set>
+
 #include "editing/FillSeries.h"
 #include "editing/PasteTargets.h"
 #include "editing/Undo.h"
@@ -405,6 +407,70 @@ TEST_F(Filling, AnyFailedAllocationLeavesTheSheetAsItWas) {
             EXPECT_EQ(allocator.LiveBlocks(), 0u) << n;
         }
     }
+}
+
+TEST_F(Filling, WhereNothingIsVisibleNothingIsFilled) {
+    Enter("A1", "x");
+    Enter("A2", "old");
+    ASSERT_TRUE(SetRowInfo(CurrentSheet()->rows, {1, ROW_HIDDEN, 255}));
+    CurrentSheet()->filterState = FILTER_ADVANCED;
+    Select("A1", "A2");
+    EXPECT_TRUE(FillDown(true));
+    EXPECT_EQ(Shown("A2"), "old");
+    EXPECT_EQ(UndoCount(), 0u);
+}
+
+// The line that is copied from is no part of what is filled: a merge in it is copied.
+TEST_F(Filling, AMergeOfTheSourceRefusesNothing) {
+    const struct {
+        bool (*fill)(bool);
+        RefArea merge, copy;
+    } rows[] = {{FillDown, {1, 1, 1, 2}, {3, 3, 1, 2}},
+                {FillUp, {3, 3, 1, 2}, {1, 1, 1, 2}},
+                {FillRight, {1, 2, 1, 1}, {1, 2, 3, 3}},
+                {FillLeft, {1, 2, 3, 3}, {1, 2, 1, 1}}};
+    for (const auto& row : rows) {
+        CurrentSheet()->mergedAreas.Clear();
+        ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(row.merge));
+        Select("B2", "D4");
+        ASSERT_TRUE(row.fill(true));
+        const Array<RefArea>& merges = CurrentSheet()->mergedAreas;
+        ASSERT_EQ(merges.Count(), 3u);
+        EXPECT_TRUE(merges[0] == row.merge);
+        EXPECT_TRUE(merges[1] == row.copy || merges[2] == row.copy);
+        // One that stands in what is filled does refuse.
+        CurrentSheet()->mergedAreas.Clear();
+        ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(row.copy));
+        EXPECT_FALSE(row.fill(true));
+    }
+}
+
+// The same along rows: a part of the target that begins below a hidden row keeps to its own rows of the source.
+TEST_F(Filling, APartOfTheTargetTakesItsOwnRowsOfTheSource) {
+    for (i32 row = 1; row <= 4; ++row) Enter("A" + std::to_string(row), std::to_string(row));
+    Sheet& sheet = *CurrentSheet();
+    ASSERT_TRUE(SetRowInfo(sheet.rows, {1, ROW_HIDDEN, 255}));
+    for (const RefArea& area : {AreaOf("A4", "A4"), AreaOf("A1", "A1")}) {
+        Hyperlink* link = sheet.hyperlinks.AppendDefault();
+        ASSERT_TRUE(link && link->target.Assign(u"http://x"));
+        link->area = area;
+    }
+    AddRule(sheet, AreaOf("A2", "A3"));
+    Select("A1", "C4");
+    sheet.filterState = FILTER_ADVANCED;
+    ASSERT_TRUE(FillRight(true));
+    EXPECT_EQ(Shown("C1") + Shown("C3") + Shown("C4"), "134");
+    EXPECT_EQ(CellAtName("C2"), nullptr);
+    std::set<std::pair<u16, u8>> links;
+    for (const Hyperlink& link : sheet.hyperlinks) {
+        EXPECT_EQ(link.area.firstRow, link.area.lastRow);
+        EXPECT_EQ(link.area.firstColumn, link.area.lastColumn);
+        links.insert({link.area.firstRow, link.area.firstColumn});
+    }
+    EXPECT_EQ(links, (std::set<std::pair<u16, u8>>{{0, 0}, {0, 1}, {0, 2}, {3, 0}, {3, 1}, {3, 2}}));
+    EXPECT_TRUE(AnyRuleTouches(sheet.validations, AreaOf("C3", "C3")));
+    for (const char* cell : {"B1", "B2", "B4", "C1", "C2", "C4", "D3"})
+        EXPECT_FALSE(AnyRuleTouches(sheet.validations, AreaOf(cell, cell))) << cell;
 }
 
 }  // namespace

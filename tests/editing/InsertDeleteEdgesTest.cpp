@@ -1,5 +1,6 @@
 #include "editing/InsertDeleteFixture.h"
 #include "editing/Undo.h"
+#include "model/RuleLists.h"
 
 namespace tally {
 namespace {
@@ -190,6 +191,44 @@ TEST_F(InsertAndDelete, WhatIsDeletedGoesWhereFewLinesComeUpFromBehind) {
             EXPECT_EQ(DumpBooks(), before);
         }
     }
+}
+
+TEST_F(InsertAndDelete, OneListOfRulesMayLieInWhatIsDeletedAlone) {
+    for (const bool validation : {true, false}) {
+        Sheet& sheet = *CurrentSheet();
+        FreeRules(sheet.validations);
+        FreeRules(sheet.conditionalFormats);
+        const RefArea kept = {2, 3, 0, 0}, all = {2, 30, 0, 0};
+        Rule({validation ? all : kept});
+        ConditionalFormat* format = sheet.conditionalFormats.AppendDefault();
+        ASSERT_TRUE(format && format->areas.Append(validation ? kept : all));
+        ASSERT_TRUE(DeleteRowsOrCellsUp(Rows(10, 65535)));
+        EXPECT_EQ(sheet.validations[0].areas[0], validation ? (RefArea{2, 9, 0, 0}) : kept);
+        EXPECT_EQ(sheet.conditionalFormats[0].areas[0], validation ? kept : (RefArea{2, 9, 0, 0}));
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(sheet.validations[0].areas[0], validation ? all : kept);
+        EXPECT_EQ(sheet.conditionalFormats[0].areas[0], validation ? kept : all);
+    }
+}
+
+// Two columns to the right of a rule's first cell: of the first part that is what moves, of the second nothing.
+TEST_F(InsertAndDelete, AColumnOfARuleIsSeenFromItsFirstCell) {
+    for (const u8 column : {u8{0}, u8{3}}) {
+        FreeRules(CurrentSheet()->validations);
+        ValidationRule& rule = Rule({{9, 9, column, static_cast<u8>(column + 1)}});
+        ASSERT_TRUE(MakeTokens(rule.formula1, 5, 0));
+        rule.formula1.bytes[0] = ptgRefN | 0x40;
+        WriteRefOperand(rule.formula1.bytes + 1, 4, 2, FIRST_COLUMN_RELATIVE);
+        ASSERT_TRUE(InsertColumnsOrCellsRight({4, 4, 2, 2}));
+        EXPECT_EQ(ReadU16(CurrentSheet()->validations[0].formula1.bytes + 1), 4);
+        // From column A that is C5, which goes to D5; from D it is F5, which goes to G5.
+        EXPECT_EQ(CurrentSheet()->validations[0].formula1.bytes[3], 3) << int{column};
+        ASSERT_TRUE(UndoLast());
+        ASSERT_TRUE(InsertColumnsOrCellsRight({4, 4, 4, 4}));
+        EXPECT_EQ(CurrentSheet()->validations[0].formula1.bytes[3], column ? 3 : 2) << int{column};
+        ASSERT_TRUE(UndoLast());
+    }
+    FreeRules(CurrentSheet()->validations);
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ TEST_F(FormatsBetweenBooks, EachFieldOfAFontMakesItAnother) {
     const u16 first = AddFont(base);
     EXPECT_EQ(PastedFont(first).height, 333);
     const u32 fonts = Target().fonts.Count();
-    PastedFont(first);
+    EXPECT_EQ(PastedFont(first).height, 333);
     EXPECT_EQ(Target().fonts.Count(), fonts);
     const struct {
         void (*change)(FontRecord&);
@@ -72,7 +72,7 @@ TEST_F(FormatsBetweenBooks, EachFieldOfAFontMakesItAnother) {
         const u16 source = AddFont(font);
         EXPECT_TRUE(row.changed(PastedFont(source))) << &row - rows;
         EXPECT_EQ(Target().fonts.Count(), ++count) << &row - rows;
-        PastedFont(source);
+        EXPECT_TRUE(row.changed(PastedFont(source))) << &row - rows;
         EXPECT_EQ(Target().fonts.Count(), count) << &row - rows;
     }
 }

@@ -7,10 +7,13 @@
 #include "editing/PasteFormats.h"
 #include "formula/Compiler.h"
 #include "formula/FormulaText.h"
+#include "formula/Links.h"
 #include "formula/Recalculation.h"
+#include "formula/TokenWalk.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "model/RuleLists.h"
+#include "model/Tokens.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "support/FailingAllocator.h"
 #include "support/RandomBook.h"
@@ -664,6 +667,64 @@ TEST_F(Paste, ACutBlockIsMovedByAPlainPasteInItsOwnSheetAlone) {
     EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.transpose = true; }), "=A1");
     EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.mode = PASTE_BUT_BORDERS; }), "=A1");
     EXPECT_EQ(formulaAfter([](PasteRequest& r) { r.area = AreaOf("A1", "A1"); }), "=A1");
+}
+
+TEST_F(Paste, AMergeComesWithItsFirstCellAsFarAsTheBlockGoes) {
+    Sheet& sheet = *CurrentSheet();
+    Enter("A1", "1");
+    ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("A1", "B3")));
+    const struct {
+        const char *first, *last;
+        const char *mergeFirst, *mergeLast;
+    } rows[] = {{"A1", "B3", "D1", "E3"},       {"A1", "B2", "D1", "E2"},       {"A1", "A3", "D1", "D3"},
+                {"A1", "A1", nullptr, nullptr}, {"A2", "B3", nullptr, nullptr}, {"B1", "B3", nullptr, nullptr}};
+    for (const auto& row : rows) {
+        sheet.mergedAreas.Truncate(1);
+        ASSERT_TRUE(Copy(row.first, row.last));
+        ASSERT_TRUE(PasteBlock(At("D1")));
+        ASSERT_EQ(sheet.mergedAreas.Count(), row.mergeFirst ? 2u : 1u) << row.first << row.last;
+        if (row.mergeFirst)
+            EXPECT_EQ(sheet.mergedAreas[1], AreaOf(row.mergeFirst, row.mergeLast)) << row.first << row.last;
+    }
+}
+
+// A formula of another book that stands where the block comes to stand here follows like all others.
+TEST_F(Paste, AFormulaOfAnotherBookFollowsWhereverItStands) {
+    Enter("B2", "5");
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    i32 row = 0;
+    ASSERT_TRUE(AddExternRef({1, 0, 0, 0}, row));
+    FormulaTokens tokens;
+    ASSERT_TRUE(MakeTokens(tokens, 7, 0));
+    tokens.bytes[0] = ptgRef3d | 0x40;
+    PutU16(tokens.bytes + 1, static_cast<u32>(row));
+    WriteRefOperand(tokens.bytes + 3, 1, 1, 0);
+    ASSERT_TRUE(InsertCell(*CurrentSheet(), 3, 3, 15, Value(), tokens));
+    EXPECT_EQ(Shown("D4"), "5");
+    Books().currentBook = 0;
+    ASSERT_TRUE(Cut("B2", "B2"));
+    ASSERT_TRUE(PasteBlock(At("D4")));
+    Books().currentBook = 1;
+    EXPECT_EQ(Shown("D4"), "5");
+    EXPECT_NE(FormulaOf("D4").find("$D$4"), std::string::npos) << FormulaOf("D4");
+}
+
+TEST_F(Paste, RulesOfASecondBookKeepTheirSheets) {
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    AddSheet();
+    CurrentWorkbook()->currentSheet = 0;
+    i32 row = 0;
+    ASSERT_TRUE(AddExternRef({1, 1, 1, 1}, row));
+    FormulaTokens& tokens = AddRule("A1", "A1", 1).formula1;
+    ASSERT_TRUE(MakeTokens(tokens, 7, 0));
+    tokens.bytes[0] = ptgRef3d | 0x40;
+    PutU16(tokens.bytes + 1, static_cast<u32>(row));
+    WriteRefOperand(tokens.bytes + 3, 1, 1, 0);
+    ASSERT_TRUE(Copy("A1", "A1"));
+    ASSERT_TRUE(PasteBlock(At("D4")));
+    // The same rule in a second place.
+    ASSERT_EQ(CurrentSheet()->validations.Count(), 1u);
+    EXPECT_EQ(CurrentSheet()->validations[0].areas.Count(), 2u);
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include "editing/PasteText.h"
 
+#include <vector>
+
 #include "editing/PasteFixture.h"
 #include "editing/Undo.h"
+#include "formula/Recalculation.h"
 #include "support/FailingAllocator.h"
 
 namespace tally {
@@ -131,6 +134,22 @@ TEST_F(Paste, RowsOfTextEndWithAReturnAndMayBeShort) {
     EXPECT_FALSE(PasteText(request, u"1"));
     ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_CHART, false, false));
     EXPECT_FALSE(PasteText(request, u"1"));
+}
+
+std::vector<i32> wantedRows;
+
+TEST_F(Paste, TheRowsThatWereWrittenWaitToBeFitted) {
+    const auto before = RecalculationView().rowHeightWanted;
+    RecalculationView().rowHeightWanted = [](i32, i32, i32 row) { wantedRows.push_back(row); };
+    ASSERT_TRUE(PasteText(At("H3"), u"1\r2\r3"));
+    EXPECT_EQ(wantedRows, (std::vector<i32>{2, 3, 4}));
+    RecalculationView().rowHeightWanted = before;
+}
+
+TEST_F(Paste, OnlyFormulasWithoutFixedInputsAreAlwaysCalculated) {
+    ASSERT_TRUE(PasteText(At("A1"), u"=B1\t5\t=RAND()"));
+    EXPECT_FALSE(CellAtName("A1")->formula->alwaysCalculate);
+    EXPECT_TRUE(CellAtName("C1")->formula->alwaysCalculate);
 }
 
 }  // namespace

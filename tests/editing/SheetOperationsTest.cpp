@@ -400,6 +400,7 @@ TEST_F(SheetOperations, ReferencesToADeletedSheetAreLostAndToOthersStay) {
     GoTo("a");
     EXPECT_EQ(Shown("A6"), "100");
     EXPECT_EQ(FormulaOf("A6"), "=d!A1");
+    EXPECT_EQ(FormulaOf("A7"), "=SUM(a:d!A1)");
 }
 
 TEST_F(SheetOperations, RulesThatReadADeletedSheetLoseItAndGetItBack) {
@@ -490,6 +491,32 @@ TEST_F(SheetOperations, WhatOtherBooksReadOfASheetFollowsItsDeletion) {
     ASSERT_TRUE(UndoLast());
     Books().currentBook = 1;
     EXPECT_EQ(Shown("A1"), "7");
+}
+
+TEST_F(SheetOperations, OneListOfRulesMayReadADeletedSheetAlone) {
+    for (const bool validation : {true, false}) {
+        ForgetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        MakeSheets("ab");
+        ValidationRule* rule = CurrentSheet()->validations.AppendDefault();
+        ConditionalFormat* format = CurrentSheet()->conditionalFormats.AppendDefault();
+        ASSERT_TRUE(rule && format && rule->areas.Append({0, 0, 0, 0}) && format->areas.Append({0, 0, 0, 0}));
+        ConditionalCondition* condition = format->conditions.AppendDefault();
+        i32 row = 0;
+        ASSERT_TRUE(condition && AddExternRef({0, 0, 1, 1}, row));
+        FormulaTokens& tokens = validation ? rule->formula1 : condition->formula2;
+        ASSERT_TRUE(MakeTokens(tokens, 7, 0));
+        std::fill_n(tokens.bytes, 7, u8{0});
+        tokens.bytes[0] = ptgRef3d | 0x20;
+        PutU16(tokens.bytes + 1, static_cast<u32>(row));
+        const std::string before = Told(0);
+        ASSERT_TRUE(DeleteSheet(1, 0));
+        const FormulaTokens& after = validation ? CurrentSheet()->validations[0].formula1
+                                                : CurrentSheet()->conditionalFormats[0].conditions[0].formula2;
+        EXPECT_EQ(after.bytes[0] & 31, ptgRefErr3d & 31);
+        ASSERT_TRUE(UndoLast());
+        EXPECT_EQ(Told(0), before);
+    }
 }
 
 }  // namespace

@@ -251,6 +251,22 @@ TEST_F(ShortMemory, AnOperationIsRefusedOrDoneWhole) {
              return PasteBlock(At(RefArea{5, 5, 1, 1}));
          },
          2},
+        {"copy", nullptr,
+         [] {
+             return CopyCells(0, 0, {1, 5, 0, 2});
+         },
+         0},
+        {"copy what is visible",
+         [] {
+             return SetRowInfo(CurrentSheet()->rows, {2, ROW_HIDDEN, 255});
+         },
+         [] {
+             CurrentSheet()->filterState = FILTER_ADVANCED;
+             const bool good = CopyCells(0, 0, {1, 5, 0, 2});
+             CurrentSheet()->filterState = 0;
+             return good;
+         },
+         0},
         {"cut", nullptr,
          [] {
              return CutCells(0, 0, RefArea{1, 5, 0, 2});

@@ -106,6 +106,10 @@ TEST_F(StoredEntries, NumbersAndFormulasBringTheirFormatWhereNoneWasChosen) {
     EXPECT_EQ(FormatOf("A1").numberFormat, 9);
     ASSERT_TRUE(Type("A3", "=TODAY()"));
     EXPECT_EQ(FormatOf("A3").numberFormat, 14);
+    for (const char* text : {"=1+1", "5", "word"}) {
+        ASSERT_TRUE(Type("A4", text));
+        EXPECT_EQ(FormatOf("A4").numberFormat, 0) << text;
+    }
     Give("B1", 14);
     ASSERT_TRUE(Type("B1", "8%"));
     EXPECT_EQ(FormatOf("B1").numberFormat, 14);
@@ -294,6 +298,19 @@ TEST_F(StoredEntries, WithoutAUserWhatIsNoFormulaStaysAText) {
     ASSERT_TRUE(MakeEntryCell(CurrentBook(), 0, u"5", cell));
     EXPECT_EQ(cell.value.type, VT_STRING);
     FreeValue(cell.value);
+}
+
+TEST_F(StoredEntries, AFillInAnotherBookKeepsItsSheets) {
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    CurrentWorkbook()->currentSheet = 0;
+    DefineName("near", "=Sheet1!$A$5");
+    i32 outcome = 0;
+    EntryTarget target = Over("B2", "B3");
+    target.isFill = true;
+    ASSERT_TRUE(StoreEntry(target, u"=Sheet2!A1+near", outcome));
+    EXPECT_EQ(FormulaOf("B2"), "=Sheet2!A1+near");
+    EXPECT_EQ(FormulaOf("B3"), "=Sheet2!A2+near");
 }
 
 }  // namespace

@@ -527,5 +527,16 @@ TEST_F(UndoList, TheListIsEnteredAmongTheCallsOfTheModel) {
     EXPECT_EQ(Calls().bookClosing, &DropUndoOfBook);
 }
 
+TEST_F(UndoList, AHiddenSheetShowsAgain) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    Sheet& sheet = *CurrentSheet();
+    ASSERT_TRUE(RecordUndo(0, 1, UNDO_HIDE_SHEET));
+    sheet.hidden = 1;
+    CurrentWorkbook()->currentSheet = 0;
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(sheet.hidden, 0);
+    EXPECT_EQ(CurrentWorkbook()->currentSheet, 1);
+}
+
 }  // namespace
 }  // namespace tally
