@@ -20,8 +20,9 @@ int main(int count, char** arguments) {
     using namespace tally;
     OpenDesktop(count, arguments);
     SetShellPlatform(&QtShellPlatform());
-    OpenFrame({SendAndQuitAfterPaint, TranslateShellAccelerator, EntryLineKeyDown, EntryLineChar,
-               EntryLineClick, MenuItems});
+    FrameCalls calls = ShellFrameCalls();
+    calls.sendMessage = SendAndQuitAfterPaint;
+    OpenFrame(calls);
     WideText path;
     if (count > 1) IgnoreFailure(WideFromUtf8(path, arguments[1]));
     StartShell(path);
