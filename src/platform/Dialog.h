@@ -84,8 +84,8 @@ struct DialogEvent {
     i32 control = 0;
     i32 value = 0;
     i32 x = 0, y = 0;
-    void* target = nullptr;  // for Drawing()
-    PixelRect paint = {};    // the place of the control on the target
+    DrawTarget* target = nullptr;
+    PixelRect paint = {};  // the place of the control on the target
 };
 
 // True goes on as usual, which is the answer to every kind that a procedure does not know.

@@ -87,9 +87,9 @@ struct ShellMessage {
     i32 scrollCode = 0;  // WM_HSCROLL, WM_VSCROLL
     i32 scrollPosition = 0;
     CommandSender sender = SENDER_MENU;
-    bool minimised = false;  // WM_SIZE
-    void* target = nullptr;  // WM_PAINT: for the drawing table
-    PixelRect paint;         // WM_PAINT: what must be painted
+    bool minimised = false;        // WM_SIZE
+    DrawTarget* target = nullptr;  // WM_PAINT: the frame's client area
+    PixelRect paint;               // WM_PAINT: what must be painted
 };
 
 // ---- menus -------------------------------------------------------------------------------------------
@@ -184,8 +184,8 @@ struct ShellPlatformTable {
     // What is shown beside the pointer when it rests on the frame; empty for nothing.
     void (*setToolTip)(WideView text);
     void (*setPointer)(PointerShape shape);
-    // What the drawing table draws with.
-    const DrawingTable* drawing;
+    // The fonts of the frame and of all that is drawn in pixels.
+    const FontTable* fonts;
 
     // ---- menus -------------------------------------------------------------------------------------
     // Shows a popup at a client position and waits: the chosen command, or 0.
@@ -240,7 +240,7 @@ struct ShellPlatformTable {
 const ShellPlatformTable& ShellPlatform();
 void SetShellPlatform(const ShellPlatformTable* table);
 bool HasShellPlatform();
-inline const DrawingTable& Drawing() { return *ShellPlatform().drawing; }
+inline const FontTable& Fonts() { return *ShellPlatform().fonts; }
 
 // ---- what the toolkit calls --------------------------------------------------------------------------
 

@@ -83,7 +83,7 @@ bool Procedure(Dialog& dialog, const DialogEvent& event) {
             return true;
         case DIALOG_PAINT:
             ++seen.paints;
-            Drawing().fillRect(event.target, event.paint, 0x0000FF);
+            FillRect(*event.target, event.paint, 0x0000FF);
             return true;
         case DIALOG_MOUSE:
             if (event.value == static_cast<i32>(WM_LBUTTONDOWN)) {

@@ -31,7 +31,7 @@ Heard heard;
 
 bool HearMessage(const ShellMessage& message) {
     heard.messages.push_back(message);
-    if (message.message == WM_PAINT) QtDrawing().fillRect(message.target, message.paint, 0x00FF00);
+    if (message.message == WM_PAINT) FillRect(*message.target, message.paint, 0x00FF00);
     if (message.message == WM_CLOSE && heard.quitOnClose) QtShellPlatform().quit();
     return true;
 }

@@ -20,7 +20,7 @@ class PaintingTest : public testing::Test {
     PaintingTest() : image(WIDTH, HEIGHT, QImage::Format_RGB32) {
         image.fill(Qt::white);
         painter.begin(&image);
-        target = MakePaintTarget(painter, {0, 0, WIDTH, HEIGHT});
+        target = MakePaintTarget(surface, painter, {0, 0, WIDTH, HEIGHT});
     }
     ~PaintingTest() override { painter.end(); }
 
@@ -55,13 +55,14 @@ class PaintingTest : public testing::Test {
         return row;
     }
     void Line(i32 x1, i32 y1, i32 x2, i32 y2, PenStyle style = PEN_SOLID) {
-        draw.line(&target, x1, y1, x2, y2, BLACK, style);
+        DrawLine(target, x1, y1, x2, y2, {BLACK, style});
     }
 
-    const DrawingTable& draw = QtDrawing();
+    const FontTable& fonts = QtFontTable();
     QImage image;
     QPainter painter;
-    PaintTarget target;
+    QtSurface surface;
+    DrawTarget target;
 };
 
 void ExpectRect(const PixelRect& rect, const PixelRect& wanted) {
@@ -86,7 +87,7 @@ TEST_F(PaintingTest, LineHasItsFirstPixelAndNotItsLast) {
         {5, 7, 5, 7, {WIDTH, HEIGHT, 0, 0}, 0},
     };
     for (const auto& row : rows) {
-        draw.fillRect(&target, {0, 0, WIDTH, HEIGHT}, WHITE);
+        FillRect(target, {0, 0, WIDTH, HEIGHT}, WHITE);
         Line(row.x1, row.y1, row.x2, row.y2);
         ExpectRect(Ink(), row.ink);
         EXPECT_EQ(InkCount(), row.count);
@@ -111,14 +112,14 @@ TEST_F(PaintingTest, DashesCountPixelsFromTheStartOfTheLine) {
         {PEN_DASH_DOT_DOT, "#########...###...###...########"},
     };
     for (const auto& row : rows) {
-        draw.fillRect(&target, {0, 0, WIDTH, HEIGHT}, WHITE);
+        FillRect(target, {0, 0, WIDTH, HEIGHT}, WHITE);
         Line(4, 3, 36, 3, row.style);
         EXPECT_EQ(Row(3, 4, 36), row.row);
     }
 }
 
 TEST_F(PaintingTest, ClipDoesNotMoveTheDashes) {
-    draw.setClip(&target, {10, 0, 30, HEIGHT});
+    target.clip = {10, 0, 30, HEIGHT};
     Line(4, 3, 36, 3, PEN_DOT);
     EXPECT_EQ(Row(3, 4, 36), "......###...###...###...##......");
 }
@@ -132,78 +133,79 @@ TEST_F(PaintingTest, LineThatEndsFarOutsideDrawsWhatIsInside) {
 }
 
 TEST_F(PaintingTest, FillCoversItsRectangleExactly) {
-    draw.fillRect(&target, {3, 4, 13, 9}, RED);
+    FillRect(target, {3, 4, 13, 9}, RED);
     ExpectRect(Ink(), {3, 4, 13, 9});
     EXPECT_EQ(InkCount(), 50);
     EXPECT_EQ(At(3, 4), RED);
     EXPECT_EQ(qRed(image.pixel(3, 4)), 255);
-    draw.fillRect(&target, {20, 4, 20, 9}, RED);
-    draw.fillRect(&target, {25, 9, 20, 4}, RED);
+    FillRect(target, {20, 4, 20, 9}, RED);
+    FillRect(target, {25, 9, 20, 4}, RED);
     EXPECT_EQ(InkCount(), 50);
 }
 
 TEST_F(PaintingTest, InvertGivesTheComplementAndTwiceRestores) {
-    draw.fillRect(&target, {0, 0, 10, 10}, 0x123456);
+    FillRect(target, {0, 0, 10, 10}, 0x123456);
     const QImage before = image.copy();
-    draw.invertRect(&target, {5, 5, 15, 15});
+    InvertRect(target, {5, 5, 15, 15});
     EXPECT_EQ(At(5, 5), 0xEDCBA9u);
     EXPECT_EQ(At(14, 14), BLACK);
     EXPECT_EQ(At(4, 5), 0x123456u);
     EXPECT_EQ(At(15, 14), WHITE);
-    draw.invertRect(&target, {5, 5, 15, 15});
+    InvertRect(target, {5, 5, 15, 15});
     EXPECT_EQ(image, before);
 }
 
 TEST_F(PaintingTest, PatternsHaveTheirShareOfPixels) {
     constexpr i32 share[17] = {32, 48, 16, 32, 32, 32, 32, 32, 48, 16, 16, 16, 16, 28, 24, 8, 4};
     for (u8 pattern = 2; pattern <= 18; ++pattern) {
-        draw.fillRect(&target, {0, 0, WIDTH, HEIGHT}, WHITE);
-        draw.patternRect(&target, {3, 5, 11, 13}, pattern, BLACK, WHITE);
+        FillRect(target, {0, 0, WIDTH, HEIGHT}, WHITE);
+        FillRect(target, {3, 5, 11, 13}, {.colour = BLACK, .pattern = pattern, .backColour = WHITE});
         EXPECT_EQ(InkCount(), share[pattern - 2]) << int{pattern};
     }
 }
 
 TEST_F(PaintingTest, PatternsOfNeighboursMeetWithoutASeam) {
-    draw.patternRect(&target, {0, 0, 24, 16}, 7, RED, BLACK);
+    FillRect(target, {0, 0, 24, 16}, {.colour = RED, .pattern = 7, .backColour = BLACK});
     const QImage whole = image.copy();
-    draw.fillRect(&target, {0, 0, WIDTH, HEIGHT}, WHITE);
-    draw.patternRect(&target, {0, 0, 11, 16}, 7, RED, BLACK);
-    draw.patternRect(&target, {11, 0, 24, 16}, 7, RED, BLACK);
+    FillRect(target, {0, 0, WIDTH, HEIGHT}, WHITE);
+    FillRect(target, {0, 0, 11, 16}, {.colour = RED, .pattern = 7, .backColour = BLACK});
+    FillRect(target, {11, 0, 24, 16}, {.colour = RED, .pattern = 7, .backColour = BLACK});
     EXPECT_EQ(image, whole);
 }
 
 TEST_F(PaintingTest, NothingIsDrawnOutsideTheClip) {
     const PixelRect clip = {10, 10, 14, 13}, all = {0, 0, WIDTH, HEIGHT};
-    draw.setClip(&target, clip);
-    draw.text(&target, 0, 4, all, 0, BLACK, u"WWWWWW");
-    draw.fillRect(&target, all, RED);
+    const PixelRect former = PushClip(target, clip);
+    DrawClippedText(target, 0, 4, all, 0, BLACK, u"WWWWWW");
+    FillRect(target, all, RED);
     ExpectRect(Ink(), clip);
-    draw.invertRect(&target, all);
+    InvertRect(target, all);
     ExpectRect(Ink(), clip);
-    draw.patternRect(&target, all, 1, BLACK, WHITE);
+    FillRect(target, all, {.colour = BLACK, .pattern = 1, .backColour = WHITE});
     Line(0, 0, WIDTH, HEIGHT);
     Line(0, 11, WIDTH, 11);
-    draw.text(&target, 0, 4, all, 0, BLACK, u"WWWWWW");
+    DrawClippedText(target, 0, 4, all, 0, BLACK, u"WWWWWW");
     ExpectRect(Ink(), clip);
     // A new clip takes the place of the old one.
-    draw.setClip(&target, {-5, -5, 2, 2});
-    draw.fillRect(&target, all, RED);
+    PopClip(target, former);
+    IgnoreFailure(PushClip(target, {-5, -5, 2, 2}));
+    FillRect(target, all, RED);
     EXPECT_EQ(At(1, 1), RED);
     EXPECT_EQ(At(2, 2), WHITE);
 }
 
 TEST_F(PaintingTest, TheClipCannotLeaveWhatMustBePainted) {
-    target = MakePaintTarget(painter, {5, 5, 9, 9});
-    draw.setClip(&target, {0, 0, WIDTH, HEIGHT});
-    draw.fillRect(&target, {0, 0, WIDTH, HEIGHT}, RED);
+    target = MakePaintTarget(surface, painter, {5, 5, 9, 9});
+    target.clip = {0, 0, WIDTH, HEIGHT};
+    FillRect(target, {0, 0, WIDTH, HEIGHT}, RED);
     ExpectRect(Ink(), {5, 5, 9, 9});
 }
 
 TEST_F(PaintingTest, TextStaysInItsBox) {
     i32 width = 0, height = 0;
-    draw.textExtent(0, u"Hello", width, height);
+    fonts.textExtent(0, u"Hello", width, height);
     ASSERT_LT(width, WIDTH - 8);
-    draw.text(&target, 4, 6, {0, 0, WIDTH, HEIGHT}, 0, BLACK, u"Hello");
+    DrawClippedText(target, 4, 6, {0, 0, WIDTH, HEIGHT}, 0, BLACK, u"Hello");
     const PixelRect ink = Ink();
     EXPECT_GT(InkCount(), 20);
     EXPECT_GE(ink.left, 4);
@@ -217,13 +219,13 @@ TEST_F(PaintingTest, TextStaysInItsBox) {
 
 TEST_F(PaintingTest, TextIsCutAtItsOwnClip) {
     const PixelRect clip = {6, 0, 13, HEIGHT};
-    draw.text(&target, 0, 6, clip, 0, BLACK, u"MMMMMM");
+    DrawClippedText(target, 0, 6, clip, 0, BLACK, u"MMMMMM");
     const PixelRect ink = Ink();
     EXPECT_GT(InkCount(), 10);
     EXPECT_GE(ink.left, 6);
     EXPECT_LE(ink.right, 13);
     // The next fill is not cut by it.
-    draw.fillRect(&target, {30, 1, 32, 3}, RED);
+    FillRect(target, {30, 1, 32, 3}, RED);
     EXPECT_EQ(At(31, 2), RED);
 }
 
@@ -231,8 +233,8 @@ TEST_F(PaintingTest, RotatedTextTurnsAboutTheCornerOfItsBox) {
     FontRequest request;
     request.faceName = u"Arial";
     request.escapement = 900;
-    const FontHandle upright = draw.findFont(request);
-    draw.text(&target, 10, 30, {0, 0, WIDTH, HEIGHT}, upright, BLACK, u"il");
+    const FontHandle upright = fonts.findFont(request);
+    DrawClippedText(target, 10, 30, {0, 0, WIDTH, HEIGHT}, upright, BLACK, u"il");
     const PixelRect ink = Ink();
     EXPECT_GT(InkCount(), 3);
     EXPECT_GE(ink.left, 10);
@@ -242,16 +244,16 @@ TEST_F(PaintingTest, RotatedTextTurnsAboutTheCornerOfItsBox) {
 
 TEST_F(PaintingTest, TextIsAsWideAsItsCharacters) {
     i32 whole = 0, part = 0, sum = 0, height = 0;
-    draw.textExtent(0, u"0123456789", whole, height);
-    draw.textExtent(0, u"0", part, height);
+    fonts.textExtent(0, u"0123456789", whole, height);
+    fonts.textExtent(0, u"0", part, height);
     EXPECT_EQ(whole, 10 * part);
-    draw.textExtent(0, u"AVToWa", whole, height);
+    fonts.textExtent(0, u"AVToWa", whole, height);
     for (char16_t c : std::u16string_view(u"AVToWa")) {
-        draw.textExtent(0, WideView(&c, 1), part, height);
+        fonts.textExtent(0, WideView(&c, 1), part, height);
         sum += part;
     }
     EXPECT_EQ(whole, sum);
-    draw.textExtent(0, u"", whole, height);
+    fonts.textExtent(0, u"", whole, height);
     EXPECT_EQ(whole, 0);
     EXPECT_GT(height, 0);
 }
@@ -260,22 +262,22 @@ TEST_F(PaintingTest, EqualFontRequestsGiveOneHandle) {
     FontRequest request;
     request.faceName = u"Arial";
     request.pixelHeight = 20;
-    const FontHandle plain = draw.findFont(request);
+    const FontHandle plain = fonts.findFont(request);
     EXPECT_GT(plain, 0);
     std::u16string copy = u"Arial";
     request.faceName = copy;
-    EXPECT_EQ(draw.findFont(request), plain);
+    EXPECT_EQ(fonts.findFont(request), plain);
     request.weight = 700;
-    const FontHandle bold = draw.findFont(request);
+    const FontHandle bold = fonts.findFont(request);
     EXPECT_NE(bold, plain);
     i32 plainWidth = 0, boldWidth = 0, height = 0;
-    draw.textExtent(plain, u"small", plainWidth, height);
-    draw.textExtent(bold, u"small", boldWidth, height);
+    fonts.textExtent(plain, u"small", plainWidth, height);
+    fonts.textExtent(bold, u"small", boldWidth, height);
     EXPECT_GT(boldWidth, plainWidth);
     // Who draws with a handle that was never given out draws with the font of the frame.
     i32 frameHeight = 0, otherHeight = 0;
-    draw.textExtent(0, u"x", plainWidth, frameHeight);
-    draw.textExtent(99999, u"x", plainWidth, otherHeight);
+    fonts.textExtent(0, u"x", plainWidth, frameHeight);
+    fonts.textExtent(99999, u"x", plainWidth, otherHeight);
     EXPECT_EQ(otherHeight, frameHeight);
 }
 

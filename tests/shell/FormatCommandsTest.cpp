@@ -40,7 +40,7 @@ TEST_F(FormatCommandsTest, TheActiveCellDecidesTheNewState) {
     EXPECT_EQ(FontOf("B1").underline, 1);
     EXPECT_EQ(Shown("A1"), "x");
     PaintHeadless();
-    EXPECT_TRUE(HeadlessFrame().fonts[static_cast<u32>(FindDrawn("x")->font) - 1].italic);
+    EXPECT_TRUE(HeadlessFontList()[static_cast<u32>(FindDrawn("x")->font) - 1].italic);
 }
 
 TEST_F(FormatCommandsTest, AnAlignmentThatTheActiveCellHasGoesBackToGeneral) {

@@ -107,7 +107,7 @@ TEST_F(FrameStripsTest, HeadersOfAScaledSheetAreScaled) {
     const DrawRecord* letter = FindDrawn("A");
     ASSERT_NE(letter, nullptr);
     ASSERT_GT(letter->font, 0);
-    const HeadlessFont& font = HeadlessFrame().fonts[static_cast<u32>(letter->font) - 1];
+    const HeadlessFont& font = HeadlessFontList()[static_cast<u32>(letter->font) - 1];
     EXPECT_EQ(font.pixelHeight, 26);
     EXPECT_EQ(Narrow(WideView(font.faceName)), "Arial");
 }

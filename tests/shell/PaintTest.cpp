@@ -75,8 +75,8 @@ TEST_F(PaintTest, AConditionThatHoldsGivesFillFontAndColour) {
     ASSERT_TRUE(plain && marked);
     EXPECT_EQ(plain->colour, 0u);
     EXPECT_EQ(marked->colour, 0xFF0000u);
-    EXPECT_EQ(HeadlessFrame().fonts[static_cast<u32>(marked->font) - 1].weight, 700);
-    EXPECT_EQ(HeadlessFrame().fonts[static_cast<u32>(plain->font) - 1].weight, 400);
+    EXPECT_EQ(HeadlessFontList()[static_cast<u32>(marked->font) - 1].weight, 700);
+    EXPECT_EQ(HeadlessFontList()[static_cast<u32>(plain->font) - 1].weight, 400);
     Enter("B3", "1");
     PaintHeadless();
     EXPECT_FALSE(Filled(Cell(2, 1), 0x0000FF));
@@ -227,12 +227,8 @@ TEST_F(PaintTest, TheWorkOfAPaintFollowsItsRectangle) {
                                    NumberValue(row * 100 + column), FormulaTokens()));
     PaintHeadless();
     const u32 whole = HeadlessFrame().drawing.Count();
-    HeadlessFrame().drawing.Truncate(0);
-    ShellMessage paint;
-    paint.message = WM_PAINT;
     const PixelRect cell = Cell(5, 5);
-    paint.paint = {cell.left + 4, cell.top + 4, cell.left + 5, Shell().layout.grid.bottom};
-    EXPECT_TRUE(FrameCallsInUse().sendMessage(paint));
+    PaintHeadlessPart({cell.left + 4, cell.top + 4, cell.left + 5, Shell().layout.grid.bottom});
     EXPECT_LT(HeadlessFrame().drawing.Count(), whole / 3);
 }
 

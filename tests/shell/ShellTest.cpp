@@ -369,11 +369,7 @@ TEST_F(ShellTest, AGeneralNumberGivesUpDecimalsBeforeItGivesWay) {
         column.width = static_cast<u16>(row.characters * 256);
         ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, column));
         RefreshChrome();
-        HeadlessFrame().drawing.Truncate(0);
-        ShellMessage paint;
-        paint.message = WM_PAINT;
-        paint.paint = AreaPixels({1, 1, 1, 1});
-        EXPECT_TRUE(FrameCallsInUse().sendMessage(paint));
+        PaintHeadlessPart(AreaPixels({1, 1, 1, 1}));
         EXPECT_GE(CountDrawn(row.shown), 1) << row.entry << " in " << row.characters;
     }
 }
@@ -469,11 +465,7 @@ TEST_F(ShellTest, APaintOfOneCellTouchesOnlyThatCell) {
     PressKey(VK_DOWN);
     PaintHeadless(false);
     EXPECT_LT(HeadlessFrame().drawing.Count(), whole);
-    HeadlessFrame().drawing.Truncate(0);
-    ShellMessage paint;
-    paint.message = WM_PAINT;
-    paint.paint = AreaPixels({4, 4, 4, 4});
-    EXPECT_TRUE(FrameCallsInUse().sendMessage(paint));
+    PaintHeadlessPart(AreaPixels({4, 4, 4, 4}));
     EXPECT_LT(HeadlessFrame().drawing.Count(), whole / 5);
 }
 

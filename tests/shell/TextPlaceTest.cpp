@@ -306,7 +306,7 @@ TEST_F(TextPlaceTest, TheFontOfACellIsThatOfItsFormatAtTheScaleOfTheSheet) {
         PaintHeadless();
         const DrawRecord* drawn = FindDrawn("look");
         ASSERT_NE(drawn, nullptr);
-        const HeadlessFont& used = HeadlessFrame().fonts[static_cast<u32>(drawn->font) - 1];
+        const HeadlessFont& used = HeadlessFontList()[static_cast<u32>(drawn->font) - 1];
         EXPECT_EQ(Narrow(WideView(used.faceName)), "Times");
         EXPECT_EQ(used.pixelHeight, 20);
         EXPECT_EQ(used.weight, 700);
@@ -317,7 +317,7 @@ TEST_F(TextPlaceTest, TheFontOfACellIsThatOfItsFormatAtTheScaleOfTheSheet) {
     CurrentSheet()->zoomPercent = 200;
     RefreshChrome();
     PaintHeadless();
-    EXPECT_EQ(HeadlessFrame().fonts[static_cast<u32>(FindDrawn("look")->font) - 1].pixelHeight, 40);
+    EXPECT_EQ(HeadlessFontList()[static_cast<u32>(FindDrawn("look")->font) - 1].pixelHeight, 40);
 }
 
 TEST_F(TextPlaceTest, AColourOfTheNumberFormatComesBeforeThatOfTheFont) {

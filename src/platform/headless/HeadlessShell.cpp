@@ -11,70 +11,6 @@ namespace {
 
 HeadlessShellState frame;
 
-// ---- drawing: a character is half as wide as the font is high, a wide one as wide --------------------------
-
-FontHandle FindFont(const FontRequest& request) {
-    HeadlessFont font;
-    const std::size_t length = std::min<std::size_t>(request.faceName.size(), 31);
-    std::copy_n(request.faceName.data(), length, font.faceName);
-    font.pixelHeight = request.pixelHeight;
-    font.weight = request.weight;
-    font.italic = request.italic;
-    font.underline = request.underline;
-    font.strikeout = request.strikeout;
-    font.escapement = request.escapement;
-    for (u32 i = 0; i < frame.fonts.Count(); ++i) {
-        const HeadlessFont& known = frame.fonts[i];
-        if (WideView(known.faceName) == WideView(font.faceName) && known.pixelHeight == font.pixelHeight &&
-            known.weight == font.weight && known.italic == font.italic && known.underline == font.underline &&
-            known.strikeout == font.strikeout && known.escapement == font.escapement)
-            return static_cast<FontHandle>(i + 1);
-    }
-    return frame.fonts.Append(font) ? static_cast<FontHandle>(frame.fonts.Count()) : 0;
-}
-
-void TextExtent(FontHandle font, WideView text, i32& width, i32& height) {
-    const u32 row = static_cast<u32>(font) - 1;
-    const i32 size = font > 0 && row < frame.fonts.Count() ? frame.fonts[row].pixelHeight : 13;
-    width = 0;
-    for (const char16_t c : text) width += c >= 0x2E80 ? size : (size + 1) / 2;
-    height = size + 3;
-}
-
-void Record(DrawKind kind, const PixelRect& rect, u32 colour, FontHandle font = 0, WideView text = {}) {
-    DrawRecord* record = frame.drawing.AppendDefault();
-    if (!record) return;
-    record->kind = kind;
-    record->rect = rect;
-    record->clip = frame.clip;
-    record->colour = colour;
-    record->font = font;
-    IgnoreFailure(record->text.Assign(text));
-}
-
-void SetClip(void*, const PixelRect& clip) { frame.clip = clip; }
-void FillRect(void*, const PixelRect& rect, u32 colour) { Record(DRAW_FILL, rect, colour); }
-void PatternRect(void*, const PixelRect& rect, u8 pattern, u32 colour, u32 backColour) {
-    Record(DRAW_PATTERN, rect, colour);
-    if (frame.drawing.IsEmpty()) return;
-    frame.drawing.Last().style = pattern;
-    frame.drawing.Last().backColour = backColour;
-}
-void Line(void*, i32 x1, i32 y1, i32 x2, i32 y2, u32 colour, PenStyle style) {
-    Record(DRAW_LINE, {x1, y1, x2, y2}, colour);
-    if (!frame.drawing.IsEmpty()) frame.drawing.Last().style = style;
-}
-void InvertRect(void*, const PixelRect& rect) { Record(DRAW_INVERT, rect, 0); }
-void DrawText(void*, i32 x, i32 y, const PixelRect& clip, FontHandle font, u32 colour, WideView text) {
-    i32 width = 0, height = 0;
-    TextExtent(font, text, width, height);
-    Record(DRAW_TEXT, {x, y, x + width, y + height}, colour, font, text);
-    if (!frame.drawing.IsEmpty()) frame.drawing.Last().clip = IntersectRects(clip, frame.clip);
-}
-
-constexpr DrawingTable drawingTable = {FindFont,    TextExtent, SetClip,    FillRect,
-                                       PatternRect, Line,       InvertRect, DrawText};
-
 // ---- the frame ------------------------------------------------------------------------------------------
 
 void SetTitle(WideView title) { IgnoreFailure(frame.title.Assign(title)); }
@@ -216,7 +152,7 @@ bool OpenExternally(WideView path) {
     return frame.opensExternally;
 }
 
-constexpr ShellPlatformTable shellTable = {
+const ShellPlatformTable shellTable = {
     SetTitle,
     ClientSize,
     Invalidate,
@@ -228,7 +164,7 @@ constexpr ShellPlatformTable shellTable = {
     FocusFrame,
     SetToolTip,
     SetPointer,
-    &drawingTable,
+    &HeadlessFonts(),
     TrackPopup,
     PlaceEntryLine,
     EntryText,
@@ -264,6 +200,16 @@ ShellMessage MouseMessage(u32 number, i32 x, i32 y, u32 modifiers = 0) {
     return message;
 }
 
+void SendPaint(const PixelRect& rect) {
+    DrawTarget target = MakeRecordTarget(frame.drawing, frame.width, frame.height);
+    target.clip = rect;
+    ShellMessage message;
+    message.message = WM_PAINT;
+    message.target = &target;
+    message.paint = rect;
+    IgnoreFailure(FrameCallsInUse().sendMessage(message));
+}
+
 // What the edit control does with a key that nobody swallowed.
 void EditKey(u32 key) {
     const i32 start = frame.entryStart;
@@ -296,6 +242,7 @@ void ResetHeadlessShell() {
     frame = HeadlessShellState();
     ResetHeadlessForms();
     ResetHeadlessDialogs();
+    ResetHeadlessDrawing();
 }
 
 void PressKey(u32 key, u32 modifiers) {
@@ -369,12 +316,12 @@ void PaintHeadless(bool all) {
         rects.Truncate(0);
         IgnoreFailure(rects.Append({0, 0, frame.width, frame.height}));
     }
-    for (const PixelRect& rect : rects) {
-        ShellMessage message;
-        message.message = WM_PAINT;
-        message.paint = frame.clip = rect;
-        IgnoreFailure(FrameCallsInUse().sendMessage(message));
-    }
+    for (const PixelRect& rect : rects) SendPaint(rect);
+}
+
+void PaintHeadlessPart(const PixelRect& rect) {
+    frame.drawing.Truncate(0);
+    SendPaint(rect);
 }
 
 }  // namespace tally

@@ -3,30 +3,9 @@
 // with fixed metrics, scripted dialogs. What a user does comes in through the helpers below.
 
 #include "platform/ShellPlatform.h"
+#include "platform/headless/HeadlessDrawing.h"
 
 namespace tally {
-
-enum DrawKind : u8 { DRAW_FILL, DRAW_PATTERN, DRAW_LINE, DRAW_INVERT, DRAW_TEXT };
-
-// One drawing operation, as it reached the target.
-struct DrawRecord {
-    DrawKind kind = DRAW_FILL;
-    PixelRect rect;  // of a line its ends, of a text its box
-    PixelRect clip;
-    u32 colour = 0;
-    u32 backColour = 0;  // of a pattern
-    u8 style = 0;        // PenStyle of a line; the number of a pattern
-    FontHandle font = 0;
-    WideText text;
-};
-
-struct HeadlessFont {
-    char16_t faceName[32] = {};
-    i32 pixelHeight = 13;
-    u16 weight = 400;
-    bool italic = false, underline = false, strikeout = false;
-    i32 escapement = 0;
-};
 
 struct SettingRow {
     WideText section, key, value;
@@ -56,9 +35,7 @@ struct HeadlessShellState {
     i32 popupAnswer = 0;  // command that the next popup gives
     Array<WideText> popupTexts;
     i32 popupX = 0, popupY = 0;
-    i32 popupChecked = -1;  // the first item with a check mark
-    Array<HeadlessFont> fonts;
-    PixelRect clip;
+    i32 popupChecked = -1;      // the first item with a check mark
     Array<DrawRecord> drawing;  // of the last paint
     WideText clipboard;
     Array<u8> narrowClipboard;
@@ -84,6 +61,8 @@ void PickCommand(i32 command);
 void CloseFrame();
 // Paints what was invalidated, or all.
 void PaintHeadless(bool all = true);
+// Paints one rectangle; what was invalidated stays so.
+void PaintHeadlessPart(const PixelRect& rect);
 // Another program copies a text; a null one something that is no text.
 void CopyElsewhere(const WideView* text);
 

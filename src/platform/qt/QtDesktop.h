@@ -8,7 +8,7 @@ namespace tally {
 
 const PlatformTable& QtPlatform();
 const ShellPlatformTable& QtShellPlatform();
-const DrawingTable& QtDrawing();
+const FontTable& QtFontTable();
 
 // Starts the toolkit and puts QtPlatform() in force. `count` and `arguments` must outlive CloseDesktop; the
 // toolkit takes its own options out of them.

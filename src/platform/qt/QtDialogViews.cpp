@@ -119,7 +119,8 @@ bool FocusTap::eventFilter(QObject* watched, QEvent* event) {
 void PaintedControl::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     const PixelRect whole = {0, 0, width(), height()};
-    PaintTarget target = MakePaintTarget(painter, whole);
+    QtSurface surface;
+    DrawTarget target = MakePaintTarget(surface, painter, whole);
     IgnoreFailure(SendDialogEvent(view_.dialog,
                                   {.kind = DIALOG_PAINT, .control = id_, .target = &target, .paint = whole}));
 }

@@ -68,12 +68,13 @@ void SendSize(bool minimised) {
 
 // The widget is inside its paint event here, so it may be painted on.
 void SendPaint(QPainter& painter, const QRect& rect) {
-    PaintTarget target =
-        MakePaintTarget(painter, {rect.left(), rect.top(), rect.right() + 1, rect.bottom() + 1});
+    QtSurface surface;
+    DrawTarget target =
+        MakePaintTarget(surface, painter, {rect.left(), rect.top(), rect.right() + 1, rect.bottom() + 1});
     ShellMessage message;
     message.message = WM_PAINT;
     message.target = &target;
-    message.paint = target.whole;
+    message.paint = target.clip;
     Send(message);
 }
 

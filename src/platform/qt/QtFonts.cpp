@@ -2,12 +2,15 @@
 
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
 #include <QScreen>
 #include <algorithm>
 #include <optional>
 
 #include "base/Array.h"
 #include "base/Number.h"
+#include "platform/qt/QtDesktop.h"
 #include "platform/qt/QtText.h"
 
 namespace tally {
@@ -119,6 +122,53 @@ void QtTextExtent(FontHandle font, WideView text, i32& width, i32& height) {
     height = metrics.height();
 }
 
+void PaintFontText(QPainter& painter, const LoadedFont& font, i32 x, i32 y, WideView text) {
+    if (font.request.escapement == 0) {
+        painter.drawText(QPoint(x, y + font.metrics.ascent()), BorrowQString(text));
+        return;
+    }
+    const QTransform straight = painter.transform();
+    painter.translate(x, y);
+    painter.rotate(-font.request.escapement / 10.0);
+    painter.drawText(QPoint(0, font.metrics.ascent()), BorrowQString(text));
+    painter.setTransform(straight);
+}
+
+bool QtTextMask(FontHandle font, WideView text, const PixelRect& wanted, TextMask& mask) {
+    const LoadedFont& loaded = FontOf(font);
+    // Letters may reach beyond the box of their text, but not by more than their own height.
+    const int width = loaded.metrics.horizontalAdvance(BorrowQString(text)), height = loaded.metrics.height();
+    QTransform turn;
+    turn.rotate(-loaded.request.escapement / 10.0);
+    const QRect around = turn.mapRect(QRect(-height, -height, width + 2 * height, 3 * height));
+    const QRect place =
+        around & QRect(QPoint(wanted.left, wanted.top), QPoint(wanted.right - 1, wanted.bottom - 1));
+    mask.coverage.Truncate(0);
+    mask.left = place.left();
+    mask.top = place.top();
+    mask.width = mask.height = 0;
+    if (place.isEmpty()) return true;
+    // The depth of the window: letters are laid out on it as they are there.
+    QImage image(place.size(), QImage::Format_RGB32);
+    if (image.isNull()) return false;
+    image.fill(Qt::black);
+    QPainter painter(&image);
+    painter.setFont(loaded.font);
+    painter.setPen(Qt::white);
+    PaintFontText(painter, loaded, -mask.left, -mask.top, text);
+    painter.end();
+    mask.width = place.width();
+    mask.height = place.height();
+    u8* out =
+        mask.coverage.AppendRaw(static_cast<std::size_t>(mask.width) * static_cast<std::size_t>(mask.height));
+    if (!out) return false;
+    for (int row = 0; row < mask.height; ++row) {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(row));
+        for (int column = 0; column < mask.width; ++column) *out++ = static_cast<u8>(qGreen(line[column]));
+    }
+    return true;
+}
+
 void QtScreenMetrics(ScreenMetrics& out) {
     const LoadedFont& frame = FontOf(0);
     out.fontHeight = frame.metrics.height();
@@ -143,5 +193,10 @@ bool QtFindFontFace(WideView faceName, u8& family, u8& charSet) {
     charSet = CharSetOf(QFontDatabase::writingSystems(name));
     return true;
 }
+
+namespace {
+constexpr FontTable fontTable = {QtFindFont, QtTextExtent, QtTextMask};
+}  // namespace
+const FontTable& QtFontTable() { return fontTable; }
 
 }  // namespace tally

@@ -3,6 +3,7 @@
 
 #include <QFont>
 #include <QFontMetrics>
+#include <QPainter>
 
 #include "base/Platform.h"
 #include "platform/Drawing.h"
@@ -19,10 +20,14 @@ struct LoadedFont {
 // The font of a handle; that of the frame for 0 and for what was never given out.
 const LoadedFont& FontOf(FontHandle handle);
 void ResetFonts();
+// A text with the top left corner of its box at (x, y), about which a turned one turns; the painter has the
+// font.
+void PaintFontText(QPainter& painter, const LoadedFont& font, i32 x, i32 y, WideView text);
 
 // Rows of the tables of the same names.
 FontHandle QtFindFont(const FontRequest& request);
 void QtTextExtent(FontHandle font, WideView text, i32& width, i32& height);
+bool QtTextMask(FontHandle font, WideView text, const PixelRect& wanted, TextMask& mask);
 void QtScreenMetrics(ScreenMetrics& out);
 bool QtFindFontFace(WideView faceName, u8& family, u8& charSet);
 

@@ -23,7 +23,7 @@ struct Units {
 
 Units MeasureUnits() {
     Units units;
-    Drawing().textExtent(0, u"0", units.digit, units.line);
+    Fonts().textExtent(0, u"0", units.digit, units.line);
     units.digit = std::max(1, units.digit);
     units.line = std::max(1, units.line);
     units.margin = std::max(4, units.line * 2 / 3);
@@ -49,7 +49,7 @@ Extent TextSize(WideView text, const Units& units) {
             if (text[i] != u'&' || (i + 1 < end && text[i + 1] == u'&' && ++i))
                 if (!line.Append(text[i])) break;
         i32 width = 0, height = 0;
-        Drawing().textExtent(0, line, width, height);
+        Fonts().textExtent(0, line, width, height);
         size.width = std::max(size.width, width);
         size.height += units.line;
         start = end + 1;

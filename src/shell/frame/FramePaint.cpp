@@ -20,17 +20,17 @@ constexpr u32 EDGE = 0x808080;
 constexpr u32 BLACK = 0;
 constexpr u32 WHITE = 0xFFFFFF;
 
-void Centred(void* target, const PixelRect& rect, WideView text, FontHandle font = 0) {
+void Centred(DrawTarget& target, const PixelRect& rect, WideView text, FontHandle font = 0) {
     i32 width = 0, height = 0;
-    Drawing().textExtent(font, text, width, height);
-    Drawing().text(target, rect.left + (rect.right - rect.left - width) / 2,
-                   rect.top + (rect.bottom - rect.top - height) / 2, rect, font, BLACK, text);
+    Fonts().textExtent(font, text, width, height);
+    DrawClippedText(target, rect.left + (rect.right - rect.left - width) / 2,
+                    rect.top + (rect.bottom - rect.top - height) / 2, rect, font, BLACK, text);
 }
 
-void HeaderBox(void* target, const PixelRect& rect, bool selected) {
-    Drawing().fillRect(target, rect, selected ? SHADE : FACE);
-    Drawing().line(target, rect.left, rect.bottom - 1, rect.right, rect.bottom - 1, EDGE, PEN_SOLID);
-    Drawing().line(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom - 1, EDGE, PEN_SOLID);
+void HeaderBox(DrawTarget& target, const PixelRect& rect, bool selected) {
+    FillRect(target, rect, selected ? SHADE : FACE);
+    DrawLine(target, rect.left, rect.bottom - 1, rect.right, rect.bottom - 1, {EDGE});
+    DrawLine(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom - 1, {EDGE});
 }
 
 FontHandle HeaderFont(const Sheet& sheet) {
@@ -41,28 +41,27 @@ FontHandle HeaderFont(const Sheet& sheet) {
     request.faceName = u"Arial";
     request.pixelHeight =
         std::max(1, MulDiv(screen.fontHeight - screen.internalLeading, sheet.zoomPercent, 100));
-    return Drawing().findFont(request);
+    return Fonts().findFont(request);
 }
 
 }  // namespace
 
-void PaintFrameBackground(void* target, const PixelRect& paint) {
+void PaintFrameBackground(DrawTarget& target, const PixelRect& paint) {
     const Layout& layout = Shell().layout;
     const bool grid = HasCells(CurrentSheet());
-    Drawing().setClip(target, paint);
     if (!grid || !(layout.grid == IntersectRects(layout.grid, paint) && layout.grid == paint))
-        Drawing().fillRect(target, paint, FACE);
+        FillRect(target, paint, FACE);
     if (!grid) return;
     // Behind the last row and column of the sheet the grid is bare.
     const i32 right = layout.columns.IsEmpty() ? layout.cells.left : layout.columns.Last().end;
     const i32 bottom = layout.rows.IsEmpty() ? layout.cells.top : layout.rows.Last().end;
     if (right < layout.grid.right)
-        Drawing().fillRect(target, {right, layout.grid.top, layout.grid.right, layout.grid.bottom}, SHADE);
+        FillRect(target, {right, layout.grid.top, layout.grid.right, layout.grid.bottom}, SHADE);
     if (bottom < layout.grid.bottom)
-        Drawing().fillRect(target, {layout.grid.left, bottom, layout.grid.right, layout.grid.bottom}, SHADE);
+        FillRect(target, {layout.grid.left, bottom, layout.grid.right, layout.grid.bottom}, SHADE);
 }
 
-void PaintHeaders(void* target, const Sheet& sheet, const PixelRect& paint) {
+void PaintHeaders(DrawTarget& target, const Sheet& sheet, const PixelRect& paint) {
     const Layout& layout = Shell().layout;
     const RefArea& selection = sheet.view.selection;
     const FontHandle font = HeaderFont(sheet);
@@ -89,12 +88,12 @@ void PaintHeaders(void* target, const Sheet& sheet, const PixelRect& paint) {
                 font);
 }
 
-void PaintTabs(void* target) {
+void PaintTabs(DrawTarget& target) {
     const Layout& layout = Shell().layout;
     const Workbook* book = CurrentWorkbook();
     if (!book || IsEmptyRect(layout.tabs)) return;
-    Drawing().fillRect(target, layout.tabScroller, FACE);
-    Drawing().fillRect(target, layout.tabs, SHADE);
+    FillRect(target, layout.tabScroller, FACE);
+    FillRect(target, layout.tabs, SHADE);
     PixelRect half = layout.tabScroller;
     half.right = (half.left + half.right) / 2;
     Centred(target, half, u"◂");
@@ -105,11 +104,11 @@ void PaintTabs(void* target) {
         const Sheet& sheet = *book->sheets[static_cast<u32>(tab.sheet)];
         const bool current = tab.sheet == book->currentSheet;
         PixelRect rect{tab.left, layout.tabs.top, std::min(tab.right, layout.tabs.right), layout.tabs.bottom};
-        Drawing().fillRect(target, rect, current ? WHITE : FACE);
+        FillRect(target, rect, current ? WHITE : FACE);
         if (sheet.tabColour)
-            Drawing().fillRect(target, {rect.left, rect.bottom - 3, rect.right, rect.bottom},
-                               PaletteColour(*book, sheet.tabColour, 0));
-        Drawing().line(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, EDGE, PEN_SOLID);
+            FillRect(target, {rect.left, rect.bottom - 3, rect.right, rect.bottom},
+                     PaletteColour(*book, sheet.tabColour, 0));
+        DrawLine(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, {EDGE});
         Centred(target, rect, WideView(sheet.name));
     }
 }
@@ -123,43 +122,46 @@ bool StatusText(i32 part, WideText& out) {
     return !Shell().endMode || out.Assign(u"END");
 }
 
-void PaintStatusBar(void* target) {
+void PaintStatusBar(DrawTarget& target) {
     const PixelRect& bar = Shell().layout.statusBar;
     ScreenMetrics screen;
     Platform().getScreenMetrics(screen);
     constexpr i32 GRIP = 16, PADDING = 3;
     i32 endWidth = 0, height = 0;
-    Drawing().textExtent(0, u"END", endWidth, height);
+    Fonts().textExtent(0, u"END", endWidth, height);
     const i32 first = bar.left + 7 * screen.digitWidth + 2 * PADDING;
     const i32 last = bar.right - GRIP - endWidth - 2 * PADDING;
     const PixelRect parts[3] = {{bar.left, bar.top, first, bar.bottom},
                                 {first, bar.top, last, bar.bottom},
                                 {last, bar.top, bar.right - GRIP, bar.bottom}};
-    Drawing().fillRect(target, bar, FACE);
-    Drawing().line(target, bar.left, bar.top, bar.right, bar.top, EDGE, PEN_SOLID);
+    FillRect(target, bar, FACE);
+    DrawLine(target, bar.left, bar.top, bar.right, bar.top, {EDGE});
     WideText text;
     for (i32 i = 0; i < 3; ++i) {
         if (!StatusText(i, text) || text.IsEmpty()) continue;
-        Drawing().text(target, parts[i].left + PADDING, bar.top + PADDING, parts[i], 0, BLACK, text);
+        DrawClippedText(target, parts[i].left + PADDING, bar.top + PADDING, parts[i], 0, BLACK, text);
     }
 }
 
-void PaintFrame(void* target, const PixelRect& paint) {
+void PaintFrame(DrawTarget& target, const PixelRect& paint) {
     Sheet* sheet = CurrentSheet();
     const Layout& layout = Shell().layout;
+    const PixelRect whole = PushClip(target, paint);
     PaintFrameBackground(target, paint);
     if (HasCells(sheet) && RectsMeet(layout.grid, paint)) {
         PaintCells(target, *sheet, paint);
-        Drawing().setClip(target, IntersectRects(layout.cells, paint));
+        const PixelRect former = PushClip(target, layout.cells);
         PaintListArrow(target);
-        Drawing().setClip(target, IntersectRects(layout.grid, paint));
+        PopClip(target, former);
+        IgnoreFailure(PushClip(target, layout.grid));
         if (sheet->viewFlags & VIEW_HEADERS) PaintHeaders(target, *sheet, paint);
+        PopClip(target, former);
     }
     PaintResizeEdge(target, paint);
-    Drawing().setClip(target, paint);
     if (RectsMeet(layout.toolbar, paint)) PaintToolbars(target);
     if (RectsMeet(layout.tabScroller, paint) || RectsMeet(layout.tabs, paint)) PaintTabs(target);
     if (RectsMeet(layout.statusBar, paint)) PaintStatusBar(target);
+    PopClip(target, whole);
 }
 
 }  // namespace tally

@@ -5,11 +5,11 @@
 
 namespace tally {
 
-void PaintFrame(void* target, const PixelRect& paint);
-void PaintFrameBackground(void* target, const PixelRect& paint);
-void PaintHeaders(void* target, const Sheet& sheet, const PixelRect& paint);
-void PaintTabs(void* target);
-void PaintStatusBar(void* target);
+void PaintFrame(DrawTarget& target, const PixelRect& paint);
+void PaintFrameBackground(DrawTarget& target, const PixelRect& paint);
+void PaintHeaders(DrawTarget& target, const Sheet& sheet, const PixelRect& paint);
+void PaintTabs(DrawTarget& target);
+void PaintStatusBar(DrawTarget& target);
 // Text of the status bar's parts: the active cell's address, the readout, "END".
 bool StatusText(i32 part, WideText& out);
 // Works the readout over the selection out anew when what it counts may have changed; empty when there is none.

@@ -108,7 +108,7 @@ bool OnPaint(const ShellMessage& message) {
     // What memory refuses is left out of the picture; a box would only ask for the next paint.
     const QuietMemoryScope quiet;
     Shell().shown.painted |= Shell().shown.changed;
-    PaintFrame(message.target, message.paint);
+    if (message.target) PaintFrame(*message.target, message.paint);
     return true;
 }
 

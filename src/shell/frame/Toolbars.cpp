@@ -98,43 +98,43 @@ void SetHover(i32 button) {
     ShellPlatform().setToolTip(button >= 0 ? buttons[button].tip : WideView());
 }
 
-void PaintStroke(void* target, const Stroke& stroke, i32 x, i32 y, bool enabled) {
+void PaintStroke(DrawTarget& target, const Stroke& stroke, i32 x, i32 y, bool enabled) {
     const u32 colour = enabled ? stroke.colour : stroke.colour == WHITE ? FACE : GREY;
     const i32 x1 = x + stroke.x1, y1 = y + stroke.y1, x2 = x + stroke.x2, y2 = y + stroke.y2;
     switch (stroke.kind) {
-        case STROKE_LINE: Drawing().line(target, x1, y1, x2, y2, colour, PEN_SOLID); break;
-        case STROKE_FILL: Drawing().fillRect(target, {x1, y1, x2, y2}, colour); break;
+        case STROKE_LINE: DrawLine(target, x1, y1, x2, y2, {colour}); break;
+        case STROKE_FILL: FillRect(target, {x1, y1, x2, y2}, colour); break;
         case STROKE_FRAME:
-            Drawing().line(target, x1, y1, x2, y1, colour, PEN_SOLID);
-            Drawing().line(target, x1, y2 - 1, x2, y2 - 1, colour, PEN_SOLID);
-            Drawing().line(target, x1, y1, x1, y2, colour, PEN_SOLID);
-            Drawing().line(target, x2 - 1, y1, x2 - 1, y2, colour, PEN_SOLID);
+            DrawLine(target, x1, y1, x2, y1, {colour});
+            DrawLine(target, x1, y2 - 1, x2, y2 - 1, {colour});
+            DrawLine(target, x1, y1, x1, y2, {colour});
+            DrawLine(target, x2 - 1, y1, x2 - 1, y2, {colour});
             break;
     }
 }
 
-void PaintLetters(void* target, const Letters& picture, const PixelRect& place, bool enabled) {
+void PaintLetters(DrawTarget& target, const Letters& picture, const PixelRect& place, bool enabled) {
     FontRequest request;
     request.faceName = u"Arial";
     request.pixelHeight = IMAGE_SIZE - 2;
     request.weight = picture.weight;
     request.italic = picture.italic;
     request.underline = picture.underline;
-    const FontHandle font = Drawing().findFont(request);
+    const FontHandle font = Fonts().findFont(request);
     i32 width = 0, height = 0;
-    Drawing().textExtent(font, picture.text, width, height);
-    Drawing().text(target, place.left + (place.right - place.left - width) / 2,
-                   place.top + (place.bottom - place.top - height) / 2, place, font, enabled ? INK : GREY,
-                   picture.text);
+    Fonts().textExtent(font, picture.text, width, height);
+    DrawClippedText(target, place.left + (place.right - place.left - width) / 2,
+                    place.top + (place.bottom - place.top - height) / 2, place, font, enabled ? INK : GREY,
+                    picture.text);
 }
 
-void PaintButton(void* target, std::size_t index) {
+void PaintButton(DrawTarget& target, std::size_t index) {
     const Toolbar& toolbar = Shell().toolbar;
     const PixelRect place = ButtonPlace(index);
     const bool enabled = (toolbar.enabled >> index & 1) != 0;
     const bool hovered = toolbar.hover == static_cast<i32>(index) && enabled;
     if (hovered) {
-        Drawing().fillRect(target, place, toolbar.pressed == static_cast<i32>(index) ? PRESSED : LIGHT);
+        FillRect(target, place, toolbar.pressed == static_cast<i32>(index) ? PRESSED : LIGHT);
         PaintStroke(target, {0, STROKE_FRAME, 0, 0, BUTTON_SIZE, BUTTON_SIZE, EDGE}, place.left, place.top,
                     true);
     }
@@ -172,9 +172,9 @@ void RefreshToolbars() {
     toolbar.enabled = enabled;
 }
 
-void PaintToolbars(void* target) {
+void PaintToolbars(DrawTarget& target) {
     const PixelRect& strip = Shell().layout.toolbar;
-    Drawing().fillRect(target, strip, FACE);
+    FillRect(target, strip, FACE);
     for (std::size_t i = 0; i < BUTTONS; ++i)
         if (!IsEmptyRect(ButtonPlace(i))) PaintButton(target, i);
 }

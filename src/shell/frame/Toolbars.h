@@ -16,7 +16,7 @@ std::span<const ToolbarButton> ToolbarButtons();
 PixelRect ButtonPlace(std::size_t button);
 // What has changed about the buttons since the last call is painted anew.
 void RefreshToolbars();
-void PaintToolbars(void* target);
+void PaintToolbars(DrawTarget& target);
 
 // True when the mouse is the toolbars'.
 bool PressToolbar(i32 x, i32 y);

@@ -38,15 +38,15 @@ struct Edge {
 };
 
 // Along x when horizontal; `at` is the pixel of the grid line.
-void PaintEdge(void* target, const Workbook& book, bool horizontal, i32 at, i32 from, i32 to, Edge edge) {
+void PaintEdge(DrawTarget& target, const Workbook& book, bool horizontal, i32 at, i32 from, i32 to, Edge edge) {
     const BorderLine& line = borderLines[edge.style < borderLines.size() ? edge.style : 1];
     const u32 colour = PaletteColour(book, edge.colour, 0);
     const i32 first = at - (line.width > 1 ? 1 : 0);
     for (i32 i = 0; i < line.width; ++i) {
         if (edge.style == BORDER_DOUBLE && i == 1) continue;
         const i32 place = first + i;
-        if (horizontal) Drawing().line(target, from, place, to, place, colour, line.pen);
-        else Drawing().line(target, place, from, place, to, colour, line.pen);
+        if (horizontal) DrawLine(target, from, place, to, place, {colour, line.pen});
+        else DrawLine(target, place, from, place, to, {colour, line.pen});
     }
 }
 
@@ -82,7 +82,7 @@ Edge FirstOf(std::initializer_list<Edge> edges) {
 
 }  // namespace
 
-void PaintCellBorders(void* target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
+void PaintCellBorders(DrawTarget& target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
                       const PixelRect& rect, const RefArea* merge, const BorderConditions& conditions) {
     const CellFormat& own = FormatAt(book, sheet, row, column);
     const CellFormat none;

@@ -40,7 +40,7 @@ FontHandle FontOfLook(const Workbook& book, const CellFormat& format, const Cond
     const u8 rotation = format.rotation;
     if (rotation >= 1 && rotation <= 90) request.escapement = rotation * 10;
     else if (rotation > 90 && rotation <= 180) request.escapement = (450 - rotation) * 10;
-    return Drawing().findFont(request);
+    return Fonts().findFont(request);
 }
 
 u16 ColourOfLook(const Workbook& book, const CellFormat& format, const ConditionalCondition* condition) {

@@ -31,29 +31,29 @@ i32 TextTop(const PixelRect& cell, u8 alignment, i32 height) {
 }
 
 // The text as often as the width allows, at least once.
-void PaintFilled(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
+void PaintFilled(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
     const i32 room = cell.right - cell.left - 3;
     const i32 width = std::max(text.width, 1);
     const i32 y = TextTop(cell, text.format->vertical, text.height);
     for (i32 i = 0; i < std::max(1, room / width); ++i)
-        Drawing().text(target, cell.left + 1 + i * width, y, clip, text.font, text.colour, text.text);
+        DrawClippedText(target, cell.left + 1 + i * width, y, clip, text.font, text.colour, text.text);
 }
 
-void PaintStacked(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
+void PaintStacked(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
     const i32 total = text.height * static_cast<i32>(std::min<std::size_t>(text.text.size(), 1000));
     i32 y = TextTop(cell, text.format->vertical, total);
     const u8 across = text.format->horizontal ? text.format->horizontal : ALIGN_CENTRE;
     for (std::size_t i = 0; i < text.text.size() && y < clip.bottom; ++i, y += text.height) {
         const WideView one = text.text.substr(i, 1);
         i32 width = 0, height = 0;
-        Drawing().textExtent(text.font, one, width, height);
-        Drawing().text(target, TextLeft(cell, across, width), y, clip, text.font, text.colour, one);
+        Fonts().textExtent(text.font, one, width, height);
+        DrawClippedText(target, TextLeft(cell, across, width), y, clip, text.font, text.colour, one);
     }
 }
 
 i32 TextWidth(FontHandle font, WideView text) {
     i32 width = 0, height = 0;
-    Drawing().textExtent(font, text, width, height);
+    Fonts().textExtent(font, text, width, height);
     return width;
 }
 
@@ -113,7 +113,7 @@ bool SplitLines(FontHandle font, WideView text, i32 room, Array<TextLine>& lines
 // What the wrap layout leaves free of a cell's width.
 constexpr i32 WRAP_MARGIN = 3;
 
-void PaintWrapped(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text,
+void PaintWrapped(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text,
                   u8 alignment) {
     Array<TextLine> lines;
     if (!SplitLines(text.font, text.text, std::max(1, cell.right - cell.left - WRAP_MARGIN), lines)) return;
@@ -124,9 +124,9 @@ void PaintWrapped(void* target, const PixelRect& cell, const PixelRect& clip, co
         WideView part = text.text.substr(line.start, line.length);
         while (!part.empty() && part.back() == u' ') part.remove_suffix(1);
         i32 width = 0, height = 0;
-        Drawing().textExtent(text.font, part, width, height);
+        Fonts().textExtent(text.font, part, width, height);
         if (y + height > clip.top)
-            Drawing().text(target, TextLeft(cell, alignment, width), y, clip, text.font, text.colour, part);
+            DrawClippedText(target, TextLeft(cell, alignment, width), y, clip, text.font, text.colour, part);
         y += text.height;
     }
 }
@@ -173,7 +173,7 @@ bool SplitPieces(FontHandle font, WideView text, Array<SpreadPiece>& pieces, i32
 }
 
 // The text's pieces over the whole width of the cell. False when it has no gap, or no room to spare.
-bool PaintSpread(void* target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
+bool PaintSpread(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
     const i32 room = cell.right - cell.left - 3;
     if (text.width >= room) return false;
     Array<SpreadPiece> pieces;
@@ -184,8 +184,8 @@ bool PaintSpread(void* target, const PixelRect& cell, const PixelRect& clip, con
     i32 done = 0;
     for (u32 i = 0; i < pieces.Count(); ++i) {
         const i32 x = cell.left + 1 + done + MulDiv(room - total, static_cast<i32>(i), gaps);
-        Drawing().text(target, x, y, clip, text.font, text.colour,
-                       text.text.substr(pieces[i].start, pieces[i].length));
+        DrawClippedText(target, x, y, clip, text.font, text.colour,
+                        text.text.substr(pieces[i].start, pieces[i].length));
         done += pieces[i].width;
     }
     return true;
@@ -207,7 +207,7 @@ u8 EffectiveAlignment(const CellFormat& format, u16 valueType) {
     return valueType == VT_NUMBER ? ALIGN_RIGHT : ALIGN_LEFT;
 }
 
-void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, CellText text) {
+void PaintCellText(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, CellText text) {
     const CellFormat& format = *text.format;
     u8 alignment = EffectiveAlignment(format, text.valueType);
     if (text.valueType == VT_STRING && alignment != ALIGN_FILL && (format.flags & FORMAT_WRAP)) {
@@ -222,7 +222,7 @@ void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, C
     if (format.rotation && format.rotation <= 180) turned = TurnedBox(text);
     if (text.valueType != VT_STRING && text.width > cell.right - cell.left - 1) {
         text.text = u"#";
-        Drawing().textExtent(text.font, text.text, text.width, text.height);
+        Fonts().textExtent(text.font, text.text, text.width, text.height);
         alignment = ALIGN_FILL;
     }
     if (alignment == ALIGN_FILL) {
@@ -230,9 +230,9 @@ void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, C
         return;
     }
     if (alignment == ALIGN_SPREAD && !format.rotation && PaintSpread(target, cell, clip, text)) return;
-    Drawing().text(target, TextLeft(cell, alignment, text.width) + turned.x,
-                   TextTop(cell, format.vertical, text.height) + turned.y, clip, text.font, text.colour,
-                   text.text);
+    DrawClippedText(target, TextLeft(cell, alignment, text.width) + turned.x,
+                    TextTop(cell, format.vertical, text.height) + turned.y, clip, text.font, text.colour,
+                    text.text);
 }
 
 }  // namespace tally

@@ -22,7 +22,7 @@ constexpr u32 WHITE = 0xFFFFFF;
 
 // One pane of the grid: its shown lines, and what of it must be painted.
 struct Pane {
-    void* target;
+    DrawTarget& target;
     const Workbook* book;
     Sheet* sheet;
     std::span<const ShownLine> rows, columns;
@@ -68,9 +68,9 @@ void PaintBackground(const Pane& pane, const PixelRect& rect, const CellFormat& 
     const u32 flip = inverted ? WHITE : 0;
     const u32 back = (format.pattern ? PaletteColour(*pane.book, format.backColour, WHITE) : WHITE) ^ flip;
     const u32 fore = PaletteColour(*pane.book, format.patternColour, 0) ^ flip;
-    if (format.pattern > 1 && format.pattern <= 18)
-        Drawing().patternRect(pane.target, rect, format.pattern, fore, back);
-    else Drawing().fillRect(pane.target, rect, back);  // a solid cell shows its back colour
+    if (format.pattern >= BRUSH_FIRST_PATTERN && format.pattern <= BRUSH_LAST_PATTERN)
+        FillRect(pane.target, rect, {.colour = fore, .pattern = format.pattern, .backColour = back});
+    else FillRect(pane.target, rect, back);  // a solid cell shows its back colour
 }
 
 // The pixel at which a column begins, also one that lies left of what the pane shows.
@@ -90,7 +90,7 @@ i32 ColumnPixel(const Pane& pane, i32 column) {
 
 i32 MeasureText(const void* context, WideView text) {
     i32 width = 0, height = 0;
-    Drawing().textExtent(*static_cast<const FontHandle*>(context), text, width, height);
+    Fonts().textExtent(*static_cast<const FontHandle*>(context), text, width, height);
     return width;
 }
 
@@ -114,7 +114,7 @@ bool PrepareText(const Pane& pane, i32 row, const CellRecord& cell, const Condit
     }
     out.text = room;
     if (out.text.empty()) return false;
-    Drawing().textExtent(out.font, out.text, out.width, out.height);
+    Fonts().textExtent(out.font, out.text, out.width, out.height);
     const u16 fontColour = ColourOfLook(*pane.book, *out.format, condition);
     out.colour = PaletteColour(*pane.book, sectionColour != AUTOMATIC_COLOUR ? sectionColour : fontColour, 0);
     return true;
@@ -223,9 +223,8 @@ void PaintRowGrid(RowPainter& painter) {
         const RowCell& cell = painter.cells[i];
         if (cell.merged || cell.filled) continue;
         const i32 bottom = painter.line.end - 1, right = column.end - 1;
-        Drawing().line(pane.target, column.start, bottom, column.end, bottom, GRID_COLOUR, PEN_SOLID);
-        if (!cell.spilled)
-            Drawing().line(pane.target, right, painter.line.start, right, bottom, GRID_COLOUR, PEN_SOLID);
+        DrawLine(pane.target, column.start, bottom, column.end, bottom, {GRID_COLOUR});
+        if (!cell.spilled) DrawLine(pane.target, right, painter.line.start, right, bottom, {GRID_COLOUR});
     }
 }
 
@@ -258,10 +257,8 @@ void PaintMerge(Pane& pane, u32 index) {
     if (IsEmptyRect(clip)) return;
     PaintBackground(pane, rect, format, inverted);
     if ((pane.sheet->viewFlags & VIEW_GRIDLINES) && !format.pattern) {
-        Drawing().line(pane.target, rect.left, rect.bottom - 1, rect.right, rect.bottom - 1, GRID_COLOUR,
-                       PEN_SOLID);
-        Drawing().line(pane.target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, GRID_COLOUR,
-                       PEN_SOLID);
+        DrawLine(pane.target, rect.left, rect.bottom - 1, rect.right, rect.bottom - 1, {GRID_COLOUR});
+        DrawLine(pane.target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, {GRID_COLOUR});
     }
     CellRecord* cell = GetCell(pane.sheet->cells, merge.firstRow, merge.firstColumn);
     WideText room;
@@ -320,16 +317,16 @@ void PaintOutline(const Pane& pane, const RefArea& area) {
     const PixelRect rect = AreaPixels(area);
     if (IsEmptyRect(rect)) return;
     const OwnEdges own = EdgesOf(*pane.sheet, area);
-    const DrawingTable& draw = Drawing();
+    DrawTarget& target = pane.target;
     const i32 left = own.left ? rect.left - 1 : rect.left, bottom = own.bottom ? rect.bottom - 2 : rect.bottom;
-    if (own.top) draw.invertRect(pane.target, {left, rect.top - 1, rect.right, rect.top});
-    if (own.left) draw.invertRect(pane.target, {rect.left - 1, rect.top, rect.left, bottom});
-    if (own.bottom) draw.invertRect(pane.target, {left, rect.bottom - 2, rect.right, rect.bottom});
-    if (own.right) draw.invertRect(pane.target, {rect.right - 2, rect.top, rect.right, bottom});
+    if (own.top) InvertRect(target, {left, rect.top - 1, rect.right, rect.top});
+    if (own.left) InvertRect(target, {rect.left - 1, rect.top, rect.left, bottom});
+    if (own.bottom) InvertRect(target, {left, rect.bottom - 2, rect.right, rect.bottom});
+    if (own.right) InvertRect(target, {rect.right - 2, rect.top, rect.right, bottom});
 }
 
 void PaintPane(Pane& pane) {
-    Drawing().setClip(pane.target, pane.clip);
+    const PixelRect former = PushClip(pane.target, pane.clip);
     RowCell cells[MAX_COLUMNS];
     for (const ShownLine& line : pane.rows) {
         RowPainter painter{pane, line, std::span(cells, pane.columns.size())};
@@ -341,6 +338,7 @@ void PaintPane(Pane& pane) {
     PaintPaneBorders(pane);
     PaintOutline(pane, pane.selection);
     if (Shell().point.active) PaintOutline(pane, Shell().point.area);
+    PopClip(pane.target, former);
 }
 
 // The lines that meet a stretch of pixels, and those beside them, whose thick borders reach into it.
@@ -353,14 +351,13 @@ std::span<const ShownLine> LinesIn(std::span<const ShownLine> lines, i32 from, i
     return lines.subspan(first, last - first);
 }
 
-void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
+void PaintPanes(DrawTarget& target, Sheet& sheet, const PixelRect& paint) {
     const Layout& layout = Shell().layout;
     const auto part = [](const Array<ShownLine>& lines, u32 fixed, bool second) {
         return second ? lines.Span().subspan(fixed) : lines.Span().first(fixed);
     };
     for (int number = 0; number < 4; ++number) {
-        Pane pane{};
-        pane.target = target;
+        Pane pane{target, nullptr, nullptr, {}, {}, {}, {}, {}};
         pane.book = BookAt(sheet.book);
         pane.sheet = &sheet;
         pane.rows = part(layout.rows, layout.fixedRows, number >= 2);
@@ -385,12 +382,12 @@ void PaintPanes(void* target, Sheet& sheet, const PixelRect& paint) {
 
 }  // namespace
 
-void PaintCells(void* target, Sheet& sheet, const PixelRect& paint) {
+void PaintCells(DrawTarget& target, Sheet& sheet, const PixelRect& paint) {
     if (RectsMeet(Shell().layout.cells, paint)) PaintPanes(target, sheet, paint);
 }
 
 // Where the edge of a row or column stands while it is dragged.
-void PaintResizeEdge(void* target, const PixelRect& paint) {
+void PaintResizeEdge(DrawTarget& target, const PixelRect& paint) {
     const ShellState& shell = Shell();
     const PixelRect& grid = shell.layout.grid;
     PixelRect line = grid;
@@ -403,8 +400,9 @@ void PaintResizeEdge(void* target, const PixelRect& paint) {
     } else {
         return;
     }
-    Drawing().setClip(target, IntersectRects(grid, paint));
-    Drawing().invertRect(target, line);
+    const PixelRect former = PushClip(target, IntersectRects(grid, paint));
+    InvertRect(target, line);
+    PopClip(target, former);
 }
 
 }  // namespace tally

@@ -6,9 +6,9 @@
 namespace tally {
 
 // The panes of the current sheet, its selection and its marks; the clip is left inside them.
-void PaintCells(void* target, Sheet& sheet, const PixelRect& paint);
+void PaintCells(DrawTarget& target, Sheet& sheet, const PixelRect& paint);
 // The edge of a row or column that is being resized.
-void PaintResizeEdge(void* target, const PixelRect& paint);
+void PaintResizeEdge(DrawTarget& target, const PixelRect& paint);
 
 // What painting a cell's text needs to know.
 struct CellText {
@@ -21,7 +21,7 @@ struct CellText {
 };
 
 // Draws a text into the rectangle of its cell, inside `clip`.
-void PaintCellText(void* target, const PixelRect& cell, const PixelRect& clip, CellText text);
+void PaintCellText(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, CellText text);
 // The alignment in force, general worked out by the type of the value.
 u8 EffectiveAlignment(const CellFormat& format, u16 valueType);
 // Lines that a text takes when it is wrapped into a cell of that many pixels.

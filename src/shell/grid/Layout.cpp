@@ -279,7 +279,7 @@ bool ShownTabs(Array<SheetTab>& tabs) {
         if (sheet.hidden || sheet.kind == SHEET_MODULE) continue;
         if (place >= strip.right) break;
         i32 width = 0, height = 0;
-        Drawing().textExtent(0, WideView(sheet.name), width, height);
+        Fonts().textExtent(0, WideView(sheet.name), width, height);
         if (!tabs.Append({i, place, place + width + 2 * TAB_PADDING})) return false;
         place = tabs.Last().right;
     }

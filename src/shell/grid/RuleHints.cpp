@@ -37,14 +37,13 @@ PixelRect ListArrowPlace() {
 
 void InvalidateListArrow() { ShellPlatform().invalidate(ListArrowPlace()); }
 
-void PaintListArrow(void* target) {
+void PaintListArrow(DrawTarget& target) {
     const PixelRect place = ListArrowPlace();
     if (IsEmptyRect(place)) return;
-    Drawing().fillRect(target, place, EDGE);
-    Drawing().fillRect(target, {place.left + 1, place.top + 1, place.right - 1, place.bottom - 1}, FACE);
+    FillRect(target, place, EDGE);
+    FillRect(target, {place.left + 1, place.top + 1, place.right - 1, place.bottom - 1}, FACE);
     const i32 middle = (place.left + place.right) / 2, top = (place.top + place.bottom) / 2 - 2;
-    for (i32 i = 0; i < 4; ++i)
-        Drawing().line(target, middle - 3 + i, top + i, middle + 4 - i, top + i, INK, PEN_SOLID);
+    for (i32 i = 0; i < 4; ++i) DrawLine(target, middle - 3 + i, top + i, middle + 4 - i, top + i, {INK});
 }
 
 i32 FindHyperlink(i32 row, i32 column) {

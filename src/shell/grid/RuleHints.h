@@ -8,7 +8,7 @@ namespace tally {
 // The arrow beside the active cell when its rule has a list; empty otherwise.
 PixelRect ListArrowPlace();
 void InvalidateListArrow();
-void PaintListArrow(void* target);
+void PaintListArrow(DrawTarget& target);
 
 // The hyperlink of a cell of the current sheet, or -1.
 i32 FindHyperlink(i32 row, i32 column);

@@ -37,7 +37,7 @@ i32 LineHeight(Fitter& fitter, u16 format) {
     i32 height = format < fitter.lineHeights.Count() ? fitter.lineHeights[format] : 0;
     if (height) return height;
     i32 width = 0;
-    Drawing().textExtent(FontFor(fitter, format), u"0", width, height);
+    Fonts().textExtent(FontFor(fitter, format), u"0", width, height);
     if (format < fitter.lineHeights.Count()) fitter.lineHeights[format] = height;
     return height;
 }
@@ -138,7 +138,7 @@ i32 TextPixels(const Fitter& fitter, u16 cellFormat, WideView text) {
     for (std::size_t at = 0; at <= text.size();) {
         const std::size_t end = std::min(text.find(u'\n', at), text.size());
         i32 width = 0, height = 0;
-        Drawing().textExtent(font, text.substr(at, end - at), width, height);
+        Fonts().textExtent(font, text.substr(at, end - at), width, height);
         widest = std::max(widest, width);
         at = end + 1;
     }
