@@ -5,7 +5,8 @@
 #include "functions/Handlers.h"
 #include "functions/SpecialFunctions.h"
 
-// The continuous distributions and their inverses.
+// The continuous distributions and their inverses. An inverse of what is no share is none, and so no number
+// here.
 
 namespace tally {
 namespace {
@@ -40,8 +41,6 @@ void OfNumbersAndFlag(Value* arguments, Value& result, const EvalContext& contex
     if (BoolArgument(arguments[COUNT], result, context, cumulative))
         result = NumberOrError(work(x, cumulative));
 }
-
-bool IsShare(double p) { return p >= 0 && p <= 1; }
 
 bool IsFreedom(double freedom) { return freedom >= 1 && freedom < MAX_FREEDOM; }
 
@@ -80,7 +79,7 @@ void CallLognormdist(Value* arguments, Value& result, const EvalContext& context
 }
 void CallLoginv(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<3>(arguments, result, context, [](double* x) {
-        return x[0] > 0 && x[0] < 1 && x[2] > 0 ? std::exp(x[1] + x[2] * NormalInverse(x[0])) : NOT_A_NUMBER;
+        return x[0] > 0 && x[2] > 0 ? std::exp(x[1] + x[2] * NormalInverse(x[0])) : NOT_A_NUMBER;
     });
 }
 void CallStandardize(Value* arguments, Value& result, const EvalContext& context) {
@@ -129,7 +128,7 @@ void CallGammadist(Value* arguments, Value& result, const EvalContext& context) 
 }
 void CallGammainv(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<3>(arguments, result, context, [](double* x) {
-        return IsShare(x[0]) && x[1] > 0 && x[2] > 0 ? x[2] * InverseGammaP(x[0], x[1]) : NOT_A_NUMBER;
+        return x[1] > 0 && x[2] > 0 ? x[2] * InverseGammaP(x[0], x[1]) : NOT_A_NUMBER;
     });
 }
 void CallChidist(Value* arguments, Value& result, const EvalContext& context) {
@@ -141,7 +140,7 @@ void CallChidist(Value* arguments, Value& result, const EvalContext& context) {
 void CallChiinv(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<2>(arguments, result, context, [](double* x) {
         const double freedom = std::floor(x[1]);
-        return IsShare(x[0]) && IsFreedom(freedom) ? 2 * InverseChiHalf(freedom / 2, x[0]) : NOT_A_NUMBER;
+        return IsFreedom(freedom) ? 2 * InverseChiHalf(freedom / 2, x[0]) : NOT_A_NUMBER;
     });
 }
 
@@ -153,7 +152,7 @@ void CallBetadist(Value* arguments, Value& result, const EvalContext& context) {
 }
 void CallBetainv(Value* arguments, Value& result, const EvalContext& context) {
     double x[5];
-    if (!BetaArguments(arguments, result, context, x) || !IsShare(x[0])) return;
+    if (!BetaArguments(arguments, result, context, x)) return;
     result = NumberOrError(x[3] + InverseBeta(x[0], x[1], x[2]) * (x[4] - x[3]));
 }
 
@@ -167,7 +166,7 @@ void CallTdist(Value* arguments, Value& result, const EvalContext& context) {
 void CallTinv(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<2>(arguments, result, context, [](double* x) {
         const double freedom = std::trunc(x[1]);
-        if (!(IsShare(x[0]) && IsFreedom(freedom))) return NOT_A_NUMBER;
+        if (!IsFreedom(freedom)) return NOT_A_NUMBER;
         // The square over the freedom is the odds of a beta distribution.
         return std::sqrt(freedom * InverseBetaOdds(1 - x[0], x[0], 0.5, freedom / 2));
     });
@@ -182,7 +181,7 @@ void CallFdist(Value* arguments, Value& result, const EvalContext& context) {
 void CallFinv(Value* arguments, Value& result, const EvalContext& context) {
     OfNumbers<3>(arguments, result, context, [](double* x) {
         const double freedom1 = std::trunc(x[1]), freedom2 = std::trunc(x[2]);
-        if (!(IsShare(x[0]) && IsFreedom(freedom1) && IsFreedom(freedom2))) return NOT_A_NUMBER;
+        if (!(IsFreedom(freedom1) && IsFreedom(freedom2))) return NOT_A_NUMBER;
         return InverseBetaOdds(1 - x[0], x[0], freedom1 / 2, freedom2 / 2) * (freedom2 / freedom1);
     });
 }

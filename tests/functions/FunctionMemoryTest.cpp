@@ -1,13 +1,15 @@
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "base/Memory.h"
 #include "formula/Compiler.h"
 #include "formula/Evaluator.h"
 #include "formula/Recalculation.h"
 #include "functions/CriteriaIndex.h"
+#include "functions/FormulaFile.h"
 #include "model/CellStore.h"
 #include "support/FailingAllocator.h"
-#include "support/Sandbox.h"
 
 // Each request for memory fails once: what comes out is the value, an error or nothing, and never another
 // value.
@@ -15,7 +17,7 @@
 namespace tally {
 namespace {
 
-class FunctionMemory : public Sandbox {
+class FunctionMemory : public FormulaFile {
   protected:
     static void Fill() {
         for (i32 row = 0; row < 90; ++row) {
@@ -113,11 +115,35 @@ constexpr const char* formulas[] = {
     "SUM(OFFSET(B1,1,0,3,1))",
     "SUM(INDIRECT(\"B1:B3\"))",
     "ROWS(INDEX((B1:B3,C1:C2),0,0,2))",
+    "DSUM(B5:C40,1,C5:C9)",
+    "DGET(B5:C40,C5,C5:C6)",
+    "DCOUNTA(B5:C40,\"t4\",C5:C9)",
+    "COUNTIF(C1:C9,C2)",
+    "SUMIF(C1:C9,C2,B1:B9)",
+    "LOOKUP(\"t2\",C1:C9)",
+    "MATCH(\"t2\",C1:C9,0)",
+    "HLOOKUP(\"t2\",B1:C9,3,FALSE)",
+    "CELL(\"contents\",C2)",
+    "CELL(\"type\",C2)",
+    "CELL(\"filename\")",
+    "INFO(\"directory\")",
+    "N(C2)",
+    "T(C2)",
+    "ISTEXT(C2)",
+    "COUNTBLANK(B1:C9)",
+    "IMSUM(B1:B4)",
+    "WORKDAY(37653,5,B1:B3)",
+    "AND(B1:B9)",
+    "IF({1,0},C1:C2,\"x\")",
 };
 
 TEST_F(FunctionMemory, EveryFunctionEndsWithItsValueOrAnError) {
+    std::vector<std::string> all(std::begin(formulas), std::end(formulas));
+    for (const std::string& line : LinesOf("calls.txt")) {
+        if (!line.empty() && line[0] != '#') all.push_back(line.substr(0, line.rfind(')') + 1));
+    }
     u32 refused = 0;
-    for (const char* formula : formulas) {
+    for (const std::string& formula : all) {
         ForgetBooks();
         test::FailingAllocator allocator;
         {
@@ -125,10 +151,10 @@ TEST_F(FunctionMemory, EveryFunctionEndsWithItsValueOrAnError) {
             ASSERT_TRUE(CreateWorkbook(nullptr, false));
             Fill();
             FormulaTokens tokens;
-            const bool compiled =
-                CompileFormula({CurrentBook(), 0, 200, 9}, Wide(std::string("=") + formula), 'R', tokens);
+            const bool compiled = CompileFormula({CurrentBook(), 0, 200, 9}, Wide("=" + formula), 'R', tokens);
             const std::string expected = compiled ? Evaluated(tokens) : "fault";
-            for (u64 n = 1; compiled && n < 300; ++n) {
+            EXPECT_NE(expected, "fault") << formula;
+            for (u64 n = 1; compiled && n < 300 && !formula.starts_with("RAND"); ++n) {
                 allocator.FailAt(n);
                 const std::string found = Evaluated(tokens);
                 const bool failed = allocator.HasFailed();
@@ -140,13 +166,13 @@ TEST_F(FunctionMemory, EveryFunctionEndsWithItsValueOrAnError) {
                 if (!failed) break;
                 ++refused;
             }
-            EXPECT_EQ(Evaluated(tokens), expected) << formula;
+            if (!formula.starts_with("RAND")) EXPECT_EQ(Evaluated(tokens), expected) << formula;
             FreeTokens(tokens);
         }
         ForgetBooks();
         EXPECT_EQ(allocator.LiveBlocks(), 0u) << formula;
     }
-    EXPECT_GT(refused, 200u);
+    EXPECT_GT(refused, 500u);
 }
 
 TEST_F(FunctionMemory, WhatIsKeptOfAColumnAnswersRightOrNotAtAll) {

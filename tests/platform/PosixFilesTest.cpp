@@ -73,9 +73,10 @@ TEST_F(PosixFiles, PatchReachesWrittenBytesOnly) {
     ASSERT_TRUE(PosixWriteFile(file, block.data(), block.size()));
     ASSERT_TRUE(PosixPatchFile(file, 99998, "zz", 2));
     EXPECT_FALSE(PosixPatchFile(file, 99999, "zz", 2));
+    ASSERT_TRUE(PosixPatchFile(file, 0, "y", 1));
     ASSERT_TRUE(PosixWriteFile(file, "end", 3));
     ASSERT_TRUE(PosixCloseFile(file));
-    EXPECT_EQ(Content(path), std::string(99998, 'a') + "zzend");
+    EXPECT_EQ(Content(path), "y" + std::string(99997, 'a') + "zzend");
 }
 
 TEST_F(PosixFiles, KeepsTheModeOfTheFileAndTheLinkThatLeadsToIt) {
