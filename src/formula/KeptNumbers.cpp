@@ -14,7 +14,8 @@ namespace {
 constexpr u32 SMALLEST = 64;            // cells; fewer are read at once
 constexpr u32 MOST_NUMBERS = 1u << 21;  // of one strip of columns
 constexpr u16 ID_SUBTOTAL = 344;
-constexpr i32 LONGEST_STEP = 64;  // rows between two questions of one line
+constexpr u32 CELLS_A_BREATH = 1024;  // taken between two questions whether the user has had enough
+constexpr i32 LONGEST_STEP = 64;      // rows between two questions of one line
 
 constexpr u32 MADE_SETS = 1024;
 constexpr u32 MADE_WAYS = 4;
@@ -118,9 +119,11 @@ bool Extend(KeptNumbers& kept, const NumberRange& range, i32 lastRow) {
     rest.firstRow = static_cast<u16>(kept.behind);
     rest.lastRow = static_cast<u16>(lastRow);
     i32 behind = lastRow + 1;
+    u32 walked = 0;
     Taking taking = TAKEN;
     WalkArea(range.sheet->cells, rest, [&](u16 row, const CellRecord& cell) {
-        taking = TakeCell(kept, row, cell, range.allKinds);
+        const bool goesOn = ++walked % CELLS_A_BREATH || ReadCells(CELLS_A_BREATH);
+        taking = goesOn ? TakeCell(kept, row, cell, range.allKinds) : NO_ROOM;
         if (taking == TAKEN) return true;
         behind = row;
         return false;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "formula/Evaluator.h"
 #include "functions/Handlers.h"
 #include "functions/Matrix.h"
 
@@ -136,6 +137,7 @@ void CallMmult(Value* arguments, Value& result, const EvalContext& context) {
     if (!product.cells.Resize(std::size_t{a.rows} * b.columns)) return;
     for (u32 row = 0; row < a.rows; ++row) {
         for (u32 column = 0; column < b.columns; ++column) {
+            if (!ReadCells(a.columns)) return;
             double sum = 0;
             for (u32 i = 0; i < a.columns; ++i) sum += a.At(row, i) * b.At(i, column);
             product.At(row, column) = sum;

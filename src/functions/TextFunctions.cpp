@@ -298,7 +298,10 @@ void CallSearch(Value* arguments, Value& result, const EvalContext& context) {
     std::size_t place = 0;
     switch (SearchPattern(search.what, search.within, search.start, place)) {
         case SEARCH_FOUND: result = PlaceValue(place); return;
-        case SEARCH_TOO_LONG: result = ErrorValue(ERR_NUM); return;
+        case SEARCH_TOO_LONG:
+            StopEvaluation(STOP_BOUND);
+            result = ErrorValue(ERR_NA);
+            return;
         case SEARCH_NO_MEMORY: result = ErrorValue(ERR_NA); return;
         default: result = ErrorValue(ERR_VALUE); return;
     }

@@ -104,6 +104,17 @@ TEST_F(Bounds, AnArrayBeyondTheBoundKeepsTheValueOfTheFile) {
     EXPECT_EQ(Stops(STOP_BOUND), 1u);
 }
 
+TEST_F(Bounds, ASearchBeyondItsBoundKeepsTheValueOfTheFile) {
+    Enter("B1", "=REPT(\"a\",24000)");
+    Put("A1", "=SEARCH(B1&\"b\",B1&B1)", 5);
+    Put("A2", "=SEARCH(\"b\",B1&\"b\")", 5);
+    Calculate();
+    EXPECT_EQ(Shown("A1"), "5");
+    EXPECT_EQ(State("A1"), CALC_STALE);
+    EXPECT_EQ(Shown("A2"), "24001");
+    EXPECT_EQ(Stops(STOP_BOUND), 1u);
+}
+
 // ---- the user has had enough ----------------------------------------------------------------------
 
 struct Asked {
@@ -166,7 +177,7 @@ TEST_F(Interrupted, OneLongCallIsLeftInTheMiddle) {
             ASSERT_TRUE(InsertCell(*CurrentSheet(), row, column, 15, NumberValue(1), FormulaTokens()));
     }
     for (const char* formula : {"=SUMPRODUCT(B1:CW2000)", "=SUM((B1:CW2000)*1)", "=COUNTIF(B1:CW2000,\">0\")",
-                                "=SUM(B1:CW2000,B1:CV2000)"}) {
+                                "=SUM(B1:CW2000,B1:CV2000)", "=MAX(B1:CW2000)", "=MIN(B1:CV2000)"}) {
         Put("A1", formula, 7);
         asked = Asked();
         asked.cancelAt = 1;
@@ -177,6 +188,23 @@ TEST_F(Interrupted, OneLongCallIsLeftInTheMiddle) {
         EXPECT_EQ(State("A1"), CALC_STALE) << formula;
         Enter("D3000", "1");
     }
+}
+
+// Two hundred thousand products of cells that are read in one go.
+TEST_F(Interrupted, AProductOfMatricesIsLeftInTheMiddle) {
+    for (i32 row = 0; row < 60; ++row) {
+        for (i32 column = 1; column < 61; ++column)
+            ASSERT_TRUE(InsertCell(*CurrentSheet(), row, column, 15, NumberValue(1), FormulaTokens()));
+    }
+    Put("A1", "=SUM(MMULT(B1:BI60,B1:BI60))", 7);
+    asked.cancelAt = 2;
+    Calculate();
+    EXPECT_EQ(asked.steps, 2u);
+    EXPECT_EQ(Shown("A1"), "7");
+    EXPECT_EQ(State("A1"), CALC_STALE);
+    asked.cancelAt = 0;
+    Enter("D3000", "1");
+    EXPECT_EQ(Shown("A1"), "216000");
 }
 
 TEST_F(Interrupted, AChainThatNeedsTheCellEndsWithIt) {
