@@ -16,6 +16,7 @@
 #include "functions/FunctionState.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
+#include "model/Trust.h"
 #include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
@@ -87,6 +88,7 @@ void Sandbox::ForgetBooks() {
 void Sandbox::TearDown() {
     ForgetBooks();
     ResetLongOperations();
+    ResetTrust();
     UseHeadlessPlatform();
     EXPECT_TRUE(ReadLocaleSettings());
     SetLocalFormats({});
