@@ -1,8 +1,12 @@
 #include "formula/FormulaText.h"
 
 #include <initializer_list>
+#include <tuple>
 #include <vector>
 
+#include "formula/Compiler.h"
+#include "formula/TokenWalk.h"
+#include "model/CellStore.h"
 #include "model/Tokens.h"
 #include "support/Sandbox.h"
 
@@ -120,6 +124,85 @@ TEST_F(PrintedTokens, BlanksAreThoseThatStandBehindAnOperand) {
            {{0x1E, 1, 0, 0x19, 0x41, 6, 2}, "=1  "},
            {{0x1E, 1, 0, 0x19, 0x40, 0, 3}, "=1"},
            {{0x19, 0x01, 0, 0, 0x1E, 1, 0}, "=1"}});
+}
+
+// What is cut off is not printed, and what stands before it is.
+TEST_F(PrintedTokens, TokensThatAreCutOffPrintWhatStandsBefore) {
+    for (const char* formula : {"=1+2.5*A1", "=SUM(A1:B2,Sheet1!C3)", "=-(A1%)&B2", "=Sheet1!A1:B2 C3",
+                                "=#N/A=TRUE", "=PI()+MAX(1,,2)", "=ABS(A1)^2"}) {
+        FormulaPlace place;
+        place.book = CurrentBook();
+        FormulaTokens whole;
+        ASSERT_TRUE(CompileFormula(place, Wide(formula), 'V', whole)) << formula;
+        const auto printed = [&](u32 length) {
+            FormulaTokens part;
+            EXPECT_TRUE(MakeTokens(part, ByteView(whole.bytes, length), {}));
+            WideText text;
+            EXPECT_TRUE(FormulaToText(CurrentBook(), part, 0, 0, true, text));
+            FreeTokens(part);
+            return Narrow(text);
+        };
+        u32 last = 0;
+        for (u32 length = 1; length <= whole.length; ++length) {
+            u32 end = 0;
+            while (end < length && NextToken(whole.bytes, whole.length, end) < length)
+                end = NextToken(whole.bytes, whole.length, end) + 1;
+            if (FoldToken(whole.bytes[end]) == ptgAttr) continue;
+            EXPECT_EQ(printed(length), printed(end)) << formula << ' ' << length;
+            last = end;
+        }
+        EXPECT_EQ(last, whole.length);
+        EXPECT_EQ(printed(whole.length), formula);
+        FreeTokens(whole);
+    }
+}
+
+// Labels of natural-language formulas, as some files hold them.
+TEST_F(PrintedTokens, ALabelPrintsAsItsCell) {
+    Enter("C5", "Sales");
+    Enter("D1", "12");
+    for (u8 sub = 0; sub < 32; ++sub) {
+        const bool isLabel = sub == 2 || sub == 3 || sub == 6 || sub == 7 || sub == 10;
+        for (const auto& [row, column, text] : {std::tuple{4, 2, "=Sales"}, {0, 3, "=12"}, {9, 9, "="}}) {
+            std::vector<u8> bytes = {ptgExtended, sub, static_cast<u8>(row), 0, static_cast<u8>(column), 0};
+            bytes.resize(sub == 10 ? 15 : 6);
+            FormulaTokens tokens;
+            ASSERT_TRUE(MakeTokens(tokens, ByteView(bytes.data(), bytes.size()), {}));
+            WideText out;
+            EXPECT_TRUE(FormulaToText(CurrentBook(), tokens, 0, 0, true, out));
+            if (isLabel) EXPECT_EQ(Narrow(out), text) << int{sub};
+            else EXPECT_EQ(Narrow(out).find("Sales"), std::string::npos) << int{sub};
+            FreeTokens(tokens);
+        }
+    }
+}
+
+TEST_F(PrintedTokens, OffsetsArePrintedFromTheCellThatTheyAreMeantFrom) {
+    const auto printed = [](std::vector<u8> bytes, i32 row, i32 column, bool useA1) {
+        FormulaTokens tokens;
+        EXPECT_TRUE(MakeTokens(tokens, ByteView(bytes.data(), bytes.size()), {}));
+        WideText out;
+        EXPECT_TRUE(FormulaToText(CurrentBook(), tokens, row, column, useA1, out));
+        FreeTokens(tokens);
+        return Narrow(out);
+    };
+    for (u8 nibble = 0; nibble < 16; ++nibble) {
+        std::vector<u8> area(9), cell(5);
+        area[0] = ptgAreaN;
+        WriteAreaOperand(area.data() + 1, {2, 6, 3, 7}, nibble);
+        const auto field = [&](u8 bit, i32 plain, i32 moved) { return nibble & bit ? moved : plain; };
+        const i32 r1 = field(8, 2, 12), r2 = field(2, 6, 16), c1 = field(4, 3, 23), c2 = field(1, 7, 27);
+        WideText expected;
+        EXPECT_TRUE(expected.Append(u'=') && CellToText(r1, c1, !(nibble & 8), !(nibble & 4), expected) &&
+                    expected.Append(u':') && CellToText(r2, c2, !(nibble & 2), !(nibble & 1), expected));
+        EXPECT_EQ(printed(area, 10, 20, true), Narrow(expected)) << int{nibble};
+    }
+    std::vector<u8> cell(5);
+    cell[0] = ptgRefN;
+    WriteRefOperand(cell.data() + 1, 65535, 255, 12);
+    EXPECT_EQ(printed(cell, 1, 1, true), "=A1");
+    EXPECT_EQ(printed(cell, 5, 3, true), "=C5");
+    EXPECT_EQ(printed(cell, 5, 3, false), "=R[-1]C[-1]");
 }
 
 }  // namespace

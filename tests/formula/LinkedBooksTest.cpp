@@ -446,6 +446,8 @@ TEST_F(LinkedBooks, TablesEndAtTheLastIndexThatATokenHolds) {
         ASSERT_TRUE(row.sheetNames.Resize(LAST - 1));
         EXPECT_EQ(AddExternSheetName(row, u"one"), i32{LAST} - 1);
         EXPECT_EQ(AddExternSheetName(row, u"two"), -1);
+        i32 index = -1;
+        EXPECT_FALSE(AddExternRef({0, 1, 0, 0}, index));
         EXPECT_EQ(AddExternSheetName(row, u"ONE"), i32{LAST} - 1);
         ASSERT_TRUE(row.names.Resize(LAST - 1));
         EXPECT_EQ(FindOrAddExternName(row, u"one"), i32{LAST} - 1);
