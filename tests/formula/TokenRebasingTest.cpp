@@ -1,6 +1,7 @@
 #include "formula/TokenRebasing.h"
 
 #include <random>
+#include <vector>
 
 #include "formula/Coercion.h"
 #include "formula/Compiler.h"
@@ -380,6 +381,32 @@ TEST_F(TokenRebasing, JumpsAndSizesGrowWithTheNamesInTheirReach) {
         ASSERT_TRUE(result.type != VT_NUMBER || NumberToText(result.number, 15, text));
         EXPECT_EQ(result.type == VT_BOOL ? "FALSE" : Narrow(text), shown) << formula;
         FreeValue(result);
+        FreeTokens(tokens);
+    }
+}
+
+TEST_F(TokenRebasing, ASpanOfReferencesIsAsLongAsTheNamesInItHaveBecome) {
+    for (const char* name : {"aa", "bb"}) DefineName(name, "=Sheet1!$A$1");
+    SecondBook();
+    for (const u8 token : {u8{ptgMemFunc}, u8{ptgMemAreaN}, u8{ptgMemArea}, u8{ptgMemErr}}) {
+        // aa + (span of: aa, bb, union) + bb
+        const bool wide = token == ptgMemArea || token == ptgMemErr;
+        const std::vector<u8> aa = {ptgName, 1, 0, 0, 0}, bb = {ptgName, 2, 0, 0, 0};
+        std::vector<u8> bytes = aa;
+        bytes.push_back(token);
+        if (wide) bytes.insert(bytes.end(), {0, 0, 0, 0});
+        bytes.insert(bytes.end(), {11, 0});
+        for (const std::vector<u8>& name : {aa, bb}) bytes.insert(bytes.end(), name.begin(), name.end());
+        bytes.push_back(ptgUnion);
+        bytes.insert(bytes.end(), bb.begin(), bb.end());
+        FormulaTokens tokens;
+        ASSERT_TRUE(MakeTokens(tokens, ByteView(bytes.data(), bytes.size()), {}));
+        TokenRebase rebase;
+        rebase.targetBook = 1;
+        ASSERT_TRUE(RebaseTokens(rebase, tokens));
+        ASSERT_EQ(tokens.length, bytes.size() + 8);
+        EXPECT_EQ(tokens.bytes[7], token);
+        EXPECT_EQ(ReadU16(tokens.bytes + 8 + (wide ? 4 : 0)), 15) << int{token};
         FreeTokens(tokens);
     }
 }
