@@ -160,7 +160,8 @@ namespace {
 bool ReplaceLacking(PageTrial& trial, u16 page, WideView text, WideText& out) {
     out.Truncate(0);
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool pair = (text[i] & 0xFC00) == 0xD800 && i + 1 < text.size();
+        const bool pair =
+            i + 1 < text.size() && (text[i] & 0xFC00) == 0xD800 && (text[i + 1] & 0xFC00) == 0xDC00;
         const WideView one = text.substr(i, pair ? 2 : 1);
         if (!(ComesBack(trial, page, one) ? out.Append(one) : out.Append(u'_'))) return false;
         i += pair;

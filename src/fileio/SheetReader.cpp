@@ -79,10 +79,7 @@ static_assert(HandlersAscend(handlers));
 // What nobody here understands stays with the sheet, a block and what goes on behind a record as a whole.
 bool CarryRecord(LoadState& load, const BiffRecord& record, std::size_t start, u16 place) {
     const std::size_t behind = load.stream.position;
-    if (BeginsBlock(record.id) && !SkipBlock(load.stream, record.id)) {
-        if (record.id == RECORD_BOF) return false;
-        load.stream.position = behind;
-    }
+    if (BeginsBlock(record.id) && !SkipBlock(load.stream, record.id)) load.stream.position = behind;
     while (PeekRecordId(load.stream) == RECORD_CONTINUE) {
         BiffRecord more;
         if (!NextRecord(load.stream, more)) break;
@@ -119,10 +116,7 @@ bool ReadSheet(LoadState& load) {
     FreeShared(load.arrays);
     load.lastCellKnown = false;
     LoadedSheet(load).carried.form = load.biffVersion;
-    const bool good = ReadRecords(load);
-    FreeShared(load.shared);
-    FreeShared(load.arrays);
-    return good;
+    return ReadRecords(load);
 }
 
 bool KeepSubstream(LoadState& load) {

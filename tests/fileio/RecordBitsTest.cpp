@@ -12,7 +12,7 @@ namespace tally {
 namespace {
 
 constexpr u16 XF = 224, FONT = 49, PANE = 65, WINDOW2 = 574, CONDFMT = 432, CF = 433, AUTOFILTERINFO = 157,
-              AUTOFILTER = 158;
+              AUTOFILTER = 158, STYLE = 659;
 
 struct Row {
     u8 form;
@@ -24,7 +24,7 @@ struct Row {
 class RecordBits : public Saving {
   protected:
     static bool IsOfGlobals(u16 id) {
-        constexpr u16 ids[] = {14, 34, 49, 61, 64, 140, 141, 156, 218, 224, 352, 431, 439, 444};
+        constexpr u16 ids[] = {14, 34, 49, 61, 64, 140, 141, 156, 218, 224, 352, 431, 439, 444, 659};
         return std::find(std::begin(ids), std::end(ids), id) != std::end(ids);
     }
     static Bytes FormatRecord(u8 form, bool ofStyle) {
@@ -40,7 +40,7 @@ class RecordBits : public Saving {
         b.Globals({"One"}, [&](BiffBuilder& globals) {
             if (row.id == FONT)
                 for (int i = 0; i < 4; ++i) globals.Raw(FONT, Hex(row.body));
-            if (row.id == XF)
+            if (row.id == XF || row.id == STYLE)
                 for (int i = 0; i < 16; ++i) globals.Raw(XF, FormatRecord(row.form, i < 15));
             if (IsOfGlobals(row.id)) globals.Raw(row.id, body);
         });
@@ -101,6 +101,10 @@ TEST_F(RecordBits, EachThatABookKeepsComesBack) {
          "03 00 1F 00 FB 00 7F FF FF FC FF FF FF FF FF FF FF FD 40 20"},
         {7, 224, "00 00 00 00 01 00 20 00 C0 20 00 00 00 00 00 00",
          "03 00 1F 00 FB 00 7F FF 40 20 FF FF FF FF FF 3F"},
+        {8, 659, "00 80 03 FF", "0F 00 FF FF"},
+        {7, 659, "00 80 03 FF", "0F 00 FF FF"},
+        {8, 659, "01 00 02 00 00 41 42", "0F 00 00 00 00 FF FF"},
+        {7, 659, "01 00 02 41 42", "0F 00 00 FF FF"},
         {8, 13, "01 00", "01 80"},
         // Fills and borders in colours of the palette.
         {8, 224, "00 00 02 00 01 00 20 00 00 00 11 11 08 04 08 04 20 08 88 04",
