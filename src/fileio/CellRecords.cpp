@@ -64,7 +64,7 @@ bool ReadRichText(LoadState& load, ByteView body) {
     const ByteView rest = From(body, 8 + used);
     const u32 size = wide ? 2 : 1;
     const u32 count = std::min(wide ? u32{WordAt(rest, 0)} : u32{ByteAt(rest, 0)},
-                               static_cast<u32>(rest.size() / (2 * size)));
+                               static_cast<u32>(From(rest, size).size() / (2 * size)));
     const WideView text = load.text;
     TextBlock* block = MakeTextRoom(text.size(), count ? RUN_COUNT_BYTES + count * RUN_BYTES : 0);
     if (!block) return false;
