@@ -2,6 +2,7 @@
 
 #include "base/Platform.h"
 #include "base/Text.h"
+#include "fileio/FormatFields.h"
 #include "fileio/FormatRecords.h"
 #include "fileio/LoadState.h"
 #include "fileio/NarrowText.h"
@@ -11,46 +12,9 @@
 namespace tally {
 namespace {
 
-u8 Bits(u32 word, u32 first, u32 count) { return static_cast<u8>(word >> first & ((1u << count) - 1)); }
-
-void ReadXf8(ByteView body, CellFormat& format) {
-    format.rotation = ByteAt(body, 7);
-    format.pattern = Bits(ByteAt(body, 17), 2, 6);
-    const u32 fill = WordAt(body, 18);
-    format.patternColour = Bits(fill, 0, 7);
-    format.backColour = Bits(fill, 7, 7);
-    const u32 styles = WordAt(body, 10);
-    format.leftStyle = Bits(styles, 0, 4);
-    format.rightStyle = Bits(styles, 4, 4);
-    format.topStyle = Bits(styles, 8, 4);
-    format.bottomStyle = Bits(styles, 12, 4);
-    format.leftColour = Bits(WordAt(body, 12), 0, 7);
-    format.rightColour = Bits(WordAt(body, 12), 7, 7);
-    format.topColour = Bits(WordAt(body, 14), 0, 7);
-    format.bottomColour = Bits(WordAt(body, 14), 7, 7);
-    format.layout = ByteAt(body, 8);
-    format.own = ByteAt(body, 9) & ALL_OWN;
-    format.diagonals = Bits(WordAt(body, 12), 14, 2);
-    format.diagonalColour = Bits(LongAt(body, 14), 14, 7);
-    format.diagonalStyle = Bits(LongAt(body, 14), 21, 4);
-}
-
-void ReadXf5(ByteView body, CellFormat& format) {
-    format.rotation = quarterTurns[ByteAt(body, 7) & 3];
-    const u32 fill = LongAt(body, 8);
-    const u32 border = LongAt(body, 12);
-    format.patternColour = Bits(fill, 0, 7);
-    format.backColour = Bits(fill, 7, 7);
-    format.pattern = Bits(fill, 16, 6);
-    format.bottomStyle = Bits(fill, 22, 3);
-    format.bottomColour = Bits(fill, 25, 7);
-    format.topStyle = Bits(border, 0, 3);
-    format.leftStyle = Bits(border, 3, 3);
-    format.rightStyle = Bits(border, 6, 3);
-    format.topColour = Bits(border, 9, 7);
-    format.leftColour = Bits(border, 16, 7);
-    format.rightColour = Bits(border, 23, 7);
-    format.own = ByteAt(body, 7) & ALL_OWN;
+void ReadXfFields(std::span<const XfField> fields, ByteView body, CellFormat& format) {
+    for (const XfField& row : fields)
+        format.*row.field = static_cast<u8>(LongAt(body, row.at) >> row.first & ((1u << row.bits) - 1));
 }
 
 // The fields in front of the name, in the layout of the 95 and 97 forms.
@@ -147,20 +111,20 @@ bool ReadXf(LoadState& load, ByteView body) {
         load.formatsSeen = true;
     }
     CellFormat format;
-    const u16 font = WordAt(body, 0);
+    const u16 font = WordAt(body, XF_FONT_AT);
     format.font = font > MISSING_FONT ? static_cast<u16>(font - 1) : font;
-    format.numberFormat = WordAt(body, 2);
+    format.numberFormat = WordAt(body, XF_NUMBER_FORMAT_AT);
     if (FindNumberFormat(book, format.numberFormat) == book.numberFormats.Count()) format.numberFormat = 0;
-    format.parent = WordAt(body, 4) >> 4;
-    const u8 alignment = ByteAt(body, 6);
-    format.flags = static_cast<u16>((ByteAt(body, 4) & 15) | (alignment & ALIGNMENT_WRAPS ? FORMAT_WRAP : 0));
-    format.horizontal = Bits(alignment, 0, 3);
-    format.vertical = Bits(alignment, 4, 3);
+    format.parent = WordAt(body, XF_FLAGS_AT) >> XF_PARENT_SHIFT;
+    format.flags = WordAt(body, XF_FLAGS_AT) & XF_FLAG_BITS;
+    if (ByteAt(body, XF_ALIGNMENT_AT) & ALIGNMENT_WRAPS) format.flags |= FORMAT_WRAP;
     if (load.biffVersion == 8) {
-        ReadXf8(body, format);
+        ReadXfFields(xfFields8, body, format);
     } else {
-        ReadXf5(body, format);
+        ReadXfFields(xfFields95, body, format);
+        format.rotation = quarterTurns[format.rotation];
     }
+    format.own = ByteAt(body, load.biffVersion == 8 ? XF_OWN_AT : XF_OWN_AT_95) & ALL_OWN;
     // A solid cell shows its back colour in memory; the file has the two the other way round.
     if (format.pattern == SOLID_PATTERN) std::swap(format.patternColour, format.backColour);
     return book.cellFormats.Append(format);

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "fileio/CarriedRecords.h"
+#include "fileio/FormatFields.h"
 #include "fileio/FormatRecords.h"
 #include "fileio/SaveState.h"
 #include "model/DefaultFormats.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::size_t STYLE_NAME_MOST = 255;
 constexpr u8 BORDER_MOST_95 = 7, BORDER_INSTEAD = 3;
+constexpr u8 LAST_COLOUR = 63;     // of the palette
 constexpr u32 LEAST_FORMATS = 16;  // the default one for cells is the last of these
 
 void WriteFont(SaveState& save, const FontRecord& font) {
@@ -54,50 +56,39 @@ void WriteFormat(SaveState& save, const NumberFormat& format) {
     IgnoreFailure(EndBody(save, RECORD_FORMAT));
 }
 
-struct FillColours {
-    u32 fore, back;
-};
-
-// A solid cell holds the two the other way round in memory.
-FillColours ColoursOf(const CellFormat& format) {
-    u32 fore = format.patternColour;
-    u32 back = format.backColour;
-    if (format.pattern == SOLID_PATTERN) std::swap(fore, back);
-    return {fore > 63 ? u32{TEXT_COLOUR} : fore, back > 63 ? u32{WINDOW_COLOUR} : back};
-}
-
-void PutXf8(const CellFormat& format, u8* out) {
-    const FillColours fill = ColoursOf(format);
-    PutU16(out + 10, u32{format.leftStyle} | u32{format.rightStyle} << 4 | u32{format.topStyle} << 8 |
-                         u32{format.bottomStyle} << 12);
-    PutU16(out + 12, u32{format.leftColour} | u32{format.rightColour} << 7 | (u32{format.diagonals} & 3) << 14);
-    PutU32(out + 14, format.topColour | u32{format.bottomColour} << 7 |
-                         (u32{format.diagonalColour} & 127) << 14 | (u32{format.diagonalStyle} & 15) << 21 |
-                         (u32{format.pattern} & 63) << 26);
-    PutU16(out + 18, fill.fore | fill.back << 7);
-}
-
-u32 Border95(SaveState& save, u8 style) {
+u8 Border95(SaveState& save, u8 style) {
     if (style <= BORDER_MOST_95) return style;
     save.losses |= LOSS_FORMATS;
     return BORDER_INSTEAD;
 }
 
-u32 Rotation95(SaveState& save, u8 rotation) {
+u8 Rotation95(SaveState& save, u8 rotation) {
     const u8* found = std::find(std::begin(quarterTurns), std::end(quarterTurns), rotation);
-    if (found != std::end(quarterTurns)) return static_cast<u32>(found - quarterTurns);
+    if (found != std::end(quarterTurns)) return static_cast<u8>(found - quarterTurns);
     save.losses |= LOSS_FORMATS;
     return 0;
 }
 
-void PutXf95(SaveState& save, const CellFormat& format, u8* out) {
+// The format as its fields have it in the file.
+CellFormat WrittenFormat(SaveState& save, CellFormat format) {
+    // A solid cell holds its two colours the other way round in memory.
+    if (format.pattern == SOLID_PATTERN) std::swap(format.patternColour, format.backColour);
+    if (format.patternColour > LAST_COLOUR) format.patternColour = TEXT_COLOUR;
+    if (format.backColour > LAST_COLOUR) format.backColour = WINDOW_COLOUR;
+    if (save.biffVersion == 8) return format;
     if (format.diagonals || format.layout) save.losses |= LOSS_FORMATS;
-    const FillColours fill = ColoursOf(format);
-    PutU32(out + 8, fill.fore | fill.back << 7 | (format.pattern & 63u) << 16 |
-                        Border95(save, format.bottomStyle) << 22 | u32{format.bottomColour} << 25);
-    PutU32(out + 12, Border95(save, format.topStyle) | Border95(save, format.leftStyle) << 3 |
-                         Border95(save, format.rightStyle) << 6 | (format.topColour & 127u) << 9 |
-                         (format.leftColour & 127u) << 16 | (format.rightColour & 127u) << 23);
+    format.rotation = Rotation95(save, format.rotation);
+    for (u8 CellFormat::*style :
+         {&CellFormat::topStyle, &CellFormat::leftStyle, &CellFormat::bottomStyle, &CellFormat::rightStyle})
+        format.*style = Border95(save, format.*style);
+    return format;
+}
+
+void PutXfFields(std::span<const XfField> fields, const CellFormat& format, u8* out) {
+    for (const XfField& row : fields) {
+        const u32 value = format.*row.field & ((1u << row.bits) - 1);
+        PutU32(out + row.at, ReadU32(out + row.at) | value << row.first);
+    }
 }
 
 // The style that a cell's format belongs to; the first row where the one named is none.
@@ -110,22 +101,19 @@ u32 ParentOf(const SaveState& save, const CellFormat& format) {
 
 void WriteXf(SaveState& save, const CellFormat& format) {
     const bool wide = save.biffVersion == 8;
-    u8* out = BeginRecord(save.writer, RECORD_XF, wide ? 20 : 16);
+    const std::size_t length = wide ? XF_BYTES : XF_BYTES_95;
+    u8* out = BeginRecord(save.writer, RECORD_XF, length);
+    std::fill(out, out + length, u8{0});
     const u32 font = format.font < SavedBook(save).fonts.Count() ? format.font : 0u;
-    PutU16(out, font >= MISSING_FONT ? font + 1 : font);
-    PutU16(out + 2, format.numberFormat);
+    PutU16(out + XF_FONT_AT, font >= MISSING_FONT ? font + 1 : font);
+    PutU16(out + XF_NUMBER_FORMAT_AT, format.numberFormat);
     const u32 flags = format.flags & (FORMAT_LOCKED | FORMAT_HIDDEN | FORMAT_STYLE | FORMAT_QUOTE_PREFIX);
-    PutU16(out + 4, flags | ParentOf(save, format) << 4);
-    const u32 rotation = wide ? format.rotation : Rotation95(save, format.rotation);
-    const u32 own = format.own & ALL_OWN;
-    PutU16(out + 6, (format.horizontal & 7u) | (format.flags & FORMAT_WRAP ? u32{ALIGNMENT_WRAPS} : 0u) |
-                        (format.vertical & 7u) << 4 | rotation << 8 | (wide ? 0u : own << 8));
-    if (wide) {
-        PutU16(out + 8, format.layout | own << 8);
-        PutXf8(format, out);
-    } else {
-        PutXf95(save, format, out);
-    }
+    PutU16(out + XF_FLAGS_AT, flags | ParentOf(save, format) << XF_PARENT_SHIFT);
+    if (format.flags & FORMAT_WRAP) out[XF_ALIGNMENT_AT] |= ALIGNMENT_WRAPS;
+    const CellFormat written = WrittenFormat(save, format);
+    if (wide) PutXfFields(xfFields8, written, out);
+    else PutXfFields(xfFields95, written, out);
+    out[wide ? XF_OWN_AT : XF_OWN_AT_95] |= format.own & ALL_OWN;
 }
 
 void WriteStyle(SaveState& save, const StyleRow& style) {

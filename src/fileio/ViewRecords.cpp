@@ -3,37 +3,39 @@
 #include "base/Number.h"
 #include "fileio/OptionRecords.h"
 #include "fileio/SheetRecords.h"
+#include "fileio/ViewFields.h"
 #include "model/CellStore.h"
 
 namespace tally {
 
 bool ReadSelection(LoadState& load, ByteView body) {
     SheetView& view = LoadedSheet(load).view;
-    view.activeRow = WordAt(body, 1);
-    view.activeColumn = ByteAt(body, 3);
-    const std::size_t at = 9 + std::size_t{WordAt(body, 5)} * 6;
-    view.selection = {WordAt(body, at), WordAt(body, at + 2), ByteAt(body, at + 4), ByteAt(body, at + 5)};
+    view.activeRow = WordAt(body, SELECTION_ROW_AT);
+    view.activeColumn = ByteAt(body, SELECTION_COLUMN_AT);
+    const ByteView area = From(body, SELECTION_AREAS_AT + WordAt(body, SELECTION_ACTIVE_AT) * AREA_BYTES);
+    view.selection = {WordAt(area, 0), WordAt(area, AREA_LAST_ROW_AT), ByteAt(area, AREA_FIRST_COLUMN_AT),
+                      ByteAt(area, AREA_LAST_COLUMN_AT)};
     return true;
 }
 
 bool ReadWindow2(LoadState& load, ByteView body) {
     Sheet& sheet = LoadedSheet(load);
     const u16 shown = VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN;
-    sheet.viewFlags = static_cast<u16>((sheet.viewFlags & ~shown) | (ByteAt(body, 0) & shown));
+    sheet.viewFlags = static_cast<u16>((sheet.viewFlags & ~shown) | (ByteAt(body, WINDOW2_FLAGS_AT) & shown));
     SheetOptions& options = sheet.options;
-    options.window = WordAt(body, 0) & WINDOW_KEPT;
-    options.gridColour = LongAt(body, 6);
+    options.window = WordAt(body, WINDOW2_FLAGS_AT) & WINDOW_KEPT;
+    options.gridColour = LongAt(body, WINDOW2_COLOUR_AT);
     if (load.biffVersion == 8) {
-        options.gridColour = WordAt(body, 6);
-        options.breakZoom = WordAt(body, 10);
-        options.normalZoom = WordAt(body, 12);
+        options.gridColour = WordAt(body, WINDOW2_COLOUR_AT);
+        options.breakZoom = WordAt(body, WINDOW2_BREAK_ZOOM_AT);
+        options.normalZoom = WordAt(body, WINDOW2_NORMAL_ZOOM_AT);
     }
     if (sheet.viewFlags & VIEW_FROZEN) {
-        sheet.view.frozenFirstRow = WordAt(body, 2);
-        sheet.view.frozenFirstColumn = ByteAt(body, 4);
+        sheet.view.frozenFirstRow = WordAt(body, WINDOW2_ROW_AT);
+        sheet.view.frozenFirstColumn = ByteAt(body, WINDOW2_COLUMN_AT);
     } else {
-        sheet.view.firstRow = WordAt(body, 2);
-        sheet.view.firstColumn = ByteAt(body, 4);
+        sheet.view.firstRow = WordAt(body, WINDOW2_ROW_AT);
+        sheet.view.firstColumn = ByteAt(body, WINDOW2_COLUMN_AT);
     }
     return true;
 }
@@ -47,8 +49,8 @@ bool ReadPane(LoadState& load, ByteView body) {
         return true;
     }
     SheetView& view = sheet.view;
-    const u32 columns = WordAt(body, 0);
-    const u32 rows = WordAt(body, 2);
+    const u32 columns = WordAt(body, PANE_COLUMNS_AT);
+    const u32 rows = WordAt(body, PANE_ROWS_AT);
     if (columns) {
         view.splitColumn = static_cast<u8>(std::min<u32>(view.frozenFirstColumn + columns, MAX_COLUMNS - 1));
     } else {
@@ -59,8 +61,8 @@ bool ReadPane(LoadState& load, ByteView body) {
     } else {
         view.splitRow = view.frozenFirstRow = 0;
     }
-    view.firstRow = WordAt(body, 4);
-    view.firstColumn = ByteAt(body, 6);
+    view.firstRow = WordAt(body, PANE_FIRST_ROW_AT);
+    view.firstColumn = ByteAt(body, PANE_FIRST_COLUMN_AT);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "fileio/CarriedRecords.h"
 #include "fileio/OptionRecords.h"
 #include "fileio/SaveState.h"
+#include "fileio/ViewFields.h"
 #include "model/CellStore.h"
 
 // The records of the view, and those of columns.
@@ -21,48 +22,50 @@ void WriteWindow2(SaveState& save, const Sheet& sheet, bool current) {
     const SheetView& view = sheet.view;
     const bool form8 = save.biffVersion == 8;
     const bool frozen = (sheet.viewFlags & VIEW_FROZEN) != 0;
-    const u32 length = form8 ? 18 : 10;
+    const std::size_t length = form8 ? WINDOW2_BYTES : WINDOW2_BYTES_95;
     u8* out = BeginRecord(save.writer, RECORD_WINDOW2, length);
     std::fill(out, out + length, u8{0});
     const SheetOptions& options = sheet.options;
-    out[0] = static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN)) |
-                             (options.window & 0xFF));
-    out[1] =
+    out[WINDOW2_FLAGS_AT] =
+        static_cast<u8>((sheet.viewFlags & (VIEW_FORMULAS | VIEW_GRIDLINES | VIEW_HEADERS | VIEW_FROZEN)) |
+                        (options.window & 0xFF));
+    out[WINDOW2_FLAGS_AT + 1] =
         static_cast<u8>((current ? VIEW_CURRENT : 0) | (frozen ? ONE_FROZEN_MARK : 0) | options.window >> 8);
     const bool splitRows = frozen && view.splitRow;
     const bool splitColumns = frozen && view.splitColumn;
-    PutU16(out + 2, RowInForm(save, splitRows ? view.frozenFirstRow : view.firstRow));
-    PutU16(out + 4, splitColumns ? view.frozenFirstColumn : view.firstColumn);
+    PutU16(out + WINDOW2_ROW_AT, RowInForm(save, splitRows ? view.frozenFirstRow : view.firstRow));
+    PutU16(out + WINDOW2_COLUMN_AT, splitColumns ? view.frozenFirstColumn : view.firstColumn);
     // A colour is an index in one form and red, green and blue in the other.
     const bool known = sheet.carried.form == save.biffVersion;
-    if (!form8) return PutU32(out + 6, known ? options.gridColour : 0u);
-    PutU16(out + 6, known ? options.gridColour : GRID_COLOUR);
-    PutU16(out + 10, options.breakZoom);
-    PutU16(out + 12, options.normalZoom);
+    if (!form8) return PutU32(out + WINDOW2_COLOUR_AT, known ? options.gridColour : 0u);
+    PutU16(out + WINDOW2_COLOUR_AT, known ? options.gridColour : GRID_COLOUR);
+    PutU16(out + WINDOW2_BREAK_ZOOM_AT, options.breakZoom);
+    PutU16(out + WINDOW2_NORMAL_ZOOM_AT, options.normalZoom);
 }
 
 void WriteSplit(SaveState& save, const SheetOptions& options) {
-    u8* out = BeginRecord(save.writer, RECORD_PANE, 10);
+    u8* out = BeginRecord(save.writer, RECORD_PANE, PANE_BYTES);
     for (u32 i = 0; i < std::size(options.split); ++i) PutU16(out + i * 2, options.split[i]);
 }
 
 void WritePane(SaveState& save, const SheetView& view) {
-    u8* out = BeginRecord(save.writer, RECORD_PANE, 10);
+    u8* out = BeginRecord(save.writer, RECORD_PANE, PANE_BYTES);
     PutPane(save, view, out);
-    out[9] = 0;
+    out[PANE_BYTES - 1] = 0;
 }
 
 void WriteSelection(SaveState& save, const SheetView& view) {
-    u8* out = BeginRecord(save.writer, RECORD_SELECTION, 15);
-    out[0] = 3;
-    PutU16(out + 1, RowInForm(save, view.activeRow));
-    PutU16(out + 3, view.activeColumn);
-    PutU16(out + 5, 0);
-    PutU16(out + 7, 1);
-    PutU16(out + 9, RowInForm(save, view.selection.firstRow));
-    PutU16(out + 11, RowInForm(save, view.selection.lastRow));
-    out[13] = view.selection.firstColumn;
-    out[14] = view.selection.lastColumn;
+    u8* out = BeginRecord(save.writer, RECORD_SELECTION, SELECTION_AREAS_AT + AREA_BYTES);
+    out[SELECTION_PANE_AT] = 3;
+    PutU16(out + SELECTION_ROW_AT, RowInForm(save, view.activeRow));
+    PutU16(out + SELECTION_COLUMN_AT, view.activeColumn);
+    PutU16(out + SELECTION_ACTIVE_AT, 0);
+    PutU16(out + SELECTION_COUNT_AT, 1);
+    u8* const area = out + SELECTION_AREAS_AT;
+    PutU16(area, RowInForm(save, view.selection.firstRow));
+    PutU16(area + AREA_LAST_ROW_AT, RowInForm(save, view.selection.lastRow));
+    area[AREA_FIRST_COLUMN_AT] = view.selection.firstColumn;
+    area[AREA_LAST_COLUMN_AT] = view.selection.lastColumn;
 }
 
 }  // namespace
@@ -70,12 +73,12 @@ void WriteSelection(SaveState& save, const SheetView& view) {
 void PutPane(const SaveState& save, const SheetView& view, u8* out) {
     const i32 columns = view.splitColumn ? std::max(view.splitColumn - view.frozenFirstColumn, 0) : 0;
     const i32 rows = view.splitRow ? std::max(view.splitRow - view.frozenFirstRow, 0) : 0;
-    PutU16(out, static_cast<u32>(columns));
-    PutU16(out + 2, static_cast<u32>(std::min<i32>(rows, RowInForm(save, 0xFFFF))));
-    PutU16(out + 4, RowInForm(save, view.firstRow));
-    PutU16(out + 6, view.firstColumn);
+    PutU16(out + PANE_COLUMNS_AT, static_cast<u32>(columns));
+    PutU16(out + PANE_ROWS_AT, static_cast<u32>(std::min<i32>(rows, RowInForm(save, 0xFFFF))));
+    PutU16(out + PANE_FIRST_ROW_AT, RowInForm(save, view.firstRow));
+    PutU16(out + PANE_FIRST_COLUMN_AT, view.firstColumn);
     // The pane that moves: 0 lower right, 1 upper right, 2 lower left, 3 the only one.
-    out[8] = static_cast<u8>((columns ? 0 : 2) | (rows ? 0 : 1));
+    out[PANE_ACTIVE_AT] = static_cast<u8>((columns ? 0 : 2) | (rows ? 0 : 1));
 }
 
 void WriteViewRecords(SaveState& save, const Sheet& sheet, bool current) {
