@@ -43,9 +43,8 @@ u8* BeginCell(SaveState& save, u16 id, std::size_t length, u16 row, const CellRe
 
 bool IsPlain(const CellRecord& cell, u16 type) { return !cell.formula && cell.value.type == type; }
 
-// A blank cell that looks as its column does says nothing.
 bool IsWrittenBlank(const CellWriting& w, const CellRecord& cell) {
-    return IsPlain(cell, VT_EMPTY) && cell.format != w.columnFormats[cell.column];
+    return IsPlain(cell, VT_EMPTY) && SaysSomething(w.columnFormats, cell);
 }
 
 // Each of these writes the cells from `first` on that go into one record, and returns the next one.
@@ -308,6 +307,15 @@ void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell) {
         begun = true;
     }
     if (cell.value.type == VT_STRING) WriteSplitString(w.save, RECORD_STRING, TextOf(cell.value));
+}
+
+void FillColumnFormats(const Sheet& sheet, u16* formats) {
+    std::fill(formats, formats + MAX_COLUMNS, DEFAULT_CELL_FORMAT);
+    for (const ColumnInfo& column : sheet.columns) formats[column.column] = column.format;
+}
+
+bool SaysSomething(const u16* columnFormats, const CellRecord& cell) {
+    return !IsPlain(cell, VT_EMPTY) || cell.format != columnFormats[cell.column];
 }
 
 void WriteRowCells(CellWriting& w, const CellRow& row) {

@@ -57,6 +57,22 @@ bool IsDropped(const CompoundContents& contents, std::size_t entry) {
     return entry < contents.dropped.size() && contents.dropped[entry];
 }
 
+// Whether all that is left is what a book without any of it is written with, too.
+bool SaysNothing(const CompoundContents& contents) {
+    constexpr char16_t PROPERTIES = 5;
+    const std::span<const CarriedEntry> entries = contents.entries;
+    if (entries.empty()) return true;
+    const auto isZero = [](u8 byte) { return byte == 0; };
+    if (!IsDropped(contents, 0) && !std::all_of(entries[0].classId, entries[0].classId + 16, isZero))
+        return false;
+    for (std::size_t i = 1; i < entries.size(); ++i) {
+        const CarriedEntry& entry = entries[i];
+        const bool empty = entry.bytes.IsEmpty() && !entry.name.IsEmpty() && entry.name[0] == PROPERTIES;
+        if (!entry.parent && !empty && !IsDropped(contents, i)) return false;
+    }
+    return true;
+}
+
 bool CollectItems(const CompoundContents& contents, u8 biffVersion, Array<Item>& items) {
     const std::span<const CarriedEntry> entries = contents.entries;
     if (!items.Append({BookStreamName(biffVersion), 0, nullptr, 0, KIND_STREAM})) return false;
@@ -259,7 +275,8 @@ void PutEntry(u8* entry, const Node& node, bool alone) {
 }
 
 void PutDirectory(u8* out, const FileLayout& layout, const Array<Node>& nodes) {
-    const bool alone = !nodes[0].source;
+    const bool alone =
+        std::none_of(nodes.begin(), nodes.end(), [](const Node& node) { return node.source != nullptr; });
     const u32 places = layout.directory * static_cast<u32>(SECTOR / ENTRY);
     for (u32 i = 0; i < places; ++i) {
         u8* entry = out + std::size_t{i} * ENTRY;
@@ -277,8 +294,8 @@ struct Surroundings {
     Array<u8> tail;  // zero bytes that fill the stream up, and all that follows
 };
 
-bool BuildSurroundings(std::size_t streamBytes, u8 biffVersion, const CompoundContents& contents,
-                       Surroundings& out) {
+bool BuildSurroundings(std::size_t streamBytes, u8 biffVersion, CompoundContents contents, Surroundings& out) {
+    if (SaysNothing(contents)) contents = {};
     const std::size_t size = std::max(streamBytes, MINI_STREAM_LIMIT);
     Array<Node> nodes;
     FileLayout layout;

@@ -190,6 +190,10 @@ struct CellWriting {
     u16 columnFormats[MAX_COLUMNS];
     ArrayCursor arrays;
 };
+// The formats of the columns, one for each of MAX_COLUMNS.
+void FillColumnFormats(const Sheet& sheet, u16* formats);
+// Whether a cell holds anything that its column does not say; one that does not is left out.
+bool SaysSomething(const u16* columnFormats, const CellRecord& cell);
 void WriteRowCells(CellWriting& w, const CellRow& row);
 void WriteFormulaCell(CellWriting& w, u16 row, const CellRecord& cell);
 

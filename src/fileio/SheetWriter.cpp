@@ -20,12 +20,26 @@ struct SheetExtent {
     i32 lastColumn = 0;
 };
 
+// How far that reaches which goes into the file: a cell that says nothing does not come back, and must not make
+// the next save another one.
 SheetExtent ExtentOf(SaveState& save, const Sheet& sheet) {
-    SheetExtent extent = {LastUsedRow(sheet), LastUsedColumn(sheet)};
-    if (extent.lastRow > LastRowOf(save)) {
-        save.losses |= LOSS_ROWS;
-        extent.lastRow = LastRowOf(save);
+    u16 formats[MAX_COLUMNS];
+    FillColumnFormats(sheet, formats);
+    SheetExtent extent;
+    const i32 most = LastRowOf(save);
+    const auto take = [&](i32 row, i32 column) {
+        if (row > most) save.losses |= LOSS_ROWS;
+        extent.lastRow = std::max(extent.lastRow, std::min(row, most));
+        if (row <= most) extent.lastColumn = std::max(extent.lastColumn, column);
+    };
+    for (const CellRow& row : sheet.cells.rows) {
+        u32 end = row.count;
+        while (end && !SaysSomething(formats, row.cells[end - 1])) --end;
+        if (end) take(row.row, row.cells[end - 1].column);
     }
+    if (!sheet.rows.IsEmpty()) take(sheet.rows.Last().row, 0);
+    if (save.biffVersion != 8) return extent;
+    for (const RefArea& merge : sheet.mergedAreas) take(merge.lastRow, merge.lastColumn);
     return extent;
 }
 
@@ -179,8 +193,7 @@ void WriteBlockCells(CellWriting& w, BlockWalk& walk, i32 first, i32 end, u32 fi
 
 void WriteRowBlocks(SaveState& save, const Sheet& sheet, i32 lastRow, i32 lastColumn, u32 indexBlocks) {
     CellWriting w{save, sheet, {}, {}};
-    std::fill(std::begin(w.columnFormats), std::end(w.columnFormats), DEFAULT_CELL_FORMAT);
-    for (const ColumnInfo& column : sheet.columns) w.columnFormats[column.column] = column.format;
+    FillColumnFormats(sheet, w.columnFormats);
     if (!BeginArrays(sheet, w.arrays)) save.writer.failed = true;
     BlockWalk walk;
     for (i32 first = 0; first <= lastRow && !save.writer.failed; first += BLOCK_ROWS) {

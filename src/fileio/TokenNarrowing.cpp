@@ -241,9 +241,13 @@ void NarrowToken(Narrower& n, const u8* token, u32 at, u32 size) {
         case 0x1B:
         case 0x38:
         case ptgExtended: n.bad = true; return;
+        // What stands in the bytes behind the token says nothing.
+        case ptgArray:
+            n.bad = n.bad || n.save.pocket;
+            PutByte(n.to, *token);
+            return PutZeros(n.to, size - 1);
         case ptgExp:
-        case ptgTbl:
-        case ptgArray: n.bad = n.bad || n.save.pocket; break;
+        case ptgTbl: n.bad = n.bad || n.save.pocket; break;
         case ptgFunc: n.bad = n.bad || IsLacking(n, ReadU16(token + 1)); break;
         case ptgFuncVar: n.bad = n.bad || IsLacking(n, ReadU16(token + 2)); break;
         default: break;

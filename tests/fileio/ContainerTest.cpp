@@ -387,6 +387,35 @@ TEST(Container, ABookByItselfSaysNothingMore) {
     }
 }
 
+TEST(Container, WhatIsLeftWithoutContentIsWrittenAsABookByItself) {
+    const Bytes plain = Build(100);
+    struct Row {
+        bool rootDropped, storageDropped;
+        u32 properties;
+        bool same;
+    };
+    for (const Row& row :
+         {Row{true, true, 0, true}, {false, true, 0, false}, {true, false, 0, false}, {true, true, 7, false}}) {
+        Tree tree;
+        const u32 storage = tree.Add(0, u"_VBA_PROJECT_CUR", 1, 0);
+        tree.Add(storage, u"dir", 2, 100);
+        tree.Add(0, u"\u0005SummaryInformation", 2, row.properties);
+        Array<bool> dropped;
+        ASSERT_TRUE(dropped.Resize(tree.entries.Count()));
+        dropped[0] = row.rootDropped;
+        dropped[storage] = row.storageDropped;
+        const Bytes file = Build(100, &tree, dropped.Span());
+        EXPECT_EQ(file == plain, row.same);
+        Checker checker(file);
+        EXPECT_EQ(checker.Check(), "");
+        // What comes back is written with the same bytes.
+        Tree read;
+        read.entries.Clear();
+        ASSERT_TRUE(ReadCompoundTree(file, read.entries));
+        EXPECT_TRUE(Build(100, &read) == file);
+    }
+}
+
 TEST(Container, StreamsThatAreNotWholeAreLeftOut) {
     Tree tree;
     tree.Add(0, u"Large", 2, 5000);

@@ -106,7 +106,7 @@ constexpr u32 losesCells = LOSS_FORMULAS | LOSS_TEXT | LOSS_CHARACTERS;
 void RoundTrip::WalkCorpus(u8 form, u32 parts) {
     const std::vector<fs::path> files = CorpusFiles();
     if (files.empty()) GTEST_SKIP() << "no corpus";
-    int opened = 0, whole = 0;
+    int opened = 0, whole = 0, changed = 0;
     for (const fs::path& path : files) {
         Forget();
         Headless().filesInMemory = false;
@@ -124,6 +124,10 @@ void RoundTrip::WalkCorpus(u8 form, u32 parts) {
         ResetBooks();
         ASSERT_TRUE(ReadMemory(first, u"1.xls")) << path;
         EXPECT_EQ(CurrentWorkbook()->biffVersion, form);
+        IgnoreFailure(Save(u"3.xls", form));
+        const bool same = Bytes(u"3.xls") == first;
+        changed += !same;
+        EXPECT_TRUE(same || form == 7) << path << ": saved anew";
         u32 compared = parts;
         if (losses & losesCells)
             compared &= ~u32{DUMP_VALUES | DUMP_FORMULAS | DUMP_NAMES | DUMP_TABS | DUMP_PAGES | DUMP_KEPT};
@@ -134,6 +138,9 @@ void RoundTrip::WalkCorpus(u8 form, u32 parts) {
         for (const auto& [part, lines] : after)
             EXPECT_EQ(DumpDifference(before.at(part), lines), "") << path << " losses " << losses;
     }
+    // The older form's tables of links are made anew by what formulas use: the names of add-ins may come in
+    // another order, and the values of what nothing uses go.
+    EXPECT_LE(changed, 6);
     EXPECT_GT(opened, 100);
     RecordProperty("opened", opened);
     RecordProperty("whole", whole);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <tuple>
 #include "fileio/CarriedRecords.h"
 
@@ -51,6 +52,61 @@ TEST_F(SavedBooks, SavingTwiceAndSavingWhatWasReadGiveTheSameBytes) {
         Reopen();
         Save(form);
         EXPECT_EQ(File(), again);
+    }
+}
+
+TEST_F(SavedBooks, WhatSaysNothingDoesNotReachIntoTheFile) {
+    const auto extent = [&](u8 form) {
+        Save(form);
+        const WrittenRecord record = Find(512)[0];
+        const std::vector<u8> first = File();
+        EXPECT_EQ(Find(520).size(), form == 8 ? record.Long(4) : record.Word(2));
+        const std::string told = form == 8
+                                     ? std::to_string(record.Long(4)) + " " + std::to_string(record.Word(10))
+                                     : std::to_string(record.Word(2)) + " " + std::to_string(record.Word(6));
+        Reopen();
+        Save(form);
+        EXPECT_TRUE(File() == first) << told;
+        return told;
+    };
+    const auto anew = [&](const std::function<void(Sheet&)>& fill) {
+        ResetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        Put(3, 2, 1);
+        fill(*CurrentSheet());
+    };
+    struct Row {
+        std::function<void(Sheet&)> fill;
+        const char *form8, *form7;
+    };
+    const Row rows[] = {
+        {[](Sheet&) {}, "4 3", "4 3"},
+        {[](Sheet&) { PutBlank(100, 50, 15); }, "4 3", "4 3"},
+        {[](Sheet&) { PutBlank(100, 50, 16); }, "101 51", "101 51"},
+        {[](Sheet& s) {
+             ASSERT_TRUE(SetColumnInfo(s.columns, {50, 0, 2000, 16}));
+             PutBlank(100, 50, 16);
+             PutBlank(99, 50, 15);
+             PutBlank(98, 60, 15);
+         },
+         "100 51", "100 51"},
+        {[](Sheet& s) {
+             PutBlank(100, 4, 16);
+             PutBlank(100, 50, 15);
+             ASSERT_TRUE(SetRowInfo(s.rows, {200, ROW_CUSTOM_HEIGHT, 400}));
+         },
+         "201 5", "201 5"},
+        {[](Sheet& s) {
+             ASSERT_TRUE(s.mergedAreas.Append({1, 9, 1, 8}));
+         },
+         "10 9", "4 3"},
+        {[](Sheet&) { Put(20000, 40, 1); }, "20001 41", "16384 3"},
+    };
+    for (const Row& row : rows) {
+        anew(row.fill);
+        EXPECT_EQ(extent(8), row.form8);
+        anew(row.fill);
+        EXPECT_EQ(extent(7), row.form7);
     }
 }
 
