@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "base/MessageTable.h"
 #include "base/Platform.h"
@@ -179,6 +180,8 @@ bool ReadGlobals(LoadState& load) {
          start = load.stream.position) {
         if (record.id == RECORD_EOF) return true;
         const RecordHandler* handler = FindHandler(handlers, record.id);
+        // A book may be seen in several windows: the first is its own, the others are kept.
+        if (record.id == RECORD_WINDOW1 && std::exchange(load.windowSeen, true)) handler = nullptr;
         if (handler && !handler->read(load, record.body)) return false;
         const bool known = handler || ReadBookOption(load, record);
         const u16 own = PlaceInGlobals(record.id);

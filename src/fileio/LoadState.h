@@ -54,6 +54,8 @@ struct LoadState {
     i32 linkBook = -1;          // whose values follow, and of which sheet
     i32 linkSheet = -1;
     i32 activeTab = 0;
+    bool windowSeen = false;  // of the book
+    bool viewSeen = false;    // of the current sheet
     bool fontsSeen = false;
     bool formatsSeen = false;
     Array<TextBlock*> strings;  // shared strings; one use each

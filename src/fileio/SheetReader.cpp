@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "fileio/CarriedRecords.h"
 #include "fileio/OptionRecords.h"
 #include "fileio/RecordHandlers.h"
@@ -88,12 +90,23 @@ bool CarryRecord(LoadState& load, const BiffRecord& record, std::size_t start, u
                       Part(load.stream.bytes, start, load.stream.position - start));
 }
 
+bool IsOfView(u16 id) {
+    return id == RECORD_WINDOW2 || id == RECORD_SCL || id == RECORD_PANE || id == RECORD_SELECTION;
+}
+
 bool ReadRecords(LoadState& load) {
     u16 place = SHEET_BEGIN;
+    bool another = false;  // view than the first, in another window of the book
     BiffRecord record;
     for (std::size_t start = load.stream.position; NextRecord(load.stream, record);
          start = load.stream.position) {
         if (record.id == RECORD_EOF) return true;
+        if (record.id == RECORD_WINDOW2) another = std::exchange(load.viewSeen, true);
+        if (another && IsOfView(record.id)) {
+            place = SHEET_SELECTION;
+            if (!CarryRecord(load, record, start, place)) return false;
+            continue;
+        }
         const RecordHandler* handler = FindHandler(handlers, record.id);
         if (handler && !handler->read(load, record.body)) return false;
         const u16 own = PlaceInSheet(record.id);
@@ -114,7 +127,7 @@ bool ReadSheetRecord(LoadState& load, u16 id, ByteView body) {
 bool ReadSheet(LoadState& load) {
     FreeShared(load.shared);
     FreeShared(load.arrays);
-    load.lastCellKnown = false;
+    load.lastCellKnown = load.viewSeen = false;
     LoadedSheet(load).carried.form = load.biffVersion;
     return ReadRecords(load);
 }

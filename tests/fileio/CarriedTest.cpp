@@ -96,6 +96,54 @@ TEST_F(Carried, ARecordStandsBehindTheGroupThatItStoodBehind) {
     EXPECT_EQ(order, (std::vector<unsigned>{215, 3001, 574, 3002, 229, 3003}));
 }
 
+TEST_F(Carried, OfSeveralWindowsTheFirstIsTheBooksAndTheOthersAreKept) {
+    const Bytes window = {1, 0, 2, 0, 3, 0, 4, 0, 56, 0, 0, 0, 0, 0, 1, 0, 88, 2};
+    Bytes second = window;
+    second[0] = 9;
+    second[8] = 0;
+    second[10] = 1;
+    for (const u8 form : {u8{8}, u8{7}}) {
+        BiffBuilder b(form);
+        b.Globals({"One", "Two"}, [&](BiffBuilder& g) { g.Raw(61, window).Raw(61, second).Raw(61, second); });
+        const Bytes first(form == 8 ? 18 : 10, 0), other(form == 8 ? 18 : 10, 3);
+        for (int sheet = 0; sheet < 2; ++sheet) {
+            b.Bof(16).Number(4, 1, 5);
+            b.Raw(574, first).Raw(160, {1, 0, 2, 0}).Raw(29, {3, 7, 0, 1, 0, 0, 0, 1, 0, 7, 0, 7, 0, 1, 1});
+            b.Raw(574, other).Raw(160, {3, 0, 1, 0}).Raw(65, {1, 0, 1, 0, 9, 0, 9, 0, 0, 0});
+            b.Raw(29, {0, 8, 0, 2, 0, 0, 0, 1, 0, 8, 0, 8, 0, 2, 2}).Raw(153, {0x34, 0x0C}).Eof();
+        }
+        Open(b.File());
+        EXPECT_EQ(CurrentWorkbook()->currentSheet, 0);
+        EXPECT_EQ(CurrentWorkbook()->showSheetTabs, 1u);
+        EXPECT_EQ(CurrentSheet()->zoomPercent, 50);
+        EXPECT_EQ(CurrentSheet()->view.activeRow, 7);
+        EXPECT_EQ(CurrentSheet()->defaultColumnWidth, 0x0C34);
+        Save(form);
+        EXPECT_EQ(losses, 0u);
+        const ListedFile file = Listed();
+        ASSERT_EQ(file.substreams[0].Count(61), 3u);
+        EXPECT_EQ(file.substreams[0].All(61)[1].body, second);
+        for (int sheet = 1; sheet < 3; ++sheet) {
+            std::vector<unsigned> order;
+            for (const ListedRecord& record : file.substreams[static_cast<std::size_t>(sheet)].records)
+                if (record.id == 574 || record.id == 160 || record.id == 65 || record.id == 29 ||
+                    record.id == 153)
+                    order.push_back(record.id);
+            EXPECT_EQ(order, (std::vector<unsigned>{574, 160, 29, 574, 160, 65, 29, 153}));
+            EXPECT_EQ(file.substreams[static_cast<std::size_t>(sheet)].All(574)[1].body, other);
+        }
+        const Bytes saved = File();
+        Reopen();
+        Save(form);
+        EXPECT_EQ(File(), saved);
+        // The other form does without them and says so.
+        Save(form == 8 ? 7 : 8);
+        EXPECT_EQ(losses, u32{LOSS_PARTS});
+        EXPECT_EQ(Listed().substreams[0].Count(61), 1u);
+        EXPECT_EQ(Listed().substreams[1].Count(574), 1u);
+    }
+}
+
 TEST_F(Carried, TheSubstreamOfAChartOnASheetStaysWholeWithItsDrawing) {
     Open(SheetWith(8, [](BiffBuilder& b) {
              b.Raw(RECORD_ART, Anchored(3, 3)).Raw(RECORD_OBJ, {21, 0, 0, 0});
