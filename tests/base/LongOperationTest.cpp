@@ -49,6 +49,18 @@ TEST_F(LongWork, AStepIsTenThousandsOfUnits) {
     EXPECT_EQ(told.total, 0u);
 }
 
+TEST_F(LongWork, EachBeginsWithNothingDone) {
+    for (const u64 total : {5000000u, 7000000u}) {
+        const LongOperation work(OPERATION_CALCULATE, total);
+        EXPECT_TRUE(GoOn(70000));
+        EXPECT_EQ(told.done, 70000u);
+        EXPECT_EQ(told.total, total);
+        EXPECT_TRUE(GoOn(70000));
+        EXPECT_EQ(told.done, 140000u);
+    }
+    EXPECT_EQ(told.steps, 4u);
+}
+
 TEST_F(LongWork, EnoughIsEnoughUntilTheOutermostEnds) {
     {
         const LongOperation outer(OPERATION_CALCULATE);
