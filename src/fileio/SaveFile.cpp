@@ -14,37 +14,6 @@
 namespace tally {
 namespace {
 
-constexpr std::string_view lossTexts[LOSS_COUNT] = {
-    "rows beyond 16384",
-    "merged cells",
-    "conditional formats and validation rules",
-    "hyperlinks",
-    "formulas that the form does not know; their values stay",
-    "the ends of long texts",
-    "characters that the code page lacks",
-    "rotations and border styles",
-    "charts",
-    "all sheets but one",
-    "macro sheets and modules",
-    "names of what the form does not know",
-    "drawing objects",
-    "filters",
-    "hidden sheets, protection and the colours of tabs",
-    "page settings",
-    "the dates' beginning in 1904",
-    "comments",
-    "pivot tables",
-    "macros",
-    "embedded objects",
-    "document properties",
-    "custom views",
-    "parts that only other programs know",
-    "formats of single characters",
-    "styles",
-    "outlines and page breaks",
-    "the last values of linked files",
-};
-
 struct StaleCell {
     i32 sheet;
     u16 row;
@@ -176,9 +145,9 @@ bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses, LossQues
 
 }  // namespace
 
-std::string_view SaveLossText(u32 loss) {
+WideView SaveLossText(u32 loss) {
     const auto index = static_cast<u32>(std::countr_zero(loss));
-    return index < LOSS_COUNT ? lossTexts[index] : std::string_view();
+    return index < LOSS_COUNT ? Message(static_cast<u16>(MSG_LOSS_FIRST + index)) : WideView();
 }
 
 bool CanWrite(FileType type) { return type != FILE_BMP && type != FILE_UNKNOWN; }

@@ -39,8 +39,8 @@ enum SaveLoss : u32 {
 };
 constexpr u32 LOSS_COUNT = 28;
 
-// What a loss bit stands for, in English: "merged cells".
-std::string_view SaveLossText(u32 loss);
+// What a loss bit stands for, as the user reads it: "merged cells".
+WideView SaveLossText(u32 loss);
 
 // Asked before a file is created, with what it will not hold; false ends the save without a box.
 using LossQuestion = bool (*)(i32 book, u32 losses);

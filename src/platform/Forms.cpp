@@ -1,5 +1,6 @@
 #include "platform/Forms.h"
 
+#include "base/MessageTable.h"
 #include "platform/ShellPlatform.h"
 
 namespace tally {
@@ -35,6 +36,13 @@ bool AddChoice(Form& form, FormFieldKind kind, WideView label, std::span<const W
     field->choice = choice;
     for (const WideView item : items)
         if (!AddItem(form, item)) return false;
+    return true;
+}
+
+bool AddMessageChoice(Form& form, FormFieldKind kind, u16 label, std::span<const u16> items, i32 choice) {
+    if (!AddChoice(form, kind, Message(label), {}, choice)) return false;
+    for (const u16 item : items)
+        if (!AddItem(form, Message(item))) return false;
     return true;
 }
 

@@ -46,6 +46,9 @@ struct Form {
 // `kind` is FIELD_RADIO, FIELD_LIST or FIELD_DROP_LIST.
 [[nodiscard]] bool AddChoice(Form& form, FormFieldKind kind, WideView label, std::span<const WideView> items,
                              i32 choice);
+// The same with texts of the message table.
+[[nodiscard]] bool AddMessageChoice(Form& form, FormFieldKind kind, u16 label, std::span<const u16> items,
+                                    i32 choice);
 // One more item of the last field.
 [[nodiscard]] bool AddItem(Form& form, WideView item);
 

@@ -164,7 +164,7 @@ TEST_F(ReplaySteps, AFaultNamesItsLine) {
         EXPECT_EQ(outcome.status, row.status) << row.script;
         EXPECT_EQ(outcome.output, row.told) << row.script;
     }
-    EXPECT_EQ(Run("replay missing.txt").output, "tally: cannot read the script missing.txt\n");
+    EXPECT_EQ(Run("replay missing.txt").output, "tally: missing.txt: no such file\n");
     EXPECT_EQ(Run("replay s.txt --book missing.xls").status, 3);
     Put("s.txt", "enter 1\n");
     EXPECT_EQ(Run("replay s.txt --out none/x.csv").status, 3);

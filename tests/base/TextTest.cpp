@@ -223,7 +223,7 @@ TEST(Messages, LabelsAndCategoriesStandAtTheirNumbers) {
     for (u16 i = 0; i < std::size(categories); ++i)
         EXPECT_EQ(Message(static_cast<u16>(MSG_CATEGORY_FIRST + i)), categories[i]);
     EXPECT_EQ(Message(0), WideView());
-    EXPECT_EQ(Message(MESSAGE_COUNT), WideView());
+    EXPECT_EQ(Message(675), WideView());
     EXPECT_EQ(Message(0xFFFF), WideView());
 }
 

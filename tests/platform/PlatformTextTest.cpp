@@ -167,5 +167,42 @@ TEST_F(PlatformText, MemoryFilesAndFailuresOnDemand) {
     EXPECT_EQ(bytes.Count(), 3u);
 }
 
+TEST(SessionLanguage, ChineseSessionsReadChineseAndAllOthersEnglish) {
+    const struct {
+        const char *own, *all, *messages, *lang;
+        Language language;
+    } rows[] = {
+        {nullptr, nullptr, nullptr, nullptr, LANGUAGE_ENGLISH},
+        {nullptr, nullptr, nullptr, "zh_CN.UTF-8", LANGUAGE_CHINESE},
+        {nullptr, nullptr, nullptr, "zh", LANGUAGE_CHINESE},
+        {nullptr, nullptr, nullptr, "zh.utf8", LANGUAGE_CHINESE},
+        {nullptr, nullptr, nullptr, "zh@pinyin", LANGUAGE_CHINESE},
+        {nullptr, nullptr, nullptr, "zha_CN", LANGUAGE_ENGLISH},
+        {nullptr, nullptr, nullptr, "de_DE.UTF-8", LANGUAGE_ENGLISH},
+        {nullptr, nullptr, "zh_TW", "en_US.UTF-8", LANGUAGE_CHINESE},
+        {nullptr, nullptr, "en_US.UTF-8", "zh_CN.UTF-8", LANGUAGE_ENGLISH},
+        {nullptr, "C", "zh_CN", "zh_CN", LANGUAGE_ENGLISH},
+        {nullptr, "zh_CN.UTF-8", "en_US", "en_US", LANGUAGE_CHINESE},
+        {nullptr, "", "", "zh_CN", LANGUAGE_CHINESE},
+        {"zh", "C", nullptr, "en_US", LANGUAGE_CHINESE},
+        {"en", "zh_CN", nullptr, nullptr, LANGUAGE_ENGLISH},
+        {"", "zh_CN", nullptr, nullptr, LANGUAGE_CHINESE},
+        {"klingon", "zh_CN", nullptr, nullptr, LANGUAGE_CHINESE},
+    };
+    const auto put = [](const char* name, const char* value) {
+        value ? setenv(name, value, 1) : unsetenv(name);
+    };
+    for (const auto& row : rows) {
+        put("TALLYMAN_LANGUAGE", row.own);
+        put("LC_ALL", row.all);
+        put("LC_MESSAGES", row.messages);
+        put("LANG", row.lang);
+        EXPECT_EQ(LanguageFromEnvironment(), row.language)
+            << (row.own ? row.own : "-") << ' ' << (row.all ? row.all : "-") << ' '
+            << (row.messages ? row.messages : "-") << ' ' << (row.lang ? row.lang : "-");
+    }
+    for (const char* name : {"TALLYMAN_LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) unsetenv(name);
+}
+
 }  // namespace
 }  // namespace tally

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "base/MessageTable.h"
 #include "shell/frame/Tables.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/Selection.h"
@@ -55,9 +56,9 @@ TEST_F(ToolbarsTest, ButtonsStandSideBySideAndEachHasItsTip) {
         EXPECT_GE(place.left, right);
         right = place.right;
         EXPECT_TRUE(commands.insert(ToolbarButtons()[i].command).second);
-        EXPECT_FALSE(ToolbarButtons()[i].tip.empty());
+        EXPECT_FALSE(Message(ToolbarButtons()[i].tip).empty());
         MoveTo(place.left + 3, place.top + 3);
-        EXPECT_EQ(Narrow(HeadlessFrame().toolTip), Narrow(ToolbarButtons()[i].tip));
+        EXPECT_EQ(Narrow(HeadlessFrame().toolTip), Narrow(Message(ToolbarButtons()[i].tip)));
     }
     MoveTo(Shell().layout.cells.left + 5, Shell().layout.cells.top + 5);
     EXPECT_TRUE(HeadlessFrame().toolTip.IsEmpty());

@@ -1,6 +1,7 @@
 #include "support/Sandbox.h"
 
 #include "base/LongOperation.h"
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "display/DisplayText.h"
 #include "display/LocaleSettings.h"
@@ -89,6 +90,7 @@ void Sandbox::TearDown() {
     ForgetBooks();
     ResetLongOperations();
     ResetTrust();
+    ResetLanguage();
     UseHeadlessPlatform();
     EXPECT_TRUE(ReadLocaleSettings());
     SetLocalFormats({});

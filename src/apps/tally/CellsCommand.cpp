@@ -1,5 +1,6 @@
 #include "apps/tally/Commands.h"
 #include "apps/tally/JsonLines.h"
+#include "base/MessageTable.h"
 #include "display/DisplayText.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
@@ -68,7 +69,7 @@ int RunCells(const Options& options) {
         if (only >= 0 && static_cast<i32>(sheet) != only) continue;
         if (!(BookAt(book)->sheets[sheet]->kind & SHEET_WITH_CELLS)) continue;
         if (!WriteCells(book, static_cast<i32>(sheet), {0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}))
-            return Complain(EXIT_FILES, "out of memory");
+            return Complain(EXIT_FILES, MSG_OUT_OF_MEMORY);
     }
     return FinishLines();
 }

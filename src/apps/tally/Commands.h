@@ -3,7 +3,7 @@
 // standard error.
 
 #include "apps/tally/Options.h"
-#include "base/WideText.h"
+#include "base/Platform.h"
 #include "model/Value.h"
 
 namespace tally {
@@ -18,8 +18,18 @@ int RunReplay(const Options& options);
 
 // ---- shared by the commands -----------------------------------------------------------------------
 
-// One line on standard error. Returns `status`.
-int Complain(int status, std::string_view what, WideView detail = {});
+// One line on standard error: a message with its "%s" replaced. Returns `status`.
+int Complain(int status, u16 message, WideView insert = {});
+// The same behind a place in a script.
+int ComplainAt(int status, std::string_view place, u16 message, WideView insert = {});
+// The same for what the command line holds.
+int ComplainOf(int status, u16 message, std::string_view insert);
+// The same for a text that is in words already; of several lines one is made.
+int ComplainInWords(int status, std::string_view place, WideView text);
+// A message as the library of options wants it.
+std::string MessageText(u16 message, std::string_view insert = {});
+// Tells why a file could not be read. Returns the status.
+int TellUnread(const std::string& path, ReadOutcome outcome);
 // Opens the input of a command as the current book; a failure has been told.
 [[nodiscard]] bool OpenInput(const std::string& path, const std::string& form, const Options& options,
                              int& status);

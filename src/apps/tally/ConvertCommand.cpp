@@ -1,4 +1,5 @@
 #include "apps/tally/Commands.h"
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "fileio/SaveFile.h"
@@ -16,11 +17,15 @@ void ChooseForm(const Options& options) {
 // One line on standard error for all that the form cannot hold.
 void TellLosses(u32 losses) {
     if (!losses) return;
-    std::string list;
+    WideText list;
+    bool good = true;
     for (u32 bit = 1; bit; bit <<= 1) {
-        if (losses & bit) list.append(list.empty() ? "" : ", ").append(SaveLossText(bit));
+        if (!(losses & bit)) continue;
+        good = good && (list.IsEmpty() || list.Append(Message(MSG_TALLY_LIST_SEPARATOR))) &&
+               list.Append(SaveLossText(bit));
     }
-    IgnoreFailure(Complain(EXIT_GOOD, "not kept: " + list));
+    IgnoreFailure(good ? Complain(EXIT_GOOD, MSG_TALLY_NOT_KEPT, list)
+                       : Complain(EXIT_GOOD, MSG_OUT_OF_MEMORY));
 }
 
 }  // namespace
@@ -28,11 +33,10 @@ void TellLosses(u32 losses) {
 int WriteCurrentBook(const Options& options, const std::string& output) {
     WideText path;
     const std::string named = output == "-" ? "stdout." + options.to : output;
-    if (!WideFromPath(path, named)) return Complain(EXIT_DATA, "out of memory");
+    if (!WideFromPath(path, named)) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     const FileType type = FileTypeOf(path);
     if (!options.force && FileHasChanged(*CurrentWorkbook(), path))
-        return Complain(EXIT_FILES,
-                        output + ": another program changed the file meanwhile; --force replaces it");
+        return Complain(EXIT_FILES, MSG_TALLY_FILE_CHANGED, path);
     ChooseForm(options);
     const u32 boxes = Headless().boxes.Count();
     u32 losses = 0;
@@ -41,25 +45,23 @@ int WriteCurrentBook(const Options& options, const std::string& output) {
         TellLosses(options.sheet.empty() ? losses : losses & ~u32{LOSS_SHEETS});
         return EXIT_GOOD;
     }
-    return Complain(
-        EXIT_FILES, "",
-        Headless().boxes.Count() > boxes ? Headless().boxes.Last().text.View() : WideView(u"cannot write"));
+    return ComplainInWords(EXIT_FILES, {},
+                           Headless().boxes.Count() > boxes ? Headless().boxes.Last().text.View()
+                                                            : Message(MSG_TALLY_CANNOT_WRITE));
 }
 
 bool CanWriteTo(const Options& options, const std::string& output, int& status) {
     WideText path;
     if (!WideFromPath(path, output == "-" ? "stdout." + options.to : output)) {
-        status = Complain(EXIT_DATA, "out of memory");
+        status = Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
         return false;
     }
     if (!options.form.empty() && options.form != "97" && options.form != "95") {
-        status = Complain(EXIT_USAGE, "--form is 97 or 95");
+        status = Complain(EXIT_USAGE, MSG_TALLY_BAD_FORM);
         return false;
     }
     if (CanWrite(FileTypeOf(path))) return true;
-    status = Complain(EXIT_USAGE, output == "-" && options.to.empty()
-                                      ? "standard output needs --to"
-                                      : "OUT must be an xls, xlt, pxl, pxt, csv or txt file");
+    status = Complain(EXIT_USAGE, output == "-" && options.to.empty() ? MSG_TALLY_NEEDS_TO : MSG_TALLY_BAD_OUT);
     return false;
 }
 

@@ -34,7 +34,7 @@ bool ReadCellName(const std::string& name, i32& row, i32& column) {
 int Evaluate(const FormulaPlace& place, WideView formula) {
     FormulaTokens tokens;
     if (!CompileFormula(place, formula, 'V', tokens)) {
-        return Complain(EXIT_DATA, "", Message(MSG_FORMULA_ERROR));
+        return Complain(EXIT_DATA, MSG_FORMULA_ERROR);
     }
     const EvalContext context{place.book, place.sheet, place.row, place.column, 0};
     Value result;
@@ -63,7 +63,7 @@ int Evaluate(const FormulaPlace& place, WideView formula) {
     }
     FreeValue(result);
     FreeTokens(tokens);
-    if (!good) return Complain(EXIT_DATA, "out of memory");
+    if (!good) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     return FinishLines();
 }
 
@@ -72,7 +72,7 @@ int Evaluate(const FormulaPlace& place, WideView formula) {
 int RunEval(const Options& options) {
     int status = EXIT_GOOD;
     if (options.book.empty()) {
-        if (!CreateWorkbook(nullptr, false)) return Complain(EXIT_DATA, "out of memory");
+        if (!CreateWorkbook(nullptr, false)) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     } else if (!OpenInput(options.book, "", options, status)) {
         return status;
     }
@@ -80,12 +80,11 @@ int RunEval(const Options& options) {
     FormulaPlace place;
     place.book = CurrentBook();
     place.sheet = BookAt(place.book)->currentSheet;
-    if (!ReadCellName(options.cell, place.row, place.column))
-        return Complain(EXIT_USAGE, "--cell names no cell");
+    if (!ReadCellName(options.cell, place.row, place.column)) return Complain(EXIT_USAGE, MSG_TALLY_BAD_CELL);
     WideText formula;
     const bool complete = !options.formula.empty() && options.formula[0] == '=';
     if ((!complete && !formula.Append(u'=')) || !AppendUtf8(formula, options.formula)) {
-        return Complain(EXIT_DATA, "out of memory");
+        return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     }
     return Evaluate(place, formula);
 }

@@ -3,83 +3,144 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <cstdio>
+
+#include "apps/tally/Commands.h"
+#include "base/MessageTable.h"
 
 namespace tally {
 namespace {
 
+struct SubcommandRow {
+    Command command;
+    const char* name;
+    u16 about;
+    const char* example;
+};
+constexpr SubcommandRow subcommands[] = {
+    {Command::Sheets, "sheets", MSG_TALLY_SHEETS, "tally sheets book.xls"},
+    {Command::Cells, "cells", MSG_TALLY_CELLS, "tally cells book.xls --sheet Sheet1"},
+    {Command::Verify, "verify", MSG_TALLY_VERIFY, "tally verify book.xls"},
+    {Command::Convert, "convert", MSG_TALLY_CONVERT, "tally convert book.xls list.csv --sheet Sheet1"},
+    {Command::Eval, "eval", MSG_TALLY_EVAL, "tally eval '=SUM(1,2,3)'"},
+    {Command::Functions, "functions", MSG_TALLY_FUNCTIONS, "tally functions"},
+    {Command::Replay, "replay", MSG_TALLY_REPLAY, "tally replay steps.txt --book book.xls --out new.xls"},
+};
+
+struct WordRow {
+    const char* word;  // of the library
+    u16 message;
+};
+constexpr WordRow words[] = {
+    {"Usage", MSG_TALLY_WORD_USAGE},
+    {"OPTIONS", MSG_TALLY_WORD_OPTIONS},
+    {"Positionals", MSG_TALLY_WORD_POSITIONALS},
+    {"SUBCOMMAND", MSG_TALLY_WORD_SUBCOMMAND},
+    {"TEXT", MSG_TALLY_WORD_TEXT},
+    {"UINT", MSG_TALLY_WORD_NUMBER},
+    {"REQUIRED", MSG_TALLY_WORD_REQUIRED},
+};
+
+// The words of the help's parts; what is added to `app` afterwards takes them over.
+void NameParts(CLI::App& app) {
+    for (const WordRow& row : words) app.get_formatter()->label(row.word, MessageText(row.message));
+    app.option_defaults()->group(MessageText(MSG_TALLY_WORD_OPTIONS_TITLE));
+    app.set_help_flag("-h,--help", MessageText(MSG_TALLY_OPTION_HELP));
+    app.set_version_flag("--version", "tally " TALLYMAN_VERSION, MessageText(MSG_TALLY_OPTION_VERSION));
+    app.footer(MessageText(MSG_TALLY_EXAMPLE, "tally convert book.xls list.csv"));
+}
+
 void AddCommands(CLI::App& app, Options& options) {
-    const auto command = [&](const char* name, const char* what, Command value) {
-        CLI::App* sub = app.add_subcommand(name, what);
-        sub->callback([&options, value] { options.command = value; });
+    CLI::App* added[std::size(subcommands)] = {};
+    for (std::size_t i = 0; i < std::size(subcommands); ++i) {
+        const SubcommandRow& row = subcommands[i];
+        CLI::App* sub = added[i] = app.add_subcommand(row.name, MessageText(row.about));
+        sub->callback([&options, command = row.command] { options.command = command; });
+        sub->group(MessageText(MSG_TALLY_WORD_SUBCOMMANDS));
+        sub->footer(MessageText(MSG_TALLY_EXAMPLE, row.example));
         sub->fallthrough();
-        return sub;
-    };
-    CLI::App* sheets = command("sheets", "List the sheets of a book, a JSON line each", Command::Sheets);
-    CLI::App* cells = command("cells", "List the stored cells, a JSON line each", Command::Cells);
-    CLI::App* verify = command(
-        "verify", "Calculate every formula anew and list what differs from the saved value", Command::Verify);
-    CLI::App* convert =
-        command("convert", "Convert a file to the form that OUT's extension names", Command::Convert);
-    CLI::App* eval = command("eval", "Calculate one formula", Command::Eval);
+    }
+    const auto [sheets, cells, verify, convert, eval, functions, replay] = added;
+    replay->add_option("SCRIPT", options.input, MessageText(MSG_TALLY_REPLAY_SCRIPT))->required();
+    replay->add_option("--out", options.output, MessageText(MSG_TALLY_REPLAY_OUT));
+    for (CLI::App* sub : {sheets, cells, verify, convert})
+        sub->add_option("IN", options.input, MessageText(MSG_TALLY_IN))->required();
+    convert->add_option("OUT", options.output, MessageText(MSG_TALLY_OUT))->required();
+    eval->add_option("FORMULA", options.formula, MessageText(MSG_TALLY_FORMULA))->required();
+    for (CLI::App* sub : {cells, convert, eval})
+        sub->add_option("--sheet", options.sheet, MessageText(MSG_TALLY_SHEET));
+    for (CLI::App* sub : {cells, convert})
+        sub->add_flag("--recalculate", options.recalculate, MessageText(MSG_TALLY_RECALCULATE));
+    for (CLI::App* sub : {sheets, cells, verify, convert})
+        sub->add_option("--from", options.from, MessageText(MSG_TALLY_FROM));
+    convert->add_option("--to", options.to, MessageText(MSG_TALLY_TO));
+    convert->add_option("--form", options.form, MessageText(MSG_TALLY_FORM));
+    for (CLI::App* sub : {convert, replay})
+        sub->add_flag("--force", options.force, MessageText(MSG_TALLY_FORCE));
+    functions->add_flag("--document", options.document, MessageText(MSG_TALLY_DOCUMENT));
+    eval->add_option("--book", options.book, MessageText(MSG_TALLY_EVAL_BOOK));
+    replay->add_option("--book", options.book, MessageText(MSG_TALLY_REPLAY_BOOK));
+    eval->add_option("--cell", options.cell, MessageText(MSG_TALLY_CELL))->capture_default_str();
+}
 
-    CLI::App* functions =
-        command("functions", "List the functions and what they do here, a JSON line each", Command::Functions);
+void AddCommonOptions(CLI::App& app, Options& options) {
+    app.add_option("--locale", options.locale, MessageText(MSG_TALLY_OPTION_LOCALE));
+    app.add_option("--code-page", options.codePage, MessageText(MSG_TALLY_OPTION_CODE_PAGE));
+    app.add_option("--date", options.date, MessageText(MSG_TALLY_OPTION_DATE));
+    app.add_flag("--trust", options.trust, MessageText(MSG_TALLY_OPTION_TRUST));
+    app.add_flag("--update-links", options.updateLinks, MessageText(MSG_TALLY_OPTION_UPDATE_LINKS));
+}
 
-    CLI::App* replay = command("replay", "Do what a script of keys, clicks and commands says", Command::Replay);
-    replay->add_option("SCRIPT", options.input, "The script, a step a line")->required();
-    replay->add_option("--out", options.output, "Where the book is written at the end");
-    for (CLI::App* sub : {sheets, cells, verify, convert}) {
-        sub->add_option("IN", options.input, "The file to read; - for standard input with --from")->required();
+// One line about a bad command line, with the way to the help.
+int Advise(u16 message, const std::string& insert) {
+    return ComplainOf(EXIT_USAGE, MSG_TALLY_SEE_HELP, MessageText(message, insert));
+}
+
+int TellMissing(CLI::App& app) {
+    if (app.get_subcommands().empty()) {
+        const std::vector<std::string> rest = app.remaining();
+        if (rest.empty()) return Advise(MSG_TALLY_NO_SUBCOMMAND, {});
+        return Advise(rest[0].starts_with('-') ? MSG_TALLY_EXTRA_ARGUMENT : MSG_TALLY_UNKNOWN_SUBCOMMAND,
+                      rest[0]);
     }
-    convert->add_option("OUT", options.output, "The file to write; - for standard output with --to")
-        ->required();
-    eval->add_option("FORMULA", options.formula, "A formula such as =1+1")->required();
-    for (CLI::App* sub : {cells, convert, eval}) sub->add_option("--sheet", options.sheet, "Name of a sheet");
-    for (CLI::App* sub : {cells, convert}) {
-        sub->add_flag("--recalculate", options.recalculate, "Calculate every formula first");
+    for (const CLI::Option* option : app.get_subcommands()[0]->get_options()) {
+        if (option->get_required() && option->count() == 0)
+            return Advise(MSG_TALLY_MISSING_ARGUMENT, option->get_name(true));
     }
-    for (CLI::App* sub : {sheets, cells, verify, convert}) {
-        sub->add_option("--from", options.from, "Form of standard input: xls, pxl, csv, txt");
-    }
-    convert->add_option("--to", options.to, "Form of standard output: xls, xlt, pxl, pxt, csv, txt");
-    convert->add_option("--form", options.form,
-                        "Form of a workbook: 97 or 95 (default: that of the book read)");
-    for (CLI::App* sub : {convert, replay}) {
-        sub->add_flag("--force", options.force, "Replace a file that another program changed meanwhile");
-    }
-    functions->add_flag("--document", options.document, "The list as a document (docs/functions.md)");
-    eval->add_option("--book", options.book, "A book that the formula may refer to");
-    replay->add_option("--book", options.book, "The book to begin with");
-    eval->add_option("--cell", options.cell, "The cell that the formula stands in")->capture_default_str();
+    return Advise(MSG_TALLY_MISSING_ARGUMENT, "?");
+}
+
+// The library names the option in front of a colon, or behind it.
+std::string BeforeColon(const std::string& text) { return text.substr(0, text.find(':')); }
+std::string BehindColon(const std::string& text) {
+    const std::size_t colon = text.find(": ");
+    return colon == text.npos ? text : text.substr(colon + 2);
 }
 
 }  // namespace
 
 bool ReadOptions(int count, char** arguments, Options& options, int& status) {
-    CLI::App app{"Reads, calculates and converts workbooks", "tally"};
-    app.set_version_flag("--version", "tally " TALLYMAN_VERSION);
+    CLI::App app{MessageText(MSG_TALLY_ABOUT), "tally"};
+    NameParts(app);
     app.require_subcommand(1);
     AddCommands(app, options);
-    app.add_option("--locale", options.locale, "Region such as en-US, zh-CN, de-DE (default: the environment)");
-    app.add_option("--code-page", options.codePage, "Code page of text files and of books without one");
-    app.add_option("--date", options.date, "A fixed clock: YYYY-MM-DDTHH:MM:SS");
-    app.add_flag("--trust", options.trust, "Let a book's macros act outside the program");
-    app.add_flag("--update-links", options.updateLinks, "Let formulas read other books");
+    AddCommonOptions(app, options);
     try {
         app.parse(count, arguments);
+        return true;
+    } catch (const CLI::Success& wish) {
+        app.exit(wish);
+        status = EXIT_GOOD;
+    } catch (const CLI::RequiredError&) {
+        status = TellMissing(app);
+    } catch (const CLI::ExtrasError&) {
+        const std::vector<std::string> rest = app.remaining(true);
+        status = Advise(MSG_TALLY_EXTRA_ARGUMENT, rest.empty() ? "?" : rest[0]);
+    } catch (const CLI::ArgumentMismatch& error) {
+        status = Advise(MSG_TALLY_MISSING_VALUE, BeforeColon(error.what()));
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
-            // Help or the version was asked for.
-            status = EXIT_GOOD;
-            app.exit(error);
-        } else {
-            status = EXIT_USAGE;
-            std::fprintf(stderr, "tally: %s (see tally --help)\n", error.what());
-        }
-        return false;
+        status = Advise(MSG_TALLY_BAD_VALUE, BehindColon(error.what()));
     }
-    return true;
+    return false;
 }
 
 }  // namespace tally

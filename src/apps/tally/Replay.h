@@ -10,8 +10,8 @@ namespace tally {
 
 struct ReplayStep {
     std::string_view word;
-    // Null when all went well; otherwise what is wrong, and `status` is the exit status.
-    const char* (*run)(std::string_view rest, int& status);
+    // 0 when all went well; otherwise the message that says what is wrong, and `status` is the exit status.
+    u16 (*run)(std::string_view rest, int& status);
 };
 
 // Null for a word that is no step.

@@ -3,6 +3,7 @@
 #include "apps/tally/Commands.h"
 #include "apps/tally/JsonLines.h"
 #include "apps/tally/Replay.h"
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "model/BookTable.h"
@@ -21,7 +22,13 @@ std::string_view Trimmed(std::string_view text) {
     return text;
 }
 
-void TellBox(WideView text, u32) { IgnoreFailure(Complain(EXIT_GOOD, "box", text)); }
+// The lines of a box stand beside each other.
+void TellBox(WideView text, u32) {
+    WideText line;
+    for (const char16_t c : text)
+        if (!line.Append(c == u'\n' ? u' ' : c)) break;
+    IgnoreFailure(Complain(EXIT_GOOD, MSG_TALLY_BOX, line));
+}
 
 // True when an answer in the script had no field or value of that name, which has been told.
 bool HasMisunderstoodForm(const std::string& place) {
@@ -30,10 +37,19 @@ bool HasMisunderstoodForm(const std::string& place) {
     for (const RecordedForm& form : forms.shown) {
         if (form.understood) continue;
         misunderstood = true;
-        IgnoreFailure(Complain(EXIT_DATA, place + "the form does not take a field's value", form.title));
+        IgnoreFailure(ComplainAt(EXIT_DATA, place, MSG_TALLY_FORM_REFUSES, form.title));
     }
     forms.shown.Truncate(0);
     return misunderstood;
+}
+
+// A script may come from a pipe; only of one that cannot be read it is asked what it is.
+int TellUnreadScript(WideView path, const std::string& name) {
+    FileRequest request;
+    Array<u8> bytes;
+    request.path = path;
+    const ReadOutcome outcome = Platform().readPlainFile(request, bytes, nullptr);
+    return TellUnread(name, outcome == READ_GOOD ? READ_FAILED : outcome);
 }
 
 int RunLine(std::string_view line, const std::string& place) {
@@ -41,10 +57,13 @@ int RunLine(std::string_view line, const std::string& place) {
     if (line.empty() || line.front() == '#') return EXIT_GOOD;
     const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
     const ReplayStep* step = FindReplayStep(line.substr(0, end));
-    if (!step) return Complain(EXIT_USAGE, place + "unknown step " + std::string(line.substr(0, end)));
+    if (!step) {
+        WideText word;
+        IgnoreFailure(WideFromPath(word, line.substr(0, end)));
+        return ComplainAt(EXIT_USAGE, place, MSG_TALLY_UNKNOWN_STEP, word);
+    }
     int status = EXIT_GOOD;
-    if (const char* fault = step->run(Trimmed(line.substr(end)), status))
-        return Complain(status, place + fault);
+    if (const u16 fault = step->run(Trimmed(line.substr(end)), status)) return ComplainAt(status, place, fault);
     return HasMisunderstoodForm(place) ? EXIT_DATA : EXIT_GOOD;
 }
 
@@ -64,7 +83,7 @@ int RunScript(std::string_view text, const std::string& name) {
 int RunReplay(const Options& options) {
     WideText path;
     Array<u8> script;
-    if (!WideFromPath(path, options.input)) return Complain(EXIT_DATA, "out of memory");
+    if (!WideFromPath(path, options.input)) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     int status = EXIT_GOOD;
     if (!options.output.empty() && !CanWriteTo(options, options.output, status)) return status;
     UseHeadlessShell();
@@ -72,8 +91,7 @@ int RunReplay(const Options& options) {
     StartShell(u"");
     if (!options.book.empty() && !OpenInput(options.book, "", options, status)) return status;
     if (!options.book.empty()) ShowReplayedBook();
-    if (!Platform().readFile(path, script))
-        return Complain(EXIT_FILES, "cannot read the script " + options.input);
+    if (!Platform().readFile(path, script)) return TellUnreadScript(path, options.input);
     status = RunScript({reinterpret_cast<const char*>(script.Data()), script.Count()}, options.input);
     if (status == EXIT_GOOD) status = FinishLines();
     if (status != EXIT_GOOD || options.output.empty()) return status;

@@ -5,6 +5,7 @@
 
 #include "apps/tally/Commands.h"
 #include "apps/tally/Replay.h"
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "display/DisplayText.h"
 #include "formula/Compiler.h"
@@ -23,11 +24,11 @@
 namespace tally {
 namespace {
 
-constexpr const char* noMemory = "out of memory";
+constexpr u16 DONE = 0;
 
-const char* Fault(const char* text, int kind, int& status) {
+u16 Fault(u16 message, int kind, int& status) {
     status = kind;
-    return text;
+    return message;
 }
 
 // The first word of a text, which loses it.
@@ -101,43 +102,43 @@ u32 KeyOf(std::string_view name) {
     return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ? static_cast<u32>(c) : 0;
 }
 
-const char* StepKey(std::string_view rest, int& status) {
+u16 StepKey(std::string_view rest, int& status) {
     const u32 modifiers = TakeModifiers(rest);
     const u32 key = KeyOf(rest);
-    if (!key) return Fault("no such key", EXIT_USAGE, status);
+    if (!key) return Fault(MSG_TALLY_NO_KEY, EXIT_USAGE, status);
     PressKey(key, modifiers);
-    return nullptr;
+    return DONE;
 }
 
-const char* StepType(std::string_view rest, int& status) {
+u16 StepType(std::string_view rest, int& status) {
     WideText text;
-    if (!WideFromUtf8(text, rest)) return Fault(noMemory, EXIT_DATA, status);
+    if (!WideFromUtf8(text, rest)) return Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
     TypeText(text);
-    return nullptr;
+    return DONE;
 }
 
-const char* StepEnter(std::string_view rest, int& status) {
-    if (const char* fault = StepType(rest, status)) return fault;
+u16 StepEnter(std::string_view rest, int& status) {
+    if (const u16 fault = StepType(rest, status)) return fault;
     PressKey(VK_RETURN);
-    return nullptr;
+    return DONE;
 }
 
 // ---- places ----------------------------------------------------------------------------------------
 
-const char* StepSelect(std::string_view rest, int& status) {
+u16 StepSelect(std::string_view rest, int& status) {
     const std::optional<RefArea> area = ReadArea(rest);
-    if (!area) return Fault("no such cells", EXIT_USAGE, status);
+    if (!area) return Fault(MSG_TALLY_NO_CELLS, EXIT_USAGE, status);
     SelectArea(*area, true, area->firstRow, area->firstColumn, true);
-    return nullptr;
+    return DONE;
 }
 
-const char* StepSheet(std::string_view rest, int& status) {
+u16 StepSheet(std::string_view rest, int& status) {
     WideText name;
-    if (!WideFromUtf8(name, rest)) return Fault(noMemory, EXIT_DATA, status);
+    if (!WideFromUtf8(name, rest)) return Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
     const i32 sheet = CurrentBook() < 0 ? -1 : FindSheet(CurrentBook(), name);
-    if (sheet < 0) return Fault("no such sheet", EXIT_DATA, status);
+    if (sheet < 0) return Fault(MSG_TALLY_NO_SUCH_SHEET, EXIT_DATA, status);
     SelectSheet(sheet);
-    return nullptr;
+    return DONE;
 }
 
 bool CentreOf(std::string_view cell, i32& x, i32& y) {
@@ -150,22 +151,22 @@ bool CentreOf(std::string_view cell, i32& x, i32& y) {
     return !IsEmptyRect(rect);
 }
 
-const char* StepClick(std::string_view rest, int& status) {
+u16 StepClick(std::string_view rest, int& status) {
     const u32 modifiers = TakeModifiers(rest);
     i32 x = 0, y = 0;
-    if (!CentreOf(rest, x, y)) return Fault("no such cell", EXIT_USAGE, status);
+    if (!CentreOf(rest, x, y)) return Fault(MSG_TALLY_NO_CELL, EXIT_USAGE, status);
     ClickMouse(x, y, modifiers);
-    return nullptr;
+    return DONE;
 }
 
-const char* StepDrag(std::string_view rest, int& status) {
+u16 StepDrag(std::string_view rest, int& status) {
     const std::string_view from = TakeWord(rest);
     i32 x = 0, y = 0, toX = 0, toY = 0;
     // The start last, so that it is surely in view.
     if (!CentreOf(rest, toX, toY) || !CentreOf(from, x, y) || !CentreOf(rest, toX, toY))
-        return Fault("no such cell", EXIT_USAGE, status);
+        return Fault(MSG_TALLY_NO_CELL, EXIT_USAGE, status);
     DragMouse(x, y, toX, toY);
-    return nullptr;
+    return DONE;
 }
 
 // ---- commands and their questions -------------------------------------------------------------------
@@ -181,12 +182,12 @@ int MenuState(i32 command) {
     return -1;
 }
 
-const char* StepCommand(std::string_view rest, int& status) {
+u16 StepCommand(std::string_view rest, int& status) {
     const std::optional<i32> command = ReadNumber(rest);
-    if (!command || !FindCommand(*command)) return Fault("no such command", EXIT_USAGE, status);
-    if (MenuState(*command) == 0) return Fault("the command is grey", EXIT_DATA, status);
+    if (!command || !FindCommand(*command)) return Fault(MSG_TALLY_NO_COMMAND, EXIT_USAGE, status);
+    if (MenuState(*command) == 0) return Fault(MSG_TALLY_GREY_COMMAND, EXIT_DATA, status);
     PickCommand(*command);
-    return nullptr;
+    return DONE;
 }
 
 struct AnswerName {
@@ -196,37 +197,36 @@ struct AnswerName {
 constexpr AnswerName answerNames[] = {
     {"ok", IDOK}, {"cancel", IDCANCEL}, {"yes", IDYES}, {"no", IDNO}, {"retry", IDRETRY}};
 
-const char* StepBox(std::string_view rest, int& status) {
+u16 StepBox(std::string_view rest, int& status) {
     for (const AnswerName& row : answerNames) {
         if (row.name != rest) continue;
-        return Headless().answers.Append(row.answer) ? nullptr : Fault(noMemory, EXIT_DATA, status);
+        return Headless().answers.Append(row.answer) ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
     }
-    return Fault("a box is answered with ok, cancel, yes, no or retry", EXIT_USAGE, status);
+    return Fault(MSG_TALLY_BAD_BOX, EXIT_USAGE, status);
 }
 
-const char* StepForm(std::string_view rest, int& status) {
-    if (rest != "ok" && rest != "cancel")
-        return Fault("a form is answered with ok or cancel", EXIT_USAGE, status);
-    return AnswerForm(rest == "ok") ? nullptr : Fault(noMemory, EXIT_DATA, status);
+u16 StepForm(std::string_view rest, int& status) {
+    if (rest != "ok" && rest != "cancel") return Fault(MSG_TALLY_BAD_FORM_ANSWER, EXIT_USAGE, status);
+    return AnswerForm(rest == "ok") ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
 }
 
-const char* StepField(std::string_view rest, int& status) {
+u16 StepField(std::string_view rest, int& status) {
     const std::size_t equals = rest.find('=');
     if (equals == rest.npos || HeadlessForms().answers.IsEmpty())
-        return Fault("a field stands behind a form, as NAME=VALUE", EXIT_USAGE, status);
+        return Fault(MSG_TALLY_BAD_FIELD, EXIT_USAGE, status);
     WideText field, value;
     const bool good = WideFromUtf8(field, rest.substr(0, equals)) &&
                       WideFromUtf8(value, rest.substr(equals + 1)) && EnterInForm(field, value);
-    return good ? nullptr : Fault(noMemory, EXIT_DATA, status);
+    return good ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
 }
 
-const char* StepFile(std::string_view rest, int& status) {
+u16 StepFile(std::string_view rest, int& status) {
     HeadlessShellState& frame = HeadlessFrame();
     std::string_view path = rest;
     const std::optional<i32> filter = ReadNumber(TakeWord(path));
     if (!filter || path.empty()) path = rest;
     frame.dialogFilter = filter && path != rest ? *filter : -1;
-    return WideFromPath(frame.dialogPath, path) ? nullptr : Fault(noMemory, EXIT_DATA, status);
+    return WideFromPath(frame.dialogPath, path) ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
 }
 
 // ---- looking ---------------------------------------------------------------------------------------
@@ -239,22 +239,23 @@ bool ShownText(const RefArea& area, WideText& out) {
     return !cell || DisplayText(book, cell->value, cell->format, out);
 }
 
-const char* StepExpect(std::string_view rest, int& status) {
+u16 StepExpect(std::string_view rest, int& status) {
     const std::optional<RefArea> area = ReadArea(TakeWord(rest));
-    if (!area || !IsOneCell(*area)) return Fault("no such cell", EXIT_USAGE, status);
+    if (!area || !IsOneCell(*area)) return Fault(MSG_TALLY_NO_CELL, EXIT_USAGE, status);
     WideText shown, wanted;
-    if (!ShownText(*area, shown) || !WideFromUtf8(wanted, rest)) return Fault(noMemory, EXIT_DATA, status);
-    if (shown.View() == wanted.View()) return nullptr;
-    IgnoreFailure(Complain(EXIT_DATA, "the cell shows", shown));
-    return Fault("the cell shows something else", EXIT_DATA, status);
+    if (!ShownText(*area, shown) || !WideFromUtf8(wanted, rest))
+        return Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
+    if (shown.View() == wanted.View()) return DONE;
+    IgnoreFailure(Complain(EXIT_DATA, MSG_TALLY_CELL_SHOWS, shown));
+    return Fault(MSG_TALLY_CELL_DIFFERS, EXIT_DATA, status);
 }
 
-const char* StepShow(std::string_view rest, int& status) {
+u16 StepShow(std::string_view rest, int& status) {
     const std::optional<RefArea> area = ReadArea(rest);
-    if (!area) return Fault("no such cells", EXIT_USAGE, status);
+    if (!area) return Fault(MSG_TALLY_NO_CELLS, EXIT_USAGE, status);
     return WriteCells(CurrentBook(), CurrentWorkbook()->currentSheet, *area)
-               ? nullptr
-               : Fault(noMemory, EXIT_DATA, status);
+               ? DONE
+               : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
 }
 
 constexpr ReplayStep steps[] = {

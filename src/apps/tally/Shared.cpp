@@ -3,6 +3,7 @@
 
 #include "apps/tally/Commands.h"
 #include "apps/tally/JsonLines.h"
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "formula/Recalculation.h"
@@ -43,37 +44,56 @@ std::string VisibleBox(WideView text) {
 
 struct ReasonRow {
     ReadOutcome outcome;
-    const char* text;
+    u16 message;
     int status;
 };
 constexpr ReasonRow reasons[] = {
-    {READ_MISSING, "no such file", EXIT_FILES},
-    {READ_FOLDER, "it is a directory", EXIT_FILES},
-    {READ_NOT_PLAIN, "it is no plain file", EXIT_FILES},
-    {READ_NO_ACCESS, "it is not readable: access is denied", EXIT_FILES},
-    {READ_FAILED, "it cannot be read", EXIT_FILES},
-    {READ_NO_ROOM, "it is too large for the memory", EXIT_FILES},
-    {READ_UNWANTED, "it is not a workbook", EXIT_DATA},
+    {READ_MISSING, MSG_TALLY_FILE_MISSING, EXIT_FILES},
+    {READ_FOLDER, MSG_TALLY_FILE_IS_FOLDER, EXIT_FILES},
+    {READ_NOT_PLAIN, MSG_TALLY_FILE_NOT_PLAIN, EXIT_FILES},
+    {READ_NO_ACCESS, MSG_TALLY_FILE_NO_ACCESS, EXIT_FILES},
+    {READ_FAILED, MSG_TALLY_FILE_UNREADABLE, EXIT_FILES},
+    {READ_NO_ROOM, MSG_TALLY_FILE_TOO_LARGE, EXIT_FILES},
+    {READ_UNWANTED, MSG_TALLY_FILE_NO_BOOK, EXIT_DATA},
 };
-
-int TellUnopened(const std::string& path, ReadOutcome outcome) {
-    const Array<RecordedBox>& boxes = Headless().boxes;
-    for (const ReasonRow& row : reasons) {
-        if (row.outcome == outcome) return Complain(row.status, path + ": " + row.text);
-    }
-    const WideView text =
-        boxes.IsEmpty() ? WideView(u"the file cannot be read to its end") : boxes.Last().text.View();
-    return Complain(EXIT_DATA, path, text);
-}
 
 }  // namespace
 
-int Complain(int status, std::string_view what, WideView detail) {
+int ComplainInWords(int status, std::string_view place, WideView text) {
     std::fflush(stdout);
-    const std::string first = VisibleBytes(what), more = VisibleBox(detail);
-    std::fprintf(stderr, "tally: %s%s%s\n", first.c_str(), first.empty() || more.empty() ? "" : ": ",
-                 more.c_str());
+    const std::string first = VisibleBytes(place), more = VisibleBox(text);
+    std::fprintf(stderr, "tally: %s%s\n", first.c_str(), more.c_str());
     return status;
+}
+
+int ComplainAt(int status, std::string_view place, u16 message, WideView insert) {
+    WideText text;
+    const bool good = FormatWith(text, Message(message), insert);
+    return ComplainInWords(status, place, good ? text.View() : Message(MSG_OUT_OF_MEMORY));
+}
+
+int Complain(int status, u16 message, WideView insert) { return ComplainAt(status, {}, message, insert); }
+
+int ComplainOf(int status, u16 message, std::string_view insert) {
+    WideText wide;
+    if (!WideFromPath(wide, insert)) return Complain(status, MSG_OUT_OF_MEMORY);
+    return Complain(status, message, wide);
+}
+
+std::string MessageText(u16 message, std::string_view insert) {
+    std::string text = Narrow(Message(message));
+    const std::size_t cut = text.find("%s");
+    if (cut != text.npos) text.replace(cut, 2, insert);
+    return text;
+}
+
+int TellUnread(const std::string& path, ReadOutcome outcome) {
+    for (const ReasonRow& row : reasons) {
+        if (row.outcome == outcome) return ComplainOf(row.status, row.message, path);
+    }
+    const Array<RecordedBox>& boxes = Headless().boxes;
+    if (boxes.IsEmpty()) return ComplainOf(EXIT_DATA, MSG_TALLY_FILE_CUT_SHORT, path);
+    return ComplainInWords(EXIT_DATA, path + ": ", boxes.Last().text);
 }
 
 bool OpenInput(const std::string& path, const std::string& form, const Options& options, int& status) {
@@ -85,11 +105,11 @@ bool OpenInput(const std::string& path, const std::string& form, const Options& 
         Array<u8> bytes;
         const bool named = !form.empty() && WideFromUtf8(wide, "stdin." + form);
         if (!named) {
-            status = Complain(EXIT_USAGE, "standard input needs --from");
+            status = Complain(EXIT_USAGE, MSG_TALLY_NEEDS_FROM);
             return false;
         }
         if (!Platform().readFile(u"-", bytes)) {
-            status = Complain(EXIT_FILES, "cannot read standard input");
+            status = Complain(EXIT_FILES, MSG_TALLY_INPUT_UNREADABLE);
             return false;
         }
         good = OpenFileFromMemory(wide, bytes.Span(), flags);
@@ -97,7 +117,7 @@ bool OpenInput(const std::string& path, const std::string& form, const Options& 
         good = OpenFile(wide, flags, 0, &outcome);
     }
     if (good) return true;
-    status = TellUnopened(path, outcome);
+    status = TellUnread(path, outcome);
     return false;
 }
 
@@ -108,12 +128,12 @@ bool ChooseSheet(const std::string& name, int& status) {
         CurrentWorkbook()->currentSheet = sheet;
         return true;
     }
-    status = Complain(EXIT_DATA, "no sheet of that name", wide);
+    status = Complain(EXIT_DATA, MSG_TALLY_NO_SHEET, wide);
     return false;
 }
 
 int FinishLines() {
-    if (!FlushLines()) return Complain(EXIT_FILES, "cannot write standard output");
+    if (!FlushLines()) return Complain(EXIT_FILES, MSG_TALLY_OUTPUT_FAILED);
     return EXIT_GOOD;
 }
 

@@ -2,6 +2,7 @@
 
 #include "apps/tally/Commands.h"
 #include "apps/tally/JsonLines.h"
+#include "base/MessageTable.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
@@ -72,7 +73,7 @@ int RunVerify(const Options& options) {
     if (!OpenInput(options.input, options.from, options, status)) return status;
     const i32 book = CurrentBook();
     Array<SavedValue> saved;
-    if (!CollectSaved(*BookAt(book), saved)) return Complain(EXIT_DATA, "out of memory");
+    if (!CollectSaved(*BookAt(book), saved)) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     RecalculateAll();
     // What a volatile cell feeds is stale after this, and no fault of the calculation.
     MarkVolatileCells();
@@ -95,7 +96,7 @@ int RunVerify(const Options& options) {
         FreeValue(entry.value);
     }
     WriteVerifyLine(counts);
-    if (!good) return Complain(EXIT_DATA, "out of memory");
+    if (!good) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     return FinishLines();
 }
 

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "apps/tally/Commands.h"
+#include "base/MessageTable.h"
 #include "base/Number.h"
+#include "base/Text.h"
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
 #include "formula/Recalculation.h"
@@ -53,20 +55,20 @@ bool ApplyOptions(const Options& options, int& status) {
         // An environment in a language that is not known stays with the default.
         IgnoreFailure(SetHeadlessRegion(tag));
     } else if (!SetHeadlessRegion(options.locale)) {
-        Complain(status, "unknown --locale");
+        Complain(status, MSG_TALLY_UNKNOWN_LOCALE);
         return false;
     }
     HeadlessState& headless = Headless();
     if (options.codePage) {
         if (!Platform().isValidCodePage(options.codePage)) {
-            Complain(status, "unknown --code-page");
+            Complain(status, MSG_TALLY_UNKNOWN_CODE_PAGE);
             return false;
         }
         headless.ansiCodePage = headless.textCodePage = options.codePage;
     }
     if (!options.date.empty()) {
         if (!ReadClock(options.date, headless.clock)) {
-            Complain(status, "--date is not of the form YYYY-MM-DDTHH:MM:SS");
+            Complain(status, MSG_TALLY_BAD_DATE);
             return false;
         }
         headless.fixedClock = true;
@@ -80,20 +82,26 @@ bool ApplyOptions(const Options& options, int& status) {
 int TellStops(int status) {
     const CalculationReport report = TakeCalculationReport();
     if (status != EXIT_GOOD) return status;
-    if (report.stops[STOP_MEMORY]) return Complain(EXIT_FILES, "out of memory");
+    if (report.stops[STOP_MEMORY]) return Complain(EXIT_FILES, MSG_OUT_OF_MEMORY);
     const u32 stopped = report.stops[STOP_BOUND];
     if (!stopped) return status;
-    return Complain(EXIT_DATA, std::to_string(stopped) + (stopped == 1 ? " formula takes" : " formulas take") +
-                                   " too many steps or too much room and keep" +
-                                   (stopped == 1 ? "s its" : " their") + " old value" +
-                                   (stopped == 1 ? "" : "s"));
+    if (stopped == 1) return Complain(EXIT_DATA, MSG_TALLY_ONE_STOPPED);
+    WideText count;
+    IgnoreFailure(AppendInteger(count, static_cast<i32>(stopped)));
+    return Complain(EXIT_DATA, MSG_TALLY_SOME_STOPPED, count);
 }
 
 // Strings and the making of lines are the library's, which has no other way to fail. What is not yet written is
 // not written.
 [[noreturn]] void NoMemory() {
-    constexpr std::string_view line = "tally: out of memory\n";
-    IgnoreFailure(write(STDERR_FILENO, line.data(), line.size()) > 0);
+    // Nothing here asks for memory.
+    char line[128] = "tally: ";
+    std::size_t length = std::char_traits<char>::length(line);
+    const WideView text = Message(MSG_OUT_OF_MEMORY).substr(0, 32);
+    Utf8FromWide(text, line + length);
+    length += Utf8Length(text);
+    line[length++] = '\n';
+    IgnoreFailure(write(STDERR_FILENO, line, length) > 0);
     _exit(EXIT_FILES);
 }
 
@@ -101,7 +109,7 @@ int Run(const Options& options) {
     int status = EXIT_GOOD;
     UseHeadlessPlatform();
     if (!ApplyOptions(options, status)) return status;
-    if (!ReadLocaleSettings()) return Complain(EXIT_DATA, "out of memory");
+    if (!ReadLocaleSettings()) return Complain(EXIT_DATA, MSG_OUT_OF_MEMORY);
     ConnectLinkOpener();
     for (const CommandRow& row : commands) {
         if (row.command == options.command) return TellStops(row.run(options));
@@ -114,6 +122,7 @@ int Run(const Options& options) {
 
 int main(int count, char** arguments) {
     std::set_new_handler(tally::NoMemory);
+    tally::SetLanguage(tally::LanguageFromEnvironment());
     tally::Options options;
     int status = tally::EXIT_GOOD;
     if (!tally::ReadOptions(count, arguments, options, status)) return status;

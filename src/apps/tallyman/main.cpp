@@ -1,7 +1,10 @@
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
+#include "base/MessageTable.h"
 #include "base/Text.h"
+#include "platform/posix/Regions.h"
 #include "platform/qt/QtDesktop.h"
 #include "shell/frame/Shell.h"
 
@@ -14,11 +17,18 @@ static bool HasDisplay() {
     return false;
 }
 
+static void TellNoDisplay() {
+    const tally::WideView text = tally::Message(tally::MSG_NO_DISPLAY);
+    std::string line(tally::Utf8Length(text), '\0');
+    tally::Utf8FromWide(text, line.data());
+    std::fprintf(stderr, "tallyman: %s\n", line.c_str());
+}
+
 int main(int count, char** arguments) {
     using namespace tally;
+    SetLanguage(LanguageFromEnvironment());
     if (!HasDisplay()) {
-        std::fputs("tallyman: there is no display here; the command-line program tally works without one.\n",
-                   stderr);
+        TellNoDisplay();
         return 1;
     }
     OpenDesktop(count, arguments);

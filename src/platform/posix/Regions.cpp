@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "base/Number.h"
 #include "base/Text.h"
@@ -108,7 +109,25 @@ constexpr TextItem textItems[] = {
     {LOCALE_S2359, &Region::pm},
 };
 
+// The text of the first of these variables of the environment that has one; empty without any.
+const char* FirstVariable(std::initializer_list<const char*> names) {
+    for (const char* name : names) {
+        const char* text = std::getenv(name);
+        if (text && *text) return text;
+    }
+    return "";
+}
+
 }  // namespace
+
+Language LanguageFromEnvironment() {
+    const std::string_view own = FirstVariable({"TALLYMAN_LANGUAGE"});
+    if (own == "zh") return LANGUAGE_CHINESE;
+    if (own == "en") return LANGUAGE_ENGLISH;
+    const std::string_view session = FirstVariable({"LC_ALL", "LC_MESSAGES", "LANG"});
+    const std::string_view language = session.substr(0, session.find_first_of("_-.@"));
+    return language == "zh" ? LANGUAGE_CHINESE : LANGUAGE_ENGLISH;
+}
 
 const Region& FindRegion(std::string_view tag, bool* exact) {
     if (exact) *exact = true;
@@ -125,15 +144,7 @@ const Region& FindRegion(std::string_view tag, bool* exact) {
 }
 
 void RegionTagFromEnvironment(char (&tag)[36]) {
-    static constexpr const char* variables[] = {"LC_ALL", "LC_NUMERIC", "LANG"};
-    const char* found = "";
-    for (const char* variable : variables) {
-        const char* text = std::getenv(variable);
-        if (text && *text) {
-            found = text;
-            break;
-        }
-    }
+    const char* found = FirstVariable({"LC_ALL", "LC_NUMERIC", "LANG"});
     std::size_t length = 0;
     for (; length < 35 && found[length] && found[length] != '.' && found[length] != '@'; ++length) {
         tag[length] = found[length] == '_' ? '-' : found[length];

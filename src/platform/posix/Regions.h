@@ -2,6 +2,7 @@
 // The regional settings that the program knows, as published in the Unicode locale data and in the
 // forms that the users of desktop systems are used to.
 
+#include "base/MessageTable.h"
 #include "base/Platform.h"
 
 namespace tally {
@@ -30,6 +31,9 @@ const Region& FindRegion(std::string_view tag, bool* exact);
 // The tag of the environment's language variables: "de_DE.UTF-8" gives "de-DE". Writes at most 35
 // characters and a zero.
 void RegionTagFromEnvironment(char (&tag)[36]);
+// The language that the user reads: TALLYMAN_LANGUAGE as "zh" or "en", else that of the session's messages.
+// Only Chinese sessions read Chinese; every other one, and a session that names none, reads English.
+Language LanguageFromEnvironment();
 // One item of a region as GetLocaleInfo gives it. False for an unknown item.
 [[nodiscard]] bool RegionItem(const Region& region, i32 item, WideText& out);
 

@@ -9,6 +9,7 @@
 #include <QUrl>
 #include <optional>
 
+#include "base/MessageTable.h"
 #include "platform/qt/QtFrame.h"
 #include "platform/qt/QtText.h"
 
@@ -18,13 +19,13 @@ namespace {
 struct BoxButton {
     i32 answer;
     QMessageBox::ButtonRole role;
-    WideView text;
+    u16 text;  // of the message table
 };
-constexpr BoxButton okButton = {IDOK, QMessageBox::AcceptRole, u"确定"};
-constexpr BoxButton cancelButton = {IDCANCEL, QMessageBox::RejectRole, u"取消"};
-constexpr BoxButton yesButton = {IDYES, QMessageBox::YesRole, u"是(&Y)"};
-constexpr BoxButton noButton = {IDNO, QMessageBox::NoRole, u"否(&N)"};
-constexpr BoxButton retryButton = {IDRETRY, QMessageBox::AcceptRole, u"重试(&R)"};
+constexpr BoxButton okButton = {IDOK, QMessageBox::AcceptRole, MSG_BUTTON_OK};
+constexpr BoxButton cancelButton = {IDCANCEL, QMessageBox::RejectRole, MSG_BUTTON_CANCEL};
+constexpr BoxButton yesButton = {IDYES, QMessageBox::YesRole, MSG_BUTTON_YES};
+constexpr BoxButton noButton = {IDNO, QMessageBox::NoRole, MSG_BUTTON_NO};
+constexpr BoxButton retryButton = {IDRETRY, QMessageBox::AcceptRole, MSG_BUTTON_RETRY};
 
 struct BoxKind {
     u32 kind;  // low four bits of the flags
@@ -79,6 +80,18 @@ QString FilterText(const FileFilter& filter) {
     return ToQString(filter.name) + QStringLiteral(" (") + pattern + QStringLiteral(")");
 }
 
+struct DialogLabel {
+    QFileDialog::DialogLabel label;
+    u16 opening, saving;  // of the message table
+};
+constexpr DialogLabel dialogLabels[] = {
+    {QFileDialog::Accept, MSG_OPEN_BUTTON, MSG_SAVE_BUTTON},
+    {QFileDialog::Reject, MSG_BUTTON_CANCEL, MSG_BUTTON_CANCEL},
+    {QFileDialog::FileName, MSG_FILE_NAME_LABEL, MSG_FILE_NAME_LABEL},
+    {QFileDialog::FileType, MSG_FILE_TYPE_LABEL, MSG_FILE_TYPE_LABEL},
+    {QFileDialog::LookIn, MSG_LOOK_IN_LABEL, MSG_LOOK_IN_LABEL},
+};
+
 // Alt and the letter of a label lead to what stands beside it; the toolkit's own dialog forgets one of them.
 void LeadTo(QFileDialog& dialog, const char* label, const char* control) {
     auto* text = dialog.findChild<QLabel*>(QLatin1String(label));
@@ -91,11 +104,9 @@ bool AskPath(bool save, std::span<const FileFilter> filters, i32& filter, WideTe
     QFileDialog dialog(DialogParent());
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    dialog.setWindowTitle(save ? QStringLiteral("另存为") : QStringLiteral("打开"));
-    dialog.setLabelText(QFileDialog::Accept, save ? QStringLiteral("保存(&S)") : QStringLiteral("打开(&O)"));
-    dialog.setLabelText(QFileDialog::Reject, QStringLiteral("取消"));
-    dialog.setLabelText(QFileDialog::FileName, QStringLiteral("文件名(&N):"));
-    dialog.setLabelText(QFileDialog::FileType, QStringLiteral("文件类型(&T):"));
+    dialog.setWindowTitle(ToQString(Message(save ? MSG_SAVE_TITLE : MSG_OPEN_TITLE)));
+    for (const DialogLabel& row : dialogLabels)
+        dialog.setLabelText(row.label, ToQString(Message(save ? row.saving : row.opening)));
     QStringList rows;
     for (const FileFilter& row : filters) rows.append(FilterText(row));
     if (!rows.isEmpty()) dialog.setNameFilters(rows);
@@ -120,7 +131,7 @@ i32 QtMessageBox(WideView text, WideView title, u32 flags) {
     box.setIcon(BoxIcon(flags));
     QPushButton* buttons[3] = {};
     for (u32 i = 0; i < kind.count; ++i) {
-        buttons[i] = box.addButton(ToQString(kind.buttons[i].text), kind.buttons[i].role);
+        buttons[i] = box.addButton(ToQString(Message(kind.buttons[i].text)), kind.buttons[i].role);
     }
     box.setDefaultButton(buttons[flags & MB_DEFBUTTON2 && kind.count > 1 ? 1 : 0]);
     // Esc and the close box give the last answer: Cancel, else No, else OK.

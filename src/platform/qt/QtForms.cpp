@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 #include <vector>
 
+#include "base/MessageTable.h"
 #include "platform/Forms.h"
 #include "platform/qt/QtFrame.h"
 #include "platform/qt/QtText.h"
@@ -169,9 +170,9 @@ void PlaceField(QFormLayout& layout, const FieldWidgets& made, const FormField& 
 
 void AddButtons(FormDialog& shown, QFormLayout& layout) {
     auto* buttons = new QDialogButtonBox(&shown.dialog);
-    shown.accept = buttons->addButton(QStringLiteral("确定"), QDialogButtonBox::AcceptRole);
+    shown.accept = buttons->addButton(ToQString(Message(MSG_BUTTON_OK)), QDialogButtonBox::AcceptRole);
     shown.accept->setDefault(true);
-    buttons->addButton(QStringLiteral("取消"), QDialogButtonBox::RejectRole);
+    buttons->addButton(ToQString(Message(MSG_BUTTON_CANCEL)), QDialogButtonBox::RejectRole);
     layout.addRow(buttons);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &shown.dialog, &QDialog::reject);
     QObject::connect(buttons, &QDialogButtonBox::accepted, &shown.dialog, [&shown] {

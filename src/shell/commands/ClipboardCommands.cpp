@@ -1,5 +1,6 @@
 // Cut, copy and paste of cells, and what other programs copy.
 
+#include "base/MessageTable.h"
 #include "editing/Clipboard.h"
 #include "editing/PasteText.h"
 #include "model/BookTable.h"
@@ -16,9 +17,9 @@ namespace {
 // Forms of text, the preferred one first.
 struct TextFormat {
     u32 format;
-    WideView name;
+    u16 name;
 };
-constexpr TextFormat textFormats[] = {{CF_UNICODETEXT, u"Unicode 文本"}, {CF_TEXT, u"文本"}};
+constexpr TextFormat textFormats[] = {{CF_UNICODETEXT, MSG_PASTE_AS_UNICODE}, {CF_TEXT, MSG_PASTE_AS_TEXT}};
 
 // The sheet whose cells the commands mean; null while something is typed or an object is selected.
 Sheet* GridSheet() {
@@ -80,9 +81,11 @@ void PasteFormat(u32 format) {
 
 enum SpecialField : u32 { SPECIAL_MODE, SPECIAL_OPERATION, SPECIAL_SKIP_BLANKS, SPECIAL_TRANSPOSE };
 
-constexpr WideView modeItems[] = {u"全部(&A)", u"公式(&F)",     u"数值(&V)",  u"格式(&T)",
-                                  u"批注(&C)", u"边框除外(&X)", u"有效性(&N)"};
-constexpr WideView operationItems[] = {u"无(&O)", u"求和(&D)", u"减(&S)", u"乘法(&M)", u"除(&I)"};
+constexpr u16 modeItems[] = {MSG_PASTE_WHAT_ALL,       MSG_PASTE_WHAT_FORMULAS, MSG_PASTE_WHAT_VALUES,
+                             MSG_PASTE_WHAT_FORMATS,   MSG_PASTE_WHAT_COMMENTS, MSG_PASTE_WHAT_BUT_BORDERS,
+                             MSG_PASTE_WHAT_VALIDATION};
+constexpr u16 operationItems[] = {MSG_PASTE_HOW_NONE, MSG_PASTE_HOW_ADD, MSG_PASTE_HOW_SUBTRACT,
+                                  MSG_PASTE_HOW_MULTIPLY, MSG_PASTE_HOW_DIVIDE};
 
 bool Calculates(i32 mode) {
     return mode == PASTE_ALL || mode == PASTE_FORMULAS || mode == PASTE_VALUES || mode == PASTE_BUT_BORDERS;
@@ -95,9 +98,11 @@ void SpecialChanged(Form& form, u32) {
 void PasteBlockSpecially() {
     Form form;
     form.changed = SpecialChanged;
-    if (!form.title.Assign(u"选择性粘贴") || !AddChoice(form, FIELD_RADIO, u"粘贴:", modeItems, 0) ||
-        !AddChoice(form, FIELD_RADIO, u"运算:", operationItems, 0) || !AddCheck(form, u"忽略空白(&B)", false) ||
-        !AddCheck(form, u"转置(&E)", false) || !ShowForm(form))
+    if (!form.title.Assign(Message(MSG_PASTE_TITLE)) ||
+        !AddMessageChoice(form, FIELD_RADIO, MSG_PASTE_WHAT, modeItems, 0) ||
+        !AddMessageChoice(form, FIELD_RADIO, MSG_PASTE_HOW, operationItems, 0) ||
+        !AddCheck(form, Message(MSG_PASTE_SKIP_BLANKS), false) ||
+        !AddCheck(form, Message(MSG_PASTE_TRANSPOSE_LABEL), false) || !ShowForm(form))
         return;
     Sheet* sheet = GridSheet();
     if (!sheet || !HasLiveBlock()) return;
@@ -114,10 +119,12 @@ void PasteTextSpecially() {
     Form form;
     u32 offered[std::size(textFormats)] = {};
     u32 count = 0;
-    if (!form.title.Assign(u"选择性粘贴") || !AddChoice(form, FIELD_LIST, u"方式:", {}, 0)) return;
+    if (!form.title.Assign(Message(MSG_PASTE_TITLE)) ||
+        !AddChoice(form, FIELD_LIST, Message(MSG_PASTE_AS), {}, 0))
+        return;
     for (const TextFormat& row : textFormats) {
         if (!ShellPlatform().clipboardHas(row.format)) continue;
-        if (!AddItem(form, row.name)) return;
+        if (!AddItem(form, Message(row.name))) return;
         offered[count++] = row.format;
     }
     if (!count || !ShowForm(form)) return;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/MessageTable.h"
 #include "editing/ClearArea.h"
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
@@ -39,16 +40,16 @@ RefArea ColumnsOf(const RefArea& area) { return {0, MAX_ROWS - 1, area.firstColu
 enum CellWay : i32 { WAY_COLUMNS_SIDEWAYS, WAY_ROWS_DOWN, WAY_WHOLE_ROWS, WAY_WHOLE_COLUMNS };
 
 // What the user chooses among four ways; -1 when cancelled.
-i32 AskWay(WideView title, std::span<const WideView> ways) {
+i32 AskWay(u16 title, std::span<const u16> ways) {
     Form form;
-    if (!form.title.Assign(title) || !AddChoice(form, FIELD_RADIO, title, ways, WAY_ROWS_DOWN) ||
-        !ShowForm(form))
+    if (!form.title.Assign(Message(title)) ||
+        !AddMessageChoice(form, FIELD_RADIO, title, ways, WAY_ROWS_DOWN) || !ShowForm(form))
         return -1;
     return form.fields[0].choice;
 }
 
 // The way that a selection of whole rows or columns leaves no choice about; else the answer.
-i32 WayFor(const RefArea& area, WideView title, std::span<const WideView> ways) {
+i32 WayFor(const RefArea& area, u16 title, std::span<const u16> ways) {
     if (IsWholeRows(area)) return WAY_WHOLE_ROWS;
     if (IsWholeColumns(area)) return WAY_WHOLE_COLUMNS;
     return AskWay(title, ways);
@@ -85,10 +86,10 @@ void InsertLinesCommand(i32 command) {
 void InsertCellsCommand(i32) {
     const Sheet* sheet = OpenSheet();
     if (!sheet) return;
-    constexpr WideView ways[] = {u"活动单元格右移", u"活动单元格下移", u"整行", u"整列"};
+    constexpr u16 ways[] = {MSG_INSERT_RIGHT, MSG_INSERT_DOWN, MSG_WAY_ROWS, MSG_WAY_COLUMNS};
     const RefArea area = sheet->view.selection;
     bool done = false;
-    switch (WayFor(area, u"插入", ways)) {
+    switch (WayFor(area, MSG_INSERT_TITLE, ways)) {
         case WAY_COLUMNS_SIDEWAYS: done = InsertColumnsOrCellsRight(area); break;
         case WAY_ROWS_DOWN: done = InsertRowsOrCellsDown(area); break;
         case WAY_WHOLE_ROWS: done = InsertRowsOrCellsDown(RowsOf(area)); break;
@@ -101,10 +102,10 @@ void InsertCellsCommand(i32) {
 void DeleteCommand(i32) {
     const Sheet* sheet = OpenSheet();
     if (!sheet) return;
-    constexpr WideView ways[] = {u"右侧单元格左移", u"下方单元格上移", u"整行", u"整列"};
+    constexpr u16 ways[] = {MSG_DELETE_LEFT, MSG_DELETE_UP, MSG_WAY_ROWS, MSG_WAY_COLUMNS};
     const RefArea area = sheet->view.selection;
     bool done = false;
-    switch (WayFor(area, u"删除", ways)) {
+    switch (WayFor(area, MSG_DELETE_TITLE, ways)) {
         case WAY_COLUMNS_SIDEWAYS: done = DeleteColumnsOrCellsLeft(area); break;
         case WAY_ROWS_DOWN: done = DeleteRowsOrCellsUp(area); break;
         case WAY_WHOLE_ROWS: done = DeleteRowsOrCellsUp(RowsOf(area)); break;
@@ -124,10 +125,11 @@ void MoveSheetCommand(i32) {
     const Workbook* book = CurrentWorkbook();
     if (!book || IsEditing()) return;
     Form form;
-    bool good = form.title.Assign(u"移动或复制工作表") &&
-                AddChoice(form, FIELD_LIST, u"下列选定工作表之前:", {}, book->currentSheet);
+    bool good = form.title.Assign(Message(MSG_MOVE_SHEET_TITLE)) &&
+                AddChoice(form, FIELD_LIST, Message(MSG_MOVE_SHEET_BEFORE), {}, book->currentSheet);
     for (const Sheet* sheet : book->sheets) good = good && AddItem(form, WideView(sheet->name));
-    if (!good || !AddItem(form, u"(移到最后)") || !AddCheck(form, u"建立副本", false) || !ShowForm(form))
+    if (!good || !AddItem(form, Message(MSG_MOVE_SHEET_TO_END)) ||
+        !AddCheck(form, Message(MSG_MOVE_SHEET_COPY), false) || !ShowForm(form))
         return;
     const i32 before = form.fields[0].choice;
     book = CurrentWorkbook();

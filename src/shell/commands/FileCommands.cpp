@@ -14,8 +14,13 @@
 namespace tally {
 namespace {
 
-constexpr FileFilter openFilters[] = {
-    {u"工作簿", u"*.xls *.xlt *.pxl *.pxt"}, {u"文本", u"*.csv *.txt"}, {u"所有文件", u"*"}};
+struct OpenFilter {
+    u16 name;  // of the message table
+    WideView pattern;
+};
+constexpr OpenFilter openFilters[] = {{MSG_FILTER_WORKBOOKS, u"*.xls *.xlt *.pxl *.pxt"},
+                                      {MSG_FILTER_TEXT, u"*.csv *.txt"},
+                                      {MSG_FILTER_ALL, u"*"}};
 
 void ForgetEdit() {
     if (IsEditing()) CancelEntry();
@@ -86,7 +91,10 @@ void NewBookCommand(i32) {
 void OpenBookCommand(i32) {
     if (IsEditing()) return;
     WideText path;
-    if (ShellPlatform().openFileDialog(std::span(openFilters), path)) IgnoreFailure(OpenBookFile(path, true));
+    FileFilter shown[std::size(openFilters)];
+    for (std::size_t i = 0; i < std::size(openFilters); ++i)
+        shown[i] = {Message(openFilters[i].name), openFilters[i].pattern};
+    if (ShellPlatform().openFileDialog(std::span(shown), path)) IgnoreFailure(OpenBookFile(path, true));
 }
 
 void RecentFileCommand(i32 command) {

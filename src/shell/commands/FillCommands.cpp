@@ -18,9 +18,9 @@ namespace {
 // The fields of the dialog.
 enum SeriesField : u32 { SERIES_DIRECTION, SERIES_KIND, SERIES_DATE_UNIT, SERIES_STEP, SERIES_STOP };
 
-constexpr WideView directionItems[] = {u"行", u"列"};
-constexpr WideView typeItems[] = {u"等差序列", u"等比序列", u"日期"};
-constexpr WideView unitItems[] = {u"日", u"工作日", u"月", u"年"};
+constexpr u16 directionItems[] = {MSG_SERIES_ROWS, MSG_SERIES_COLUMNS};
+constexpr u16 typeItems[] = {MSG_SERIES_LINEAR, MSG_SERIES_GROWTH, MSG_SERIES_DATES};
+constexpr u16 unitItems[] = {MSG_SERIES_DAY, MSG_SERIES_WEEKDAY, MSG_SERIES_MONTH, MSG_SERIES_YEAR};
 
 Sheet* FreeSheet() {
     Sheet* sheet = CurrentSheet();
@@ -58,11 +58,12 @@ bool FillSeriesForm(Form& form) {
     WideText step;
     form.accept = AcceptSeries;
     form.changed = SeriesChanged;
-    if (!ProposedStep(direction, step) || !form.title.Assign(u"系列") ||
-        !AddChoice(form, FIELD_RADIO, u"序列产生在", directionItems, direction - 1) ||
-        !AddChoice(form, FIELD_RADIO, u"类型", typeItems, 0) ||
-        !AddChoice(form, FIELD_RADIO, u"日期单位", unitItems, 0) || !AddEdit(form, u"步长值:", step) ||
-        !AddEdit(form, u"终止值:", WideView()))
+    if (!ProposedStep(direction, step) || !form.title.Assign(Message(MSG_SERIES_TITLE)) ||
+        !AddMessageChoice(form, FIELD_RADIO, MSG_SERIES_IN, directionItems, direction - 1) ||
+        !AddMessageChoice(form, FIELD_RADIO, MSG_SERIES_TYPE, typeItems, 0) ||
+        !AddMessageChoice(form, FIELD_RADIO, MSG_SERIES_UNIT, unitItems, 0) ||
+        !AddEdit(form, Message(MSG_SERIES_STEP_VALUE), step) ||
+        !AddEdit(form, Message(MSG_SERIES_STOP_VALUE), WideView()))
         return false;
     form.fields[SERIES_DATE_UNIT].enabled = false;
     return true;

@@ -63,13 +63,13 @@ void FillFunctions(Form& form) {
 }
 
 bool FillForm(Form& form, FunctionList& list) {
-    if (!form.title.Assign(u"粘贴函数") ||
-        !AddChoice(form, FIELD_DROP_LIST, u"函数分类(&C):", {}, CATEGORY_ALL))
+    if (!form.title.Assign(Message(MSG_FUNCTION_TITLE)) ||
+        !AddChoice(form, FIELD_DROP_LIST, Message(MSG_FUNCTION_CATEGORY), {}, CATEGORY_ALL))
         return false;
     const i32 last = list.onWorksheet ? CATEGORY_ENGINEERING : CATEGORY_MACRO_COMMAND;
     for (i32 category = CATEGORY_ALL; category <= last; ++category)
         if (!AddItem(form, Message(static_cast<u16>(MSG_CATEGORY_FIRST + category)))) return false;
-    if (!AddChoice(form, FIELD_LIST, u"函数名(&N):", {}, 0)) return false;
+    if (!AddChoice(form, FIELD_LIST, Message(MSG_FUNCTION_NAME), {}, 0)) return false;
     form.context = &list;
     form.changed = [](Form& changed, u32 field) {
         if (field == FIELD_CATEGORY) FillFunctions(changed);

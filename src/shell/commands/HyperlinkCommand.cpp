@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/MessageTable.h"
 #include "editing/Undo.h"
 #include "model/BookTable.h"
 #include "platform/Forms.h"
@@ -17,9 +18,9 @@ namespace {
 enum LinkField : u32 { LINK_TARGET, LINK_LOCATION };
 
 bool FillForm(Form& form, const Hyperlink* link) {
-    return form.title.Assign(u"超级链接") &&
-           AddEdit(form, u"文件或网址(&F):", link ? link->target.View() : WideView()) &&
-           AddEdit(form, u"位置(&L):", link ? link->location.View() : WideView());
+    return form.title.Assign(Message(MSG_HYPERLINK_TITLE)) &&
+           AddEdit(form, Message(MSG_HYPERLINK_TARGET), link ? link->target.View() : WideView()) &&
+           AddEdit(form, Message(MSG_HYPERLINK_LOCATION), link ? link->location.View() : WideView());
 }
 
 }  // namespace

@@ -109,7 +109,9 @@ void GoToCommand(i32) {
     if (!HasCells(CurrentSheet()) || IsEditing()) return;
     Form form;
     SheetArea place;
-    if (!form.title.Assign(u"定位") || !AddEdit(form, u"弟用位置:", Shell().goToTarget)) return;
+    if (!form.title.Assign(Message(MSG_GO_TO_TITLE)) ||
+        !AddEdit(form, Message(MSG_GO_TO_REFERENCE), Shell().goToTarget))
+        return;
     form.acceptable = FindPlace(form.fields[0].text, place);
     form.changed = [](Form& changed, u32) {
         SheetArea found;

@@ -15,19 +15,16 @@ namespace {
 
 // A row of the dialog's list of types.
 struct SaveFilter {
-    FileFilter shown;
+    u16 name;  // of the message table
+    WideView pattern;
     FileType type;
     u8 biffVersion;  // that the book takes; 0 leaves it
 };
 constexpr SaveFilter saveFilters[] = {
-    {{u"Excel 97 工作簿 (*.xls)", u"*.xls"}, FILE_XLS, 8},
-    {{u"Excel 95 工作簿 (*.xls)", u"*.xls"}, FILE_XLS, 7},
-    {{u"Pocket Excel 2.0 (*.pxl)", u"*.pxl"}, FILE_PXL, 8},
-    {{u"CSV(逗号分隔) (*.csv)", u"*.csv"}, FILE_CSV, 8},
-    {{u"文本文件(制表符分隔) (*.txt)", u"*.txt"}, FILE_TXT, 8},
-    {{u"Excel 97 模板 (*.xlt)", u"*.xlt"}, FILE_XLT, 8},
-    {{u"Pocket Excel 2.0 模板 (*.pxt)", u"*.pxt"}, FILE_PXT, 8},
-    {{u"位图 (*.bmp)", u"*.bmp"}, FILE_BMP, 0},
+    {MSG_FILTER_97_BOOK, u"*.xls", FILE_XLS, 8},         {MSG_FILTER_95_BOOK, u"*.xls", FILE_XLS, 7},
+    {MSG_FILTER_POCKET_BOOK, u"*.pxl", FILE_PXL, 8},     {MSG_FILTER_CSV, u"*.csv", FILE_CSV, 8},
+    {MSG_FILTER_TAB_TEXT, u"*.txt", FILE_TXT, 8},        {MSG_FILTER_97_TEMPLATE, u"*.xlt", FILE_XLT, 8},
+    {MSG_FILTER_POCKET_TEMPLATE, u"*.pxt", FILE_PXT, 8}, {MSG_FILTER_BITMAP, u"*.bmp", FILE_BMP, 0},
 };
 constexpr u32 FILTER_COUNT = std::size(saveFilters);
 constexpr std::size_t EXTENSION = 4;  // with its full stop
@@ -43,7 +40,7 @@ OfferedFilters OfferFilters() {
     OfferedFilters offered;
     for (u32 i = 0; i < FILTER_COUNT; ++i) {
         if (!CanWrite(saveFilters[i].type)) continue;
-        offered.shown[offered.count] = saveFilters[i].shown;
+        offered.shown[offered.count] = {Message(saveFilters[i].name), saveFilters[i].pattern};
         offered.rows[offered.count++] = i;
     }
     return offered;
@@ -111,38 +108,6 @@ bool MaySaveText(const Workbook& book, FileType type) {
            IDOK;
 }
 
-constexpr WideView lossNames[] = {
-    u"第 16384 行以后的行",
-    u"合并单元格",
-    u"条件格式和有效性规则",
-    u"超链接",
-    u"公式（保留结果）",
-    u"过长文本的末尾",
-    u"代码页中没有的字符",
-    u"文字方向和边框样式",
-    u"图表",
-    u"其他工作表",
-    u"宏表和模块",
-    u"名称",
-    u"图形对象",
-    u"筛选",
-    u"工作表的隐藏、保护和标签颜色",
-    u"页面设置",
-    u"1904 日期系统",
-    u"批注",
-    u"数据透视表",
-    u"宏",
-    u"嵌入对象",
-    u"文档属性",
-    u"自定义视图",
-    u"其他程序的内容",
-    u"单个字符的格式",
-    u"样式",
-    u"分级显示和分页符",
-    u"链接文件的值",
-};
-static_assert(std::size(lossNames) == LOSS_COUNT);
-
 // What the user has been asked about before is not asked again.
 bool MayLose(i32 book, u32 losses) {
     losses &= ~BookAt(book)->acceptedLosses;
@@ -150,7 +115,7 @@ bool MayLose(i32 book, u32 losses) {
     WideText list, text;
     for (u32 i = 0; i < LOSS_COUNT; ++i) {
         if (!(losses >> i & 1)) continue;
-        if ((!list.IsEmpty() && !list.Append(u"\n")) || !list.Append(lossNames[i])) return false;
+        if ((!list.IsEmpty() && !list.Append(u"\n")) || !list.Append(SaveLossText(u32{1} << i))) return false;
     }
     return FormatWith(text, Message(MSG_SAVE_LOSSES), list) &&
            Platform().messageBox(text, PROGRAM_NAME, MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) == IDYES;
@@ -190,7 +155,7 @@ bool SaveBookAs(i32 book) {
         return false;
     const u32 row = chosen >= 0 && static_cast<u32>(chosen) < offered.count ? static_cast<u32>(chosen) : 0;
     const SaveFilter& filter = saveFilters[offered.rows[row]];
-    if (!path.Assign(WithoutExtension(answer)) || !path.Append(filter.shown.pattern.substr(1))) return false;
+    if (!path.Assign(WithoutExtension(answer)) || !path.Append(filter.pattern.substr(1))) return false;
     if (IsRefused(book, path, filter.type) || !MayReplace(answer, path)) return false;
     const u8 before = BookAt(book)->biffVersion;
     if (filter.biffVersion) BookAt(book)->biffVersion = filter.biffVersion;

@@ -53,7 +53,8 @@ bool AcceptZoom(Form& form) {
 
 bool AskPassword(WideView title, WideText& password) {
     Form form;
-    if (!form.title.Assign(title) || !AddSecret(form, u"密码(&P):") || !ShowForm(form)) return false;
+    if (!form.title.Assign(title) || !AddSecret(form, Message(MSG_PASSWORD_LABEL)) || !ShowForm(form))
+        return false;
     return password.Assign(form.fields[0].text);
 }
 
@@ -80,8 +81,8 @@ void RenameSheetCommand(i32) {
     if (!sheet || IsEditing()) return;
     Form form;
     form.accept = AcceptName;
-    if (!form.title.Assign(u"重命名工作表") || !AddEdit(form, u"名称(&N):", WideView(sheet->name)) ||
-        !ShowForm(form))
+    if (!form.title.Assign(Message(MSG_RENAME_SHEET_TITLE)) ||
+        !AddEdit(form, Message(MSG_RENAME_SHEET_NAME), WideView(sheet->name)) || !ShowForm(form))
         return;
     sheet = CurrentSheet();
     const WideView name = form.fields[0].text;
@@ -97,7 +98,9 @@ void UnhideSheetCommand(i32) {
     if (!book || IsEditing()) return;
     Form form;
     Array<i32> hidden;
-    if (!form.title.Assign(u"取消隐藏工作表") || !AddChoice(form, FIELD_LIST, u"工作表(&S):", {}, 0)) return;
+    if (!form.title.Assign(Message(MSG_UNHIDE_SHEET_TITLE)) ||
+        !AddChoice(form, FIELD_LIST, Message(MSG_UNHIDE_SHEET_LIST), {}, 0))
+        return;
     for (const Sheet* sheet : book->sheets) {
         if (!sheet->hidden || sheet->kind == SHEET_MODULE) continue;
         if (!hidden.Append(sheet->index) || !AddItem(form, WideView(sheet->name))) return;
@@ -119,8 +122,8 @@ void CustomZoomCommand(i32) {
     WideText number;
     i32 zoom = 0;
     form.accept = AcceptZoom;
-    if (!AppendInteger(number, CurrentSheet()->zoomPercent) || !form.title.Assign(u"缩放") ||
-        !AddEdit(form, u"显示比例(&Z) %:", number) || !ShowForm(form) || !ReadZoom(form, zoom))
+    if (!AppendInteger(number, CurrentSheet()->zoomPercent) || !form.title.Assign(Message(MSG_ZOOM_TITLE)) ||
+        !AddEdit(form, Message(MSG_ZOOM_LABEL), number) || !ShowForm(form) || !ReadZoom(form, zoom))
         return;
     if (!HasCells(CurrentSheet())) return;
     RecordView(UNDO_ZOOM);
@@ -132,7 +135,7 @@ void ProtectCommand(i32) {
     Sheet* sheet = CurrentSheet();
     if (!HasCells(sheet) || IsEditing()) return;
     const bool isProtected = (sheet->viewFlags & VIEW_PROTECTED) != 0;
-    const WideView title = isProtected ? WideView(u"撤消保护") : WideView(u"保护");
+    const WideView title = Message(isProtected ? MSG_UNPROTECT_TITLE : MSG_PROTECT_TITLE);
     WideText password;
     u16 hash = 0;
     const bool asks = !isProtected || sheet->passwordHash;

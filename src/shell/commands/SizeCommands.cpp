@@ -33,15 +33,15 @@ void SizesChanged() {
 // What one of the dialogs asks for.
 struct SizeQuestion {
     i32 command;
-    WideView title, label;
+    u16 title, label;
     double limit;  // greatest number
     i32 scale;     // stored units to one
     u16 message;
 };
 constexpr SizeQuestion sizeQuestions[] = {
-    {391, u"行高", u"行高(&R):", 409, 20, MSG_ROW_HEIGHT_LIMIT},
-    {395, u"列宽", u"列宽(&C):", 255, 256, MSG_COLUMN_WIDTH_LIMIT},
-    {399, u"标准列宽", u"标准列宽(&S):", 255, 256, MSG_COLUMN_WIDTH_LIMIT},
+    {391, MSG_ROW_HEIGHT_TITLE, MSG_ROW_HEIGHT_LABEL, 409, 20, MSG_ROW_HEIGHT_LIMIT},
+    {395, MSG_COLUMN_WIDTH_TITLE, MSG_COLUMN_WIDTH_LABEL, 255, 256, MSG_COLUMN_WIDTH_LIMIT},
+    {399, MSG_STANDARD_WIDTH_TITLE, MSG_STANDARD_WIDTH_LABEL, 255, 256, MSG_COLUMN_WIDTH_LIMIT},
 };
 
 bool ReadSize(const Form& form, double& size) {
@@ -95,8 +95,8 @@ void LineSizeCommand(i32 command) {
         form.accept = AcceptSize;
         const double size = PresentSize(*FreeSheet(), command) / static_cast<double>(question.scale);
         double wanted = 0;
-        if (!NumberToText(size, 5, number) || !form.title.Assign(question.title) ||
-            !AddEdit(form, question.label, number) || !ShowForm(form) || !ReadSize(form, wanted))
+        if (!NumberToText(size, 5, number) || !form.title.Assign(Message(question.title)) ||
+            !AddEdit(form, Message(question.label), number) || !ShowForm(form) || !ReadSize(form, wanted))
             return;
         Sheet* sheet = FreeSheet();
         if (sheet && StoreSize(*sheet, command, static_cast<i32>(wanted * question.scale + 0.5)))

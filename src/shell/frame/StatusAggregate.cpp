@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "base/Memory.h"
+#include "base/MessageTable.h"
 #include "base/Number.h"
 #include "formula/Coercion.h"
 #include "formula/SheetCalculation.h"
@@ -12,8 +13,6 @@
 namespace tally {
 namespace {
 
-constexpr WideView aggregateLabels[AGGREGATE_COUNT] = {u"无",     u"平均值", u"计数", u"计数值",
-                                                       u"最大值", u"最小值", u"求和"};
 enum Aggregate : i32 { SHOW_NONE, SHOW_MEAN, SHOW_CELLS, SHOW_NUMBERS, SHOW_MAXIMUM, SHOW_MINIMUM, SHOW_SUM };
 
 struct Totals {
@@ -66,7 +65,9 @@ bool AggregateText(WideText& out) {
 }  // namespace
 
 WideView AggregateLabel(i32 selector) {
-    return selector >= 0 && selector < AGGREGATE_COUNT ? aggregateLabels[selector] : WideView();
+    return selector >= 0 && selector < AGGREGATE_COUNT
+               ? Message(static_cast<u16>(MSG_AGGREGATE_FIRST + selector))
+               : WideView();
 }
 
 void RefreshAggregate() {

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/MessageTable.h"
 #include "model/BookTable.h"
 #include "shell/frame/Tables.h"
 #include "shell/grid/Layout.h"
@@ -11,13 +12,16 @@ namespace tally {
 namespace {
 
 constexpr ToolbarButton buttons[] = {
-    {BAND_STANDARD, 110, u"新建"}, {BAND_STANDARD, 111, u"打开"},     {BAND_STANDARD, 113, u"保存"},
-    {BAND_STANDARD, 130, u"撤消"}, {BAND_STANDARD, 131, u"剪切"},     {BAND_STANDARD, 132, u"复制"},
-    {BAND_STANDARD, 133, u"粘贴"}, {BAND_STANDARD, 167, u"粘贴函数"}, {BAND_STANDARD, 389, u"自动求和"},
-    {BAND_FORMAT, 432, u"加粗"},   {BAND_FORMAT, 433, u"倾斜"},       {BAND_FORMAT, 434, u"下划线"},
-    {BAND_FORMAT, 435, u"靠左"},   {BAND_FORMAT, 436, u"中"},         {BAND_FORMAT, 437, u"靠右"},
-    {BAND_ENTRY, 439, u"取消"},    {BAND_ENTRY, 440, u"确定"},        {BAND_ENTRY, 441, u"数组"},
-    {BAND_ENTRY, 442, u"填充"},    {BAND_ENTRY, 443, u"新行"},
+    {BAND_STANDARD, 110, MSG_TIP_NEW},      {BAND_STANDARD, 111, MSG_TIP_OPEN},
+    {BAND_STANDARD, 113, MSG_TIP_SAVE},     {BAND_STANDARD, 130, MSG_TIP_UNDO},
+    {BAND_STANDARD, 131, MSG_TIP_CUT},      {BAND_STANDARD, 132, MSG_TIP_COPY},
+    {BAND_STANDARD, 133, MSG_TIP_PASTE},    {BAND_STANDARD, 167, MSG_TIP_FUNCTION},
+    {BAND_STANDARD, 389, MSG_TIP_AUTO_SUM}, {BAND_FORMAT, 432, MSG_TIP_BOLD},
+    {BAND_FORMAT, 433, MSG_TIP_ITALIC},     {BAND_FORMAT, 434, MSG_TIP_UNDERLINE},
+    {BAND_FORMAT, 435, MSG_TIP_LEFT},       {BAND_FORMAT, 436, MSG_TIP_CENTRE},
+    {BAND_FORMAT, 437, MSG_TIP_RIGHT},      {BAND_ENTRY, 439, MSG_TIP_CANCEL},
+    {BAND_ENTRY, 440, MSG_TIP_ENTER},       {BAND_ENTRY, 441, MSG_TIP_ARRAY},
+    {BAND_ENTRY, 442, MSG_TIP_FILL},        {BAND_ENTRY, 443, MSG_TIP_NEW_LINE},
 };
 constexpr std::size_t BUTTONS = std::size(buttons);
 
@@ -95,7 +99,7 @@ void SetHover(i32 button) {
     InvalidateButton(button);
     toolbar.hover = button;
     Shell().hintRow = Shell().hintColumn = -1;
-    ShellPlatform().setToolTip(button >= 0 ? buttons[button].tip : WideView());
+    ShellPlatform().setToolTip(button >= 0 ? Message(buttons[button].tip) : WideView());
 }
 
 void PaintStroke(DrawTarget& target, const Stroke& stroke, i32 x, i32 y, bool enabled) {

@@ -8,7 +8,7 @@ namespace tally {
 struct ToolbarButton {
     BandNumber band;
     i32 command;
-    WideView tip;
+    u16 tip;  // of the message table
 };
 std::span<const ToolbarButton> ToolbarButtons();
 
