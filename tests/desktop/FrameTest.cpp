@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QFileDialog>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -13,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/MessageTable.h"
 #include "platform/qt/QtFrame.h"
 #include "support/Sandbox.h"
 
@@ -414,6 +416,40 @@ TEST_F(FrameTest, BoxesHaveTheirButtonsAndAnswers) {
         });
         EXPECT_EQ(QtPlatform().messageBox(u"<b>A</b> & B", PROGRAM_NAME, row.flags), row.answer);
     }
+}
+
+TEST_F(FrameTest, BoxesAndDialogsOfFilesSpeakTheLanguageInForce) {
+    SetLanguage(LANGUAGE_ENGLISH);
+    QTimer::singleShot(10, [] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        QStringList texts;
+        for (QAbstractButton* button : box->buttons()) texts.append(button->text());
+        texts.sort();
+        EXPECT_EQ(texts, QStringList({"&No", "&Yes", "Cancel"}));
+        QTest::keyClick(box, Qt::Key_Escape);
+    });
+    EXPECT_EQ(QtPlatform().messageBox(u"?", PROGRAM_NAME, MB_YESNOCANCEL), IDCANCEL);
+    const FileFilter filters[] = {{u"Workbooks", u"*.xls *.xlt"}, {u"Bitmap (*.bmp)", u"*.bmp"}};
+    for (const bool save : {false, true}) {
+        QTimer::singleShot(50, [save] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_NE(dialog, nullptr);
+            EXPECT_EQ(dialog->windowTitle(), save ? "Save As" : "Open");
+            EXPECT_EQ(dialog->labelText(QFileDialog::Accept), save ? "&Save" : "&Open");
+            EXPECT_EQ(dialog->labelText(QFileDialog::Reject), "Cancel");
+            EXPECT_EQ(dialog->labelText(QFileDialog::FileName), "File &name:");
+            EXPECT_EQ(dialog->labelText(QFileDialog::FileType), "Files of &type:");
+            EXPECT_EQ(dialog->labelText(QFileDialog::LookIn), "Look &in:");
+            EXPECT_EQ(dialog->nameFilters(), QStringList({"Workbooks (*.xls *.xlt)", "Bitmap (*.bmp)"}));
+            dialog->reject();
+        });
+        WideText path;
+        i32 filter = 1;
+        EXPECT_FALSE(save ? shell.saveFileDialog(std::span(filters), filter, path)
+                          : shell.openFileDialog(std::span(filters), path));
+    }
+    ResetLanguage();
 }
 
 TEST_F(FrameTest, SettingsComeBack) {

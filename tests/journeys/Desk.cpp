@@ -158,6 +158,7 @@ bool OpenDisplay(std::string& missing) {
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
     setenv("LC_ALL", "C.UTF-8", 1);
     setenv("LANG", "en_US.UTF-8", 1);
+    setenv("TALLYMAN_LANGUAGE", "zh", 1);
     setenv("QT_QPA_PLATFORM", "xcb", 1);
     for (const char* name : {"QT_SCALE_FACTOR", "QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "WAYLAND_DISPLAY"})
         unsetenv(name);

@@ -54,11 +54,13 @@ bool IsAscii(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// The letters behind "&"; one that stands twice is there twice.
+// The letters behind "&"; one that stands twice is there twice. With a blank behind it, it is a word of its
+// own.
 std::string LettersOf(const std::string& text) {
     std::string letters;
     for (std::size_t i = 0; i + 1 < text.size(); ++i)
-        if (text[i] == '&') letters += static_cast<char>(std::toupper(static_cast<unsigned char>(text[++i])));
+        if (text[i] == '&' && text[i + 1] != ' ')
+            letters += static_cast<char>(std::toupper(static_cast<unsigned char>(text[++i])));
     return letters;
 }
 

@@ -56,6 +56,7 @@ void AddCommands(CLI::App& app, Options& options) {
         CLI::App* sub = added[i] = app.add_subcommand(row.name, MessageText(row.about));
         sub->callback([&options, command = row.command] { options.command = command; });
         sub->group(MessageText(MSG_TALLY_WORD_SUBCOMMANDS));
+        sub->get_help_ptr()->group(MessageText(MSG_TALLY_WORD_OPTIONS_TITLE));
         sub->footer(MessageText(MSG_TALLY_EXAMPLE, row.example));
         sub->fallthrough();
     }

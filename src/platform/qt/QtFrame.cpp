@@ -1,10 +1,13 @@
 #include "platform/qt/QtFrame.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
 #include <algorithm>
 #include <clocale>
 #include <optional>
 
+#include "base/MessageTable.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/qt/QtFonts.h"
@@ -15,6 +18,7 @@ namespace {
 
 std::optional<QApplication> application;
 std::optional<Frame> frame;
+std::optional<QTranslator> translator;
 
 void QtSetTitle(WideView title) {
     if (frame) frame->window.setWindowTitle(ToQString(title));
@@ -130,6 +134,15 @@ void SendTimer(i32 timer) {
     Send(message);
 }
 
+// The toolkit's own words, such as those within the dialogs of files, are English without this. Where its
+// translations are not installed they stay so.
+void TranslateToolkit() {
+    if (CurrentLanguage() != LANGUAGE_CHINESE) return;
+    translator.emplace();
+    if (translator->load(QStringLiteral("qtbase_zh_CN"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&*translator);
+}
+
 constexpr int FIRST_WIDTH = 1024, FIRST_HEIGHT = 720;
 
 }  // namespace
@@ -187,6 +200,7 @@ void OpenDesktop(int& count, char** arguments) {
     application.emplace(count, arguments);
     // The toolkit takes over the user's locale; numbers in the core are always read and written in one form.
     setlocale(LC_NUMERIC, "C");
+    TranslateToolkit();
     ReadUserRegion();
     QApplication::setFont(FontOf(0).font);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -225,6 +239,7 @@ void CloseDesktop() {
     ResetFonts();
     ResetPosixFiles();
     ResetCodePages();
+    translator.reset();
     application.reset();
     SetPlatform(nullptr);
 }
