@@ -44,8 +44,8 @@ class Tally : public testing::Test {
 
     // `before` stands in front of the program, such as a limit of its time.
     Outcome Run(const std::string& arguments, const std::string& before = {}) const {
-        const std::string command =
-            "cd '" + folder.string() + "' && TALLYMAN_LANGUAGE= LC_ALL=C " + before + "'" TALLY_PROGRAM "' " + arguments + " 2>&1";
+        const std::string command = "cd '" + folder.string() + "' && TALLYMAN_LANGUAGE= LC_ALL=C " + before +
+                                    "'" TALLY_PROGRAM "' " + arguments + " 2>&1";
         FILE* pipe = popen(command.c_str(), "r");
         Outcome outcome;
         if (!pipe) return outcome;

@@ -149,12 +149,17 @@ TEST_F(Journey, AFileIsOpenedFromTheMenuAndClosingAsksWhetherToSave) {
 }
 
 TEST(WithoutADisplay, TheProgramSaysSoInOneLineAndEnds) {
-    const Output output = RunTool({"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY", "-u", "QT_QPA_PLATFORM",
-                                   "sh", "-c", std::string(TALLYMAN_PROGRAM) + " 2>&1"});
-    EXPECT_EQ(output.code, 1);
-    EXPECT_EQ(std::count(output.text.begin(), output.text.end(), '\n'), 1);
-    EXPECT_NE(output.text.find("no display"), std::string::npos);
-    EXPECT_NE(output.text.find("tally works"), std::string::npos);
+    const struct {
+        const char *language, *reason;
+    } rows[] = {{"TALLYMAN_LANGUAGE=en", "no display"}, {"TALLYMAN_LANGUAGE=zh", "没有显示器"}};
+    for (const auto& row : rows) {
+        const Output output = RunTool({"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY", "-u", "QT_QPA_PLATFORM",
+                                       row.language, "sh", "-c", std::string(TALLYMAN_PROGRAM) + " 2>&1"});
+        EXPECT_EQ(output.code, 1);
+        EXPECT_EQ(std::count(output.text.begin(), output.text.end(), '\n'), 1) << output.text;
+        EXPECT_NE(output.text.find(row.reason), std::string::npos) << output.text;
+        EXPECT_NE(output.text.find(" tally "), std::string::npos) << output.text;
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/MessageTable.h"
 #include "base/Number.h"
 #include "formula/FormulaText.h"
 #include "model/BookTable.h"
@@ -84,8 +85,8 @@ void PaintHeaders(DrawTarget& target, const Sheet& sheet, const PixelRect& paint
     }
     HeaderBox(target, {layout.grid.left, layout.grid.top, layout.cells.left, layout.cells.top}, false);
     if (Shell().circle)
-        Centred(target, {layout.cells.left, layout.grid.top, layout.cells.right, layout.cells.top}, u"CIR",
-                font);
+        Centred(target, {layout.cells.left, layout.grid.top, layout.cells.right, layout.cells.top},
+                Message(MSG_STATUS_CIRCULAR), font);
 }
 
 void PaintTabs(DrawTarget& target) {
@@ -119,7 +120,7 @@ bool StatusText(i32 part, WideText& out) {
     if (!HasCells(sheet)) return true;
     if (part == 0) return CellToText(sheet->view.activeRow, sheet->view.activeColumn, false, false, out);
     if (part == 1) return out.Assign(Shell().shown.aggregate);
-    return !Shell().endMode || out.Assign(u"END");
+    return !Shell().endMode || out.Assign(Message(MSG_STATUS_END));
 }
 
 void PaintStatusBar(DrawTarget& target) {
@@ -128,7 +129,7 @@ void PaintStatusBar(DrawTarget& target) {
     Platform().getScreenMetrics(screen);
     constexpr i32 GRIP = 16, PADDING = 3;
     i32 endWidth = 0, height = 0;
-    Fonts().textExtent(0, u"END", endWidth, height);
+    Fonts().textExtent(0, Message(MSG_STATUS_END), endWidth, height);
     const i32 first = bar.left + 7 * screen.digitWidth + 2 * PADDING;
     const i32 last = bar.right - GRIP - endWidth - 2 * PADDING;
     const PixelRect parts[3] = {{bar.left, bar.top, first, bar.bottom},
