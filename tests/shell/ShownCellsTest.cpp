@@ -2,6 +2,7 @@
 
 #include "shell/grid/ShownCells.h"
 
+#include "editing/LineSizes.h"
 #include "formula/Compiler.h"
 #include "formula/Recalculation.h"
 #include "formula/SheetCalculation.h"

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "editing/LineSizes.h"
 #include "editing/Undo.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"

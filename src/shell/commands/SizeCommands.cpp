@@ -4,6 +4,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "editing/LineSizes.h"
 #include "editing/Undo.h"
 #include "formula/Coercion.h"
 #include "model/BookTable.h"

@@ -4,6 +4,7 @@
 
 #include "base/Number.h"
 #include "display/DisplayText.h"
+#include "editing/LineSizes.h"
 #include "formula/FormulaText.h"
 #include "formula/SheetCalculation.h"
 #include "model/BookTable.h"
@@ -62,65 +63,8 @@ i32 WantedHeight(Fitter& fitter, const CellRow& row) {
     return std::clamp<i32>(height, DefaultRowHeight(fitter.sheet), MAX_ROW_HEIGHT);
 }
 
-bool IsPlainRow(const RowInfo& info) {
-    return (info.flags & (ROW_HIDDEN | ROW_DEFAULT_HEIGHT | ROW_KEPT)) == ROW_DEFAULT_HEIGHT;
-}
-
 bool SameRow(const RowInfo& a, const RowInfo& b) {
     return a.flags == b.flags && a.format == b.format && (a.flags & ROW_DEFAULT_HEIGHT || a.height == b.height);
-}
-
-RowInfo RowInfoOf(const Sheet& sheet, i32 row) {
-    RowInfo info;
-    info.row = static_cast<u16>(row);
-    const RowInfo* found = FindRowInfo(sheet.rows, row);
-    if (found) info = *found;
-    return info;
-}
-
-// Puts changed records, ascending, in the place of those that stand; plain ones are dropped. The list is
-// built beside the old one, so that a failure changes nothing.
-bool MergeRows(Sheet& sheet, const Array<RowInfo>& changes) {
-    Array<RowInfo> merged;
-    if (!merged.Reserve(sheet.rows.Count() + std::size_t{changes.Count()})) return false;
-    u32 old = 0;
-    for (const RowInfo& change : changes) {
-        while (old < sheet.rows.Count() && sheet.rows[old].row < change.row)
-            IgnoreFailure(merged.Append(sheet.rows[old++]));
-        if (old < sheet.rows.Count() && sheet.rows[old].row == change.row) ++old;
-        if (!IsPlainRow(change)) IgnoreFailure(merged.Append(change));
-    }
-    while (old < sheet.rows.Count()) IgnoreFailure(merged.Append(sheet.rows[old++]));
-    sheet.rows = std::move(merged);
-    return true;
-}
-
-// Every row of an area goes through `change`, those without a record as well.
-template <typename Change>
-bool ChangeRows(Sheet& sheet, const RefArea& area, Change change) {
-    Array<RowInfo> changes;
-    if (!changes.Reserve(area.lastRow - area.firstRow + 1u)) return false;
-    for (i32 row = area.firstRow; row <= area.lastRow; ++row) {
-        RowInfo info = RowInfoOf(sheet, row);
-        change(info);
-        IgnoreFailure(changes.Append(info));
-    }
-    return MergeRows(sheet, changes);
-}
-
-template <typename Change>
-bool ChangeColumns(Sheet& sheet, const RefArea& area, Change change) {
-    if (!sheet.columns.Reserve(sheet.columns.Count() + std::size_t{MAX_COLUMNS})) return false;
-    for (i32 column = area.firstColumn; column <= area.lastColumn; ++column) {
-        ColumnInfo info;
-        info.column = static_cast<u8>(column);
-        info.width = GetColumnInfo(sheet.columns, column, info.flags, info.format);
-        const ColumnInfo old = info;
-        change(info);
-        if (info.flags == old.flags && info.width == old.width) continue;
-        IgnoreFailure(SetColumnInfo(sheet.columns, info));
-    }
-    return true;
 }
 
 // ---- columns ------------------------------------------------------------------------------------------
@@ -205,37 +149,6 @@ bool FitColumns(Sheet& sheet, const RefArea& area) {
         const i64 width = ((i64{widest[info.column]} + MARGIN) * 256 + digit - 1) / digit;
         info.flags = static_cast<u16>(info.flags & COLUMN_OUTLINE);
         info.width = static_cast<u16>(std::min<i64>(width, MAX_COLUMN_WIDTH));
-    });
-}
-
-bool SetRowHeights(Sheet& sheet, const RefArea& area, i32 height) {
-    if (height <= 0) return HideRows(sheet, area, true);
-    return ChangeRows(sheet, area, [height](RowInfo& info) {
-        info.flags = static_cast<u16>((info.flags & ROW_KEPT) | ROW_CUSTOM_HEIGHT);
-        info.height = static_cast<u16>(std::min(height, MAX_ROW_HEIGHT));
-    });
-}
-
-bool SetColumnWidths(Sheet& sheet, const RefArea& area, i32 width) {
-    if (width <= 0) return HideColumns(sheet, area, true);
-    return ChangeColumns(sheet, area, [width](ColumnInfo& info) {
-        info.flags = static_cast<u16>(info.flags & COLUMN_OUTLINE);
-        info.width = static_cast<u16>(std::min(width, MAX_COLUMN_WIDTH));
-    });
-}
-
-bool HideRows(Sheet& sheet, const RefArea& area, bool hide) {
-    return ChangeRows(sheet, area, [hide](RowInfo& info) {
-        // A row that a file has hidden without a height comes back with the ordinary one.
-        if (!hide && !info.height) info.flags |= ROW_DEFAULT_HEIGHT;
-        info.flags = static_cast<u16>(hide ? info.flags | ROW_HIDDEN : info.flags & ~ROW_HIDDEN);
-    });
-}
-
-bool HideColumns(Sheet& sheet, const RefArea& area, bool hide) {
-    return ChangeColumns(sheet, area, [hide](ColumnInfo& info) {
-        if (!hide && !info.width) info.flags |= COLUMN_DEFAULT_WIDTH;
-        info.flags = static_cast<u16>(hide ? info.flags | COLUMN_HIDDEN : info.flags & ~COLUMN_HIDDEN);
     });
 }
 

@@ -1,12 +1,9 @@
 #pragma once
-// The sizes of rows and columns: what the user gives them, and how they follow the content.
+// The sizes of rows and columns as they follow the content, and on the headers.
 
 #include "model/ModelTypes.h"
 
 namespace tally {
-
-constexpr i32 MAX_ROW_HEIGHT = 409 * 20;     // twips
-constexpr i32 MAX_COLUMN_WIDTH = 255 * 256;  // 1/256 of a digit
 
 // Gives the rows of an area the height that their cells want: the tallest, a line and a pixel a line of
 // text, never below the sheet's default height. An automatic fit passes the rows whose height the user has
@@ -14,12 +11,6 @@ constexpr i32 MAX_COLUMN_WIDTH = 255 * 256;  // 1/256 of a digit
 bool FitRows(Sheet& sheet, const RefArea& area, bool automatic);
 // Makes the columns as wide as the widest text that the area's cells in them show. A column without one stays.
 bool FitColumns(Sheet& sheet, const RefArea& area);
-
-// Twips, or 1/256 of a digit, for the rows or columns of an area; 0 hides them.
-[[nodiscard]] bool SetRowHeights(Sheet& sheet, const RefArea& area, i32 height);
-[[nodiscard]] bool SetColumnWidths(Sheet& sheet, const RefArea& area, i32 width);
-[[nodiscard]] bool HideRows(Sheet& sheet, const RefArea& area, bool hide);
-[[nodiscard]] bool HideColumns(Sheet& sheet, const RefArea& area, bool hide);
 
 // ---- on the headers of the current sheet -----------------------------------------------------------------
 // The lines that a gesture on one of them means: the selected ones when it is among whole ones selected.
