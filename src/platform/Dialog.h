@@ -49,7 +49,10 @@ struct LayoutCell {
     i16 rows = 1;
 };
 
-// One row of a dialog's table; numbers are the dialog's own, OK and Cancel are IDOK and IDCANCEL.
+// Numbers of a dialog's own controls begin here; OK and Cancel are IDOK and IDCANCEL.
+constexpr i32 FIRST_CONTROL = 100;
+
+// One row of a dialog's table.
 struct ControlRow {
     i32 id = 0;
     ControlKind kind = CONTROL_LABEL;

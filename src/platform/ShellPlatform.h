@@ -167,7 +167,6 @@ struct FileFilter {
 enum ClipboardFormat : u32 { CF_TEXT = 1, CF_UNICODETEXT = 13, CF_PRIVATE = 0xC000 };
 
 struct Dialog;
-struct Form;
 
 struct ShellPlatformTable {
     // ---- the frame ---------------------------------------------------------------------------------
@@ -216,8 +215,6 @@ struct ShellPlatformTable {
     void (*showDialog)(Dialog& dialog);
     // Shows what became stale of an open dialog outside of its own events.
     void (*syncDialog)(Dialog& dialog);
-    // Shows a form of the shell's own and waits: ShowForm (Forms.h).
-    bool (*showForm)(Form& form);
 
     // ---- settings ----------------------------------------------------------------------------------
     // Values of the user's own store, by section and key; false when there is none.

@@ -3,7 +3,7 @@
 #include "editing/Undo.h"
 #include "formula/FormulaText.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/commands/Commands.h"
 #include "support/ShellSandbox.h"
@@ -38,10 +38,10 @@ class ClipboardCommands : public ShellSandbox {
     }
     static void Special(std::string_view at, std::initializer_list<std::pair<WideView, WideView>> entries) {
         SelectFromTo(at, at);
-        EXPECT_TRUE(AnswerForm(true));
-        for (const auto& [field, value] : entries) EXPECT_TRUE(EnterInForm(field, value));
+        EXPECT_TRUE(AnswerDialog(true));
+        for (const auto& [field, value] : entries) EXPECT_TRUE(EnterInDialog(field, value));
         PickCommand(PASTE_SPECIAL);
-        EXPECT_TRUE(HeadlessForms().shown.Last().understood);
+        EXPECT_TRUE(HeadlessDialogs().shown.Last().understood);
     }
     static std::string Formula(std::string_view cell) {
         const CellRecord* record = CellAtName(cell);
@@ -297,7 +297,7 @@ TEST_F(ClipboardCommands, WhileTypingTheCommandsGoToTheLine) {
     PickCommand(PASTE);
     EXPECT_EQ(Line(), "abc");
     PickCommand(PASTE_SPECIAL);
-    EXPECT_TRUE(HeadlessForms().shown.IsEmpty());
+    EXPECT_TRUE(HeadlessDialogs().shown.IsEmpty());
     EXPECT_EQ(Shown("A1"), "5");
 }
 
@@ -354,10 +354,10 @@ TEST_F(ClipboardCommands, ACancelledDialogPastesNothing) {
     Enter("A1", "1");
     CopyFrom("A1", "A1");
     SelectFromTo("B1", "B1");
-    ASSERT_TRUE(AnswerForm(false));
+    ASSERT_TRUE(AnswerDialog(false));
     PickCommand(PASTE_SPECIAL);
     EXPECT_EQ(Shown("B1"), "");
-    EXPECT_EQ(HeadlessForms().shown.Last().title.View(), WideView(u"选择性粘贴"));
+    EXPECT_EQ(HeadlessDialogs().shown.Last().title.View(), WideView(u"选择性粘贴"));
 }
 
 TEST_F(ClipboardCommands, PasteSpecialOfATextAsksForItsForm) {

@@ -1,7 +1,7 @@
 #include "editing/Undo.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/selection/Selection.h"
 #include "shell/state/ShellState.h"
@@ -26,8 +26,8 @@ class EditCommands : public ShellSandbox {
                    true, row, column, false);
     }
     static void Choose(std::string_view title, std::string_view item) {
-        ASSERT_TRUE(AnswerForm(true));
-        ASSERT_TRUE(EnterInForm(Wide(title), Wide(item)));
+        ASSERT_TRUE(AnswerDialog(true));
+        ASSERT_TRUE(EnterInDialog(Wide(title), Wide(item)));
     }
     static std::string LastBox() {
         return Headless().boxes.IsEmpty() ? "" : Narrow(Headless().boxes.Last().text);
@@ -117,14 +117,14 @@ TEST_F(EditCommands, TheInsertDialogOffersFourWays) {
         PickCommand(160);
         EXPECT_EQ(Shown(row.moved), "x") << row.choice;
         EXPECT_EQ(Shown("C2"), "") << row.choice;
-        EXPECT_TRUE(HeadlessForms().shown.Last().understood) << row.choice;
+        EXPECT_TRUE(HeadlessDialogs().shown.Last().understood) << row.choice;
         PickCommand(130);
         EXPECT_EQ(Shown("C2"), "x") << row.choice;
     }
-    const u32 forms = HeadlessForms().shown.Count();
-    ASSERT_TRUE(AnswerForm(false));
+    const u32 forms = HeadlessDialogs().shown.Count();
+    ASSERT_TRUE(AnswerDialog(false));
     PickCommand(160);
-    EXPECT_EQ(HeadlessForms().shown.Count(), forms + 1);
+    EXPECT_EQ(HeadlessDialogs().shown.Count(), forms + 1);
     EXPECT_EQ(Shown("C2"), "x");
 }
 
@@ -160,7 +160,7 @@ TEST_F(EditCommands, WholeRowsAndColumnsAskNothing) {
     EXPECT_EQ(Shown("C2"), "x");
     PickCommand(144);
     EXPECT_EQ(Shown("B2"), "x");
-    EXPECT_EQ(HeadlessForms().shown.Count(), 0u);
+    EXPECT_EQ(HeadlessDialogs().shown.Count(), 0u);
 }
 
 TEST_F(EditCommands, AProtectedSheetKeepsItsRows) {
@@ -211,7 +211,7 @@ TEST_F(EditCommands, ASheetIsMovedAndCopiedByItsDialog) {
     PickCommand(130);
     EXPECT_EQ(Tabs(), "Sheet1 Sheet2 Sheet3 ");
     Choose("下列选定工作表之前:", "Sheet1");
-    ASSERT_TRUE(EnterInForm(u"建立副本", u"1"));
+    ASSERT_TRUE(EnterInDialog(u"建立副本", u"1"));
     PickCommand(146);
     EXPECT_EQ(Tabs(), "Sheet4 Sheet1 Sheet2 Sheet3 ");
     EXPECT_EQ(Shown("A1"), "text");

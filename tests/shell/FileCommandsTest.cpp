@@ -3,7 +3,7 @@
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/commands/Commands.h"
 #include "shell/frame/Settings.h"
@@ -23,7 +23,7 @@ class FileCommandsTest : public ShellSandbox {
         ASSERT_TRUE(PutMemoryFile(path, ByteView(reinterpret_cast<const u8*>(text.data()), text.size())));
     }
     static void Answer(WideView field, WideView value) {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(field, value));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(field, value));
     }
     static std::string Setting(WideView section, WideView key) {
         WideText text;
@@ -243,7 +243,7 @@ TEST_F(FileCommandsTest, HidingASheetGoesToTheNextElseToTheOneBefore) {
     EXPECT_EQ(CurrentWorkbook()->currentSheet, 2);
     PickCommand(130);
     EXPECT_EQ(CurrentWorkbook()->sheets[2]->hidden, 1);
-    ASSERT_TRUE(AnswerForm(false));
+    ASSERT_TRUE(AnswerDialog(false));
     PickCommand(402);
     EXPECT_EQ(CurrentWorkbook()->sheets[1]->hidden, 1);
 }

@@ -1,5 +1,5 @@
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/frame/Tables.h"
 #include "support/ShellSandbox.h"
@@ -50,15 +50,15 @@ TEST_F(FillCommands, TheSeriesDialogOffersWhatTheSelectionSays) {
     Type("B1", "2");
     SelectArea({0, 4, 0, 0});
     EXPECT_TRUE(RunCommand(139));  // cancelled
-    ASSERT_EQ(HeadlessForms().shown.Count(), 1u);
-    EXPECT_EQ(Narrow(HeadlessForms().shown[0].title), "系列");
+    ASSERT_EQ(HeadlessDialogs().shown.Count(), 1u);
+    EXPECT_EQ(Narrow(HeadlessDialogs().shown[0].title), "系列");
     EXPECT_EQ(CellAtName("A3"), nullptr);
-    ASSERT_TRUE(AnswerForm(true));
+    ASSERT_TRUE(AnswerDialog(true));
     EXPECT_TRUE(RunCommand(139));
     EXPECT_EQ(Shown("A5"), "13");
     // Along rows the proposal follows.
     SelectArea({0, 0, 0, 2});
-    ASSERT_TRUE(AnswerForm(true));
+    ASSERT_TRUE(AnswerDialog(true));
     EXPECT_TRUE(RunCommand(139));
     EXPECT_EQ(Shown("C1"), "3");
 }
@@ -66,26 +66,27 @@ TEST_F(FillCommands, TheSeriesDialogOffersWhatTheSelectionSays) {
 TEST_F(FillCommands, TheSeriesDialogIsReadWhole) {
     Type("A1", "1/30/2004");
     SelectArea({0, 5, 0, 0});
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"类型", u"日期") && EnterInForm(u"日期单位", u"工作日") &&
-                EnterInForm(u"步长值", u"2") && EnterInForm(u"终止值", u"2/5/2004"));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"类型", u"日期") &&
+                EnterInDialog(u"日期单位", u"工作日") && EnterInDialog(u"步长值", u"2") &&
+                EnterInDialog(u"终止值", u"2/5/2004"));
     EXPECT_TRUE(RunCommand(139));
-    EXPECT_TRUE(HeadlessForms().shown.Last().understood);
+    EXPECT_TRUE(HeadlessDialogs().shown.Last().understood);
     EXPECT_EQ(Shown("A2"), "2/3/2004");
     EXPECT_EQ(Shown("A3"), "2/5/2004");
     EXPECT_EQ(CellAtName("A4"), nullptr);
     // The unit of a date means nothing to other series.
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"日期单位", u"年"));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"日期单位", u"年"));
     EXPECT_TRUE(RunCommand(139));
-    EXPECT_FALSE(HeadlessForms().shown.Last().understood);
+    EXPECT_FALSE(HeadlessDialogs().shown.Last().understood);
 }
 
 TEST_F(FillCommands, AnEmptyStepIsOneAndATextIsRefused) {
     Type("A1", "5");
     SelectArea({0, 1, 0, 0});
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"步长值", u""));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"步长值", u""));
     EXPECT_TRUE(RunCommand(139));
     EXPECT_EQ(Shown("A2"), "6");
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"步长值", u"two"));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"步长值", u"two"));
     EXPECT_TRUE(RunCommand(139));
     EXPECT_EQ(Box(), "请输入数字");
     EXPECT_EQ(Shown("A2"), "6");

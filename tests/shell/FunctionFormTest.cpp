@@ -1,5 +1,5 @@
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/selection/Selection.h"
 #include "shell/state/ShellState.h"
@@ -11,11 +11,11 @@ namespace {
 class FunctionFormTest : public ShellSandbox {
   protected:
     static void Pick(std::string_view category, std::string_view function) {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"函数分类", Wide(category)) &&
-                    EnterInForm(u"函数名", Wide(function)));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"函数分类", Wide(category)) &&
+                    EnterInDialog(u"函数名", Wide(function)));
         PickCommand(167);
     }
-    static bool Understood() { return HeadlessForms().shown.Last().understood; }
+    static bool Understood() { return HeadlessDialogs().shown.Last().understood; }
     static std::string Selected() {
         const HeadlessShellState& frame = HeadlessFrame();
         return Narrow(frame.entry)
@@ -79,22 +79,22 @@ TEST_F(FunctionFormTest, AMacroSheetListsControlsAndIfAmongThem) {
 }
 
 TEST_F(FunctionFormTest, IsRefusedOnAProtectedCellAndCancelledWithoutATrace) {
-    ASSERT_TRUE(AnswerForm(false));
+    ASSERT_TRUE(AnswerDialog(false));
     PickCommand(167);
     EXPECT_FALSE(IsEditing());
     EXPECT_EQ(Line(), "");
     CurrentSheet()->viewFlags |= VIEW_PROTECTED;
     PickCommand(167);
     EXPECT_EQ(Headless().boxes.Count(), 1u);
-    EXPECT_EQ(HeadlessForms().shown.Count(), 1u);
+    EXPECT_EQ(HeadlessDialogs().shown.Count(), 1u);
 }
 
 TEST_F(FunctionFormTest, TheFirstFunctionOfACategoryIsChosenFirst) {
-    ASSERT_TRUE(AnswerForm(true));
+    ASSERT_TRUE(AnswerDialog(true));
     PickCommand(167);
     EXPECT_EQ(Line().substr(0, 5), "=ABS(");
     PressKey(VK_ESCAPE);
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"函数分类", u"日期与时间"));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"函数分类", u"日期与时间"));
     PickCommand(167);
     EXPECT_EQ(Line().substr(0, 6), "=DATE(");
 }

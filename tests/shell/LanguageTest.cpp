@@ -8,7 +8,7 @@
 
 #include "base/MessageTable.h"
 #include "model/CellStore.h"
-#include "platform/Forms.h"
+#include "platform/Dialog.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/commands/Commands.h"
 #include "shell/frame/FramePaint.h"
@@ -21,25 +21,24 @@
 namespace tally {
 namespace {
 
-struct SeenForm {
+struct SeenDialog {
     std::string title;
-    std::vector<std::string> texts;  // labels and items
+    std::vector<std::string> labels, items;
 };
 struct Seen {
-    std::vector<SeenForm> forms;
+    std::vector<SeenDialog> dialogs;
     std::vector<std::string> filters;
 };
 Seen seen;
 
-bool SeeForm(Form& form) {
-    SeenForm record;
-    record.title = Narrow(form.title);
-    for (const FormField& field : form.fields) {
-        record.texts.push_back(Narrow(field.label));
-        for (const WideText& item : field.items) record.texts.push_back(Narrow(item));
+void SeeDialog(Dialog& dialog) {
+    SeenDialog record;
+    record.title = Narrow(dialog.title);
+    for (const Control& control : dialog.controls) {
+        record.labels.push_back(Narrow(control.label));
+        for (const DialogItem& item : control.items) record.items.push_back(Narrow(item.text));
     }
-    seen.forms.push_back(std::move(record));
-    return false;
+    seen.dialogs.push_back(std::move(record));
 }
 
 bool SeeOpenDialog(std::span<const FileFilter> filters, WideText&) {
@@ -78,7 +77,7 @@ class LanguageTest : public ShellSandbox {
         ShellSandbox::SetUp();
         seen = Seen();
         watching = ShellPlatform();
-        watching.showForm = SeeForm;
+        watching.runDialog = SeeDialog;
         watching.openFileDialog = SeeOpenDialog;
         watching.saveFileDialog = SeeSaveDialog;
         SetShellPlatform(&watching);
@@ -107,8 +106,8 @@ class LanguageTest : public ShellSandbox {
     static void RunAll(std::initializer_list<i32> commands) {
         for (const i32 command : commands) PickCommand(command);
     }
-    // Every form and every dialog of files that there is.
-    static void SeeEveryForm() {
+    // Every dialog that there is.
+    static void SeeEveryDialog() {
         RunAll({111, 114, 139, 144, 146, 149, 160, 167, 330, 391, 395, 399, 400, 410, 411});
         RunAll({132, 134});  // a block, then a text of another program
         const WideView text = u"x";
@@ -225,14 +224,15 @@ TEST_F(LanguageTest, TheTipsOfTheButtonsFollowTheLanguage) {
     EXPECT_EQ(Narrow(HeadlessFrame().toolTip), "New");
 }
 
-TEST_F(LanguageTest, EveryFormAndDialogOfFilesInEnglishIsEnglish) {
+TEST_F(LanguageTest, EveryDialogInEnglishIsEnglish) {
     SetLanguage(LANGUAGE_ENGLISH);
-    SeeEveryForm();
+    SeeEveryDialog();
     std::set<std::string> titles;
-    for (const SeenForm& form : seen.forms) {
-        titles.insert(form.title);
-        EXPECT_TRUE(IsAscii(form.title)) << form.title;
-        for (const std::string& text : form.texts) EXPECT_TRUE(IsAscii(text)) << form.title << ": " << text;
+    for (const SeenDialog& dialog : seen.dialogs) {
+        titles.insert(dialog.title);
+        EXPECT_TRUE(IsAscii(dialog.title)) << dialog.title;
+        for (const auto* texts : {&dialog.labels, &dialog.items})
+            for (const std::string& text : *texts) EXPECT_TRUE(IsAscii(text)) << dialog.title << ": " << text;
     }
     EXPECT_EQ(titles, (std::set<std::string>{"Series", "Delete", "Move or Copy", "Go To", "Insert",
                                              "Paste Function", "Hyperlink", "Row Height", "Column Width",
@@ -243,18 +243,18 @@ TEST_F(LanguageTest, EveryFormAndDialogOfFilesInEnglishIsEnglish) {
     for (const RecordedBox& box : Headless().boxes) EXPECT_TRUE(IsAscii(Narrow(box.text)));
 }
 
-TEST_F(LanguageTest, ALetterLeadsToOneFieldOfAForm) {
+TEST_F(LanguageTest, ALetterLeadsToOneControlOfADialog) {
     for (const Language language : {LANGUAGE_CHINESE, LANGUAGE_ENGLISH}) {
         SetLanguage(language);
-        SeeEveryForm();
+        SeeEveryDialog();
         CurrentSheet()->viewFlags = static_cast<u16>(CurrentSheet()->viewFlags & ~VIEW_PROTECTED);
         CurrentSheet()->passwordHash = 0;
     }
-    EXPECT_GE(seen.forms.size(), 2u * 17u);
-    for (const SeenForm& form : seen.forms) {
+    EXPECT_GE(seen.dialogs.size(), 2u * 17u);
+    for (const SeenDialog& dialog : seen.dialogs) {
         std::string letters;
-        for (const std::string& text : form.texts) letters += LettersOf(text);
-        EXPECT_EQ(Doubles(letters), "") << form.title;
+        for (const std::string& text : dialog.labels) letters += LettersOf(text);
+        EXPECT_EQ(Doubles(letters), "") << dialog.title;
     }
 }
 

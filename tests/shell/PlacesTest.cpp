@@ -1,7 +1,7 @@
 #include "shell/commands/Places.h"
 
 #include "formula/Links.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/commands/Commands.h"
 #include "shell/selection/Selection.h"
@@ -14,7 +14,7 @@ namespace {
 class PlacesTest : public ShellSandbox {
   protected:
     static void GoTo(std::string_view target) {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"弟用位置", Wide(target)));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"弟用位置", Wide(target)));
         PressKey('G', KEY_CTRL);
     }
     static void Link(std::string_view cell, std::string_view target, std::string_view location) {
@@ -53,7 +53,7 @@ TEST_F(PlacesTest, GoToBeginsWithTheWayBack) {
     Select("B2");
     GoTo("M40");
     EXPECT_EQ(Narrow(Shell().goToTarget), "Sheet1!B2");
-    ASSERT_TRUE(AnswerForm(true));
+    ASSERT_TRUE(AnswerDialog(true));
     PressKey('G', KEY_CTRL);
     EXPECT_EQ(Active(), "B2");
     EXPECT_EQ(Narrow(Shell().goToTarget), "Sheet1!M40");
@@ -67,7 +67,7 @@ TEST_F(PlacesTest, WhatIsNoReferenceCannotBeAccepted) {
     for (const char* text : {"nowhere", "1+1", "", "Sheet9!A1", "Sheet2!A1", "A1,C1", "A70000"}) {
         GoTo(text);
         EXPECT_EQ(Active(), "B2") << text;
-        EXPECT_FALSE(HeadlessForms().shown.Last().accepted) << text;
+        EXPECT_FALSE(HeadlessDialogs().shown.Last().accepted) << text;
     }
     EXPECT_TRUE(Headless().boxes.IsEmpty());
 }
@@ -81,7 +81,7 @@ TEST_F(PlacesTest, LookingForAPlaceInAnotherBookLeavesNoLink) {
     EXPECT_EQ(Narrow(CurrentWorkbook()->path), "/other.csv");
     EXPECT_EQ(Active(), "B3");
     for (const Workbook* book : Books().books) EXPECT_LE(book->externBooks.Count(), books);
-    ASSERT_TRUE(AnswerForm(true));
+    ASSERT_TRUE(AnswerDialog(true));
     PressKey('G', KEY_CTRL);
     EXPECT_EQ(Active(), "A1");
     EXPECT_NE(Narrow(CurrentWorkbook()->path), "/other.csv");
@@ -135,7 +135,7 @@ TEST_F(PlacesTest, WhatLeadsOutOfTheProgramIsAskedOnceAndNoIsTheDefault) {
 
 TEST_F(PlacesTest, ALinkIsMadeChangedTakenAwayAndUndone) {
     SelectArea({1, 2, 1, 1}, true, 1, 1, false);
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"位置", u"Sheet1!D20"));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"位置", u"Sheet1!D20"));
     PressKey('K', KEY_CTRL);
     ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
     EXPECT_EQ(CurrentSheet()->hyperlinks[0].area, (RefArea{1, 2, 1, 1}));
@@ -143,14 +143,14 @@ TEST_F(PlacesTest, ALinkIsMadeChangedTakenAwayAndUndone) {
     ClickCell("B3");
     EXPECT_EQ(Active(), "D20");
     Select("B3");  // the link of the active cell is changed as a whole
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"位置", u"A7"));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"位置", u"A7"));
     PressKey('K', KEY_CTRL);
     ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
     EXPECT_EQ(CurrentSheet()->hyperlinks[0].area, (RefArea{1, 2, 1, 1}));
     PressKey(VK_RETURN);
     EXPECT_EQ(Active(), "A7");
     Select("B3");
-    ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"位置", u""));
+    ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"位置", u""));
     PressKey('K', KEY_CTRL);
     EXPECT_TRUE(CurrentSheet()->hyperlinks.IsEmpty());
     for (const char* location : {"A7", "Sheet1!D20"}) {

@@ -1,6 +1,6 @@
 #include "editing/Undo.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/Selection.h"
@@ -12,7 +12,7 @@ namespace {
 class SheetCommandsTest : public ShellSandbox {
   protected:
     static void Answer(WideView field, WideView value) {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(field, value));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(field, value));
     }
     static std::string LastBox() {
         return Headless().boxes.IsEmpty() ? "" : Narrow(Headless().boxes.Last().text);
@@ -144,7 +144,7 @@ TEST_F(SheetCommandsTest, ProtectionWithoutAPasswordAsksNothingToComeOff) {
     EXPECT_NE(CurrentSheet()->viewFlags & VIEW_PROTECTED, 0);
     PickCommand(411);
     EXPECT_EQ(CurrentSheet()->viewFlags & VIEW_PROTECTED, 0);
-    EXPECT_EQ(HeadlessForms().shown.Count(), 1u);
+    EXPECT_EQ(HeadlessDialogs().shown.Count(), 1u);
 }
 
 TEST_F(SheetCommandsTest, WhatIsProtectedOrSizedIsAChangedBook) {

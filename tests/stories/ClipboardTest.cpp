@@ -4,7 +4,7 @@
 #include "editing/Undo.h"
 #include "formula/FormulaText.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/selection/Selection.h"
 #include "support/ShellSandbox.h"

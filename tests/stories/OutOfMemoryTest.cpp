@@ -9,7 +9,7 @@
 #include "formula/Coercion.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "platform/headless/HeadlessShell.h"
 #include "shell/commands/Commands.h"
@@ -95,7 +95,7 @@ const Step steps[] = {
     {"go to another sheet",
      [] {
          QuietMemoryScope quiet;
-         if (AnswerForm(true) && EnterInForm(u"弟用位置", u"Second!D4")) PickCommand(149);
+         if (AnswerDialog(true) && EnterInDialog(u"弟用位置", u"Second!D4")) PickCommand(149);
      },
      [] { return CurrentWorkbook()->currentSheet == 1 && CurrentSheet()->view.activeRow == 3; }},
     {"come back and widen",
@@ -137,7 +137,7 @@ const Step steps[] = {
      [] {
          QuietMemoryScope quiet;
          SelectCell(30, 8, true);
-         if (AnswerForm(true) && EnterInForm(u"粘贴", u"数值")) PickCommand(134);
+         if (AnswerDialog(true) && EnterInDialog(u"粘贴", u"数值")) PickCommand(134);
      },
      [] { return NumberAt(30, 8) == 15; }},
     {"insert a row",
@@ -268,7 +268,7 @@ bool Walk(std::size_t refused, u64 n, test::FailingAllocator& allocator, const s
             if (!failed) EXPECT_TRUE(steps[i].done()) << steps[i].name;
             if (!failed || steps[i].done()) continue;
             if (IsEditing()) CancelEntry();
-            HeadlessForms().answersUsed = HeadlessForms().answers.Count();
+            HeadlessDialogs().answersUsed = HeadlessDialogs().answers.Count();
             Headless().answersUsed = Headless().answers.Count();
             if (i == 0) ForgetStart();
         }

@@ -11,7 +11,7 @@
 #include "formula/Recalculation.h"
 #include "model/AreaList.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/frame/Tables.h"
@@ -144,12 +144,12 @@ class RandomWalk : public ShellSandbox {
         Headless().boxes.Truncate(0);
         constexpr i32 answers[] = {IDOK, IDYES, IDNO, IDCANCEL};
         for (int i = 0; i < 3; ++i) ASSERT_TRUE(Headless().answers.Append(answers[Below(4)]));
-        ResetHeadlessForms();
-        ASSERT_TRUE(AnswerForm(Below(8) != 0));
+        ResetHeadlessDialogs();
+        ASSERT_TRUE(AnswerDialog(Below(8) != 0));
         for (u32 field = 0; field < 4; ++field) {
             const char16_t name[] = {static_cast<char16_t>(u'0' + field), 0};
             const char16_t value[] = {static_cast<char16_t>(u'0' + Below(6)), 0};
-            if (Below(2)) ASSERT_TRUE(EnterInForm(name, value));
+            if (Below(2)) ASSERT_TRUE(EnterInDialog(name, value));
         }
     }
 

@@ -6,7 +6,7 @@
 #include "editing/Undo.h"
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/commands/Commands.h"
 #include "shell/grid/Layout.h"
@@ -195,11 +195,11 @@ TEST_F(RepaintStory, LinesSheetsAndViews) {
     Command("hidden columns", 397);
     Command("and back", 398);
     Step("a height", [] {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"行高", u"40"));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"行高", u"40"));
         PickCommand(391);
     });
     Step("a standard width", [] {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"标准列宽", u"12"));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"标准列宽", u"12"));
         PickCommand(399);
     });
     Step("the best height", [] { PickCommand(392); });
@@ -225,16 +225,16 @@ TEST_F(RepaintStory, LinesSheetsAndViews) {
     Command("the frame again", 421);
     Command("another sheet", 163);
     Step("a name", [] {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"名称", u"January"));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"名称", u"January"));
         PickCommand(400);
     });
     Step("another place among the sheets", [] {
-        ASSERT_TRUE(AnswerForm(true) && EnterInForm(u"0", u"0"));
+        ASSERT_TRUE(AnswerDialog(true) && EnterInDialog(u"下列选定工作表之前", u"0"));
         PickCommand(146);
     });
     Command("the other sheet is hidden", 401);
     Step("and shown", [] {
-        ASSERT_TRUE(AnswerForm(true));
+        ASSERT_TRUE(AnswerDialog(true));
         PickCommand(402);
     });
     Command("deleted", 145);

@@ -7,7 +7,7 @@
 #include "base/Text.h"
 #include "fileio/OpenFile.h"
 #include "model/BookTable.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "platform/headless/HeadlessShell.h"
 #include "shell/frame/Shell.h"
@@ -32,9 +32,9 @@ void TellBox(WideView text, u32) {
 
 // True when an answer in the script had no field or value of that name, which has been told.
 bool HasMisunderstoodForm(const std::string& place) {
-    HeadlessFormState& forms = HeadlessForms();
+    HeadlessDialogState& forms = HeadlessDialogs();
     bool misunderstood = false;
-    for (const RecordedForm& form : forms.shown) {
+    for (const RecordedDialog& form : forms.shown) {
         if (form.understood) continue;
         misunderstood = true;
         IgnoreFailure(ComplainAt(EXIT_DATA, place, MSG_TALLY_FORM_REFUSES, form.title));

@@ -12,7 +12,7 @@
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "platform/headless/HeadlessShell.h"
 #include "shell/commands/Commands.h"
@@ -207,16 +207,16 @@ u16 StepBox(std::string_view rest, int& status) {
 
 u16 StepForm(std::string_view rest, int& status) {
     if (rest != "ok" && rest != "cancel") return Fault(MSG_TALLY_BAD_FORM_ANSWER, EXIT_USAGE, status);
-    return AnswerForm(rest == "ok") ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
+    return AnswerDialog(rest == "ok") ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
 }
 
 u16 StepField(std::string_view rest, int& status) {
     const std::size_t equals = rest.find('=');
-    if (equals == rest.npos || HeadlessForms().answers.IsEmpty())
+    if (equals == rest.npos || HeadlessDialogs().answers.IsEmpty())
         return Fault(MSG_TALLY_BAD_FIELD, EXIT_USAGE, status);
     WideText field, value;
     const bool good = WideFromUtf8(field, rest.substr(0, equals)) &&
-                      WideFromUtf8(value, rest.substr(equals + 1)) && EnterInForm(field, value);
+                      WideFromUtf8(value, rest.substr(equals + 1)) && EnterInDialog(field, value);
     return good ? DONE : Fault(MSG_OUT_OF_MEMORY, EXIT_DATA, status);
 }
 

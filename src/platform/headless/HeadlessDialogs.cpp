@@ -39,6 +39,31 @@ i32 SmallNumber(WideView text) {
     return number;
 }
 
+// What can be filled in; radio buttons are so together.
+bool IsField(const Dialog& dialog, const Control& control) {
+    switch (control.row.kind) {
+        case CONTROL_LABEL:
+        case CONTROL_RADIO:
+        case CONTROL_BUTTON:
+        case CONTROL_PAGES:
+        case CONTROL_PAGE:
+        case CONTROL_PAINTED: return false;
+        case CONTROL_GROUP:
+            for (const Control& inside : dialog.controls)
+                if (inside.row.kind == CONTROL_RADIO && inside.row.container == control.row.id) return true;
+            return false;
+        default: return true;
+    }
+}
+
+// A number below those of controls counts what can be filled in, from 0.
+Control* FindByNumber(Dialog& dialog, i32 number) {
+    if (number >= FIRST_CONTROL) return FindControl(dialog, number);
+    for (Control& control : dialog.controls)
+        if (IsField(dialog, control) && number-- == 0) return &control;
+    return nullptr;
+}
+
 Control* FindByName(Dialog& dialog, WideView name) {
     WideText label;
     for (u32 i = 0; i < dialog.controls.Count(); ++i) {
@@ -48,7 +73,7 @@ Control* FindByName(Dialog& dialog, WideView name) {
             return &control;
     }
     const i32 number = SmallNumber(name);
-    return number > 0 ? FindControl(dialog, number) : nullptr;
+    return number >= 0 ? FindByNumber(dialog, number) : nullptr;
 }
 
 i32 FindItem(const Control& control, WideView name) {

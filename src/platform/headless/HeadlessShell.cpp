@@ -4,7 +4,6 @@
 
 #include "base/Text.h"
 #include "platform/headless/HeadlessDialogs.h"
-#include "platform/headless/HeadlessForms.h"
 
 namespace tally {
 namespace {
@@ -181,7 +180,6 @@ const ShellPlatformTable shellTable = {
     RunHeadlessDialog,
     ShowHeadlessDialog,
     SyncHeadlessDialog,
-    RunHeadlessForm,
     ReadSetting,
     WriteSetting,
     ClipboardHas,
@@ -240,7 +238,6 @@ HeadlessShellState& HeadlessFrame() { return frame; }
 void UseHeadlessShell() { SetShellPlatform(&shellTable); }
 void ResetHeadlessShell() {
     frame = HeadlessShellState();
-    ResetHeadlessForms();
     ResetHeadlessDialogs();
     ResetHeadlessDrawing();
 }

@@ -117,7 +117,6 @@ const ShellPlatformTable shellTable = {
     .runDialog = QtRunDialog,
     .showDialog = QtShowDialog,
     .syncDialog = QtSyncDialog,
-    .showForm = QtShowForm,
     .readSetting = QtReadSetting,
     .writeSetting = QtWriteSetting,
     .clipboardHas = QtClipboardHas,

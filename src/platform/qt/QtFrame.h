@@ -79,7 +79,6 @@ void ReadUserRegion();
 i32 QtMessageBox(WideView text, WideView title, u32 flags);
 bool QtOpenFileDialog(std::span<const FileFilter> filters, WideText& path);
 bool QtSaveFileDialog(std::span<const FileFilter> filters, i32& filter, WideText& path);
-bool QtShowForm(Form& form);
 void QtRunDialog(Dialog& dialog);
 void QtShowDialog(Dialog& dialog);
 void QtSyncDialog(Dialog& dialog);

@@ -4,8 +4,8 @@
 #include "editing/Clipboard.h"
 #include "editing/PasteText.h"
 #include "model/BookTable.h"
-#include "platform/Forms.h"
 #include "shell/commands/Commands.h"
+#include "shell/dialogs/Questions.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/ActiveCell.h"
@@ -77,59 +77,31 @@ void PasteFormat(u32 format) {
     if (PasteText(RequestFor(*sheet), text)) ShowPasted();
 }
 
-// ---- the dialogs ------------------------------------------------------------------------------------------
-
-enum SpecialField : u32 { SPECIAL_MODE, SPECIAL_OPERATION, SPECIAL_SKIP_BLANKS, SPECIAL_TRANSPOSE };
-
-constexpr u16 modeItems[] = {MSG_PASTE_WHAT_ALL,       MSG_PASTE_WHAT_FORMULAS, MSG_PASTE_WHAT_VALUES,
-                             MSG_PASTE_WHAT_FORMATS,   MSG_PASTE_WHAT_COMMENTS, MSG_PASTE_WHAT_BUT_BORDERS,
-                             MSG_PASTE_WHAT_VALIDATION};
-constexpr u16 operationItems[] = {MSG_PASTE_HOW_NONE, MSG_PASTE_HOW_ADD, MSG_PASTE_HOW_SUBTRACT,
-                                  MSG_PASTE_HOW_MULTIPLY, MSG_PASTE_HOW_DIVIDE};
-
-bool Calculates(i32 mode) {
-    return mode == PASTE_ALL || mode == PASTE_FORMULAS || mode == PASTE_VALUES || mode == PASTE_BUT_BORDERS;
-}
-
-void SpecialChanged(Form& form, u32) {
-    form.fields[SPECIAL_OPERATION].enabled = Calculates(form.fields[SPECIAL_MODE].choice + 1);
-}
+// ---- asked how --------------------------------------------------------------------------------------------
 
 void PasteBlockSpecially() {
-    Form form;
-    form.changed = SpecialChanged;
-    if (!form.title.Assign(Message(MSG_PASTE_TITLE)) ||
-        !AddMessageChoice(form, FIELD_RADIO, MSG_PASTE_WHAT, modeItems, 0) ||
-        !AddMessageChoice(form, FIELD_RADIO, MSG_PASTE_HOW, operationItems, 0) ||
-        !AddCheck(form, Message(MSG_PASTE_SKIP_BLANKS), false) ||
-        !AddCheck(form, Message(MSG_PASTE_TRANSPOSE_LABEL), false) || !ShowForm(form))
-        return;
-    Sheet* sheet = GridSheet();
+    PasteRequest choice;
+    if (!AskPasteSpecial(choice)) return;
+    const Sheet* sheet = GridSheet();
     if (!sheet || !HasLiveBlock()) return;
-    PasteRequest request = RequestFor(*sheet);
-    request.mode = form.fields[SPECIAL_MODE].choice + 1;
-    if (Calculates(request.mode)) request.operation = form.fields[SPECIAL_OPERATION].choice + 1;
-    request.skipBlanks = form.fields[SPECIAL_SKIP_BLANKS].choice != 0;
-    request.transpose = form.fields[SPECIAL_TRANSPOSE].choice != 0;
-    request.special = true;
-    if (PasteBlock(request)) ShowPasted();
+    const PasteRequest place = RequestFor(*sheet);
+    choice.book = place.book;
+    choice.sheet = place.sheet;
+    choice.area = place.area;
+    if (PasteBlock(choice)) ShowPasted();
 }
 
 void PasteTextSpecially() {
-    Form form;
+    WideView names[std::size(textFormats)];
     u32 offered[std::size(textFormats)] = {};
     u32 count = 0;
-    if (!form.title.Assign(Message(MSG_PASTE_TITLE)) ||
-        !AddChoice(form, FIELD_LIST, Message(MSG_PASTE_AS), {}, 0))
-        return;
     for (const TextFormat& row : textFormats) {
         if (!ShellPlatform().clipboardHas(row.format)) continue;
-        if (!AddItem(form, Message(row.name))) return;
+        names[count] = Message(row.name);
         offered[count++] = row.format;
     }
-    if (!count || !ShowForm(form)) return;
-    const i32 choice = form.fields[0].choice;
-    if (choice >= 0 && static_cast<u32>(choice) < count) PasteFormat(offered[choice]);
+    ItemQuestion question = {MSG_PASTE_TITLE, MSG_PASTE_AS, std::span(names).first(count)};
+    if (count && AskItem(question)) PasteFormat(offered[question.choice]);
 }
 
 }  // namespace

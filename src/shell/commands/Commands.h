@@ -55,9 +55,6 @@ void FreezeCommand(i32 command);
 // The band that a command shows or hides, or -1.
 i32 BandOfCommand(i32 command);
 
-// Records the view of the current sheet for undo, under a kind of editing/Undo.h.
-void RecordView(i32 kind);
-
 // ---- books -------------------------------------------------------------------------------------------
 enum CloseMode : i32 { CLOSE_ASK = 0, CLOSE_DISCARD = 1, CLOSE_SAVE = 2 };
 // True when the user cancelled, or the book could not be saved as wished.

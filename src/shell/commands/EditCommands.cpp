@@ -8,8 +8,8 @@
 #include "editing/SheetOperations.h"
 #include "model/AreaList.h"
 #include "model/BookTable.h"
-#include "platform/Forms.h"
 #include "shell/commands/Commands.h"
+#include "shell/dialogs/Questions.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/ActiveCell.h"
@@ -36,23 +36,29 @@ Sheet* OpenSheet() {
 RefArea RowsOf(const RefArea& area) { return {area.firstRow, area.lastRow, 0, MAX_COLUMNS - 1}; }
 RefArea ColumnsOf(const RefArea& area) { return {0, MAX_ROWS - 1, area.firstColumn, area.lastColumn}; }
 
-// The four ways of the two dialogs, in their order.
-enum CellWay : i32 { WAY_COLUMNS_SIDEWAYS, WAY_ROWS_DOWN, WAY_WHOLE_ROWS, WAY_WHOLE_COLUMNS };
-
-// What the user chooses among four ways; -1 when cancelled.
-i32 AskWay(u16 title, std::span<const u16> ways) {
-    Form form;
-    if (!form.title.Assign(Message(title)) ||
-        !AddMessageChoice(form, FIELD_RADIO, title, ways, WAY_ROWS_DOWN) || !ShowForm(form))
-        return -1;
-    return form.fields[0].choice;
-}
-
 // The way that a selection of whole rows or columns leaves no choice about; else the answer.
-i32 WayFor(const RefArea& area, u16 title, std::span<const u16> ways) {
+CellWay WayFor(const RefArea& area, CellWay (*ask)()) {
     if (IsWholeRows(area)) return WAY_WHOLE_ROWS;
     if (IsWholeColumns(area)) return WAY_WHOLE_COLUMNS;
-    return AskWay(title, ways);
+    return ask();
+}
+
+using CellOperation = bool (*)(const RefArea& area);
+
+// A command that makes room, or closes it, sideways or up and down.
+void MoveCells(CellWay (*ask)(), CellOperation sideways, CellOperation upright) {
+    const Sheet* sheet = OpenSheet();
+    if (!sheet) return;
+    const RefArea area = sheet->view.selection;
+    bool done = false;
+    switch (WayFor(area, ask)) {
+        case WAY_COLUMNS_SIDEWAYS: done = sideways(area); break;
+        case WAY_ROWS_DOWN: done = upright(area); break;
+        case WAY_WHOLE_ROWS: done = upright(RowsOf(area)); break;
+        case WAY_WHOLE_COLUMNS: done = sideways(ColumnsOf(area)); break;
+        case WAY_NONE: return;
+    }
+    if (done) ShowOperation();
 }
 
 }  // namespace
@@ -83,37 +89,8 @@ void InsertLinesCommand(i32 command) {
         ShowOperation();
 }
 
-void InsertCellsCommand(i32) {
-    const Sheet* sheet = OpenSheet();
-    if (!sheet) return;
-    constexpr u16 ways[] = {MSG_INSERT_RIGHT, MSG_INSERT_DOWN, MSG_WAY_ROWS, MSG_WAY_COLUMNS};
-    const RefArea area = sheet->view.selection;
-    bool done = false;
-    switch (WayFor(area, MSG_INSERT_TITLE, ways)) {
-        case WAY_COLUMNS_SIDEWAYS: done = InsertColumnsOrCellsRight(area); break;
-        case WAY_ROWS_DOWN: done = InsertRowsOrCellsDown(area); break;
-        case WAY_WHOLE_ROWS: done = InsertRowsOrCellsDown(RowsOf(area)); break;
-        case WAY_WHOLE_COLUMNS: done = InsertColumnsOrCellsRight(ColumnsOf(area)); break;
-        default: return;
-    }
-    if (done) ShowOperation();
-}
-
-void DeleteCommand(i32) {
-    const Sheet* sheet = OpenSheet();
-    if (!sheet) return;
-    constexpr u16 ways[] = {MSG_DELETE_LEFT, MSG_DELETE_UP, MSG_WAY_ROWS, MSG_WAY_COLUMNS};
-    const RefArea area = sheet->view.selection;
-    bool done = false;
-    switch (WayFor(area, MSG_DELETE_TITLE, ways)) {
-        case WAY_COLUMNS_SIDEWAYS: done = DeleteColumnsOrCellsLeft(area); break;
-        case WAY_ROWS_DOWN: done = DeleteRowsOrCellsUp(area); break;
-        case WAY_WHOLE_ROWS: done = DeleteRowsOrCellsUp(RowsOf(area)); break;
-        case WAY_WHOLE_COLUMNS: done = DeleteColumnsOrCellsLeft(ColumnsOf(area)); break;
-        default: return;
-    }
-    if (done) ShowOperation();
-}
+void InsertCellsCommand(i32) { MoveCells(AskInsertWay, InsertColumnsOrCellsRight, InsertRowsOrCellsDown); }
+void DeleteCommand(i32) { MoveCells(AskDeleteWay, DeleteColumnsOrCellsLeft, DeleteRowsOrCellsUp); }
 
 void DeleteSheetCommand(i32) {
     const Workbook* book = CurrentWorkbook();
@@ -122,19 +99,10 @@ void DeleteSheetCommand(i32) {
 }
 
 void MoveSheetCommand(i32) {
-    const Workbook* book = CurrentWorkbook();
-    if (!book || IsEditing()) return;
-    Form form;
-    bool good = form.title.Assign(Message(MSG_MOVE_SHEET_TITLE)) &&
-                AddChoice(form, FIELD_LIST, Message(MSG_MOVE_SHEET_BEFORE), {}, book->currentSheet);
-    for (const Sheet* sheet : book->sheets) good = good && AddItem(form, WideView(sheet->name));
-    if (!good || !AddItem(form, Message(MSG_MOVE_SHEET_TO_END)) ||
-        !AddCheck(form, Message(MSG_MOVE_SHEET_COPY), false) || !ShowForm(form))
-        return;
-    const i32 before = form.fields[0].choice;
-    book = CurrentWorkbook();
-    if (!book || before < 0) return;
-    if (form.fields[1].choice ? CopySheet(before) : MoveSheet(CurrentBook(), book->currentSheet, before))
+    MoveSheetChoice choice;
+    if (!CurrentWorkbook() || IsEditing() || !AskMoveSheet(CurrentBook(), choice) || !CurrentWorkbook()) return;
+    const i32 sheet = CurrentWorkbook()->currentSheet;
+    if (choice.copy ? CopySheet(choice.before) : MoveSheet(CurrentBook(), sheet, choice.before))
         ShowOperation();
 }
 

@@ -7,8 +7,8 @@
 #include "formula/Links.h"
 #include "model/BookTable.h"
 #include "model/Trust.h"
-#include "platform/Forms.h"
 #include "shell/commands/Commands.h"
+#include "shell/dialogs/Questions.h"
 #include "shell/grid/RuleHints.h"
 #include "shell/selection/Selection.h"
 
@@ -107,17 +107,18 @@ bool FollowHyperlink(i32 row, i32 column) {
 
 void GoToCommand(i32) {
     if (!HasCells(CurrentSheet()) || IsEditing()) return;
-    Form form;
     SheetArea place;
-    if (!form.title.Assign(Message(MSG_GO_TO_TITLE)) ||
-        !AddEdit(form, Message(MSG_GO_TO_REFERENCE), Shell().goToTarget))
-        return;
-    form.acceptable = FindPlace(form.fields[0].text, place);
-    form.changed = [](Form& changed, u32) {
+    LineQuestion question;
+    question.title = MSG_GO_TO_TITLE;
+    question.label = MSG_GO_TO_REFERENCE;
+    question.reference = true;
+    question.acceptable = [](WideView text) {
         SheetArea found;
-        changed.acceptable = FindPlace(changed.fields[0].text, found);
+        return FindPlace(text, found);
     };
-    if (!ShowForm(form) || !HasCells(CurrentSheet()) || !FindPlace(form.fields[0].text, place)) return;
+    if (!question.text.Assign(Shell().goToTarget) || !AskLine(question) || !HasCells(CurrentSheet()) ||
+        !FindPlace(question.text, place))
+        return;
     // The way back is what the next one begins with.
     WideText back;
     if (WayBack(place.book != CurrentBook(), back)) Shell().goToTarget = std::move(back);

@@ -9,8 +9,8 @@
 #include "formula/Coercion.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "platform/Forms.h"
 #include "shell/commands/Commands.h"
+#include "shell/dialogs/Questions.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/Sizes.h"
 #include "shell/selection/Selection.h"
@@ -45,16 +45,27 @@ constexpr SizeQuestion sizeQuestions[] = {
     {399, MSG_STANDARD_WIDTH_TITLE, MSG_STANDARD_WIDTH_LABEL, 255, 256, MSG_COLUMN_WIDTH_LIMIT},
 };
 
-bool ReadSize(const Form& form, double& size) {
-    const auto* question = static_cast<const SizeQuestion*>(form.context);
-    return TextToNumber(form.fields[0].text, size) && size >= 0 && size <= question->limit;
+bool ReadSize(WideView text, const SizeQuestion& question, double& size) {
+    return TextToNumber(text, size) && size >= 0 && size <= question.limit;
 }
 
-bool AcceptSize(Form& form) {
-    double size = 0;
-    if (ReadSize(form, size)) return true;
-    ShowMessage(Message(static_cast<const SizeQuestion*>(form.context)->message));
-    return false;
+// The size in stored units, which comes in as what is proposed.
+bool AskSize(const SizeQuestion& row, i32& size) {
+    LineQuestion question;
+    question.title = row.title;
+    question.label = row.label;
+    question.context = &row;
+    question.fault = [](WideView text, const void* context) {
+        const auto& asked = *static_cast<const SizeQuestion*>(context);
+        double read = 0;
+        return ReadSize(text, asked, read) ? u16{0} : asked.message;
+    };
+    double wanted = 0;
+    if (!NumberToText(size / static_cast<double>(row.scale), 5, question.text) || !AskLine(question) ||
+        !ReadSize(question.text, row, wanted))
+        return false;
+    size = static_cast<i32>(wanted * row.scale + 0.5);
+    return true;
 }
 
 // The stored size that the question begins with: that of the selection's first line.
@@ -66,22 +77,17 @@ i32 PresentSize(const Sheet& sheet, i32 command) {
     }
 }
 
-// The sizes of an area's rows or columns as they are, for undo.
-void RecordSizes(bool columns, i32 kind, const RefArea& area) {
-    const i32 sheet = CurrentWorkbook()->currentSheet;
-    if (columns) IgnoreFailure(RecordColumns(kind, CurrentBook(), sheet, area));
-    else IgnoreFailure(RecordRows(kind, CurrentBook(), sheet, area));
+bool StoreSize(const Sheet& sheet, i32 command, i32 size) {
+    if (command == 399) return SetStandardWidth(sheet.book, sheet.index, size);
+    return ChangeLines({sheet.book, sheet.index, command == 395, sheet.view.selection, LINES_SIZE, size});
 }
 
-bool StoreSize(Sheet& sheet, i32 command, i32 size) {
-    const RefArea area = sheet.view.selection;
-    if (command == 399) RecordView(UNDO_STANDARD_WIDTH);
-    else RecordSizes(command == 395, command == 395 ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
-    if (command == 391) return SetRowHeights(sheet, area, size);
-    if (command == 395) return SetColumnWidths(sheet, area, size);
-    sheet.defaultColumnWidth = static_cast<u16>(size);
-    sheet.viewFlags = static_cast<u16>(sheet.viewFlags & ~VIEW_STANDARD_WIDTH);
-    return true;
+void FitArea(Sheet& sheet, bool columns, const RefArea& area) {
+    if (columns) IgnoreFailure(RecordColumns(UNDO_COLUMN_WIDTH, sheet.book, sheet.index, area));
+    else IgnoreFailure(RecordRows(UNDO_ROW_HEIGHT, sheet.book, sheet.index, area));
+    if (columns) FitColumns(sheet, area);
+    else FitRows(sheet, area, false);
+    SizesChanged();
 }
 
 }  // namespace
@@ -90,39 +96,24 @@ void LineSizeCommand(i32 command) {
     if (!FreeSheet()) return;
     for (const SizeQuestion& question : sizeQuestions) {
         if (question.command != command) continue;
-        Form form;
-        WideText number;
-        form.context = const_cast<SizeQuestion*>(&question);
-        form.accept = AcceptSize;
-        const double size = PresentSize(*FreeSheet(), command) / static_cast<double>(question.scale);
-        double wanted = 0;
-        if (!NumberToText(size, 5, number) || !form.title.Assign(Message(question.title)) ||
-            !AddEdit(form, Message(question.label), number) || !ShowForm(form) || !ReadSize(form, wanted))
-            return;
-        Sheet* sheet = FreeSheet();
-        if (sheet && StoreSize(*sheet, command, static_cast<i32>(wanted * question.scale + 0.5)))
-            SizesChanged();
+        i32 size = PresentSize(*FreeSheet(), command);
+        if (!AskSize(question, size)) return;
+        const Sheet* sheet = FreeSheet();
+        if (sheet && StoreSize(*sheet, command, size)) SizesChanged();
     }
 }
 
 void FitCommand(i32 command) {
-    Sheet* sheet = FreeSheet();
-    if (!sheet) return;
-    const RefArea area = sheet->view.selection;
-    RecordSizes(command != 392, command != 392 ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
-    if (command == 392) FitRows(*sheet, area, false);
-    else FitColumns(*sheet, area);
-    SizesChanged();
+    if (Sheet* sheet = FreeSheet()) FitArea(*sheet, command != 392, sheet->view.selection);
 }
 
 void HideLinesCommand(i32 command) {
-    Sheet* sheet = FreeSheet();
+    const Sheet* sheet = FreeSheet();
     if (!sheet) return;
-    const RefArea area = sheet->view.selection;
-    const bool rows = command == 393 || command == 394, hide = command == 393 || command == 397;
-    if (rows) RecordSizes(false, hide ? UNDO_HIDE_ROWS : UNDO_SHOW_ROWS, area);
-    else RecordSizes(true, hide ? UNDO_HIDE_COLUMNS : UNDO_SHOW_COLUMNS, area);
-    if (rows ? HideRows(*sheet, area, hide) : HideColumns(*sheet, area, hide)) SizesChanged();
+    const bool columns = command >= 397, hide = command == 393 || command == 397;
+    if (ChangeLines(
+            {sheet->book, sheet->index, columns, sheet->view.selection, hide ? LINES_HIDE : LINES_SHOW}))
+        SizesChanged();
 }
 
 RefArea HeaderLines(bool columns, i32 line) {
@@ -145,18 +136,11 @@ void SizeHeaderLines(bool columns, i32 line, i32 pixels) {
     const i32 size = columns ? MulDiv(pixels, 256, std::max(1, layout.digitWidth))
                              : MulDiv(pixels, 1440, std::max(1, layout.dpiY));
     const i32 stored = pixels > 0 ? std::max(1, size) : 0;
-    RecordSizes(columns, columns ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
-    if (columns ? SetColumnWidths(*sheet, area, stored) : SetRowHeights(*sheet, area, stored)) SizesChanged();
+    if (ChangeLines({sheet->book, sheet->index, columns, area, LINES_SIZE, stored})) SizesChanged();
 }
 
 void FitHeaderLines(bool columns, i32 line) {
-    Sheet* sheet = FreeSheet();
-    if (!sheet) return;
-    const RefArea area = HeaderLines(columns, line);
-    RecordSizes(columns, columns ? UNDO_COLUMN_WIDTH : UNDO_ROW_HEIGHT, area);
-    if (columns) FitColumns(*sheet, area);
-    else FitRows(*sheet, area, false);
-    SizesChanged();
+    if (Sheet* sheet = FreeSheet()) FitArea(*sheet, columns, HeaderLines(columns, line));
 }
 
 }  // namespace tally
