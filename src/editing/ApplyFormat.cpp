@@ -1,5 +1,8 @@
 #include "editing/ApplyFormat.h"
 
+#include "base/MessageTable.h"
+#include "editing/Guards.h"
+#include "editing/Undo.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
@@ -105,6 +108,22 @@ bool ApplyFormat(Sheet& sheet, const RefArea& area, const FormatRequest& request
     book.dirty = 1;
     if (request.numberFormat.present || request.locked.present) IgnoreFailure(MarkVolatileCells());
     return good;
+}
+
+bool FormatArea(i32 book, i32 sheetIndex, const RefArea& area, const FormatRequest& request) {
+    Sheet* sheet = SheetAt(book, sheetIndex);
+    if (!sheet || RefuseLockedCell(*sheet, area)) return false;
+    const bool wholeColumns = area.firstRow == 0 && area.lastRow == MAX_ROWS - 1;
+    const i64 cells = i64{area.lastRow - area.firstRow + 1} * (area.lastColumn - area.firstColumn + 1);
+    if (!wholeColumns && cells > MAX_FORMATTED_CELLS) {
+        ShowMessage(Message(MSG_OUT_OF_MEMORY));
+        return false;
+    }
+    // Cells and columns with their formats, and the heights that fonts may change.
+    IgnoreFailure(RecordBlock(UNDO_CELL_FORMAT, book, sheetIndex, area, BLOCK_CELLS | BLOCK_COLUMNS));
+    // A cell that memory has no format for keeps its own.
+    IgnoreFailure(ApplyFormat(*sheet, area, request));
+    return true;
 }
 
 }  // namespace tally

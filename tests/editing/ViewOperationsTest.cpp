@@ -1,10 +1,13 @@
 #include "editing/ViewOperations.h"
 
 #include "base/MessageTable.h"
+#include "editing/ApplyFormat.h"
 #include "editing/LineSizes.h"
 #include "editing/Undo.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "model/Formats.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 
 namespace tally {
@@ -203,6 +206,32 @@ TEST_F(ViewOperations, ALinkTakesThePlaceOfThoseInsideItsArea) {
     EXPECT_EQ(sheet->hyperlinks.Count(), 1u);
     ASSERT_TRUE(UndoLast());
     EXPECT_EQ(sheet->hyperlinks.Count(), 2u);
+}
+
+// ---- looks ------------------------------------------------------------------------------------------------
+
+TEST_F(ViewOperations, AnAreaTakesALookWithUndoUnlessItIsLockedOrTooLarge) {
+    FormatRequest request;
+    request.horizontal = {true, 2};
+    const auto alignment = [&](i32 row, i32 column) {
+        return ResolveCellFormat(*CurrentWorkbook(), GetCellFormat(*sheet, row, column)).horizontal;
+    };
+    ASSERT_TRUE(FormatArea(0, 0, {1, 2, 1, 3}, request));
+    EXPECT_EQ(alignment(2, 3), 2);
+    EXPECT_EQ(alignment(3, 3), 0);
+    EXPECT_EQ(LastKind(), UNDO_CELL_FORMAT);
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(alignment(2, 3), 0);
+    EXPECT_FALSE(FormatArea(0, 0, {0, MAX_ROWS - 2, 0, MAX_COLUMNS - 1}, request));
+    EXPECT_EQ(Headless().boxes.Count(), 1u);
+    sheet->viewFlags |= VIEW_PROTECTED;
+    EXPECT_FALSE(FormatArea(0, 0, {1, 2, 1, 3}, request));
+    EXPECT_EQ(Headless().boxes.Count(), 2u);
+    EXPECT_EQ(UndoCount(), 0u);
+    sheet->viewFlags = static_cast<u16>(sheet->viewFlags & ~VIEW_PROTECTED);
+    // Whole columns are no number of cells.
+    ASSERT_TRUE(FormatArea(0, 0, {0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}, request));
+    EXPECT_EQ(alignment(4000, 200), 2);
 }
 
 // ---- lines ------------------------------------------------------------------------------------------------

@@ -34,6 +34,33 @@ TEST_F(FunctionFormTest, TheCallIsTypedWithItsFirstArgumentSelected) {
     EXPECT_EQ(Line(), "=PMT(0.1,term,[pv],[fv],[type])");
 }
 
+TEST_F(FunctionFormTest, WhatIsLeftOfOptionalArgumentsIsNoPartOfTheEntry) {
+    struct Row {
+        std::string_view category, function, typed, rest, formula;
+    };
+    // What is typed over the first argument, what the rest of the line is edited to, what is stored.
+    constexpr Row rows[] = {
+        {"财务", "PMT", "0.1", "=PMT(0.1,12,[pv],[fv],[type])", "=PMT(0.1,12)"},
+        {"财务", "PMT", "0.1", "=PMT(0.1,12,100,[fv],[type])", "=PMT(0.1,12,100)"},
+        {"财务", "PMT", "0.1", "=PMT(0.1,12,100,[fv],1)", "=PMT(0.1,12,100,,1)"},
+        {"财务", "PMT", "0.1", "=2*PMT(0.1,12,[pv],[fv],[type])+1", "=2*PMT(0.1,12)+1"},
+        {"全部", "SUM", "A5:A6", "=SUM(A5:A6,[number2,])", "=SUM(A5:A6)"},
+        {"全部", "DCOUNT", "A5:B9", "=DCOUNT(A5:B9,[field],D5:D6)", "=DCOUNT(A5:B9,,D5:D6)"},
+    };
+    for (const Row& row : rows) {
+        Pick(row.category, row.function);
+        TypeText(Wide(row.typed));
+        ShellPlatform().setEntryText(Wide(row.rest));
+        PressKey(VK_RETURN);
+        PressKey(VK_UP);
+        EXPECT_EQ(Line(), row.formula);
+    }
+    // In a line of the user's own the brackets stand for what they are.
+    TypeText(u"=PMT(0.1,12,[pv])");
+    PressKey(VK_RETURN);
+    EXPECT_TRUE(IsEditing());
+}
+
 TEST_F(FunctionFormTest, AFunctionWithoutArgumentsLeavesTheCaretBehindIt) {
     Pick("日期与时间", "NOW");
     EXPECT_EQ(Line(), "=NOW()");

@@ -13,6 +13,7 @@
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
+#include "shell/entry/TypedCall.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/RuleHints.h"
 #include "shell/grid/Sizes.h"
@@ -26,6 +27,7 @@ void LeaveEdit() {
     EndPoint();
     Shell().entryMode = ENTRY_NONE;
     Shell().percentOffered = false;
+    Shell().typedCall = -1;
     ShellPlatform().focusFrame();
     InvalidateListArrow();
 }
@@ -134,7 +136,7 @@ void BeginEdit(i32 mode) {
 bool CommitEntry(bool isArray, bool isFill) {
     const Sheet* sheet = CurrentSheet();
     WideText text;
-    if (!HasCells(sheet) || !ShellPlatform().entryText(text)) return false;
+    if (!HasCells(sheet) || !ShellPlatform().entryText(text) || !DropUnusedArguments(text)) return false;
     EntryTarget target;
     target.book = CurrentBook();
     target.sheet = CurrentWorkbook()->currentSheet;

@@ -109,6 +109,7 @@ struct ShellState {
     bool circle = false;  // the mark of a circular reference stands in the column headers
     Layout layout;
     i32 entryMode = ENTRY_NONE;
+    i32 typedCall = -1;           // row of the function whose call was typed for the user into the line
     bool percentOffered = false;  // the line began with a "%" behind the caret
     bool endMode = false;
     Gesture gesture = GESTURE_NONE;
