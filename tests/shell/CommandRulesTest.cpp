@@ -6,7 +6,7 @@
 
 #include "editing/Undo.h"
 #include "model/CellStore.h"
-#include "platform/headless/HeadlessForms.h"
+#include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/frame/Tables.h"
 #include "shell/frame/Toolbars.h"
@@ -116,7 +116,7 @@ class CommandRulesTest : public ShellSandbox {
         const ShellState& shell = Shell();
         const Sheet* sheet = CurrentSheet();
         all += std::to_string(CurrentBook()) + "," + std::to_string(UndoCount()) + "," +
-               std::to_string(Headless().boxes.Count()) + "," + std::to_string(HeadlessForms().shown.Count()) +
+               std::to_string(Headless().boxes.Count()) + "," + std::to_string(HeadlessDialogs().shown.Count()) +
                "," + std::to_string(shell.entryMode) + "," + std::to_string(shell.options5) + "," +
                std::to_string(shell.statusBarShown) + Line();
         for (const bool hidden : shell.bandHidden) all += hidden ? "h" : "s";
