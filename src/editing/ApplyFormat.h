@@ -22,8 +22,8 @@ struct FormatRequest {
 // More cells than this take no format at once, whole columns excepted.
 constexpr i64 MAX_FORMATTED_CELLS = 4'194'304;
 
-// The look of an area of a sheet, with undo. False with nothing changed when it was refused (a locked cell, more cells
-// than that), the user having been told.
+// The look of an area of a sheet, with undo. False with nothing changed when it was refused (a locked cell,
+// more cells than that), the user having been told.
 [[nodiscard]] bool FormatArea(i32 book, i32 sheet, const RefArea& area, const FormatRequest& request);
 
 // The index of a row's format with what the request changes. False when memory fails.

@@ -116,9 +116,9 @@ class CommandRulesTest : public ShellSandbox {
         const ShellState& shell = Shell();
         const Sheet* sheet = CurrentSheet();
         all += std::to_string(CurrentBook()) + "," + std::to_string(UndoCount()) + "," +
-               std::to_string(Headless().boxes.Count()) + "," + std::to_string(HeadlessDialogs().shown.Count()) +
-               "," + std::to_string(shell.entryMode) + "," + std::to_string(shell.options5) + "," +
-               std::to_string(shell.statusBarShown) + Line();
+               std::to_string(Headless().boxes.Count()) + "," +
+               std::to_string(HeadlessDialogs().shown.Count()) + "," + std::to_string(shell.entryMode) + "," +
+               std::to_string(shell.options5) + "," + std::to_string(shell.statusBarShown) + Line();
         for (const bool hidden : shell.bandHidden) all += hidden ? "h" : "s";
         if (sheet)
             all += Selection() + std::to_string(sheet->view.firstRow) + "," +
