@@ -166,6 +166,17 @@ TEST_F(FrameStripsTest, TabsBearTheNamesColoursAndTheCurrentSheet) {
         EXPECT_EQ(HasFill({rect.left, rect.bottom - 3, rect.right, rect.bottom}, 0x0000FF), tab.sheet == 0);
         EXPECT_TRUE(HasLine({rect.right - 1, rect.top, rect.right - 1, rect.bottom}, EDGE));
     }
+    // A tab that the strip cuts stands as if it went on behind its end.
+    const SheetTab last = tabs.Last();
+    Shell().layout.tabs.right = last.left + 9;
+    PaintHeadless();
+    const PixelRect cut{last.left, Lay().tabs.top, last.right, Lay().tabs.bottom};
+    const std::string name = Narrow(WideView(CurrentWorkbook()->sheets[static_cast<u32>(last.sheet)]->name));
+    EXPECT_TRUE(HasFill(cut, last.sheet == 2 ? WHITE : FACE));
+    EXPECT_TRUE(HasCentred(name, cut));
+    EXPECT_EQ(FindDrawn(name)->clip, (PixelRect{cut.left, cut.top, cut.left + 9, cut.bottom}));
+    RefreshChrome();
+    PaintHeadless();
     EXPECT_TRUE(HasFill(Lay().tabScroller, FACE));
     EXPECT_TRUE(HasFill(Lay().tabs, SHADE));
     EXPECT_TRUE(HasCentred("◂", {Lay().tabScroller.left, Lay().tabs.top, 17, Lay().tabs.bottom}));

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "formula/Compiler.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
@@ -218,6 +220,36 @@ TEST_F(PaintTest, AFrozenSheetShowsOneOutlineAcrossItsPanes) {
         EXPECT_LE(rect.bottom, AreaPixels({1, 5, 0, 3}).bottom);
     }
     EXPECT_EQ(Inverted().size(), 16u);  // four edges, each cut by the four panes
+}
+
+TEST_F(PaintTest, ALineMarksTheEdgesOfWhatIsFrozen) {
+    const auto edges = [] {
+        PaintHeadless();
+        std::vector<PixelRect> found;
+        for (const DrawRecord& record : HeadlessFrame().drawing)
+            if (record.kind == DRAW_LINE && record.colour == 0 &&
+                std::find(found.begin(), found.end(), record.rect) == found.end())
+                found.push_back(record.rect);
+        return found;
+    };
+    EXPECT_TRUE(edges().empty());
+    Select("C4");
+    PickCommand(423);
+    const PixelRect& cells = Shell().layout.cells;
+    const PixelRect corner = Cell(2, 1);
+    const std::vector<PixelRect> both = {{cells.left, corner.bottom - 1, cells.right, corner.bottom - 1},
+                                         {corner.right - 1, cells.top, corner.right - 1, cells.bottom}};
+    EXPECT_EQ(edges(), both);
+    ScrollTo(20, 10);
+    EXPECT_EQ(edges(), both);
+    PickCommand(423);
+    EXPECT_TRUE(edges().empty());
+    ScrollTo(0, 0);
+    Select("A4");
+    PickCommand(423);
+    EXPECT_EQ(
+        edges(),
+        (std::vector<PixelRect>{{cells.left, Cell(2, 1).bottom - 1, cells.right, Cell(2, 1).bottom - 1}}));
 }
 
 TEST_F(PaintTest, TheWorkOfAPaintFollowsItsRectangle) {

@@ -133,8 +133,8 @@ void SizeHeaderLines(bool columns, i32 line, i32 pixels) {
     if (!sheet) return;
     const RefArea area = HeaderLines(columns, line);
     const Layout& layout = Shell().layout;
-    const i32 size = columns ? MulDiv(pixels, 256, std::max(1, layout.digitWidth))
-                             : MulDiv(pixels, 1440, std::max(1, layout.dpiY));
+    const i32 size = columns ? MulDiv(pixels, 256, std::max(1, layout.metrics.digitWidth))
+                             : MulDiv(pixels, 1440, std::max(1, layout.metrics.dpiY));
     const i32 stored = pixels > 0 ? std::max(1, size) : 0;
     if (ChangeLines({sheet->book, sheet->index, columns, area, LINES_SIZE, stored})) SizesChanged();
 }

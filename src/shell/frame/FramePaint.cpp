@@ -101,10 +101,12 @@ void PaintTabs(DrawTarget& target) {
     Centred(target, {half.right, half.top, layout.tabScroller.right, half.bottom}, u"▸");
     Array<SheetTab> tabs;
     if (!ShownTabs(tabs)) return;
+    // The strip cuts its last tab, which else stands as the others do.
+    const PixelRect former = PushClip(target, layout.tabs);
     for (const SheetTab& tab : tabs) {
         const Sheet& sheet = *book->sheets[static_cast<u32>(tab.sheet)];
         const bool current = tab.sheet == book->currentSheet;
-        PixelRect rect{tab.left, layout.tabs.top, std::min(tab.right, layout.tabs.right), layout.tabs.bottom};
+        const PixelRect rect{tab.left, layout.tabs.top, tab.right, layout.tabs.bottom};
         FillRect(target, rect, current ? WHITE : FACE);
         if (sheet.tabColour)
             FillRect(target, {rect.left, rect.bottom - 3, rect.right, rect.bottom},
@@ -112,6 +114,7 @@ void PaintTabs(DrawTarget& target) {
         DrawLine(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, {EDGE});
         Centred(target, rect, WideView(sheet.name));
     }
+    PopClip(target, former);
 }
 
 bool StatusText(i32 part, WideText& out) {

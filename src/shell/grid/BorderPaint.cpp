@@ -37,16 +37,17 @@ struct Edge {
     u8 colour;
 };
 
-// Along x when horizontal; `at` is the pixel of the grid line.
-void PaintEdge(DrawTarget& target, const Workbook& book, bool horizontal, i32 at, i32 from, i32 to, Edge edge) {
+// Along x when horizontal; `at` is the first pixel of the grid line, which takes `unit` of them.
+void PaintEdge(DrawTarget& target, const Workbook& book, bool horizontal, i32 unit, i32 at, i32 from, i32 to,
+               Edge edge) {
     const BorderLine& line = borderLines[edge.style < borderLines.size() ? edge.style : 1];
-    const u32 colour = PaletteColour(book, edge.colour, 0);
-    const i32 first = at - (line.width > 1 ? 1 : 0);
+    const Pen pen = {PaletteColour(book, edge.colour, 0), line.pen, unit, unit};
+    const i32 first = at - (line.width > 1 ? unit : 0) + unit / 2;
     for (i32 i = 0; i < line.width; ++i) {
         if (edge.style == BORDER_DOUBLE && i == 1) continue;
-        const i32 place = first + i;
-        if (horizontal) DrawLine(target, from, place, to, place, {colour, line.pen});
-        else DrawLine(target, place, from, place, to, {colour, line.pen});
+        const i32 place = first + i * unit;
+        if (horizontal) DrawLine(target, from, place, to, place, pen);
+        else DrawLine(target, place, from, place, to, pen);
     }
 }
 
@@ -82,8 +83,9 @@ Edge FirstOf(std::initializer_list<Edge> edges) {
 
 }  // namespace
 
-void PaintCellBorders(DrawTarget& target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
-                      const PixelRect& rect, const RefArea* merge, const BorderConditions& conditions) {
+void PaintCellBorders(DrawTarget& target, const GridMetrics& metrics, const Workbook& book, const Sheet& sheet,
+                      i32 row, i32 column, const PixelRect& rect, const RefArea* merge,
+                      const BorderConditions& conditions) {
     const CellFormat& own = FormatAt(book, sheet, row, column);
     const CellFormat none;
     const CellFormat& next = column + 1 < MAX_COLUMNS ? FormatAt(book, sheet, row, column + 1) : none;
@@ -98,12 +100,13 @@ void PaintCellBorders(DrawTarget& target, const Workbook& book, const Sheet& she
                                  {under.topStyle, under.topColour}});
     const Edge left = FirstOf({LeftOf(conditions.own), {own.leftStyle, own.leftColour}});
     const Edge top = FirstOf({TopOf(conditions.own), {own.topStyle, own.topColour}});
+    const i32 x = metrics.lineX, y = metrics.lineY;
     if (right.style && !(merge && column < merge->lastColumn))
-        PaintEdge(target, book, false, rect.right - 1, rect.top - 1, rect.bottom, right);
+        PaintEdge(target, book, false, x, rect.right - x, rect.top - y, rect.bottom, right);
     if (bottom.style && !(merge && row < merge->lastRow))
-        PaintEdge(target, book, true, rect.bottom - 1, rect.left - 1, rect.right, bottom);
-    if (!column && left.style) PaintEdge(target, book, false, rect.left, rect.top - 1, rect.bottom, left);
-    if (!row && top.style) PaintEdge(target, book, true, rect.top, rect.left - 1, rect.right, top);
+        PaintEdge(target, book, true, y, rect.bottom - y, rect.left - x, rect.right, bottom);
+    if (!column && left.style) PaintEdge(target, book, false, x, rect.left, rect.top - y, rect.bottom, left);
+    if (!row && top.style) PaintEdge(target, book, true, y, rect.top, rect.left - x, rect.right, top);
 }
 
 }  // namespace tally

@@ -14,7 +14,8 @@ struct BorderConditions {
 
 // Draws the right and bottom edges of a cell, and the left and top ones of the first row and column. An
 // edge inside `merge` (which may be null) has none.
-void PaintCellBorders(DrawTarget& target, const Workbook& book, const Sheet& sheet, i32 row, i32 column,
-                      const PixelRect& rect, const RefArea* merge, const BorderConditions& conditions);
+void PaintCellBorders(DrawTarget& target, const GridMetrics& metrics, const Workbook& book, const Sheet& sheet,
+                      i32 row, i32 column, const PixelRect& rect, const RefArea* merge,
+                      const BorderConditions& conditions);
 
 }  // namespace tally

@@ -5,7 +5,7 @@
 
 #include "base/Number.h"
 #include "model/Formats.h"
-#include "shell/grid/GridPaint.h"
+#include "shell/grid/CellPaint.h"
 
 namespace tally {
 namespace {
@@ -15,39 +15,45 @@ constexpr u8 ALIGN_LEFT = 1, ALIGN_CENTRE = 2, ALIGN_RIGHT = 3, ALIGN_FILL = 4, 
 constexpr u8 STACKED = 255;
 constexpr double RADIANS = 0.017453292519943295;
 
-i32 TextLeft(const PixelRect& cell, u8 alignment, i32 width) {
+// `width` is of the text or a part of it.
+i32 TextLeft(const PixelRect& cell, const CellText& text, u8 alignment, i32 width) {
     switch (alignment) {
         case ALIGN_CENTRE:
         case ALIGN_ACROSS:
-        case ALIGN_SPREAD: return cell.left + (cell.right - cell.left - width - 1) / 2;
-        case ALIGN_RIGHT: return cell.right - width - 2;
-        default: return cell.left + 1;
+        case ALIGN_SPREAD: return cell.left + (cell.right - cell.left - width - text.marginX) / 2;
+        case ALIGN_RIGHT: return cell.right - width - 2 * text.marginX;
+        default: return cell.left + text.marginX;
     }
 }
 
-i32 TextTop(const PixelRect& cell, u8 alignment, i32 height) {
+i32 TextTop(const PixelRect& cell, const CellText& text, i32 height) {
+    const u8 alignment = text.format->vertical;
     if (alignment == 1) return cell.top + (cell.bottom - cell.top - height) / 2;
-    return alignment == 2 ? cell.bottom - height - 1 : cell.top;
+    return alignment == 2 ? cell.bottom - height - text.marginY : cell.top;
 }
+
+// What a text that fills its cell, is spread over it or wrapped leaves free of the width.
+constexpr i32 WIDE_MARGIN = 3;
 
 // The text as often as the width allows, at least once.
 void PaintFilled(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
-    const i32 room = cell.right - cell.left - 3;
+    const i32 room = cell.right - cell.left - WIDE_MARGIN * text.marginX;
     const i32 width = std::max(text.width, 1);
-    const i32 y = TextTop(cell, text.format->vertical, text.height);
+    const i32 y = TextTop(cell, text, text.height);
     for (i32 i = 0; i < std::max(1, room / width); ++i)
-        DrawClippedText(target, cell.left + 1 + i * width, y, clip, text.font, text.colour, text.text);
+        DrawClippedText(target, cell.left + text.marginX + i * width, y, clip, text.font, text.colour,
+                        text.text);
 }
 
 void PaintStacked(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
     const i32 total = text.height * static_cast<i32>(std::min<std::size_t>(text.text.size(), 1000));
-    i32 y = TextTop(cell, text.format->vertical, total);
+    i32 y = TextTop(cell, text, total);
     const u8 across = text.format->horizontal ? text.format->horizontal : ALIGN_CENTRE;
     for (std::size_t i = 0; i < text.text.size() && y < clip.bottom; ++i, y += text.height) {
         const WideView one = text.text.substr(i, 1);
         i32 width = 0, height = 0;
         Fonts().textExtent(text.font, one, width, height);
-        DrawClippedText(target, TextLeft(cell, across, width), y, clip, text.font, text.colour, one);
+        DrawClippedText(target, TextLeft(cell, text, across, width), y, clip, text.font, text.colour, one);
     }
 }
 
@@ -110,14 +116,13 @@ bool SplitLines(FontHandle font, WideView text, i32 room, Array<TextLine>& lines
     return text.empty() || text.back() != u'\n' || lines.Append({static_cast<u32>(text.size()), 0});
 }
 
-// What the wrap layout leaves free of a cell's width.
-constexpr i32 WRAP_MARGIN = 3;
-
 void PaintWrapped(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text,
                   u8 alignment) {
     Array<TextLine> lines;
-    if (!SplitLines(text.font, text.text, std::max(1, cell.right - cell.left - WRAP_MARGIN), lines)) return;
-    i32 y = TextTop(cell, text.format->vertical, text.height * static_cast<i32>(lines.Count()));
+    if (!SplitLines(text.font, text.text, std::max(1, cell.right - cell.left - WIDE_MARGIN * text.marginX),
+                    lines))
+        return;
+    i32 y = TextTop(cell, text, text.height * static_cast<i32>(lines.Count()));
     y = std::max(y, cell.top);
     for (const TextLine& line : lines) {
         if (y >= clip.bottom) return;
@@ -126,7 +131,8 @@ void PaintWrapped(DrawTarget& target, const PixelRect& cell, const PixelRect& cl
         i32 width = 0, height = 0;
         Fonts().textExtent(text.font, part, width, height);
         if (y + height > clip.top)
-            DrawClippedText(target, TextLeft(cell, alignment, width), y, clip, text.font, text.colour, part);
+            DrawClippedText(target, TextLeft(cell, text, alignment, width), y, clip, text.font, text.colour,
+                            part);
         y += text.height;
     }
 }
@@ -174,16 +180,16 @@ bool SplitPieces(FontHandle font, WideView text, Array<SpreadPiece>& pieces, i32
 
 // The text's pieces over the whole width of the cell. False when it has no gap, or no room to spare.
 bool PaintSpread(DrawTarget& target, const PixelRect& cell, const PixelRect& clip, const CellText& text) {
-    const i32 room = cell.right - cell.left - 3;
+    const i32 room = cell.right - cell.left - WIDE_MARGIN * text.marginX;
     if (text.width >= room) return false;
     Array<SpreadPiece> pieces;
     i32 total = 0;
     if (!SplitPieces(text.font, text.text, pieces, total) || pieces.Count() < 2) return false;
-    const i32 y = TextTop(cell, text.format->vertical, text.height);
+    const i32 y = TextTop(cell, text, text.height);
     const i32 gaps = static_cast<i32>(pieces.Count()) - 1;
     i32 done = 0;
     for (u32 i = 0; i < pieces.Count(); ++i) {
-        const i32 x = cell.left + 1 + done + MulDiv(room - total, static_cast<i32>(i), gaps);
+        const i32 x = cell.left + text.marginX + done + MulDiv(room - total, static_cast<i32>(i), gaps);
         DrawClippedText(target, x, y, clip, text.font, text.colour,
                         text.text.substr(pieces[i].start, pieces[i].length));
         done += pieces[i].width;
@@ -193,9 +199,9 @@ bool PaintSpread(DrawTarget& target, const PixelRect& cell, const PixelRect& cli
 
 }  // namespace
 
-i32 CountTextLines(FontHandle font, WideView text, i32 cellWidth) {
+i32 CountTextLines(FontHandle font, WideView text, i32 cellWidth, i32 marginX) {
     Array<TextLine> lines;
-    if (!SplitLines(font, text, std::max(1, cellWidth - WRAP_MARGIN), lines)) return 1;
+    if (!SplitLines(font, text, std::max(1, cellWidth - WIDE_MARGIN * marginX), lines)) return 1;
     return std::max(1, static_cast<i32>(lines.Count()));
 }
 
@@ -220,7 +226,7 @@ void PaintCellText(DrawTarget& target, const PixelRect& cell, const PixelRect& c
     }
     TurnedStart turned;
     if (format.rotation && format.rotation <= 180) turned = TurnedBox(text);
-    if (text.valueType != VT_STRING && text.width > cell.right - cell.left - 1) {
+    if (text.valueType != VT_STRING && text.width > cell.right - cell.left - text.marginX) {
         text.text = u"#";
         Fonts().textExtent(text.font, text.text, text.width, text.height);
         alignment = ALIGN_FILL;
@@ -230,9 +236,8 @@ void PaintCellText(DrawTarget& target, const PixelRect& cell, const PixelRect& c
         return;
     }
     if (alignment == ALIGN_SPREAD && !format.rotation && PaintSpread(target, cell, clip, text)) return;
-    DrawClippedText(target, TextLeft(cell, alignment, text.width) + turned.x,
-                    TextTop(cell, format.vertical, text.height) + turned.y, clip, text.font, text.colour,
-                    text.text);
+    DrawClippedText(target, TextLeft(cell, text, alignment, text.width) + turned.x,
+                    TextTop(cell, text, text.height) + turned.y, clip, text.font, text.colour, text.text);
 }
 
 }  // namespace tally

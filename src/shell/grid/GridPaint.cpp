@@ -2,289 +2,15 @@
 
 #include <algorithm>
 
-#include "display/DisplayText.h"
-#include "display/NumberFormatter.h"
-#include "formula/FormulaText.h"
 #include "model/BookTable.h"
-#include "model/CellStore.h"
-#include "model/Formats.h"
-#include "shell/grid/BorderPaint.h"
-#include "shell/grid/CellLook.h"
+#include "shell/grid/CellPaint.h"
 #include "shell/grid/Layout.h"
-#include "shell/grid/RuleHints.h"
 #include "shell/grid/ShownCells.h"
 
 namespace tally {
 namespace {
 
-constexpr u32 GRID_COLOUR = 0xC0C0C0;
-constexpr u32 WHITE = 0xFFFFFF;
-
-// One pane of the grid: its shown lines, and what of it must be painted.
-struct Pane {
-    DrawTarget& target;
-    const Workbook* book;
-    Sheet* sheet;
-    std::span<const ShownLine> rows, columns;
-    PixelRect clip;
-    Array<RefArea> merges;  // those that are seen
-    RefArea selection;
-};
-
-struct RowCell {
-    bool merged = false;
-    bool filled = false;   // its fill hides the grid lines
-    bool spilled = false;  // no grid line at its right edge
-};
-
-// The condition of a cell that the pane shows; a null line has none.
-const ConditionalCondition* ConditionAt(const Pane& pane, const ShownLine* row, const ShownLine* column) {
-    return row && column ? ShownCondition(*pane.sheet, *row, *column) : nullptr;
-}
-
-const ShownLine* LineOf(std::span<const ShownLine> lines, i32 index) {
-    const auto found = std::lower_bound(lines.begin(), lines.end(), index,
-                                        [](const ShownLine& line, i32 wanted) { return line.index < wanted; });
-    return found != lines.end() && found->index == index ? &*found : nullptr;
-}
-
-bool IsBlank(const CellRecord* cell) { return !cell || (!cell->formula && cell->calcState == CALC_BLANK); }
-
-const RefArea* MergeAt(const Pane& pane, i32 row, i32 column) {
-    for (const RefArea& merge : pane.merges)
-        if (AreaHolds(merge, row, column)) return &merge;
-    return nullptr;
-}
-
-bool IsInverted(const Pane& pane, i32 row, i32 column) {
-    if (IsOneCell(pane.selection) || !AreaHolds(pane.selection, row, column)) return false;
-    const SheetView& view = pane.sheet->view;
-    if (const RefArea* merge = MergeAt(pane, view.activeRow, view.activeColumn))
-        return !AreaHolds(*merge, row, column);
-    return row != view.activeRow || column != view.activeColumn;
-}
-
-void PaintBackground(const Pane& pane, const PixelRect& rect, const CellFormat& format, bool inverted) {
-    const u32 flip = inverted ? WHITE : 0;
-    const u32 back = (format.pattern ? PaletteColour(*pane.book, format.backColour, WHITE) : WHITE) ^ flip;
-    const u32 fore = PaletteColour(*pane.book, format.patternColour, 0) ^ flip;
-    if (format.pattern >= BRUSH_FIRST_PATTERN && format.pattern <= BRUSH_LAST_PATTERN)
-        FillRect(pane.target, rect, {.colour = fore, .pattern = format.pattern, .backColour = back});
-    else FillRect(pane.target, rect, back);  // a solid cell shows its back colour
-}
-
-// The pixel at which a column begins, also one that lies left of what the pane shows.
-i32 ColumnPixel(const Pane& pane, i32 column) {
-    const ShownLine& first = pane.columns.front();
-    const ShownLine& last = pane.columns.back();
-    i32 place = column < first.index ? first.start : last.end;
-    for (i32 i = first.index - 1; i >= column && column < first.index; --i)
-        place -= ColumnPixels(*pane.sheet, i);
-    if (column < first.index) return place;
-    const auto found = std::lower_bound(pane.columns.begin(), pane.columns.end(), column,
-                                        [](const ShownLine& line, i32 wanted) { return line.index < wanted; });
-    if (found != pane.columns.end()) return found->start;
-    for (i32 i = last.index + 1; i < column; ++i) place += ColumnPixels(*pane.sheet, i);
-    return place;
-}
-
-i32 MeasureText(const void* context, WideView text) {
-    i32 width = 0, height = 0;
-    Fonts().textExtent(*static_cast<const FontHandle*>(context), text, width, height);
-    return width;
-}
-
-// A cell's text, measured and ready to paint into `width` pixels. False when it shows nothing.
-bool PrepareText(const Pane& pane, i32 row, const CellRecord& cell, const ConditionalCondition* condition,
-                 i32 width, WideText& room, CellText& out) {
-    const bool formulas = (pane.sheet->viewFlags & VIEW_FORMULAS) != 0 && cell.formula;
-    out.format = &ResolveCellFormat(*pane.book, cell.format);
-    out.valueType = formulas ? u16{VT_STRING} : cell.value.type;
-    out.font = FontOfLook(*pane.book, *out.format, condition, Shell().layout.dpiY);
-    const TextMeasure measure{MeasureText, &out.font};
-    u16 sectionColour = AUTOMATIC_COLOUR;
-    if (formulas) {
-        if (!FormulaToText(pane.sheet->book, cell.formula->tokens, row, cell.column, true, room)) return false;
-    } else if (cell.value.type == VT_NUMBER) {
-        if (!FormatNumber(cell.value.number, GetNumberFormatText(*pane.book, out.format->numberFormat),
-                          &measure, width - 1, pane.book->date1904 != 0, &sectionColour, room))
-            return false;
-    } else if (!DisplayText(*pane.book, cell.value, cell.format, room)) {
-        return false;
-    }
-    out.text = room;
-    if (out.text.empty()) return false;
-    Fonts().textExtent(out.font, out.text, out.width, out.height);
-    const u16 fontColour = ColourOfLook(*pane.book, *out.format, condition);
-    out.colour = PaletteColour(*pane.book, sectionColour != AUTOMATIC_COLOUR ? sectionColour : fontColour, 0);
-    return true;
-}
-
-bool MaySpill(const CellText& text) {
-    return text.valueType == VT_STRING && !(text.format->flags & FORMAT_WRAP) && text.format->rotation != 255 &&
-           (text.format->horizontal <= 3 || text.format->horizontal == 6);
-}
-
-// How far a text runs over its neighbours: first and last column that it may use.
-void SpillRange(const Pane& pane, i32 row, i32 column, const CellText& text, i32& first, i32& last) {
-    first = last = column;
-    if (!MaySpill(text)) return;
-    const u8 alignment = EffectiveAlignment(*text.format, text.valueType);
-    i32 room = ColumnPixels(*pane.sheet, column);
-    if (text.format->horizontal != 6 && text.width + 2 <= room) return;
-    const auto empty = [&](i32 at) {
-        return IsBlank(GetCell(pane.sheet->cells, row, at)) && !MergeAt(pane, row, at);
-    };
-    const i32 spare = alignment == 2 || alignment == 6 ? (text.width + 3 - room) / 2 : text.width + 2 - room;
-    if (alignment == 6) {
-        while (last + 1 < MAX_COLUMNS && empty(last + 1) && GetCell(pane.sheet->cells, row, last + 1) &&
-               ResolveCellFormat(*pane.book, GetCellFormat(*pane.sheet, row, last + 1)).horizontal == 6)
-            ++last;
-        return;
-    }
-    for (i32 need = spare; alignment != 3 && need > 0 && last + 1 < MAX_COLUMNS && empty(last + 1); ++last)
-        need -= ColumnPixels(*pane.sheet, last + 1);
-    for (i32 need = spare; alignment != 1 && need > 0 && first > 0 && empty(first - 1); --first)
-        need -= ColumnPixels(*pane.sheet, first - 1);
-}
-
-struct RowPainter {
-    Pane& pane;
-    const ShownLine& line;
-    std::span<RowCell> cells;  // beside pane.columns
-};
-
-void PaintRowBackground(RowPainter& painter) {
-    Pane& pane = painter.pane;
-    for (std::size_t i = 0; i < pane.columns.size(); ++i) {
-        const ShownLine& column = pane.columns[i];
-        RowCell& cell = painter.cells[i];
-        cell = RowCell();
-        cell.merged = MergeAt(pane, painter.line.index, column.index) != nullptr;
-        if (cell.merged) continue;
-        const u16 format = GetCellFormat(*pane.sheet, painter.line.index, column.index);
-        const CellFormat look =
-            FillOf(ResolveCellFormat(*pane.book, format), ConditionAt(pane, &painter.line, &column));
-        cell.filled = look.pattern != 0;
-        PaintBackground(pane, {column.start, painter.line.start, column.end, painter.line.end}, look,
-                        IsInverted(pane, painter.line.index, column.index));
-    }
-}
-
-// Paints one cell's text over the columns that it may use.
-void PaintRowText(RowPainter& painter, CellRecord& cell) {
-    Pane& pane = painter.pane;
-    const i32 row = painter.line.index;
-    if (MergeAt(pane, row, cell.column) || !GetColumnWidth(*pane.sheet, cell.column)) return;
-    WideText room;
-    CellText text;
-    const ConditionalCondition* condition = ConditionAt(pane, &painter.line, LineOf(pane.columns, cell.column));
-    if (!PrepareText(pane, row, cell, condition, ColumnPixels(*pane.sheet, cell.column), room, text)) return;
-    i32 first = 0, last = 0;
-    SpillRange(pane, row, cell.column, text, first, last);
-    if (last < pane.columns.front().index || first > pane.columns.back().index) return;
-    const i32 clipLeft = ColumnPixel(pane, first), clipRight = ColumnPixel(pane, last + 1);
-    PixelRect home{ColumnPixel(pane, cell.column), painter.line.start, 0, painter.line.end};
-    home.right = home.left + ColumnPixels(*pane.sheet, cell.column);
-    if (text.format->horizontal == 6) home.right = clipRight;
-    for (std::size_t i = 0; i < pane.columns.size(); ++i) {
-        if (pane.columns[i].index >= first && pane.columns[i].index < last) painter.cells[i].spilled = true;
-    }
-    const u32 flip = IsInverted(pane, row, cell.column) ? WHITE : 0;
-    text.colour ^= flip;
-    const PixelRect clip =
-        IntersectRects({clipLeft, painter.line.start, clipRight - 1, painter.line.end - 1}, pane.clip);
-    if (!IsEmptyRect(clip)) PaintCellText(pane.target, home, clip, text);
-}
-
-// The cells of a row whose text can be seen: those shown, and the nearest with content on either side.
-void PaintRowTexts(RowPainter& painter) {
-    Pane& pane = painter.pane;
-    CellStore& store = pane.sheet->cells;
-    const u32 slot = FindRowSlot(store, painter.line.index);
-    if (slot >= store.rows.Count() || store.rows[slot].row != painter.line.index) return;
-    CellRow& row = store.rows[slot];
-    u32 first = FindInRow(row, pane.columns.front().index);
-    while (first > 0 && IsBlank(&row.cells[first - 1])) --first;
-    if (first > 0) --first;
-    for (u32 i = first; i < row.count; ++i) {
-        CellRecord& cell = row.cells[i];
-        if (IsBlank(&cell)) continue;
-        PaintRowText(painter, cell);
-        if (cell.column > pane.columns.back().index) return;
-    }
-}
-
-void PaintRowGrid(RowPainter& painter) {
-    const Pane& pane = painter.pane;
-    if (!(pane.sheet->viewFlags & VIEW_GRIDLINES)) return;
-    for (std::size_t i = 0; i < pane.columns.size(); ++i) {
-        const ShownLine& column = pane.columns[i];
-        const RowCell& cell = painter.cells[i];
-        if (cell.merged || cell.filled) continue;
-        const i32 bottom = painter.line.end - 1, right = column.end - 1;
-        DrawLine(pane.target, column.start, bottom, column.end, bottom, {GRID_COLOUR});
-        if (!cell.spilled) DrawLine(pane.target, right, painter.line.start, right, bottom, {GRID_COLOUR});
-    }
-}
-
-// The whole rectangle of a merge, as far as it lies beyond the pane too.
-PixelRect MergePixels(const Pane& pane, const RefArea& merge) {
-    PixelRect rect;
-    rect.left = ColumnPixel(pane, merge.firstColumn);
-    rect.right = ColumnPixel(pane, merge.lastColumn + 1);
-    const ShownLine& first = pane.rows.front();
-    rect.top = first.start;
-    for (i32 i = first.index - 1; i >= merge.firstRow; --i) rect.top -= RowPixels(*pane.sheet, i);
-    for (const ShownLine& line : pane.rows)
-        if (line.index < merge.firstRow) rect.top = line.end;
-    rect.bottom = rect.top;
-    // Rows below the pane are not seen, so that a few screens of them are enough.
-    for (i32 i = merge.firstRow; i <= merge.lastRow && rect.bottom < pane.clip.bottom + 4096; ++i)
-        rect.bottom += RowPixels(*pane.sheet, i);
-    return rect;
-}
-
-void PaintMerge(Pane& pane, u32 index) {
-    const RefArea& merge = pane.merges[index];
-    const ConditionalCondition* condition = ShownMergeCondition(*pane.sheet, merge);
-    const PixelRect rect = MergePixels(pane, merge);
-    const CellFormat format =
-        FillOf(ResolveCellFormat(*pane.book, GetCellFormat(*pane.sheet, merge.firstRow, merge.firstColumn)),
-               condition);
-    const bool inverted = IsInverted(pane, merge.firstRow, merge.firstColumn);
-    const PixelRect clip = IntersectRects(rect, pane.clip);
-    if (IsEmptyRect(clip)) return;
-    PaintBackground(pane, rect, format, inverted);
-    if ((pane.sheet->viewFlags & VIEW_GRIDLINES) && !format.pattern) {
-        DrawLine(pane.target, rect.left, rect.bottom - 1, rect.right, rect.bottom - 1, {GRID_COLOUR});
-        DrawLine(pane.target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, {GRID_COLOUR});
-    }
-    CellRecord* cell = GetCell(pane.sheet->cells, merge.firstRow, merge.firstColumn);
-    WideText room;
-    CellText text;
-    if (!cell || !PrepareText(pane, merge.firstRow, *cell, condition, rect.right - rect.left, room, text))
-        return;
-    if (inverted) text.colour ^= WHITE;
-    PaintCellText(pane.target, rect, clip, text);
-}
-
-void PaintPaneBorders(const Pane& pane) {
-    for (const ShownLine& row : pane.rows) {
-        const ShownLine* below = LineOf(pane.rows, row.index + 1);
-        for (const ShownLine& column : pane.columns) {
-            const BorderConditions conditions{
-                ConditionAt(pane, &row, &column),
-                ConditionAt(pane, &row,
-                            pane.sheet->conditionalFormats.IsEmpty() ? nullptr
-                                                                     : LineOf(pane.columns, column.index + 1)),
-                ConditionAt(pane, below, &column)};
-            PaintCellBorders(pane.target, *pane.book, *pane.sheet, row.index, column.index,
-                             {column.start, row.start, column.end, row.end},
-                             MergeAt(pane, row.index, column.index), conditions);
-        }
-    }
-}
+constexpr u32 FROZEN_COLOUR = 0x000000;
 
 // Whether the edge of an area stands at the edge of its first shown line: nothing visible lies between.
 bool IsFirstShown(i32 first, i32 shown, const Sheet& sheet, i32 (*size)(const Sheet&, i32)) {
@@ -313,32 +39,15 @@ OwnEdges EdgesOf(const Sheet& sheet, const RefArea& area) {
 }
 
 // One pixel along the top and left edges, two along the bottom and right, each pixel flipped once.
-void PaintOutline(const Pane& pane, const RefArea& area) {
+void PaintOutline(DrawTarget& target, const Sheet& sheet, const RefArea& area) {
     const PixelRect rect = AreaPixels(area);
     if (IsEmptyRect(rect)) return;
-    const OwnEdges own = EdgesOf(*pane.sheet, area);
-    DrawTarget& target = pane.target;
+    const OwnEdges own = EdgesOf(sheet, area);
     const i32 left = own.left ? rect.left - 1 : rect.left, bottom = own.bottom ? rect.bottom - 2 : rect.bottom;
     if (own.top) InvertRect(target, {left, rect.top - 1, rect.right, rect.top});
     if (own.left) InvertRect(target, {rect.left - 1, rect.top, rect.left, bottom});
     if (own.bottom) InvertRect(target, {left, rect.bottom - 2, rect.right, rect.bottom});
     if (own.right) InvertRect(target, {rect.right - 2, rect.top, rect.right, bottom});
-}
-
-void PaintPane(Pane& pane) {
-    const PixelRect former = PushClip(pane.target, pane.clip);
-    RowCell cells[MAX_COLUMNS];
-    for (const ShownLine& line : pane.rows) {
-        RowPainter painter{pane, line, std::span(cells, pane.columns.size())};
-        PaintRowBackground(painter);
-        PaintRowTexts(painter);
-        PaintRowGrid(painter);
-    }
-    for (u32 i = 0; i < pane.merges.Count(); ++i) PaintMerge(pane, i);
-    PaintPaneBorders(pane);
-    PaintOutline(pane, pane.selection);
-    if (Shell().point.active) PaintOutline(pane, Shell().point.area);
-    PopClip(pane.target, former);
 }
 
 // The lines that meet a stretch of pixels, and those beside them, whose thick borders reach into it.
@@ -351,19 +60,35 @@ std::span<const ShownLine> LinesIn(std::span<const ShownLine> lines, i32 from, i
     return lines.subspan(first, last - first);
 }
 
+// A line along the last pixels of the fixed rows and columns.
+void PaintFrozenEdges(DrawTarget& target, const Layout& layout) {
+    const PixelRect& cells = layout.cells;
+    if (layout.fixedRows) {
+        const i32 bottom = layout.rows[layout.fixedRows - 1].end - 1;
+        DrawLine(target, cells.left, bottom, cells.right, bottom, {FROZEN_COLOUR});
+    }
+    if (layout.fixedColumns) {
+        const i32 right = layout.columns[layout.fixedColumns - 1].end - 1;
+        DrawLine(target, right, cells.top, right, cells.bottom, {FROZEN_COLOUR});
+    }
+}
+
 void PaintPanes(DrawTarget& target, Sheet& sheet, const PixelRect& paint) {
     const Layout& layout = Shell().layout;
     const auto part = [](const Array<ShownLine>& lines, u32 fixed, bool second) {
         return second ? lines.Span().subspan(fixed) : lines.Span().first(fixed);
     };
     for (int number = 0; number < 4; ++number) {
-        Pane pane{target, nullptr, nullptr, {}, {}, {}, {}, {}};
+        CellsPaint pane{
+            .target = target, .metrics = layout.metrics, .rows = {}, .columns = {}, .clip = {}, .merges = {}};
         pane.book = BookAt(sheet.book);
         pane.sheet = &sheet;
         pane.rows = part(layout.rows, layout.fixedRows, number >= 2);
         pane.columns = part(layout.columns, layout.fixedColumns, number & 1);
         if (pane.rows.empty() || pane.columns.empty()) continue;
-        pane.selection = sheet.view.selection;
+        pane.selection = &sheet.view.selection;
+        pane.conditionAt = ShownCondition;
+        pane.conditionOfMerge = ShownMergeCondition;
         pane.clip = IntersectRects(IntersectRects({pane.columns.front().start, pane.rows.front().start,
                                                    pane.columns.back().end, pane.rows.back().end},
                                                   layout.cells),
@@ -371,12 +96,12 @@ void PaintPanes(DrawTarget& target, Sheet& sheet, const PixelRect& paint) {
         if (IsEmptyRect(pane.clip)) continue;
         pane.rows = LinesIn(pane.rows, pane.clip.top, pane.clip.bottom);
         pane.columns = LinesIn(pane.columns, pane.clip.left, pane.clip.right);
-        const RefArea seen{static_cast<u16>(pane.rows.front().index), static_cast<u16>(pane.rows.back().index),
-                           static_cast<u8>(pane.columns.front().index),
-                           static_cast<u8>(pane.columns.back().index)};
-        for (const RefArea& merge : sheet.mergedAreas)
-            if (AreasMeet(merge, seen) && !pane.merges.Append(merge)) return;
-        PaintPane(pane);
+        PaintCellArea(pane);
+        const PixelRect former = PushClip(target, pane.clip);
+        PaintOutline(target, sheet, sheet.view.selection);
+        if (Shell().point.active) PaintOutline(target, sheet, Shell().point.area);
+        PaintFrozenEdges(target, layout);
+        PopClip(target, former);
     }
 }
 

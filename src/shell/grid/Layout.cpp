@@ -17,10 +17,7 @@ constexpr i32 TAB_PADDING = 8;
 
 void ZoomMetrics(const Sheet& sheet, const ScreenMetrics& screen, Layout& layout) {
     const i32 zoom = sheet.zoomPercent;
-    layout.digitWidth = MulDiv(screen.digitWidth, zoom, 100);
-    if (sheet.viewFlags & VIEW_FORMULAS) layout.digitWidth *= 2;
-    layout.dpiX = MulDiv(screen.logPixelsX, zoom, 100);
-    layout.dpiY = MulDiv(screen.logPixelsY, zoom, 100);
+    layout.metrics = MetricsAt(sheet, screen.digitWidth, screen.logPixelsX, screen.logPixelsY, zoom);
     layout.headerHeight = MulDiv(screen.fontHeight, zoom, 100) + 1;
 }
 
@@ -195,15 +192,8 @@ bool IsFrozen(const Sheet& sheet) { return (sheet.viewFlags & VIEW_FROZEN) != 0;
 i32 MovingRowStart(const Sheet& sheet) { return IsFrozen(sheet) ? sheet.view.splitRow : 0; }
 i32 MovingColumnStart(const Sheet& sheet) { return IsFrozen(sheet) ? sheet.view.splitColumn : 0; }
 
-i32 ColumnPixels(const Sheet& sheet, i32 column) {
-    const u16 width = GetColumnWidth(sheet, column);
-    return width ? std::max(1, MulDiv(Shell().layout.digitWidth, width, 256)) : 0;
-}
-
-i32 RowPixels(const Sheet& sheet, i32 row) {
-    const u16 height = GetRowHeight(sheet, row);
-    return height ? std::max(1, MulDiv(height, Shell().layout.dpiY, 1440)) : 0;
-}
+i32 ColumnPixels(const Sheet& sheet, i32 column) { return ColumnPixels(Shell().layout.metrics, sheet, column); }
+i32 RowPixels(const Sheet& sheet, i32 row) { return RowPixels(Shell().layout.metrics, sheet, row); }
 
 void RefreshChrome() {
     ShellState& shell = Shell();

@@ -1,6 +1,7 @@
 #pragma once
 // The places of everything in the frame, and the pixels of rows and columns.
 
+#include "shell/grid/GridMetrics.h"
 #include "shell/state/ShellState.h"
 
 namespace tally {
@@ -15,6 +16,7 @@ void RefreshChrome();
 // Only the shown rows and columns, the scroll bars and the grid: after scrolling or a change of sizes.
 void RefreshView();
 
+// In the window.
 i32 ColumnPixels(const Sheet& sheet, i32 column);
 i32 RowPixels(const Sheet& sheet, i32 row);
 // The rectangle of an area as far as it is shown; empty when it is not.

@@ -11,7 +11,7 @@
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/grid/CellLook.h"
-#include "shell/grid/GridPaint.h"
+#include "shell/grid/CellPaint.h"
 #include "shell/grid/Layout.h"
 
 namespace tally {

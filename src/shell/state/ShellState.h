@@ -4,6 +4,7 @@
 #include "formula/Evaluator.h"
 #include "model/ModelTypes.h"
 #include "platform/ShellPlatform.h"
+#include "shell/state/GridMetrics.h"
 
 namespace tally {
 
@@ -32,8 +33,7 @@ struct ShownLine {
 // Where everything in the client area lies, worked out by RefreshChrome.
 struct Layout {
     i32 width = 0, height = 0;
-    i32 digitWidth = 7;  // zoomed
-    i32 dpiX = 96, dpiY = 96;
+    GridMetrics metrics;  // of the window, zoomed
     i32 headerHeight = 0, headerWidth = 0;
     PixelRect toolbar;
     PixelRect entryLine;
