@@ -113,6 +113,7 @@ TEST_F(Clearing, AllTakesListsAlongThatLieInsideOrTouch) {
 TEST_F(Clearing, MoreBlankCellsThanAChangeMayMakeAreRefusedWithOneBox) {
     for (i32 column = 0; column < 65; ++column)
         ASSERT_TRUE(SetColumnInfo(CurrentSheet()->columns, {static_cast<u8>(column), 0, 5000, look}));
+    Enter("B2", "5");
     for (const ClearMode mode : {CLEAR_ALL, CLEAR_FORMATS}) {
         Headless().boxes.Clear();
         EXPECT_FALSE(ClearArea({0, 65534, 0, 64}, mode));
@@ -120,6 +121,8 @@ TEST_F(Clearing, MoreBlankCellsThanAChangeMayMakeAreRefusedWithOneBox) {
         EXPECT_EQ(UndoCount(), 0u);
         EXPECT_EQ(FormatAt("A1"), look);
         EXPECT_EQ(FormatAt("BM9"), look);
+        EXPECT_EQ(Shown("B2"), "5");
+        EXPECT_EQ(CurrentSheet()->cells.count, 1u);
     }
 }
 

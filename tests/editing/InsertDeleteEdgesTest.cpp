@@ -231,5 +231,48 @@ TEST_F(InsertAndDelete, AColumnOfARuleIsSeenFromItsFirstCell) {
     FreeRules(CurrentSheet()->validations);
 }
 
+TEST_F(InsertAndDelete, BothInputsOfATableGoWithTheirCells) {
+    DataTable table;
+    table.area = {30, 31, 8, 9};
+    table.flags = TABLE_TWO_INPUTS;
+    const u16 inputs[] = {1, 1, 20, 5};
+    std::copy_n(inputs, 4, table.inputs);
+    ASSERT_TRUE(CurrentSheet()->dataTables.Append(table));
+    const struct {
+        bool (*edit)(const RefArea&);
+        RefArea area;
+        u16 after[4];
+    } rows[] = {{InsertColumnsOrCellsRight, {0, 65535, 3, 3}, {1, 1, 20, 6}},
+                {InsertColumnsOrCellsRight, {0, 65535, 0, 1}, {1, 3, 20, 7}},
+                {InsertRowsOrCellsDown, {1, 3, 0, 255}, {4, 1, 23, 5}},
+                {DeleteRowsOrCellsUp, {10, 11, 0, 255}, {1, 1, 18, 5}}};
+    for (const auto& row : rows) {
+        ASSERT_TRUE(row.edit(row.area));
+        for (u32 i = 0; i < 4; ++i)
+            EXPECT_EQ(CurrentSheet()->dataTables[0].inputs[i], row.after[i]) << &row - rows << " " << i;
+        ASSERT_TRUE(UndoLast());
+        for (u32 i = 0; i < 4; ++i) EXPECT_EQ(CurrentSheet()->dataTables[0].inputs[i], inputs[i]);
+    }
+}
+
+// A reference of a name that says no sheet lies on the sheet of the name's scope.
+TEST_F(InsertAndDelete, AReferenceWithoutASheetMovesInNamesOfItsScope) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    CurrentWorkbook()->currentSheet = 0;
+    for (u16 scope = 0; scope < 3; ++scope) {
+        const i32 row = AddName(*CurrentWorkbook(), u"plain", scope);
+        ASSERT_GE(row, 0);
+        FormulaTokens& tokens = CurrentWorkbook()->names[static_cast<u32>(row)].tokens;
+        ASSERT_TRUE(MakeTokens(tokens, 5, 0));
+        tokens.bytes[0] = ptgRef;
+        WriteRefOperand(tokens.bytes + 1, 4, 0, 0);
+    }
+    ASSERT_TRUE(InsertRowsOrCellsDown(Rows(2, 2)));
+    for (u32 scope = 0; scope < 3; ++scope)
+        EXPECT_EQ(ReadU16(CurrentWorkbook()->names[scope].tokens.bytes + 1), scope == 1 ? 5 : 4) << scope;
+    ASSERT_TRUE(UndoLast());
+    for (const DefinedName& name : CurrentWorkbook()->names) EXPECT_EQ(ReadU16(name.tokens.bytes + 1), 4);
+}
+
 }  // namespace
 }  // namespace tally

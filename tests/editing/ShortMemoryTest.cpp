@@ -50,6 +50,9 @@ class ShortMemory : public Paste {
         DefineName("own", "=Sheet1!$C$6", 1);
         Enter("H2", "=near+own");
         ASSERT_TRUE(sheet.mergedAreas.Append(AreaOf("F10", "G10")));
+        DataTable table;
+        table.area = AreaOf("J20", "J21");
+        ASSERT_TRUE(sheet.dataTables.Append(table));
         AddLink("B3", "B3", "inside");
         AddLink("H9", "H9", "beyond");
         i32 extern1 = 0;
