@@ -235,6 +235,15 @@ TEST_F(NamesElsewhere, AReferenceOutOfAnotherBookLeadsThere) {
     for (const auto& [formula, result] : rows) EXPECT_EQ(Eval(formula), result) << formula;
 }
 
+TEST_F(NamesElsewhere, AReferenceOverSheetsOfAnotherBookKeepsThemAll) {
+    Enter("B1", "1");
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+    Enter("B1", "20");
+    DefineName("through", "=Sheet1:Sheet2!$B$1");
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+    EXPECT_EQ(Eval("=SUM(Book1!through)"), "21");
+}
+
 TEST_F(NamesElsewhere, APlainReferenceLiesOnTheSheetOfItsUser) {
     DefinePlain(u"plain", u"=$B$2");
     Enter("B2", "5");
