@@ -260,7 +260,7 @@ TEST_F(CarriedPlans, PivotTablesGoWhenTheirCellsOrTheirSourceMove) {
 
 TEST_F(CarriedPlans, ChartsGoWhenTheCellsOfTheirSeriesMove) {
     const Fill links = [](BiffBuilder& b) {
-        b.Raw(430, {2, 0, 1, 4}).Raw(23, {2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0});
+        b.Raw(430, {2, 0, 1, 4}).Raw(23, {3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 1, 0});
     };
     const auto series = [](const Bytes& tokens) -> Fill {
         return [=](BiffBuilder& b) {
@@ -293,7 +293,9 @@ TEST_F(CarriedPlans, ChartsGoWhenTheCellsOfTheirSeriesMove) {
         {"relative column", {0x3A, 0, 0, 9, 0, 2, 0xC0}, {false, 3}, false},
         {"second of two", Joined({{0x1E, 5, 0}, cell, {0x10}}), {true, 9}, true},
         {"the other sheet", {0x3A, 1, 0, 9, 0, 2, 0}, {true, 0}, false},
-        {"no such link", {0x3A, 2, 0, 9, 0, 2, 0}, {true, 0}, false},
+        {"both sheets", {0x3A, 2, 0, 9, 0, 2, 0}, {true, 9}, true},
+        {"both sheets, below", {0x3A, 2, 0, 9, 0, 2, 0}, {true, 10}, false},
+        {"no such link", {0x3A, 3, 0, 9, 0, 2, 0}, {true, 0}, false},
         {"cut off", {0x3A, 0, 0, 9, 0, 2}, {true, 0}, false},
         {"none", {}, {true, 0}, false},
     };
