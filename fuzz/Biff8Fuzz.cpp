@@ -1,5 +1,5 @@
 #include "Common.h"
-#include "fileio/CompoundTree.h"
+#include "fileio/compound/CompoundTree.h"
 
 // The input is a record stream; the container around it is sound.
 extern "C" int LLVMFuzzerTestOneInput(const tally::u8* data, std::size_t size) {

@@ -6,7 +6,7 @@
 #include "base/Text.h"
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
-#include "fileio/TextFiles.h"
+#include "fileio/text/TextFiles.h"
 #include "formula/Recalculation.h"
 #include "functions/FunctionState.h"
 #include "model/BookTable.h"

@@ -2,8 +2,8 @@
 #include <cstring>
 
 #include "Common.h"
-#include "fileio/LoadState.h"
-#include "fileio/SaveState.h"
+#include "fileio/biff/LoadState.h"
+#include "fileio/biff/SaveState.h"
 #include "formula/Links.h"
 
 // Token bytes with trailing data, brought to the older form, back, and to the older form again: the two older

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "Common.h"
-#include "fileio/CompoundTree.h"
 #include "fileio/SaveFile.h"
+#include "fileio/compound/CompoundTree.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Tokens.h"

@@ -6,7 +6,7 @@
 
 #include "display/LocaleSettings.h"
 #include "fileio/OpenFile.h"
-#include "fileio/TextFiles.h"
+#include "fileio/text/TextFiles.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
 #include "platform/headless/HeadlessPlatform.h"

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <vector>
 
-#include "fileio/BiffReader.h"
-#include "fileio/CompoundReader.h"
+#include "fileio/biff/BiffReader.h"
+#include "fileio/compound/CompoundReader.h"
 
 namespace {
 

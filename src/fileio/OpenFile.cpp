@@ -6,11 +6,11 @@
 #include "base/MessageTable.h"
 #include "base/Platform.h"
 #include "base/Text.h"
-#include "fileio/CompoundReader.h"
-#include "fileio/CompoundTree.h"
-#include "fileio/LoadState.h"
-#include "fileio/PocketFiles.h"
-#include "fileio/TextFiles.h"
+#include "fileio/biff/LoadState.h"
+#include "fileio/compound/CompoundReader.h"
+#include "fileio/compound/CompoundTree.h"
+#include "fileio/pocket/PocketFiles.h"
+#include "fileio/text/TextFiles.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "model/BookTable.h"
@@ -20,8 +20,6 @@
 
 namespace tally {
 namespace {
-
-constexpr WideView extensions[] = {u"csv", u"pxl", u"xls", u"xlt", u"bmp", u"txt", u"pxt"};
 
 constexpr u16 COMPOUND_SIGNATURE = 0xCFD0;
 
@@ -220,19 +218,6 @@ void TellUnread(ReadOutcome outcome, WideView path) {
 }
 
 }  // namespace
-
-FileType FileTypeOf(WideView path) {
-    if (path.size() < 5 || path[path.size() - 4] != u'.') return FILE_UNKNOWN;
-    const WideView extension = path.substr(path.size() - 3);
-    for (i32 i = 0; i < FILE_UNKNOWN; ++i) {
-        const WideView known = extensions[i];
-        if (AsciiLower(extension[0]) == known[0] && AsciiLower(extension[1]) == known[1] &&
-            AsciiLower(extension[2]) == known[2]) {
-            return static_cast<FileType>(i);
-        }
-    }
-    return FILE_UNKNOWN;
-}
 
 bool OpenFile(WideView path, u32 flags, char16_t delimiter, ReadOutcome* outcome) {
     if (SameFileOpen(path, flags)) return true;

@@ -1,22 +1,10 @@
 #pragma once
 // Opening a file as a new book.
 
+#include "fileio/common/FileForms.h"
 #include "model/ModelTypes.h"
 
 namespace tally {
-
-enum FileType : i32 {
-    FILE_CSV = 0,
-    FILE_PXL = 1,
-    FILE_XLS = 2,
-    FILE_XLT = 3,
-    FILE_BMP = 4,
-    FILE_TXT = 5,
-    FILE_PXT = 6,
-    FILE_UNKNOWN = 7,
-};
-// By the last four characters of the path alone.
-FileType FileTypeOf(WideView path);
 
 enum OpenFlags : u32 {
     OPEN_VISIBLE = 0,

@@ -4,10 +4,10 @@
 
 #include "base/LongOperation.h"
 #include "base/MessageTable.h"
-#include "fileio/CarriedRecords.h"
-#include "fileio/CompoundTree.h"
-#include "fileio/SaveState.h"
-#include "fileio/TextFiles.h"
+#include "fileio/biff/CarriedRecords.h"
+#include "fileio/biff/SaveState.h"
+#include "fileio/compound/CompoundTree.h"
+#include "fileio/text/TextFiles.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"
 
@@ -144,11 +144,6 @@ bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses, LossQues
 }
 
 }  // namespace
-
-WideView SaveLossText(u32 loss) {
-    const auto index = static_cast<u32>(std::countr_zero(loss));
-    return index < LOSS_COUNT ? Message(static_cast<u16>(MSG_LOSS_FIRST + index)) : WideView();
-}
 
 bool CanWrite(FileType type) { return type != FILE_BMP && type != FILE_UNKNOWN; }
 

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <map>
 
-#include "fileio/CompoundTree.h"
 #include "fileio/OpenFile.h"
+#include "fileio/compound/CompoundTree.h"
 #include "support/FileLister.h"
 #include "support/Saving.h"
 

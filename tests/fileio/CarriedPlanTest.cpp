@@ -1,7 +1,7 @@
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/Undo.h"
-#include "fileio/CarriedRecords.h"
+#include "fileio/biff/CarriedRecords.h"
 #include "model/CellStore.h"
 #include "support/BiffBuilder.h"
 #include "support/FileLister.h"

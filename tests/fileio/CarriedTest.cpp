@@ -1,7 +1,7 @@
 #include "editing/InsertDelete.h"
 #include "editing/SheetOperations.h"
 #include "editing/Undo.h"
-#include "fileio/RichText.h"
+#include "fileio/biff/RichText.h"
 #include "model/CellStore.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "support/BiffBuilder.h"

@@ -3,7 +3,7 @@
 
 #include "base/SharedText.h"
 #include "fileio/OpenFile.h"
-#include "fileio/RichText.h"
+#include "fileio/biff/RichText.h"
 #include "model/CellStore.h"
 #include "support/BiffBuilder.h"
 #include "support/HexBytes.h"

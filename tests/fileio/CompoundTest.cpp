@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "fileio/BiffReader.h"
-#include "fileio/BiffWriter.h"
-#include "fileio/CompoundReader.h"
-#include "fileio/CompoundTree.h"
+#include "fileio/biff/BiffReader.h"
+#include "fileio/biff/BiffWriter.h"
+#include "fileio/compound/CompoundReader.h"
+#include "fileio/compound/CompoundTree.h"
 #include "support/FailingAllocator.h"
 
 namespace tally {

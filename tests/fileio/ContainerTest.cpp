@@ -6,9 +6,9 @@
 #include <string>
 
 #include "base/Text.h"
-#include "fileio/BiffReader.h"
-#include "fileio/CompoundReader.h"
-#include "fileio/CompoundTree.h"
+#include "fileio/biff/BiffReader.h"
+#include "fileio/compound/CompoundReader.h"
+#include "fileio/compound/CompoundTree.h"
 #include "support/FailingAllocator.h"
 #include "support/HexBytes.h"
 #include "support/Sandbox.h"

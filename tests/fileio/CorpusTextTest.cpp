@@ -6,7 +6,7 @@
 #include <map>
 
 #include "fileio/OpenFile.h"
-#include "fileio/TextFiles.h"
+#include "fileio/text/TextFiles.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "support/Sandbox.h"
 

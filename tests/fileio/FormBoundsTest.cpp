@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "fileio/NarrowText.h"
 #include "fileio/OpenFile.h"
+#include "fileio/biff/NarrowText.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
 #include "model/DefaultFormats.h"

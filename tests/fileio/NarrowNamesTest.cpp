@@ -1,5 +1,5 @@
-#include "fileio/NarrowText.h"
-#include "fileio/SaveState.h"
+#include "fileio/biff/NarrowText.h"
+#include "fileio/biff/SaveState.h"
 #include "model/CellStore.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "support/Saving.h"

@@ -1,6 +1,6 @@
-#include "fileio/BiffReader.h"
 #include "fileio/OpenFile.h"
 #include "fileio/SaveFile.h"
+#include "fileio/biff/BiffReader.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "platform/headless/HeadlessPlatform.h"

@@ -1,4 +1,4 @@
-#include "fileio/CompoundTree.h"
+#include "fileio/compound/CompoundTree.h"
 #include "formula/Evaluator.h"
 #include "functions/Random.h"
 #include "platform/headless/HeadlessPlatform.h"

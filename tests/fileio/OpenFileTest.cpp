@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "fileio/BiffReader.h"
-#include "fileio/LoadState.h"
-#include "fileio/TextFiles.h"
+#include "fileio/biff/BiffReader.h"
+#include "fileio/biff/LoadState.h"
+#include "fileio/text/TextFiles.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"

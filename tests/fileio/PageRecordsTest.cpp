@@ -1,7 +1,7 @@
 #include <numeric>
 
 #include "fileio/OpenFile.h"
-#include "fileio/PrinterBlock.h"
+#include "fileio/biff/PrinterBlock.h"
 #include "support/BiffBuilder.h"
 #include "support/HexBytes.h"
 #include "support/Saving.h"

@@ -3,7 +3,7 @@
 
 #include "base/MessageTable.h"
 #include "fileio/OpenFile.h"
-#include "fileio/PocketFormats.h"
+#include "fileio/pocket/PocketFormats.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"

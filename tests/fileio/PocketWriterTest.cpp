@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "fileio/PocketFormats.h"
 #include "fileio/SaveFile.h"
+#include "fileio/pocket/PocketFormats.h"
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "base/Platform.h"
-#include "fileio/CompoundReader.h"
+#include "fileio/compound/CompoundReader.h"
 #include "model/CellStore.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "support/Saving.h"

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <functional>
 #include <tuple>
-#include "fileio/CarriedRecords.h"
+#include "fileio/biff/CarriedRecords.h"
 
 #include "formula/FormulaText.h"
 #include "formula/Links.h"

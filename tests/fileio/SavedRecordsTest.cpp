@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "fileio/SaveState.h"
+#include "fileio/biff/SaveState.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "support/Saving.h"

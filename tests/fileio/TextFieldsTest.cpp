@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "fileio/SaveFile.h"
-#include "fileio/TextEntry.h"
-#include "fileio/TextFiles.h"
+#include "fileio/text/TextEntry.h"
+#include "fileio/text/TextFiles.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "platform/headless/HeadlessPlatform.h"

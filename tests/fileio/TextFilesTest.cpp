@@ -1,5 +1,5 @@
 #include "fileio/SaveFile.h"
-#include "fileio/TextFiles.h"
+#include "fileio/text/TextFiles.h"
 
 #include "model/CellStore.h"
 #include "model/Formats.h"

@@ -1,7 +1,7 @@
 #include "base/MessageTable.h"
 #include "editing/InsertDelete.h"
-#include "fileio/CarriedRecords.h"
 #include "fileio/OpenFile.h"
+#include "fileio/biff/CarriedRecords.h"
 #include "model/Carried.h"
 #include "model/CellStore.h"
 #include "platform/headless/HeadlessPlatform.h"

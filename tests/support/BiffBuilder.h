@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "fileio/BiffWriter.h"
-#include "fileio/CompoundTree.h"
+#include "fileio/biff/BiffWriter.h"
+#include "fileio/compound/CompoundTree.h"
 
 namespace tally {
 

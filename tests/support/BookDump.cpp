@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 
-#include "fileio/RichText.h"
+#include "fileio/biff/RichText.h"
 #include "formula/FormulaText.h"
 #include "formula/Recalculation.h"
 #include "model/CellStore.h"

@@ -1,7 +1,7 @@
 #include "support/Saving.h"
 
-#include "fileio/CarriedRecords.h"
-#include "fileio/CompoundReader.h"
+#include "fileio/biff/CarriedRecords.h"
+#include "fileio/compound/CompoundReader.h"
 #include "functions/Random.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "fileio/BiffReader.h"
 #include "fileio/SaveFile.h"
+#include "fileio/biff/BiffReader.h"
 #include "support/BookDump.h"
 #include "support/Sandbox.h"
 
