@@ -33,6 +33,7 @@ enum MessageNumber : u32 {
     WM_LBUTTONDBLCLK = 0x0203,
     WM_RBUTTONDOWN = 0x0204,
     WM_MOUSEWHEEL = 0x020A,
+    WM_MOUSEHWHEEL = 0x020E,
 };
 
 // Virtual keys, with their published numbers; letters and digits are their capital characters.
@@ -82,7 +83,7 @@ struct ShellMessage {
     u32 key = 0;         // WM_KEYDOWN: KeyCode; WM_CHAR: the UTF-16 unit
     u32 modifiers = 0;   // KeyModifiers, for keys and the mouse
     i32 x = 0, y = 0;    // mouse; WM_SIZE: the new client size
-    i32 wheel = 0;       // WM_MOUSEWHEEL: above zero is away from the user
+    i32 wheel = 0;       // WM_MOUSEWHEEL: above zero is away from the user; WM_MOUSEHWHEEL: to the right
     i32 command = 0;     // WM_COMMAND; WM_TIMER: the timer; WM_INITMENUPOPUP: the MenuId
     i32 scrollCode = 0;  // WM_HSCROLL, WM_VSCROLL
     i32 scrollPosition = 0;

@@ -11,6 +11,7 @@
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/RuleHints.h"
+#include "shell/grid/ShownCells.h"
 #include "shell/grid/Sizes.h"
 #include "shell/selection/Selection.h"
 
@@ -69,6 +70,19 @@ void ClickTabs(i32 x) {
     }
 }
 
+// A whole row or column, of which the first shown cell becomes active.
+void SelectLine(bool column, i32 line) {
+    const SheetView& view = CurrentSheet()->view;
+    SelectArea(column ? RefArea{0, MAX_ROWS - 1, static_cast<u8>(line), static_cast<u8>(line)}
+                      : RefArea{static_cast<u16>(line), static_cast<u16>(line), 0, MAX_COLUMNS - 1},
+               true, column ? i32{view.firstRow} : line, column ? line : i32{view.firstColumn}, false);
+}
+
+void SelectSheetCells() {
+    const SheetView& view = CurrentSheet()->view;
+    SelectArea({0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}, false, view.activeRow, view.activeColumn, false);
+}
+
 // A line is picked in its header, or its edge taken for a new size.
 void ClickHeader(const ShellMessage& message, bool column) {
     ShellState& shell = Shell();
@@ -100,10 +114,7 @@ void ClickHeader(const ShellMessage& message, bool column) {
         DragTo(column ? i32{view.activeRow} : picked, column ? picked : i32{view.activeColumn});
         return;
     }
-    const i32 row = column ? i32{view.firstRow} : picked, col = column ? picked : i32{view.firstColumn};
-    SelectArea(column ? RefArea{0, MAX_ROWS - 1, static_cast<u8>(picked), static_cast<u8>(picked)}
-                      : RefArea{static_cast<u16>(picked), static_cast<u16>(picked), 0, MAX_COLUMNS - 1},
-               true, row, col, false);
+    SelectLine(column, picked);
 }
 
 void ClickCell(const ShellMessage& message) {
@@ -184,6 +195,23 @@ void TabsPopup(i32 x, i32 y) {
     if (chosen > 0 && CommitBeforeMove()) SelectSheet(chosen - 1);
 }
 
+// What the menu of the right button is about: the selection when the place lies in it, else what is there.
+void SelectForMenu(i32 x, i32 y) {
+    const Layout& layout = Shell().layout;
+    const RefArea& selection = CurrentSheet()->view.selection;
+    const bool inColumns = y < layout.cells.top, inRows = x < layout.cells.left;
+    const i32 row = LineAtPixel(layout.rows, y), column = LineAtPixel(layout.columns, x);
+    if (inColumns && inRows) return SelectSheetCells();
+    if (inColumns || inRows) {
+        const RefArea line = inColumns
+                                 ? RefArea{0, MAX_ROWS - 1, static_cast<u8>(column), static_cast<u8>(column)}
+                                 : RefArea{static_cast<u16>(row), static_cast<u16>(row), 0, MAX_COLUMNS - 1};
+        if (!AreaHoldsArea(selection, line)) SelectLine(inColumns, inColumns ? column : row);
+    } else if (!AreaHolds(selection, row, column)) {
+        SelectCell(row, column, false);
+    }
+}
+
 // What the pointer looks like at a place: what a press there would do.
 PointerShape PointerAt(i32 x, i32 y) {
     const Layout& layout = Shell().layout;
@@ -229,10 +257,7 @@ bool MouseDown(const ShellMessage& message) {
     if (!HasCells(CurrentSheet()) || !RectHolds(layout.grid, message.x, message.y)) return true;
     const bool inColumns = message.y < layout.cells.top, inRows = message.x < layout.cells.left;
     if (inColumns && inRows) {
-        if (!PointLines(0, 0, false, true, true) && CommitBeforeMove()) {
-            const SheetView& view = CurrentSheet()->view;
-            SelectArea({0, MAX_ROWS - 1, 0, MAX_COLUMNS - 1}, false, view.activeRow, view.activeColumn, false);
-        }
+        if (!PointLines(0, 0, false, true, true) && CommitBeforeMove()) SelectSheetCells();
     } else if (inColumns || inRows) {
         ClickHeader(message, inColumns);
     } else {
@@ -299,18 +324,23 @@ bool MouseRight(const ShellMessage& message) {
         AggregatePopup(message.x, message.y);
         return true;
     }
-    if (!HasCells(CurrentSheet()) || !RectHolds(layout.cells, message.x, message.y) || IsEditing()) return true;
-    const i32 row = LineAtPixel(layout.rows, message.y), column = LineAtPixel(layout.columns, message.x);
-    if (!AreaHolds(CurrentSheet()->view.selection, row, column)) SelectCell(row, column, false);
+    if (!HasCells(CurrentSheet()) || !RectHolds(layout.grid, message.x, message.y) || IsEditing()) return true;
+    SelectForMenu(message.x, message.y);
     Array<MenuItem> items;
     if (!GridMenu(items)) return true;
+    // The popup stands over what is selected now.
+    BringShownUpToDate();
+    RefreshAggregate();
     const i32 command = ShellPlatform().trackPopup(items, message.x, message.y);
     if (command > 0) IgnoreFailure(RunCommand(command));
     return true;
 }
 
+// A wheel that is turned sideways, or with Shift, moves columns. To the right is above zero for the former.
 bool MouseWheel(const ShellMessage& message) {
-    if (message.wheel) ScrollBy(true, message.wheel > 0 ? SB_LINEUP : SB_LINEDOWN, 0);
+    const bool sideways = message.message == WM_MOUSEHWHEEL;
+    const bool vertical = !sideways && !(message.modifiers & KEY_SHIFT);
+    if (message.wheel) ScrollBy(vertical, (message.wheel > 0) != sideways ? SB_LINEUP : SB_LINEDOWN, 0);
     return true;
 }
 

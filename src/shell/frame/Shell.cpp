@@ -165,6 +165,7 @@ constexpr FrameMessageRow frameMessages[] = {
     {WM_MOUSEMOVE, MouseMove},
     {WM_RBUTTONDOWN, MouseRight},
     {WM_MOUSEWHEEL, MouseWheel},
+    {WM_MOUSEHWHEEL, MouseWheel},
     {WM_PAINT, OnPaint},
     {WM_SETFOCUS, OnFocus},
     {WM_SIZE, OnSize},
