@@ -1,6 +1,7 @@
 # Sourced by ./run and ./test: installs the Debian packages that are missing.
 build_packages="ca-certificates g++ cmake ninja-build libicu-dev qt6-base-dev zlib1g-dev libpng-dev
-  libcli11-dev nlohmann-json3-dev fonts-liberation fonts-wqy-microhei qt6-translations-l10n"
+  libcli11-dev nlohmann-json3-dev fonts-liberation fonts-wqy-microhei qt6-translations-l10n
+  fonts-crosextra-carlito fonts-crosextra-caladea"
 test_packages="libgtest-dev libbenchmark-dev clang-format xvfb xauth xdotool matchbox-window-manager poppler-utils"
 
 # ensure_packages NAME...: asks for the rights only when something is missing.

@@ -11,6 +11,7 @@
 #include "base/Array.h"
 #include "base/Number.h"
 #include "platform/qt/QtDesktop.h"
+#include "platform/qt/QtFaces.h"
 #include "platform/qt/QtText.h"
 
 namespace tally {
@@ -41,7 +42,8 @@ i32 ScreenDpi(bool vertical) {
 }
 
 LoadedFont LoadFont(const FontRequest& request) {
-    QFont font(ToQString(request.faceName.empty() ? FRAME_FACE : request.faceName));
+    QFont font;
+    font.setFamilies(FacesFor(request.faceName.empty() ? FRAME_FACE : request.faceName));
     font.setPixelSize(std::clamp(request.pixelHeight, 1, MAX_FONT_HEIGHT));
     font.setWeight(static_cast<QFont::Weight>(std::clamp<int>(request.weight, 1, 1000)));
     font.setItalic(request.italic);

@@ -43,6 +43,15 @@ FontHandle FontOfLook(const Workbook& book, const CellFormat& format, const Cond
     return Fonts().findFont(request);
 }
 
+i32 DigitWidth(const Workbook& book, const ScreenMetrics& screen) {
+    CellFormat plain;
+    plain.font = 0;
+    i32 width = 0, height = 0;
+    if (book.fonts.IsEmpty()) return screen.digitWidth;
+    Drawing().textExtent(FontOfLook(book, plain, nullptr, screen.logPixelsY), u"0", width, height);
+    return width > 0 ? width : screen.digitWidth;
+}
+
 u16 ColourOfLook(const Workbook& book, const CellFormat& format, const ConditionalCondition* condition) {
     if (condition && condition->hasFontColour) return condition->fontColour;
     return ResolveFont(book, format.font).colour;

@@ -5,6 +5,7 @@
 #include "base/Number.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "shell/grid/CellLook.h"
 #include "shell/grid/ShownCells.h"
 
 namespace tally {
@@ -17,7 +18,8 @@ constexpr i32 TAB_PADDING = 8;
 
 void ZoomMetrics(const Sheet& sheet, const ScreenMetrics& screen, Layout& layout) {
     const i32 zoom = sheet.zoomPercent;
-    layout.metrics = MetricsAt(sheet, screen.digitWidth, screen.logPixelsX, screen.logPixelsY, zoom);
+    layout.metrics =
+        MetricsAt(sheet, DigitWidth(*BookAt(sheet.book), screen), screen.logPixelsX, screen.logPixelsY, zoom);
     layout.headerHeight = MulDiv(screen.fontHeight, zoom, 100) + 1;
 }
 

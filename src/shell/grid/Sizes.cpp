@@ -27,6 +27,7 @@ struct Fitter {
 
 bool StartFitter(Fitter& fitter) {
     Platform().getScreenMetrics(fitter.screen);
+    fitter.screen.digitWidth = DigitWidth(fitter.book, fitter.screen);
     return fitter.lineHeights.Resize(fitter.book.cellFormats.Count());
 }
 
