@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWheelEvent>
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -235,6 +236,47 @@ TEST_F(FrameTest, SmallPiecesOfTheWheelAreGatheredToNotches) {
     EXPECT_GT(Of(WM_MOUSEWHEEL)[3].wheel, 0);
     turn(240);
     EXPECT_EQ(Of(WM_MOUSEWHEEL).size(), 6u);
+}
+
+TEST_F(FrameTest, AWheelTurnedSidewaysCountsToTheRight) {
+    const auto turn = [](QPoint angle) {
+        QWheelEvent event(QPointF(10, 10), QPointF(10, 10), QPoint(), angle, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&FrameInUse()->client, &event);
+    };
+    turn({-60, 0});
+    EXPECT_TRUE(Of(WM_MOUSEHWHEEL).empty());
+    turn({-60, 0});
+    ASSERT_EQ(Of(WM_MOUSEHWHEEL).size(), 1u);
+    EXPECT_GT(Of(WM_MOUSEHWHEEL)[0].wheel, 0);
+    turn({240, 0});
+    ASSERT_EQ(Of(WM_MOUSEHWHEEL).size(), 3u);
+    EXPECT_LT(Of(WM_MOUSEHWHEEL)[2].wheel, 0);
+    EXPECT_TRUE(Of(WM_MOUSEWHEEL).empty());
+}
+
+TEST_F(FrameTest, ASignalToEndClosesTheFrameAsTheUserDoes) {
+    heard.quitOnClose = false;
+    raise(SIGTERM);
+    Settle();
+    EXPECT_EQ(Of(WM_CLOSE).size(), 1u);
+    EXPECT_TRUE(FrameInUse()->window.isVisible());
+}
+
+TEST_F(FrameTest, ASignalToEndCancelsTheBoxInFrontOfTheFrameFirst) {
+    heard.quitOnClose = false;
+    QTimer::singleShot(0, [] { raise(SIGTERM); });
+    EXPECT_EQ(QtMessageBox(u"text", u"title", MB_YESNOCANCEL), IDCANCEL);
+    EXPECT_TRUE(Of(WM_CLOSE).empty());
+    Settle();
+    EXPECT_EQ(Of(WM_CLOSE).size(), 1u);
+}
+
+TEST_F(FrameTest, TheFrameHasALeastSize) {
+    FrameInUse()->window.resize(10, 10);
+    Settle();
+    EXPECT_GE(FrameInUse()->window.width(), 320);
+    EXPECT_GE(FrameInUse()->window.height(), 200);
 }
 
 TEST_F(FrameTest, TheEntryLineKeepsItsTextAsItIs) {

@@ -57,7 +57,10 @@ void QtReplaceEntrySelection(WideView text) {
 }
 
 void QtFocusEntryLine() {
-    if (Frame* frame = FrameInUse()) frame->entry.setFocus();
+    Frame* frame = FrameInUse();
+    if (!frame) return;
+    frame->lineWanted = true;
+    if (!frame->composing) frame->entry.setFocus();
 }
 
 void QtEntryAction(EntryEditAction action) {

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QInputMethod>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -38,21 +39,27 @@ bool PressMouse(const QMouseEvent* event, bool isDouble) {
 }
 
 // A finger on a pad comes in many small pieces, which are gathered to notches.
-bool SendWheel(const QWheelEvent* event) {
+void SendNotches(u32 number, int angle, int& gathered, const QWheelEvent* event) {
     constexpr int NOTCH = 120;
-    int& gathered = FrameInUse()->wheel;
-    const int angle = event->angleDelta().y();
+    if (angle == 0) return;
     if ((angle < 0) != (gathered < 0)) gathered = 0;
     gathered += angle;
     const int notches = gathered / NOTCH;
     gathered -= notches * NOTCH;
     ShellMessage message;
-    message.message = WM_MOUSEWHEEL;
+    message.message = number;
     message.wheel = notches < 0 ? -NOTCH : NOTCH;
     message.x = event->position().toPoint().x();
     message.y = event->position().toPoint().y();
     message.modifiers = ModifiersOf(event->modifiers());
     for (int i = 0; i < std::abs(notches) && FrameInUse(); ++i) Send(message);
+}
+
+bool SendWheel(const QWheelEvent* event) {
+    SendNotches(WM_MOUSEWHEEL, event->angleDelta().y(), FrameInUse()->wheel, event);
+    // The toolkit counts to the left.
+    if (Frame* frame = FrameInUse())
+        SendNotches(WM_MOUSEHWHEEL, -event->angleDelta().x(), frame->sidewaysWheel, event);
     return true;
 }
 
@@ -114,12 +121,55 @@ bool PressClientKey(const QKeyEvent* event) {
     return SendCharacters(TypedText(event->key(), event->modifiers(), event->text()), message.modifiers);
 }
 
-bool ComposeInClient(const QInputMethodEvent* event) {
+// An input method composes in the window that had the focus when it began. It is the entry line's text all the
+// same: the line shows what is unfinished and takes what is committed. The focus follows when the composition
+// is over, as it would end with the focus.
+bool ComposeInClient(QInputMethodEvent* event) {
     Frame* frame = FrameInUse();
     const bool unfinished = !event->preeditString().isEmpty();
-    if (unfinished && !frame->composing) SendPlain(WM_IME_STARTCOMPOSITION);
-    frame->composing = unfinished;
-    return SendCharacters(event->commitString(), 0);
+    if (!frame->composing) {
+        if (!unfinished) return SendCharacters(event->commitString(), 0);
+        frame->composing = true;
+        frame->lineWanted = false;
+        SendPlain(WM_IME_STARTCOMPOSITION);
+        if (!FrameInUse()) return true;
+        if (!frame->lineWanted) {
+            // There is nothing here to type into.
+            frame->composing = false;
+            QGuiApplication::inputMethod()->reset();
+            return true;
+        }
+    }
+    QCoreApplication::sendEvent(&frame->entry, event);
+    if (!FrameInUse() || unfinished) return true;
+    frame->composing = false;
+    if (frame->lineWanted) frame->entry.setFocus();
+    return true;
+}
+
+// What the input method wants to know of the text around its place: that is the entry line's while it composes.
+bool AnswerInputMethod(QInputMethodQueryEvent* event) {
+    Frame* frame = FrameInUse();
+    const QWidget& entry = frame->entry;
+    const u32 asked = static_cast<u32>(event->queries().toInt());
+    for (int bit = 0; bit < 32; ++bit) {
+        const auto query = static_cast<Qt::InputMethodQuery>(asked & 1u << bit);
+        if (!query) continue;
+        if (query == Qt::ImEnabled) {
+            event->setValue(query, true);
+        } else if (query == Qt::ImCursorRectangle || query == Qt::ImAnchorRectangle) {
+            event->setValue(query, entry.inputMethodQuery(query).toRect().translated(entry.pos()));
+        } else if (frame->composing) {
+            event->setValue(query, entry.inputMethodQuery(query));
+        }
+    }
+    event->accept();
+    return true;
+}
+
+// A press of the mouse may store what the line holds, so that what is unfinished goes into it first.
+void FinishComposition() {
+    if (FrameInUse()->composing) QGuiApplication::inputMethod()->commit();
 }
 
 // The pointer is no longer over what the shell paints.
@@ -180,7 +230,10 @@ bool HandleClientEvent(QEvent* event) {
         case QEvent::FocusIn: SendPlain(WM_SETFOCUS); return false;
         case QEvent::KeyPress: return PressClientKey(static_cast<QKeyEvent*>(event));
         case QEvent::InputMethod: return ComposeInClient(static_cast<QInputMethodEvent*>(event));
-        case QEvent::MouseButtonPress: return PressMouse(static_cast<QMouseEvent*>(event), false);
+        case QEvent::InputMethodQuery: return AnswerInputMethod(static_cast<QInputMethodQueryEvent*>(event));
+        case QEvent::MouseButtonPress:
+            FinishComposition();
+            return FrameInUse() && PressMouse(static_cast<QMouseEvent*>(event), false);
         case QEvent::MouseButtonDblClick: return PressMouse(static_cast<QMouseEvent*>(event), true);
         case QEvent::MouseButtonRelease:
             return static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton &&

@@ -1,11 +1,14 @@
 #include "platform/qt/QtFrame.h"
 
+#include <unistd.h>
+
 #include <QApplication>
 #include <QLibraryInfo>
 #include <QTranslator>
 #include <algorithm>
 #include <clocale>
 #include <optional>
+#include <string_view>
 
 #include "base/MessageTable.h"
 #include "platform/posix/CodePages.h"
@@ -60,9 +63,14 @@ void QtSetFullScreen(bool on) {
     frame->window.setWindowState(on ? states | Qt::WindowFullScreen : states & ~Qt::WindowFullScreen);
 }
 
-void QtQuit() { QCoreApplication::quit(); }
+void QtQuit() {
+    if (frame) frame->quitting = true;
+    QCoreApplication::quit();
+}
 void QtFocusFrame() {
-    if (frame) frame->client.setFocus();
+    if (!frame) return;
+    frame->lineWanted = false;
+    frame->client.setFocus();
 }
 
 void QtSetToolTip(WideView text) {
@@ -143,6 +151,16 @@ void TranslateToolkit() {
 }
 
 constexpr int FIRST_WIDTH = 1024, FIRST_HEIGHT = 720;
+// A menu, a line and a few cells.
+constexpr int LEAST_WIDTH = 320, LEAST_HEIGHT = 200;
+
+// Of what the toolkit says while it starts only its failure counts, in one line; it would end with a core file.
+void HearStart(QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type != QtFatalMsg) return;
+    constexpr std::string_view line = "tallyman: the display cannot be opened.\n";
+    IgnoreFailure(write(STDERR_FILENO, line.data(), line.size()) > 0);
+    _exit(1);
+}
 
 }  // namespace
 
@@ -171,6 +189,7 @@ Frame::Frame(const FrameCalls& frameCalls)
         bar->setContextMenuPolicy(Qt::NoContextMenu);
         bar->hide();
     }
+    window.setMinimumSize(LEAST_WIDTH, LEAST_HEIGHT);
     window.resize(FIRST_WIDTH, FIRST_HEIGHT);
 }
 
@@ -196,7 +215,9 @@ void OpenDesktop(int& count, char** arguments) {
     // The shell counts in pixels of the screen and follows its dots per inch itself.
     qunsetenv("QT_SCALE_FACTOR");
     qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
+    const QtMessageHandler before = qInstallMessageHandler(HearStart);
     application.emplace(count, arguments);
+    qInstallMessageHandler(before);
     // The toolkit takes over the user's locale; numbers in the core are always read and written in one form.
     setlocale(LC_NUMERIC, "C");
     TranslateToolkit();
@@ -210,6 +231,7 @@ void OpenFrame(const FrameCalls& calls) {
     frame.emplace(calls);
     ConnectWaiting();
     ConnectClipboardChanges();
+    ConnectSession();
     frame->window.installEventFilter(&frame->windowTap);
     frame->client.installEventFilter(&frame->clientTap);
     frame->entry.installEventFilter(&frame->entryTap);

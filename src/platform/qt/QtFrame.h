@@ -41,8 +41,10 @@ struct Frame {
     QPlainTextEdit entry{&client};
     QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
     QTimer timers[TIMER_COUNT];
-    int wheel = 0;           // of the wheel, what is not yet a notch
-    bool composing = false;  // an input method has an unfinished text
+    int wheel = 0, sidewaysWheel = 0;  // of the wheel, what is not yet a notch
+    bool composing = false;            // an input method has an unfinished text, which began in the client
+    bool quitting = false;             // the message loop has been told to end
+    bool lineWanted = false;           // meanwhile the shell wanted the focus in the entry line
 };
 
 bool Send(const ShellMessage& message);
@@ -68,6 +70,10 @@ QString TypedText(int key, Qt::KeyboardModifiers modifiers, const QString& text)
 // Fills the menu bar anew; its popups fill themselves when they open.
 void FillMenuBar();
 i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y);
+
+// ---- the end of the session -------------------------------------------------------------------------
+// A signal to end and the end of the session close the frame as the user does.
+void ConnectSession();
 
 // ---- waiting ----------------------------------------------------------------------------------------
 // Escape ends what lasts long.
