@@ -439,6 +439,8 @@ enum MessageId : u16 {
     MSG_TALLY_CELL_DIFFERS,
     // 2300 on: the desktop program before it has a window.
     MSG_NO_DISPLAY = 2300,
+    MSG_DISPLAY_NOT_OPENED = 2301,
+    MSG_DESKTOP_HELP = 2302,
 };
 
 // The text of a row in the language in force; empty for a number that is not used.

@@ -504,6 +504,12 @@ constexpr MessageRow rows[] = {
     {MSG_TALLY_CELL_SHOWS, u"单元格显示：%s"},
     {MSG_TALLY_CELL_DIFFERS, u"单元格显示的是其他内容"},
     {MSG_NO_DISPLAY, u"这里没有显示器；命令行程序 tally 不需要显示器。"},
+    {MSG_DISPLAY_NOT_OPENED, u"无法打开显示器。"},
+    {MSG_DESKTOP_HELP,
+     u"tallyman [文件...]    打开文件，没有文件时新建工作簿\n"
+     u"    --help            本说明\n"
+     u"    --version         版本\n"
+     u"命令行程序 tally 不需要显示器，处理同样的文件: tally --help。"},
 };
 static_assert(AreMessageRowsSound(rows));
 

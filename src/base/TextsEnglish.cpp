@@ -504,6 +504,12 @@ constexpr MessageRow rows[] = {
     {MSG_TALLY_CELL_SHOWS, u"the cell shows: %s"},
     {MSG_TALLY_CELL_DIFFERS, u"the cell shows something else"},
     {MSG_NO_DISPLAY, u"there is no display here; the command-line program tally works without one."},
+    {MSG_DISPLAY_NOT_OPENED, u"the display cannot be opened."},
+    {MSG_DESKTOP_HELP,
+     u"tallyman [FILE...]    opens the files, or a new book\n"
+     u"    --help            this text\n"
+     u"    --version         the version\n"
+     u"The command-line program tally works on the same files without a display: tally --help."},
 };
 static_assert(AreMessageRowsSound(rows));
 

@@ -8,7 +8,7 @@ TEST_F(Tally, ReplayTypesSelectsAndLooks) {
         "\xEF\xBB\xBF# a road\r\n"
         "enter 1\r\n"
         "\r\n"
-        "  enter   =A1*2\n"
+        "  enter =A1*2\n"
         "expect A2 2\n"
         "select A1\n"
         "type 21\n"
@@ -27,6 +27,25 @@ TEST_F(Tally, ReplayTypesSelectsAndLooks) {
     ASSERT_EQ(outcome.Lines().size(), 1u);
     EXPECT_EQ(outcome.Lines()[0]["cell"], "C3");
     EXPECT_EQ(Get("out.csv"), ",,\r\n,,\r\n,,中文 text\r\n");
+}
+
+TEST_F(Tally, ReplayTypesBlanksAtTheEndsAndKeysThatAreCharacters) {
+    Put("s.txt",
+        "enter   two before\n"
+        "enter two behind  \r\n"
+        "key a\n"
+        "key Shift+B\n"
+        "key Space\n"
+        "key 7\n"
+        "key Backspace\n"
+        "key 9\n"
+        "key Enter\n"
+        "key Shift+Space\n"
+        "key Delete\n"
+        "key Ctrl+Home\n");
+    const Outcome outcome = Run("replay s.txt --out out.csv");
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(Get("out.csv"), "  two before\r\ntwo behind  \r\naB 9\r\n");
 }
 
 TEST_F(Tally, ReplayBeginsWithABookAndGoesToItsSheets) {

@@ -148,6 +148,36 @@ TEST_F(Journey, AFileIsOpenedFromTheMenuAndClosingAsksWhetherToSave) {
     EXPECT_EQ(SavedText(Scratch() + "list.csv"), "apple,3\r\npear,4\r\nplum,\r\n");
 }
 
+TEST_F(Journey, SeveralFilesOpenAndTheLastIsShown) {
+    WriteBytes(Scratch() + "one.csv", "1\r\n");
+    WriteBytes(Scratch() + "two.csv", "2\r\n");
+    StartProgram({Scratch() + "one.csv", Scratch() + "two.csv"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - two.csv"));
+    Press({"ctrl+Tab"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - one.csv"));
+    Exit();
+}
+
+TEST(WithoutADisplay, TheProgramTellsOfItself) {
+    const std::string without =
+        "env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM TALLYMAN_LANGUAGE=en " TALLYMAN_PROGRAM;
+    const Output help = RunTool({"sh", "-c", without + " --help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_NE(help.text.find("tallyman [FILE...]"), std::string::npos);
+    const Output version = RunTool({"sh", "-c", without + " --version"});
+    EXPECT_EQ(version.code, 0);
+    EXPECT_EQ(version.text.rfind("tallyman ", 0), 0u);
+}
+
+TEST(WithoutADisplay, OneThatCannotBeOpenedIsALineAndAStatus) {
+    const Output output = RunTool(
+        {"sh", "-c",
+         "env -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM TALLYMAN_LANGUAGE=en DISPLAY=:7654 " TALLYMAN_PROGRAM
+         " 2>&1"});
+    EXPECT_EQ(output.code, 1);
+    EXPECT_EQ(output.text, "tallyman: the display cannot be opened.\n");
+}
+
 TEST(WithoutADisplay, TheProgramSaysSoInOneLineAndEnds) {
     const struct {
         const char *language, *reason;

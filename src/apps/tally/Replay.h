@@ -12,6 +12,7 @@ struct ReplayStep {
     std::string_view word;
     // 0 when all went well; otherwise the message that says what is wrong, and `status` is the exit status.
     u16 (*run)(std::string_view rest, int& status);
+    bool verbatim = false;  // blanks at the ends of the rest belong to it
 };
 
 // Null for a word that is no step.

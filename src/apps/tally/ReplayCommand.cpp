@@ -53,7 +53,8 @@ int TellUnreadScript(WideView path, const std::string& name) {
 }
 
 int RunLine(std::string_view line, const std::string& place) {
-    line = Trimmed(line);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
     if (line.empty() || line.front() == '#') return EXIT_GOOD;
     const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
     const ReplayStep* step = FindReplayStep(line.substr(0, end));
@@ -63,7 +64,10 @@ int RunLine(std::string_view line, const std::string& place) {
         return ComplainAt(EXIT_USAGE, place, MSG_TALLY_UNKNOWN_STEP, word);
     }
     int status = EXIT_GOOD;
-    if (const u16 fault = step->run(Trimmed(line.substr(end)), status)) return ComplainAt(status, place, fault);
+    // One blank stands between the word and what belongs to it.
+    const std::string_view rest =
+        step->verbatim ? line.substr(std::min(end + 1, line.size())) : Trimmed(line.substr(end));
+    if (const u16 fault = step->run(rest, status)) return ComplainAt(status, place, fault);
     return HasMisunderstoodForm(place) ? EXIT_DATA : EXIT_GOOD;
 }
 

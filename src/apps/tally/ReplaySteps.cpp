@@ -259,10 +259,10 @@ u16 StepShow(std::string_view rest, int& status) {
 }
 
 constexpr ReplayStep steps[] = {
-    {"box", StepBox},     {"click", StepClick},   {"command", StepCommand}, {"drag", StepDrag},
-    {"enter", StepEnter}, {"expect", StepExpect}, {"field", StepField},     {"file", StepFile},
-    {"form", StepForm},   {"key", StepKey},       {"select", StepSelect},   {"sheet", StepSheet},
-    {"show", StepShow},   {"type", StepType},
+    {"box", StepBox},           {"click", StepClick},     {"command", StepCommand}, {"drag", StepDrag},
+    {"enter", StepEnter, true}, {"expect", StepExpect},   {"field", StepField},     {"file", StepFile},
+    {"form", StepForm},         {"key", StepKey},         {"select", StepSelect},   {"sheet", StepSheet},
+    {"show", StepShow},         {"type", StepType, true},
 };
 
 }  // namespace

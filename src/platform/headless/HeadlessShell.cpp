@@ -242,11 +242,22 @@ void ResetHeadlessShell() {
     ResetHeadlessDrawing();
 }
 
+// What a key types; 0 for nothing.
+static char16_t CharacterOf(u32 key, u32 modifiers) {
+    if (key == VK_RETURN || key == VK_TAB || key == VK_ESCAPE || key == VK_BACK)
+        return static_cast<char16_t>(key);
+    if (modifiers & (KEY_CTRL | KEY_ALT)) return 0;
+    if (key == VK_SPACE || (key >= '0' && key <= '9' && !(modifiers & KEY_SHIFT)))
+        return static_cast<char16_t>(key);
+    if (key < 'A' || key > 'Z') return 0;
+    return static_cast<char16_t>(modifiers & KEY_SHIFT ? key : key - 'A' + 'a');
+}
+
 void PressKey(u32 key, u32 modifiers) {
     if (FrameCallsInUse().translateAccelerator(key, modifiers)) return;
     if (frame.entryFocused) {
         if (FrameCallsInUse().entryLineKeyDown(key, modifiers)) return;
-        if (key != VK_RETURN && key != VK_TAB && key != VK_ESCAPE) {
+        if (key == VK_BACK || !CharacterOf(key, modifiers)) {
             EditKey(key);
             return;
         }
@@ -257,8 +268,7 @@ void PressKey(u32 key, u32 modifiers) {
         message.modifiers = modifiers;
         if (FrameCallsInUse().sendMessage(message)) return;
     }
-    if (key == VK_RETURN || key == VK_TAB || key == VK_ESCAPE || key == VK_BACK)
-        SendChar(static_cast<char16_t>(key), modifiers);
+    if (const char16_t c = CharacterOf(key, modifiers)) SendChar(c, modifiers);
 }
 
 void TypeText(WideView text) {

@@ -8,9 +8,10 @@
 #include <algorithm>
 #include <clocale>
 #include <optional>
-#include <string_view>
+#include <string>
 
 #include "base/MessageTable.h"
+#include "base/Text.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/qt/QtFonts.h"
@@ -157,8 +158,11 @@ constexpr int LEAST_WIDTH = 320, LEAST_HEIGHT = 200;
 // Of what the toolkit says while it starts only its failure counts, in one line; it would end with a core file.
 void HearStart(QtMsgType type, const QMessageLogContext&, const QString&) {
     if (type != QtFatalMsg) return;
-    constexpr std::string_view line = "tallyman: the display cannot be opened.\n";
-    IgnoreFailure(write(STDERR_FILENO, line.data(), line.size()) > 0);
+    const WideView reason = Message(MSG_DISPLAY_NOT_OPENED);
+    std::string text(Utf8Length(reason), '\0');
+    Utf8FromWide(reason, text.data());
+    text = "tallyman: " + text + "\n";
+    IgnoreFailure(write(STDERR_FILENO, text.data(), text.size()) > 0);
     _exit(1);
 }
 

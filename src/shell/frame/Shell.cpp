@@ -299,6 +299,12 @@ void StartShell(WideView commandLine) {
     ShellPlatform().focusFrame();
 }
 
+void OpenAnotherFile(WideView path) {
+    const MessageScope scope;
+    if (!path.empty() && Platform().fileExists(path)) IgnoreFailure(OpenBookFile(path, true));
+    SettleCall(true, true);
+}
+
 void StopShell() {
     SaveSettings();
     SetOutOfMemoryNotice(nullptr);

@@ -9,6 +9,8 @@ namespace tally {
 // the command line (one path, quotes allowed) or the first book. Reads the regional settings itself. From here
 // on the messages of the frame are the shell's.
 void StartShell(WideView commandLine);
+// One more file of the command line; what cannot be read is passed over as there.
+void OpenAnotherFile(WideView path);
 // Everything behind the loop: settings are written, books are freed.
 void StopShell();
 // The rows that StartShell puts in force.
