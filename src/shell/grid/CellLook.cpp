@@ -48,7 +48,7 @@ i32 DigitWidth(const Workbook& book, const ScreenMetrics& screen) {
     plain.font = 0;
     i32 width = 0, height = 0;
     if (book.fonts.IsEmpty()) return screen.digitWidth;
-    Drawing().textExtent(FontOfLook(book, plain, nullptr, screen.logPixelsY), u"0", width, height);
+    Fonts().textExtent(FontOfLook(book, plain, nullptr, screen.logPixelsY), u"0", width, height);
     return width > 0 ? width : screen.digitWidth;
 }
 
