@@ -6,6 +6,8 @@
 namespace tally {
 
 // A store that cannot be read leaves the defaults; one that cannot be written is left alone.
+// The path of the file beside the program, in which settings lie when there is one. False when there is none.
+bool SettingsUseIni(WideText& path);
 void LoadSettings();
 void SaveSettings();
 

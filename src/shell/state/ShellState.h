@@ -47,6 +47,12 @@ struct Layout {
     u32 fixedRows = 0, fixedColumns = 0;  // how many of them are in the fixed pane
 };
 
+// What is kept of a band beside whether it is hidden: its place among the four, its style bits, and its width
+// in pixels, 0 for that of the frame.
+struct BandLayout {
+    i32 index = 0, style = 0, width = 0;
+};
+
 // The buttons, by their place in the table.
 struct Toolbar {
     u32 enabled = 0;  // bit by bit, as they were last shown
@@ -130,6 +136,7 @@ struct ShellState {
     WideText goToTarget;      // what the next Go To begins with
     Array<WideText> recent;
     bool bandHidden[4] = {false, false, true, true};  // standard, formula, format, entry
+    BandLayout bands[4];
     bool statusBarShown = true;
     i32 aggregate = 6;
     u32 options5 = 0;
