@@ -74,6 +74,7 @@ bool ApplyOptions(const Options& options, int& status) {
         headless.fixedClock = true;
     }
     if (options.trust) headless.trust = TRUST_OPEN;
+    headless.reachesSystem = options.trust;
     if (options.updateLinks) headless.links = TRUST_OPEN;
     return true;
 }

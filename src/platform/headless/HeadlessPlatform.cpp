@@ -5,9 +5,11 @@
 #include <cstring>
 
 #include "base/Text.h"
+#include "platform/headless/HeadlessForeign.h"
 #include "platform/headless/MemoryFiles.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
+#include "platform/posix/PosixForeign.h"
 #include "platform/posix/Regions.h"
 #include "platform/posix/SystemFacts.h"
 
@@ -149,6 +151,7 @@ HeadlessState& Headless() { return state; }
 
 void ResetHeadlessPlatform() {
     ResetPosixFiles();
+    ResetPosixForeign();
     ResetMemoryFiles();
     ResetCodePages();
     state = HeadlessState();
@@ -158,6 +161,7 @@ void ResetHeadlessPlatform() {
 void UseHeadlessPlatform() {
     ResetHeadlessPlatform();
     SetPlatform(&headlessTable);
+    SetForeignPlatform(&HeadlessForeign());
 }
 
 bool SetHeadlessRegion(std::string_view tag) {

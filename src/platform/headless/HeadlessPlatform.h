@@ -2,6 +2,7 @@
 // The platform without a screen: for the command-line program and for tests. What it would show it
 // records, what it would ask it answers from a script, and its clock and region can be fixed.
 
+#include "base/ForeignPlatform.h"
 #include "base/Platform.h"
 
 namespace tally {
@@ -19,6 +20,12 @@ struct MemoryFile {
     WideText path;
     Array<u8> bytes;
     u64 version = 0;  // another one after each writing
+};
+
+// A program that was asked for.
+struct RecordedProgram {
+    WideText line;
+    ShowState show = SW_SHOWNORMAL;
 };
 
 struct HeadlessState {
@@ -45,6 +52,14 @@ struct HeadlessState {
     // Files that were asked for, by the user and by a book; the refused ones count.
     u32 ownReads = 0;
     u32 foreignReads = 0;
+    // Programs and libraries are those of the system. Otherwise they are recorded and answered from here.
+    bool reachesSystem = false;
+    Array<RecordedProgram> programs;
+    u32 programNumber = 0;      // of the next program; 0: it does not start
+    Array<WideText> libraries;  // that were asked for; the handle tells the place, from 1
+    bool loadsLibraries = false;
+    LibraryProcedure procedure = nullptr;  // what every name in a library stands for
+    u32 librariesFreed = 0;
 };
 HeadlessState& Headless();
 

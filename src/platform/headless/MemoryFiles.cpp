@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/Text.h"
 #include "platform/headless/HeadlessPlatform.h"
+#include "platform/posix/PosixForeign.h"
 
 namespace tally {
 namespace {
@@ -59,6 +61,33 @@ ReadOutcome MemoryReadPlainFile(const FileRequest& request, Array<u8>& out, File
     if (request.mayBe && !request.mayBe(all.first(std::min(all.size(), READ_START)))) return READ_UNWANTED;
     if (stamp) IgnoreFailure(MemoryFileStamp(request.path, *stamp));
     return MemoryReadFile(request.path, out) ? READ_GOOD : READ_NO_ROOM;
+}
+
+bool MemoryDeleteFile(WideView path) {
+    Array<MemoryFile>& files = Headless().files;
+    for (u32 i = 0; i < files.Count(); ++i) {
+        if (files[i].path.View() != path) continue;
+        files.RemoveAt(i);
+        return true;
+    }
+    return false;
+}
+
+// A folder is there when a file lies in it or below.
+bool MemoryListFolder(WideView pattern, u32 limit, Array<WideText>& names) {
+    const WideView folder = pattern.substr(0, pattern.size() - FileNameOf(pattern).size());
+    const u32 first = names.Count();
+    bool isThere = false;
+    for (const MemoryFile& file : Headless().files) {
+        if (!file.path.View().starts_with(folder)) continue;
+        isThere = true;
+        const WideView name = file.path.View().substr(folder.size());
+        if (name.find(u'/') != WideView::npos || !MatchesFilePattern(name, FileNameOf(pattern))) continue;
+        WideText own;
+        if (!own.Assign(name) || !names.Append(std::move(own))) return false;
+    }
+    SortListedNames(names, first, limit);
+    return isThere;
 }
 
 bool MemoryFileStamp(WideView path, FileStamp& out) {

@@ -14,6 +14,7 @@
 #include "base/Text.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
+#include "platform/posix/PosixForeign.h"
 #include "platform/qt/QtFonts.h"
 #include "platform/qt/QtText.h"
 
@@ -229,6 +230,7 @@ void OpenDesktop(int& count, char** arguments) {
     QApplication::setFont(FontOf(0).font);
     QApplication::setQuitOnLastWindowClosed(false);
     SetPlatform(&QtPlatform());
+    SetForeignPlatform(&PosixForeign());
 }
 
 void OpenFrame(const FrameCalls& calls) {
@@ -263,9 +265,11 @@ void CloseDesktop() {
     CloseSettings();
     ResetFonts();
     ResetPosixFiles();
+    ResetPosixForeign();
     ResetCodePages();
     translator.reset();
     application.reset();
+    SetForeignPlatform(nullptr);
     SetPlatform(nullptr);
 }
 
