@@ -12,7 +12,7 @@ class AppliedFormats : public Sandbox {
   protected:
     static u16 Changed(u16 index, const FormatRequest& request) {
         u16 changed = 0;
-        EXPECT_TRUE(ApplyToFormat(*CurrentWorkbook(), index, request, changed));
+        EXPECT_TRUE(ApplyToFormat(*CurrentWorkbook(), index, request, 0, 0, {}, changed));
         return changed;
     }
     static CellFormat After(u16 index, const FormatRequest& request) {

@@ -106,7 +106,7 @@ TEST_F(FormatCommandsTest, ARequestChangesOnlyItsFields) {
     request.fontSize = {true, 400};
     request.wrap = {true, 1};
     request.locked = {true, 0};
-    ASSERT_TRUE(ApplyToFormat(*CurrentWorkbook(), index, request, changed));
+    ASSERT_TRUE(ApplyToFormat(*CurrentWorkbook(), index, request, 0, 0, {}, changed));
     const CellFormat& now = ResolveCellFormat(*CurrentWorkbook(), changed);
     EXPECT_EQ(ResolveFont(*CurrentWorkbook(), now.font).height, 400);
     EXPECT_EQ(now.flags, FORMAT_WRAP);

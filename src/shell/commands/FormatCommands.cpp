@@ -6,7 +6,6 @@
 #include "model/Formats.h"
 #include "shell/commands/Commands.h"
 #include "shell/grid/Layout.h"
-#include "shell/grid/Sizes.h"
 #include "shell/selection/ActiveCell.h"
 
 namespace tally {
@@ -37,7 +36,6 @@ void FormatCommand(i32 command) {
         ResolveCellFormat(book, GetCellFormat(*sheet, view.activeRow, view.activeColumn));
     const FormatRequest request = RequestOf(command, active, ResolveFont(book, active.font));
     if (!FormatArea(sheet->book, sheet->index, area, request)) return;
-    if ((request.bold.present || request.italic.present) && FitRows(*sheet, area, true)) RefreshView();
     ShowChangedCells();
 }
 
