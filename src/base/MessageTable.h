@@ -345,6 +345,14 @@ enum MessageId : u16 {
     MSG_PROTECT_TITLE,
     MSG_UNPROTECT_TITLE,
     MSG_PASSWORD_LABEL,
+    // Defined names.
+    MSG_NAMES_TITLE = 1900,
+    MSG_NAMES_NAME,
+    MSG_NAMES_REFERS_TO,
+    MSG_NAMES_ADD,
+    MSG_NAMES_DELETE,
+    MSG_DEFINED_NAME_INVALID,
+    MSG_DEFINED_NAME_TAKEN,
     // 2000 to 2299: the command-line program. First its help: the program, its options, its words for the
     // parts.
     MSG_TALLY_ABOUT = 2000,

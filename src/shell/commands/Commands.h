@@ -33,6 +33,7 @@ void EntryBarCommand(i32 command);
 void ScreenSidewaysCommand(i32 command);
 void FunctionCommand(i32 command);
 void GoToCommand(i32 command);
+void NameCommand(i32 command);
 void HyperlinkCommand(i32 command);
 void RenameSheetCommand(i32 command);
 void ProtectCommand(i32 command);

@@ -5,6 +5,7 @@
 #include "base/Array.h"
 #include "base/WideText.h"
 #include "editing/FillSeries.h"
+#include "editing/NameOperations.h"
 #include "editing/PasteBlock.h"
 
 namespace tally {
@@ -51,6 +52,18 @@ bool AskHyperlink(LinkChoice& choice);
 
 // A row of the function table; false when none was chosen.
 bool AskFunction(bool onWorksheet, u16& row);
+
+// ---- names -------------------------------------------------------------------------------------------------
+
+// The names of a book, seen from a cell. Adding and deleting are done while the dialog is open.
+struct NamesQuestion {
+    NameRequest seen;                            // name and formula are not used
+    WideText formula;                            // that a new name is offered
+    bool (*define)(const NameRequest& request);  // false: it was refused, and the user was told
+    void (*remove)(i32 book, i32 name);
+};
+// Done when it returns, however it was closed.
+void AskNames(NamesQuestion& question);
 
 // ---- sheets ------------------------------------------------------------------------------------------------
 

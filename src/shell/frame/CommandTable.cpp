@@ -47,7 +47,7 @@ constexpr CommandRange commandRanges[] = {
     {165, 165, nullptr, NEEDS_SHEET | NEEDS_WORKSHEET | NEEDS_UNLOCKED | NOT_EDITING},
     {166, 166, InsertSheetCommand, FREE_BOOK},
     {167, 167, FunctionCommand, NEEDS_SHEET, NEEDS_GRID | NOT_EDITING},
-    {168, 168, nullptr, NEEDS_GRID | NOT_EDITING},
+    {168, 168, NameCommand, NEEDS_GRID | NOT_EDITING},
     {169, 169, nullptr, FREE_GRID},
     {170, 171, ClockCommand, NEEDS_SHEET},
     {172, 184, nullptr, FREE_CELLS},

@@ -1,0 +1,40 @@
+// Names for cells and formulas.
+
+#include "base/MessageTable.h"
+#include "base/Platform.h"
+#include "editing/NameOperations.h"
+#include "formula/FormulaText.h"
+#include "model/BookTable.h"
+#include "shell/commands/Commands.h"
+#include "shell/dialogs/Questions.h"
+#include "shell/grid/Layout.h"
+#include "shell/selection/ActiveCell.h"
+#include "shell/selection/Selection.h"
+
+namespace tally {
+
+void NameCommand(i32) {
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet)) return;
+    const SheetView& view = sheet->view;
+    NamesQuestion question;
+    question.seen = {CurrentBook(), sheet->index, view.activeRow, view.activeColumn, {}, {}};
+    question.define = [](const NameRequest& request) {
+        const u16 fault = NameFault(request);
+        if (fault) ShowMessage(Message(fault));
+        return !fault && DefineName(request);
+    };
+    question.remove = [](i32 book, i32 name) { IgnoreFailure(DeleteName(book, name)); };
+    const RefArea area = view.selection == ActiveArea(*sheet)
+                             ? RefArea{view.activeRow, view.activeRow, view.activeColumn, view.activeColumn}
+                             : view.selection;
+    if (!AreaToText(CurrentBook(), sheet->index, area, AREA_USE_A1 | AREA_WITH_SHEET | AREA_WITH_EQUALS, 0, 0,
+                    question.formula))
+        return;
+    AskNames(question);
+    if (!HasCells(CurrentSheet())) return;
+    ShowChangedCells();
+    UpdateTitle();
+}
+
+}  // namespace tally
