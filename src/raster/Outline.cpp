@@ -28,6 +28,13 @@ Direction Normalised(double x, double y) {
     return length > 0 ? Direction{x / length, y / length} : Direction();
 }
 
+i64 PeriodOf(const Pen& pen) {
+    const PenDashes& dashes = penDashes[pen.style < PEN_NULL ? pen.style : PEN_SOLID];
+    i64 period = 0;
+    for (u8 i = 0; i < dashes.count; ++i) period += dashes.lengths[i] * i64{std::max(1, pen.unit)};
+    return period;
+}
+
 // ---- strokes -----------------------------------------------------------------------------------------
 
 bool AddRing(Outline& outline, std::span<const FinePoint> points) {
@@ -83,8 +90,11 @@ bool GiveDashes(const FinePoint& a, const FinePoint& b, const Pen& pen, const Pi
     const i64 first = from < to ? low - from / FINE : from / FINE - high;
     const i64 last = from < to ? high - from / FINE : from / FINE - low;
     const double whole = static_cast<double>(steps);
-    i64 end = 0;
-    for (i64 step = std::max<i64>(0, first); step < std::min(steps, last); step = end) {
+    const i64 period = PeriodOf(pen);
+    i64 end = 0, step = std::max<i64>(0, first);
+    // A dash is drawn from its own beginning, or its corners would lie elsewhere for another clip.
+    if (period > 0) step = std::max<i64>(0, step - (passed + step) % period);
+    for (; step < std::min(steps, last); step = end) {
         const bool drawn = PenDraws(pen, passed + step, end);
         end = std::min(end - passed, steps);
         if (drawn && !GiveBar(a, b, static_cast<double>(step) / whole, static_cast<double>(end) / whole,
@@ -156,8 +166,7 @@ i32 ToFine(i32 pixels) { return std::clamp(pixels, -FARTHEST_FINE, FARTHEST_FINE
 bool PenDraws(const Pen& pen, i64 step, i64& end) {
     const PenDashes& dashes = penDashes[pen.style < PEN_NULL ? pen.style : PEN_SOLID];
     const i64 unit = std::max(1, pen.unit);
-    i64 period = 0;
-    for (u8 i = 0; i < dashes.count; ++i) period += dashes.lengths[i] * unit;
+    const i64 period = PeriodOf(pen);
     if (period == 0) {
         end = INT64_MAX;
         return true;

@@ -195,7 +195,9 @@ void WalkPiece(const FinePoint& a, const FinePoint& b, CurveWalk& walk) {
     const PixelPoint low = PixelOf(std::min(a.x, b.x), std::min(a.y, b.y));
     const PixelPoint high = PixelOf(std::max(a.x, b.x), std::max(a.y, b.y));
     const i64 steps = std::max<i64>(1, (std::max(std::abs(dx), std::abs(dy)) + FINE / 2 - 1) / (FINE / 2));
-    if (!RectsMeet({low.x, low.y, high.x + 1, high.y + 1}, walk.clip)) {
+    // Short pieces are walked where they are not seen, too: only that counts the dashes exactly.
+    constexpr i64 LONGEST_UNSEEN = 512;
+    if (steps > LONGEST_UNSEEN && !RectsMeet({low.x, low.y, high.x + 1, high.y + 1}, walk.clip)) {
         walk.Jump(PixelOf(b.x, b.y), steps / 2);
         return;
     }
