@@ -118,7 +118,10 @@ void DropLastUndo() {
 u32 UndoCount() { return records.Count(); }
 
 WideView UndoLabel() {
-    return records.IsEmpty() ? WideView() : Message(static_cast<u16>(MSG_UNDO_FIRST + records.Last().kind));
+    if (records.IsEmpty()) return WideView();
+    const i32 kind = records.Last().kind;
+    return Message(kind == UNDO_TAB_COLOUR ? u16{MSG_UNDO_TAB_COLOUR}
+                                           : static_cast<u16>(MSG_UNDO_FIRST + kind));
 }
 
 bool UndoLast() {

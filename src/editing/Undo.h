@@ -5,7 +5,7 @@
 
 namespace tally {
 
-// The label of kind k is message MSG_UNDO_FIRST + k.
+// The label of kind k is message MSG_UNDO_FIRST + k, from UNDO_TAB_COLOUR on a message of its own.
 enum UndoKind : i32 {
     UNDO_TYPING = 0,
     UNDO_CLEAR = 1,
@@ -66,7 +66,8 @@ enum UndoKind : i32 {
     UNDO_MOVE_SHEET = 56,
     UNDO_COPY_SHEET = 57,
     UNDO_TEXT_TO_COLUMNS = 58,
-    UNDO_KINDS = 59,
+    UNDO_TAB_COLOUR = 59,
+    UNDO_KINDS = 60,
 };
 
 // The view of a sheet as it was.

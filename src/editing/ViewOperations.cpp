@@ -175,6 +175,15 @@ bool ProtectSheet(const ProtectRequest& request) {
     return true;
 }
 
+bool SetTabColour(i32 book, i32 sheetIndex, u8 colour) {
+    Sheet* sheet = SheetAt(book, sheetIndex);
+    if (!sheet || (colour && (colour < FIRST_TAB_COLOUR || colour > LAST_TAB_COLOUR))) return false;
+    if (sheet->tabColour == colour) return true;
+    Record(*sheet, UNDO_TAB_COLOUR);
+    sheet->tabColour = colour;
+    return true;
+}
+
 bool SetHyperlink(const HyperlinkRequest& request) {
     Sheet* sheet = GridOf(request.book, request.sheet);
     Hyperlink fresh;

@@ -53,6 +53,10 @@ struct ProtectRequest {
 // False with nothing changed for a password that is not the sheet's.
 [[nodiscard]] bool ProtectSheet(const ProtectRequest& request);
 
+constexpr u8 FIRST_TAB_COLOUR = 8, LAST_TAB_COLOUR = 63;  // of the palette
+// 0 for none. False with nothing changed for a number beyond them.
+[[nodiscard]] bool SetTabColour(i32 book, i32 sheet, u8 colour);
+
 // ---- links -----------------------------------------------------------------------------------------------
 
 struct HyperlinkRequest {

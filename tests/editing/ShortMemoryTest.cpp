@@ -11,12 +11,14 @@
 #include "editing/InsertDelete.h"
 #include "editing/PasteFixture.h"
 #include "editing/PasteText.h"
+#include "editing/RuleOperations.h"
 #include "editing/SheetOperations.h"
 #include "editing/StoreEntry.h"
 #include "editing/Undo.h"
 #include "formula/Links.h"
 #include "formula/Recalculation.h"
 #include "formula/TokenWalk.h"
+#include "model/RuleLists.h"
 #include "model/Tokens.h"
 #include "support/FailingAllocator.h"
 
@@ -306,6 +308,25 @@ TEST_F(ShortMemory, AnOperationIsRefusedOrDoneWhole) {
         {"delete sheet", nullptr, [] { return DeleteSheet(0, 1); }, 1},
         {"delete the other sheet", nullptr, [] { return DeleteSheet(1, 0); }, 1},
         {"copy sheet", nullptr, [] { return CopySheet(1); }, 1},
+        {"validation", nullptr,
+         [] {
+             ValidationRule rule;
+             IgnoreFailure(CopyRule(rule, CurrentSheet()->validations[0]));
+             const bool good = rule.kind && ApplyValidation({0, 0, RefArea{1, 3, 1, 5}, &rule});
+             FreeRule(rule);
+             return good;
+         },
+         1},
+        {"conditional formats", nullptr,
+         [] {
+             ConditionEdit edit;
+             CopyCondition(edit.condition, CurrentSheet()->conditionalFormats[0].conditions[0]);
+             edit.condition.bold = {true, 1};
+             const bool good = ApplyConditionalFormats({0, 0, RefArea{2, 3, 1, 5}, std::span(&edit, 1)});
+             FreeCondition(edit.condition);
+             return good;
+         },
+         1},
         {"change name", nullptr,
          [] {
              if (!RecordName(UNDO_CHANGE_NAME, 0, 0)) return false;

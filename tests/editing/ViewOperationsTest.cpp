@@ -108,6 +108,24 @@ TEST_F(ViewOperations, EachFlagOfTheViewHasItsOwnRecord) {
     EXPECT_EQ(UndoCount(), records);
 }
 
+TEST_F(ViewOperations, ATabTakesAColourOfThePaletteOrNone) {
+    for (const auto& [colour, good] :
+         {std::pair{u8{7}, false}, {u8{8}, true}, {u8{63}, true}, {u8{64}, false}, {u8{0}, true}}) {
+        sheet->tabColour = 20;
+        CurrentWorkbook()->dirty = 0;
+        EXPECT_EQ(SetTabColour(0, 0, colour), good) << i32{colour};
+        EXPECT_EQ(sheet->tabColour, good ? colour : 20);
+        EXPECT_EQ(CurrentWorkbook()->dirty != 0, good);
+    }
+    EXPECT_EQ(UndoCount(), 3u);
+    EXPECT_EQ(Narrow(UndoLabel()), "标签颜色");
+    ASSERT_TRUE(UndoLast());
+    EXPECT_EQ(sheet->tabColour, 20);
+    EXPECT_TRUE(SetTabColour(0, 0, 20));  // nothing to do
+    EXPECT_EQ(UndoCount(), 2u);
+    EXPECT_FALSE(SetTabColour(0, 7, 20));
+}
+
 TEST_F(ViewOperations, BarsOfTheBookAreToldApart) {
     Workbook& book = *CurrentWorkbook();
     for (const BookBar bar : {BAR_VERTICAL_SCROLL, BAR_HORIZONTAL_SCROLL, BAR_SHEET_TABS}) {
