@@ -129,6 +129,29 @@ TEST_F(PaintTest, AConditionsBorderComesBeforeTheCellsOwn) {
     EXPECT_FALSE(rightEdge(0xFF0000));
 }
 
+TEST_F(PaintTest, AConditionMayTakeACellsBorderAway) {
+    CellFormat own;
+    own.rightStyle = own.bottomStyle = 1;
+    own.rightColour = own.bottomColour = 12;
+    Give("B2", own);
+    const auto lines = [&] {
+        PaintHeadless();
+        int count = 0;
+        for (const DrawRecord& record : HeadlessFrame().drawing)
+            count += record.kind == DRAW_LINE && record.colour == 0xFF0000;
+        return count;
+    };
+    EXPECT_EQ(lines(), 2);
+    ConditionalCondition& rule = Condition({1, 1, 1, 1}, "=TRUE");
+    rule.hasBorders = true;
+    rule.leftStyle = {true, 0};
+    EXPECT_EQ(lines(), 2);
+    rule.rightStyle = {true, 0};
+    EXPECT_EQ(lines(), 1);
+    rule.bottomStyle = {true, 0};
+    EXPECT_EQ(lines(), 0);
+}
+
 TEST_F(PaintTest, AMergeTakesTheConditionOfItsFirstCell) {
     Enter("B2", "1");
     ASSERT_TRUE(CurrentSheet()->mergedAreas.Append({1, 2, 1, 2}));

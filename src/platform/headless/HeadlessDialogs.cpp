@@ -64,13 +64,17 @@ Control* FindByNumber(Dialog& dialog, i32 number) {
     return nullptr;
 }
 
+// Pages may name their controls alike: what can be seen goes first.
 Control* FindByName(Dialog& dialog, WideView name) {
     WideText label;
-    for (u32 i = 0; i < dialog.controls.Count(); ++i) {
-        Control& control = dialog.controls[i];
-        if (control.row.kind != CONTROL_LABEL && PlainControlLabel(dialog, i, label) && !label.IsEmpty() &&
-            IsNamed(label, name))
-            return &control;
+    for (const bool seen : {true, false}) {
+        for (u32 i = 0; i < dialog.controls.Count(); ++i) {
+            Control& control = dialog.controls[i];
+            const bool taking = control.row.kind != CONTROL_LABEL && control.row.kind != CONTROL_PAGE;
+            if (taking && (!seen || IsControlVisible(dialog, control)) && PlainControlLabel(dialog, i, label) &&
+                !label.IsEmpty() && IsNamed(label, name))
+                return &control;
+        }
     }
     const i32 number = SmallNumber(name);
     return number >= 0 ? FindByNumber(dialog, number) : nullptr;

@@ -42,6 +42,9 @@ void FormatCommand(i32 command);
 void FitCommand(i32 command);
 void HideLinesCommand(i32 command);
 void LineSizeCommand(i32 command);
+void ConditionalCommand(i32 command);
+void ValidationCommand(i32 command);
+void TabColourCommand(i32 command);
 // Views.
 void HideSheetCommand(i32 command);
 void UnhideSheetCommand(i32 command);

@@ -99,4 +99,13 @@ void ProtectCommand(i32) {
     RefreshEntryLine();
 }
 
+void TabColourCommand(i32) {
+    const Sheet* sheet = CurrentSheet();
+    if (!sheet || IsEditing()) return;
+    u8 colour = sheet->tabColour;
+    if (!AskTabColour(*CurrentWorkbook(), colour) || !CurrentSheet()) return;
+    if (SetTabColour(CurrentBook(), CurrentSheet()->index, colour))
+        ShellPlatform().invalidate(Shell().layout.tabs);
+}
+
 }  // namespace tally

@@ -7,6 +7,8 @@
 #include "editing/FillSeries.h"
 #include "editing/NameOperations.h"
 #include "editing/PasteBlock.h"
+#include "editing/RuleOperations.h"
+#include "formula/Compiler.h"
 
 namespace tally {
 
@@ -53,6 +55,24 @@ bool AskHyperlink(LinkChoice& choice);
 // A row of the function table; false when none was chosen.
 bool AskFunction(bool onWorksheet, u16& row);
 
+// The rule comes in as what the dialog begins with and goes out as what was chosen; its formulas stay the
+// caller's to free either way. Relative references are meant from the cell of `place`.
+struct ValidationQuestion {
+    FormulaPlace place;
+    ValidationRule rule;
+};
+bool AskValidation(ValidationQuestion& question);
+
+// Likewise the conditions, those beyond what a record holds excepted.
+struct ConditionalQuestion {
+    FormulaPlace place;
+    ConditionEdit edits[MAX_CONDITIONS];
+    u32 count = 0;  // of the conditions that came in
+    // Asks for the look of a condition; false when cancelled. Without it the button stands grey.
+    bool (*askLook)(ConditionalCondition& condition) = nullptr;
+};
+bool AskConditionalFormats(ConditionalQuestion& question);
+
 // ---- names -------------------------------------------------------------------------------------------------
 
 // The names of a book, seen from a cell. Adding and deleting are done while the dialog is open.
@@ -72,6 +92,8 @@ struct MoveSheetChoice {
     bool copy = false;
 };
 bool AskMoveSheet(i32 book, MoveSheetChoice& choice);
+// A palette index, 0 for none; comes in as what the tab has.
+bool AskTabColour(const Workbook& book, u8& colour);
 // A hidden sheet of a book; -1 when cancelled or there is none.
 i32 AskHiddenSheet(i32 book);
 

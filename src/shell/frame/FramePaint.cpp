@@ -9,6 +9,7 @@
 #include "model/Formats.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/GridPaint.h"
+#include "shell/grid/InputMessage.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/RuleHints.h"
 
@@ -156,6 +157,7 @@ void PaintFrame(DrawTarget& target, const PixelRect& paint) {
         PaintCells(target, *sheet, paint);
         const PixelRect former = PushClip(target, layout.cells);
         PaintListArrow(target);
+        PaintInputMessage(target);
         PopClip(target, former);
         IgnoreFailure(PushClip(target, layout.grid));
         if (sheet->viewFlags & VIEW_HEADERS) PaintHeaders(target, *sheet, paint);

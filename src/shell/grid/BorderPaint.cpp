@@ -74,6 +74,11 @@ Edge BottomOf(const ConditionalCondition* c) {
     return Overriding(c, &ConditionalCondition::bottomStyle, &ConditionalCondition::bottomColour);
 }
 
+// A cell's own edge, where its condition says nothing of it. One of style 0 takes the cell's own away.
+Edge OwnEdge(const ConditionalCondition* condition, OverrideByte ConditionalCondition::*style, Edge own) {
+    return condition && condition->hasBorders && (condition->*style).present ? Edge{0, 0} : own;
+}
+
 // The first one that is drawn.
 Edge FirstOf(std::initializer_list<Edge> edges) {
     for (const Edge& edge : edges)
@@ -90,16 +95,18 @@ void PaintCellBorders(DrawTarget& target, const GridMetrics& metrics, const Work
     const CellFormat none;
     const CellFormat& next = column + 1 < MAX_COLUMNS ? FormatAt(book, sheet, row, column + 1) : none;
     const CellFormat& under = row + 1 < MAX_ROWS ? FormatAt(book, sheet, row + 1, column) : none;
-    const Edge right = FirstOf({RightOf(conditions.own),
-                                LeftOf(conditions.right),
-                                {own.rightStyle, own.rightColour},
-                                {next.leftStyle, next.leftColour}});
-    const Edge bottom = FirstOf({BottomOf(conditions.own),
-                                 TopOf(conditions.below),
-                                 {own.bottomStyle, own.bottomColour},
-                                 {under.topStyle, under.topColour}});
-    const Edge left = FirstOf({LeftOf(conditions.own), {own.leftStyle, own.leftColour}});
-    const Edge top = FirstOf({TopOf(conditions.own), {own.topStyle, own.topColour}});
+    const Edge right = FirstOf(
+        {RightOf(conditions.own), LeftOf(conditions.right),
+         OwnEdge(conditions.own, &ConditionalCondition::rightStyle, {own.rightStyle, own.rightColour}),
+         OwnEdge(conditions.right, &ConditionalCondition::leftStyle, {next.leftStyle, next.leftColour})});
+    const Edge bottom = FirstOf(
+        {BottomOf(conditions.own), TopOf(conditions.below),
+         OwnEdge(conditions.own, &ConditionalCondition::bottomStyle, {own.bottomStyle, own.bottomColour}),
+         OwnEdge(conditions.below, &ConditionalCondition::topStyle, {under.topStyle, under.topColour})});
+    const Edge left = FirstOf({LeftOf(conditions.own), OwnEdge(conditions.own, &ConditionalCondition::leftStyle,
+                                                               {own.leftStyle, own.leftColour})});
+    const Edge top = FirstOf({TopOf(conditions.own), OwnEdge(conditions.own, &ConditionalCondition::topStyle,
+                                                             {own.topStyle, own.topColour})});
     const i32 x = metrics.lineX, y = metrics.lineY;
     if (right.style && !(merge && column < merge->lastColumn))
         PaintEdge(target, book, false, x, rect.right - x, rect.top - y, rect.bottom, right);

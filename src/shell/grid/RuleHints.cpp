@@ -5,6 +5,7 @@
 #include "editing/Validation.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "shell/grid/InputMessage.h"
 #include "shell/grid/Layout.h"
 
 namespace tally {
@@ -35,7 +36,10 @@ PixelRect ListArrowPlace() {
         {left, std::max(cell.top, cell.bottom - ARROW_SIZE - 1), left + ARROW_SIZE, cell.bottom - 1}, cells);
 }
 
-void InvalidateListArrow() { ShellPlatform().invalidate(ListArrowPlace()); }
+void InvalidateListArrow() {
+    ShellPlatform().invalidate(ListArrowPlace());
+    ShellPlatform().invalidate(InputMessagePlace());
+}
 
 void PaintListArrow(DrawTarget& target) {
     const PixelRect place = ListArrowPlace();

@@ -7,6 +7,7 @@ namespace tally {
 
 // The arrow beside the active cell when its rule has a list; empty otherwise.
 PixelRect ListArrowPlace();
+// The arrow and the message below the cell.
 void InvalidateListArrow();
 void PaintListArrow(DrawTarget& target);
 
