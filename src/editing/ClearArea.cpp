@@ -34,6 +34,26 @@ void ClearColumnFormats(Array<ColumnInfo>& columns, const RefArea& area) {
             info.format = DEFAULT_CELL_FORMAT;
 }
 
+bool HasOwnLook(const Sheet& sheet, i32 column) {
+    u16 flags = 0, format = 0;
+    IgnoreFailure(GetColumnInfo(sheet.columns, column, flags, format));
+    return format != DEFAULT_CELL_FORMAT;
+}
+
+// Places of an area whose column has a format, those with a cell of their own left out where the area keeps
+// its cells.
+u64 FormattedPlaces(Sheet& sheet, const RefArea& area, bool keepsCells) {
+    u64 places = 0;
+    for (i32 column = area.firstColumn; column <= area.lastColumn; ++column)
+        if (HasOwnLook(sheet, column)) places += static_cast<u64>(area.lastRow - area.firstRow + 1);
+    if (!places || !keepsCells) return places;
+    WalkArea(sheet.cells, area, [&](u16, const CellRecord& cell) {
+        places -= HasOwnLook(sheet, cell.column);
+        return true;
+    });
+    return places;
+}
+
 // ---- contents alone: the cells keep their formats ------------------------------------------------------
 
 bool ClearContents(Sheet& sheet, const RefArea& area) {
@@ -52,19 +72,19 @@ bool ClearContents(Sheet& sheet, const RefArea& area) {
 
 // Gives every place whose column has a format a cell of its own, which looks as before.
 bool MakeBlankCells(Sheet& sheet, const RefArea& area) {
-    u32 made = 0;
     return VisitFormattedColumns(sheet, area, [&](i32 row, i32 column) {
-        if (GetCell(sheet.cells, row, column)) return true;
         const u16 format = GetCellFormat(sheet, row, column);
-        CellRecord* cell = ++made <= MAX_PASTED_CELLS ? PutCell(sheet.cells, row, column) : nullptr;
+        CellRecord* cell = PutCell(sheet.cells, row, column);
         if (cell) cell->format = format;
         return cell != nullptr;
     });
 }
 
-// Blank cells that look as their columns do are as good as none.
+// Blank cells that look as their columns do are as good as none. From below, so that a row that goes moves
+// none.
 void DropPlainBlanks(Sheet& sheet, const RefArea& area) {
-    IgnoreFailure(VisitFormattedColumns(sheet, area, [&](i32 row, i32 column) {
+    IgnoreFailure(VisitFormattedColumns(sheet, area, [&](i32 fromBelow, i32 column) {
+        const i32 row = area.lastRow - (fromBelow - area.firstRow);
         u16 flags = 0, format = 0;
         IgnoreFailure(GetColumnInfo(sheet.columns, column, flags, format));
         CellPosition position;
@@ -76,13 +96,13 @@ void DropPlainBlanks(Sheet& sheet, const RefArea& area) {
 }
 
 bool ClearFormats(Sheet& sheet, const RefArea& area) {
-    const u64 failures = FailedAllocations();
     const bool whole = IsWholeColumns(area);
+    if (!whole && FormattedPlaces(sheet, area, true) > MAX_PASTED_CELLS) return RefuseSize();
     const bool recorded = RecordBlock(UNDO_CLEAR, sheet.book, sheet.index, area, BLOCK_CELLS | BLOCK_COLUMNS);
     if (!whole && !MakeBlankCells(sheet, area)) {
         if (recorded) DropLastUndo();
         DropPlainBlanks(sheet, area);
-        return FailedAllocations() != failures ? false : RefuseSize();
+        return false;
     }
     if (whole) ClearColumnFormats(sheet.columns, area);
     WalkArea(sheet.cells, area, [](u16, CellRecord& cell) {
@@ -101,7 +121,7 @@ bool BlankCells(const Sheet& sheet, AreaContents& after) {
         blank.row = static_cast<u16>(row);
         blank.column = static_cast<u8>(column);
         blank.format = DEFAULT_CELL_FORMAT;
-        return after.cells.Count() < MAX_PASTED_CELLS && after.cells.Append(blank);
+        return after.cells.Append(blank);
     });
 }
 
@@ -115,14 +135,15 @@ bool BlankColumns(const Sheet& sheet, AreaContents& after) {
     return true;
 }
 
-bool ClearAll(const Sheet& sheet, const RefArea& area) {
-    const u64 failures = FailedAllocations();
+bool ClearAll(Sheet& sheet, const RefArea& area) {
+    const bool whole = IsWholeColumns(area);
+    if (!whole && FormattedPlaces(sheet, area, false) > MAX_PASTED_CELLS) return RefuseSize();
     AreaContents after;
     StartContents(after, sheet, area, BLOCK_CELLS);
-    const bool good = (IsWholeColumns(area) ? BlankColumns(sheet, after) : BlankCells(sheet, after)) &&
+    const bool good = (whole ? BlankColumns(sheet, after) : BlankCells(sheet, after)) &&
                       EmptyLists(sheet, after) && ReplaceArea(after, UNDO_CLEAR, BLOCK_ALL);
     FreeContents(after);
-    return good || (FailedAllocations() == failures && RefuseSize());
+    return good;
 }
 
 }  // namespace

@@ -126,5 +126,12 @@ TEST_F(Clearing, MoreBlankCellsThanAChangeMayMakeAreRefusedWithOneBox) {
     }
 }
 
+TEST_F(Clearing, ColumnsWithoutALookOfTheirOwnMakeNoBlankCells) {
+    EXPECT_TRUE(ClearArea({0, 65534, 4, 255}, CLEAR_FORMATS));
+    EXPECT_TRUE(ClearArea({0, 65534, 4, 255}, CLEAR_ALL));
+    EXPECT_TRUE(Headless().boxes.IsEmpty());
+    EXPECT_EQ(CurrentSheet()->cells.count, 0u);
+}
+
 }  // namespace
 }  // namespace tally

@@ -326,6 +326,22 @@ TEST_F(CompressedBlocks, CellsOfVisibleLinesMoveTogether) {
     }
 }
 
+// Visible lines side by side are one run, and each of them is left.
+TEST_F(CompressedBlocks, EachLineOfARunIsLeft) {
+    for (const char column : {'D', 'E', 'F', 'G', 'H'})
+        for (const char row : {'4', '5', '6', '7', '8'})
+            Enter(std::string{column, row}, std::to_string(10 * (column - 'A') + row - '1'));
+    ASSERT_TRUE(Copy("D4", "H8"));
+    const CellBlock& block = Clipboard().block;
+    EXPECT_EQ(block.area, AreaOf("D4", "G7"));
+    ASSERT_EQ(block.cells.Count(), 16u);
+    for (u32 i = 0; i < 16; ++i) {
+        EXPECT_EQ(block.cells[i].row, 3 + i / 4);
+        EXPECT_EQ(block.cells[i].column, 3 + i % 4);
+        EXPECT_EQ(block.cells[i].value.number, 10 * (4 + i % 4) + 4 + i / 4);
+    }
+}
+
 TEST_F(CompressedBlocks, AreasOfListsLoseTheirHiddenLines) {
     const struct {
         const char *first, *last;

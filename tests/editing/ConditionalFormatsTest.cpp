@@ -51,6 +51,24 @@ class ConditionalFormatsTest : public Sandbox {
 
 constexpr RefArea COLUMN_A = {0, 99, 0, 0};
 
+// A limit or a condition may be a reference that is only known when it is evaluated.
+TEST_F(ConditionalFormatsTest, AReferenceStandsForItsCell) {
+    Enter("A1", "5");
+    Enter("A2", "5");
+    Enter("B1", "3");
+    Enter("B2", "8");
+    ConditionalFormat& format = AddFormat(COLUMN_A);
+    AddCondition(format, 1, 5, "=OFFSET(A1,0,1)");
+    AddCondition(format, 2, 0, "=OFFSET(A1,0,2)");
+    EXPECT_EQ(InForce("A1"), 0);
+    EXPECT_EQ(InForce("A2"), -1);
+    Enter("C2", "TRUE");
+    EXPECT_EQ(InForce("A2"), 1);
+    Enter("C2", "=1/0");
+    EXPECT_EQ(InForce("A2"), -1);
+    FreeFormats();
+}
+
 TEST_F(ConditionalFormatsTest, ComparisonsOfTheValue) {
     const struct {
         u32 comparison;

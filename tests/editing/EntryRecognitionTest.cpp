@@ -52,6 +52,31 @@ struct NumberRow {
     i32 subKind;
 };
 
+// A result that held another entry's tells nothing of it.
+TEST_F(EntryRecognition, EachEntryBeginsAnew) {
+    EntryResult used;
+    used.number = 7;
+    used.boolean = used.error = used.formatKind = used.subKind = used.formatProposal = 9;
+    for (const WideView text : {u"", u"=", u"   ", u"abc", u"'5"}) {
+        EntryResult result = used;
+        IgnoreFailure(Classify(text, result));
+        EXPECT_EQ(result.number, 0) << Narrow(text);
+        EXPECT_EQ(result.boolean, 0) << Narrow(text);
+        EXPECT_EQ(result.error, 0) << Narrow(text);
+        EXPECT_EQ(result.formatKind, 0) << Narrow(text);
+        EXPECT_EQ(result.subKind, 0) << Narrow(text);
+        EXPECT_EQ(result.formatProposal, -1) << Narrow(text);
+    }
+}
+
+// A quotation mark or a bracket that nothing closes.
+TEST_F(EntryRecognition, AFormatThatBreaksOffIsEditedAsANumber) {
+    EXPECT_EQ(Editable(5.25, u"0\"dy"), "5.25");
+    EXPECT_EQ(Editable(0.25, u"\\h"), "0.25");
+    EXPECT_EQ(Editable(0.5, u"0\\%"), "0.5");
+    EXPECT_EQ(Editable(0.5, u"0\"%\""), "0.5");
+}
+
 TEST_F(EntryRecognition, AnOfferedPercentSignGoesToNumbersOnly) {
     struct Case {
         WideView typed;

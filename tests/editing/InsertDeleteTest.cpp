@@ -429,7 +429,7 @@ TEST_F(InsertAndDelete, EveryRefusedAllocationLeavesTheBookWhole) {
             // A fill that finds no memory at all stops where it is and keeps its record.
             if (which == 9 && forEver && !inUndo) continue;
             bool failed = true;
-            for (u64 n = 1; failed; n += 1 + n / 20) {
+            for (u64 n = 1; failed; n += 1 + n / (forEver ? 6 : 20)) {
                 test::FailingAllocator allocator(0, forEver);
                 {
                     QuietMemoryScope quiet;

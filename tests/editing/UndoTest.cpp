@@ -144,6 +144,20 @@ TEST_F(UndoList, AShownSheetHidesAgainAndKeepsItsView) {
     EXPECT_FALSE(CurrentSheet()->hidden);
 }
 
+// The sheet behind it becomes the one that is seen, the one before it where there is none behind.
+TEST_F(UndoList, OfASheetThatHidesAgainTheNextOneIsSeen) {
+    for (i32 sheet = 0; sheet < 3; ++sheet) {
+        ForgetBooks();
+        ASSERT_TRUE(CreateWorkbook(nullptr, false));
+        while (CurrentWorkbook()->sheets.Count() < 3)
+            ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
+        ASSERT_TRUE(RecordUndo(0, sheet, UNDO_SHOW_SHEET));
+        ASSERT_TRUE(UndoLast());
+        EXPECT_TRUE(SheetAt(0, sheet)->hidden);
+        EXPECT_EQ(CurrentWorkbook()->currentSheet, sheet == 2 ? 1 : sheet + 1);
+    }
+}
+
 // ---- every kind over books at random --------------------------------------------------------------
 
 RefArea RandomArea(std::mt19937& random) {

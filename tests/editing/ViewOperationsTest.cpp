@@ -67,6 +67,35 @@ TEST_F(ViewOperations, PanesFreezeAtTheCellAndComeBackWhereTheyBegan) {
     }
 }
 
+TEST_F(ViewOperations, OneOfTheFirstLinesShownIsEnoughToFreeze) {
+    const struct {
+        i32 firstRow, firstColumn, row, column;
+        bool freezes;
+    } table[] = {{0, 0, 3, 0, true}, {0, 0, 0, 3, true}, {3, 3, 3, 3, false}, {3, 5, 5, 5, true},
+                 {5, 3, 5, 5, true}, {3, 5, 3, 3, true}, {5, 3, 3, 3, true},  {3, 5, 3, 5, false},
+                 {5, 3, 3, 5, true}, {0, 0, 0, 0, false}};
+    for (const auto& row : table) {
+        sheet->view.firstRow = static_cast<u16>(row.firstRow);
+        sheet->view.firstColumn = static_cast<u8>(row.firstColumn);
+        EXPECT_EQ(FreezePanes({0, 0, row.row, row.column}), row.freezes) << &row - table;
+        EXPECT_EQ(UnfreezePanes(0, 0), row.freezes) << &row - table;
+    }
+}
+
+TEST_F(ViewOperations, AChartAndASheetThatIsNotThereTakeNoneOfIt) {
+    ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_CHART, false, false));
+    CurrentWorkbook()->dirty = 0;
+    DropUndoOfBook(0);
+    for (const i32 at : {1, 2, -1}) {
+        EXPECT_FALSE(FreezePanes({0, at, 3, 3})) << at;
+        EXPECT_FALSE(UnfreezePanes(0, at)) << at;
+        EXPECT_FALSE(SetViewFlag({0, at, VIEW_FORMULAS, true})) << at;
+        EXPECT_FALSE(SetHyperlink({0, at, {1, 1, 1, 1}, u"http://x", u""})) << at;
+    }
+    EXPECT_EQ(UndoCount(), 0u);
+    EXPECT_EQ(CurrentWorkbook()->dirty, 0);
+}
+
 TEST_F(ViewOperations, TheFirstCellShownFreezesNothingAndAMergeCountsFromItsStart) {
     EXPECT_FALSE(FreezePanes({0, 0, 0, 0}));
     EXPECT_EQ(UndoCount(), 0u);
