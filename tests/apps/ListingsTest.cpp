@@ -15,19 +15,28 @@ class Listings : public Tally {
 
 TEST_F(Listings, CellsHaveTheirTypeAndTheirValue) {
     Put("in.csv",
-        "7,-1.5,text,TRUE,=1/0,=FALSE,\"=\"\"\"\"\",999999999999999,1000000000000000,=0*-1,1.25E+300\n"
+        "7,-1.5,text,TRUE,=1/"
+        "0,=FALSE,\"=\"\"\"\"\",999999999999999,1000000000000000,=0*-1,1.25E+300,-7,-999999999999999\n"
         "\"a\"\"b\\c\t\",\xE4\xB8\xAD\n");
     const std::vector<Json> lines = Run("cells in.csv --code-page 65001").Lines();
     const struct {
         const char* cell;
         const char* type;
         Json value;
-    } rows[] = {{"A1", "number", 7},        {"B1", "number", -1.5},
-                {"C1", "text", "text"},     {"D1", "boolean", true},
-                {"E1", "error", "#DIV/0!"}, {"F1", "boolean", false},
-                {"G1", "text", ""},         {"H1", "number", 999999999999999},
-                {"I1", "number", 1e15},     {"J1", "number", -0.0},
-                {"K1", "number", 1.25e300}, {"A2", "text", "a\"b\\c\t"},
+    } rows[] = {{"A1", "number", 7},
+                {"B1", "number", -1.5},
+                {"C1", "text", "text"},
+                {"D1", "boolean", true},
+                {"E1", "error", "#DIV/0!"},
+                {"F1", "boolean", false},
+                {"G1", "text", ""},
+                {"H1", "number", 999999999999999},
+                {"I1", "number", 1e15},
+                {"J1", "number", -0.0},
+                {"K1", "number", 1.25e300},
+                {"L1", "number", -7},
+                {"M1", "number", -999999999999999},
+                {"A2", "text", "a\"b\\c\t"},
                 {"B2", "text", "\u4e2d"}};
     ASSERT_EQ(lines.size(), std::size(rows));
     for (std::size_t i = 0; i < lines.size(); ++i) {

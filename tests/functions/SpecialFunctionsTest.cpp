@@ -96,6 +96,13 @@ TEST(SpecialFunctions, IncompleteBeta) {
     EXPECT_EQ(IncompleteBeta(0, 2, 3), 0);
     EXPECT_EQ(IncompleteBeta(1, 2, 3), 1);
     EXPECT_TRUE(std::isnan(IncompleteBeta(0.5, 0, 0)));
+    EXPECT_TRUE(std::isnan(IncompleteBeta(0.5, -1, 2)));
+    EXPECT_TRUE(std::isnan(IncompleteBeta(0.5, 2, -1)));
+    // An order of 0 has all its weight at one end.
+    EXPECT_EQ(IncompleteBeta(0, 0, 2), 0);
+    EXPECT_EQ(IncompleteBeta(0.5, 0, 2), 1);
+    EXPECT_EQ(IncompleteBeta(0.5, 2, 0), 0);
+    EXPECT_EQ(IncompleteBeta(1, 2, 0), 1);
     // Orders far beyond any use end too, whatever comes out.
     const double far = IncompleteBeta(0.5, 1e300, 1e300);
     EXPECT_TRUE(std::isnan(far) || (far >= 0 && far <= 1));

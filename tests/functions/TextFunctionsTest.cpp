@@ -37,6 +37,9 @@ TEST_F(TextFunctions, CodesGoThroughThePageOfTheBook) {
            {"=CODE(\"\xE2\x80\x93\")", "150"},
            {"=CODE(\"\xC3\xA9\")", "233"},
            {"=CODE(CHAR(129))", "129"},
+           {"=CODE(\"\xC2\x80\")", "128"},
+           {"=CODE(\"\xC2\x9F\")", "159"},
+           {"=CODE(\"\xC2\xA0\")", "160"},
            {"=CODE(CHAR(141))", "141"}});
     for (int code = 1; code < 256; ++code)
         EXPECT_EQ(Eval("=CODE(CHAR(" + std::to_string(code) + "))"), std::to_string(code));
