@@ -27,12 +27,6 @@ void ShowOperation() {
     InvalidateAll();
 }
 
-// A sheet whose cells may be moved about, or null.
-Sheet* OpenSheet() {
-    Sheet* sheet = CurrentSheet();
-    return HasCells(sheet) && !IsEditing() && !(sheet->viewFlags & VIEW_PROTECTED) ? sheet : nullptr;
-}
-
 RefArea RowsOf(const RefArea& area) { return {area.firstRow, area.lastRow, 0, MAX_COLUMNS - 1}; }
 RefArea ColumnsOf(const RefArea& area) { return {0, MAX_ROWS - 1, area.firstColumn, area.lastColumn}; }
 
@@ -47,9 +41,7 @@ using CellOperation = bool (*)(const RefArea& area);
 
 // A command that makes room, or closes it, sideways or up and down.
 void MoveCells(CellWay (*ask)(), CellOperation sideways, CellOperation upright) {
-    const Sheet* sheet = OpenSheet();
-    if (!sheet) return;
-    const RefArea area = sheet->view.selection;
+    const RefArea area = CurrentSheet()->view.selection;
     bool done = false;
     switch (WayFor(area, ask)) {
         case WAY_COLUMNS_SIDEWAYS: done = sideways(area); break;
@@ -82,9 +74,7 @@ void ClearCommand(i32 command) {
 }
 
 void InsertLinesCommand(i32 command) {
-    const Sheet* sheet = OpenSheet();
-    if (!sheet) return;
-    const RefArea area = sheet->view.selection;
+    const RefArea area = CurrentSheet()->view.selection;
     if (command == 161 ? InsertRowsOrCellsDown(RowsOf(area)) : InsertColumnsOrCellsRight(ColumnsOf(area)))
         ShowOperation();
 }
@@ -93,14 +83,12 @@ void InsertCellsCommand(i32) { MoveCells(AskInsertWay, InsertColumnsOrCellsRight
 void DeleteCommand(i32) { MoveCells(AskDeleteWay, DeleteColumnsOrCellsLeft, DeleteRowsOrCellsUp); }
 
 void DeleteSheetCommand(i32) {
-    const Workbook* book = CurrentWorkbook();
-    if (!book || IsEditing() || !CanDeleteSheet(CurrentBook(), book->currentSheet)) return;
-    if (DeleteSheet(book->currentSheet, -1)) ShowOperation();
+    if (DeleteSheet(CurrentWorkbook()->currentSheet, -1)) ShowOperation();
 }
 
 void MoveSheetCommand(i32) {
     MoveSheetChoice choice;
-    if (!CurrentWorkbook() || IsEditing() || !AskMoveSheet(CurrentBook(), choice) || !CurrentWorkbook()) return;
+    if (!AskMoveSheet(CurrentBook(), choice) || !CurrentWorkbook()) return;
     const i32 sheet = CurrentWorkbook()->currentSheet;
     if (choice.copy ? CopySheet(choice.before) : MoveSheet(CurrentBook(), sheet, choice.before))
         ShowOperation();

@@ -84,12 +84,10 @@ bool MakeFirstBook() {
 }
 
 void NewBookCommand(i32) {
-    if (IsEditing() || !MakeFirstBook()) return;
-    ShowCurrentBook();
+    if (MakeFirstBook()) ShowCurrentBook();
 }
 
 void OpenBookCommand(i32) {
-    if (IsEditing()) return;
     WideText path;
     FileFilter shown[std::size(openFilters)];
     for (std::size_t i = 0; i < std::size(openFilters); ++i)
@@ -99,7 +97,7 @@ void OpenBookCommand(i32) {
 
 void RecentFileCommand(i32 command) {
     const u32 index = static_cast<u32>(command - 118);
-    if (IsEditing() || index >= Shell().recent.Count()) return;
+    if (index >= Shell().recent.Count()) return;
     WideText path;
     if (!path.Assign(Shell().recent[index])) return;
     if (OpenBookFile(path, true)) return;
@@ -129,7 +127,6 @@ bool CloseBook(i32 book, CloseMode mode) {
 }
 
 void CloseBookCommand(i32) {
-    if (CurrentBook() < 0) return;
     IgnoreFailure(CloseBook(CurrentBook(), CLOSE_ASK));
     ShowCurrentBook();
 }

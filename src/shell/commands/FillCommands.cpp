@@ -8,25 +8,16 @@
 #include "shell/selection/ActiveCell.h"
 
 namespace tally {
-namespace {
-
-Sheet* FreeSheet() {
-    Sheet* sheet = CurrentSheet();
-    return HasCells(sheet) && !IsEditing() ? sheet : nullptr;
-}
-
-}  // namespace
 
 void FillCommand(i32 command) {
     constexpr bool (*fills[])(bool) = {FillDown, FillRight, FillUp, FillLeft};
-    if (FreeSheet() && fills[command - 135](true)) ShowChangedCells();
+    if (fills[command - 135](true)) ShowChangedCells();
 }
 
 void SeriesCommand(i32) {
     SeriesRequest request;
-    if (!FreeSheet()) return;
-    request.direction = ProposedDirection(FreeSheet()->view.selection);
-    if (AskSeries(request) && FreeSheet() && FillSeries(request)) ShowChangedCells();
+    request.direction = ProposedDirection(CurrentSheet()->view.selection);
+    if (AskSeries(request) && HasCells(CurrentSheet()) && FillSeries(request)) ShowChangedCells();
 }
 
 }  // namespace tally

@@ -10,7 +10,6 @@ namespace tally {
 
 void FunctionCommand(i32) {
     const Sheet* sheet = CurrentSheet();
-    if (!HasCells(sheet)) return;
     if (!IsEditing() && (RefuseProtected(sheet->view.selection) || RefuseArrayPart(sheet->view.selection)))
         return;
     u16 row = 0;

@@ -12,7 +12,6 @@ namespace tally {
 
 // Undo, cut, copy and paste of the entry line.
 void EditLineCommand(i32 command) {
-    if (!IsEditing()) return;
     EndPoint();
     ShellPlatform().entryAction(static_cast<EntryEditAction>(command - 130));
 }
@@ -20,8 +19,7 @@ void EditLineCommand(i32 command) {
 void EditCellCommand(i32) { StartEditAtEnd(); }
 
 void InsertSheetCommand(i32 command) {
-    Workbook* book = CurrentWorkbook();
-    if (!book || IsEditing()) return;
+    const Workbook* book = CurrentWorkbook();
     const i32 kind = command == 166 ? SHEET_MACRO : SHEET_WORKSHEET;
     if (!InsertSheet(static_cast<i32>(book->sheets.Count()), nullptr, kind, true, true)) return;
     SelectSheet(CurrentWorkbook()->currentSheet);
@@ -30,7 +28,6 @@ void InsertSheetCommand(i32 command) {
 void ClockCommand(i32 command) { InsertClock(command == 171); }
 
 void EntryBarCommand(i32 command) {
-    if (!IsEditing()) return;
     switch (command) {
         case 439: CancelEntry(); break;
         case 440:

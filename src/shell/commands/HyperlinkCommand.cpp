@@ -12,7 +12,6 @@ namespace tally {
 // The link of the active cell, or of the selection when it has none. One without a target and a place goes.
 void HyperlinkCommand(i32) {
     const Sheet* sheet = CurrentSheet();
-    if (!HasCells(sheet) || IsEditing() || (sheet->viewFlags & VIEW_PROTECTED)) return;
     const i32 old = FindHyperlink(sheet->view.activeRow, sheet->view.activeColumn);
     const Hyperlink* link = old < 0 ? nullptr : &sheet->hyperlinks[static_cast<u32>(old)];
     const RefArea area = link ? link->area : sheet->view.selection;

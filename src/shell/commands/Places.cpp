@@ -106,7 +106,6 @@ bool FollowHyperlink(i32 row, i32 column) {
 }
 
 void GoToCommand(i32) {
-    if (!HasCells(CurrentSheet()) || IsEditing()) return;
     SheetArea place;
     LineQuestion question;
     question.title = MSG_GO_TO_TITLE;

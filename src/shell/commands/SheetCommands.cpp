@@ -61,25 +61,23 @@ bool AskPassword(u16 title, WideText& password) {
 void RenameSheetCommand(i32) {
     const Sheet* sheet = CurrentSheet();
     WideText name;
-    if (!sheet || IsEditing() || !name.Assign(WideView(sheet->name)) || !AskSheetName(name)) return;
+    if (!sheet || !name.Assign(WideView(sheet->name)) || !AskSheetName(name)) return;
     if (!CurrentSheet() || !NameSheet(CurrentBook(), CurrentWorkbook()->currentSheet, name)) return;
     RefreshChrome();
     ScrollTabs();
 }
 
 void HideSheetCommand(i32) {
-    if (!CurrentWorkbook() || !HideSheet(CurrentBook(), CurrentWorkbook()->currentSheet)) return;
+    if (!HideSheet(CurrentBook(), CurrentWorkbook()->currentSheet)) return;
     SelectSheet(CurrentWorkbook()->currentSheet);
 }
 
 void UnhideSheetCommand(i32) {
-    if (!CurrentWorkbook() || IsEditing()) return;
     const i32 sheet = AskHiddenSheet(CurrentBook());
     if (sheet >= 0 && CurrentWorkbook() && ShowSheet(CurrentBook(), sheet)) SelectSheet(sheet);
 }
 
 void CustomZoomCommand(i32) {
-    if (!HasCells(CurrentSheet())) return;
     i32 zoom = CurrentSheet()->zoomPercent;
     if (!AskZoom(zoom) || !HasCells(CurrentSheet())) return;
     if (SetZoom(CurrentBook(), CurrentSheet()->index, zoom)) RefreshChrome();
@@ -87,7 +85,6 @@ void CustomZoomCommand(i32) {
 
 void ProtectCommand(i32) {
     const Sheet* sheet = CurrentSheet();
-    if (!HasCells(sheet) || IsEditing()) return;
     const bool isProtected = (sheet->viewFlags & VIEW_PROTECTED) != 0;
     WideText password;
     const bool asks = !isProtected || sheet->passwordHash;

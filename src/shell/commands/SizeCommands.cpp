@@ -93,10 +93,9 @@ void FitArea(Sheet& sheet, bool columns, const RefArea& area) {
 }  // namespace
 
 void LineSizeCommand(i32 command) {
-    if (!FreeSheet()) return;
     for (const SizeQuestion& question : sizeQuestions) {
         if (question.command != command) continue;
-        i32 size = PresentSize(*FreeSheet(), command);
+        i32 size = PresentSize(*CurrentSheet(), command);
         if (!AskSize(question, size)) return;
         const Sheet* sheet = FreeSheet();
         if (sheet && StoreSize(*sheet, command, size)) SizesChanged();
@@ -104,12 +103,12 @@ void LineSizeCommand(i32 command) {
 }
 
 void FitCommand(i32 command) {
-    if (Sheet* sheet = FreeSheet()) FitArea(*sheet, command != 392, sheet->view.selection);
+    Sheet& sheet = *CurrentSheet();
+    FitArea(sheet, command != 392, sheet.view.selection);
 }
 
 void HideLinesCommand(i32 command) {
-    const Sheet* sheet = FreeSheet();
-    if (!sheet) return;
+    const Sheet* sheet = CurrentSheet();
     const bool columns = command >= 397, hide = command == 393 || command == 397;
     if (ChangeLines(
             {sheet->book, sheet->index, columns, sheet->view.selection, hide ? LINES_HIDE : LINES_SHOW}))
