@@ -34,6 +34,7 @@ enum MessageNumber : u32 {
     WM_RBUTTONDOWN = 0x0204,
     WM_MOUSEWHEEL = 0x020A,
     WM_MOUSEHWHEEL = 0x020E,
+    WM_DPICHANGED = 0x02E0,  // the screen has another resolution: PlatformTable::getScreenMetrics tells
 };
 
 // Virtual keys, with their published numbers; letters and digits are their capital characters.

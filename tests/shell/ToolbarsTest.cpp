@@ -66,6 +66,44 @@ TEST_F(ToolbarsTest, ButtonsStandSideBySideAndEachHasItsTip) {
     PaintHeadless();
 }
 
+// The strip is 800 wide: 2 before the first button, 22 a button, 9 between bands. Standard has 9 buttons,
+// format 6, entry 5; 110, 432 and 439 are their first ones.
+TEST_F(ToolbarsTest, BandsStandInTheOrderOfTheirIndexesAndAreAsWideAsTheyWere) {
+    for (const i32 command : {418, 438}) PickCommand(command);
+    constexpr i32 STANDARD = 9 * 22, FORMAT = 6 * 22, ENTRY = 5 * 22;
+    const struct {
+        BandLayout standard, format, entry;
+        i32 lefts[3];
+    } rows[] = {
+        {{0, 0, 0}, {2, 0, 0}, {3, 0, 0}, {2, 2 + STANDARD + 9, 2 + STANDARD + 9 + FORMAT + 9}},
+        {{2, 0, 0}, {0, 0, 0}, {1, 0, 0}, {2 + FORMAT + 9 + ENTRY + 9, 2, 2 + FORMAT + 9}},
+        {{3, 0, 0}, {2, 0, 0}, {0, 0, 0}, {2 + ENTRY + 9 + FORMAT + 9, 2 + ENTRY + 9, 2}},
+        // The same index: by number.
+        {{5, 0, 0}, {5, 0, 0}, {5, 0, 0}, {2, 2 + STANDARD + 9, 2 + STANDARD + 9 + FORMAT + 9}},
+        // A width of its own; too small a one counts as that of the buttons.
+        {{0, 0, 300}, {2, 0, 10}, {3, 0, 0}, {2, 2 + 300 + 9, 2 + 300 + 9 + FORMAT + 9}},
+        // No wider than leaves the others their room; the first takes it.
+        {{0, 0, 790}, {2, 0, 790}, {3, 0, 0}, {2, 800 - 2 - ENTRY - 9 - FORMAT, 800 - 2 - ENTRY}},
+        {{0, 0, 400}, {2, 0, 790}, {3, 0, 0}, {2, 2 + 400 + 9, 800 - 2 - ENTRY}},
+        // That of the frame is no wish.
+        {{0, 0, 800}, {2, 0, 2000000000}, {3, 0, 0}, {2, 2 + STANDARD + 9, 2 + STANDARD + 9 + FORMAT + 9}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        Shell().bands[BAND_STANDARD] = row.standard;
+        Shell().bands[BAND_FORMAT] = row.format;
+        Shell().bands[BAND_ENTRY] = row.entry;
+        EXPECT_EQ(PlaceOf(110).left, row.lefts[0]);
+        EXPECT_EQ(PlaceOf(432).left, row.lefts[1]);
+        EXPECT_EQ(PlaceOf(439).left, row.lefts[2]);
+        EXPECT_EQ(PlaceOf(111).left, row.lefts[0] + 22);
+        EXPECT_EQ(PlaceOf(443).left, row.lefts[2] + 4 * 22);
+    }
+    // Where a band is hidden the others have its room.
+    PickCommand(417);
+    EXPECT_EQ(PlaceOf(432).left, 2);
+}
+
 TEST_F(ToolbarsTest, AButtonRunsItsCommandWhenItIsReleasedOverIt) {
     Enter("A1", "2");
     Enter("A2", "3");

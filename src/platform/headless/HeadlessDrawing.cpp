@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/Number.h"
+#include "platform/headless/HeadlessPlatform.h"
+
 namespace tally {
 namespace {
 
@@ -11,8 +14,9 @@ struct HeadlessDrawingState {
 };
 HeadlessDrawingState state;
 
-constexpr i32 FRAME_FONT_HEIGHT = 13;
 constexpr i32 LINE_SPACE = 3;
+
+i32 FrameFontHeight() { return MulDiv(13, Headless().dotsPerInch, 96); }
 
 // ---- fonts -------------------------------------------------------------------------------------------
 
@@ -45,7 +49,7 @@ i32 CharacterWidth(char16_t c, i32 size) { return c >= 0x2E80 ? size : (size + 1
 
 void TextExtent(FontHandle font, WideView text, i32& width, i32& height) {
     const HeadlessFont* known = FontAt(font);
-    const i32 size = known ? known->pixelHeight : FRAME_FONT_HEIGHT;
+    const i32 size = known ? known->pixelHeight : FrameFontHeight();
     width = 0;
     for (const char16_t c : text) width += CharacterWidth(c, size);
     height = size + LINE_SPACE;
@@ -90,7 +94,7 @@ PixelRect TurnedPlace(const Turn& turn, double width, double height) {
 
 bool DrawTextMask(FontHandle font, WideView text, const PixelRect& wanted, TextMask& mask) {
     const HeadlessFont* known = FontAt(font);
-    const i32 size = known ? known->pixelHeight : FRAME_FONT_HEIGHT;
+    const i32 size = known ? known->pixelHeight : FrameFontHeight();
     const Turn turn = TurnOf(known ? known->escapement : 0);
     i32 width = 0, height = 0;
     TextExtent(font, text, width, height);

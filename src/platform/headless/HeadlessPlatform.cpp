@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "base/Number.h"
 #include "base/Text.h"
 #include "platform/headless/HeadlessForeign.h"
 #include "platform/headless/MemoryFiles.h"
@@ -120,7 +121,10 @@ i32 HeadlessMessageBox(WideView text, WideView title, u32 flags) {
     return answer;
 }
 
-void HeadlessMetrics(ScreenMetrics& out) { out = {16, 3, 7, 96, 96, 34, 0}; }
+void HeadlessMetrics(ScreenMetrics& out) {
+    const i32 size = MulDiv(13, state.dotsPerInch, 96);
+    out = {size + 3, 3, (size + 1) / 2, state.dotsPerInch, state.dotsPerInch, 34, 0};
+}
 
 bool HeadlessFontFace(WideView, u8&, u8&) { return false; }
 TrustState HeadlessTrust(ForeignUse use) { return use == FOREIGN_LINK ? state.links : state.trust; }

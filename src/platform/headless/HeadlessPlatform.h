@@ -36,6 +36,7 @@ struct HeadlessState {
     SystemTime clock = {};            // when fixed
     TrustState trust = TRUST_CLOSED;  // of everything but links
     TrustState links = TRUST_CLOSED;
+    i32 dotsPerInch = 96;  // of the screen; its font is 13 pixels high at 96
     // Called for each box; null records only.
     void (*boxShown)(WideView text, u32 flags) = nullptr;
     Array<RecordedBox> boxes;

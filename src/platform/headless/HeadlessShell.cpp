@@ -4,6 +4,7 @@
 
 #include "base/Text.h"
 #include "platform/headless/HeadlessDialogs.h"
+#include "platform/headless/HeadlessPlatform.h"
 
 namespace tally {
 namespace {
@@ -199,7 +200,8 @@ ShellMessage MouseMessage(u32 number, i32 x, i32 y, u32 modifiers = 0) {
 }
 
 void SendPaint(const PixelRect& rect) {
-    DrawTarget target = MakeRecordTarget(frame.drawing, frame.width, frame.height);
+    DrawTarget target = MakeRecordTarget(frame.drawing, frame.width, frame.height, Headless().dotsPerInch,
+                                         Headless().dotsPerInch);
     target.clip = rect;
     ShellMessage message;
     message.message = WM_PAINT;

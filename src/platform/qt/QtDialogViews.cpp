@@ -496,6 +496,16 @@ void QtSyncDialog(Dialog& dialog) {
     if (auto* view = static_cast<DialogView*>(dialog.widgets)) Settle(*view);
 }
 
+void LayOutDialogViews() {
+    const auto layOut = [](DialogView& view) {
+        if (view.dialog.ended) return;
+        FrameCallsInUse().layOutDialog(view.dialog);
+        Settle(view);
+    };
+    for (DialogView* view : modalViews) layOut(*view);
+    for (const auto& view : openViews) layOut(*view);
+}
+
 void CloseDialogViews() { openViews.clear(); }
 
 }  // namespace tally

@@ -12,6 +12,7 @@
 #include "base/Number.h"
 #include "platform/qt/QtDesktop.h"
 #include "platform/qt/QtFaces.h"
+#include "platform/qt/QtFrame.h"
 #include "platform/qt/QtText.h"
 
 namespace tally {
@@ -33,13 +34,6 @@ struct FontState {
     Array<LoadedFont> fonts;  // handle - 1
 };
 FontState state;
-
-i32 ScreenDpi(bool vertical) {
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    if (!screen) return 96;
-    const i32 dpi = qRound(vertical ? screen->logicalDotsPerInchY() : screen->logicalDotsPerInchX());
-    return std::clamp(dpi, 48, 960);
-}
 
 LoadedFont LoadFont(const FontRequest& request) {
     QFont font;
@@ -102,6 +96,16 @@ const LoadedFont& FontOf(FontHandle handle) {
     }
     return *state.frame;
 }
+
+i32 ScreenDpi(bool vertical) {
+    const Frame* frame = FrameInUse();
+    const QScreen* screen = frame ? frame->window.screen() : QGuiApplication::primaryScreen();
+    if (!screen) return 96;
+    const i32 dpi = qRound(vertical ? screen->logicalDotsPerInchY() : screen->logicalDotsPerInchX());
+    return std::clamp(dpi, 48, 960);
+}
+
+void DropFrameFont() { state.frame.reset(); }
 
 void ResetFonts() {
     state.frame.reset();

@@ -20,6 +20,10 @@ struct LoadedFont {
 // The font of a handle; that of the frame for 0 and for what was never given out.
 const LoadedFont& FontOf(FontHandle handle);
 void ResetFonts();
+// The next question for the frame's font makes it anew, for the screen that the window is on now.
+void DropFrameFont();
+// Pixels to the inch of the screen that the window is on, without one of the first screen.
+i32 ScreenDpi(bool vertical);
 // A text with the top left corner of its box at (x, y), about which a turned one turns; the painter has the
 // font.
 void PaintFontText(QPainter& painter, const LoadedFont& font, i32 x, i32 y, WideView text);

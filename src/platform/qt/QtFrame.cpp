@@ -152,10 +152,6 @@ void TranslateToolkit() {
         QCoreApplication::installTranslator(&*translator);
 }
 
-constexpr int FIRST_WIDTH = 1024, FIRST_HEIGHT = 720;
-// A menu, a line and a few cells.
-constexpr int LEAST_WIDTH = 320, LEAST_HEIGHT = 200;
-
 // Of what the toolkit says while it starts only its failure counts, in one line; it would end with a core file.
 void HearStart(QtMsgType type, const QMessageLogContext&, const QString&) {
     if (type != QtFatalMsg) return;
@@ -194,8 +190,6 @@ Frame::Frame(const FrameCalls& frameCalls)
         bar->setContextMenuPolicy(Qt::NoContextMenu);
         bar->hide();
     }
-    window.setMinimumSize(LEAST_WIDTH, LEAST_HEIGHT);
-    window.resize(FIRST_WIDTH, FIRST_HEIGHT);
 }
 
 Frame* FrameInUse() { return frame ? &*frame : nullptr; }
@@ -235,6 +229,7 @@ void OpenDesktop(int& count, char** arguments) {
 
 void OpenFrame(const FrameCalls& calls) {
     frame.emplace(calls);
+    SizeWindow();
     ConnectWaiting();
     ConnectClipboardChanges();
     ConnectSession();
@@ -254,6 +249,7 @@ void OpenFrame(const FrameCalls& calls) {
 void ShowFrame() {
     FillMenuBar();
     frame->window.show();
+    ConnectScreens();
     frame->client.setFocus();
 }
 

@@ -41,10 +41,12 @@ struct Frame {
     QPlainTextEdit entry{&client};
     QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
     QTimer timers[TIMER_COUNT];
-    int wheel = 0, sidewaysWheel = 0;  // of the wheel, what is not yet a notch
-    bool composing = false;            // an input method has an unfinished text, which began in the client
-    bool quitting = false;             // the message loop has been told to end
-    bool lineWanted = false;           // meanwhile the shell wanted the focus in the entry line
+    int wheel = 0, sidewaysWheel = 0;    // of the wheel, what is not yet a notch
+    bool composing = false;              // an input method has an unfinished text, which began in the client
+    bool quitting = false;               // the message loop has been told to end
+    bool lineWanted = false;             // meanwhile the shell wanted the focus in the entry line
+    i32 dpi = 96;                        // that everything is laid out for
+    QMetaObject::Connection resolution;  // to the screen that the window is on
 };
 
 bool Send(const ShellMessage& message);
@@ -71,6 +73,12 @@ QString TypedText(int key, Qt::KeyboardModifiers modifiers, const QString& text)
 void FillMenuBar();
 i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y);
 
+// ---- the screen --------------------------------------------------------------------------------------
+// The first size of the window and its least one, for the screen that it is on.
+void SizeWindow();
+// The window is shown: from now on it follows the resolution of the screen that it is on.
+void ConnectScreens();
+
 // ---- the end of the session -------------------------------------------------------------------------
 // A signal to end and the end of the session close the frame as the user does.
 void ConnectSession();
@@ -90,6 +98,8 @@ void QtShowDialog(Dialog& dialog);
 void QtSyncDialog(Dialog& dialog);
 // The window of the dialog that is in front; null without one.
 QWidget* TopDialogWindow();
+// Works the places of all open dialogs out anew.
+void LayOutDialogViews();
 void CloseDialogViews();
 bool QtReadSetting(WideView section, WideView key, WideText& out);
 bool QtWriteSetting(WideView section, WideView key, WideView value);

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "shell/dialogs/Dialogs.h"
+#include "shell/grid/Layout.h"
 
 namespace tally {
 namespace {
@@ -86,8 +87,9 @@ Extent LeafSize(const Control& control, const Units& units) {
             return {asked ? asked
                           : std::clamp(WidestItem(control, units) + 5 * units.gap, 16 * units.digit,
                                        50 * units.digit),
-                    lines * (units.line + 3) + 4};
-        case CONTROL_MULTILINE: return {asked ? asked : 40 * units.digit, lines * (units.line + 1) + units.gap};
+                    lines * (units.line + ScreenLength(3)) + ScreenLength(4)};
+        case CONTROL_MULTILINE:
+            return {asked ? asked : 40 * units.digit, lines * (units.line + ScreenLength(1)) + units.gap};
         case CONTROL_PAINTED:
             return {asked ? asked : 20 * units.digit, (row.lines > 0 ? row.lines : 1) * units.line + units.gap};
         default: return {asked ? asked : 20 * units.digit, edit};

@@ -121,6 +121,7 @@ bool TakenByDialog(const ShellMessage& message) {
         case WM_VSCROLL: return !picks && Shell().modal;
         case WM_PAINT:
         case WM_SIZE:
+        case WM_DPICHANGED:
         case WM_TIMER: return false;
         default: return Shell().modal != nullptr;
     }

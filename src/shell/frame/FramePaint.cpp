@@ -110,7 +110,7 @@ void PaintTabs(DrawTarget& target) {
         const PixelRect rect{tab.left, layout.tabs.top, tab.right, layout.tabs.bottom};
         FillRect(target, rect, current ? WHITE : FACE);
         if (sheet.tabColour)
-            FillRect(target, {rect.left, rect.bottom - 3, rect.right, rect.bottom},
+            FillRect(target, {rect.left, rect.bottom - ScreenLength(3), rect.right, rect.bottom},
                      PaletteColour(*book, sheet.tabColour, 0));
         DrawLine(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, {EDGE});
         Centred(target, rect, WideView(sheet.name));
@@ -131,20 +131,20 @@ void PaintStatusBar(DrawTarget& target) {
     const PixelRect& bar = Shell().layout.statusBar;
     ScreenMetrics screen;
     Platform().getScreenMetrics(screen);
-    constexpr i32 GRIP = 16, PADDING = 3;
+    const i32 grip = ScreenLength(16), padding = ScreenLength(3);
     i32 endWidth = 0, height = 0;
     Fonts().textExtent(0, Message(MSG_STATUS_END), endWidth, height);
-    const i32 first = bar.left + 7 * screen.digitWidth + 2 * PADDING;
-    const i32 last = bar.right - GRIP - endWidth - 2 * PADDING;
+    const i32 first = bar.left + 7 * screen.digitWidth + 2 * padding;
+    const i32 last = bar.right - grip - endWidth - 2 * padding;
     const PixelRect parts[3] = {{bar.left, bar.top, first, bar.bottom},
                                 {first, bar.top, last, bar.bottom},
-                                {last, bar.top, bar.right - GRIP, bar.bottom}};
+                                {last, bar.top, bar.right - grip, bar.bottom}};
     FillRect(target, bar, FACE);
     DrawLine(target, bar.left, bar.top, bar.right, bar.top, {EDGE});
     WideText text;
     for (i32 i = 0; i < 3; ++i) {
         if (!StatusText(i, text) || text.IsEmpty()) continue;
-        DrawClippedText(target, parts[i].left + PADDING, bar.top + PADDING, parts[i], 0, BLACK, text);
+        DrawClippedText(target, parts[i].left + padding, bar.top + padding, parts[i], 0, BLACK, text);
     }
 }
 

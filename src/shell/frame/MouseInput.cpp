@@ -33,8 +33,11 @@ void EndGesture() {
     ShellPlatform().killTimer(TIMER_AUTO_SCROLL);
 }
 
-// The line whose far edge is near the pixel: `inside` pixels before it, `behind` pixels after it.
+// The line whose far edge is near the pixel: `inside` before it, `behind` after it, both as lengths on a screen
+// with 96 pixels to the inch.
 i32 EdgeAt(const Array<ShownLine>& lines, i32 pixel, i32 inside, i32 behind) {
+    inside = ScreenLength(inside);
+    behind = ScreenLength(behind);
     for (u32 i = 0; i < lines.Count(); ++i) {
         const i32 from = std::max(lines[i].end - inside, (lines[i].start + lines[i].end) / 2);
         if (pixel >= from && pixel < lines[i].end) return lines[i].index;

@@ -149,10 +149,19 @@ bool OnSize(const ShellMessage& message) {
     return true;
 }
 
+// Text is shown in other sizes now, and what is measured in it with it.
+bool OnResolution(const ShellMessage&) {
+    NoteShownChange();
+    RefreshChrome();
+    ScrollTabs();
+    return true;
+}
+
 constexpr FrameMessageRow frameMessages[] = {
     {WM_CHAR, OnChar},
     {WM_CLOSE, OnClose},
     {WM_COMMAND, OnCommand},
+    {WM_DPICHANGED, OnResolution},
     {WM_HELP, OnHelp},
     {WM_HSCROLL, OnScroll},
     {WM_VSCROLL, OnScroll},

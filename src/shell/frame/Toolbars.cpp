@@ -1,5 +1,7 @@
 #include "shell/frame/Toolbars.h"
 
+#include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -25,12 +27,13 @@ constexpr ToolbarButton buttons[] = {
 };
 constexpr std::size_t BUTTONS = std::size(buttons);
 
+// Lengths on a screen with 96 pixels to the inch.
 constexpr i32 BUTTON_SIZE = 22, BAND_GAP = 9, STRIP_MARGIN = 2, IMAGE_SIZE = 16;
 constexpr u32 FACE = 0xF0F0F0, LIGHT = 0xE0D8D0, PRESSED = 0xD0C0B0, EDGE = 0xA0A0A0;
 constexpr u32 INK = 0x404040, GREY = 0xB0B0B0, WHITE = 0xFFFFFF, BLUE = 0xB06030, RED = 0x3030C0,
               GREEN = 0x309030, SAND = 0x80C8E8;
 
-// A picture is a few strokes on a square of 16 pixels.
+// A picture is a few strokes on a square of 16 pixels, which grow with it.
 enum StrokeKind : u8 { STROKE_LINE, STROKE_FILL, STROKE_FRAME };
 struct Stroke {
     i32 command;
@@ -82,6 +85,38 @@ constexpr Letters letters[] = {
     {433, u"I", 400, true, false},  {434, u"U", 400, false, true},  {441, u"{ }", 700, false, false},
 };
 
+i32 ButtonsWidth(BandNumber band) {
+    const auto count = std::count_if(std::begin(buttons), std::end(buttons),
+                                     [band](const ToolbarButton& button) { return button.band == band; });
+    return static_cast<i32>(count) * ScreenLength(BUTTON_SIZE);
+}
+
+// Where a shown band begins in the strip. The bands stand in the order of their indexes, those of the same in
+// that of their numbers. Each takes the room of its buttons, and what its own width wants beyond that as long
+// as all the others keep theirs; a width as large as the strip's wants nothing.
+i32 BandLeft(BandNumber band) {
+    const PixelRect& strip = Shell().layout.toolbar;
+    std::array<BandNumber, 3> order = {BAND_STANDARD, BAND_FORMAT, BAND_ENTRY};
+    std::stable_sort(order.begin(), order.end(), [](BandNumber a, BandNumber b) {
+        return Shell().bands[a].index < Shell().bands[b].index;
+    });
+    const i32 gap = ScreenLength(BAND_GAP), margin = ScreenLength(STRIP_MARGIN);
+    const i32 whole = strip.right - strip.left;
+    i32 spare = whole - 2 * margin + gap;
+    for (const BandNumber each : order)
+        if (IsBandShown(each)) spare -= ButtonsWidth(each) + gap;
+    i32 left = strip.left + margin;
+    for (const BandNumber each : order) {
+        if (each == band) break;
+        if (!IsBandShown(each)) continue;
+        const i32 width = Shell().bands[each].width, least = ButtonsWidth(each);
+        const i32 more = width < whole ? std::clamp(width - least, 0, std::max(0, spare)) : 0;
+        spare -= more;
+        left += least + more + gap;
+    }
+    return left;
+}
+
 i32 ButtonAt(i32 x, i32 y) {
     for (std::size_t i = 0; i < BUTTONS; ++i)
         if (RectHolds(ButtonPlace(i), x, y)) return static_cast<i32>(i);
@@ -102,25 +137,30 @@ void SetHover(i32 button) {
     ShellPlatform().setToolTip(button >= 0 ? Message(buttons[button].tip) : WideView());
 }
 
+// The edges of a rectangle, inside it.
+void PaintEdges(DrawTarget& target, const PixelRect& rect, i32 thickness, u32 colour) {
+    FillRect(target, {rect.left, rect.top, rect.right, rect.top + thickness}, colour);
+    FillRect(target, {rect.left, rect.bottom - thickness, rect.right, rect.bottom}, colour);
+    FillRect(target, {rect.left, rect.top, rect.left + thickness, rect.bottom}, colour);
+    FillRect(target, {rect.right - thickness, rect.top, rect.right, rect.bottom}, colour);
+}
+
 void PaintStroke(DrawTarget& target, const Stroke& stroke, i32 x, i32 y, bool enabled) {
     const u32 colour = enabled ? stroke.colour : stroke.colour == WHITE ? FACE : GREY;
-    const i32 x1 = x + stroke.x1, y1 = y + stroke.y1, x2 = x + stroke.x2, y2 = y + stroke.y2;
+    const i32 x1 = x + ScreenLength(stroke.x1), y1 = y + ScreenLength(stroke.y1);
+    const i32 x2 = x + ScreenLength(stroke.x2), y2 = y + ScreenLength(stroke.y2);
+    const i32 thickness = std::max(1, ScreenLength(1));
     switch (stroke.kind) {
-        case STROKE_LINE: DrawLine(target, x1, y1, x2, y2, {colour}); break;
+        case STROKE_LINE: DrawLine(target, x1, y1, x2, y2, {colour, PEN_SOLID, thickness}); break;
         case STROKE_FILL: FillRect(target, {x1, y1, x2, y2}, colour); break;
-        case STROKE_FRAME:
-            DrawLine(target, x1, y1, x2, y1, {colour});
-            DrawLine(target, x1, y2 - 1, x2, y2 - 1, {colour});
-            DrawLine(target, x1, y1, x1, y2, {colour});
-            DrawLine(target, x2 - 1, y1, x2 - 1, y2, {colour});
-            break;
+        case STROKE_FRAME: PaintEdges(target, {x1, y1, x2, y2}, thickness, colour); break;
     }
 }
 
 void PaintLetters(DrawTarget& target, const Letters& picture, const PixelRect& place, bool enabled) {
     FontRequest request;
     request.faceName = u"Arial";
-    request.pixelHeight = IMAGE_SIZE - 2;
+    request.pixelHeight = ScreenLength(IMAGE_SIZE - 2);
     request.weight = picture.weight;
     request.italic = picture.italic;
     request.underline = picture.underline;
@@ -139,13 +179,12 @@ void PaintButton(DrawTarget& target, std::size_t index) {
     const bool hovered = toolbar.hover == static_cast<i32>(index) && enabled;
     if (hovered) {
         FillRect(target, place, toolbar.pressed == static_cast<i32>(index) ? PRESSED : LIGHT);
-        PaintStroke(target, {0, STROKE_FRAME, 0, 0, BUTTON_SIZE, BUTTON_SIZE, EDGE}, place.left, place.top,
-                    true);
+        PaintEdges(target, place, 1, EDGE);
     }
-    constexpr i32 MARGIN = (BUTTON_SIZE - IMAGE_SIZE) / 2;
+    const i32 margin = (place.right - place.left - ScreenLength(IMAGE_SIZE)) / 2;
     for (const Stroke& stroke : strokes)
         if (stroke.command == buttons[index].command)
-            PaintStroke(target, stroke, place.left + MARGIN, place.top + MARGIN, enabled);
+            PaintStroke(target, stroke, place.left + margin, place.top + margin, enabled);
     for (const Letters& picture : letters)
         if (picture.command == buttons[index].command) PaintLetters(target, picture, place, enabled);
 }
@@ -156,14 +195,14 @@ std::span<const ToolbarButton> ToolbarButtons() { return buttons; }
 
 PixelRect ButtonPlace(std::size_t button) {
     const PixelRect& strip = Shell().layout.toolbar;
-    if (IsEmptyRect(strip) || !IsBandShown(buttons[button].band)) return PixelRect();
-    i32 left = strip.left + STRIP_MARGIN;
-    for (std::size_t i = 0; i < button; ++i) {
-        if (!IsBandShown(buttons[i].band)) continue;
-        left += BUTTON_SIZE + (buttons[i].band != buttons[i + 1].band ? BAND_GAP : 0);
-    }
-    const i32 top = strip.top + (strip.bottom - strip.top - BUTTON_SIZE) / 2;
-    return {left, top, left + BUTTON_SIZE, top + BUTTON_SIZE};
+    const BandNumber band = buttons[button].band;
+    if (IsEmptyRect(strip) || !IsBandShown(band)) return PixelRect();
+    const i32 size = ScreenLength(BUTTON_SIZE);
+    std::size_t before = 0;
+    for (std::size_t i = 0; i < button; ++i) before += buttons[i].band == band;
+    const i32 left = BandLeft(band) + static_cast<i32>(before) * size;
+    const i32 top = strip.top + (strip.bottom - strip.top - size) / 2;
+    return {left, top, left + size, top + size};
 }
 
 void RefreshToolbars() {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/Number.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/grid/CellLook.h"
@@ -11,6 +10,9 @@
 namespace tally {
 namespace {
 
+// Lengths on a screen with 96 pixels to the inch.
+constexpr i32 TOOLBAR_HEIGHT = 25;
+constexpr i32 STATUS_PADDING = 6;
 constexpr i32 SCROLL_BAR_SIZE = 16;
 constexpr i32 ENTRY_LINE_PADDING = 8;
 constexpr i32 TAB_ARROW_WIDTH = 17;
@@ -82,7 +84,7 @@ void UpdateScrollBars(bool showVertical, bool showHorizontal) {
     ScrollBarState vertical, horizontal;
     if (HasCells(sheet)) {
         vertical.shown = showVertical;
-        vertical.place = {layout.grid.right, layout.grid.top, layout.grid.right + SCROLL_BAR_SIZE,
+        vertical.place = {layout.grid.right, layout.grid.top, layout.grid.right + ScreenLength(SCROLL_BAR_SIZE),
                           layout.grid.bottom};
         vertical.position = sheet->view.firstRow;
         vertical.page = WholeRowsShown();
@@ -92,7 +94,7 @@ void UpdateScrollBars(bool showVertical, bool showHorizontal) {
             std::max({LastUsedRow(*sheet), static_cast<i32>(sheet->view.firstRow), 1}) + vertical.page);
         horizontal.shown = showHorizontal;
         horizontal.place = {layout.tabs.right, layout.grid.bottom, layout.grid.right,
-                            layout.grid.bottom + SCROLL_BAR_SIZE};
+                            layout.grid.bottom + ScreenLength(SCROLL_BAR_SIZE)};
         horizontal.position = sheet->view.firstColumn;
         horizontal.page = WholeColumnsShown();
         horizontal.maximum = std::min<i32>(
@@ -112,28 +114,30 @@ void PlaceStrips(const Workbook* book, const Sheet* sheet, const ScreenMetrics& 
     layout.toolbar = layout.entryLine = layout.tabs = layout.tabScroller = PixelRect();
     layout.statusBar = layout.grid = PixelRect();
     if (Shell().statusBarShown && !full) {
-        layout.statusBar = {0, std::max(0, bottom - screen.fontHeight - 6), layout.width, bottom};
+        layout.statusBar = {0, std::max(0, bottom - screen.fontHeight - ScreenLength(STATUS_PADDING)),
+                            layout.width, bottom};
         bottom = layout.statusBar.top;
     }
     if (IsBandShown(BAND_STANDARD) || IsBandShown(BAND_FORMAT) || IsBandShown(BAND_ENTRY)) {
-        layout.toolbar = {0, 0, layout.width, TOOLBAR_HEIGHT};
+        layout.toolbar = {0, 0, layout.width, ScreenLength(TOOLBAR_HEIGHT)};
         top = layout.toolbar.bottom;
     }
     if (!book) return;
     if (IsBandShown(BAND_FORMULA)) {
-        layout.entryLine = {0, top, layout.width, top + screen.fontHeight + ENTRY_LINE_PADDING};
+        layout.entryLine = {0, top, layout.width, top + screen.fontHeight + ScreenLength(ENTRY_LINE_PADDING)};
         top = layout.entryLine.bottom;
     }
     const bool showBar = book->showHorizontalScrollBar && !full && HasCells(sheet);
     const bool showTabs = book->showSheetTabs && !full;
+    const i32 bar = ScreenLength(SCROLL_BAR_SIZE);
     i32 right = layout.width;
-    if (book->showVerticalScrollBar && !full && HasCells(sheet)) right -= SCROLL_BAR_SIZE;
-    if (showBar || showTabs) bottom -= SCROLL_BAR_SIZE;
+    if (book->showVerticalScrollBar && !full && HasCells(sheet)) right -= bar;
+    if (showBar || showTabs) bottom -= bar;
     layout.grid = {0, top, std::max(0, right), std::max(top, bottom)};
-    layout.tabScroller = {0, layout.grid.bottom, 0, layout.grid.bottom + SCROLL_BAR_SIZE};
+    layout.tabScroller = {0, layout.grid.bottom, 0, layout.grid.bottom + bar};
     layout.tabs = layout.tabScroller;
     if (showTabs) {
-        layout.tabScroller.right = 2 * TAB_ARROW_WIDTH;
+        layout.tabScroller.right = 2 * ScreenLength(TAB_ARROW_WIDTH);
         layout.tabs.left = layout.tabScroller.right;
         layout.tabs.right = std::max(layout.tabs.left, showBar ? layout.width / 2 : layout.width);
     }
@@ -162,6 +166,7 @@ void LayOut() {
     NoteShownChange();
     ScreenMetrics screen;
     Platform().getScreenMetrics(screen);
+    layout.dpi = screen.logPixelsY > 0 ? screen.logPixelsY : 96;
     Workbook* book = CurrentWorkbook();
     Sheet* sheet = CurrentSheet();
     PlaceStrips(book, sheet, screen, layout);
@@ -272,7 +277,7 @@ bool ShownTabs(Array<SheetTab>& tabs) {
         if (place >= strip.right) break;
         i32 width = 0, height = 0;
         Fonts().textExtent(0, WideView(sheet.name), width, height);
-        if (!tabs.Append({i, place, place + width + 2 * TAB_PADDING})) return false;
+        if (!tabs.Append({i, place, place + width + 2 * ScreenLength(TAB_PADDING)})) return false;
         place = tabs.Last().right;
     }
     return true;

@@ -1,12 +1,15 @@
 #pragma once
 // The places of everything in the frame, and the pixels of rows and columns.
 
+#include "base/Number.h"
 #include "shell/grid/GridMetrics.h"
 #include "shell/state/ShellState.h"
 
 namespace tally {
 
-constexpr i32 TOOLBAR_HEIGHT = 25;
+// What a length in pixels of a screen with 96 to the inch takes on the screen of the window. Lines and the
+// edges of strips and buttons are no lengths: they are one pixel everywhere.
+inline i32 ScreenLength(i32 pixels) { return MulDiv(pixels, Shell().layout.dpi, 96); }
 
 // Whether a band is to be seen now: that of the entry bar only above cells.
 bool IsBandShown(i32 band);

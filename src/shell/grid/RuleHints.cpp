@@ -11,7 +11,8 @@
 namespace tally {
 namespace {
 
-constexpr i32 ARROW_SIZE = 17;
+// Lengths on a screen with 96 pixels to the inch.
+constexpr i32 ARROW_SIZE = 17, TRIANGLE_HEIGHT = 4;
 constexpr u32 FACE = 0xF0F0F0, EDGE = 0x808080, INK = 0x202020;
 
 const ValidationRule* RuleAt(const Sheet& sheet, i32 row, i32 column) {
@@ -30,10 +31,11 @@ PixelRect ListArrowPlace() {
     const PixelRect cell = AreaPixels(active);
     if (IsEmptyRect(cell)) return PixelRect();
     const PixelRect& cells = Shell().layout.cells;
+    const i32 size = ScreenLength(ARROW_SIZE);
     // Beside the cell, or inside it where the view ends.
-    const i32 left = std::max(std::min(cell.right, cells.right - ARROW_SIZE), cells.left);
-    return IntersectRects(
-        {left, std::max(cell.top, cell.bottom - ARROW_SIZE - 1), left + ARROW_SIZE, cell.bottom - 1}, cells);
+    const i32 left = std::max(std::min(cell.right, cells.right - size), cells.left);
+    return IntersectRects({left, std::max(cell.top, cell.bottom - size - 1), left + size, cell.bottom - 1},
+                          cells);
 }
 
 void InvalidateListArrow() {
@@ -46,8 +48,10 @@ void PaintListArrow(DrawTarget& target) {
     if (IsEmptyRect(place)) return;
     FillRect(target, place, EDGE);
     FillRect(target, {place.left + 1, place.top + 1, place.right - 1, place.bottom - 1}, FACE);
-    const i32 middle = (place.left + place.right) / 2, top = (place.top + place.bottom) / 2 - 2;
-    for (i32 i = 0; i < 4; ++i) DrawLine(target, middle - 3 + i, top + i, middle + 4 - i, top + i, {INK});
+    const i32 height = ScreenLength(TRIANGLE_HEIGHT);
+    const i32 middle = (place.left + place.right) / 2, top = (place.top + place.bottom) / 2 - height / 2;
+    for (i32 i = 0; i < height; ++i)
+        DrawLine(target, middle - height + 1 + i, top + i, middle + height - i, top + i, {INK});
 }
 
 i32 FindHyperlink(i32 row, i32 column) {

@@ -33,6 +33,7 @@ struct ShownLine {
 // Where everything in the client area lies, worked out by RefreshChrome.
 struct Layout {
     i32 width = 0, height = 0;
+    i32 dpi = 96;         // pixels to the inch of the screen that the window is on
     GridMetrics metrics;  // of the window, zoomed
     i32 headerHeight = 0, headerWidth = 0;
     PixelRect toolbar;
