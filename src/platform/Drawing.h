@@ -4,24 +4,21 @@
 //
 // Which pixels are drawn, on every target:
 // - The right and bottom of a rectangle lie outside. A fill of {l, t, r, b} covers the columns l to r - 1 and
-// the
-//   rows t to b - 1; a rectangle's outline lies inside it, on column l, row t, column r - 1 and row b - 1.
+//   the rows t to b - 1; a rectangle's outline lies inside it, on column l, row t, column r - 1 and row b - 1.
 // - A line one pixel wide covers its first pixel and not its last, one pixel for each step along its longer
-// axis.
-//   The lines of a polyline meet, so only the last pixel of the last one is left out; a closed outline has all.
+//   axis. The lines of a polyline meet, so only the last pixel of the last one is left out; a closed outline
+//   has all.
 // - A wider line covers `width` pixels across, width / 2 of them before its own pixel, and ends flat where a
-// line of
-//   one pixel does; where two of them meet at an angle the corner is round.
+//   line of one pixel does; where two of them meet at an angle the corner is round.
 // - A polygon's points are corners of pixels when it is filled: it covers the pixels whose middle lies inside,
-// of
-//   those on its edge the left and upper ones, so that neighbours meet without a gap and without an overlap.
-//   Its outline is the closed line through the pixels of the same numbers.
-// - An ellipse fills the pixels whose middle lies inside the ellipse in its rectangle; its outline lies inside.
+//   of those on its edge the left and upper ones, so that neighbours meet without a gap and without an
+//   overlap. Its outline is the closed line through the pixels of the same numbers.
+// - An ellipse fills the pixels whose middle lies inside the ellipse in its rectangle; its outline lies
+//   inside.
 // - Lines and fills are never smoothed; of a text the font decides.
-// - Dashes are counted in pixels from the start of a polyline, whatever the clip shows of it; what lies between
-// them
-//   is left as it was. The dots of a pattern lie on a raster that begins at the target's corner, so that
-//   neighbours meet without a seam; each is one pixel, at a printer as many as show one of the screen.
+// - Dashes are counted in pixels from the start of a polyline, whatever the clip shows of it; what lies
+//   between them is left as it was. The dots of a pattern lie on a raster that begins at the target's corner,
+//   so that neighbours meet without a seam; each is one pixel, at a printer as many as show one of the screen.
 
 #include "base/Array.h"
 
