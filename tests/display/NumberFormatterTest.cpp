@@ -254,7 +254,9 @@ TEST_F(NumberFormatter, NumeratorsAndDenominatorsLeanToTheSlashWithAllTheirDigit
         {0.5, u"# ?\?/?\?", "  1/2 "}, {0.1, u"# ?\?\?/?\?\?", "   1/10 "},
         {0.5, u"# 00/00", " 01/02"},   {0.125, u"?\?/?\?", " 1/8 "},
         {1234.5, u"?/?", "2469/2"},    {0.5, u"# #/#", " 1/2"},
-        {-12.5, u"?/?", "-25/2"},
+        {-12.5, u"?/?", "-25/2"},      {0.5, u"# ?/?0?", " 1/02 "},
+        {0.5, u"# ?/00?", " 1/002"},   {0.5, u"# ?/0?\?", " 1/02 "},
+        {0.5, u"# ?/?\?0", " 1/2  "},
     };
     for (const Row& row : rows) EXPECT_EQ(Shown(row.value, row.format), row.expected) << Narrow(row.format);
 }

@@ -252,6 +252,128 @@ TEST_F(Headlessly, TheEntryLineKeepsItsSelectionInside) {
     EXPECT_FALSE(shell.entryCanUndo());
 }
 
+TEST_F(Headlessly, APopupGivesTheScriptedItemOnceUnlessItIsGrey) {
+    Array<MenuItem> items;
+    ASSERT_TRUE(AddMenuItem(items, 7, u"first", true, false) && AddMenuItem(items, 8, u"grey", false, false) &&
+                AddMenuItem(items, 9, u"checked", true, true) && AddMenuItem(items, 10, u"too", true, true));
+    struct Case {
+        i32 answer, chosen;
+    };
+    for (const Case& row : {Case{7, 7}, {8, 0}, {9, 9}, {0, 0}}) {
+        HeadlessFrame().popupAnswer = row.answer;
+        EXPECT_EQ(ShellPlatform().trackPopup(items, 30, 40), row.chosen) << row.answer;
+        EXPECT_EQ(ShellPlatform().trackPopup(items, 30, 40), 0);
+        EXPECT_EQ(HeadlessFrame().popupX, 30);
+        EXPECT_EQ(HeadlessFrame().popupY, 40);
+        EXPECT_EQ(HeadlessFrame().popupChecked, 2);
+        ASSERT_EQ(HeadlessFrame().popupTexts.Count(), 4u);
+        EXPECT_EQ(HeadlessFrame().popupTexts[1].View(), WideView(u"grey"));
+    }
+}
+
+TEST_F(Headlessly, TheFrameRemembersWhatItWasTold) {
+    const ShellPlatformTable& shell = ShellPlatform();
+    shell.setTitle(u"title");
+    EXPECT_EQ(HeadlessFrame().title.View(), WideView(u"title"));
+    i32 width = 0, height = 0;
+    shell.clientSize(width, height);
+    EXPECT_EQ(width, 800);
+    EXPECT_EQ(height, 600);
+    shell.invalidate({1, 2, 1, 9});
+    EXPECT_EQ(HeadlessFrame().invalidations, 0u);
+    shell.invalidate({1, 2, 2, 9});
+    EXPECT_EQ(HeadlessFrame().invalidations, 1u);
+    EXPECT_EQ(HeadlessFrame().dirty.Count(), 1u);
+    for (const bool on : {true, false}) {
+        shell.setCapture(on);
+        EXPECT_EQ(HeadlessFrame().captured, on);
+        shell.setFullScreen(on);
+        EXPECT_EQ(HeadlessFrame().fullScreen, on);
+        if (on) shell.startTimer(5, 10);
+        else shell.killTimer(5);
+        for (i32 timer = 0; timer < 8; ++timer) EXPECT_EQ(HeadlessFrame().timers[timer], on && timer == 5);
+        if (on) shell.focusEntryLine();
+        else shell.focusFrame();
+        EXPECT_EQ(HeadlessFrame().entryFocused, on);
+        shell.placeEntryLine({1, 2, 3, 4}, on);
+        EXPECT_EQ(HeadlessFrame().entryPlace, on ? (PixelRect{1, 2, 3, 4}) : PixelRect());
+    }
+    EXPECT_FALSE(HeadlessFrame().hasQuit);
+    shell.quit();
+    EXPECT_TRUE(HeadlessFrame().hasQuit);
+    ResetHeadlessShell();
+    EXPECT_FALSE(HeadlessFrame().hasQuit);
+    EXPECT_TRUE(HasShellPlatform());
+}
+
+TEST_F(Headlessly, SettingsClipboardAndFileDialogs) {
+    const ShellPlatformTable& shell = ShellPlatform();
+    WideText text;
+    EXPECT_FALSE(shell.readSetting(u"a", u"b", text));
+    ASSERT_TRUE(shell.writeSetting(u"a", u"b", u"1"));
+    ASSERT_TRUE(shell.writeSetting(u"a", u"c", u"2"));
+    ASSERT_TRUE(shell.writeSetting(u"x", u"b", u"3"));
+    ASSERT_TRUE(shell.writeSetting(u"A", u"B", u"4"));
+    EXPECT_EQ(HeadlessFrame().settings.Count(), 3u);
+    ASSERT_TRUE(shell.readSetting(u"a", u"b", text));
+    EXPECT_EQ(text.View(), WideView(u"4"));
+    ASSERT_TRUE(shell.readSetting(u"x", u"b", text));
+    EXPECT_EQ(text.View(), WideView(u"3"));
+    EXPECT_FALSE(shell.readSetting(u"x", u"c", text));
+
+    const auto formats = [&] {
+        std::string all;
+        for (const u32 format : {u32{CF_TEXT}, u32{CF_UNICODETEXT}, u32{CF_PRIVATE}, 99u})
+            all += shell.clipboardHas(format) ? "1" : "0";
+        return all;
+    };
+    EXPECT_EQ(formats(), "0000");
+    const WideView own = u"own", other = u"other";
+    const u8 narrow[] = {'o', 'w', 'n'};
+    ASSERT_TRUE(shell.setClipboard(&own, ByteView(narrow, 3)));
+    EXPECT_EQ(formats(), "1110");
+    Array<u8> bytes;
+    ASSERT_TRUE(shell.clipboardNarrowText(bytes));
+    EXPECT_EQ(bytes.Count(), 3u);
+    CopyElsewhere(&other);
+    EXPECT_EQ(formats(), "1100");
+    ASSERT_TRUE(shell.clipboardText(text));
+    EXPECT_EQ(text.View(), other);
+    HeadlessFrame().clipboardLocked = true;
+    EXPECT_EQ(formats(), "0000");
+    EXPECT_FALSE(shell.clipboardText(text));
+    EXPECT_FALSE(shell.clipboardNarrowText(bytes));
+    EXPECT_FALSE(shell.setClipboard(&own, ByteView(narrow, 3)));
+    HeadlessFrame().clipboardLocked = false;
+    CopyElsewhere(nullptr);
+    EXPECT_EQ(formats(), "0000");
+    ASSERT_TRUE(shell.setClipboard(nullptr, {}));
+    EXPECT_EQ(formats(), "0010");
+
+    const FileFilter filters[] = {{u"books", u"*.xls"}, {u"lists", u"*.csv"}, {u"texts", u"*.txt"}};
+    struct Case {
+        const char16_t* path;
+        i32 row, filter;
+        bool chosen;
+    };
+    for (const Case& row : {Case{u"", -1, 0, false},
+                            {u"/a.csv", -1, 1, true},
+                            {u"/a.TXT", -1, 2, true},
+                            {u"/a.doc", -1, 0, true},
+                            {u".csv", -1, 0, true},
+                            {u"/a.csv", 2, 2, true},
+                            {u"/a.txt", 0, 0, true}}) {
+        ASSERT_TRUE(HeadlessFrame().dialogPath.Assign(row.path) && text.Assign(u"offered"));
+        HeadlessFrame().dialogFilter = row.row;
+        i32 filter = 0;
+        EXPECT_EQ(shell.saveFileDialog(std::span<const FileFilter>(filters, 3), filter, text), row.chosen);
+        EXPECT_EQ(filter, row.filter) << row.row;
+        EXPECT_EQ(HeadlessFrame().offeredPath.View(), WideView(u"offered"));
+        EXPECT_EQ(text.View(), row.chosen ? WideView(row.path) : WideView(u"offered"));
+        EXPECT_TRUE(HeadlessFrame().dialogPath.IsEmpty());
+    }
+}
+
 TEST_F(Headlessly, FontsAreKnownByAllThatTheyAre) {
     FontRequest request;
     request.faceName = u"Arial";

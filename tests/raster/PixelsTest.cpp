@@ -220,6 +220,19 @@ TEST_F(PixelsTest, EachPenHasItsDashes) {
     }
 }
 
+TEST_F(PixelsTest, ARayThatIsNoneCutsNothingOut) {
+    DrawShape(target, {SHAPE_ELLIPSE, {2, 2, 42, 32}, {}, {}}, NO_PEN, {.colour = BLACK});
+    const std::vector<u32> whole = Pixels();
+    for (const auto& [start, end] : {std::pair<PixelPoint, PixelPoint>{{22, 17}, {2, 2}},
+                                     {{42, 17}, {22, 17}},
+                                     {{22, 17}, {22, 17}},
+                                     {{42, 17}, {32, 17}}}) {
+        Clean();
+        DrawShape(target, {SHAPE_PIE, {2, 2, 42, 32}, start, end}, NO_PEN, {.colour = BLACK});
+        EXPECT_EQ(Pixels(), whole) << start.x << "," << end.x;
+    }
+}
+
 TEST_F(PixelsTest, APictureHasItsBounds) {
     Picture made;
     struct Case {

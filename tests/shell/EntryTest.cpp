@@ -199,6 +199,15 @@ TEST_F(EntryTest, TheListOfARuleIsOfferedBesideItsCell) {
     EXPECT_EQ(UndoRecords()[UndoCount() - 1].kind, UNDO_DATA_FORM);
     ClickMouse(arrow.left + 3, arrow.top + 3);  // nothing is chosen
     EXPECT_EQ(Shown("A2"), "24");
+    // A merge has the rule of its first cell, and takes what is chosen there.
+    ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf("A2", "B5")));
+    Select("B9");
+    Select("A2");
+    const PixelRect wide = ListArrowPlace();
+    HeadlessFrame().popupAnswer = 1;
+    ClickMouse(wide.left + 3, wide.top + 3);
+    EXPECT_EQ(Shown("A2"), "red & green");
+    EXPECT_EQ(Shown("A5"), "");
     CurrentSheet()->validations[0].noDropArrow = 1;
     EXPECT_TRUE(IsEmptyRect(ListArrowPlace()));
 }

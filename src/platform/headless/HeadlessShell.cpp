@@ -42,7 +42,11 @@ i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
         WideText text;
         if (!text.Assign(item.text) || !frame.popupTexts.Append(std::move(text))) break;
     }
-    return std::exchange(frame.popupAnswer, 0);
+    const i32 answer = std::exchange(frame.popupAnswer, 0);
+    // What is grey cannot be chosen.
+    for (const MenuItem& item : items)
+        if (item.command == answer && !item.enabled) return 0;
+    return answer;
 }
 
 // ---- the entry line ------------------------------------------------------------------------------------
