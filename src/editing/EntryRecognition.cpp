@@ -14,20 +14,6 @@
 namespace tally {
 namespace {
 
-enum FormatKind : i32 {
-    KIND_PLAIN = 0,
-    KIND_FIXED = 1,
-    KIND_CURRENCY = 2,
-    KIND_ACCOUNTING = 3,
-    KIND_DATE = 4,
-    KIND_TIME = 5,
-    KIND_PERCENT = 6,
-    KIND_FRACTION = 7,
-    KIND_SCIENTIFIC = 8,
-    KIND_TEXT = 9,
-    KIND_CUSTOM = 10,
-};
-
 struct Entry {
     const FormulaPlace& place;
     WideView text;
@@ -238,6 +224,16 @@ bool FormatForEntry(i32 book, i32 formatKind, i32 subKind, WideView custom, u16&
     Workbook* workbook = BookAt(book);
     return workbook && BuildEntryFormat(*workbook, formatKind, subKind, custom, text) &&
            FindOrAddNumberFormat(*workbook, text, formatId);
+}
+
+bool EntryFormatText(i32 book, i32 formatKind, i32 subKind, WideView custom, WideText& out) {
+    out.Truncate(0);
+    const Workbook* workbook = BookAt(book);
+    if (!workbook) return false;
+    if (formatKind == KIND_PLAIN) return out.Append(u"General");
+    if (formatKind == KIND_TIME && subKind)
+        return out.Append(GetNumberFormatText(*workbook, static_cast<u16>(subKind)));
+    return BuildEntryFormat(*workbook, formatKind, subKind, custom, out);
 }
 
 WideView WithoutOfferedPercent(WideView text) {

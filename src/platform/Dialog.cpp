@@ -16,10 +16,6 @@ bool IsTyped(ControlKind kind) {
            kind == CONTROL_COMBO || kind == CONTROL_REFERENCE;
 }
 
-bool HasItems(ControlKind kind) {
-    return kind == CONTROL_LIST || kind == CONTROL_DROP_LIST || kind == CONTROL_COMBO;
-}
-
 // The radio buttons that exclude each other stand one behind the other in one container.
 void RadioRow(const Dialog& dialog, u32 member, u32& first, u32& end) {
     const auto belongs = [&](u32 i) {
@@ -79,8 +75,7 @@ bool MayChoose(const Dialog& dialog, const Control& control, i32 choice) {
         case CONTROL_SCROLL: return choice >= control.minimum && choice <= control.maximum;
         case CONTROL_PAGES: return choice >= 0 && choice < CountPages(dialog, control);
         default:
-            return HasItems(control.row.kind) && choice >= 0 &&
-                   static_cast<u32>(choice) < control.items.Count() &&
+            return HasItems(control.row) && choice >= 0 && static_cast<u32>(choice) < control.items.Count() &&
                    control.items[static_cast<u32>(choice)].enabled;
     }
 }
@@ -113,6 +108,11 @@ i32 ControlChoice(const Dialog& dialog, i32 id) {
 }
 
 bool IsChecked(const Dialog& dialog, i32 id) { return ControlChoice(dialog, id) > 0; }
+
+bool HasItems(const ControlRow& row) {
+    return row.kind == CONTROL_LIST || row.kind == CONTROL_DROP_LIST || row.kind == CONTROL_COMBO ||
+           (row.kind == CONTROL_PAINTED && (row.flags & CONTROL_PICKER));
+}
 
 i32 ChosenRadio(const Dialog& dialog, i32 id) {
     const Control* control = FindControl(dialog, id);

@@ -14,8 +14,8 @@ enum ControlKind : u8 {
     CONTROL_EDIT,       // one line of text
     CONTROL_MULTILINE,  // several
     CONTROL_SECRET,     // one line that is not to be read on the screen
-    CONTROL_CHECK,      // `choice` is 0 or 1
-    CONTROL_RADIO,      // the same; a row of them in one container excludes each other
+    CONTROL_CHECK,      // `choice` is 0 or 1; -1 begins undecided
+    CONTROL_RADIO,      // 0 or 1; a row of them in one container excludes each other
     CONTROL_LIST,       // a list box, `choice` is the item or -1
     CONTROL_DROP_LIST,  // a list that drops down
     CONTROL_COMBO,      // the same with a line that can be typed into: `text`
@@ -39,6 +39,7 @@ enum ControlFlags : u16 {
     CONTROL_NATURAL = 64,       // not stretched over its cells
     CONTROL_RELATIVE = 128,     // of reference edits: references without "$"
     CONTROL_FILL_HEIGHT = 256,  // stretched downwards, too
+    CONTROL_PICKER = 512,       // of painted controls: it has items and a choice, as a drop list has
 };
 
 // Where a control stands among those of its container: a cell of a grid whose lines take the room that their
@@ -148,6 +149,8 @@ const Control* FindControl(const Dialog& dialog, i32 id);
 WideView ControlText(const Dialog& dialog, i32 id);
 i32 ControlChoice(const Dialog& dialog, i32 id);
 bool IsChecked(const Dialog& dialog, i32 id);
+// Whether a control has items to choose from.
+bool HasItems(const ControlRow& row);
 // The radio button that is chosen in the row that `id` belongs to; 0 for none.
 i32 ChosenRadio(const Dialog& dialog, i32 id);
 

@@ -17,7 +17,9 @@
 #include <QTest>
 #include <QTimer>
 
+#include "base/MessageTable.h"
 #include "platform/qt/QtFrame.h"
+#include "shell/dialogs/Pickers.h"
 
 namespace tally {
 namespace {
@@ -260,6 +262,64 @@ TEST_F(DialogsOnScreen, AReferenceEditShrinksItAndEscBringsItBack) {
         EXPECT_EQ(dialog.height(), height);
         EXPECT_TRUE(dialog.isVisible());
     }));
+}
+
+// ---- what begins undecided, and what the shell paints
+// --------------------------------------------------------
+
+enum : i32 { UNDECIDED = 100, PICKED };
+constexpr ControlRow pickRows[] = {
+    {.id = UNDECIDED, .kind = CONTROL_CHECK, .text = 26, .cell = {0, 0}},
+    {.id = PICKED, .kind = CONTROL_PAINTED, .cell = {1, 0}, .width = 16, .lines = 1, .flags = CONTROL_PICKER},
+};
+constexpr PickerRow picked = {PICKED, PICK_PATTERN};
+i32 chosen[2];
+
+bool PickProcedure(Dialog& dialog, const DialogEvent& event) {
+    if (HandlePicker(dialog, event, {&picked, 1}, 0)) return true;
+    if (event.kind == DIALOG_START) {
+        SetControlChoice(dialog, UNDECIDED, -1);
+        if (!FillPicker(dialog, picked, 0)) return false;
+        SetControlChoice(dialog, PICKED, 0);
+    }
+    if (event.kind == DIALOG_ACCEPT) {
+        chosen[0] = ControlChoice(dialog, UNDECIDED);
+        chosen[1] = ControlChoice(dialog, PICKED);
+    }
+    return true;
+}
+constexpr DialogTable pickTable = {.title = 25, .rows = pickRows, .procedure = PickProcedure};
+
+QWidget* Described(QDialog& dialog, WideView text) {
+    for (QWidget* widget : dialog.findChildren<QWidget*>())
+        if (widget->accessibleDescription() == QString::fromStdU16String(std::u16string(text))) return widget;
+    return nullptr;
+}
+
+TEST_F(DialogsOnScreen, AnUndecidedCheckIsSeenAsSuchAndAPickerIsReadAndMovedByKeys) {
+    chosen[0] = chosen[1] = -2;
+    QTimer::singleShot(10, [] {
+        auto* dialog = qobject_cast<QDialog*>(TopDialogWindow());
+        ASSERT_NE(dialog, nullptr);
+        auto* check = dialog->findChild<QCheckBox*>();
+        ASSERT_NE(check, nullptr);
+        EXPECT_EQ(check->checkState(), Qt::PartiallyChecked);
+        check->click();
+        EXPECT_EQ(check->checkState(), Qt::Checked);
+        QWidget* picker = Described(*dialog, Message(MSG_PICK_NONE));
+        ASSERT_NE(picker, nullptr);
+        QTest::keyClick(picker, Qt::Key_Down);
+        QTest::keyClick(picker, Qt::Key_Down);
+        EXPECT_NE(picker->accessibleDescription(),
+                  QString::fromStdU16String(std::u16string(Message(MSG_PICK_NONE))));
+        const QImage painted = picker->grab().toImage();
+        EXPECT_FALSE(painted.isNull());
+        QTest::keyClick(dialog, Qt::Key_Return);
+        if (dialog->isVisible()) QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    EXPECT_TRUE(RunDialog(pickTable, nullptr));
+    EXPECT_EQ(chosen[0], 1);
+    EXPECT_EQ(chosen[1], 2);
 }
 
 }  // namespace

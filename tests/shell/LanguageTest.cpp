@@ -108,7 +108,7 @@ class LanguageTest : public ShellSandbox {
     }
     // Every dialog that there is.
     static void SeeEveryDialog() {
-        RunAll({111, 114, 139, 144, 146, 149, 160, 167, 330, 391, 395, 399, 400, 410, 411});
+        RunAll({111, 114, 139, 144, 146, 149, 160, 167, 330, 390, 391, 395, 399, 400, 410, 411});
         RunAll({132, 134});  // a block, then a text of another program
         const WideView text = u"x";
         CopyElsewhere(&text);
@@ -234,10 +234,11 @@ TEST_F(LanguageTest, EveryDialogInEnglishIsEnglish) {
         for (const auto* texts : {&dialog.labels, &dialog.items})
             for (const std::string& text : *texts) EXPECT_TRUE(IsAscii(text)) << dialog.title << ": " << text;
     }
-    EXPECT_EQ(titles, (std::set<std::string>{"Series", "Delete", "Move or Copy", "Go To", "Insert",
-                                             "Paste Function", "Hyperlink", "Row Height", "Column Width",
-                                             "Standard Width", "Rename Sheet", "Zoom", "Protect Sheet",
-                                             "Paste Special", "Unhide Sheet", "Unprotect Sheet"}));
+    EXPECT_EQ(titles,
+              (std::set<std::string>{"Series", "Delete", "Format Cells", "Move or Copy", "Go To", "Insert",
+                                     "Paste Function", "Hyperlink", "Row Height", "Column Width",
+                                     "Standard Width", "Rename Sheet", "Zoom", "Protect Sheet", "Paste Special",
+                                     "Unhide Sheet", "Unprotect Sheet"}));
     EXPECT_EQ(seen.filters.size(), 3u + 7u);
     for (const std::string& name : seen.filters) EXPECT_TRUE(IsAscii(name)) << name;
     for (const RecordedBox& box : Headless().boxes) EXPECT_TRUE(IsAscii(Narrow(box.text)));

@@ -87,7 +87,7 @@ TEST_F(MenuStatesTest, WhatIsGreyInEachState) {
         {"a new book", [] {}, "130 133 134 145 401 402"},
         {"no book", [] { PickCommand(112); },
          "112 113 114 Windows 130 131 132 133 134 Fill 144 145 146 149 141 142 160 161 162 163 Chart 166 167 "
-         "Name Controls Drawing 330 Row Column Sheet View 422 423 Data"},
+         "Name Controls Drawing 330 390 Row Column Sheet View 422 423 Data"},
         {"something to undo",
          [] {
              TypeText(u"1");
@@ -96,7 +96,7 @@ TEST_F(MenuStatesTest, WhatIsGreyInEachState) {
          "133 134 145 401 402"},
         {"typing", [] { TypeText(u"1"); },
          "110 111 Recent 130 133 134 Fill 144 145 146 149 141 142 160 161 162 163 Chart 166 167 Name Controls "
-         "Drawing 330 Row Column Sheet View 422 423 Data"},
+         "Drawing 330 390 Row Column Sheet View 422 423 Data"},
         {"a text on the clipboard",
          [] {
              const WideView text = u"x";
@@ -110,9 +110,9 @@ TEST_F(MenuStatesTest, WhatIsGreyInEachState) {
              TypeText(u"1");
          },
          "110 111 Recent 130 134 Fill 144 145 146 149 141 142 160 161 162 163 Chart 166 167 Name Controls "
-         "Drawing 330 Row Column Sheet View 422 423 Data"},
+         "Drawing 330 390 Row Column Sheet View 422 423 Data"},
         {"a protected sheet", [] { CurrentSheet()->viewFlags |= VIEW_PROTECTED; },
-         "130 133 134 Fill 144 145 160 161 162 Controls Drawing 330 Row Column 422 401 402 Filter 429"},
+         "130 133 134 Fill 144 145 160 161 162 Controls Drawing 330 390 Row Column 422 401 402 Filter 429"},
         {"whole rows", [] { SelectRows(2, 4); }, "130 133 134 145 162 401 402"},
         {"whole columns", [] { SelectColumns(2, 4); }, "130 133 134 145 161 401 402"},
         {"the whole sheet",
@@ -141,7 +141,8 @@ TEST_F(MenuStatesTest, WhatIsGreyInEachState) {
              ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_CHART, true, false));
              SelectSheet(1);
          },
-         "131 132 133 134 Fill 144 149 141 142 160 161 162 167 Name Controls Drawing 330 Row Column 422 423 "
+         "131 132 133 134 Fill 144 149 141 142 160 161 162 167 Name Controls Drawing 330 390 Row Column 422 "
+         "423 "
          "Data 402 403 404 Zoom 411 412"},
         {"an object selected", [] { CurrentSheet()->selectedObject = 0; },
          "130 131 132 133 134 Fill 144 145 141 142 160 161 162 167 Name Controls Drawing 330 Row Column 422 "
@@ -177,13 +178,13 @@ TEST_F(MenuStatesTest, TheMenuOfTheRightButtonFollowsTheSelection) {
     const auto rows = [] { SelectRows(2, 4); };
     const auto columns = [] { SelectColumns(2, 4); };
     const auto all = [] { SelectArea({0, 65535, 0, 255}, true, 0, 0, false); };
-    EXPECT_EQ(shown(cell), "131 132 (133) (134) - 160 144 142 - (390)");
-    EXPECT_EQ(shown(rows), "131 132 (133) (134) - 161 144 142 - (390) 391 393 394");
-    EXPECT_EQ(shown(columns), "131 132 (133) (134) - 162 144 142 - (390) 395 397 398");
-    EXPECT_EQ(shown(all), "131 132 (133) (134) - (161) (144) 142 - (390)");
+    EXPECT_EQ(shown(cell), "131 132 (133) (134) - 160 144 142 - 390");
+    EXPECT_EQ(shown(rows), "131 132 (133) (134) - 161 144 142 - 390 391 393 394");
+    EXPECT_EQ(shown(columns), "131 132 (133) (134) - 162 144 142 - 390 395 397 398");
+    EXPECT_EQ(shown(all), "131 132 (133) (134) - (161) (144) 142 - 390");
     const WideView text = u"x";
     CopyElsewhere(&text);
-    EXPECT_EQ(shown(cell), "131 132 133 134 - 160 144 142 - (390)");
+    EXPECT_EQ(shown(cell), "131 132 133 134 - 160 144 142 - 390");
     CurrentSheet()->viewFlags |= VIEW_PROTECTED;
     EXPECT_EQ(shown(cell), "131 132 133 134 - (160) (144) 142 - (390)");
     EXPECT_EQ(shown(rows), "131 132 133 134 - (161) (144) 142 - (390) (391) (393) (394)");

@@ -46,8 +46,8 @@ bool IsField(const Dialog& dialog, const Control& control) {
         case CONTROL_RADIO:
         case CONTROL_BUTTON:
         case CONTROL_PAGES:
-        case CONTROL_PAGE:
-        case CONTROL_PAINTED: return false;
+        case CONTROL_PAGE: return false;
+        case CONTROL_PAINTED: return HasItems(control.row);
         case CONTROL_GROUP:
             for (const Control& inside : dialog.controls)
                 if (inside.row.kind == CONTROL_RADIO && inside.row.container == control.row.id) return true;
@@ -124,6 +124,7 @@ bool Enter(Dialog& dialog, Control& control, WideView value) {
             return wanted >= 0 && control.choice == wanted;
         }
         case CONTROL_LIST:
+        case CONTROL_PAINTED:
         case CONTROL_DROP_LIST: {
             const i32 item = FindItem(control, value);
             UserChooses(dialog, id, item);
@@ -147,8 +148,7 @@ bool Enter(Dialog& dialog, Control& control, WideView value) {
             return false;
         }
         case CONTROL_LABEL:
-        case CONTROL_PAGE:
-        case CONTROL_PAINTED: return false;
+        case CONTROL_PAGE: return false;
     }
     return false;
 }

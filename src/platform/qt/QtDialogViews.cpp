@@ -361,7 +361,10 @@ void ShowValue(QWidget& widget, Control& control) {
     if (auto* tabs = qobject_cast<QTabBar*>(&widget)) tabs->setCurrentIndex(control.choice);
     if (auto* button = qobject_cast<QAbstractButton*>(&widget)) {
         button->setText(label);
-        if (button->isCheckable()) button->setChecked(control.choice != 0);
+        if (auto* check = qobject_cast<QCheckBox*>(button)) check->setTristate(control.choice < 0);
+        if (button->isCheckable()) button->setChecked(control.choice > 0);
+        if (auto* check = qobject_cast<QCheckBox*>(button); check && control.choice < 0)
+            check->setCheckState(Qt::PartiallyChecked);
     }
     if (auto* edit = qobject_cast<QPlainTextEdit*>(&widget)) {
         const QString text = ToQString(control.text);
@@ -379,6 +382,12 @@ void ShowValue(QWidget& widget, Control& control) {
     if (auto* bar = qobject_cast<QScrollBar*>(&widget)) {
         bar->setRange(control.minimum, control.maximum);
         bar->setValue(control.choice);
+    }
+    // What a painted control shows can be read as well.
+    if (control.row.kind == CONTROL_PAINTED) {
+        const bool chosen = control.choice >= 0 && static_cast<u32>(control.choice) < control.items.Count();
+        widget.setAccessibleDescription(chosen ? ToQString(control.items[static_cast<u32>(control.choice)].text)
+                                               : QString());
     }
     widget.update();
 }

@@ -39,6 +39,7 @@ void RenameSheetCommand(i32 command);
 void ProtectCommand(i32 command);
 // Looks and sizes.
 void FormatCommand(i32 command);
+void CellFormatCommand(i32 command);
 void FitCommand(i32 command);
 void HideLinesCommand(i32 command);
 void LineSizeCommand(i32 command);

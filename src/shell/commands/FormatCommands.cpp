@@ -1,10 +1,12 @@
 // The buttons and keys that change the look of the selected cells.
 
-#include "editing/ApplyFormat.h"
+#include "editing/AreaLook.h"
+#include "editing/EntryRecognition.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "model/Formats.h"
 #include "shell/commands/Commands.h"
+#include "shell/dialogs/Questions.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/ActiveCell.h"
 
@@ -37,6 +39,31 @@ void FormatCommand(i32 command) {
     const FormatRequest request = RequestOf(command, active, ResolveFont(book, active.font));
     if (!FormatArea(sheet->book, sheet->index, area, request)) return;
     ShowChangedCells();
+}
+
+void CellFormatCommand(i32) {
+    Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || IsEditing()) return;
+    const RefArea area = sheet->view.selection;
+    CellFormatQuestion question;
+    question.book = sheet->book;
+    question.look = LookOfArea(*sheet, area);
+    question.rows = area.lastRow > area.firstRow;
+    question.columns = area.lastColumn > area.firstColumn;
+    question.sheet = sheet->index;
+    question.row = sheet->view.activeRow;
+    question.column = sheet->view.activeColumn;
+    if (!AskCellFormat(question)) return;
+    sheet = CurrentSheet();
+    if (!HasCells(sheet)) return;
+    u16 id = 0;
+    if (question.formatKind >= 0) {
+        if (!FormatForEntry(sheet->book, question.formatKind, question.formatSubKind, question.formatText, id))
+            return;
+        question.request.numberFormat = {true, id};
+    }
+    if (!AnyField(question.request)) return;
+    if (FormatArea(sheet->book, sheet->index, area, question.request)) ShowChangedCells();
 }
 
 }  // namespace tally

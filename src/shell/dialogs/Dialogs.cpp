@@ -18,8 +18,7 @@ bool AppendControl(Dialog& dialog, const ControlRow& row) {
     control->row = row;
     control->enabled = !(row.flags & CONTROL_GREY);
     control->shown = !(row.flags & CONTROL_HIDDEN);
-    if (row.kind == CONTROL_LIST || row.kind == CONTROL_DROP_LIST || row.kind == CONTROL_COMBO)
-        control->choice = -1;
+    if (HasItems(row)) control->choice = -1;
     for (u32 i = 0; i + 1 < dialog.controls.Count(); ++i)
         if (row.container && dialog.controls[i].row.id == row.container)
             control->container = static_cast<i32>(i);

@@ -4,6 +4,7 @@
 
 #include "base/Array.h"
 #include "base/WideText.h"
+#include "editing/ApplyFormat.h"
 #include "editing/FillSeries.h"
 #include "editing/NameOperations.h"
 #include "editing/PasteBlock.h"
@@ -51,6 +52,33 @@ struct LinkChoice {
     WideText target, location;
 };
 bool AskHyperlink(LinkChoice& choice);
+
+// The pages that are asked for.
+enum FormatPageBit : u32 {
+    FORMAT_PAGE_NUMBER = 1,
+    FORMAT_PAGE_ALIGNMENT = 2,
+    FORMAT_PAGE_FONT = 4,
+    FORMAT_PAGE_BORDER = 8,
+    FORMAT_PAGE_PATTERN = 16,
+    FORMAT_PAGE_PROTECTION = 32,
+    FORMAT_PAGES_ALL = 63,
+    FORMAT_PAGES_OF_TEXT = 60,  // an object's text has no number and no place in a cell
+};
+struct CellFormatQuestion {
+    i32 book = 0;
+    u32 pages = FORMAT_PAGES_ALL;
+    FormatRequest look;      // what is shown; what is not present begins undecided
+    bool namedFonts = true;  // the face and the size can be chosen
+    bool rows = true;        // there is a line between rows, and between columns
+    bool columns = true;
+    i32 sheet = -1, row = 0, column = 0;  // the cell that is shown under the number format; -1 for none
+    // What the user touched, and nothing else; the fill in the dialog's order of colours. The number format is
+    // told by its kind, -1 for untouched, as `FormatForEntry` takes it.
+    FormatRequest request;
+    i32 formatKind = -1, formatSubKind = 0;
+    WideText formatText;
+};
+bool AskCellFormat(CellFormatQuestion& question);
 
 // A row of the function table; false when none was chosen.
 bool AskFunction(bool onWorksheet, u16& row);

@@ -54,7 +54,7 @@ constexpr CommandRange commandRanges[] = {
     {185, 323, nullptr, FREE_CELLS},
     {330, 330, HyperlinkCommand, FREE_CELLS},
     {389, 389, AutoSumCommand, NEEDS_SHEET},
-    {390, 390, nullptr, FREE_BOOK | NEEDS_UNLOCKED},
+    {390, 390, CellFormatCommand, FREE_BOOK | NEEDS_UNLOCKED | NEEDS_SHEET},
     {391, 391, LineSizeCommand, FREE_GRID},
     {392, 392, FitCommand, FREE_GRID},
     {393, 394, HideLinesCommand, FREE_GRID},

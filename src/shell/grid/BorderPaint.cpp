@@ -37,18 +37,9 @@ struct Edge {
     u8 colour;
 };
 
-// Along x when horizontal; `at` is the first pixel of the grid line, which takes `unit` of them.
 void PaintEdge(DrawTarget& target, const Workbook& book, bool horizontal, i32 unit, i32 at, i32 from, i32 to,
                Edge edge) {
-    const BorderLine& line = borderLines[edge.style < borderLines.size() ? edge.style : 1];
-    const Pen pen = {PaletteColour(book, edge.colour, 0), line.pen, unit, unit};
-    const i32 first = at - (line.width > 1 ? unit : 0) + unit / 2;
-    for (i32 i = 0; i < line.width; ++i) {
-        if (edge.style == BORDER_DOUBLE && i == 1) continue;
-        const i32 place = first + i * unit;
-        if (horizontal) DrawLine(target, from, place, to, place, pen);
-        else DrawLine(target, place, from, place, to, pen);
-    }
+    PaintBorderLine(target, horizontal, unit, at, from, to, edge.style, PaletteColour(book, edge.colour, 0));
 }
 
 const CellFormat& FormatAt(const Workbook& book, const Sheet& sheet, i32 row, i32 column) {
@@ -87,6 +78,19 @@ Edge FirstOf(std::initializer_list<Edge> edges) {
 }
 
 }  // namespace
+
+void PaintBorderLine(DrawTarget& target, bool horizontal, i32 unit, i32 at, i32 from, i32 to, u8 style,
+                     u32 colour) {
+    const BorderLine& line = borderLines[style < borderLines.size() ? style : 1];
+    const Pen pen = {colour, line.pen, unit, unit};
+    const i32 first = at - (line.width > 1 ? unit : 0) + unit / 2;
+    for (i32 i = 0; i < line.width; ++i) {
+        if (style == BORDER_DOUBLE && i == 1) continue;
+        const i32 place = first + i * unit;
+        if (horizontal) DrawLine(target, from, place, to, place, pen);
+        else DrawLine(target, place, from, place, to, pen);
+    }
+}
 
 void PaintCellBorders(DrawTarget& target, const GridMetrics& metrics, const Workbook& book, const Sheet& sheet,
                       i32 row, i32 column, const PixelRect& rect, const RefArea* merge,

@@ -18,4 +18,9 @@ void PaintCellBorders(DrawTarget& target, const GridMetrics& metrics, const Work
                       i32 row, i32 column, const PixelRect& rect, const RefArea* merge,
                       const BorderConditions& conditions);
 
+// One line of a border style along x, or along y: `at` is the first pixel of the line that it stands on, which
+// takes `unit` of them.
+void PaintBorderLine(DrawTarget& target, bool horizontal, i32 unit, i32 at, i32 from, i32 to, u8 style,
+                     u32 colour);
+
 }  // namespace tally
