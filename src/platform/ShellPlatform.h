@@ -4,7 +4,9 @@
 // menu bar, the entry line, the two scroll bars and the dialogs of files.
 
 #include "base/Platform.h"
+#include "platform/Clipboard.h"
 #include "platform/Drawing.h"
+#include "platform/Printing.h"
 
 namespace tally {
 
@@ -19,6 +21,7 @@ enum MessageNumber : u32 {
     WM_MEASUREITEM = 0x002C,
     WM_NOTIFY = 0x004E,
     WM_HELP = 0x0053,
+    WM_CONTEXTMENU = 0x007B,  // by a key; the mouse sends WM_RBUTTONDOWN
     WM_KEYDOWN = 0x0100,
     WM_CHAR = 0x0102,
     WM_IME_STARTCOMPOSITION = 0x010D,
@@ -54,6 +57,7 @@ enum KeyCode : u32 {
     VK_DOWN = 0x28,
     VK_INSERT = 0x2D,
     VK_DELETE = 0x2E,
+    VK_APPS = 0x5D,     // the menu key
     VK_DECIMAL = 0x6E,  // of the number pad
     VK_F2 = 0x71,
     VK_F9 = 0x78,
@@ -150,7 +154,14 @@ struct ScrollBarState {
     i32 maximum = 0;  // greatest position
 };
 
-enum PointerShape : u8 { POINTER_ARROW, POINTER_CELL, POINTER_COLUMN_EDGE, POINTER_ROW_EDGE, POINTER_LINK };
+enum PointerShape : u8 {
+    POINTER_ARROW,
+    POINTER_CELL,
+    POINTER_COLUMN_EDGE,
+    POINTER_ROW_EDGE,
+    POINTER_LINK,
+    POINTER_WAIT
+};
 
 enum TimerId : i32 {
     TIMER_AUTO_SCROLL = 1,
@@ -164,9 +175,8 @@ struct FileFilter {
     WideView pattern;
 };
 
-// Formats of the clipboard, with their published numbers. The last is the program's own, under the name
-// "Tallyman": nothing is ever attached to it, and it says that the clipboard is still what was put there.
-enum ClipboardFormat : u32 { CF_TEXT = 1, CF_UNICODETEXT = 13, CF_PRIVATE = 0xC000 };
+// What the user may press while the program is busy.
+enum WaitingKeys : u8 { WAITING_ESCAPE, WAITING_ANY };
 
 struct Dialog;
 
@@ -223,16 +233,26 @@ struct ShellPlatformTable {
     bool (*readSetting)(WideView section, WideView key, WideText& out);
     bool (*writeSetting)(WideView section, WideView key, WideView value);
 
-    // ---- clipboard ---------------------------------------------------------------------------------
+    // ---- clipboard (Clipboard.h) -------------------------------------------------------------------
     // Each opens the clipboard, acts and closes it again.
     bool (*clipboardHas)(u32 format);
-    bool (*clipboardText)(WideText& out);         // CF_UNICODETEXT; lines end with "\r\n"
-    bool (*clipboardNarrowText)(Array<u8>& out);  // CF_TEXT
-    // Empties the clipboard and puts CF_PRIVATE there and, when `text` is not null, both forms of the text.
-    bool (*setClipboard)(const WideView* text, ByteView narrowText);
+    // The bytes of one format; false, and `out` empty, when it is not there or cannot be read.
+    bool (*readClipboard)(u32 format, Array<u8>& out);
+    // Empties the clipboard and puts all of these there; false when some of them are not.
+    bool (*putClipboard)(std::span<const ClipboardItem> items);
 
     // Shows a file or a page in the program that the user has for it.
     bool (*openExternally)(WideView path);
+
+    // ---- while something lasts ---------------------------------------------------------------------
+    // Whether the user has pressed Escape, or any key, since the last question. Nothing that the user does
+    // reaches the window meanwhile, and nothing is painted; asking often costs nothing.
+    bool (*keyWaits)(WaitingKeys keys);
+    // WM_PAINT comes at once for what was invalidated.
+    void (*repaintNow)();
+
+    // ---- printing ----------------------------------------------------------------------------------
+    const PrinterTable* printer;
 };
 
 // The toolkit in force; set before StartShell. Never null afterwards.

@@ -5,12 +5,14 @@
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWheelEvent>
+#include <algorithm>
 #include <csignal>
 #include <string>
 #include <vector>
@@ -29,6 +31,7 @@ struct Heard {
     bool swallowCharacters = false;
     bool clicksPass = true;
     bool quitOnClose = true;
+    bool takesKeys = true;
 };
 Heard heard;
 
@@ -36,7 +39,7 @@ bool HearMessage(const ShellMessage& message) {
     heard.messages.push_back(message);
     if (message.message == WM_PAINT) FillRect(*message.target, message.paint, 0x00FF00);
     if (message.message == WM_CLOSE && heard.quitOnClose) QtShellPlatform().quit();
-    return true;
+    return heard.takesKeys || message.message != WM_KEYDOWN;
 }
 bool TakeAccelerator(u32 key, u32) { return key == heard.accelerator; }
 bool HearEntryKey(u32 key, u32) {
@@ -509,31 +512,112 @@ TEST_F(FrameTest, SettingsComeBack) {
 
 TEST_F(FrameTest, TheClipboardHoldsText) {
     const WideView copied = u"1\t2\r\n中\t4\r\n";
-    ASSERT_TRUE(shell.setClipboard(&copied, {}));
+    ASSERT_TRUE(PutClipboardText(&copied, {}));
     WideText text;
     Array<u8> bytes;
     EXPECT_TRUE(shell.clipboardHas(CF_UNICODETEXT));
     EXPECT_TRUE(shell.clipboardHas(CF_TEXT));
     EXPECT_TRUE(shell.clipboardHas(CF_PRIVATE));
-    ASSERT_TRUE(shell.clipboardText(text));
+    ASSERT_TRUE(ReadClipboardText(text));
     EXPECT_EQ(text.View(), copied);
-    ASSERT_TRUE(shell.clipboardNarrowText(bytes));
+    ASSERT_TRUE(shell.readClipboard(CF_TEXT, bytes));
     EXPECT_EQ(bytes[0], '1');
 }
 
 TEST_F(FrameTest, AnotherProgramsTextTakesTheMarkerAway) {
     const WideView copied = u"1";
-    ASSERT_TRUE(shell.setClipboard(&copied, {}));
+    ASSERT_TRUE(PutClipboardText(&copied, {}));
     QGuiApplication::clipboard()->setText(QStringLiteral("a\tb\nc"));
     WideText text;
     EXPECT_FALSE(shell.clipboardHas(CF_PRIVATE));
-    ASSERT_TRUE(shell.clipboardText(text));
+    ASSERT_TRUE(ReadClipboardText(text));
     EXPECT_EQ(text.View(), WideView(u"a\tb\r\nc"));
     QGuiApplication::clipboard()->clear();
     EXPECT_FALSE(shell.clipboardHas(CF_UNICODETEXT));
-    ASSERT_TRUE(shell.setClipboard(nullptr, {}));
+    ASSERT_TRUE(PutClipboardText(nullptr, {}));
     EXPECT_TRUE(shell.clipboardHas(CF_PRIVATE));
     EXPECT_FALSE(shell.clipboardHas(CF_UNICODETEXT));
+}
+
+TEST_F(FrameTest, TheClipboardHoldsSeveralFormatsAtOnce) {
+    const auto bytesOf = [](std::string_view text) {
+        return ByteView(reinterpret_cast<const u8*>(text.data()), text.size());
+    };
+    const u32 own = RegisterClipboardFormat(u"Some cells");
+    const WideView text = u"1\r\n中";
+    const std::string_view csv = "1,2\r\n", page = "<b>1</b>", cells("\0\1\xFF", 3);
+    const ClipboardItem items[] = {{CF_UNICODETEXT, ClipboardBytes(text)},
+                                   {CF_CSV, bytesOf(csv)},
+                                   {CF_HTML, bytesOf(page)},
+                                   {own, bytesOf(cells)}};
+    ASSERT_TRUE(shell.putClipboard(std::span(items)));
+    const QMimeData* offered = QGuiApplication::clipboard()->mimeData();
+    EXPECT_EQ(offered->text(), QStringLiteral("1\r\n中"));
+    EXPECT_EQ(offered->data(QStringLiteral("text/csv")), QByteArray("1,2\r\n"));
+    EXPECT_EQ(offered->html(), QStringLiteral("<b>1</b>"));
+    for (const ClipboardItem& item : items) {
+        Array<u8> bytes;
+        EXPECT_TRUE(shell.clipboardHas(item.format)) << item.format;
+        ASSERT_TRUE(shell.readClipboard(item.format, bytes)) << item.format;
+        EXPECT_TRUE(std::ranges::equal(bytes.Span(), item.bytes)) << item.format;
+    }
+    Array<u8> bytes;
+    for (const u32 format : {u32{CF_PRIVATE}, u32{CF_DIB}, own + 1, 7u}) {
+        EXPECT_FALSE(shell.clipboardHas(format)) << format;
+        EXPECT_FALSE(shell.readClipboard(format, bytes)) << format;
+    }
+}
+
+TEST_F(FrameTest, APictureOnTheClipboardKeepsItsPixels) {
+    QImage image(3, 2, QImage::Format_RGB32);
+    for (int i = 0; i < 6; ++i) image.setPixel(i % 3, i / 3, qRgb(40 * i, 255 - i, 7));
+    QGuiApplication::clipboard()->setImage(image);
+    Array<u8> bitmap;
+    ASSERT_TRUE(shell.clipboardHas(CF_DIB));
+    ASSERT_TRUE(shell.readClipboard(CF_DIB, bitmap));
+    EXPECT_EQ(bitmap[0], 40);
+    QGuiApplication::clipboard()->clear();
+    const ClipboardItem item = {CF_DIB, bitmap.Span()};
+    ASSERT_TRUE(shell.putClipboard(std::span(&item, 1)));
+    EXPECT_EQ(QGuiApplication::clipboard()->image().convertToFormat(QImage::Format_RGB32), image);
+    // What is no bitmap is no picture.
+    const ClipboardItem shortened = {CF_DIB, item.bytes.first(20)};
+    ASSERT_TRUE(shell.putClipboard(std::span(&shortened, 1)));
+    EXPECT_FALSE(shell.readClipboard(CF_DIB, bitmap));
+}
+
+TEST_F(FrameTest, TheMenuKeyAsksForTheMenuOfTheCells) {
+    heard.takesKeys = false;
+    QTest::keyClick(&FrameInUse()->client, Qt::Key_Menu);
+    ASSERT_FALSE(heard.messages.empty());
+    EXPECT_EQ(heard.messages.back().message, u32{WM_CONTEXTMENU});
+    EXPECT_EQ(heard.messages.back().x, -1);
+    heard.takesKeys = true;
+    heard.messages.clear();
+    QTest::keyClick(&FrameInUse()->client, Qt::Key_Menu);
+    ASSERT_FALSE(heard.messages.empty());
+    EXPECT_EQ(heard.messages.back().message, u32{WM_KEYDOWN});
+    EXPECT_EQ(heard.messages.back().key, u32{VK_APPS});
+}
+
+TEST_F(FrameTest, WhatIsInvalidIsPaintedAtOnceWhenAskedFor) {
+    heard.messages.clear();
+    shell.invalidate({10, 10, 20, 30});
+    EXPECT_TRUE(heard.messages.empty());
+    shell.repaintNow();
+    ASSERT_EQ(heard.messages.size(), 1u);
+    EXPECT_EQ(heard.messages[0].message, u32{WM_PAINT});
+    EXPECT_EQ(heard.messages[0].paint, (PixelRect{10, 10, 20, 30}));
+    heard.messages.clear();
+    shell.repaintNow();
+    EXPECT_TRUE(heard.messages.empty());
+}
+
+TEST_F(FrameTest, ThePointerWaits) {
+    shell.setPointer(POINTER_WAIT);
+    EXPECT_EQ(FrameInUse()->client.cursor().shape(), Qt::WaitCursor);
+    shell.setPointer(POINTER_ARROW);
+    EXPECT_EQ(FrameInUse()->client.cursor().shape(), Qt::ArrowCursor);
 }
 
 TEST_F(FrameTest, TheFrameFillsTheScreenAndComesBack) {

@@ -73,6 +73,24 @@ TEST_F(DesktopWait, WhatWasNotPaintedMeanwhileIsPaintedAfterwards) {
     FrameInUse()->client.removeEventFilter(&tap);
 }
 
+TEST_F(DesktopWait, AWaitingKeyIsFoundOnceAndGoesNowhere) {
+    EXPECT_FALSE(ShellPlatform().keyWaits(WAITING_ANY));
+    const struct {
+        int key;
+        bool isEscape, isAny;
+    } rows[] = {{Qt::Key_Escape, true, true}, {Qt::Key_A, false, true}, {Qt::Key_Shift, false, false}};
+    for (const auto& row : rows) {
+        for (const WaitingKeys keys : {WAITING_ESCAPE, WAITING_ANY}) {
+            QTest::qSleep(600);
+            Post(row.key);
+            EXPECT_EQ(ShellPlatform().keyWaits(keys), keys == WAITING_ANY ? row.isAny : row.isEscape)
+                << row.key;
+            EXPECT_FALSE(ShellPlatform().keyWaits(WAITING_ANY)) << row.key;
+        }
+    }
+    EXPECT_TRUE(FrameInUse()->entry.toPlainText().isEmpty());
+}
+
 TEST_F(DesktopWait, OtherKeysDoNotReachTheWindow) {
     Post(Qt::Key_A);
     EXPECT_FALSE(Last());

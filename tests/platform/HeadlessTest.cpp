@@ -240,7 +240,9 @@ TEST_F(Headlessly, TheEntryLineKeepsItsSelectionInside) {
     EXPECT_EQ(HeadlessFrame().entryEnd, 4);
     shell.selectEntry(1, 4);
     shell.entryAction(ENTRY_COPY);
-    EXPECT_EQ(HeadlessFrame().clipboard.View(), WideView(u"XYZ"));
+    WideText copied;
+    ASSERT_TRUE(ReadClipboardText(copied));
+    EXPECT_EQ(copied.View(), WideView(u"XYZ"));
     EXPECT_EQ(HeadlessFrame().entry.View(), WideView(u"aXYZdef"));
     shell.entryAction(ENTRY_CUT);
     EXPECT_EQ(HeadlessFrame().entry.View(), WideView(u"adef"));

@@ -269,9 +269,9 @@ TEST_F(ClipboardCommands, CopyPutsBothFormsOfTheTextAndTheMarkerOnTheClipboard) 
     const ShellPlatformTable& shell = ShellPlatform();
     WideText text;
     Array<u8> bytes;
-    ASSERT_TRUE(shell.clipboardText(text));
+    ASSERT_TRUE(ReadClipboardText(text));
     EXPECT_EQ(text.View(), WideView(u"1\té"));
-    ASSERT_TRUE(shell.clipboardNarrowText(bytes));
+    ASSERT_TRUE(shell.readClipboard(CF_TEXT, bytes));
     ASSERT_EQ(bytes.Count(), 3u);
     EXPECT_EQ(bytes[2], 0xE9);
     EXPECT_TRUE(shell.clipboardHas(CF_PRIVATE));
@@ -367,7 +367,7 @@ TEST_F(ClipboardCommands, PasteSpecialOfATextAsksForItsForm) {
     EXPECT_EQ(Shown("B1"), "é");
     Special("A2", {{u"方式", u"Unicode 文本"}});
     EXPECT_EQ(Shown("B2"), "é");
-    HeadlessFrame().narrowClipboard.Clear();
+    ForgetClipboardFormat(CF_TEXT);
     Special("A3", {{u"方式", u"0"}});
     EXPECT_EQ(Shown("B3"), "é");
 }

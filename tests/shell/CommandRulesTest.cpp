@@ -125,7 +125,9 @@ class CommandRulesTest : public ShellSandbox {
                    std::to_string(sheet->view.firstColumn) + "," + std::to_string(sheet->viewFlags) + "," +
                    std::to_string(sheet->zoomPercent) + "," + std::to_string(sheet->hidden);
         if (const Workbook* book = CurrentWorkbook()) all += book->dirty ? "dirty" : "clean";
-        return all + Narrow(HeadlessFrame().clipboard);
+        WideText copied;
+        IgnoreFailure(ReadClipboardText(copied));
+        return all + Narrow(copied);
     }
 };
 

@@ -54,6 +54,27 @@ TEST_F(MouseMenusTest, InTheHeadersItSelectsWholeLinesAndShowsTheirMenu) {
     EXPECT_EQ(Shell().gesture, GESTURE_NONE);
 }
 
+TEST_F(MouseMenusTest, TheMenuKeyShowsTheMenuOfTheCellsAtTheActiveOne) {
+    SelectArea({1, 4, 1, 3}, true, 2, 2, false);
+    const PixelRect cell = AreaPixels({2, 2, 2, 2});
+    Send(WM_RBUTTONDOWN, cell.left + 1, cell.top + 1);
+    const std::string byMouse = Texts();
+    EXPECT_FALSE(byMouse.empty());
+    HeadlessFrame().popupTexts.Clear();
+    HeadlessFrame().popupX = HeadlessFrame().popupY = -7;
+    PressKey(VK_APPS);
+    EXPECT_EQ(Selection(), "B2:D5");
+    EXPECT_EQ(Active(), "C3");
+    EXPECT_EQ(HeadlessFrame().popupX, cell.left);
+    EXPECT_EQ(HeadlessFrame().popupY, cell.bottom);
+    EXPECT_EQ(Texts(), byMouse);
+    // While something is typed the key is the line's.
+    TypeText(u"1");
+    HeadlessFrame().popupX = -7;
+    PressKey(VK_APPS);
+    EXPECT_EQ(HeadlessFrame().popupX, -7);
+}
+
 TEST_F(MouseMenusTest, LinesThatAreSelectedStaySelected) {
     SelectArea({0, 65535, 1, 3}, true, 0, 1, false);
     RightOnColumn(2);

@@ -1,10 +1,12 @@
 #include "platform/headless/HeadlessShell.h"
 
 #include <algorithm>
+#include <array>
 
 #include "base/Text.h"
 #include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
+#include "platform/headless/HeadlessPrinting.h"
 
 namespace tally {
 namespace {
@@ -74,7 +76,8 @@ void ReplaceEntrySelection(WideView text) {
 }
 void FocusEntryLine() { frame.entryFocused = true; }
 void EntryAction(EntryEditAction action) {
-    if (action == ENTRY_PASTE) ReplaceEntrySelection(frame.clipboard);
+    WideText copied;
+    if (action == ENTRY_PASTE && ReadClipboardText(copied)) ReplaceEntrySelection(copied);
     if (action == ENTRY_CUT || action == ENTRY_COPY) {
         const WideView selected = frame.entry.View().substr(
             static_cast<u32>(frame.entryStart), static_cast<u32>(frame.entryEnd - frame.entryStart));
@@ -127,28 +130,42 @@ bool WriteSetting(WideView section, WideView key, WideView value) {
     }
     return row->value.Assign(value);
 }
+HeadlessClip* FindClip(u32 format) {
+    for (HeadlessClip& clip : frame.clips)
+        if (clip.format == format) return &clip;
+    return nullptr;
+}
+// A text without a character is none.
 bool ClipboardHas(u32 format) {
-    if (frame.clipboardLocked) return false;
-    switch (format) {
-        case CF_UNICODETEXT: return !frame.clipboard.IsEmpty();
-        case CF_TEXT: return !frame.narrowClipboard.IsEmpty();
-        case CF_PRIVATE: return frame.clipboardMarked;
-        default: return false;
-    }
+    const HeadlessClip* clip = frame.clipboardLocked ? nullptr : FindClip(format);
+    return clip && (!clip->bytes.IsEmpty() || format >= CF_FIRST_NAMED);
 }
-bool ClipboardText(WideText& out) { return !frame.clipboardLocked && out.Assign(frame.clipboard); }
-bool ClipboardNarrowText(Array<u8>& out) {
+bool ReadClipboard(u32 format, Array<u8>& out) {
     out.Truncate(0);
-    return !frame.clipboardLocked &&
-           out.AppendMany(frame.narrowClipboard.Data(), frame.narrowClipboard.Count());
+    return ClipboardHas(format) &&
+           out.AppendMany(FindClip(format)->bytes.Data(), FindClip(format)->bytes.Count());
 }
-bool SetClipboard(const WideView* text, ByteView narrowText) {
+bool PutClipboard(std::span<const ClipboardItem> items) {
     if (frame.clipboardLocked) return false;
-    frame.clipboard.Clear();
-    frame.narrowClipboard.Clear();
-    frame.clipboardMarked = true;
-    return !text || (frame.clipboard.Assign(*text) &&
-                     frame.narrowClipboard.AppendMany(narrowText.data(), narrowText.size()));
+    frame.clips.Clear();
+    for (const ClipboardItem& item : items) {
+        HeadlessClip* clip = frame.clips.AppendDefault();
+        if (!clip || !clip->bytes.AppendMany(item.bytes.data(), item.bytes.size())) return false;
+        clip->format = item.format;
+    }
+    return true;
+}
+bool KeyWaits(WaitingKeys keys) {
+    ++frame.keyQuestions;
+    if (frame.waitingKeys.IsEmpty()) return false;
+    bool found = keys == WAITING_ANY;
+    for (const u32 key : frame.waitingKeys) found = found || key == VK_ESCAPE;
+    frame.waitingKeys.Clear();
+    return found;
+}
+void RepaintNow() {
+    ++frame.repaints;
+    PaintHeadless(false);
 }
 bool OpenExternally(WideView path) {
     WideText own;
@@ -188,10 +205,12 @@ const ShellPlatformTable shellTable = {
     ReadSetting,
     WriteSetting,
     ClipboardHas,
-    ClipboardText,
-    ClipboardNarrowText,
-    SetClipboard,
+    ReadClipboard,
+    PutClipboard,
     OpenExternally,
+    KeyWaits,
+    RepaintNow,
+    &HeadlessPrinting(),
 };
 
 ShellMessage MouseMessage(u32 number, i32 x, i32 y, u32 modifiers = 0) {
@@ -244,6 +263,8 @@ HeadlessShellState& HeadlessFrame() { return frame; }
 void UseHeadlessShell() { SetShellPlatform(&shellTable); }
 void ResetHeadlessShell() {
     frame = HeadlessShellState();
+    ResetClipboardFormats();
+    ResetHeadlessPrinter();
     ResetHeadlessDialogs();
     ResetHeadlessDrawing();
 }
@@ -273,6 +294,12 @@ void PressKey(u32 key, u32 modifiers) {
         message.key = key;
         message.modifiers = modifiers;
         if (FrameCallsInUse().sendMessage(message)) return;
+        if (key == VK_APPS) {
+            message = ShellMessage();
+            message.message = WM_CONTEXTMENU;
+            message.x = message.y = -1;
+            IgnoreFailure(FrameCallsInUse().sendMessage(message));
+        }
     }
     if (const char16_t c = CharacterOf(key, modifiers)) SendChar(c, modifiers);
 }
@@ -314,12 +341,16 @@ void CloseFrame() {
 }
 
 void CopyElsewhere(const WideView* text) {
-    frame.clipboard.Clear();
-    frame.narrowClipboard.Clear();
-    frame.clipboardMarked = false;
-    if (!text) return;
-    IgnoreFailure(frame.clipboard.Assign(*text));
-    IgnoreFailure(Platform().wideCharToMultiByte(Platform().getACP(), *text, frame.narrowClipboard));
+    Array<u8> narrow;
+    const bool good = text && Platform().wideCharToMultiByte(Platform().getACP(), *text, narrow) &&
+                      PutClipboard(std::array<ClipboardItem, 2>{
+                          {{CF_UNICODETEXT, ClipboardBytes(*text)}, {CF_TEXT, narrow.Span()}}});
+    if (!good) frame.clips.Clear();
+}
+
+void ForgetClipboardFormat(u32 format) {
+    for (u32 i = frame.clips.Count(); i-- > 0;)
+        if (frame.clips[i].format == format) frame.clips.RemoveAt(i);
 }
 
 void PaintHeadless(bool all) {

@@ -11,6 +11,11 @@ struct SettingRow {
     WideText section, key, value;
 };
 
+struct HeadlessClip {
+    u32 format = 0;
+    Array<u8> bytes;
+};
+
 struct HeadlessShellState {
     i32 width = 800, height = 600;
     WideText title;
@@ -35,15 +40,16 @@ struct HeadlessShellState {
     i32 popupAnswer = 0;  // command that the next popup gives
     Array<WideText> popupTexts;
     i32 popupX = 0, popupY = 0;
-    i32 popupChecked = -1;      // the first item with a check mark
-    Array<DrawRecord> drawing;  // of the last paint
-    WideText clipboard;
-    Array<u8> narrowClipboard;
-    bool clipboardMarked = false;  // CF_PRIVATE
+    i32 popupChecked = -1;         // the first item with a check mark
+    Array<DrawRecord> drawing;     // of the last paint
+    Array<HeadlessClip> clips;     // what lies on the clipboard
     bool clipboardLocked = false;  // it cannot be opened
     Array<SettingRow> settings;
     Array<WideText> opened;  // what other programs were asked to show
     bool opensExternally = false;
+    Array<u32> waitingKeys;  // KeyCodes that the user presses while something lasts; one question takes all
+    u32 keyQuestions = 0;
+    u32 repaints = 0;  // at once
 };
 HeadlessShellState& HeadlessFrame();
 
@@ -65,5 +71,7 @@ void PaintHeadless(bool all = true);
 void PaintHeadlessPart(const PixelRect& rect);
 // Another program copies a text; a null one something that is no text.
 void CopyElsewhere(const WideView* text);
+// A format is no longer on the clipboard.
+void ForgetClipboardFormat(u32 format);
 
 }  // namespace tally

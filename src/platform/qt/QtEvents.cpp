@@ -107,6 +107,13 @@ bool SendCharacters(const QString& text, u32 modifiers) {
     return true;
 }
 
+bool SendMenuKey() {
+    ShellMessage message;
+    message.message = WM_CONTEXTMENU;
+    message.x = message.y = -1;
+    return Send(message);
+}
+
 bool PressClientKey(const QKeyEvent* event) {
     Frame* frame = FrameInUse();
     ShellMessage message;
@@ -117,7 +124,8 @@ bool PressClientKey(const QKeyEvent* event) {
     if (event->key() == Qt::Key_F1) return SendPlain(WM_HELP), true;
     // With Alt a key is the menu bar's.
     if (message.modifiers & KEY_ALT) return false;
-    if (message.key) Send(message);
+    const bool taken = message.key && Send(message);
+    if (message.key == VK_APPS) return taken || SendMenuKey();
     return SendCharacters(TypedText(event->key(), event->modifiers(), event->text()), message.modifiers);
 }
 

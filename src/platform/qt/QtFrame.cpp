@@ -80,9 +80,14 @@ void QtSetToolTip(WideView text) {
 }
 
 void QtSetPointer(PointerShape shape) {
-    constexpr Qt::CursorShape shapes[] = {Qt::ArrowCursor, Qt::CrossCursor, Qt::SplitHCursor, Qt::SplitVCursor,
-                                          Qt::PointingHandCursor};
+    constexpr Qt::CursorShape shapes[] = {Qt::ArrowCursor,  Qt::CrossCursor,        Qt::SplitHCursor,
+                                          Qt::SplitVCursor, Qt::PointingHandCursor, Qt::WaitCursor};
     if (frame && frame->client.cursor().shape() != shapes[shape]) frame->client.setCursor(shapes[shape]);
+}
+
+// What is invalidated waits as a request to the window.
+void QtRepaintNow() {
+    if (frame) QCoreApplication::sendPostedEvents(&frame->window, QEvent::UpdateRequest);
 }
 
 void QtSetScrollBar(bool vertical, const ScrollBarState& state) {
@@ -130,10 +135,12 @@ const ShellPlatformTable shellTable = {
     .readSetting = QtReadSetting,
     .writeSetting = QtWriteSetting,
     .clipboardHas = QtClipboardHas,
-    .clipboardText = QtClipboardText,
-    .clipboardNarrowText = QtClipboardNarrowText,
-    .setClipboard = QtSetClipboard,
+    .readClipboard = QtReadClipboard,
+    .putClipboard = QtPutClipboard,
     .openExternally = QtOpenExternally,
+    .keyWaits = QtKeyWaits,
+    .repaintNow = QtRepaintNow,
+    .printer = &QtPrinting(),
 };
 
 void SendTimer(i32 timer) {
@@ -259,6 +266,8 @@ void CloseDesktop() {
     CloseDialogViews();
     frame.reset();
     CloseSettings();
+    QtPrinting().release();
+    ResetClipboardFormats();
     ResetFonts();
     ResetPosixFiles();
     ResetPosixForeign();

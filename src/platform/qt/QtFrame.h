@@ -86,6 +86,7 @@ void ConnectSession();
 // ---- waiting ----------------------------------------------------------------------------------------
 // Escape ends what lasts long.
 void ConnectWaiting();
+bool QtKeyWaits(WaitingKeys keys);
 
 // ---- rows of the tables --------------------------------------------------------------------------------
 // The region of the environment, for the rows that tell of it.
@@ -108,9 +109,9 @@ bool QtOpenExternally(WideView path);
 // Before the first question about the clipboard.
 void ConnectClipboardChanges();
 bool QtClipboardHas(u32 format);
-bool QtClipboardText(WideText& out);
-bool QtClipboardNarrowText(Array<u8>& out);
-bool QtSetClipboard(const WideView* text, ByteView narrowText);
+bool QtReadClipboard(u32 format, Array<u8>& out);
+bool QtPutClipboard(std::span<const ClipboardItem> items);
+const PrinterTable& QtPrinting();
 
 void QtPlaceEntryLine(const PixelRect& place, bool shown);
 bool QtEntryText(WideText& out);

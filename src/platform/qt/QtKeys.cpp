@@ -29,6 +29,7 @@ constexpr KeyRow keyRows[] = {
     {Qt::Key_Down, VK_DOWN},
     {Qt::Key_Insert, VK_INSERT},
     {Qt::Key_Delete, VK_DELETE},
+    {Qt::Key_Menu, VK_APPS},
     {Qt::Key_Semicolon, VK_OEM_1},
     {Qt::Key_Colon, VK_OEM_1},
     {Qt::Key_Equal, VK_OEM_PLUS},

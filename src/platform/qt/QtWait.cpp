@@ -18,18 +18,23 @@ struct Waiting {
     QElapsedTimer begun;
     qint64 nextLook = 0;
     bool escaped = false;
-    bool hidden = false;  // a paint has been held back
+    bool pressed = false;  // any key but the shifting ones
+    bool hidden = false;   // a paint has been held back
 };
 Waiting waiting;
+
+void NoteKey(int key) {
+    if (key == Qt::Key_Escape) waiting.escaped = true;
+    // Keys that only change others are numbered from here to there.
+    if (key < Qt::Key_Shift || key > Qt::Key_ScrollLock) waiting.pressed = true;
+}
 
 class WaitTap : public QObject {
   public:
     bool eventFilter(QObject*, QEvent* event) override {
         switch (event->type()) {
             case QEvent::KeyPress:
-            case QEvent::ShortcutOverride:
-                if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) waiting.escaped = true;
-                return true;
+            case QEvent::ShortcutOverride: NoteKey(static_cast<QKeyEvent*>(event)->key()); return true;
             case QEvent::Expose:
             case QEvent::Paint:
             case QEvent::UpdateRequest: waiting.hidden = true; return true;
@@ -54,18 +59,20 @@ class WaitTap : public QObject {
 void Begin(LongOperationKind) {
     waiting.begun.start();
     waiting.nextLook = PATIENCE;
-    waiting.escaped = waiting.hidden = false;
+    waiting.escaped = waiting.pressed = waiting.hidden = false;
 }
 
 void Step(u64, u64) {}
 
-bool Cancelled() {
-    const qint64 now = waiting.begun.elapsed();
-    if (waiting.escaped || now < waiting.nextLook || !FrameInUse()) return waiting.escaped;
+void Look() {
     WaitTap tap;
     QCoreApplication::instance()->installEventFilter(&tap);
     QCoreApplication::processEvents();
     waiting.nextLook = waiting.begun.elapsed() + LOOK_EVERY;
+}
+
+bool Cancelled() {
+    if (!waiting.escaped && waiting.begun.elapsed() >= waiting.nextLook && FrameInUse()) Look();
     return waiting.escaped;
 }
 
@@ -77,6 +84,18 @@ void End() {
 }
 
 }  // namespace
+
+bool QtKeyWaits(WaitingKeys keys) {
+    if (!FrameInUse()) return false;
+    if (!waiting.begun.isValid()) waiting.begun.start();
+    if (waiting.begun.elapsed() >= waiting.nextLook) {
+        Look();
+        End();
+    }
+    const bool waits = keys == WAITING_ANY ? waiting.pressed : waiting.escaped;
+    waiting.escaped = waiting.pressed = false;
+    return waits;
+}
 
 void ConnectWaiting() { LongOperations() = {Begin, Step, Cancelled, End}; }
 

@@ -35,7 +35,7 @@ void PutOnClipboard() {
     const bool rendered =
         ClipboardBlockText(text) && Platform().wideCharToMultiByte(Platform().getACP(), text, narrow);
     const WideView view = text;
-    IgnoreFailure(ShellPlatform().setClipboard(rendered ? &view : nullptr, narrow.Span()));
+    IgnoreFailure(PutClipboardText(rendered ? &view : nullptr, narrow.Span()));
 }
 
 // The block that is held, unless another program has copied something since: then it is dropped.
@@ -47,9 +47,9 @@ bool HasLiveBlock() {
 }
 
 bool ReadClipboard(u32 format, u16 codePage, WideText& text) {
-    if (format == CF_UNICODETEXT) return ShellPlatform().clipboardText(text);
+    if (format == CF_UNICODETEXT) return ReadClipboardText(text);
     Array<u8> bytes;
-    if (!ShellPlatform().clipboardNarrowText(bytes)) return false;
+    if (!ShellPlatform().readClipboard(CF_TEXT, bytes)) return false;
     if (Platform().multiByteToWideChar(codePage, bytes.Span(), text)) return true;
     text.Truncate(0);
     return Platform().multiByteToWideChar(Platform().getACP(), bytes.Span(), text);

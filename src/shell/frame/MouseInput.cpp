@@ -198,6 +198,16 @@ void TabsPopup(i32 x, i32 y) {
     if (chosen > 0 && CommitBeforeMove()) SelectSheet(chosen - 1);
 }
 
+// The menu of the cells, over what is selected now.
+void GridPopup(i32 x, i32 y) {
+    Array<MenuItem> items;
+    if (!GridMenu(items)) return;
+    BringShownUpToDate();
+    RefreshAggregate();
+    const i32 command = ShellPlatform().trackPopup(items, x, y);
+    if (command > 0) IgnoreFailure(RunCommand(command));
+}
+
 // What the menu of the right button is about: the selection when the place lies in it, else what is there.
 void SelectForMenu(i32 x, i32 y) {
     const Layout& layout = Shell().layout;
@@ -329,13 +339,15 @@ bool MouseRight(const ShellMessage& message) {
     }
     if (!HasCells(CurrentSheet()) || !RectHolds(layout.grid, message.x, message.y) || IsEditing()) return true;
     SelectForMenu(message.x, message.y);
-    Array<MenuItem> items;
-    if (!GridMenu(items)) return true;
-    // The popup stands over what is selected now.
-    BringShownUpToDate();
-    RefreshAggregate();
-    const i32 command = ShellPlatform().trackPopup(items, message.x, message.y);
-    if (command > 0) IgnoreFailure(RunCommand(command));
+    GridPopup(message.x, message.y);
+    return true;
+}
+
+bool MenuByKey(const ShellMessage&) {
+    if (!HasCells(CurrentSheet()) || IsEditing()) return true;
+    ScrollIntoView(CurrentSheet()->view.activeRow, CurrentSheet()->view.activeColumn);
+    const PixelRect cell = AreaPixels(ActiveArea(*CurrentSheet()));
+    GridPopup(cell.left, cell.bottom);
     return true;
 }
 

@@ -161,6 +161,7 @@ constexpr FrameMessageRow frameMessages[] = {
     {WM_CHAR, OnChar},
     {WM_CLOSE, OnClose},
     {WM_COMMAND, OnCommand},
+    {WM_CONTEXTMENU, MenuByKey},
     {WM_DPICHANGED, OnResolution},
     {WM_HELP, OnHelp},
     {WM_HSCROLL, OnScroll},
