@@ -6,7 +6,9 @@
 
 namespace tally {
 
-// Whether a protected sheet has a locked cell in an area.
+// Whether a protected sheet has a locked cell in an area; nobody is told.
+bool HoldsLockedCell(const Sheet& sheet, const RefArea& area);
+// The same with its box.
 bool RefuseLockedCell(const Sheet& sheet, const RefArea& area);
 // Whether a merged area has a cell in an area.
 bool RefuseMetMerge(const Sheet& sheet, const RefArea& area);

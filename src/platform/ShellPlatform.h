@@ -60,6 +60,7 @@ enum KeyCode : u32 {
     VK_APPS = 0x5D,     // the menu key
     VK_DECIMAL = 0x6E,  // of the number pad
     VK_F2 = 0x71,
+    VK_F4 = 0x73,
     VK_F9 = 0x78,
     VK_OEM_1 = 0xBA,       // ;
     VK_OEM_PLUS = 0xBB,    // =

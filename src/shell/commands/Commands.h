@@ -57,6 +57,16 @@ void BarCommand(i32 command);
 void FullScreenCommand(i32 command);
 void FreezeCommand(i32 command);
 
+// ---- doing a command again -----------------------------------------------------------------------------
+// A command was run: one that needs nothing but the selection can be done again.
+void NoteRun(i32 command);
+// A command did its work with that argument.
+void NoteRepeatable(i32 command, i32 argument);
+// What a command shall take instead of asking, while it is done again; false when it is not.
+bool RepeatedArgument(i32 command, i32& argument);
+// False when there is none, or something is being typed.
+bool RepeatLastCommand();
+
 // The band that a command shows or hides, or -1.
 i32 BandOfCommand(i32 command);
 

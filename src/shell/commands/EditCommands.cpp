@@ -31,26 +31,30 @@ RefArea RowsOf(const RefArea& area) { return {area.firstRow, area.lastRow, 0, MA
 RefArea ColumnsOf(const RefArea& area) { return {0, MAX_ROWS - 1, area.firstColumn, area.lastColumn}; }
 
 // The way that a selection of whole rows or columns leaves no choice about; else the answer.
-CellWay WayFor(const RefArea& area, CellWay (*ask)()) {
+CellWay WayFor(const RefArea& area, CellWay (*ask)(), i32 command) {
     if (IsWholeRows(area)) return WAY_WHOLE_ROWS;
     if (IsWholeColumns(area)) return WAY_WHOLE_COLUMNS;
-    return ask();
+    i32 way = WAY_NONE;
+    return RepeatedArgument(command, way) ? static_cast<CellWay>(way) : ask();
 }
 
 using CellOperation = bool (*)(const RefArea& area);
 
 // A command that makes room, or closes it, sideways or up and down.
-void MoveCells(CellWay (*ask)(), CellOperation sideways, CellOperation upright) {
+void MoveCells(i32 command, CellWay (*ask)(), CellOperation sideways, CellOperation upright) {
     const RefArea area = CurrentSheet()->view.selection;
     bool done = false;
-    switch (WayFor(area, ask)) {
+    const CellWay way = WayFor(area, ask, command);
+    switch (way) {
         case WAY_COLUMNS_SIDEWAYS: done = sideways(area); break;
         case WAY_ROWS_DOWN: done = upright(area); break;
         case WAY_WHOLE_ROWS: done = upright(RowsOf(area)); break;
         case WAY_WHOLE_COLUMNS: done = sideways(ColumnsOf(area)); break;
         case WAY_NONE: return;
     }
-    if (done) ShowOperation();
+    if (!done) return;
+    NoteRepeatable(command, way);
+    ShowOperation();
 }
 
 }  // namespace
@@ -79,8 +83,12 @@ void InsertLinesCommand(i32 command) {
         ShowOperation();
 }
 
-void InsertCellsCommand(i32) { MoveCells(AskInsertWay, InsertColumnsOrCellsRight, InsertRowsOrCellsDown); }
-void DeleteCommand(i32) { MoveCells(AskDeleteWay, DeleteColumnsOrCellsLeft, DeleteRowsOrCellsUp); }
+void InsertCellsCommand(i32 command) {
+    MoveCells(command, AskInsertWay, InsertColumnsOrCellsRight, InsertRowsOrCellsDown);
+}
+void DeleteCommand(i32 command) {
+    MoveCells(command, AskDeleteWay, DeleteColumnsOrCellsLeft, DeleteRowsOrCellsUp);
+}
 
 void DeleteSheetCommand(i32) {
     if (DeleteSheet(CurrentWorkbook()->currentSheet, -1)) ShowOperation();

@@ -14,14 +14,23 @@ namespace tally {
 namespace {
 
 // What a button asks for: the opposite of what the active cell has.
-FormatRequest RequestOf(i32 command, const CellFormat& active, const FontRecord& font) {
-    FormatRequest request;
+i32 WantedLook(i32 command, const CellFormat& active, const FontRecord& font) {
     const i32 alignment = command - 434;  // 1 left, 2 centre, 3 right
     switch (command) {
-        case 432: request.bold = {true, font.weight <= 400}; break;
-        case 433: request.italic = {true, !(font.attributes & FONT_ITALIC)}; break;
-        case 434: request.underline = {true, !font.underline}; break;
-        default: request.horizontal = {true, active.horizontal == alignment ? 0 : alignment}; break;
+        case 432: return font.weight <= 400;
+        case 433: return !(font.attributes & FONT_ITALIC);
+        case 434: return !font.underline;
+        default: return active.horizontal == alignment ? 0 : alignment;
+    }
+}
+
+FormatRequest RequestOf(i32 command, i32 wanted) {
+    FormatRequest request;
+    switch (command) {
+        case 432: request.bold = {true, wanted}; break;
+        case 433: request.italic = {true, wanted}; break;
+        case 434: request.underline = {true, wanted}; break;
+        default: request.horizontal = {true, wanted}; break;
     }
     return request;
 }
@@ -36,8 +45,11 @@ void FormatCommand(i32 command) {
     const Workbook& book = *CurrentWorkbook();
     const CellFormat& active =
         ResolveCellFormat(book, GetCellFormat(*sheet, view.activeRow, view.activeColumn));
-    const FormatRequest request = RequestOf(command, active, ResolveFont(book, active.font));
-    if (!FormatArea(sheet->book, sheet->index, area, request)) return;
+    i32 wanted = 0;
+    if (!RepeatedArgument(command, wanted))
+        wanted = WantedLook(command, active, ResolveFont(book, active.font));
+    if (!FormatArea(sheet->book, sheet->index, area, RequestOf(command, wanted))) return;
+    NoteRepeatable(command, wanted);
     ShowChangedCells();
 }
 

@@ -96,9 +96,11 @@ void LineSizeCommand(i32 command) {
     for (const SizeQuestion& question : sizeQuestions) {
         if (question.command != command) continue;
         i32 size = PresentSize(*CurrentSheet(), command);
-        if (!AskSize(question, size)) return;
+        if (!RepeatedArgument(command, size) && !AskSize(question, size)) return;
         const Sheet* sheet = FreeSheet();
-        if (sheet && StoreSize(*sheet, command, size)) SizesChanged();
+        if (!sheet || !StoreSize(*sheet, command, size)) continue;
+        NoteRepeatable(command, size);
+        SizesChanged();
     }
 }
 

@@ -254,6 +254,7 @@ bool LineKeyDown(u32 key, u32 modifiers) {
         shell.entryMode = 3 - shell.entryMode;
         return true;
     }
+    if (key == VK_F4 && !modifiers) return TurnReferences();
     if (!IsMoveKey(key) && key != VK_SPACE) return false;
     if (shell.entryMode == ENTRY_ENTER) return EnterModeKey(key, modifiers);
     return key == VK_SPACE && shell.point.active && PointKey(key, modifiers);

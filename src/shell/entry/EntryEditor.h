@@ -23,6 +23,8 @@ char16_t TypedSeparator(u32 character);
 bool LineKeyDown(u32 key, u32 modifiers);
 bool LineChar(u32 character, u32 modifiers);
 bool LineClick();
+// The next form for the references at the caret or in the selected span of a formula. False when there is none.
+bool TurnReferences();
 // Commits a running edit before something that needs the grid; false when the commit failed.
 bool CommitBeforeMove();
 

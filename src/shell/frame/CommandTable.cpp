@@ -162,7 +162,9 @@ bool CommandEnabled(i32 id) {
 bool RunCommand(i32 id) {
     const CommandRow* row = FindCommandRow(id);
     if (!row) return false;
-    if (CommandEnabled(id)) row->handler(id);
+    if (!CommandEnabled(id)) return true;
+    row->handler(id);
+    NoteRun(id);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "editing/Guards.h"
 #include "model/BookTable.h"
 #include "shell/commands/Places.h"
 #include "shell/entry/EntryEditor.h"
@@ -254,6 +255,22 @@ void ShowCellHint(i32 x, i32 y) {
     if (row < 0 || CellHint(row, column, hint)) ShellPlatform().setToolTip(hint);
 }
 
+// The second press on a cell that may be changed edits it. Always true.
+bool EditAtPointer(const ShellMessage& message) {
+    const Layout& layout = Shell().layout;
+    const Sheet* sheet = CurrentSheet();
+    if (!HasCells(sheet) || IsEditing() || message.modifiers ||
+        !RectHolds(layout.cells, message.x, message.y) || RectHolds(ListArrowPlace(), message.x, message.y))
+        return true;
+    const i32 row = LineAtPixel(layout.rows, message.y), column = LineAtPixel(layout.columns, message.x);
+    const RefArea active = ActiveArea(*sheet);
+    if (!AreaHolds(active, row, column) || FindHyperlink(row, column) >= 0 || HoldsLockedCell(*sheet, active))
+        return true;
+    EndGesture();
+    StartEditAtEnd();
+    return true;
+}
+
 }  // namespace
 
 bool MouseDown(const ShellMessage& message) {
@@ -327,7 +344,7 @@ bool MouseDouble(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
     if (RectHolds(layout.statusBar, message.x, message.y)) AggregatePopup(message.x, message.y);
     else if (RectHolds(layout.tabs, message.x, message.y)) TabsPopup(message.x, message.y);
-    else if (!FitAtEdge(message)) return MouseDown(message);
+    else if (!FitAtEdge(message)) return MouseDown(message) && EditAtPointer(message);
     return true;
 }
 

@@ -100,7 +100,10 @@ bool OnMenu(const ShellMessage&) { return true; }
 bool OnKey(const ShellMessage& message) {
     if (IsEditing()) return LineKeyDown(message.key, message.modifiers);
     NoteDecimalKey(message.key);
-    return GridKey(message.key, message.modifiers);
+    if (GridKey(message.key, message.modifiers)) return true;
+    const bool repeats =
+        (message.key == VK_F4 && !message.modifiers) || (message.key == u'Y' && message.modifiers == KEY_CTRL);
+    return repeats && RepeatLastCommand();
 }
 
 bool OnPaint(const ShellMessage& message) {

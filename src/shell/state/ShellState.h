@@ -111,6 +111,13 @@ struct ShownState {
     WideText aggregate;  // the middle part of the status bar
 };
 
+// The command that F4 does again.
+struct RepeatState {
+    i32 command = 0;   // 0: none yet
+    i32 argument = 0;  // what it was told or found, in its own way
+    bool running = false;
+};
+
 struct ShellState {
     ShownState shown;
     bool circle = false;  // the mark of a circular reference stands in the column headers
@@ -126,6 +133,7 @@ struct ShellState {
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     PointState point;
     Toolbar toolbar;
+    RepeatState repeat;
     Dialog* modal = nullptr;            // the innermost one that the user must end first
     Dialog* pickInto = nullptr;         // whose reference edit has the focus
     i32 pickBook = 0, pickSheet = 0;    // that its references are seen from

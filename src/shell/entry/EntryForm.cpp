@@ -1,0 +1,69 @@
+// The form of the references in the entry line: "A1", "$A$1", "A$1", "$A1".
+
+#include "formula/TextReferences.h"
+#include "model/BookTable.h"
+#include "shell/entry/EntryEditor.h"
+
+namespace tally {
+namespace {
+
+WideView CellsOf(WideView text, const TextReference& reference) {
+    return text.substr(static_cast<std::size_t>(reference.cells),
+                       static_cast<std::size_t>(reference.end - reference.cells));
+}
+
+// The references that the caret touches, or that lie in the selected span or over one of its ends.
+bool TouchedReferences(WideView text, i32 start, i32 end, Array<TextReference>& touched) {
+    FormulaPlace place;
+    place.book = CurrentBook();
+    place.sheet = CurrentWorkbook()->currentSheet;
+    Array<TextReference> all;
+    if (!FindTextReferences(place, text, all)) return false;
+    for (const TextReference& reference : all) {
+        const bool meets = start == end ? reference.start <= start && start <= reference.end
+                                        : reference.start < end && start < reference.end;
+        if (meets && !touched.Append(reference)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool TurnReferences() {
+    WideText text, turned;
+    i32 start = 0, end = 0;
+    if (!IsEditing() || !ShellPlatform().entryText(text) || text.IsEmpty() ||
+        WideView(u"=-+").find(text[0]) == WideView::npos)
+        return false;
+    ShellPlatform().entrySelection(start, end);
+    Array<TextReference> touched;
+    if (!TouchedReferences(text, start, end, touched) || touched.IsEmpty()) return false;
+    const TextReference& first = touched[0];
+    // All of them take the form that follows that of the first.
+    const WideView firstCells = CellsOf(text, first);
+    WideText as;
+    auto form = FormOfReference(firstCells);
+    // Whole rows and columns have two forms only.
+    do {
+        form = static_cast<ReferenceForm>((form + 1) % FORM_COUNT);
+        as.Truncate(0);
+        if (!AppendInForm(firstCells, form, as)) return false;
+    } while (FormOfReference(as) == FormOfReference(firstCells));
+    i32 at = first.start;
+    for (const TextReference& reference : touched) {
+        const auto behind = static_cast<std::size_t>(at);
+        const auto cells = static_cast<std::size_t>(reference.cells);
+        if (!turned.Append(text.View().substr(behind, cells - behind)) ||
+            !AppendInForm(CellsOf(text, reference), form, turned))
+            return false;
+        at = reference.end;
+    }
+    EndPoint();
+    ShellPlatform().selectEntry(first.start, at);
+    ShellPlatform().replaceEntrySelection(turned);
+    const i32 last = first.start + static_cast<i32>(turned.Length());
+    ShellPlatform().selectEntry(start == end ? last : first.start, last);
+    return true;
+}
+
+}  // namespace tally
