@@ -67,7 +67,8 @@ bool SaveLinks(Array<SavedLink>& links, const Sheet& sheet, const RefArea& area)
 bool CopyLink(Hyperlink& target, const Hyperlink& source) {
     target.area = source.area;
     target.kind = source.kind;
-    return target.target.Assign(source.target) && target.location.Assign(source.location);
+    return target.target.Assign(source.target) && target.location.Assign(source.location) &&
+           target.description.Assign(source.description) && target.frame.Assign(source.frame);
 }
 
 }  // namespace tally

@@ -271,6 +271,7 @@ struct Hyperlink {
     u16 kind = 1;
     WideText target;
     WideText location;
+    WideText description, frame;  // as a file has them
 };
 
 struct ValidationRule {
@@ -279,6 +280,7 @@ struct ValidationRule {
     u32 literalList = 0;
     u32 ignoreBlank = 1;
     u32 noDropArrow = 0;
+    u32 inputMethod = 0;  // mode that another program switches to: 0 leaves it
     u32 showInput = 1;
     u32 showError = 1;
     u32 comparison = 0;  // 0 between ... 7 less or equal
@@ -469,9 +471,10 @@ struct Workbook {
     u32 showSheetTabs = 1;
     Array<ExternBook> externBooks;
     Array<ExternSheet> externSheets;
-    u32 hiddenLink = 0;     // opened in the background to serve links
-    bool untitled = false;  // made by CreateWorkbook without a path
-    Array<u8> userName;     // WRITEACCESS body behind the length, as read
+    u32 hiddenLink = 0;      // opened in the background to serve links
+    bool hasUnkept = false;  // the file held parts of rules or names that have no place here
+    bool untitled = false;   // made by CreateWorkbook without a path
+    Array<u8> userName;      // WRITEACCESS body behind the length, as read
     u16 userNameLength = 0;
     u16 country[2] = {};
     u8 trust[FOREIGN_USES] = {};  // a BookTrust for each ForeignUse

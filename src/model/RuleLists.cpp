@@ -195,6 +195,7 @@ bool CopyRule(ValidationRule& target, const ValidationRule& source) {
     target.literalList = source.literalList;
     target.ignoreBlank = source.ignoreBlank;
     target.noDropArrow = source.noDropArrow;
+    target.inputMethod = source.inputMethod;
     target.showInput = source.showInput;
     target.showError = source.showError;
     target.comparison = source.comparison;
@@ -222,8 +223,8 @@ bool CopyRule(ConditionalFormat& target, const ConditionalFormat& source) {
 
 bool EqualRules(const ValidationRule& a, const ValidationRule& b) {
     return a.kind == b.kind && a.errorStyle == b.errorStyle && a.literalList == b.literalList &&
-           a.ignoreBlank == b.ignoreBlank && a.noDropArrow == b.noDropArrow && a.showInput == b.showInput &&
-           a.showError == b.showError && a.comparison == b.comparison &&
+           a.ignoreBlank == b.ignoreBlank && a.noDropArrow == b.noDropArrow && a.inputMethod == b.inputMethod &&
+           a.showInput == b.showInput && a.showError == b.showError && a.comparison == b.comparison &&
            a.inputTitle.View() == b.inputTitle.View() && a.errorTitle.View() == b.errorTitle.View() &&
            a.inputText.View() == b.inputText.View() && a.errorText.View() == b.errorText.View() &&
            EqualTokens(a.formula1, b.formula1) && EqualTokens(a.formula2, b.formula2);

@@ -87,6 +87,31 @@ TEST_F(HyperlinkRecords, EachKindOfTargetHasItsBytes) {
     }
 }
 
+TEST_F(HyperlinkRecords, DescriptionAndFrameStandInFrontOfTheTargetAndComeBack) {
+    const std::string url = std::string(URL) + "0A 00 00 00 61 00 62 00 3A 00 63 00 00 00";
+    const std::string text = "03 00 00 00 6E 00 6F 00 00 00 ", frame = "02 00 00 00 66 00 00 00 ";
+    const struct {
+        WideView description, frame;
+        std::string rest;
+    } rows[] = {{u"no", u"", "17 00 00 00 " + text + url},
+                {u"", u"f", "83 00 00 00 " + frame + url},
+                {u"no", u"f", "97 00 00 00 " + text + frame + url}};
+    for (const auto& row : rows) {
+        CurrentSheet()->hyperlinks.Truncate(0);
+        Link(u"ab:c", u"");
+        Hyperlink& link = CurrentSheet()->hyperlinks[0];
+        ASSERT_TRUE(link.description.Assign(row.description) && link.frame.Assign(row.frame));
+        Save();
+        const Bytes body = Find(HLINK)[0].body;
+        EXPECT_EQ(Digits({body.begin() + 28, body.end()}), Digits(Hex(row.rest)));
+        Reopen();
+        ASSERT_EQ(CurrentSheet()->hyperlinks.Count(), 1u);
+        EXPECT_EQ(CurrentSheet()->hyperlinks[0].description.View(), row.description);
+        EXPECT_EQ(CurrentSheet()->hyperlinks[0].frame.View(), row.frame);
+        EXPECT_EQ(CurrentSheet()->hyperlinks[0].target.View(), WideView(u"ab:c"));
+    }
+}
+
 TEST_F(HyperlinkRecords, ASchemeMakesAnAddressAndADriveAFile) {
     struct Row {
         WideView target;
@@ -142,7 +167,7 @@ TEST_F(HyperlinkRecords, ALinkThatNoRecordHoldsIsLeftOutAndNamed) {
     }
 }
 
-TEST_F(HyperlinkRecords, DescriptionAndFrameAreSteppedOver) {
+TEST_F(HyperlinkRecords, DescriptionAndFrameAreReadInFrontOfTheTarget) {
     const std::string url = std::string(URL) + "06 00 00 00 68 00 69 00 00 00 ";
     const std::string text = "03 00 00 00 6E 00 6F 00 00 00 ", frame = "02 00 00 00 66 00 00 00 ";
     const std::string place = "02 00 00 00 41 00 00 00";

@@ -333,6 +333,7 @@ bool HasOutlines(const Sheet& sheet) {
 
 u32 CarriedLosses(const Workbook& book) {
     u32 losses = LossesOf(KindsIn(book.carried, true) & ~u32{CARRIED_DRAWINGS});
+    if (book.hasUnkept) losses |= LOSS_PARTS;
     for (const Sheet* sheet : book.sheets) losses |= LossesOf(KindsOfSheet(*sheet));
     for (const CarriedEntry& entry : book.entries)
         if (!entry.parent && entry.kind != KIND_ROOT) losses |= LossOfEntry(entry);
@@ -371,6 +372,7 @@ bool PlanCarried(SaveState& save) {
     if (drawings && !drawingsLeft) ofBook |= CARRIED_DRAWINGS;
     plan.droppedGlobals = book.carried.form == save.biffVersion ? ofBook : ~0u;
     save.losses |= LossesOf(KindsIn(book.carried, true) & plan.droppedGlobals & ~u32{CARRIED_DRAWINGS});
+    if (book.hasUnkept) save.losses |= LOSS_PARTS;
     return PlanEntries(save, ofBook);
 }
 

@@ -26,6 +26,14 @@ bool ReadFileMoniker(LoadState& load, ByteView area, WideText& target, std::size
     return target.Append(load.text.View());
 }
 
+// A text behind its count of characters; `at` goes on behind it.
+bool ReadCounted(ByteView body, std::size_t& at, WideText& out) {
+    const std::size_t bytes = std::size_t{LongAt(body, at)} * 2;
+    const bool good = ReadWideCharacters(Part(body, at + 4, bytes), out);
+    at += 4 + bytes;
+    return good;
+}
+
 bool ReadLinkTarget(LoadState& load, ByteView area, u32 flags, WideText& target, std::size_t& end) {
     if (flags & LINK_IS_UNC) {
         const std::size_t bytes = std::size_t{LongAt(area, 0)} * 2;
@@ -45,17 +53,14 @@ bool ReadHyperlink(LoadState& load, ByteView body) {
     link.area = {WordAt(body, 0), WordAt(body, 2), ByteAt(body, 4), ByteAt(body, 6)};
     const u32 flags = LongAt(body, 28);
     std::size_t at = 32;
-    if (flags & LINK_HAS_DESCRIPTION) at = std::size_t{LongAt(body, 32)} * 2 + 36;
-    if (flags & LINK_HAS_FRAME) at += std::size_t{LongAt(body, at)} * 2 + 4;
+    if ((flags & LINK_HAS_DESCRIPTION) && !ReadCounted(body, at, link.description)) return false;
+    if ((flags & LINK_HAS_FRAME) && !ReadCounted(body, at, link.frame)) return false;
     if (flags & LINK_HAS_TARGET) {
         std::size_t end = 0;
         if (!ReadLinkTarget(load, From(body, at), flags, link.target, end)) return false;
         at += end;
     }
-    if (flags & LINK_HAS_LOCATION) {
-        const std::size_t bytes = std::size_t{LongAt(body, at)} * 2;
-        if (!ReadWideCharacters(Part(body, at + 4, bytes), link.location)) return false;
-    }
+    if ((flags & LINK_HAS_LOCATION) && !ReadCounted(body, at, link.location)) return false;
     return LoadedSheet(load).hyperlinks.Append(std::move(link));
 }
 

@@ -90,7 +90,11 @@ bool WriteHyperlink(SaveState& save, const Hyperlink& link) {
                           (kind == TARGET_FILE && target.size() > 1 && target[1] == u':');
     WriteU32(to, (kind != TARGET_NONE ? LINK_HAS_TARGET : 0u) | (absolute ? LINK_IS_ABSOLUTE : 0u) |
                      (kind == TARGET_UNC ? LINK_IS_UNC : 0u) |
-                     (link.location.IsEmpty() ? 0u : LINK_HAS_LOCATION));
+                     (link.location.IsEmpty() ? 0u : LINK_HAS_LOCATION) |
+                     (link.description.IsEmpty() ? 0u : LINK_HAS_DESCRIPTION) |
+                     (link.frame.IsEmpty() ? 0u : LINK_HAS_FRAME));
+    if (!link.description.IsEmpty()) PutCounted(to, link.description);
+    if (!link.frame.IsEmpty()) PutCounted(to, link.frame);
     if (kind == TARGET_UNC) PutCounted(to, target);
     if (kind == TARGET_URL) PutUrl(to, target);
     if (kind == TARGET_FILE) PutFile(save, target);

@@ -82,7 +82,8 @@ bool ReadName(LoadState& load, ByteView body) {
     name->flags = flags & ~NAME_IS_BUILT_IN;
     name->shortcut = ByteAt(body, 2);
     if (load.biffVersion == 8)
-        for (std::size_t i = 0; i < 4; ++i) name->textLengths[i] = ByteAt(body, 10 + i);
+        for (std::size_t i = 0; i < 4; ++i) name->textLengths[i] = ByteAt(body, NAME_TEXTS_AT + i);
+    else if (LongAt(body, NAME_TEXTS_AT)) book.hasUnkept = true;
     name->sheet = WordAt(body, load.biffVersion == 8 ? 8 : 6);
     std::size_t used = 0;
     if (!ReadLinkText(load, From(body, NAME_HEAD), ByteAt(body, 3), name->text, used)) return false;

@@ -143,7 +143,9 @@ bool ReadCondition(LoadState& load, ByteView body) {
     const std::size_t second = WordAt(body, 4);
     const u32 flags = LongAt(body, 6);
     std::size_t at = 12;
+    if (flags & (NUMBER_FOLLOWS | ALIGNMENT_FOLLOWS | PROTECTION_FOLLOWS)) LoadedBook(load).hasUnkept = true;
     if (flags & FONT_FOLLOWS) {
+        if (LongAt(body, at + FONT_HEIGHT_AT) != NOT_SET) LoadedBook(load).hasUnkept = true;
         ReadFontBlock(Part(body, at, FONT_BLOCK), *out);
         at += FONT_BLOCK;
     }
@@ -177,6 +179,7 @@ bool ReadValidation(LoadState& load, ByteView body) {
     rule->literalList = (flags & RULE_LITERAL_LIST) != 0;
     rule->ignoreBlank = (flags & RULE_IGNORES_BLANK) != 0;
     rule->noDropArrow = (flags & RULE_HIDES_ARROW) != 0;
+    rule->inputMethod = flags >> RULE_INPUT_SHIFT & RULE_INPUT_BITS;
     rule->showInput = (flags & RULE_SHOWS_INPUT) != 0;
     rule->showError = (flags & RULE_SHOWS_ERROR) != 0;
     rule->comparison = flags >> RULE_COMPARISON_SHIFT & RULE_COMPARISON_BITS;

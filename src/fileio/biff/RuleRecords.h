@@ -19,6 +19,8 @@ constexpr u32 LEFT_KEPT = 1u << 10, RIGHT_KEPT = 1u << 11, TOP_KEPT = 1u << 12, 
 constexpr u32 PATTERN_KEPT = 1u << 16, FORE_KEPT = 1u << 17, BACK_KEPT = 1u << 18;
 constexpr u32 FONT_FOLLOWS = 1u << 26, ALIGNMENT_FOLLOWS = 1u << 27, BORDER_FOLLOWS = 1u << 28,
               PATTERN_FOLLOWS = 1u << 29;
+// Blocks of formats that conditions do not show here.
+constexpr u32 NUMBER_FOLLOWS = 1u << 25, PROTECTION_FOLLOWS = 1u << 30;
 constexpr std::size_t FONT_BLOCK = 118, ALIGNMENT_BLOCK = 8, BORDER_BLOCK = 8, PATTERN_BLOCK = 4;
 // The font's block: style bits, and where the fields stand.
 constexpr u32 ITALIC = 2, STRIKEOUT = 0x80, NOT_SET = 0xFFFFFFFF;
@@ -31,6 +33,7 @@ constexpr std::size_t FONT_HEIGHT_AT = 64, FONT_STYLE_AT = 68, FONT_WEIGHT_AT = 
 constexpr u32 NO_OBJECT = 0xFFFFFFFF;
 constexpr u32 RULE_LITERAL_LIST = 1u << 7, RULE_IGNORES_BLANK = 1u << 8, RULE_HIDES_ARROW = 1u << 9,
               RULE_SHOWS_INPUT = 1u << 18, RULE_SHOWS_ERROR = 1u << 19;
+constexpr u32 RULE_INPUT_SHIFT = 10, RULE_INPUT_BITS = 0xFF;
 constexpr u32 RULE_KIND_BITS = 15, RULE_STYLE_BITS = 7, RULE_STYLE_SHIFT = 4, RULE_COMPARISON_BITS = 15,
               RULE_COMPARISON_SHIFT = 20;
 

@@ -276,7 +276,8 @@ void PutRuleFormula(BiffWriter& to, const FormulaTokens& tokens) {
 u32 RuleFlags(const ValidationRule& rule) {
     return (rule.kind & RULE_KIND_BITS) | (rule.errorStyle & RULE_STYLE_BITS) << RULE_STYLE_SHIFT |
            (rule.literalList ? RULE_LITERAL_LIST : 0u) | (rule.ignoreBlank ? RULE_IGNORES_BLANK : 0u) |
-           (rule.noDropArrow ? RULE_HIDES_ARROW : 0u) | (rule.showInput ? RULE_SHOWS_INPUT : 0u) |
+           (rule.noDropArrow ? RULE_HIDES_ARROW : 0u) |
+           (rule.inputMethod & RULE_INPUT_BITS) << RULE_INPUT_SHIFT | (rule.showInput ? RULE_SHOWS_INPUT : 0u) |
            (rule.showError ? RULE_SHOWS_ERROR : 0u) |
            (rule.comparison & RULE_COMPARISON_BITS) << RULE_COMPARISON_SHIFT;
 }
