@@ -302,6 +302,7 @@ struct ConditionalCondition {
     OverrideByte strikeout, italic, bold, underline;
     bool hasFontColour = false;
     u16 fontColour = 0;
+    u32 fontHeight = 0;  // twips, as a file has it, not shown; 0 leaves the cell's own
     bool hasBorders = false;
     OverrideByte leftStyle, rightStyle, topStyle, bottomStyle;
     u8 leftColour = 0, rightColour = 0, topColour = 0, bottomColour = 0;

@@ -51,7 +51,7 @@ u64 HashOf(const ConditionalFormat& format) {
              {&c.strikeout, &c.italic, &c.bold, &c.underline, &c.leftStyle, &c.rightStyle, &c.topStyle,
               &c.bottomStyle, &c.pattern, &c.patternColour, &c.backColour})
             hash.Add(u64{byte->present} << 8 | byte->value);
-        hash.Add(u64{c.hasFontColour} << 16 | c.fontColour);
+        hash.Add(u64{c.fontHeight} << 32 | u64{c.hasFontColour} << 16 | c.fontColour);
         for (const u8 colour : {c.leftColour, c.rightColour, c.topColour, c.bottomColour})
             hash.Add(u64{colour});
     }
@@ -67,7 +67,7 @@ bool EqualConditions(const ConditionalCondition& a, const ConditionalCondition& 
            EqualTokens(a.formula2, b.formula2) && EqualBytes(a.strikeout, b.strikeout) &&
            EqualBytes(a.italic, b.italic) && EqualBytes(a.bold, b.bold) &&
            EqualBytes(a.underline, b.underline) && a.hasFontColour == b.hasFontColour &&
-           a.fontColour == b.fontColour && a.hasBorders == b.hasBorders &&
+           a.fontColour == b.fontColour && a.fontHeight == b.fontHeight && a.hasBorders == b.hasBorders &&
            EqualBytes(a.leftStyle, b.leftStyle) && EqualBytes(a.rightStyle, b.rightStyle) &&
            EqualBytes(a.topStyle, b.topStyle) && EqualBytes(a.bottomStyle, b.bottomStyle) &&
            a.leftColour == b.leftColour && a.rightColour == b.rightColour && a.topColour == b.topColour &&

@@ -43,10 +43,17 @@ TEST_F(UnkeptParts, BlocksOfConditionsThatAreNotShownAreNamed) {
     constexpr u32 FONT = 1u << 26, AS_IT_IS = 0xFFFFFFFF;
     EXPECT_EQ(LossesOfCondition(0, 0), 0u);
     EXPECT_EQ(LossesOfCondition(FONT, AS_IT_IS), 0u);
-    EXPECT_EQ(LossesOfCondition(FONT, 240), u32{LOSS_PARTS});
-    EXPECT_EQ(LossesOfCondition(1u << 25, 0), u32{LOSS_PARTS});  // a number format
-    EXPECT_EQ(LossesOfCondition(1u << 27, 0), u32{LOSS_PARTS});  // an alignment
-    EXPECT_EQ(LossesOfCondition(1u << 30, 0), u32{LOSS_PARTS});  // a protection
+    // A font's height is not shown, but comes back.
+    EXPECT_EQ(LossesOfCondition(FONT, 240), 0u);
+    Reopen();
+    EXPECT_EQ(CurrentSheet()->conditionalFormats[0].conditions[0].fontHeight, 240u);
+    // A number format, an alignment, a protection, each with the bits that say that it is left as it is.
+    for (const auto& [follows, kept] : {std::pair{1u << 25, 1u << 19}, {1u << 27, 0xFFu}, {1u << 30, 0x300u}}) {
+        EXPECT_EQ(LossesOfCondition(follows, 0), u32{LOSS_PARTS}) << follows;
+        EXPECT_EQ(LossesOfCondition(follows | kept, 0), 0u) << follows;
+        EXPECT_EQ(LossesOfCondition(follows | (kept & (kept - 1)), 0), u32{LOSS_PARTS}) << follows;
+        EXPECT_EQ(LossesOfCondition(kept & (kept - 1), 0), 0u) << follows;  // no block
+    }
 }
 
 TEST_F(UnkeptParts, TextsForMenusOfTheOlderFormAreNamed) {

@@ -50,6 +50,8 @@ void ReadFontBlock(ByteView block, ConditionalCondition& out) {
     out.italic = Override(!(kept & ITALIC), (style >> 1) & 1);
     out.bold = Override(LongAt(block, FONT_WEIGHT_KEPT_AT) == 0, WordAt(block, FONT_WEIGHT_AT) > NORMAL_WEIGHT);
     out.underline = Override(LongAt(block, FONT_UNDERLINE_KEPT_AT) == 0, ByteAt(block, FONT_UNDERLINE_AT));
+    const u32 height = LongAt(block, FONT_HEIGHT_AT);
+    out.fontHeight = height == NOT_SET ? 0 : height;
     const u32 colour = LongAt(block, FONT_COLOUR_AT);
     out.hasFontColour = colour != NOT_SET;
     out.fontColour = static_cast<u16>(colour);
@@ -132,6 +134,13 @@ bool ReadConditionalFormat(LoadState& load, ByteView body) {
     return AppendAreas(body, 14, WordAt(body, 12), format->areas);
 }
 
+// Whether a condition's format changes what conditions do not show here.
+static bool HasMoreFormats(u32 flags) {
+    return ((flags & NUMBER_FOLLOWS) && !(flags & NUMBER_KEPT)) ||
+           ((flags & ALIGNMENT_FOLLOWS) && (flags & ALIGNMENT_KEPT) != ALIGNMENT_KEPT) ||
+           ((flags & PROTECTION_FOLLOWS) && (flags & PROTECTION_KEPT) != PROTECTION_KEPT);
+}
+
 bool ReadCondition(LoadState& load, ByteView body) {
     Array<ConditionalFormat>& formats = LoadedSheet(load).conditionalFormats;
     if (formats.IsEmpty() || formats.Last().conditions.Count() >= 3) return true;
@@ -143,9 +152,8 @@ bool ReadCondition(LoadState& load, ByteView body) {
     const std::size_t second = WordAt(body, 4);
     const u32 flags = LongAt(body, 6);
     std::size_t at = 12;
-    if (flags & (NUMBER_FOLLOWS | ALIGNMENT_FOLLOWS | PROTECTION_FOLLOWS)) LoadedBook(load).hasUnkept = true;
+    if (HasMoreFormats(flags)) LoadedBook(load).hasUnkept = true;
     if (flags & FONT_FOLLOWS) {
-        if (LongAt(body, at + FONT_HEIGHT_AT) != NOT_SET) LoadedBook(load).hasUnkept = true;
         ReadFontBlock(Part(body, at, FONT_BLOCK), *out);
         at += FONT_BLOCK;
     }

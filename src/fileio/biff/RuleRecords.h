@@ -21,6 +21,7 @@ constexpr u32 FONT_FOLLOWS = 1u << 26, ALIGNMENT_FOLLOWS = 1u << 27, BORDER_FOLL
               PATTERN_FOLLOWS = 1u << 29;
 // Blocks of formats that conditions do not show here.
 constexpr u32 NUMBER_FOLLOWS = 1u << 25, PROTECTION_FOLLOWS = 1u << 30;
+constexpr u32 ALIGNMENT_KEPT = 0xFF, PROTECTION_KEPT = 0x300, NUMBER_KEPT = 1u << 19;
 constexpr std::size_t FONT_BLOCK = 118, ALIGNMENT_BLOCK = 8, BORDER_BLOCK = 8, PATTERN_BLOCK = 4;
 // The font's block: style bits, and where the fields stand.
 constexpr u32 ITALIC = 2, STRIKEOUT = 0x80, NOT_SET = 0xFFFFFFFF;

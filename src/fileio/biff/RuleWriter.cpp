@@ -157,7 +157,8 @@ void WriteMerges(SaveState& save, const Sheet& sheet) {
 namespace {
 
 bool HasFontPart(const ConditionalCondition& c) {
-    return c.strikeout.present || c.italic.present || c.bold.present || c.underline.present || c.hasFontColour;
+    return c.strikeout.present || c.italic.present || c.bold.present || c.underline.present ||
+           c.hasFontColour || c.fontHeight;
 }
 
 u32 KeptFlag(const OverrideByte& part, u32 flag) { return part.present ? flag : 0; }
@@ -178,7 +179,7 @@ u32 FormatFlags(const ConditionalCondition& c) {
 
 void PutFontBlock(BiffWriter& to, const ConditionalCondition& c) {
     u8 block[FONT_BLOCK] = {};
-    PutU32(block + FONT_HEIGHT_AT, NOT_SET);
+    PutU32(block + FONT_HEIGHT_AT, c.fontHeight ? c.fontHeight : NOT_SET);
     PutU32(block + FONT_STYLE_AT, (c.italic.value ? ITALIC : 0) | (c.strikeout.value ? STRIKEOUT : 0));
     PutU16(block + FONT_WEIGHT_AT, c.bold.value ? BOLD_WEIGHT : NORMAL_WEIGHT);
     block[FONT_UNDERLINE_AT] = c.underline.value;
