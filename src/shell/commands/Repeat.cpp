@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "shell/commands/Commands.h"
-#include "shell/frame/Tables.h"
 
 namespace tally {
 namespace {
@@ -39,7 +38,7 @@ bool RepeatLastCommand() {
     RepeatState& repeat = Shell().repeat;
     if (!repeat.command || repeat.running || IsEditing()) return false;
     repeat.running = true;
-    const bool known = RunCommand(repeat.command);
+    const bool known = SendCommand(repeat.command);
     repeat.running = false;
     return known;
 }
