@@ -89,7 +89,7 @@ void MarkSection(WideView text, Marks& marks) {
     }
 }
 
-FormatKind KindOf(const Marks& marks) {
+FormatCodeKind KindOf(const Marks& marks) {
     if (marks.general) return FORMAT_KIND_GENERAL;
     if (marks.day || (marks.month && !marks.hour)) return FORMAT_KIND_DATE;
     if (marks.hour) return FORMAT_KIND_TIME;

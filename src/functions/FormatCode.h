@@ -5,7 +5,7 @@
 
 namespace tally {
 
-enum FormatKind : u8 {
+enum FormatCodeKind : u8 {
     FORMAT_KIND_GENERAL,  // and text
     FORMAT_KIND_NUMBER,
     FORMAT_KIND_CURRENCY,
@@ -15,7 +15,7 @@ enum FormatKind : u8 {
     FORMAT_KIND_TIME,
 };
 struct FormatClass {
-    FormatKind kind = FORMAT_KIND_GENERAL;
+    FormatCodeKind kind = FORMAT_KIND_GENERAL;
     u8 decimals = 0;
 };
 // By the first section of a format in file form.
