@@ -6,9 +6,9 @@ namespace {
 constexpr FrameCalls nobody = {
     [](const ShellMessage&) { return false; },
     [](u32, u32) { return false; },
-    [](u32, u32) { return false; },
-    [](u32, u32) { return false; },
-    [] { return true; },
+    [](EditHandle, u32, u32) { return false; },
+    [](EditHandle, u32, u32) { return false; },
+    [](EditHandle) { return true; },
     [](MenuId, Array<MenuItem>&) { return true; },
 };
 

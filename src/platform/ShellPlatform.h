@@ -1,7 +1,9 @@
 #pragma once
 // What the shell needs of a windowing toolkit: one table of operations, and the messages that come back.
 // The frame's client area is painted by the shell (grid, headers, tabs, status bar); the toolkit owns the
-// menu bar, the entry line, the two scroll bars and the dialogs of files.
+// menu bar, the edit controls, the two scroll bars and the dialogs of files.
+
+#include <iterator>
 
 #include "base/Platform.h"
 #include "platform/Clipboard.h"
@@ -141,9 +143,19 @@ struct MenuItem {
     WideText text;  // empty: a separator
 };
 
-// ---- the entry line ----------------------------------------------------------------------------------
+// ---- edit controls -----------------------------------------------------------------------------------
 
-enum EntryEditAction : i32 { ENTRY_UNDO, ENTRY_CUT, ENTRY_COPY, ENTRY_PASTE };
+// The controls that text is typed into within the frame's client area, above what the shell paints there. Each
+// is there once and holds text, caret and place for itself, shown or not; one at most has the focus.
+enum EditHandle : i32 { EDIT_NONE = -1, ENTRY_LINE, COMMENT_EDIT, TEXT_BOX_EDIT, EDIT_COUNT };
+
+struct EditTraits {
+    bool wraps;  // lines break at the edge; otherwise they run on behind it
+};
+constexpr EditTraits editTraits[] = {{.wraps = false}, {.wraps = true}, {.wraps = true}};
+static_assert(std::size(editTraits) == EDIT_COUNT);
+
+enum EditAction : i32 { EDIT_UNDO, EDIT_CUT, EDIT_COPY, EDIT_PASTE };
 
 // ---- scroll bars -------------------------------------------------------------------------------------
 
@@ -203,16 +215,18 @@ struct ShellPlatformTable {
     // Shows a popup at a client position and waits: the chosen command, or 0.
     i32 (*trackPopup)(const Array<MenuItem>& items, i32 x, i32 y);
 
-    // ---- the entry line ----------------------------------------------------------------------------
-    void (*placeEntryLine)(const PixelRect& place, bool shown);
-    bool (*entryText)(WideText& out);
-    void (*setEntryText)(WideView text);  // the caret goes to the start
-    void (*entrySelection)(i32& start, i32& end);
-    void (*selectEntry)(i32 start, i32 end);  // in UTF-16 units
-    void (*replaceEntrySelection)(WideView text);
-    void (*focusEntryLine)();
-    void (*entryAction)(EntryEditAction action);
-    bool (*entryCanUndo)();
+    // ---- edit controls -----------------------------------------------------------------------------
+    // In client pixels.
+    void (*placeEdit)(EditHandle edit, const PixelRect& place, bool shown);
+    bool (*editText)(EditHandle edit, WideText& out);
+    void (*setEditText)(EditHandle edit, WideView text);  // the caret goes to the start
+    // In UTF-16 units; what lies outside the text is moved to its ends.
+    void (*editSelection)(EditHandle edit, i32& start, i32& end);
+    void (*selectEdit)(EditHandle edit, i32 start, i32 end);
+    void (*replaceEditSelection)(EditHandle edit, WideView text);  // the caret goes behind it
+    void (*focusEdit)(EditHandle edit);                            // focusFrame takes it away again
+    void (*editAction)(EditHandle edit, EditAction action);
+    bool (*editCanUndo)(EditHandle edit);
 
     // ---- scroll bars -------------------------------------------------------------------------------
     void (*setScrollBar)(bool vertical, const ScrollBarState& state);
@@ -270,12 +284,12 @@ struct FrameCalls {
     bool (*sendMessage)(const ShellMessage& message);
     // A key in any window: true when an accelerator took it.
     bool (*translateAccelerator)(u32 key, u32 modifiers);
-    // The entry line asks before its edit control acts: a key goes down (KeyCode), a character arrives (UTF-16
-    // unit). True: swallowed.
-    bool (*entryLineKeyDown)(u32 key, u32 modifiers);
-    bool (*entryLineChar)(u32 character, u32 modifiers);
-    // A click on the line. False: swallowed, the edit control must not take it.
-    bool (*entryLineClick)();
+    // An edit control asks before it acts: a key goes down (KeyCode), a character arrives (UTF-16 unit). True:
+    // swallowed.
+    bool (*editKeyDown)(EditHandle edit, u32 key, u32 modifiers);
+    bool (*editChar)(EditHandle edit, u32 character, u32 modifiers);
+    // A click on it. False: swallowed, the edit control must not take it.
+    bool (*editClick)(EditHandle edit);
     // The items of a popup as they are now: labels, grey, checks. MENU_BAR gives the top level. Called when the
     // popup is about to open, after WM_INITMENUPOPUP. False when memory fails.
     bool (*menuItems)(MenuId menu, Array<MenuItem>& items);
@@ -283,6 +297,9 @@ struct FrameCalls {
     void (*dialogFocused)(Dialog& dialog) = [](Dialog&) {};
     // Works the places of an open dialog's controls out anew.
     void (*layOutDialog)(Dialog& dialog) = [](Dialog&) {};
+    // The user has changed the text or the caret of an edit control. What the shell does through the rows of
+    // the platform it knows and is not told; one change may be told more than once.
+    void (*editChanged)(EditHandle edit) = [](EditHandle) {};
 };
 const FrameCalls& FrameCallsInUse();
 void UseFrameCalls(const FrameCalls& calls);

@@ -115,9 +115,9 @@ class DialogsOnScreen : public testing::Test {
         SetShellPlatform(&QtShellPlatform());
         UseFrameCalls({.sendMessage = [](const ShellMessage&) { return false; },
                        .translateAccelerator = [](u32, u32) { return false; },
-                       .entryLineKeyDown = [](u32, u32) { return false; },
-                       .entryLineChar = [](u32, u32) { return false; },
-                       .entryLineClick = [] { return true; },
+                       .editKeyDown = [](EditHandle, u32, u32) { return false; },
+                       .editChar = [](EditHandle, u32, u32) { return false; },
+                       .editClick = [](EditHandle) { return true; },
                        .menuItems = [](MenuId, Array<MenuItem>&) { return true; },
                        .layOutDialog = LayOutDialog});
     }

@@ -11,6 +11,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
+#include <QTextLayout>
 #include <QWheelEvent>
 #include <algorithm>
 #include <csignal>
@@ -27,7 +29,8 @@ namespace {
 struct Heard {
     std::vector<ShellMessage> messages;
     std::vector<u32> entryCharacters, entryKeys;
-    u32 accelerator = 0;  // the key that is taken
+    std::vector<EditHandle> asked, changed;  // edit controls
+    u32 accelerator = 0;                     // the key that is taken
     bool swallowCharacters = false;
     bool clicksPass = true;
     bool quitOnClose = true;
@@ -42,15 +45,16 @@ bool HearMessage(const ShellMessage& message) {
     return heard.takesKeys || message.message != WM_KEYDOWN;
 }
 bool TakeAccelerator(u32 key, u32) { return key == heard.accelerator; }
-bool HearEntryKey(u32 key, u32) {
+bool HearEntryKey(EditHandle edit, u32 key, u32) {
+    heard.asked.push_back(edit);
     heard.entryKeys.push_back(key);
     return false;
 }
-bool HearEntryCharacter(u32 character, u32) {
+bool HearEntryCharacter(EditHandle, u32 character, u32) {
     heard.entryCharacters.push_back(character);
     return heard.swallowCharacters;
 }
-bool HearEntryClick() { return heard.clicksPass; }
+bool HearEntryClick(EditHandle) { return heard.clicksPass; }
 
 bool AddItem(Array<MenuItem>& items, WideView text, i32 command, MenuId popup, bool enabled = true,
              bool checked = false) {
@@ -94,9 +98,9 @@ class FrameTest : public testing::Test {
         }
         return found;
     }
-    static std::string EntryText() {
+    static std::string EntryText(EditHandle edit = ENTRY_LINE) {
         WideText text;
-        EXPECT_TRUE(QtShellPlatform().entryText(text));
+        EXPECT_TRUE(QtShellPlatform().editText(edit, text));
         return Narrow(text);
     }
 
@@ -177,8 +181,8 @@ TEST_F(FrameTest, CtrlTypesNothing) {
 TEST_F(FrameTest, AcceleratorsComeFirstInBothWindows) {
     heard.accelerator = 'S';
     QTest::keyClick(&FrameInUse()->client, Qt::Key_S, Qt::ControlModifier);
-    shell.placeEntryLine({0, 0, 200, 24}, true);
-    QTest::keyClick(&FrameInUse()->entry, Qt::Key_S, Qt::ControlModifier);
+    shell.placeEdit(ENTRY_LINE, {0, 0, 200, 24}, true);
+    QTest::keyClick(&EditBox(ENTRY_LINE), Qt::Key_S, Qt::ControlModifier);
     EXPECT_TRUE(Of(WM_KEYDOWN).empty());
     EXPECT_TRUE(heard.entryKeys.empty());
 }
@@ -283,59 +287,104 @@ TEST_F(FrameTest, TheFrameHasALeastSize) {
 }
 
 TEST_F(FrameTest, TheEntryLineKeepsItsTextAsItIs) {
-    shell.setEntryText(u"a\u00A0b\nc\u4E2D");
+    shell.setEditText(ENTRY_LINE, u"a\u00A0b\nc\u4E2D");
     EXPECT_EQ(EntryText(), "a\u00A0b\nc\u4E2D");
     i32 start = -1, end = -1;
-    shell.entrySelection(start, end);
+    shell.editSelection(ENTRY_LINE, start, end);
     EXPECT_EQ(start, 0);
     EXPECT_EQ(end, 0);
-    shell.selectEntry(1, 3);
-    shell.entrySelection(start, end);
+    shell.selectEdit(ENTRY_LINE, 1, 3);
+    shell.editSelection(ENTRY_LINE, start, end);
     EXPECT_EQ(start, 1);
     EXPECT_EQ(end, 3);
-    shell.replaceEntrySelection(u"XYZ");
+    shell.replaceEditSelection(ENTRY_LINE, u"XYZ");
     EXPECT_EQ(EntryText(), "aXYZ\nc\u4E2D");
-    shell.entrySelection(start, end);
+    shell.editSelection(ENTRY_LINE, start, end);
     EXPECT_EQ(start, 4);
     EXPECT_EQ(end, 4);
-    EXPECT_TRUE(shell.entryCanUndo());
-    shell.entryAction(ENTRY_UNDO);
+    EXPECT_TRUE(shell.editCanUndo(ENTRY_LINE));
+    shell.editAction(ENTRY_LINE, EDIT_UNDO);
     EXPECT_EQ(EntryText(), "a\u00A0b\nc\u4E2D");
-    shell.selectEntry(-5, 9999);
-    shell.entrySelection(start, end);
+    shell.selectEdit(ENTRY_LINE, -5, 9999);
+    shell.editSelection(ENTRY_LINE, start, end);
     EXPECT_EQ(start, 0);
     EXPECT_EQ(end, 6);
 }
 
 TEST_F(FrameTest, TypingInTheEntryLineAsksTheShellFirst) {
-    shell.placeEntryLine({0, 0, 200, 24}, true);
-    shell.focusEntryLine();
-    QTest::keyClicks(&FrameInUse()->entry, "12");
+    shell.placeEdit(ENTRY_LINE, {0, 0, 200, 24}, true);
+    shell.focusEdit(ENTRY_LINE);
+    QTest::keyClicks(&EditBox(ENTRY_LINE), "12");
     EXPECT_EQ(EntryText(), "12");
     heard.swallowCharacters = true;
-    QTest::keyClick(&FrameInUse()->entry, Qt::Key_Return);
+    QTest::keyClick(&EditBox(ENTRY_LINE), Qt::Key_Return);
     EXPECT_EQ(EntryText(), "12");
     EXPECT_EQ(heard.entryCharacters, (std::vector<u32>{'1', '2', '\r'}));
     EXPECT_EQ(heard.entryKeys, (std::vector<u32>{'1', '2', VK_RETURN}));
-    QTest::keyClick(&FrameInUse()->entry, Qt::Key_Return, Qt::AltModifier);
+    QTest::keyClick(&EditBox(ENTRY_LINE), Qt::Key_Return, Qt::AltModifier);
     EXPECT_EQ(EntryText(), "12\n");
 }
 
-TEST_F(FrameTest, AClickThatTheShellSwallowsDoesNotMoveTheCaret) {
-    shell.placeEntryLine({0, 0, 200, 24}, true);
-    shell.setEntryText(u"123456");
-    heard.clicksPass = false;
-    QTest::mouseClick(FrameInUse()->entry.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
+TEST_F(FrameTest, TwoEditControlsAreOpenAtOnceAndTellOfTheUsersChangesOnly) {
+    FrameInUse()->calls.editChanged = [](EditHandle edit) { heard.changed.push_back(edit); };
+    EXPECT_FALSE(FrameInUse()->edits[COMMENT_EDIT]) << "made only when it is needed";
+    shell.placeEdit(COMMENT_EDIT, {}, false);
     i32 start = -1, end = -1;
-    shell.entrySelection(start, end);
+    shell.editSelection(COMMENT_EDIT, start, end);
+    EXPECT_EQ(end, 0);
+    EXPECT_FALSE(FrameInUse()->edits[COMMENT_EDIT]);
+    shell.placeEdit(ENTRY_LINE, {0, 0, 200, 24}, true);
+    shell.placeEdit(COMMENT_EDIT, {40, 60, 140, 160}, true);
+    shell.setEditText(ENTRY_LINE, u"line");
+    shell.setEditText(COMMENT_EDIT, u"a note that is longer than its control is wide");
+    shell.selectEdit(ENTRY_LINE, 1, 3);
+    shell.selectEdit(COMMENT_EDIT, 1, 1);
+    shell.replaceEditSelection(COMMENT_EDIT, u"ny");
+    shell.focusEdit(COMMENT_EDIT);
+    Settle();
+    EXPECT_TRUE(heard.changed.empty());
+    QPlainTextEdit &line = EditBox(ENTRY_LINE), &comment = EditBox(COMMENT_EDIT);
+    EXPECT_TRUE(line.isVisible() && comment.isVisible());
+    EXPECT_EQ(FrameInUse()->window.focusWidget(), &comment);
+    EXPECT_EQ(comment.geometry(), QRect(40, 60, 100, 100));
+    EXPECT_GT(comment.document()->firstBlock().layout()->lineCount(), 1) << "it wraps";
+    EXPECT_EQ(line.document()->firstBlock().layout()->lineCount(), 1);
+    QTest::keyClicks(&comment, "12");
+    EXPECT_EQ(EntryText(COMMENT_EDIT).substr(0, 9), "any12 not");
+    EXPECT_EQ(EntryText(), "line");
+    EXPECT_EQ(heard.asked, (std::vector<EditHandle>(2, COMMENT_EDIT)));
+    ASSERT_FALSE(heard.changed.empty());
+    heard.changed.clear();
+    QTest::keyClick(&comment, Qt::Key_Left);
+    EXPECT_EQ(heard.changed, (std::vector<EditHandle>{COMMENT_EDIT})) << "the caret alone";
+    shell.focusEdit(ENTRY_LINE);
+    heard.changed.clear();
+    QTest::keyClick(&line, Qt::Key_X);
+    EXPECT_EQ(EntryText(), "lxe");
+    for (const EditHandle edit : heard.changed) EXPECT_EQ(edit, ENTRY_LINE);
+    EXPECT_FALSE(heard.changed.empty());
+    shell.editAction(ENTRY_LINE, EDIT_UNDO);
+    EXPECT_EQ(EntryText(), "line");
+    EXPECT_EQ(EntryText(COMMENT_EDIT).substr(0, 9), "any12 not");
+    shell.placeEdit(COMMENT_EDIT, {40, 60, 140, 160}, false);
+    EXPECT_TRUE(line.isVisible() && !comment.isVisible());
+}
+
+TEST_F(FrameTest, AClickThatTheShellSwallowsDoesNotMoveTheCaret) {
+    shell.placeEdit(ENTRY_LINE, {0, 0, 200, 24}, true);
+    shell.setEditText(ENTRY_LINE, u"123456");
+    heard.clicksPass = false;
+    QTest::mouseClick(EditBox(ENTRY_LINE).viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
+    i32 start = -1, end = -1;
+    shell.editSelection(ENTRY_LINE, start, end);
     EXPECT_EQ(start, 0);
     EXPECT_EQ(FrameInUse()->window.focusWidget(), &FrameInUse()->client);
     heard.clicksPass = true;
-    QTest::mouseClick(FrameInUse()->entry.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
-    shell.entrySelection(start, end);
+    QTest::mouseClick(EditBox(ENTRY_LINE).viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 8));
+    shell.editSelection(ENTRY_LINE, start, end);
     EXPECT_EQ(start, 6);
-    EXPECT_EQ(FrameInUse()->window.focusWidget(), &FrameInUse()->entry);
-    QTest::keyClick(&FrameInUse()->entry, 'x', Qt::AltModifier);
+    EXPECT_EQ(FrameInUse()->window.focusWidget(), &EditBox(ENTRY_LINE));
+    QTest::keyClick(&EditBox(ENTRY_LINE), 'x', Qt::AltModifier);
     EXPECT_EQ(EntryText(), "123456");
 }
 

@@ -47,15 +47,15 @@ class InputMethodTest : public testing::Test {
         QApplication::sendEvent(Focus(), &event);
     }
     static QWidget* Focus() { return FrameInUse()->window.focusWidget(); }
-    static bool IsInLine() { return Focus() == &FrameInUse()->entry; }
+    static bool IsInLine() { return Focus() == &EditBox(ENTRY_LINE); }
     static void Press(Qt::Key key) { QTest::keyClick(Focus(), key); }
     static std::string Line() {
         WideText text;
-        EXPECT_TRUE(QtShellPlatform().entryText(text));
+        EXPECT_TRUE(QtShellPlatform().editText(ENTRY_LINE, text));
         return Narrow(text);
     }
     static std::string Unfinished() {
-        return FrameInUse()->entry.textCursor().block().layout()->preeditAreaText().toStdString();
+        return EditBox(ENTRY_LINE).textCursor().block().layout()->preeditAreaText().toStdString();
     }
     static std::string TextAt(i32 row, i32 column) {
         const CellRecord* cell = GetCell(CurrentSheet()->cells, row, column);
@@ -155,7 +155,7 @@ TEST_F(InputMethodTest, QuestionsAreAnsweredForTheLineWhileItComposes) {
     EXPECT_EQ(ask(Qt::ImSurroundingText).toString().toStdString(), "你好");
     EXPECT_EQ(ask(Qt::ImCursorPosition).toInt(), 2);
     const QRect place = ask(Qt::ImCursorRectangle).toRect();
-    EXPECT_TRUE(FrameInUse()->entry.geometry().intersects(place));
+    EXPECT_TRUE(EditBox(ENTRY_LINE).geometry().intersects(place));
     Compose("", "");
 }
 
@@ -164,7 +164,7 @@ TEST_F(InputMethodTest, WhereNothingCanBeTypedNothingIsComposed) {
     SelectSheet(1);
     Compose("n");
     EXPECT_FALSE(IsEditing());
-    EXPECT_FALSE(FrameInUse()->composing);
+    EXPECT_EQ(FrameInUse()->composing, EDIT_NONE);
     EXPECT_EQ(Unfinished(), "");
 }
 

@@ -69,7 +69,7 @@ TEST_F(ScreensTest, EverythingFollowsTheScreenThatTheWindowComesTo) {
         EXPECT_EQ(layout.toolbar.bottom, MulDiv(25, dpi, 96));
         EXPECT_EQ(FrameInUse()->vertical.width(), MulDiv(16, dpi, 96));
         EXPECT_EQ(FrameInUse()->horizontal.height(), MulDiv(16, dpi, 96));
-        EXPECT_EQ(FrameInUse()->entry.height(), metrics.fontHeight + MulDiv(8, dpi, 96));
+        EXPECT_EQ(EditBox(ENTRY_LINE).height(), metrics.fontHeight + MulDiv(8, dpi, 96));
         EXPECT_EQ(layout.width, FrameInUse()->client.width());
         EXPECT_EQ(layout.height, FrameInUse()->client.height());
         EXPECT_EQ(FrameInUse()->client.geometry().top(), FrameInUse()->menuBar.height());

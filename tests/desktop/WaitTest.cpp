@@ -88,14 +88,14 @@ TEST_F(DesktopWait, AWaitingKeyIsFoundOnceAndGoesNowhere) {
             EXPECT_FALSE(ShellPlatform().keyWaits(WAITING_ANY)) << row.key;
         }
     }
-    EXPECT_TRUE(FrameInUse()->entry.toPlainText().isEmpty());
+    EXPECT_TRUE(EditBox(ENTRY_LINE).toPlainText().isEmpty());
 }
 
 TEST_F(DesktopWait, OtherKeysDoNotReachTheWindow) {
     Post(Qt::Key_A);
     EXPECT_FALSE(Last());
     QCoreApplication::processEvents();
-    EXPECT_TRUE(FrameInUse()->entry.toPlainText().isEmpty());
+    EXPECT_TRUE(EditBox(ENTRY_LINE).toPlainText().isEmpty());
 }
 
 }  // namespace

@@ -406,9 +406,9 @@ TEST(FrameCallsInUse, WithoutAShellNobodyTakesAnything) {
     const FrameCalls& calls = FrameCallsInUse();
     EXPECT_FALSE(calls.sendMessage(ShellMessage()));
     EXPECT_FALSE(calls.translateAccelerator('A', 0));
-    EXPECT_FALSE(calls.entryLineKeyDown('A', 0));
-    EXPECT_FALSE(calls.entryLineChar('A', 0));
-    EXPECT_TRUE(calls.entryLineClick());
+    EXPECT_FALSE(calls.editKeyDown(ENTRY_LINE, 'A', 0));
+    EXPECT_FALSE(calls.editChar(ENTRY_LINE, 'A', 0));
+    EXPECT_TRUE(calls.editClick(ENTRY_LINE));
     Array<MenuItem> items;
     EXPECT_TRUE(calls.menuItems(MENU_BAR, items));
     EXPECT_TRUE(items.IsEmpty());

@@ -222,36 +222,97 @@ TEST_F(Headlessly, ClockRegionAndFacts) {
 
 TEST_F(Headlessly, TheEntryLineKeepsItsSelectionInside) {
     const ShellPlatformTable& shell = ShellPlatform();
-    shell.setEntryText(u"abcdef");
+    shell.setEditText(ENTRY_LINE, u"abcdef");
     struct Case {
         i32 start, end, gotStart, gotEnd;
     };
     for (const Case& row : {Case{1, 3, 1, 3}, {-5, 3, 0, 3}, {2, 99, 2, 6}, {4, 1, 4, 4}, {99, 99, 6, 6}}) {
-        shell.selectEntry(row.start, row.end);
+        shell.selectEdit(ENTRY_LINE, row.start, row.end);
         i32 start = -1, end = -1;
-        shell.entrySelection(start, end);
+        shell.editSelection(ENTRY_LINE, start, end);
         EXPECT_EQ(start, row.gotStart);
         EXPECT_EQ(end, row.gotEnd);
     }
-    shell.selectEntry(1, 3);
-    shell.replaceEntrySelection(u"XYZ");
-    EXPECT_EQ(HeadlessFrame().entry.View(), WideView(u"aXYZdef"));
-    EXPECT_EQ(HeadlessFrame().entryStart, 4);
-    EXPECT_EQ(HeadlessFrame().entryEnd, 4);
-    shell.selectEntry(1, 4);
-    shell.entryAction(ENTRY_COPY);
+    shell.selectEdit(ENTRY_LINE, 1, 3);
+    shell.replaceEditSelection(ENTRY_LINE, u"XYZ");
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].text.View(), WideView(u"aXYZdef"));
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 4);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 4);
+    shell.selectEdit(ENTRY_LINE, 1, 4);
+    shell.editAction(ENTRY_LINE, EDIT_COPY);
     WideText copied;
     ASSERT_TRUE(ReadClipboardText(copied));
     EXPECT_EQ(copied.View(), WideView(u"XYZ"));
-    EXPECT_EQ(HeadlessFrame().entry.View(), WideView(u"aXYZdef"));
-    shell.entryAction(ENTRY_CUT);
-    EXPECT_EQ(HeadlessFrame().entry.View(), WideView(u"adef"));
-    shell.selectEntry(4, 4);
-    shell.entryAction(ENTRY_PASTE);
-    EXPECT_EQ(HeadlessFrame().entry.View(), WideView(u"adefXYZ"));
-    shell.setEntryText(u"q");
-    EXPECT_EQ(HeadlessFrame().entryEnd, 0);
-    EXPECT_FALSE(shell.entryCanUndo());
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].text.View(), WideView(u"aXYZdef"));
+    shell.editAction(ENTRY_LINE, EDIT_CUT);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].text.View(), WideView(u"adef"));
+    shell.selectEdit(ENTRY_LINE, 4, 4);
+    shell.editAction(ENTRY_LINE, EDIT_PASTE);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].text.View(), WideView(u"adefXYZ"));
+    shell.setEditText(ENTRY_LINE, u"q");
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 0);
+    EXPECT_FALSE(shell.editCanUndo(ENTRY_LINE));
+}
+
+struct HeardEdits {
+    std::vector<EditHandle> keys, characters, changes;
+    char16_t swallowed = 0;
+};
+HeardEdits heardEdits;
+
+TEST_F(Headlessly, EachEditControlHasItsOwnTextCaretAndPlace) {
+    const FrameCalls former = FrameCallsInUse();
+    FrameCalls calls = former;
+    heardEdits = {};
+    calls.editKeyDown = [](EditHandle edit, u32 key, u32) {
+        heardEdits.keys.push_back(edit);
+        return key == VK_HOME;
+    };
+    calls.editChar = [](EditHandle edit, u32 character, u32) {
+        heardEdits.characters.push_back(edit);
+        return character == heardEdits.swallowed;
+    };
+    calls.editChanged = [](EditHandle edit) { heardEdits.changes.push_back(edit); };
+    UseFrameCalls(calls);
+    const ShellPlatformTable& shell = ShellPlatform();
+    const HeadlessEdit &line = HeadlessFrame().edits[ENTRY_LINE],
+                       &comment = HeadlessFrame().edits[COMMENT_EDIT];
+    shell.placeEdit(ENTRY_LINE, {0, 0, 100, 20}, true);
+    shell.placeEdit(COMMENT_EDIT, {50, 60, 150, 120}, true);
+    shell.setEditText(ENTRY_LINE, u"line");
+    shell.setEditText(COMMENT_EDIT, u"note");
+    shell.selectEdit(ENTRY_LINE, 1, 3);
+    shell.focusEdit(COMMENT_EDIT);
+    // What the shell does is not told.
+    EXPECT_TRUE(heardEdits.changes.empty());
+    heardEdits.swallowed = u'b';
+    TypeText(u"abc");
+    EXPECT_EQ(comment.text.View(), WideView(u"acnote"));
+    EXPECT_EQ(heardEdits.characters, (std::vector<EditHandle>(3, COMMENT_EDIT)));
+    EXPECT_EQ(heardEdits.changes, (std::vector<EditHandle>(2, COMMENT_EDIT)));
+    PressKey(VK_BACK);
+    PressKey(VK_RIGHT);
+    PressKey(VK_HOME);
+    EXPECT_EQ(comment.text.View(), WideView(u"anote"));
+    EXPECT_EQ(comment.start, 2);
+    EXPECT_EQ(heardEdits.keys, (std::vector<EditHandle>(3, COMMENT_EDIT)));
+    EXPECT_EQ(heardEdits.changes.size(), 4u);
+    EXPECT_EQ(line.text.View(), WideView(u"line"));
+    EXPECT_EQ(line.start, 1);
+    EXPECT_EQ(line.end, 3);
+    EXPECT_EQ(line.place, (PixelRect{0, 0, 100, 20}));
+    shell.focusEdit(ENTRY_LINE);
+    TypeText(u"X");
+    EXPECT_EQ(line.text.View(), WideView(u"lXe"));
+    EXPECT_EQ(comment.text.View(), WideView(u"anote"));
+    EXPECT_EQ(heardEdits.changes.back(), ENTRY_LINE);
+    shell.placeEdit(COMMENT_EDIT, {}, false);
+    EXPECT_TRUE(IsEmptyRect(comment.place));
+    EXPECT_FALSE(IsEmptyRect(line.place));
+    shell.focusFrame();
+    TypeText(u"Y");
+    EXPECT_EQ(line.text.View(), WideView(u"lXe"));
+    UseFrameCalls(former);
 }
 
 TEST_F(Headlessly, APopupGivesTheScriptedItemOnceUnlessItIsGrey) {
@@ -294,11 +355,11 @@ TEST_F(Headlessly, TheFrameRemembersWhatItWasTold) {
         if (on) shell.startTimer(5, 10);
         else shell.killTimer(5);
         for (i32 timer = 0; timer < 8; ++timer) EXPECT_EQ(HeadlessFrame().timers[timer], on && timer == 5);
-        if (on) shell.focusEntryLine();
+        if (on) shell.focusEdit(ENTRY_LINE);
         else shell.focusFrame();
-        EXPECT_EQ(HeadlessFrame().entryFocused, on);
-        shell.placeEntryLine({1, 2, 3, 4}, on);
-        EXPECT_EQ(HeadlessFrame().entryPlace, on ? (PixelRect{1, 2, 3, 4}) : PixelRect());
+        EXPECT_EQ(HeadlessFrame().focus, on ? ENTRY_LINE : EDIT_NONE);
+        shell.placeEdit(ENTRY_LINE, {1, 2, 3, 4}, on);
+        EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].place, on ? (PixelRect{1, 2, 3, 4}) : PixelRect());
     }
     EXPECT_FALSE(HeadlessFrame().hasQuit);
     shell.quit();

@@ -27,10 +27,9 @@ class AutoSumTest : public ShellSandbox {
         return Narrow(text);
     }
     static std::string Selected() {
-        const HeadlessShellState& frame = HeadlessFrame();
-        return Narrow(frame.entry)
-            .substr(static_cast<std::size_t>(frame.entryStart),
-                    static_cast<std::size_t>(frame.entryEnd - frame.entryStart));
+        const HeadlessEdit& line = HeadlessFrame().edits[ENTRY_LINE];
+        return Narrow(line.text).substr(static_cast<std::size_t>(line.start),
+                                        static_cast<std::size_t>(line.end - line.start));
     }
     static void Sum() { PressKey(VK_OEM_PLUS, KEY_ALT); }
 };
@@ -70,8 +69,8 @@ TEST_F(AutoSumTest, ABooleanOnTheWayEndsTheSearch) {
     Select("A6");
     Sum();
     EXPECT_EQ(Line(), "=SUM()");
-    EXPECT_EQ(HeadlessFrame().entryStart, 5);
-    EXPECT_EQ(HeadlessFrame().entryEnd, 5);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 5);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 5);
 }
 
 TEST_F(AutoSumTest, UnderAFilterWithACriterionTheCallIsASubtotal) {

@@ -290,8 +290,8 @@ TEST_F(ClipboardCommands, WhileTypingTheCommandsGoToTheLine) {
     Enter("A1", "5");
     CopyFrom("A1", "A1");
     TypeText(u"abc");
-    HeadlessFrame().entryStart = 0;
-    HeadlessFrame().entryEnd = 3;
+    HeadlessFrame().edits[ENTRY_LINE].start = 0;
+    HeadlessFrame().edits[ENTRY_LINE].end = 3;
     PickCommand(CUT);
     EXPECT_EQ(Line(), "");
     PickCommand(PASTE);

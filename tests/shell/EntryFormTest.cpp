@@ -14,7 +14,7 @@ namespace {
 
 class EntryFormTest : public ShellSandbox {
   protected:
-    static void Caret(i32 start, i32 end) { ShellPlatform().selectEntry(start, end); }
+    static void Caret(i32 start, i32 end) { ShellPlatform().selectEdit(ENTRY_LINE, start, end); }
     static void DoubleClick(std::string_view cell, u32 modifiers = 0) {
         ShellMessage message;
         message.message = WM_LBUTTONDBLCLK;
@@ -39,13 +39,13 @@ TEST_F(EntryFormTest, F4TurnsTheReferenceAtTheCaretThroughItsForms) {
     for (const char* line : {"=A1+$B$2:$C$3", "=A1+B$2:C$3", "=A1+$B2:$C3", "=A1+B2:C3"}) {
         PressKey(VK_F4);
         EXPECT_EQ(Line(), line);
-        EXPECT_EQ(HeadlessFrame().entryStart, static_cast<i32>(Line().size()));
-        EXPECT_EQ(HeadlessFrame().entryEnd, static_cast<i32>(Line().size()));
+        EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, static_cast<i32>(Line().size()));
+        EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, static_cast<i32>(Line().size()));
     }
     Caret(2, 2);
     PressKey(VK_F4);
     EXPECT_EQ(Line(), "=$A$1+B2:C3");
-    EXPECT_EQ(HeadlessFrame().entryStart, 5);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 5);
 }
 
 TEST_F(EntryFormTest, F4TurnsAllReferencesOfASpanAlike) {
@@ -53,8 +53,8 @@ TEST_F(EntryFormTest, F4TurnsAllReferencesOfASpanAlike) {
     Caret(1, 15);
     PressKey(VK_F4);
     EXPECT_EQ(Line(), "=$A$1+$B$2+Sheet1!$C$3+D4");
-    EXPECT_EQ(HeadlessFrame().entryStart, 1);
-    EXPECT_EQ(HeadlessFrame().entryEnd, 22);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 1);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 22);
     PressKey(VK_F4);
     EXPECT_EQ(Line(), "=A$1+B$2+Sheet1!C$3+D4");
 }
@@ -145,7 +145,7 @@ TEST_F(EntryFormTest, ADoubleClickEditsTheCellWithTheCaretAtItsEnd) {
     DoubleClick("B2");
     EXPECT_EQ(Shell().entryMode, ENTRY_EDIT);
     EXPECT_EQ(Line(), "=1+1");
-    EXPECT_EQ(HeadlessFrame().entryStart, 4);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 4);
     EXPECT_EQ(Shell().gesture, GESTURE_NONE);
     EXPECT_FALSE(HeadlessFrame().captured);
     PressKey(VK_ESCAPE);

@@ -46,6 +46,28 @@ class EntryKeysTest : public ShellSandbox {
     }
 };
 
+TEST_F(EntryKeysTest, WhatIsTypedIntoAnotherEditControlIsNoEntry) {
+    Enter("A1", "old");
+    Select("A2");
+    Select("A1");
+    ShellPlatform().placeEdit(COMMENT_EDIT, {100, 100, 200, 200}, true);
+    ShellPlatform().focusEdit(COMMENT_EDIT);
+    TypeText(u"=note");
+    PressKey(VK_HOME);
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Narrow(HeadlessFrame().edits[COMMENT_EDIT].text), "=note");
+    EXPECT_EQ(HeadlessFrame().edits[COMMENT_EDIT].start, 0);
+    EXPECT_FALSE(IsEditing());
+    EXPECT_EQ(Line(), "old");
+    EXPECT_EQ(Headless().boxes.Count(), 0u);
+    // And the line keeps its own text beside it.
+    ClickCell("B2");
+    ShellPlatform().focusFrame();
+    TypeText(u"12");
+    EXPECT_EQ(Line(), "12");
+    EXPECT_EQ(Narrow(HeadlessFrame().edits[COMMENT_EDIT].text), "=note");
+}
+
 TEST_F(EntryKeysTest, AReferenceBeginsBehindAnOperatorOfAFormula) {
     struct Case {
         const char16_t* typed;
@@ -191,7 +213,7 @@ TEST_F(EntryKeysTest, TheKeyThatCommitsTellsWhereToGo) {
         EXPECT_EQ(Shown("C3"), "7");
         EXPECT_EQ(Active(), row.active);
         EXPECT_FALSE(IsEditing());
-        EXPECT_FALSE(HeadlessFrame().entryFocused);
+        EXPECT_EQ(HeadlessFrame().focus, EDIT_NONE);
     }
 }
 
@@ -199,10 +221,10 @@ TEST_F(EntryKeysTest, F2ChangesBetweenTheTwoWaysOfEditing) {
     TypeText(u"abc");
     PressKey(VK_RETURN, KEY_CTRL);
     PressKey(VK_F2);
-    EXPECT_EQ(HeadlessFrame().entryStart, 3);
-    EXPECT_EQ(HeadlessFrame().entryEnd, 3);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 3);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 3);
     PressKey(VK_HOME);
-    EXPECT_EQ(HeadlessFrame().entryStart, 0);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 0);
     EXPECT_TRUE(IsEditing());
     PressKey(VK_F2);
     PressKey(VK_RIGHT);

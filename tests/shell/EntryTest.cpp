@@ -80,7 +80,7 @@ TEST_F(EntryTest, TheDecimalKeyOfTheNumberPadTypesTheSeparatorOfTheRegion) {
     PressKey(VK_RETURN);
     EXPECT_EQ(Shown("A1"), "0,5");
     TypeText(u"1");
-    HeadlessFrame().entryFocused = true;
+    HeadlessFrame().focus = ENTRY_LINE;
     pressDecimal();
     TypeText(u"2.");
     EXPECT_EQ(Line(), "1,2.");
@@ -141,9 +141,9 @@ TEST_F(EntryTest, ARefusedEntryThatIsTriedAgainStandsSelectedInTheLine) {
     PressKey(VK_RETURN);
     EXPECT_EQ(Shell().entryMode, ENTRY_EDIT);
     EXPECT_EQ(Line(), "5");
-    EXPECT_EQ(HeadlessFrame().entryStart, 0);
-    EXPECT_EQ(HeadlessFrame().entryEnd, 1);
-    EXPECT_TRUE(HeadlessFrame().entryFocused);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 0);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 1);
+    EXPECT_EQ(HeadlessFrame().focus, ENTRY_LINE);
     EXPECT_EQ(Shown("A1"), "");
     TypeText(u"12");
     PressKey(VK_RETURN);

@@ -259,7 +259,7 @@ TEST_F(FrameStripsTest, TheStripsAreShownAndHiddenFromTheMenu) {
     EXPECT_EQ(layout.entryLine, (PixelRect{0, 25, 800, 49}));
     EXPECT_EQ(layout.grid, (PixelRect{0, 49, 784, 562}));
     EXPECT_EQ(layout.tabs, (PixelRect{34, 562, 400, 578}));
-    EXPECT_EQ(HeadlessFrame().entryPlace, layout.entryLine);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].place, layout.entryLine);
     EXPECT_EQ(HeadlessFrame().verticalBar.place, (PixelRect{784, 49, 800, 562}));
     EXPECT_EQ(HeadlessFrame().horizontalBar.place, (PixelRect{400, 562, 784, 578}));
     struct Case {
@@ -284,7 +284,8 @@ TEST_F(FrameStripsTest, TheStripsAreShownAndHiddenFromTheMenu) {
         EXPECT_EQ(IsChecked(row.menu, row.command), !before) << row.command;
         EXPECT_EQ(HeadlessFrame().verticalBar.shown, row.command != 414 && row.command != 421);
         EXPECT_EQ(HeadlessFrame().horizontalBar.shown, row.command != 415 && row.command != 421);
-        EXPECT_EQ(IsEmptyRect(HeadlessFrame().entryPlace), row.command == 419 || row.command == 421);
+        EXPECT_EQ(IsEmptyRect(HeadlessFrame().edits[ENTRY_LINE].place),
+                  row.command == 419 || row.command == 421);
         EXPECT_EQ(HeadlessFrame().fullScreen, row.command == 421);
         PaintHeadless();
         PickCommand(row.command);

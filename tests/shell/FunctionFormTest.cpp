@@ -17,10 +17,9 @@ class FunctionFormTest : public ShellSandbox {
     }
     static bool Understood() { return HeadlessDialogs().shown.Last().understood; }
     static std::string Selected() {
-        const HeadlessShellState& frame = HeadlessFrame();
-        return Narrow(frame.entry)
-            .substr(static_cast<std::size_t>(frame.entryStart),
-                    static_cast<std::size_t>(frame.entryEnd - frame.entryStart));
+        const HeadlessEdit& line = HeadlessFrame().edits[ENTRY_LINE];
+        return Narrow(line.text).substr(static_cast<std::size_t>(line.start),
+                                        static_cast<std::size_t>(line.end - line.start));
     }
 };
 
@@ -50,7 +49,7 @@ TEST_F(FunctionFormTest, WhatIsLeftOfOptionalArgumentsIsNoPartOfTheEntry) {
     for (const Row& row : rows) {
         Pick(row.category, row.function);
         TypeText(Wide(row.typed));
-        ShellPlatform().setEntryText(Wide(row.rest));
+        ShellPlatform().setEditText(ENTRY_LINE, Wide(row.rest));
         PressKey(VK_RETURN);
         PressKey(VK_UP);
         EXPECT_EQ(Line(), row.formula);
@@ -64,8 +63,8 @@ TEST_F(FunctionFormTest, WhatIsLeftOfOptionalArgumentsIsNoPartOfTheEntry) {
 TEST_F(FunctionFormTest, AFunctionWithoutArgumentsLeavesTheCaretBehindIt) {
     Pick("日期与时间", "NOW");
     EXPECT_EQ(Line(), "=NOW()");
-    EXPECT_EQ(HeadlessFrame().entryStart, 6);
-    EXPECT_EQ(HeadlessFrame().entryEnd, 6);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 6);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].end, 6);
 }
 
 TEST_F(FunctionFormTest, InAFormulaTheCallGoesToTheCaret) {

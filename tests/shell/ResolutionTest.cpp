@@ -67,7 +67,7 @@ TEST_F(ResolutionTest, StripsAndBarsGrowWithTheScreen) {
         EXPECT_EQ(Height(HeadlessFrame().horizontalBar.place), On(dpi, 16));
         EXPECT_EQ(HeadlessFrame().verticalBar.place.right, Lay().width);
         EXPECT_EQ(HeadlessFrame().horizontalBar.place.bottom, Lay().statusBar.top);
-        EXPECT_EQ(HeadlessFrame().entryPlace, Lay().entryLine);
+        EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].place, Lay().entryLine);
         i32 width = 0, height = 0;
         Fonts().textExtent(0, u"Sheet1", width, height);
         Array<SheetTab> tabs;

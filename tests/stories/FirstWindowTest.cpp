@@ -51,12 +51,12 @@ TEST_F(FirstWindow, EscapeLeavesTheCellAsItWas) {
     PressKey(VK_UP);
     TypeText(u"new");
     EXPECT_EQ(Line(), "new");
-    EXPECT_TRUE(HeadlessFrame().entryFocused);
+    EXPECT_EQ(HeadlessFrame().focus, ENTRY_LINE);
     PressKey(VK_ESCAPE);
     EXPECT_EQ(Line(), "old");
     EXPECT_EQ(Shown("A1"), "old");
     EXPECT_FALSE(IsEditing());
-    EXPECT_FALSE(HeadlessFrame().entryFocused);
+    EXPECT_EQ(HeadlessFrame().focus, EDIT_NONE);
 }
 
 TEST_F(FirstWindow, F2EditsAtTheEndAndTabMovesRight) {
@@ -81,7 +81,7 @@ TEST_F(FirstWindow, AnArrowCommitsWhatIsTypedAndMoves) {
     PressKey(VK_F2);
     PressKey(VK_LEFT);
     EXPECT_TRUE(IsEditing());
-    EXPECT_EQ(HeadlessFrame().entryStart, 0);
+    EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].start, 0);
 }
 
 TEST_F(FirstWindow, ABadFormulaShowsOneBoxAndKeepsTheText) {

@@ -48,7 +48,7 @@ std::string ShellSandbox::Selection() {
     return Narrow(text);
 }
 
-std::string ShellSandbox::Line() { return Narrow(HeadlessFrame().entry); }
+std::string ShellSandbox::Line() { return Narrow(HeadlessFrame().edits[ENTRY_LINE].text); }
 
 void ShellSandbox::PaintHeadless(bool all) {
     NoteShownChange();

@@ -30,7 +30,7 @@ void StartTimer(i32 timer, i32) { frame.timers[timer & 7] = true; }
 void KillTimer(i32 timer) { frame.timers[timer & 7] = false; }
 void SetFullScreen(bool on) { frame.fullScreen = on; }
 void Quit() { frame.hasQuit = true; }
-void FocusFrame() { frame.entryFocused = false; }
+void FocusFrame() { frame.focus = EDIT_NONE; }
 void SetToolTip(WideView text) { IgnoreFailure(frame.toolTip.Assign(text)); }
 void SetPointer(PointerShape shape) { frame.pointer = shape; }
 i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
@@ -51,41 +51,46 @@ i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
     return answer;
 }
 
-// ---- the entry line ------------------------------------------------------------------------------------
+// ---- edit controls -------------------------------------------------------------------------------------
 
-void PlaceEntryLine(const PixelRect& place, bool shown) { frame.entryPlace = shown ? place : PixelRect(); }
-bool EntryText(WideText& out) { return out.Assign(frame.entry); }
-void SetEntryText(WideView text) {
-    IgnoreFailure(frame.entry.Assign(text));
-    frame.entryStart = frame.entryEnd = 0;
+void PlaceEdit(EditHandle edit, const PixelRect& place, bool shown) {
+    frame.edits[edit].place = shown ? place : PixelRect();
 }
-void EntrySelection(i32& start, i32& end) {
-    start = frame.entryStart;
-    end = frame.entryEnd;
+bool EditText(EditHandle edit, WideText& out) { return out.Assign(frame.edits[edit].text); }
+void SetEditText(EditHandle edit, WideView text) {
+    IgnoreFailure(frame.edits[edit].text.Assign(text));
+    frame.edits[edit].start = frame.edits[edit].end = 0;
 }
-void SelectEntry(i32 start, i32 end) {
-    const i32 length = static_cast<i32>(frame.entry.Length());
-    frame.entryStart = std::clamp(start, 0, length);
-    frame.entryEnd = std::clamp(end, frame.entryStart, length);
+void EditSelection(EditHandle edit, i32& start, i32& end) {
+    start = frame.edits[edit].start;
+    end = frame.edits[edit].end;
 }
-void ReplaceEntrySelection(WideView text) {
-    const u32 start = static_cast<u32>(frame.entryStart);
-    frame.entry.Remove(start, static_cast<u32>(frame.entryEnd) - start);
-    IgnoreFailure(frame.entry.Insert(start, text));
-    frame.entryStart = frame.entryEnd = static_cast<i32>(start + text.size());
+void SelectEdit(EditHandle edit, i32 start, i32 end) {
+    HeadlessEdit& box = frame.edits[edit];
+    const i32 length = static_cast<i32>(box.text.Length());
+    box.start = std::clamp(start, 0, length);
+    box.end = std::clamp(end, box.start, length);
 }
-void FocusEntryLine() { frame.entryFocused = true; }
-void EntryAction(EntryEditAction action) {
+void ReplaceEditSelection(EditHandle edit, WideView text) {
+    HeadlessEdit& box = frame.edits[edit];
+    const u32 start = static_cast<u32>(box.start);
+    box.text.Remove(start, static_cast<u32>(box.end) - start);
+    IgnoreFailure(box.text.Insert(start, text));
+    box.start = box.end = static_cast<i32>(start + text.size());
+}
+void FocusEdit(EditHandle edit) { frame.focus = edit; }
+void ActOnEdit(EditHandle edit, EditAction action) {
+    HeadlessEdit& box = frame.edits[edit];
     WideText copied;
-    if (action == ENTRY_PASTE && ReadClipboardText(copied)) ReplaceEntrySelection(copied);
-    if (action == ENTRY_CUT || action == ENTRY_COPY) {
-        const WideView selected = frame.entry.View().substr(
-            static_cast<u32>(frame.entryStart), static_cast<u32>(frame.entryEnd - frame.entryStart));
+    if (action == EDIT_PASTE && ReadClipboardText(copied)) ReplaceEditSelection(edit, copied);
+    if (action == EDIT_CUT || action == EDIT_COPY) {
+        const WideView selected =
+            box.text.View().substr(static_cast<u32>(box.start), static_cast<u32>(box.end - box.start));
         CopyElsewhere(&selected);
     }
-    if (action == ENTRY_CUT) ReplaceEntrySelection(u"");
+    if (action == EDIT_CUT) ReplaceEditSelection(edit, u"");
 }
-bool EntryCanUndo() { return false; }
+bool EditCanUndo(EditHandle) { return false; }
 
 void SetScrollBar(bool vertical, const ScrollBarState& state) {
     (vertical ? frame.verticalBar : frame.horizontalBar) = state;
@@ -187,15 +192,15 @@ const ShellPlatformTable shellTable = {
     SetPointer,
     &HeadlessFonts(),
     TrackPopup,
-    PlaceEntryLine,
-    EntryText,
-    SetEntryText,
-    EntrySelection,
-    SelectEntry,
-    ReplaceEntrySelection,
-    FocusEntryLine,
-    EntryAction,
-    EntryCanUndo,
+    PlaceEdit,
+    EditText,
+    SetEditText,
+    EditSelection,
+    SelectEdit,
+    ReplaceEditSelection,
+    FocusEdit,
+    ActOnEdit,
+    EditCanUndo,
     SetScrollBar,
     OpenFileDialog,
     SaveFileDialog,
@@ -233,21 +238,24 @@ void SendPaint(const PixelRect& rect) {
     IgnoreFailure(FrameCallsInUse().sendMessage(message));
 }
 
-// What the edit control does with a key that nobody swallowed.
-void EditKey(u32 key) {
-    const i32 start = frame.entryStart;
-    if (key == VK_LEFT) SelectEntry(start - 1, start - 1);
-    if (key == VK_RIGHT) SelectEntry(frame.entryEnd + 1, frame.entryEnd + 1);
-    if (key == VK_HOME) SelectEntry(0, 0);
-    if (key == VK_END)
-        SelectEntry(static_cast<i32>(frame.entry.Length()), static_cast<i32>(frame.entry.Length()));
-    if (key == VK_BACK && frame.entryStart == frame.entryEnd && start > 0) frame.entryStart = start - 1;
-    if (key == VK_BACK) ReplaceEntrySelection(u"");
+// What an edit control does with a key that nobody swallowed.
+void EditKey(EditHandle edit, u32 key) {
+    HeadlessEdit& box = frame.edits[edit];
+    const i32 start = box.start, length = static_cast<i32>(box.text.Length());
+    if (key == VK_LEFT) SelectEdit(edit, start - 1, start - 1);
+    if (key == VK_RIGHT) SelectEdit(edit, box.end + 1, box.end + 1);
+    if (key == VK_HOME) SelectEdit(edit, 0, 0);
+    if (key == VK_END) SelectEdit(edit, length, length);
+    if (key == VK_BACK && box.start == box.end && start > 0) box.start = start - 1;
+    if (key == VK_BACK) ReplaceEditSelection(edit, u"");
+    FrameCallsInUse().editChanged(edit);
 }
 
 void SendChar(char16_t c, u32 modifiers) {
-    if (frame.entryFocused) {
-        if (!FrameCallsInUse().entryLineChar(c, modifiers) && c >= 32) ReplaceEntrySelection(WideView(&c, 1));
+    if (const EditHandle edit = frame.focus; edit != EDIT_NONE) {
+        if (FrameCallsInUse().editChar(edit, c, modifiers) || c < 32) return;
+        ReplaceEditSelection(edit, WideView(&c, 1));
+        FrameCallsInUse().editChanged(edit);
         return;
     }
     ShellMessage message;
@@ -282,10 +290,10 @@ static char16_t CharacterOf(u32 key, u32 modifiers) {
 
 void PressKey(u32 key, u32 modifiers) {
     if (FrameCallsInUse().translateAccelerator(key, modifiers)) return;
-    if (frame.entryFocused) {
-        if (FrameCallsInUse().entryLineKeyDown(key, modifiers)) return;
+    if (const EditHandle edit = frame.focus; edit != EDIT_NONE) {
+        if (FrameCallsInUse().editKeyDown(edit, key, modifiers)) return;
         if (key == VK_BACK || !CharacterOf(key, modifiers)) {
-            EditKey(key);
+            EditKey(edit, key);
             return;
         }
     } else {

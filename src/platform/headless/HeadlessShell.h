@@ -1,5 +1,5 @@
 #pragma once
-// The windowing toolkit without a screen: a frame of a fixed size, an entry line in memory, recorded drawing
+// The windowing toolkit without a screen: a frame of a fixed size, edit controls in memory, recorded drawing
 // with fixed metrics, scripted dialogs. What a user does comes in through the helpers below.
 
 #include "platform/ShellPlatform.h"
@@ -16,18 +16,22 @@ struct HeadlessClip {
     Array<u8> bytes;
 };
 
+struct HeadlessEdit {
+    WideText text;
+    i32 start = 0, end = 0;
+    PixelRect place;  // empty: not shown
+};
+
 struct HeadlessShellState {
     i32 width = 800, height = 600;
     WideText title;
-    bool entryFocused = false;
+    EditHandle focus = EDIT_NONE;  // which edit control has it; none: the frame
     bool hasQuit = false;
     bool fullScreen = false;
     bool captured = false;
     WideText toolTip;
     PointerShape pointer = POINTER_ARROW;
-    WideText entry;
-    i32 entryStart = 0, entryEnd = 0;
-    PixelRect entryPlace;
+    HeadlessEdit edits[EDIT_COUNT];
     ScrollBarState verticalBar, horizontalBar;
     bool timers[8] = {};
     u32 invalidations = 0;
@@ -57,7 +61,8 @@ void UseHeadlessShell();
 void ResetHeadlessShell();
 
 // ---- what a user does ----------------------------------------------------------------------------------
-// A key as the toolkit delivers it: accelerators, then the line or the frame, then its character.
+// A key as the toolkit delivers it: accelerators, then the edit control that has the focus or the frame, then
+// its character.
 void PressKey(u32 key, u32 modifiers = 0);
 void TypeText(WideView text);
 void ClickMouse(i32 x, i32 y, u32 modifiers = 0);

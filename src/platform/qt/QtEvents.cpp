@@ -129,36 +129,39 @@ bool PressClientKey(const QKeyEvent* event) {
     return SendCharacters(TypedText(event->key(), event->modifiers(), event->text()), message.modifiers);
 }
 
-// An input method composes in the window that had the focus when it began. It is the entry line's text all the
-// same: the line shows what is unfinished and takes what is committed. The focus follows when the composition
-// is over, as it would end with the focus.
+// An input method composes in the window that had the focus when it began. It is the text of the edit control
+// that the shell opens all the same: that shows what is unfinished and takes what is committed. The focus
+// follows when the composition is over, as it would end with the focus.
 bool ComposeInClient(QInputMethodEvent* event) {
     Frame* frame = FrameInUse();
     const bool unfinished = !event->preeditString().isEmpty();
-    if (!frame->composing) {
+    if (frame->composing == EDIT_NONE) {
         if (!unfinished) return SendCharacters(event->commitString(), 0);
-        frame->composing = true;
-        frame->lineWanted = false;
+        // The line, as long as the shell has not said which: it keeps the focus from moving.
+        frame->composing = ENTRY_LINE;
+        frame->wanted = EDIT_NONE;
         SendPlain(WM_IME_STARTCOMPOSITION);
         if (!FrameInUse()) return true;
-        if (!frame->lineWanted) {
+        frame->composing = frame->wanted;
+        if (frame->composing == EDIT_NONE) {
             // There is nothing here to type into.
-            frame->composing = false;
             QGuiApplication::inputMethod()->reset();
             return true;
         }
     }
-    QCoreApplication::sendEvent(&frame->entry, event);
+    QCoreApplication::sendEvent(&EditBox(frame->composing), event);
     if (!FrameInUse() || unfinished) return true;
-    frame->composing = false;
-    if (frame->lineWanted) frame->entry.setFocus();
+    frame->composing = EDIT_NONE;
+    if (frame->wanted != EDIT_NONE) EditBox(frame->wanted).setFocus();
     return true;
 }
 
-// What the input method wants to know of the text around its place: that is the entry line's while it composes.
+// What the input method wants to know of the text around its place: that is the edit control's while it
+// composes.
 bool AnswerInputMethod(QInputMethodQueryEvent* event) {
     Frame* frame = FrameInUse();
-    const QWidget& entry = frame->entry;
+    const bool composing = frame->composing != EDIT_NONE;
+    const QWidget& box = EditBox(composing ? frame->composing : ENTRY_LINE);
     const u32 asked = static_cast<u32>(event->queries().toInt());
     for (int bit = 0; bit < 32; ++bit) {
         const auto query = static_cast<Qt::InputMethodQuery>(asked & 1u << bit);
@@ -166,9 +169,9 @@ bool AnswerInputMethod(QInputMethodQueryEvent* event) {
         if (query == Qt::ImEnabled) {
             event->setValue(query, true);
         } else if (query == Qt::ImCursorRectangle || query == Qt::ImAnchorRectangle) {
-            event->setValue(query, entry.inputMethodQuery(query).toRect().translated(entry.pos()));
-        } else if (frame->composing) {
-            event->setValue(query, entry.inputMethodQuery(query));
+            event->setValue(query, box.inputMethodQuery(query).toRect().translated(box.pos()));
+        } else if (composing) {
+            event->setValue(query, box.inputMethodQuery(query));
         }
     }
     event->accept();
@@ -177,7 +180,7 @@ bool AnswerInputMethod(QInputMethodQueryEvent* event) {
 
 // A press of the mouse may store what the line holds, so that what is unfinished goes into it first.
 void FinishComposition() {
-    if (FrameInUse()->composing) QGuiApplication::inputMethod()->commit();
+    if (FrameInUse()->composing != EDIT_NONE) QGuiApplication::inputMethod()->commit();
 }
 
 // The pointer is no longer over what the shell paints.
@@ -191,27 +194,28 @@ bool SendPointerLeft() {
 }
 
 // True when the shell swallowed one of the characters.
-bool OfferEntryCharacters(const QString& text, u32 modifiers) {
+bool OfferCharacters(EditHandle edit, const QString& text, u32 modifiers) {
     bool swallowed = false;
-    for (QChar unit : text) swallowed |= FrameInUse()->calls.entryLineChar(unit.unicode(), modifiers);
+    for (QChar unit : text) swallowed |= FrameInUse()->calls.editChar(edit, unit.unicode(), modifiers);
     return swallowed;
 }
 
-bool PressEntryKey(const QKeyEvent* event) {
+bool PressEditKey(EditHandle edit, const QKeyEvent* event) {
     Frame* frame = FrameInUse();
     const u32 key = KeyCodeOf(event->key(), event->modifiers()), modifiers = ModifiersOf(event->modifiers());
     if (key && frame->calls.translateAccelerator(key, modifiers)) return true;
     if (event->key() == Qt::Key_F1) return SendPlain(WM_HELP), true;
-    if (key && frame->calls.entryLineKeyDown(key, modifiers)) return true;
+    if (key && frame->calls.editKeyDown(edit, key, modifiers)) return true;
     // An editor of plain text has keys of its own that end a line; here they are the shell's alone.
     if (key == VK_RETURN && modifiers & KEY_CTRL) return true;
     if (key == VK_RETURN && modifiers & KEY_ALT) {
-        QtReplaceEntrySelection(u"\n");
+        QtReplaceEditSelection(edit, u"\n");
+        frame->calls.editChanged(edit);
         return true;
     }
     // With Alt a key is the menu bar's, and its character nobody's.
     if (modifiers & KEY_ALT) return !event->text().isEmpty();
-    return OfferEntryCharacters(TypedText(event->key(), event->modifiers(), event->text()), modifiers);
+    return OfferCharacters(edit, TypedText(event->key(), event->modifiers(), event->text()), modifiers);
 }
 
 }  // namespace
@@ -253,19 +257,19 @@ bool HandleClientEvent(QEvent* event) {
     }
 }
 
-bool HandleEntryEvent(QEvent* event) {
+bool HandleEditEvent(EditHandle edit, QEvent* event) {
     if (event->type() == QEvent::Enter) return SendPointerLeft();
-    if (event->type() == QEvent::KeyPress) return PressEntryKey(static_cast<QKeyEvent*>(event));
+    if (event->type() == QEvent::KeyPress) return PressEditKey(edit, static_cast<QKeyEvent*>(event));
     if (event->type() == QEvent::InputMethod) {
-        return OfferEntryCharacters(static_cast<QInputMethodEvent*>(event)->commitString(), 0);
+        return OfferCharacters(edit, static_cast<QInputMethodEvent*>(event)->commitString(), 0);
     }
     return false;
 }
 
-bool HandleEntryClick(QEvent* event) {
+bool HandleEditClick(EditHandle edit, QEvent* event) {
     if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseButtonDblClick) return false;
-    if (FrameInUse()->calls.entryLineClick()) return false;
-    // The toolkit has given the line the focus already.
+    if (FrameInUse()->calls.editClick(edit)) return false;
+    // The toolkit has given the control the focus already.
     FrameInUse()->client.setFocus();
     return true;
 }

@@ -71,7 +71,7 @@ void QtQuit() {
 }
 void QtFocusFrame() {
     if (!frame) return;
-    frame->lineWanted = false;
+    frame->wanted = EDIT_NONE;
     frame->client.setFocus();
 }
 
@@ -117,15 +117,15 @@ const ShellPlatformTable shellTable = {
     .setPointer = QtSetPointer,
     .fonts = &QtFontTable(),
     .trackPopup = QtTrackPopup,
-    .placeEntryLine = QtPlaceEntryLine,
-    .entryText = QtEntryText,
-    .setEntryText = QtSetEntryText,
-    .entrySelection = QtEntrySelection,
-    .selectEntry = QtSelectEntry,
-    .replaceEntrySelection = QtReplaceEntrySelection,
-    .focusEntryLine = QtFocusEntryLine,
-    .entryAction = QtEntryAction,
-    .entryCanUndo = QtEntryCanUndo,
+    .placeEdit = QtPlaceEdit,
+    .editText = QtEditText,
+    .setEditText = QtSetEditText,
+    .editSelection = QtEditSelection,
+    .selectEdit = QtSelectEdit,
+    .replaceEditSelection = QtReplaceEditSelection,
+    .focusEdit = QtFocusEdit,
+    .editAction = QtEditAction,
+    .editCanUndo = QtEditCanUndo,
     .setScrollBar = QtSetScrollBar,
     .openFileDialog = QtOpenFileDialog,
     .saveFileDialog = QtSaveFileDialog,
@@ -173,24 +173,12 @@ void HearStart(QtMsgType type, const QMessageLogContext&, const QString&) {
 }  // namespace
 
 Frame::Frame(const FrameCalls& frameCalls)
-    : calls(frameCalls),
-      windowTap(HandleWindowEvent),
-      clientTap(HandleClientEvent),
-      entryTap(HandleEntryEvent),
-      entryClickTap(HandleEntryClick) {
+    : calls(frameCalls), windowTap(HandleWindowEvent), clientTap(HandleClientEvent) {
     // The shell paints every pixel of the client area.
     client.setAttribute(Qt::WA_OpaquePaintEvent);
     client.setAttribute(Qt::WA_InputMethodEnabled);
     client.setFocusPolicy(Qt::StrongFocus);
     client.setMouseTracking(true);
-    // Into the line leads only what the shell allows: a click, or its own word.
-    entry.setFocusPolicy(Qt::ClickFocus);
-    entry.viewport()->setAcceptDrops(false);
-    entry.setContextMenuPolicy(Qt::NoContextMenu);
-    entry.setLineWrapMode(QPlainTextEdit::NoWrap);
-    entry.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    entry.document()->setDocumentMargin(1);
-    entry.hide();
     for (QScrollBar* bar : {&vertical, &horizontal}) {
         bar->setFocusPolicy(Qt::NoFocus);
         bar->setCursor(Qt::ArrowCursor);
@@ -242,8 +230,6 @@ void OpenFrame(const FrameCalls& calls) {
     ConnectSession();
     frame->window.installEventFilter(&frame->windowTap);
     frame->client.installEventFilter(&frame->clientTap);
-    frame->entry.installEventFilter(&frame->entryTap);
-    frame->entry.viewport()->installEventFilter(&frame->entryClickTap);
     ConnectScrollBar(frame->vertical, WM_VSCROLL);
     ConnectScrollBar(frame->horizontal, WM_HSCROLL);
     for (i32 timer = 1; timer < TIMER_COUNT; ++timer) {

@@ -7,6 +7,7 @@
 #include <QScrollBar>
 #include <QTimer>
 #include <QWidget>
+#include <optional>
 
 #include "platform/qt/QtDesktop.h"
 
@@ -30,21 +31,43 @@ class EventTap : public QObject {
     Handler handler_;
 };
 
+// The same for an edit control.
+class EditTap : public QObject {
+  public:
+    using Handler = bool (*)(EditHandle edit, QEvent* event);
+    EditTap(EditHandle edit, Handler handler) : edit_(edit), handler_(handler) {}
+    bool eventFilter(QObject*, QEvent* event) override { return FrameInUse() && handler_(edit_, event); }
+
+  private:
+    EditHandle edit_;
+    Handler handler_;
+};
+
+// One edit control of the shell; made when it is first shown, written into or given the focus.
+struct EditControl {
+    EditControl(EditHandle edit, QWidget& parent);
+
+    EditTap keys, clicks;
+    QPlainTextEdit box;
+    i32 ownChanges = 0;  // rows of the table that act on it now
+};
+
 struct Frame {
     explicit Frame(const FrameCalls& frameCalls);
 
     FrameCalls calls;
-    EventTap windowTap, clientTap, entryTap, entryClickTap;
+    EventTap windowTap, clientTap;
     QWidget window;
     QMenuBar menuBar{&window};
     QWidget client{&window};
-    QPlainTextEdit entry{&client};
+    std::optional<EditControl> edits[EDIT_COUNT];
     QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
     QTimer timers[TIMER_COUNT];
-    int wheel = 0, sidewaysWheel = 0;    // of the wheel, what is not yet a notch
-    bool composing = false;              // an input method has an unfinished text, which began in the client
+    int wheel = 0, sidewaysWheel = 0;  // of the wheel, what is not yet a notch
+    // An input method has an unfinished text, which began in the client and is shown by this control.
+    EditHandle composing = EDIT_NONE;
+    EditHandle wanted = EDIT_NONE;       // where the shell wants the focus; none: in the client
     bool quitting = false;               // the message loop has been told to end
-    bool lineWanted = false;             // meanwhile the shell wanted the focus in the entry line
     i32 dpi = 96;                        // that everything is laid out for
     QMetaObject::Connection resolution;  // to the screen that the window is on
 };
@@ -56,8 +79,8 @@ QWidget* DialogParent();
 // ---- events ------------------------------------------------------------------------------------------
 bool HandleWindowEvent(QEvent* event);
 bool HandleClientEvent(QEvent* event);
-bool HandleEntryEvent(QEvent* event);
-bool HandleEntryClick(QEvent* event);
+bool HandleEditEvent(EditHandle edit, QEvent* event);
+bool HandleEditClick(EditHandle edit, QEvent* event);
 void ConnectScrollBar(QScrollBar& bar, u32 message);
 void PlaceChildren();
 
@@ -113,14 +136,16 @@ bool QtReadClipboard(u32 format, Array<u8>& out);
 bool QtPutClipboard(std::span<const ClipboardItem> items);
 const PrinterTable& QtPrinting();
 
-void QtPlaceEntryLine(const PixelRect& place, bool shown);
-bool QtEntryText(WideText& out);
-void QtSetEntryText(WideView text);
-void QtEntrySelection(i32& start, i32& end);
-void QtSelectEntry(i32 start, i32 end);
-void QtReplaceEntrySelection(WideView text);
-void QtFocusEntryLine();
-void QtEntryAction(EntryEditAction action);
-bool QtEntryCanUndo();
+// The widget of an edit control, made when there is none yet. There must be a frame.
+QPlainTextEdit& EditBox(EditHandle edit);
+void QtPlaceEdit(EditHandle edit, const PixelRect& place, bool shown);
+bool QtEditText(EditHandle edit, WideText& out);
+void QtSetEditText(EditHandle edit, WideView text);
+void QtEditSelection(EditHandle edit, i32& start, i32& end);
+void QtSelectEdit(EditHandle edit, i32 start, i32 end);
+void QtReplaceEditSelection(EditHandle edit, WideView text);
+void QtFocusEdit(EditHandle edit);
+void QtEditAction(EditHandle edit, EditAction action);
+bool QtEditCanUndo(EditHandle edit);
 
 }  // namespace tally

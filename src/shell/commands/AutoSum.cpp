@@ -97,9 +97,9 @@ void ProposeSum(const Sheet& sheet, const RefArea* area) {
     good = good && text.Append(reference);
     const i32 end = static_cast<i32>(text.Length());
     if (!good || !text.Append(u')')) return;
-    ShellPlatform().setEntryText(text);
+    ShellPlatform().setEditText(ENTRY_LINE, text);
     BeginEdit(ENTRY_ENTER);
-    ShellPlatform().selectEntry(start, end);
+    ShellPlatform().selectEdit(ENTRY_LINE, start, end);
 }
 
 // ---- stored sums ----------------------------------------------------------------------------------------

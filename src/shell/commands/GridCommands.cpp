@@ -13,7 +13,7 @@ namespace tally {
 // Undo, cut, copy and paste of the entry line.
 void EditLineCommand(i32 command) {
     EndPoint();
-    ShellPlatform().entryAction(static_cast<EntryEditAction>(command - 130));
+    ShellPlatform().editAction(ENTRY_LINE, static_cast<EditAction>(command - 130));
 }
 
 void EditCellCommand(i32) { StartEditAtEnd(); }

@@ -41,9 +41,9 @@ u16 ActiveNumberFormat() {
 
 void CaretAtEnd() {
     WideText text;
-    if (!ShellPlatform().entryText(text)) return;
+    if (!ShellPlatform().editText(ENTRY_LINE, text)) return;
     const i32 end = static_cast<i32>(text.Length());
-    ShellPlatform().selectEntry(end, end);
+    ShellPlatform().selectEdit(ENTRY_LINE, end, end);
 }
 
 // One text over more cells than this is refused.
@@ -93,7 +93,7 @@ bool EnterKeyDown(u32 modifiers) {
 void ShowBadFormula() {
     ShowMessage(Message(MSG_FORMULA_ERROR));
     Shell().entryMode = ENTRY_EDIT;
-    ShellPlatform().focusEntryLine();
+    ShellPlatform().focusEdit(ENTRY_LINE);
 }
 
 // A rule has refused the entry and it is taken back: the text stays in the line for another try, or goes.
@@ -101,9 +101,9 @@ void ShowRefusedEntry(WideView text, i32 outcome) {
     LeaveEdit();
     ShowChangedCells();
     if (outcome == ENTRY_CANCELLED) return;
-    ShellPlatform().setEntryText(text);
+    ShellPlatform().setEditText(ENTRY_LINE, text);
     BeginEdit(ENTRY_EDIT);
-    ShellPlatform().selectEntry(0, static_cast<i32>(text.size()));
+    ShellPlatform().selectEdit(ENTRY_LINE, 0, static_cast<i32>(text.size()));
 }
 
 }  // namespace
@@ -130,13 +130,14 @@ bool RefuseActiveArray() {
 void BeginEdit(i32 mode) {
     InvalidateListArrow();
     Shell().entryMode = mode;
-    ShellPlatform().focusEntryLine();
+    ShellPlatform().focusEdit(ENTRY_LINE);
 }
 
 bool CommitEntry(bool isArray, bool isFill) {
     const Sheet* sheet = CurrentSheet();
     WideText text;
-    if (!HasCells(sheet) || !ShellPlatform().entryText(text) || !DropUnusedArguments(text)) return false;
+    if (!HasCells(sheet) || !ShellPlatform().editText(ENTRY_LINE, text) || !DropUnusedArguments(text))
+        return false;
     EntryTarget target;
     target.book = CurrentBook();
     target.sheet = CurrentWorkbook()->currentSheet;
@@ -190,24 +191,24 @@ void StartTyping(char16_t character) {
         const bool number = (character >= u'0' && character <= u'9') || character == u'-' ||
                             character == u'+' || character == Locale().decimalSeparator;
         const bool percent = number && (format == 9 || format == 10);
-        ShellPlatform().setEntryText(percent ? u"%" : u"");
-        ShellPlatform().selectEntry(0, 0);
+        ShellPlatform().setEditText(ENTRY_LINE, percent ? u"%" : u"");
+        ShellPlatform().selectEdit(ENTRY_LINE, 0, 0);
         BeginEdit(ENTRY_ENTER);
         Shell().percentOffered = percent;
     }
-    if (character != VK_BACK) ShellPlatform().replaceEntrySelection(WideView(&character, 1));
+    if (character != VK_BACK) ShellPlatform().replaceEditSelection(ENTRY_LINE, WideView(&character, 1));
 }
 
 void StartEditAtEnd() {
     const Sheet* sheet = CurrentSheet();
     if (!HasCells(sheet) || IsEditing()) return;
     if (!LineClick()) return;
-    ShellPlatform().focusEntryLine();
+    ShellPlatform().focusEdit(ENTRY_LINE);
     CaretAtEnd();
 }
 
 void InsertLineFeed() {
-    if (IsEditing()) ShellPlatform().replaceEntrySelection(u"\n");
+    if (IsEditing()) ShellPlatform().replaceEditSelection(ENTRY_LINE, u"\n");
 }
 
 // Today or now, as the entry line shows such a value.
@@ -224,10 +225,10 @@ void InsertClock(bool time) {
     WideText text;
     if (!EditableText(CurrentBook(), NumberValue(serial), time ? 20 : 14, text)) return;
     if (!IsEditing()) {
-        ShellPlatform().setEntryText(u"");
+        ShellPlatform().setEditText(ENTRY_LINE, u"");
         BeginEdit(ENTRY_ENTER);
     }
-    ShellPlatform().replaceEntrySelection(text);
+    ShellPlatform().replaceEditSelection(ENTRY_LINE, text);
 }
 
 void NoteDecimalKey(u32 key) { Shell().decimalKey = key == VK_DECIMAL; }
@@ -266,7 +267,7 @@ bool LineChar(u32 character, u32 modifiers) {
     if (character == u' ' && ((modifiers & KEY_CTRL) || (shift && Shell().point.active))) return true;
     EndPoint();
     if (const char16_t separator = TypedSeparator(character); separator != character) {
-        ShellPlatform().replaceEntrySelection(WideView(&separator, 1));
+        ShellPlatform().replaceEditSelection(ENTRY_LINE, WideView(&separator, 1));
         return true;
     }
     switch (character) {
@@ -300,7 +301,7 @@ bool LineClick() {
     // An array shows without its braces while it is edited.
     WideText text;
     if (entry && LineText(*sheet, active.firstRow, active.firstColumn, text))
-        ShellPlatform().setEntryText(text);
+        ShellPlatform().setEditText(ENTRY_LINE, text);
     return true;
 }
 

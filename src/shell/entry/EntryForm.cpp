@@ -32,10 +32,10 @@ bool TouchedReferences(WideView text, i32 start, i32 end, Array<TextReference>& 
 bool TurnReferences() {
     WideText text, turned;
     i32 start = 0, end = 0;
-    if (!IsEditing() || !ShellPlatform().entryText(text) || text.IsEmpty() ||
+    if (!IsEditing() || !ShellPlatform().editText(ENTRY_LINE, text) || text.IsEmpty() ||
         WideView(u"=-+").find(text[0]) == WideView::npos)
         return false;
-    ShellPlatform().entrySelection(start, end);
+    ShellPlatform().editSelection(ENTRY_LINE, start, end);
     Array<TextReference> touched;
     if (!TouchedReferences(text, start, end, touched) || touched.IsEmpty()) return false;
     const TextReference& first = touched[0];
@@ -59,10 +59,10 @@ bool TurnReferences() {
         at = reference.end;
     }
     EndPoint();
-    ShellPlatform().selectEntry(first.start, at);
-    ShellPlatform().replaceEntrySelection(turned);
+    ShellPlatform().selectEdit(ENTRY_LINE, first.start, at);
+    ShellPlatform().replaceEditSelection(ENTRY_LINE, turned);
     const i32 last = first.start + static_cast<i32>(turned.Length());
-    ShellPlatform().selectEntry(start == end ? last : first.start, last);
+    ShellPlatform().selectEdit(ENTRY_LINE, start == end ? last : first.start, last);
     return true;
 }
 

@@ -15,9 +15,9 @@ namespace {
 // Whether a reference may begin at the caret.
 bool CanStart(i32& start, i32& end) {
     WideText text;
-    if (!ShellPlatform().entryText(text) || text.IsEmpty()) return false;
+    if (!ShellPlatform().editText(ENTRY_LINE, text) || text.IsEmpty()) return false;
     if (WideView(u"=-+").find(text[0]) == WideView::npos) return false;
-    ShellPlatform().entrySelection(start, end);
+    ShellPlatform().editSelection(ENTRY_LINE, start, end);
     if (start <= 0 || start > static_cast<i32>(text.Length())) return false;
     const char16_t before = text[static_cast<u32>(start) - 1];
     return WideView(u"&*^:.=!><-(+/ ").find(before) != WideView::npos || before == Locale().listSeparator;
@@ -42,10 +42,10 @@ void ReplacePointText() {
     if (!AreaToText(CurrentBook(), CurrentWorkbook()->currentSheet, point.area, AREA_ALL_RELATIVE | AREA_USE_A1,
                     0, 0, text))
         return;
-    ShellPlatform().selectEntry(point.start, point.end);
-    ShellPlatform().replaceEntrySelection(text);
+    ShellPlatform().selectEdit(ENTRY_LINE, point.start, point.end);
+    ShellPlatform().replaceEditSelection(ENTRY_LINE, text);
     point.end = point.start + static_cast<i32>(text.Length());
-    ShellPlatform().selectEntry(point.end, point.end);
+    ShellPlatform().selectEdit(ENTRY_LINE, point.end, point.end);
 }
 
 void PointTo(i32 row, i32 column, bool extend) {

@@ -27,19 +27,19 @@ void TypeCall(u16 functionRow) {
     i32 firstEnd = 0;
     if (!ArgumentText(row.signature.empty() ? WideView() : row.argumentHint, arguments, firstEnd)) return;
     if (!IsEditing()) {
-        ShellPlatform().setEntryText(u"");
+        ShellPlatform().setEditText(ENTRY_LINE, u"");
         BeginEdit(ENTRY_ENTER);
     }
     i32 start = 0, end = 0;
-    ShellPlatform().entrySelection(start, end);
-    if (!ShellPlatform().entryText(line) || (line.IsEmpty() && !call.Append(u'='))) return;
+    ShellPlatform().editSelection(ENTRY_LINE, start, end);
+    if (!ShellPlatform().editText(ENTRY_LINE, line) || (line.IsEmpty() && !call.Append(u'='))) return;
     if (!call.Append(row.name) || !call.Append(u'(')) return;
     const i32 inside = start + static_cast<i32>(call.Length());
     if (!call.Append(arguments) || !call.Append(u')')) return;
-    ShellPlatform().replaceEntrySelection(call);
+    ShellPlatform().replaceEditSelection(ENTRY_LINE, call);
     Shell().typedCall = functionRow;
     // With arguments the first of them is for the user to type over.
-    if (!row.signature.empty()) ShellPlatform().selectEntry(inside, inside + firstEnd);
+    if (!row.signature.empty()) ShellPlatform().selectEdit(ENTRY_LINE, inside, inside + firstEnd);
 }
 
 // From the last optional argument to the first: behind the ones that are used its separator goes, too, while

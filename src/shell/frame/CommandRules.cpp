@@ -43,7 +43,7 @@ u32 RulesOfSheet(const Sheet* sheet) {
 u32 RulesThatHold(u32 asked) {
     u32 rules = IsEditing() ? u32{NEEDS_EDITING} : u32{NOT_EDITING};
     // These cost something, or another program has to answer.
-    if ((asked & NEEDS_UNDO) && (IsEditing() ? ShellPlatform().entryCanUndo() : UndoCount() > 0))
+    if ((asked & NEEDS_UNDO) && (IsEditing() ? ShellPlatform().editCanUndo(ENTRY_LINE) : UndoCount() > 0))
         rules |= NEEDS_UNDO;
     if ((asked & NEEDS_CLIPBOARD) && CanPaste()) rules |= NEEDS_CLIPBOARD;
     const Workbook* book = CurrentWorkbook();

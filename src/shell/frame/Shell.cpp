@@ -89,7 +89,7 @@ bool OnScroll(const ShellMessage& message) {
 
 bool OnComposition(const ShellMessage&) {
     if (!IsEditing() && HasCells(CurrentSheet())) {
-        ShellPlatform().setEntryText(u"");
+        ShellPlatform().setEditText(ENTRY_LINE, u"");
         BeginEdit(ENTRY_ENTER);
     }
     return false;
@@ -116,7 +116,7 @@ bool OnPaint(const ShellMessage& message) {
 }
 
 bool OnFocus(const ShellMessage&) {
-    if (IsEditing()) ShellPlatform().focusEntryLine();
+    if (IsEditing()) ShellPlatform().focusEdit(ENTRY_LINE);
     return true;
 }
 
@@ -252,30 +252,38 @@ bool TranslateAccelerator(u32 key, u32 modifiers) {
     return false;
 }
 
-bool EntryLineKeyDown(u32 key, u32 modifiers) {
+// What each edit control does with what FrameCalls tell of it.
+struct EditRow {
+    bool (*keyDown)(u32 key, u32 modifiers) = [](u32, u32) { return false; };
+    bool (*character)(u32 character, u32 modifiers) = [](u32, u32) { return false; };
+    bool (*click)() = [] { return true; };
+};
+constexpr EditRow editRows[] = {{LineKeyDown, LineChar, LineClick}, {}, {}};
+static_assert(std::size(editRows) == EDIT_COUNT);
+
+bool EditKeyDown(EditHandle edit, u32 key, u32 modifiers) {
     const MessageScope scope;
-    const bool taken = Shell().modal || LineKeyDown(key, modifiers);
+    const bool taken = Shell().modal || editRows[edit].keyDown(key, modifiers);
     SettleCall(true, true);
     return taken;
 }
 
-bool EntryLineChar(u32 character, u32 modifiers) {
+bool EditChar(EditHandle edit, u32 character, u32 modifiers) {
     const MessageScope scope;
-    const bool taken = Shell().modal || LineChar(character, modifiers);
+    const bool taken = Shell().modal || editRows[edit].character(character, modifiers);
     SettleCall(true, true);
     return taken;
 }
 
-bool EntryLineClick() {
+bool EditClick(EditHandle edit) {
     const MessageScope scope;
-    const bool taken = !Shell().modal && LineClick();
+    const bool taken = !Shell().modal && editRows[edit].click();
     SettleCall(true, true);
     return taken;
 }
 
-constexpr FrameCalls shellCalls = {SendMessageToFrame, TranslateAccelerator, EntryLineKeyDown,
-                                   EntryLineChar,      EntryLineClick,       BuildMenu,
-                                   DialogFocused,      LayOutDialog};
+constexpr FrameCalls shellCalls = {SendMessageToFrame, TranslateAccelerator, EditKeyDown, EditChar, EditClick,
+                                   BuildMenu,          DialogFocused,        LayOutDialog};
 
 // The path of a command line, without the quotes around it.
 WideView CommandPath(WideView line) {

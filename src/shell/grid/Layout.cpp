@@ -206,7 +206,7 @@ void RefreshChrome() {
     ShellState& shell = Shell();
     ShellPlatform().clientSize(shell.layout.width, shell.layout.height);
     LayOut();
-    ShellPlatform().placeEntryLine(shell.layout.entryLine, !IsEmptyRect(shell.layout.entryLine));
+    ShellPlatform().placeEdit(ENTRY_LINE, shell.layout.entryLine, !IsEmptyRect(shell.layout.entryLine));
     InvalidateAll();
 }
 

@@ -36,7 +36,7 @@ void RefreshEntryLine() {
         const RefArea active = ActiveArea(*sheet);
         if (!LineText(*sheet, active.firstRow, active.firstColumn, text)) text.Truncate(0);
     }
-    ShellPlatform().setEntryText(text);
+    ShellPlatform().setEditText(ENTRY_LINE, text);
 }
 
 void ShowChangedCells() {
