@@ -205,6 +205,11 @@ enum MessageId : u16 {
     MSG_MENU_UNFREEZE,
     MSG_MENU_FULL_SCREEN,
     MSG_MENU_DATA_POPUP,
+    // What is formatted while something else than cells is selected.
+    MSG_MENU_FORMAT_DRAWING,
+    MSG_MENU_FORMAT_PICTURE,
+    MSG_MENU_FORMAT_CONTROL,
+    MSG_MENU_FORMAT_CHART,
     MSG_MENU_ROW_HEIGHT = 1460,
     MSG_MENU_ROW_FIT,
     MSG_MENU_ROW_HIDE,
@@ -267,6 +272,10 @@ enum MessageId : u16 {
     MSG_GRID_COLUMN_WIDTH,
     MSG_GRID_HIDE,
     MSG_GRID_SHOW,
+    MSG_GRID_FORMAT_DRAWING,
+    MSG_GRID_FORMAT_PICTURE,
+    MSG_GRID_FORMAT_CONTROL,
+    MSG_GRID_FORMAT_CHART,
     // 1600 to 1999: the forms, each from a number of its own on. Inserting and deleting cells.
     MSG_INSERT_TITLE = 1600,
     MSG_INSERT_RIGHT,

@@ -1,5 +1,6 @@
 #include "editing/NameOperations.h"
 
+#include "base/Memory.h"
 #include "base/MessageTable.h"
 #include "base/Text.h"
 #include "editing/Undo.h"
@@ -80,22 +81,17 @@ u16 WrittenNameFault(i32 book, WideView name, WrittenName& written) {
 
 }  // namespace
 
-u16 NameFault(const NameRequest& request) {
-    WrittenName written;
-    if (!SheetAt(request.book, request.sheet)) return MSG_DEFINED_NAME_INVALID;
-    if (const u16 fault = WrittenNameFault(request.book, request.name, written)) return fault;
-    FormulaTokens tokens;
-    if (!CompileName(request, tokens)) return MSG_FORMULA_ERROR;
-    FreeTokens(tokens);
-    return 0;
-}
-
-bool DefineName(const NameRequest& request) {
+bool DefineName(const NameRequest& request, u16& fault) {
     WrittenName written;
     FormulaTokens tokens;
-    if (!SheetAt(request.book, request.sheet) || WrittenNameFault(request.book, request.name, written) ||
-        !CompileName(request, tokens))
+    const u64 failures = FailedAllocations();
+    fault = MSG_DEFINED_NAME_INVALID;
+    if (SheetAt(request.book, request.sheet)) fault = WrittenNameFault(request.book, request.name, written);
+    if (!fault && !CompileName(request, tokens)) fault = MSG_FORMULA_ERROR;
+    if (fault) {
+        if (FailedAllocations() != failures) fault = 0;
         return false;
+    }
     Workbook& book = *BookAt(request.book);
     i32 row = FindName(book, written.text, written.scope);
     const bool isNew = row < 0 || !HasFormula(book.names[static_cast<u32>(row)].tokens);

@@ -13,11 +13,9 @@ struct NameRequest {
     WideView name;     // with a sheet's name and "!" before it: that sheet's own
     WideView formula;  // a "=" at its start may be left out
 };
-// The message that refuses a name or its formula; 0 for what is good.
-u16 NameFault(const NameRequest& request);
 // Gives the name its formula; a name that is there gets another one. False with nothing changed when it is
-// refused or memory fails.
-[[nodiscard]] bool DefineName(const NameRequest& request);
+// refused, `fault` being the message that tells why, or when memory fails, with a `fault` of 0.
+[[nodiscard]] bool DefineName(const NameRequest& request, u16& fault);
 // Formulas that use it show "#NAME?". False with nothing changed when there is no such name.
 [[nodiscard]] bool DeleteName(i32 book, i32 name);
 

@@ -220,7 +220,7 @@ void TellUnread(ReadOutcome outcome, WideView path) {
 }  // namespace
 
 bool OpenFile(WideView path, u32 flags, char16_t delimiter, ReadOutcome* outcome) {
-    if (SameFileOpen(path, flags)) return true;
+    if (!(flags & OPEN_TEMPLATE) && SameFileOpen(path, flags)) return true;
     if (!delimiter && FileTypeOf(path) == FILE_UNKNOWN) {
         ShowMessage(Message(MSG_FILE_TYPE_UNKNOWN));
         return false;
@@ -263,7 +263,7 @@ bool OpenFileFromMemory(WideView path, ByteView bytes, u32 flags, char16_t delim
         Books().currentBook = previous < static_cast<i32>(Books().books.Count()) ? previous : -1;
         return false;
     }
-    if (!hidden) book = CloseUntouchedFirstBook(book);
+    if (!(flags & (OPEN_HIDDEN_LINK | OPEN_TEMPLATE))) book = CloseUntouchedFirstBook(book);
     DropDependents();
     if (!BookAt(book)->externBooks.IsEmpty())
         UpdateLinks(book, !(flags & OPEN_SILENT_LINKS), (flags & OPEN_UPDATE_LINKS) != 0);

@@ -11,6 +11,7 @@ enum OpenFlags : u32 {
     OPEN_HIDDEN_LINK = 1,   // in the background, to serve links: no box, the current book stays
     OPEN_UPDATE_LINKS = 2,  // with OPEN_SILENT: the answer to the question about links
     OPEN_SILENT_LINKS = 4,  // does not ask about links
+    OPEN_TEMPLATE = 8,      // a book of its own beside all others, even where the file is open
 };
 
 // Opens a file that the user named and makes its book current, or makes an open book of that path current.

@@ -25,7 +25,10 @@ class NameOperations : public Sandbox {
         return request;
     }
     static bool Define(WideView name, WideView formula, std::string_view cell = "A1", i32 sheet = 0) {
-        return tally::DefineName(Request(name, formula, cell, sheet));
+        u16 fault = 0;
+        const bool defined = tally::DefineName(Request(name, formula, cell, sheet), fault);
+        EXPECT_EQ(fault, 0);
+        return defined;
     }
     static std::string FormulaOfName(WideView name, std::string_view cell = "A1", i32 sheet = 0) {
         i32 row = 0, column = 0;
@@ -131,9 +134,9 @@ TEST_F(NameOperations, WhatIsRefusedChangesNothing) {
         {u"rate", u"=SUM(", MSG_FORMULA_ERROR},
     };
     for (const auto& row : rows) {
-        const NameRequest request = Request(row.name, row.formula);
-        EXPECT_EQ(NameFault(request), row.fault) << Narrow(row.name) << " " << Narrow(row.formula);
-        EXPECT_FALSE(tally::DefineName(request));
+        u16 fault = 0;
+        EXPECT_FALSE(tally::DefineName(Request(row.name, row.formula), fault));
+        EXPECT_EQ(fault, row.fault) << Narrow(row.name) << " " << Narrow(row.formula);
     }
     EXPECT_FALSE(DeleteName(0, -1));
     EXPECT_FALSE(DeleteName(0, 99));
@@ -141,6 +144,33 @@ TEST_F(NameOperations, WhatIsRefusedChangesNothing) {
     EXPECT_EQ(CurrentWorkbook()->names.Count(), names);
     EXPECT_TRUE(Headless().boxes.IsEmpty());
     EXPECT_FALSE(IsListedName(CurrentWorkbook()->names[static_cast<u32>(hidden)]));
+}
+
+// A lack of memory is no fault of the name's: nothing is said of it, and nothing has changed.
+TEST_F(NameOperations, EachRefusedAllocationLeavesTheNameDefinedOrNothing) {
+    bool reached = true;
+    for (u64 n = 1; reached; ++n) {
+        ASSERT_LT(n, 500u);
+        ForgetBooks();
+        test::FailingAllocator memory;
+        {
+            ASSERT_TRUE(CreateWorkbook(nullptr, true));
+            const NameRequest request = Request(u"Sheet1!rate", u"SUM($A$1:$B$2,Sheet1!C3)");
+            u16 fault = 1;
+            memory.FailAt(n);
+            const bool defined = tally::DefineName(request, fault);
+            reached = memory.HasFailed();
+            memory.StopFailing();
+            EXPECT_EQ(fault, 0) << n;
+            EXPECT_EQ(FormulaOfName(u"Sheet1!rate"), defined ? "=SUM(Sheet1!$A$1:$B$2,Sheet1!C3)" : "none");
+            EXPECT_EQ(CurrentWorkbook()->dirty != 0, defined) << n;
+            if (!defined) {
+                EXPECT_EQ(UndoCount(), 0u) << n;
+            }
+        }
+        ForgetBooks();
+    }
+    ASSERT_TRUE(CreateWorkbook(nullptr, true));
 }
 
 TEST_F(NameOperations, TheEqualsSignMayBeLeftOut) {

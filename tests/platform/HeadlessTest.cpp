@@ -369,7 +369,7 @@ TEST_F(Headlessly, TheFrameRemembersWhatItWasTold) {
     EXPECT_TRUE(HasShellPlatform());
 }
 
-TEST_F(Headlessly, SettingsClipboardAndFileDialogs) {
+TEST_F(Headlessly, SettingsAndFileDialogs) {
     const ShellPlatformTable& shell = ShellPlatform();
     WideText text;
     EXPECT_FALSE(shell.readSetting(u"a", u"b", text));
@@ -383,35 +383,6 @@ TEST_F(Headlessly, SettingsClipboardAndFileDialogs) {
     ASSERT_TRUE(shell.readSetting(u"x", u"b", text));
     EXPECT_EQ(text.View(), WideView(u"3"));
     EXPECT_FALSE(shell.readSetting(u"x", u"c", text));
-
-    const auto formats = [&] {
-        std::string all;
-        for (const u32 format : {u32{CF_TEXT}, u32{CF_UNICODETEXT}, u32{CF_PRIVATE}, 99u})
-            all += shell.clipboardHas(format) ? "1" : "0";
-        return all;
-    };
-    EXPECT_EQ(formats(), "0000");
-    const WideView own = u"own", other = u"other";
-    const u8 narrow[] = {'o', 'w', 'n'};
-    ASSERT_TRUE(PutClipboardText(&own, ByteView(narrow, 3)));
-    EXPECT_EQ(formats(), "1110");
-    Array<u8> bytes;
-    ASSERT_TRUE(shell.readClipboard(CF_TEXT, bytes));
-    EXPECT_EQ(bytes.Count(), 3u);
-    CopyElsewhere(&other);
-    EXPECT_EQ(formats(), "1100");
-    ASSERT_TRUE(ReadClipboardText(text));
-    EXPECT_EQ(text.View(), other);
-    HeadlessFrame().clipboardLocked = true;
-    EXPECT_EQ(formats(), "0000");
-    EXPECT_FALSE(ReadClipboardText(text));
-    EXPECT_FALSE(shell.readClipboard(CF_TEXT, bytes));
-    EXPECT_FALSE(PutClipboardText(&own, ByteView(narrow, 3)));
-    HeadlessFrame().clipboardLocked = false;
-    CopyElsewhere(nullptr);
-    EXPECT_EQ(formats(), "0000");
-    ASSERT_TRUE(PutClipboardText(nullptr, {}));
-    EXPECT_EQ(formats(), "0010");
 
     const FileFilter filters[] = {{u"books", u"*.xls"}, {u"lists", u"*.csv"}, {u"texts", u"*.txt"}};
     struct Case {

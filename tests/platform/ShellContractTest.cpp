@@ -73,8 +73,16 @@ TEST_F(ShellContract, TheClipboardHoldsWhatWasPutThereLast) {
 }
 
 TEST_F(ShellContract, TextIsUnitsOnTheClipboardAndTheMarkerGoesWithIt) {
-    const WideView text = u"a\r\n中";
+    const auto formats = [&] {
+        std::string all;
+        for (const u32 format : {u32{CF_TEXT}, u32{CF_UNICODETEXT}, u32{CF_PRIVATE}, 99u})
+            all += Shell().clipboardHas(format) ? "1" : "0";
+        return all;
+    };
+    EXPECT_EQ(formats(), "0000");
+    const WideView text = u"a\r\n中", other = u"other";
     ASSERT_TRUE(PutClipboardText(&text, Bytes("a\r\n?")));
+    EXPECT_EQ(formats(), "1110");
     Array<u8> bytes;
     ASSERT_TRUE(Shell().readClipboard(CF_UNICODETEXT, bytes));
     EXPECT_EQ(bytes.Count(), 8u);
@@ -83,14 +91,23 @@ TEST_F(ShellContract, TextIsUnitsOnTheClipboardAndTheMarkerGoesWithIt) {
     WideText read;
     ASSERT_TRUE(ReadClipboardText(read));
     EXPECT_EQ(read.View(), text);
-    EXPECT_TRUE(Shell().clipboardHas(CF_PRIVATE));
-    ASSERT_TRUE(PutClipboardText(nullptr, {}));
-    EXPECT_TRUE(Shell().clipboardHas(CF_PRIVATE));
+    // Another program's text takes the marker away; without one there is nothing.
+    CopyElsewhere(&other);
+    EXPECT_EQ(formats(), "1100");
+    ASSERT_TRUE(ReadClipboardText(read));
+    EXPECT_EQ(read.View(), other);
+    HeadlessFrame().clipboardLocked = true;
+    EXPECT_EQ(formats(), "0000");
     EXPECT_FALSE(ReadClipboardText(read));
     EXPECT_TRUE(read.IsEmpty());
-    CopyElsewhere(&text);
-    EXPECT_FALSE(Shell().clipboardHas(CF_PRIVATE));
-    EXPECT_TRUE(ReadClipboardText(read));
+    EXPECT_FALSE(PutClipboardText(&text, Bytes("a")));
+    HeadlessFrame().clipboardLocked = false;
+    CopyElsewhere(nullptr);
+    EXPECT_EQ(formats(), "0000");
+    ASSERT_TRUE(PutClipboardText(nullptr, {}));
+    EXPECT_EQ(formats(), "0010");
+    EXPECT_FALSE(ReadClipboardText(read));
+    EXPECT_TRUE(read.IsEmpty());
 }
 
 TEST_F(ShellContract, KeysThatWaitAreTakenByOneQuestion) {

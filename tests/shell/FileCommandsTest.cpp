@@ -42,13 +42,52 @@ TEST_F(FileCommandsTest, ATemplateBesideTheProgramIsTheFirstBook) {
     builder.Globals({"Mine"}).Bof(0x10).Number(1, 1, 5).Eof();
     const std::vector<u8> file = builder.File();
     ASSERT_TRUE(PutMemoryFile(path, ByteView(file.data(), file.size())));
+    u32 books = 1;
     for (const char* name : {"Book2", "Book3"}) {
         PickCommand(110);
+        EXPECT_EQ(Books().books.Count(), ++books);  // an untouched one before it stays
         EXPECT_EQ(Narrow(CurrentWorkbook()->path), name);
         EXPECT_TRUE(CurrentWorkbook()->untitled);
         EXPECT_EQ(Shown("B2"), "5");
         EXPECT_EQ(Narrow(HeadlessFrame().title), std::string("Tallyman - ") + name);
-        TypeAndEnter(u"1");
+    }
+    // The template itself may be open to be changed.
+    ASSERT_TRUE(OpenBookFile(path, false));
+    PickCommand(110);
+    EXPECT_EQ(Narrow(CurrentWorkbook()->path), "Book4");
+    EXPECT_EQ(Narrow(BookAt(3)->path), Narrow(path));
+    EXPECT_TRUE(Shell().recent.IsEmpty());
+    // At the start it is the first book and no other.
+    ResetShell();
+    ResetBooks();
+    StartShell(u"");
+    EXPECT_EQ(Books().books.Count(), 1u);
+    EXPECT_EQ(Narrow(CurrentWorkbook()->path), "Book1");
+    EXPECT_EQ(Shown("B2"), "5");
+}
+
+TEST_F(FileCommandsTest, ATemplateThatCannotBeReadIsToldAndTheBuiltInBookIsMade) {
+    Put(u"/program/Book.xlt", "no workbook");
+    PickCommand(110);
+    ASSERT_EQ(Headless().boxes.Count(), 1u);
+    EXPECT_EQ(Narrow(Headless().boxes[0].text), "Invalid data in input file");
+    EXPECT_EQ(Narrow(CurrentWorkbook()->path), "Book2");
+    EXPECT_EQ(Shown("B2"), "");
+}
+
+// A start with a path that opens but does not read tells why and begins with the default book.
+TEST_F(FileCommandsTest, APathAtTheStartThatDoesNotReadGivesItsMessageAndTheFirstBook) {
+    Put(u"/bad.xls", "no workbook");
+    for (const WideView line : {WideView(u"/bad.xls"), WideView(u"\"/bad.xls\"")}) {
+        ResetShell();
+        ResetBooks();
+        Headless().boxes.Clear();
+        StartShell(line);
+        ASSERT_EQ(Headless().boxes.Count(), 1u);
+        EXPECT_EQ(Narrow(Headless().boxes[0].text), "Invalid data in input file");
+        ASSERT_EQ(Books().books.Count(), 1u);
+        EXPECT_EQ(Narrow(CurrentWorkbook()->path), "Book1");
+        EXPECT_TRUE(Shell().recent.IsEmpty());
     }
 }
 

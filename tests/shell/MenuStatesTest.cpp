@@ -5,6 +5,7 @@
 #include "editing/Undo.h"
 #include "formula/Links.h"
 #include "model/CellStore.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "shell/commands/Commands.h"
 #include "shell/frame/Tables.h"
 #include "shell/selection/Selection.h"
@@ -145,8 +146,7 @@ TEST_F(MenuStatesTest, WhatIsGreyInEachState) {
          "423 "
          "Data 402 403 404 Zoom 411 412"},
         {"an object selected", [] { CurrentSheet()->selectedObject = 0; },
-         "130 131 132 133 134 Fill 144 145 141 142 160 161 162 167 Name Controls Drawing 330 Row Column 422 "
-         "423 Data 401 402"},
+         "130 131 132 133 134 Fill 144 145 141 142 160 161 162 167 Name 390 Row Column 422 423 Data 401 402"},
         {"an object selected on a macro sheet",
          [] {
              PickCommand(166);
@@ -207,6 +207,43 @@ TEST_F(MenuStatesTest, LabelsFollowTheState) {
     EXPECT_EQ(Label(MENU_SHEET, 411), "撤消保护(&P)");
     CurrentSheet()->passwordHash = 1;
     EXPECT_EQ(Label(MENU_SHEET, 411), "撤消保护(&P)...");
+}
+
+// What would be formatted is named in both menus: cells, or the object that is selected.
+TEST_F(MenuStatesTest, WhatIsFormattedIsNamedByWhatIsSelected) {
+    const auto names = [] {
+        Array<MenuItem> items;
+        EXPECT_TRUE(GridMenu(items));
+        for (const MenuItem& item : items)
+            if (item.command == 390) return Label(MENU_FORMAT, 390) + " | " + Narrow(item.text);
+        return std::string("none");
+    };
+    EXPECT_EQ(names(), "单元格(&E)...\tCtrl+1 | 单元格格式(&O)...");
+    struct Case {
+        u16 kind;
+        const char* names;
+    };
+    for (const Case& row :
+         {Case{5, "图表(&C)... | 图表格式(&O)..."}, Case{8, "图片(&T)... | 图片格式(&O)..."},
+          Case{7, "控制(&O)... | 控制格式(&O)..."}, Case{11, "控制(&O)... | 控制格式(&O)..."},
+          Case{20, "控制(&O)... | 控制格式(&O)..."}, Case{1, "绘图对象(&D)... | 绘图对象格式(&O)..."},
+          Case{9, "绘图对象(&D)... | 绘图对象格式(&O)..."},
+          Case{30, "绘图对象(&D)... | 绘图对象格式(&O)..."}}) {
+        CurrentSheet()->objects.Clear();
+        ASSERT_TRUE(CurrentSheet()->objects.Append({row.kind, 1}));
+        CurrentSheet()->selectedObject = 0;
+        EXPECT_EQ(names(), row.names) << row.kind;
+    }
+    // A macro sheet shows its cells' form whatever is selected, and nothing is without a book.
+    PickCommand(166);
+    CurrentSheet()->selectedObject = 0;
+    EXPECT_EQ(names(), "单元格(&E)...\tCtrl+1 | 单元格格式(&O)...");
+    ASSERT_TRUE(InsertSheet(2, nullptr, SHEET_CHART, true, false));
+    SelectSheet(2);
+    EXPECT_EQ(names(), "图表(&C)... | 图表格式(&O)...");
+    ASSERT_TRUE(Headless().answers.Append(IDNO));
+    PickCommand(112);
+    EXPECT_EQ(Label(MENU_FORMAT, 390), "单元格(&E)...\tCtrl+1");
 }
 
 TEST_F(MenuStatesTest, RecentFilesAndOpenBooksAreListedByName) {

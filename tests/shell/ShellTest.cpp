@@ -131,6 +131,9 @@ TEST_F(ShellTest, ClosingTheLastBookLeavesAnEmptyFrameAndCtrlNStillWorks) {
     EXPECT_EQ(CurrentBook(), -1);
     EXPECT_EQ(Narrow(HeadlessFrame().title), "Tallyman");
     EXPECT_FALSE(HeadlessFrame().verticalBar.shown);
+    for (const PixelRect* place : {&Shell().layout.grid, &Shell().layout.cells, &Shell().layout.statusBar,
+                                   &Shell().layout.tabs, &Shell().layout.tabScroller})
+        EXPECT_TRUE(IsEmptyRect(*place));
     PaintHeadless();
     PressKey(VK_DOWN);
     TypeText(u"x");

@@ -67,7 +67,7 @@ bool OpenBookFile(WideView path, bool addToRecent) {
 bool MakeFirstBook() {
     WideText templatePath;
     if (Platform().programDirectory(templatePath) && templatePath.Append(u"Book.xlt") &&
-        Platform().fileExists(templatePath) && OpenFile(templatePath, OPEN_VISIBLE)) {
+        Platform().fileExists(templatePath) && OpenFile(templatePath, OPEN_TEMPLATE)) {
         WideText name;
         char digits[16];
         std::size_t length = 0;
@@ -77,6 +77,7 @@ bool MakeFirstBook() {
         if (name.Assign(u"Book") && name.AppendAscii({digits + 16 - length, length})) {
             book->path = std::move(name);
             book->untitled = true;
+            book->stamp = FileStamp();
         }
         return true;
     }

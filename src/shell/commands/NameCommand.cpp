@@ -19,10 +19,10 @@ void NameCommand(i32) {
     const SheetView& view = sheet->view;
     NamesQuestion question;
     question.seen = {CurrentBook(), sheet->index, view.activeRow, view.activeColumn, {}, {}};
-    question.define = [](const NameRequest& request) {
-        const u16 fault = NameFault(request);
+    question.define = [](const NameRequest& request, u16& fault) {
+        const bool defined = DefineName(request, fault);
         if (fault) ShowMessage(Message(fault));
-        return !fault && DefineName(request);
+        return defined;
     };
     question.remove = [](i32 book, i32 name) { IgnoreFailure(DeleteName(book, name)); };
     const RefArea area = view.selection == ActiveArea(*sheet)

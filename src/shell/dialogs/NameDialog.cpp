@@ -82,11 +82,10 @@ bool AddName(Dialog& dialog, OpenNames& open) {
                       NameFormula(request.book, row, request.row, request.column, formula) &&
                       formula == request.formula;
     if (same) return true;
-    if (!open.question.define(request)) {
-        SelectControlText(dialog, NAME);
-        return false;
-    }
-    return true;
+    u16 fault = 0;
+    if (open.question.define(request, fault)) return true;
+    SelectControlText(dialog, fault == MSG_FORMULA_ERROR ? REFERS : NAME);
+    return false;
 }
 
 void Press(Dialog& dialog, i32 button, OpenNames& open) {

@@ -105,9 +105,10 @@ bool AskConditionalFormats(ConditionalQuestion& question);
 
 // The names of a book, seen from a cell. Adding and deleting are done while the dialog is open.
 struct NamesQuestion {
-    NameRequest seen;                            // name and formula are not used
-    WideText formula;                            // that a new name is offered
-    bool (*define)(const NameRequest& request);  // false: it was refused, and the user was told
+    NameRequest seen;  // name and formula are not used
+    WideText formula;  // that a new name is offered
+    // False: it was refused, and the user was told; `fault` is the message.
+    bool (*define)(const NameRequest& request, u16& fault);
     void (*remove)(i32 book, i32 name);
 };
 // Done when it returns, however it was closed.

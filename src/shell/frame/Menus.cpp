@@ -6,6 +6,7 @@
 #include "editing/Undo.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "objects/ObjectKinds.h"
 #include "shell/commands/Commands.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/Tables.h"
@@ -173,6 +174,27 @@ bool IsChecked(i32 command) {
     }
 }
 
+// What the command 390 formats besides cells, by what is selected, and what the two menus call it.
+struct FormattedRow {
+    u16 menuText, gridText;
+};
+constexpr FormattedRow formattedCells = {MSG_MENU_FORMAT_CELLS, MSG_GRID_FORMAT_CELLS},
+                       formattedChart = {MSG_MENU_FORMAT_CHART, MSG_GRID_FORMAT_CHART},
+                       formattedPicture = {MSG_MENU_FORMAT_PICTURE, MSG_GRID_FORMAT_PICTURE},
+                       formattedControl = {MSG_MENU_FORMAT_CONTROL, MSG_GRID_FORMAT_CONTROL},
+                       formattedDrawing = {MSG_MENU_FORMAT_DRAWING, MSG_GRID_FORMAT_DRAWING};
+
+const FormattedRow& FormattedNow() {
+    const Sheet* sheet = CurrentSheet();
+    if (!sheet || RulesThatHold(NEEDS_GRID)) return formattedCells;
+    if (sheet->kind == SHEET_CHART) return formattedChart;
+    const u32 selected = static_cast<u32>(sheet->selectedObject);
+    const u16 kind = selected < sheet->objects.Count() ? sheet->objects[selected].kind : u16{OBJECT_SHAPE};
+    if (kind == OBJECT_CHART) return formattedChart;
+    if (kind == OBJECT_PICTURE) return formattedPicture;
+    return IsControlKind(kind) ? formattedControl : formattedDrawing;
+}
+
 // The labels that follow what is selected.
 u16 LabelOf(const MenuRow& row) {
     const bool wholeLines = RulesThatHold(NOT_ROWS | NOT_COLUMNS) != (NOT_ROWS | NOT_COLUMNS);
@@ -180,6 +202,7 @@ u16 LabelOf(const MenuRow& row) {
     switch (row.command) {
         case 144: return wholeLines ? u16{MSG_MENU_DELETE} : row.text;
         case 160: return wholeLines ? u16{MSG_MENU_INSERT_CELLS} : row.text;
+        case 390: return FormattedNow().menuText;
         case 411:
             if (!sheet || !(sheet->viewFlags & VIEW_PROTECTED)) return row.text;
             return sheet->passwordHash ? MSG_MENU_UNPROTECT_ASKED : MSG_MENU_UNPROTECT;
@@ -279,7 +302,7 @@ bool GridMenu(Array<MenuItem>& items) {
         {144, plain ? MSG_GRID_DELETE_ASKED : MSG_GRID_DELETE},
         {142, MSG_GRID_CLEAR},
         {0, NO_TEXT},
-        {390, MSG_GRID_FORMAT_CELLS},
+        {390, FormattedNow().gridText},
         {rows ? 391 : 395, rows ? MSG_GRID_ROW_HEIGHT : MSG_GRID_COLUMN_WIDTH},
         {rows ? 393 : 397, MSG_GRID_HIDE},
         {rows ? 394 : 398, MSG_GRID_SHOW},

@@ -29,6 +29,8 @@ constexpr u32 FREE_BOOK = NEEDS_BOOK | NOT_EDITING;
 constexpr u32 FREE_GRID = NEEDS_GRID | NEEDS_UNLOCKED | NOT_EDITING;
 constexpr u32 PLAIN_CELLS = NEEDS_GRID | NEEDS_WORKSHEET | NOT_EDITING;
 constexpr u32 FREE_CELLS = PLAIN_CELLS | NEEDS_UNLOCKED;
+// Also while an object is selected.
+constexpr u32 FREE_WORKSHEET = NEEDS_SHEET | NEEDS_WORKSHEET | NEEDS_UNLOCKED | NOT_EDITING;
 
 using CommandHandler = void (*)(i32 command);
 struct CommandRow {

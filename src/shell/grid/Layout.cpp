@@ -113,7 +113,7 @@ void PlaceStrips(const Workbook* book, const Sheet* sheet, const ScreenMetrics& 
     i32 top = 0, bottom = layout.height;
     layout.toolbar = layout.entryLine = layout.tabs = layout.tabScroller = PixelRect();
     layout.statusBar = layout.grid = PixelRect();
-    if (Shell().statusBarShown && !full) {
+    if (Shell().statusBarShown && !full && book) {
         layout.statusBar = {0, std::max(0, bottom - screen.fontHeight - ScreenLength(STATUS_PADDING)),
                             layout.width, bottom};
         bottom = layout.statusBar.top;
