@@ -12,13 +12,18 @@ bool NotCancelled() { return false; }
 void NoEnd() {}
 constexpr LongOperationCalls noCalls = {NoBegin, NoStep, NotCancelled, NoEnd};
 
+// How far the operation under way has come.
+struct LongProgress {
+    u64 total;
+    u64 done = 0;
+    u64 nextStep = UNITS_A_STEP;
+    bool cancelled = false;
+};
+
 struct LongOperationState {
     LongOperationCalls calls = noCalls;
     u32 inside = 0;
-    bool cancelled = false;
-    u64 done = 0;
-    u64 total = 0;
-    u64 nextStep = 0;
+    LongProgress progress{};
 };
 LongOperationState state;
 
@@ -28,10 +33,7 @@ LongOperationCalls& LongOperations() { return state.calls; }
 
 LongOperation::LongOperation(LongOperationKind kind, u64 total) {
     if (state.inside++) return;
-    state.cancelled = false;
-    state.done = 0;
-    state.total = total;
-    state.nextStep = UNITS_A_STEP;
+    state.progress = {total};
     state.calls.begin(kind);
 }
 
@@ -41,12 +43,13 @@ LongOperation::~LongOperation() {
 
 bool GoOn(u64 units) {
     if (!state.inside) return true;
-    state.done += units;
-    if (state.done < state.nextStep || state.cancelled) return !state.cancelled;
-    state.nextStep = state.done + UNITS_A_STEP;
-    state.calls.step(state.done, state.total);
-    state.cancelled = state.calls.cancelled();
-    return !state.cancelled;
+    LongProgress& progress = state.progress;
+    progress.done += units;
+    if (progress.done < progress.nextStep || progress.cancelled) return !progress.cancelled;
+    progress.nextStep = progress.done + UNITS_A_STEP;
+    state.calls.step(progress.done, progress.total);
+    progress.cancelled = state.calls.cancelled();
+    return !progress.cancelled;
 }
 
 void ResetLongOperations() { state = LongOperationState(); }

@@ -1,70 +1,19 @@
 #include "base/Number.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <span>
 
 namespace tally {
 namespace {
 
-// Turns "1e+05" into "1E+05"; to_chars already writes at least two exponent digits.
-void UpperExponent(char* text, std::size_t length) {
-    for (std::size_t i = 0; i < length; ++i) {
-        if (text[i] == 'e') text[i] = 'E';
-        else if (text[i] >= 'a' && text[i] <= 'z') text[i] = static_cast<char>(text[i] - 32);
+// Turns "1e+05" into "1E+05" and "inf" into "INF"; to_chars already writes at least two exponent digits.
+void UpperLetters(char* text, std::size_t length) {
+    for (char& c : std::span(text, length)) {
+        if (c >= 'a') c = static_cast<char>(c - 32);
     }
-}
-
-// The shortest form, when it has at most `precision` digits and `precision` is at most 15: then no
-// rounding takes place and the general form has just these digits.
-bool PrintFromShortest(double value, int precision, char* out, std::size_t& length) {
-    char digits[40];
-    const auto made = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::scientific);
-    char* p = digits;
-    const bool negative = *p == '-';
-    if (negative) ++p;
-    char* e = static_cast<char*>(std::memchr(p, 'e', static_cast<std::size_t>(made.ptr - p)));
-    if (!e) return false;
-    int exponent = 0;
-    const char* exponentStart = e + 1;
-    if (*exponentStart == '+') ++exponentStart;
-    std::from_chars(exponentStart, made.ptr, exponent);
-    char significant[24];
-    int count = 0;
-    for (char* q = p; q < e; ++q) {
-        if (*q != '.') significant[count++] = *q;
-    }
-    if (count > precision) return false;
-    char* o = out;
-    if (negative) *o++ = '-';
-    if (exponent < -4 || exponent >= precision) {
-        *o++ = significant[0];
-        if (count > 1) {
-            *o++ = '.';
-            std::memcpy(o, significant + 1, static_cast<std::size_t>(count - 1));
-            o += count - 1;
-        }
-        *o++ = 'E';
-        *o++ = exponent < 0 ? '-' : '+';
-        const int magnitude = std::abs(exponent);
-        if (magnitude < 10) *o++ = '0';
-        o = std::to_chars(o, o + 4, magnitude).ptr;
-    } else if (exponent < 0) {
-        *o++ = '0';
-        *o++ = '.';
-        for (int i = -1; i > exponent; --i) *o++ = '0';
-        std::memcpy(o, significant, static_cast<std::size_t>(count));
-        o += count;
-    } else {
-        for (int i = 0; i <= exponent; ++i) *o++ = i < count ? significant[i] : '0';
-        if (count > exponent + 1) {
-            *o++ = '.';
-            std::memcpy(o, significant + exponent + 1, static_cast<std::size_t>(count - exponent - 1));
-            o += count - exponent - 1;
-        }
-    }
-    length = static_cast<std::size_t>(o - out);
-    return true;
 }
 
 constexpr int FIFTEEN = 15;
@@ -89,15 +38,15 @@ i64 ScaledInteger(double value, int power) {
 bool PrintFifteenDigits(double value, char* out, std::size_t& length) {
     const double size = std::fabs(value);
     if (!(size >= 1e-4 && size < 1e15)) return false;
-    int exponent = size < 1 ? -1 : 0;  // of ten, of the first digit
-    while (exponent < 0 && size < smallPowers[-exponent]) --exponent;
+    int exponent = 0;  // of ten, of the first digit
+    while (size < smallPowers[-exponent]) --exponent;
     while (exponent >= 0 && size >= powersOfTen[exponent + 1]) ++exponent;
     i64 scaled = ScaledInteger(size, FIFTEEN - 1 - exponent);
     if (scaled == 1000000000000000) {
         scaled /= 10;
         ++exponent;
     }
-    if (exponent == FIFTEEN || scaled < 100000000000000) return false;
+    if (exponent == FIFTEEN) return false;
     char digits[24];
     int count = static_cast<int>(std::to_chars(digits, digits + sizeof digits, scaled).ptr - digits);
     while (count > 1 && digits[count - 1] == '0') --count;
@@ -136,18 +85,15 @@ i32 MulDiv(i32 a, i32 b, i32 c) {
 }
 
 std::size_t PrintGeneral(double value, int precision, char* out) {
-    if (value == std::trunc(value) && std::fabs(value) < 1e9 && precision >= 9 &&
+    if (value == std::trunc(value) && std::fabs(value) < powersOfTen[std::min(precision, FIFTEEN)] &&
         !(value == 0 && std::signbit(value))) {
         return PrintInteger(static_cast<i64>(value), out);
     }
     std::size_t length = 0;
     if (precision == FIFTEEN && PrintFifteenDigits(value, out, length)) return length;
-    if (precision <= 15 && std::isfinite(value) && value != 0 &&
-        PrintFromShortest(value, precision, out, length))
-        return length;
     const auto made = std::to_chars(out, out + NUMBER_TEXT_ROOM, value, std::chars_format::general, precision);
     length = static_cast<std::size_t>(made.ptr - out);
-    UpperExponent(out, length);
+    UpperLetters(out, length);
     return length;
 }
 

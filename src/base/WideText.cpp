@@ -38,15 +38,9 @@ bool WideText::Reserve(std::size_t length) {
 }
 
 bool WideText::Assign(WideView text) {
-    if (characters_ && text.data() >= characters_ && text.data() <= characters_ + length_) {
-        // A part of this very text: nothing grows.
-        std::memmove(characters_, text.data(), text.size() * sizeof(char16_t));
-        length_ = static_cast<u32>(text.size());
-        characters_[length_] = 0;
-        return true;
-    }
+    // A part of this very text does not make it grow, and may lie over its place.
     if (!Reserve(text.size())) return false;
-    if (!text.empty()) std::memcpy(characters_, text.data(), text.size() * sizeof(char16_t));
+    if (!text.empty()) std::memmove(characters_, text.data(), text.size() * sizeof(char16_t));
     length_ = static_cast<u32>(text.size());
     characters_[length_] = 0;
     return true;

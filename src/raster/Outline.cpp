@@ -6,13 +6,12 @@
 namespace tally {
 namespace {
 
-// As users of one-pixel pens know them.
+// As users of one-pixel pens know them; what is not used is 0.
 struct PenDashes {
-    u8 count;
     u8 lengths[6];
 };
 constexpr PenDashes penDashes[] = {
-    {0, {}}, {2, {18, 6}}, {2, {3, 3}}, {4, {9, 6, 3, 6}}, {6, {9, 3, 3, 3, 3, 3}},
+    {{}}, {{18, 6}}, {{3, 3}}, {{9, 6, 3, 6}}, {{9, 3, 3, 3, 3, 3}},
 };
 static_assert(std::size(penDashes) == PEN_NULL);
 
@@ -31,7 +30,7 @@ Direction Normalised(double x, double y) {
 i64 PeriodOf(const Pen& pen) {
     const PenDashes& dashes = penDashes[pen.style < PEN_NULL ? pen.style : PEN_SOLID];
     i64 period = 0;
-    for (u8 i = 0; i < dashes.count; ++i) period += dashes.lengths[i] * i64{std::max(1, pen.unit)};
+    for (const u8 length : dashes.lengths) period += length * i64{std::max(1, pen.unit)};
     return period;
 }
 
@@ -71,6 +70,17 @@ bool GiveCorner(const FinePoint& at, i32 width, OutlineSink sink) {
                    at.y + RoundFine(std::sin(angle) * width * FINE / 2)};
     }
     return GivePiece(ring, sink);
+}
+
+// The point to which the way goes on behind a line's end, passing over repeated ones; the end itself where it
+// goes no farther.
+FinePoint PointBehind(std::span<const FinePoint> points, bool closed, std::size_t end) {
+    const std::size_t count = points.size(), more = closed ? count : count - end;
+    for (std::size_t i = 1; i < more; ++i) {
+        const FinePoint& next = points[(end + i) % count];
+        if (next != points[end]) return next;
+    }
+    return points[end];
 }
 
 // Whether the way goes straight on at a point.
@@ -172,11 +182,10 @@ bool PenDraws(const Pen& pen, i64 step, i64& end) {
         return true;
     }
     end = step - step % period;
-    for (u8 i = 0; i < dashes.count; ++i) {
-        end += dashes.lengths[i] * unit;
-        if (step < end) return i % 2 == 0;
-    }
-    return false;
+    // The lengths add up to the period, so one of them holds the step.
+    u32 dash = 0;
+    while (step >= (end += dashes.lengths[dash] * unit)) ++dash;
+    return dash % 2 == 0;
 }
 
 bool StrokeLine(std::span<const FinePoint> points, bool closed, const Pen& pen, const PixelRect& seen,
@@ -185,15 +194,13 @@ bool StrokeLine(std::span<const FinePoint> points, bool closed, const Pen& pen, 
     const std::size_t lines = count < 2 ? 0 : closed ? count : count - 1;
     i64 passed = 0;
     for (std::size_t i = 0; i < lines; ++i) {
-        const FinePoint& a = points[i];
-        const FinePoint& b = points[(i + 1) % count];
+        const std::size_t next = (i + 1) % count;
+        const FinePoint &a = points[i], &b = points[next];
         if (a == b) continue;
         const bool good = pen.style == PEN_SOLID ? GiveBar(a, b, 0, 1, pen.width, sink)
                                                  : GiveDashes(a, b, pen, seen, passed, sink);
         if (!good) return false;
-        const bool corner = closed || i + 1 < lines;
-        const FinePoint& next = points[(i + 2) % count];
-        if (corner && pen.width > 1 && pen.style == PEN_SOLID && !IsStraight(a, b, next) &&
+        if (pen.width > 1 && pen.style == PEN_SOLID && !IsStraight(a, b, PointBehind(points, closed, next)) &&
             !GiveCorner(b, pen.width, sink))
             return false;
     }

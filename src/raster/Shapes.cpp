@@ -59,16 +59,16 @@ bool AlongAxes(std::span<const PixelPoint> points, bool closed) {
     return !closed || points.front().x == points.back().x || points.front().y == points.back().y;
 }
 
-bool StrokeWide(Filler& filler, std::span<const PixelPoint> points, bool closed, const Pen& pen) {
+void StrokeWide(Filler& filler, std::span<const PixelPoint> points, bool closed, const Pen& pen) {
     if (points.size() == 2 && AlongAxes(points, false)) {
         i64 passed = 0;
         FillBar(filler, points[0], points[1], pen, passed);
-        return true;
+        return;
     }
     Array<FinePoint> fine;
     for (const PixelPoint& point : points)
-        if (!fine.Append(MiddleOf(point, pen.width))) return false;
-    return StrokeLine(fine.Span(), closed, pen, filler.target.clip, {FillPiece, &filler});
+        if (!fine.Append(MiddleOf(point, pen.width))) return;
+    IgnoreFailure(StrokeLine(fine.Span(), closed, pen, filler.target.clip, {FillPiece, &filler}));
 }
 
 void Stroke(DrawTarget& target, std::span<const PixelPoint> points, bool closed, Pen pen) {
@@ -77,7 +77,7 @@ void Stroke(DrawTarget& target, std::span<const PixelPoint> points, bool closed,
     const Brush brush = {.colour = pen.colour};
     Filler filler{target, brush};
     if (pen.width > 1) {
-        IgnoreFailure(StrokeWide(filler, points, closed, pen));
+        StrokeWide(filler, points, closed, pen);
         return;
     }
     i64 passed = 0;
@@ -89,21 +89,21 @@ void Stroke(DrawTarget& target, std::span<const PixelPoint> points, bool closed,
     if (passed == 0) FillPart(&filler, {only.x, only.y, only.x + 1, only.y + 1});
 }
 
-bool FillRings(DrawTarget& target, const PolygonRings& rings, FillRule rule, const Brush& brush) {
+void FillRings(DrawTarget& target, const PolygonRings& rings, FillRule rule, const Brush& brush) {
     Outline outline;
     for (const PixelPoint& point : rings.points)
-        if (!outline.points.Append({ToFine(point.x), ToFine(point.y)})) return false;
+        if (!outline.points.Append({ToFine(point.x), ToFine(point.y)})) return;
     for (const u32 end : rings.ends)
-        if (!outline.ends.Append(std::min(end, outline.points.Count()))) return false;
+        if (!outline.ends.Append(std::min(end, outline.points.Count()))) return;
     Filler filler{target, brush};
-    return ScanOutline(outline, rule, target.clip, SinkOf(filler));
+    IgnoreFailure(ScanOutline(outline, rule, target.clip, SinkOf(filler)));
 }
 
 // ---- shapes ------------------------------------------------------------------------------------------
 
 void OutlineRect(DrawTarget& target, const PixelRect& rect, const Pen& pen) {
-    if (pen.style == PEN_NULL || pen.width <= 0) return;
-    const i32 width = std::min({pen.width, rect.right - rect.left, rect.bottom - rect.top});
+    const auto width =
+        static_cast<i32>(std::min({i64{pen.width}, i64{rect.right} - rect.left, i64{rect.bottom} - rect.top}));
     if (pen.style == PEN_SOLID) {
         const PixelRect inside = {rect.left + width, rect.top + width, rect.right - width, rect.bottom - width};
         const PixelRect sides[4] = {
@@ -132,21 +132,20 @@ void StrokeSides(DrawTarget& target, const Shape& shape, const Pen& pen) {
     if (pen.width == 1) FillRect(target, {last.x, last.y, last.x + 1, last.y + 1}, pen.colour);
 }
 
-bool DashCurve(DrawTarget& target, const Shape& shape, const Pen& pen) {
+void DashCurve(DrawTarget& target, const Shape& shape, const Pen& pen) {
     Array<FinePoint> points;
     bool closed = true;
-    if (!CurvePoints(shape, pen.width * FINE / 2, points, closed)) return false;
+    if (!CurvePoints(shape, pen.width * FINE / 2, points, closed)) return;
     const Brush brush = {.colour = pen.colour};
     Filler filler{target, brush};
-    if (pen.width > 1) return StrokeLine(points.Span(), closed, pen, target.clip, {FillPiece, &filler});
-    ScanCurve(points.Span(), closed, pen, target.clip, SinkOf(filler));
-    return true;
+    if (pen.width > 1) IgnoreFailure(StrokeLine(points.Span(), closed, pen, target.clip, {FillPiece, &filler}));
+    else ScanCurve(points.Span(), closed, pen, target.clip, SinkOf(filler));
 }
 
 void StrokeCurve(DrawTarget& target, const Shape& shape, Pen pen) {
     pen.width = std::min(pen.width, MAX_PEN_WIDTH);
     if (pen.style != PEN_SOLID) {
-        IgnoreFailure(DashCurve(target, shape, pen));
+        DashCurve(target, shape, pen);
         return;
     }
     const Brush brush = {.colour = pen.colour};
@@ -163,7 +162,7 @@ void PolylineByRects(DrawTarget& target, std::span<const PixelPoint> points, con
 
 void PolygonByRects(DrawTarget& target, const PolygonRings& rings, FillRule rule, const Pen& pen,
                     const Brush& brush) {
-    if (brush.pattern != BRUSH_NULL) IgnoreFailure(FillRings(target, rings, rule, brush));
+    if (brush.pattern != BRUSH_NULL) FillRings(target, rings, rule, brush);
     u32 start = 0;
     for (const u32 end : rings.ends) {
         if (end > rings.points.size()) return;
@@ -175,14 +174,15 @@ void PolygonByRects(DrawTarget& target, const PolygonRings& rings, FillRule rule
 void ShapeByRects(DrawTarget& target, const Shape& shape, const Pen& pen, const Brush& brush) {
     if (IsEmptyRect(shape.rect)) return;
     const bool filled = brush.pattern != BRUSH_NULL && shape.kind != SHAPE_ARC;
+    const bool outlined = pen.style != PEN_NULL && pen.width > 0;
     if (shape.kind == SHAPE_RECTANGLE) {
         if (filled) FillRect(target, shape.rect, brush);
-        OutlineRect(target, shape.rect, pen);
+        if (outlined) OutlineRect(target, shape.rect, pen);
         return;
     }
     Filler filler{target, brush};
     if (filled) ScanCurveInside(shape, target.clip, SinkOf(filler));
-    if (pen.style != PEN_NULL && pen.width > 0) StrokeCurve(target, shape, pen);
+    if (outlined) StrokeCurve(target, shape, pen);
 }
 
 bool StretchPicture(const PictureView& picture, const PixelRect& place, const PixelRect& cut,

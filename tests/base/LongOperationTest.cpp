@@ -78,6 +78,16 @@ TEST_F(LongWork, EnoughIsEnoughUntilTheOutermostEnds) {
     EXPECT_TRUE(GoOn(1));
 }
 
+TEST_F(LongWork, AfterAResetNobodyIsToldAndNothingIsCutShort) {
+    told.enough = true;
+    ResetLongOperations();
+    {
+        const LongOperation work(OPERATION_CALCULATE, 9);
+        for (i32 i = 0; i < 3; ++i) EXPECT_TRUE(GoOn(1 << 20));
+    }
+    EXPECT_EQ(told.begun + told.steps + told.ended, 0u);
+}
+
 TEST_F(LongWork, WithoutOneNobodyIsAsked) {
     told.enough = true;
     EXPECT_TRUE(GoOn(1000000000));

@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "base/Number.h"
+#include "base/Platform.h"
 #include "base/SharedText.h"
 #include "base/Text.h"
 #include "support/FailingAllocator.h"
@@ -138,11 +141,81 @@ TEST_F(MemoryPair, SizesThatDoNotFitAreRefused) {
     EXPECT_FALSE(AddSizes(SIZE_MAX - 3, 4, out));
 }
 
+TEST_F(MemoryPair, SharedTextsTakeTheirCharactersOneZeroAndTheTail) {
+    constexpr std::size_t head = offsetof(TextBlock, characters);
+    TextBlock* text = MakeText(u"abc");
+    TextBlock* tailed = MakeTextRoom(5, 7);
+    EXPECT_EQ(asked.allocated, (std::vector<std::size_t>{head + 8, head + 12 + 7}));
+    // The only user's text grows where it is; a part of itself, and a second user's, is put into a new one.
+    text = ExtendText(text, u"de");
+    EXPECT_EQ(asked.reallocated, (std::vector<std::size_t>{head + 12}));
+    text = ExtendText(text, TextView(text).substr(0, 2));
+    EXPECT_EQ(TextView(text), u"abcdeab");
+    text = ExtendText(text, TextView(text).substr(6));
+    EXPECT_EQ(TextView(text), u"abcdeabb");
+    ASSERT_EQ(asked.allocated.size(), 4u);
+    EXPECT_EQ(asked.allocated[2], head + 16);
+    EXPECT_EQ(asked.allocated[3], head + 18);
+    EXPECT_EQ(asked.reallocated.size(), 1u);
+    TextBlock* longer = ExtendText(RetainText(text), u"x");
+    EXPECT_EQ(asked.allocated.size(), 5u);
+    EXPECT_EQ(asked.released, 2u);
+    for (TextBlock* block : {text, tailed, longer}) ReleaseText(block);
+    EXPECT_EQ(asked.released, 5u);
+}
+
+TEST_F(MemoryPair, TheEmptyTextIsNeverGrownWhereItIs) {
+    TextBlock* empty = EmptyText();
+    EXPECT_EQ(empty->characters[0], 0);
+    empty->users = 1;
+    TextBlock* text = ExtendText(empty, u"z");
+    EXPECT_NE(text, EmptyText());
+    EXPECT_EQ(TextView(text), u"z");
+    EXPECT_TRUE(asked.reallocated.empty());
+    ReleaseText(text);
+    EXPECT_EQ(asked.released, 1u);
+}
+
+TEST_F(MemoryPair, WideTextsGrowByHalfAndAskForNoMoreThanIsNeeded) {
+    std::vector<std::size_t> wanted;
+    {
+        WideText text;
+        for (std::size_t room = 1; room < 43; room += room < 2 ? 1 : room / 2) wanted.push_back(2 * (room + 1));
+        for (std::size_t i = 0; i < 30; ++i) ASSERT_TRUE(text.Append(u'x'));
+        EXPECT_EQ(asked.reallocated, wanted);
+        // What has room asks for nothing; what goes far beyond it gets just that.
+        ASSERT_TRUE(text.Reserve(30) && text.Assign(u"abc"));
+        ASSERT_TRUE(text.Append(u"def") && text.AppendRun(u'g', 20) && text.AppendAscii("hijk"));
+        EXPECT_EQ(asked.reallocated, wanted);
+        ASSERT_TRUE(text.Reserve(1000) && text.Reserve(1000) && text.Reserve(999));
+        wanted.push_back(2002);
+        EXPECT_EQ(asked.reallocated, wanted);
+        asked.fails = true;
+        EXPECT_FALSE(text.Reserve(0x7FFFFFF0u));
+        EXPECT_EQ(asked.reallocated.back(), 2 * std::size_t{0x7FFFFFF1});
+        wanted.push_back(asked.reallocated.back());
+        EXPECT_FALSE(text.Reserve(0x7FFFFFF1u));
+        EXPECT_FALSE(text.Reserve(SIZE_MAX));
+        EXPECT_EQ(asked.reallocated, wanted);
+        asked.fails = false;
+        text.Clear();
+        EXPECT_EQ(asked.released, 1u);
+        // Even an empty text stands in memory once it has been reserved.
+        ASSERT_TRUE(text.Reserve(0));
+        EXPECT_NE(text.Data(), nullptr);
+        WideText other;
+        ASSERT_TRUE(other.Assign(u"x"));
+        text = std::move(other);
+        EXPECT_EQ(asked.released, 2u);
+    }
+    EXPECT_EQ(asked.released, 3u);
+}
+
 // ---- shared texts ---------------------------------------------------------------------------------------
 
 TEST(SharedTextCount, CharactersOfLongTextsAreCountedWhileTheyLive) {
-    const u64 before = LongTextCharacters();
-    const auto counted = [before] { return LongTextCharacters() - before; };
+    const auto counted = LongTextCharacters;
+    EXPECT_EQ(counted(), 0u);
     const std::u16string at(255, u'x'), beyond(256, u'x');
     TextBlock* shortText = MakeText(at);
     EXPECT_EQ(counted(), 0u);
@@ -196,6 +269,10 @@ TEST(SharedTextCount, ATextHasATailUntilItsEndMoves) {
     EXPECT_TRUE(TextTail(nullptr).empty());
     EXPECT_EQ(MakeTextRoom(0x1000000), nullptr);
     EXPECT_EQ(MakeTextRoom(1, 0x1000000), nullptr);
+    TextBlock* most = MakeTextRoom(1, 0xFFFFFF);
+    ASSERT_NE(most, nullptr);
+    EXPECT_EQ(TextTail(most).size(), 0xFFFFFFu);
+    ReleaseText(most);
 }
 
 TEST(SharedTextCount, WhatWouldBeTooLongIsRefusedAndGivenBack) {
@@ -219,6 +296,46 @@ TEST(ShortMemory, WordsAreComparedByTheirFoldedUnits) {
         EXPECT_EQ(allocator.LiveBlocks(), 0u);
     }
     SetCollationLocale(nullptr);
+}
+
+// Whatever makes a text says so when memory fails, at each of its requests, and leaks nothing.
+TEST(ShortMemory, EveryRefusalIsTold) {
+    using Making = bool (*)(WideText&, Array<char>&);
+    const Making rows[] = {
+        [](WideText& text, Array<char>&) { return WideFromUtf8(text, "a\u00E9\U0001F600\xFF"); },
+        [](WideText& text, Array<char>&) { return AppendUtf8(text, "abc"); },
+        [](WideText& text, Array<char>&) { return WideFromPath(text, "a\xFF\u00E9"); },
+        [](WideText&, Array<char>& path) { return PathFromWide(path, u"a\u00E9b"); },
+        [](WideText&, Array<char>& path) { return PathFromWide(path, u"abcdefgh"); },
+        [](WideText& text, Array<char>&) { return AppendEscaped(text, u"ab\n\U0001F600\u200B"); },
+        [](WideText& text, Array<char>&) { return AppendEscaped(text, u"\U0001F600"); },
+        [](WideText& text, Array<char>&) { return AppendEscaped(text, u"\u200B"); },
+        [](WideText& text, Array<char>&) { return AppendInteger(text, -12); },
+        [](WideText& text, Array<char>&) { return FormatWith(text, u"a %s b", u"\n"); },
+        [](WideText& text, Array<char>&) { return FormatWith(text, u"%s", u"a"); },
+        [](WideText& text, Array<char>&) { return FormatWith(text, u"a", u"b"); },
+        [](WideText& text, Array<char>&) { return text.Assign(u"abc") && text.Insert(1, text.View()); },
+    };
+    for (const Making& make : rows) {
+        u64 requests = 0;
+        {
+            test::FailingAllocator allocator;
+            WideText text;
+            Array<char> path;
+            EXPECT_TRUE(make(text, path)) << &make - rows;
+            requests = allocator.Requests();
+            EXPECT_GT(requests, 0u);
+        }
+        for (u64 n = 1; n <= requests; ++n) {
+            test::FailingAllocator allocator(n);
+            {
+                WideText text;
+                Array<char> path;
+                EXPECT_FALSE(make(text, path)) << &make - rows << " " << n;
+            }
+            EXPECT_EQ(allocator.LiveBlocks(), 0u) << &make - rows << " " << n;
+        }
+    }
 }
 
 // Case is no difference, at any place; full and half width is one.

@@ -86,11 +86,28 @@ TEST_F(MessageTableTest, TheTextIsThatOfTheLanguageInForce) {
     EXPECT_EQ(Message(static_cast<u16>(MSG_UNDO_FIRST + 4)), u"Delete Rows");
     EXPECT_EQ(Message(static_cast<u16>(MSG_CATEGORY_FIRST + 1)), u"Financial");
     EXPECT_EQ(Message(0), WideView());
-    SetLanguage(static_cast<Language>(7));
-    EXPECT_EQ(CurrentLanguage(), LANGUAGE_CHINESE);
+    for (const int unknown : {int{LANGUAGE_COUNT}, 7, 255}) {
+        SetLanguage(LANGUAGE_ENGLISH);
+        SetLanguage(static_cast<Language>(unknown));
+        EXPECT_EQ(CurrentLanguage(), LANGUAGE_CHINESE) << unknown;
+    }
     SetLanguage(LANGUAGE_ENGLISH);
     ResetLanguage();
     EXPECT_EQ(CurrentLanguage(), LANGUAGE_CHINESE);
+}
+
+TEST_F(MessageTableTest, EveryNumberFindsItsOwnTextAndTheOthersNone) {
+    for (const Language language : {LANGUAGE_CHINESE, LANGUAGE_ENGLISH}) {
+        SetLanguage(language);
+        const auto rows = language == LANGUAGE_CHINESE ? ChineseRows() : EnglishRows();
+        std::size_t next = 0;
+        for (u32 number = 0; number <= 0xFFFF; ++number) {
+            const bool stands = next < rows.size() && rows[next].number == number;
+            ASSERT_EQ(Message(static_cast<u16>(number)), stands ? rows[next].text : WideView()) << number;
+            next += stands;
+        }
+        EXPECT_EQ(next, rows.size());
+    }
 }
 
 // Where a number is the first of a row of them, the last one stands as well.

@@ -68,6 +68,28 @@ TEST(Number, FifteenDigitsWithoutAnExponentEqualTheLibrary) {
         EXPECT_EQ(General(tie, 15), Reference(tie, 15));
 }
 
+// Around each power of ten the number of digits decides whether there is an exponent, at every precision.
+TEST(Number, EveryPrecisionEqualsTheLibraryAroundThePowersOfTen) {
+    for (int precision = 1; precision <= 17; ++precision) {
+        for (int power = -7; power <= 19; ++power) {
+            const double ten = std::pow(10.0, power);
+            for (double value : {ten, ten * 9, ten - ten / 8, ten * 1.5, ten * 9.996, ten - 1, ten + 1,
+                                 std::nextafter(ten, 0.0), std::nextafter(ten, 1e300)}) {
+                ASSERT_EQ(General(value, precision), Reference(value, precision)) << precision;
+                ASSERT_EQ(General(-value, precision), Reference(-value, precision)) << precision;
+            }
+        }
+        for (double value : {0.0, -0.0, 0.5, -2.5, 123.456, 99999.5, 1e-300, 5e-324, 1.7e308})
+            ASSERT_EQ(General(value, precision), Reference(value, precision)) << precision;
+    }
+}
+
+TEST(Number, WhatIsNoNumberHasItsName) {
+    EXPECT_EQ(General(INFINITY, 15), "INF");
+    EXPECT_EQ(General(-INFINITY, 9), "-INF");
+    EXPECT_EQ(General(std::nan(""), 15), "NAN");
+}
+
 TEST(Number, MulDivRoundsHalvesAwayFromZero) {
     EXPECT_EQ(MulDiv(1, 1, 2), 1);
     EXPECT_EQ(MulDiv(-1, 1, 2), -1);

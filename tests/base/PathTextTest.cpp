@@ -45,6 +45,18 @@ TEST(PathText, OnlyBytesThatAreNotUtf8StandAsLoneSurrogates) {
     EXPECT_EQ(wide.View(), WideView(u"\x00E9\xDCE9\xD83D\xDE00\xDC80"));
 }
 
+TEST(PathText, WhatStoodThereBeforeIsGone) {
+    WideText wide;
+    Array<char> bytes;
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(WideFromPath(wide, "ab") && PathFromWide(bytes, u"ab"));
+        EXPECT_EQ(wide.View(), u"ab");
+        EXPECT_EQ(bytes.Count(), 3u);
+        ASSERT_TRUE(WideFromUtf8(wide, "cd"));
+        EXPECT_EQ(wide.View(), u"cd");
+    }
+}
+
 TEST(PathText, WhatNoNameCanBeIsRefused) {
     for (const WideView bad :
          {WideView(), WideView(u"a\0b", 3), WideView(u"\xD800"), WideView(u"a\xDBFFz"), WideView(u"\xDC00"),
@@ -80,10 +92,11 @@ TEST(PathText, WhatWouldMoveTheCursorOrHideTextIsShown) {
 TEST(PathText, PathsToOtherMachinesAreKnown) {
     for (const WideView path :
          {WideView(u"\\\\host\\share"), WideView(u"//host/share"), WideView(u"\\/host"), WideView(u"smb://h"),
-          WideView(u"file:///etc/a.csv"), WideView(u"http://h/a.xls")})
+          WideView(u"file:///etc/a.csv"), WideView(u"http://h/a.xls"), WideView(u"//"), WideView(u"://")})
         EXPECT_TRUE(IsNetworkPath(path));
-    for (const WideView path : {WideView(), WideView(u"/"), WideView(u"/home/a.xls"), WideView(u"a//b.xls"),
-                                WideView(u"C:\\a.xls"), WideView(u"a:/b"), WideView(u"\\a")})
+    for (const WideView path :
+         {WideView(), WideView(u"/"), WideView(u"/home/a.xls"), WideView(u"a//b.xls"), WideView(u"C:\\a.xls"),
+          WideView(u"a:/b"), WideView(u"\\a"), WideView(u"//h", 1), WideView(u"\\\\h", 1), WideView(u"/a//b")})
         EXPECT_FALSE(IsNetworkPath(path));
 }
 

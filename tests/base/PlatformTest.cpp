@@ -64,12 +64,12 @@ TEST_F(Platforms, WithoutOneEveryOperationEndsHarmlessly) {
     u8 family = 9, charSet = 9;
     EXPECT_FALSE(none.findFontFace(u"Arial", family, charSet));
     EXPECT_EQ(none.trustState(FOREIGN_LINK), TRUST_CLOSED);
-    SystemTime time;
+    SystemTime time = {9, 9, 9, 9, 9, 9, 9};
     none.getLocalTime(time);
     EXPECT_EQ(time.year, 2000);
     EXPECT_EQ(time.month, 1);
     EXPECT_EQ(time.day, 1);
-    EXPECT_EQ(time.hour + time.minute + time.second, 0);
+    EXPECT_EQ(time.hour + time.minute + time.second + time.milliseconds, 0);
     ScreenMetrics metrics;
     none.getScreenMetrics(metrics);
     EXPECT_EQ(metrics.fontHeight, 16);

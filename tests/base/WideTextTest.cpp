@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+
 #include "base/SharedText.h"
 #include "support/FailingAllocator.h"
 
@@ -98,6 +101,43 @@ TEST(WideText, ARefusedGrowthLeavesTheText) {
     EXPECT_EQ(allocator.LiveBlocks(), 0u);
 }
 
+// In texts without a unit to spare, what is moved or written too far lands outside.
+TEST(WideText, EveryPlaceAndCountStaysInside) {
+    constexpr WideView whole = u"abcdefgh";
+    test::FailingAllocator allocator;
+    for (std::size_t place = 0; place <= whole.size() + 2; ++place) {
+        const std::size_t at = std::min(place, whole.size());
+        for (std::size_t count = 0; count <= whole.size() + 2; ++count) {
+            WideText text;
+            ASSERT_TRUE(text.Reserve(whole.size()) && text.Assign(whole));
+            std::u16string wanted(whole);
+            text.Remove(place, count);
+            wanted.erase(at, count);
+            ASSERT_EQ(text.View(), wanted) << place << " " << count;
+            ASSERT_EQ(text.CStr()[wanted.size()], 0);
+            if (count > whole.size()) continue;
+            WideText own, other, run;
+            wanted = std::u16string(whole).insert(at, whole.substr(0, count));
+            ASSERT_TRUE(own.Assign(whole) && own.Insert(place, own.View().substr(0, count)));
+            ASSERT_TRUE(other.Reserve(wanted.size()) && other.Assign(whole) &&
+                        other.Insert(place, whole.substr(0, count)));
+            EXPECT_EQ(own.View(), wanted);
+            EXPECT_EQ(other.View(), wanted);
+            EXPECT_EQ(other.CStr()[wanted.size()], 0);
+            ASSERT_TRUE(run.Assign(whole.substr(at)) && run.AppendRun(u'x', count) &&
+                        run.AppendAscii(std::string(count, 'y')));
+            EXPECT_EQ(run.View(), std::u16string(whole.substr(at)) + std::u16string(count, u'x') +
+                                      std::u16string(count, u'y'));
+            ASSERT_TRUE(own.Assign(whole) && own.Assign(own.View().substr(at, count)));
+            EXPECT_EQ(own.View(), whole.substr(at, count));
+            own.Truncate(count / 2);
+            EXPECT_EQ(own.View(), whole.substr(at, count).substr(0, count / 2));
+            EXPECT_EQ(own.CStr()[own.Length()], 0);
+        }
+    }
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+}
+
 TEST(SharedText, IsGivenBackWithItsLastUser) {
     test::FailingAllocator allocator(0, false);
     TextBlock* text = MakeText(u"abc");
@@ -144,6 +184,10 @@ TEST(SharedText, GrowsInPlaceForItsOnlyUser) {
     longer = ExtendText(longer, TextView(longer).substr(3));
     ASSERT_TRUE(longer);
     EXPECT_EQ(TextView(longer), u"abcdede");
+    // All of itself behind itself.
+    longer = ExtendText(longer, TextView(longer));
+    ASSERT_TRUE(longer);
+    EXPECT_EQ(TextView(longer), u"abcdedeabcdede");
     ReleaseText(longer);
     ReleaseText(text);
     TextBlock* fromEmpty = ExtendText(EmptyText(), u"z");

@@ -19,59 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(FilePatterns, MatchNames) {
-    const struct {
-        const char16_t* pattern;
-        const char16_t* name;
-        bool matches;
-    } rows[] = {
-        {u"*.*", u"book.xls", true},
-        {u"*.*", u"README", true},
-        {u"*", u"book.xls", true},
-        {u"*.xls", u"book.xls", true},
-        {u"*.xls", u"BOOK.XLS", true},
-        {u"*.xls", u"book.xlsx", false},
-        {u"*.xls", u"xls", false},
-        {u"*.xls*", u"book.xlsx", true},
-        {u"b??k.xls", u"book.xls", true},
-        {u"b?k.xls", u"book.xls", false},
-        {u"book.*", u"book", true},
-        {u"book.*", u"books", false},
-        {u"book.*", u"book.a.b", true},
-        {u"*o*k*", u"book", true},
-        {u"*o*z*", u"book", false},
-        {u"", u"book", false},
-        {u"?", u"", false},
-        {u"*", u"", true},
-        {u"*a*b", u"aab", true},
-        {u"*a*b", u"aba", false},
-        {u"a", u"aa", false},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(MatchesFilePattern(row.name, row.pattern), row.matches)
-            << Narrow(row.pattern) << " " << Narrow(row.name);
-}
-
-TEST(ProgramLines, FallIntoWords) {
-    const struct {
-        const char16_t* line;
-        std::vector<std::string> words;
-    } rows[] = {
-        {u"a", {"a"}},
-        {u"  a\t b  ", {"a", "b"}},
-        {u"\"a b\" c", {"a b", "c"}},
-        {u"\"a b\"c", {"a b", "c"}},
-        {u"a \"b", {"a", "b"}},
-        {u"a; b | $(c) `d`", {"a;", "b", "|", "$(c)", "`d`"}},
-    };
-    for (const auto& row : rows) {
-        WideView rest = row.line;
-        for (const std::string& word : row.words)
-            EXPECT_EQ(Narrow(NextProgramWord(rest)), word) << Narrow(row.line);
-        EXPECT_TRUE(NextProgramWord(rest).empty()) << Narrow(row.line);
-    }
-}
-
 class PosixForeignRows : public testing::Test {
   protected:
     void SetUp() override {
@@ -198,17 +145,6 @@ TEST_F(HeadlessForeignRows, ProgramsAndLibrariesAreRecordedAndAnswered) {
     ForeignPlatform().freeLibrary(library);
     EXPECT_EQ(Headless().librariesFreed, 1u);
     EXPECT_EQ(Headless().libraries.Count(), 2u);
-}
-
-TEST(ForeignPlatformRows, WithoutAPlatformEverythingFails) {
-    SetForeignPlatform(nullptr);
-    const ForeignTable& table = ForeignPlatform();
-    Array<WideText> names;
-    EXPECT_FALSE(table.deleteFile(u"/tmp/x"));
-    EXPECT_FALSE(table.listFolder(u"/*.*", 9, names));
-    EXPECT_EQ(table.startProcess(u"true", SW_SHOWNORMAL), 0u);
-    EXPECT_EQ(table.loadLibrary(u"libm.so.6"), nullptr);
-    EXPECT_EQ(table.findProcedure(nullptr, u"sqrt"), nullptr);
 }
 
 }  // namespace

@@ -388,7 +388,10 @@ TEST_F(RasterTest, PlacesAtTheEndsOfNumbersEndCleanly) {
                 }
             }
             DrawPolygon(target, {points, ends}, FILL_ALTERNATE, {BLACK}, {.colour = BLACK});
-            DrawShape(target, {SHAPE_PIE, {a, a, b, b}, points[0], points[1]}, {BLACK}, {.colour = BLACK});
+            for (const i32 width : {INT_MIN, 1, INT_MAX})
+                for (const ShapeKind kind : {SHAPE_RECTANGLE, SHAPE_PIE})
+                    DrawShape(target, {kind, {a, a, b, b}, points[0], points[1]}, {BLACK, PEN_SOLID, width},
+                              {.colour = BLACK});
         }
     }
     DrawLine(target, INT_MIN, 5, INT_MAX, 5, {BLACK});

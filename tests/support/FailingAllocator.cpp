@@ -1,5 +1,8 @@
 #include "support/FailingAllocator.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +13,10 @@ struct BlockHead {
     std::size_t bytes;
     std::size_t unused;
 };
+
+// Behind each block, to see what writes over its end.
+constexpr std::size_t FENCE_BYTES = 16;
+constexpr unsigned char FENCE = 0x5A;
 
 struct Counters {
     u64 requests = 0;
@@ -30,17 +37,21 @@ bool MustFail() {
 }
 
 void* PlainAllocate(std::size_t bytes) {
-    auto* head = static_cast<BlockHead*>(std::malloc(sizeof(BlockHead) + bytes));
+    auto* head = static_cast<BlockHead*>(std::malloc(sizeof(BlockHead) + bytes + FENCE_BYTES));
     if (!head) return nullptr;
     head->bytes = bytes;
     ++counters.live;
     std::memset(head + 1, 0xCD, bytes);
+    std::memset(reinterpret_cast<unsigned char*>(head + 1) + bytes, FENCE, FENCE_BYTES);
     return head + 1;
 }
 
 void Release(void* block) {
     if (!block) return;
     BlockHead* head = static_cast<BlockHead*>(block) - 1;
+    const auto* fence = static_cast<const unsigned char*>(block) + head->bytes;
+    EXPECT_TRUE(std::all_of(fence, fence + FENCE_BYTES, [](unsigned char byte) { return byte == FENCE; }))
+        << "something wrote behind a block of " << head->bytes << " bytes";
     std::memset(block, 0xDD, head->bytes);
     --counters.live;
     std::free(head);

@@ -1,5 +1,6 @@
 #pragma once
-// An allocator that counts, always moves on growth, and can fail the n-th allocation.
+// An allocator that counts, always moves on growth, can fail the n-th allocation, and tells what writes behind
+// a block.
 
 #include "base/Memory.h"
 
