@@ -29,7 +29,7 @@ Ellipse EllipseIn(const PixelRect& rect, i32 inset) {
 
 RowSpan SpanOf(const Ellipse& ellipse, i32 y) {
     const double down = static_cast<double>(2 * i64{y} + 1 - ellipse.sumY);
-    if (ellipse.width <= 0 || ellipse.height <= 0 || std::abs(down) >= ellipse.height) return {};
+    if (ellipse.width <= 0 || std::abs(down) >= ellipse.height) return {};
     const double part = down / ellipse.height;
     const auto reach = static_cast<i64>(std::floor(ellipse.width * std::sqrt(1 - part * part)));
     // Columns x with |2 x + 1 - sumX| at most `reach`.
@@ -82,9 +82,7 @@ bool IsBetween(const Cut& cut, Ray at) {
 }
 
 bool IsInside(const Cut& cut, const Ray& at, bool border) {
-    if (cut.whole) return true;
-    if (!cut.chord) return IsBetween(cut, at);
-    if (border) return IsBetween(cut, at);
+    if (!cut.chord || border) return IsBetween(cut, at);
     return Across({cut.end.x - cut.start.x, cut.end.y - cut.start.y},
                   {at.x - cut.start.x, at.y - cut.start.y}) <= 0;
 }

@@ -125,9 +125,9 @@ i32 QuarterPieces(double radius) {
     return pieces;
 }
 
-// Directions from the first to the second axis by halving: exact at both, and the same on every machine.
+// Directions from the first axis, where they all lie before, to the second by halving: exact at both, and the
+// same on every machine.
 void QuarterDirections(i32 pieces, Direction* out) {
-    out[0] = {1, 0};
     out[pieces] = {0, 1};
     for (i32 step = pieces; step > 1; step /= 2)
         for (i32 i = 0; i < pieces; i += step)

@@ -11,9 +11,9 @@ i64 CeilDiv(i64 a, i64 b) { return -FloorDiv(-a, b); }
 
 // ---- filled outlines ---------------------------------------------------------------------------------
 
-// An edge downwards over the rows whose middle it crosses.
+// An edge over the rows whose middle it crosses.
 struct FillEdge {
-    FinePoint top, bottom;
+    FinePoint from, to;
     i32 firstRow, endRow;
     i32 winding;
 };
@@ -26,11 +26,7 @@ struct Crossing {
 i32 RowFrom(i32 y) { return static_cast<i32>(CeilDiv(i64{y} - FINE / 2, FINE)); }
 
 bool AddEdge(const FinePoint& a, const FinePoint& b, const PixelRect& clip, Array<FillEdge>& edges) {
-    FillEdge edge = {a, b, RowFrom(std::min(a.y, b.y)), RowFrom(std::max(a.y, b.y)), 1};
-    if (a.y > b.y) {
-        std::swap(edge.top, edge.bottom);
-        edge.winding = -1;
-    }
+    FillEdge edge = {a, b, RowFrom(std::min(a.y, b.y)), RowFrom(std::max(a.y, b.y)), a.y > b.y ? -1 : 1};
     edge.firstRow = std::max(edge.firstRow, clip.top);
     edge.endRow = std::min(edge.endRow, clip.bottom);
     return edge.firstRow >= edge.endRow || edges.Append(edge);
@@ -51,9 +47,9 @@ bool CollectEdges(const Outline& outline, const PixelRect& clip, Array<FillEdge>
 }
 
 i32 CrossingColumn(const FillEdge& edge, i32 row) {
-    const i64 height = i64{edge.bottom.y} - edge.top.y, width = i64{edge.bottom.x} - edge.top.x;
-    const i64 down = i64{row} * FINE + FINE / 2 - edge.top.y;
-    const i64 column = CeilDiv((i64{edge.top.x} - FINE / 2) * height + down * width, FINE * height);
+    const i64 height = i64{edge.to.y} - edge.from.y, width = i64{edge.to.x} - edge.from.x;
+    const i64 down = i64{row} * FINE + FINE / 2 - edge.from.y;
+    const i64 column = CeilDiv((i64{edge.from.x} - FINE / 2) * height + down * width, FINE * height);
     return static_cast<i32>(column);
 }
 

@@ -53,14 +53,8 @@ FinePoint MiddleOf(const PixelPoint& point, i32 width) {
     return {ToFine(point.x) + shift, ToFine(point.y) + shift};
 }
 
-bool AlongAxes(std::span<const PixelPoint> points, bool closed) {
-    for (std::size_t i = 0; i + 1 < points.size(); ++i)
-        if (points[i].x != points[i + 1].x && points[i].y != points[i + 1].y) return false;
-    return !closed || points.front().x == points.back().x || points.front().y == points.back().y;
-}
-
 void StrokeWide(Filler& filler, std::span<const PixelPoint> points, bool closed, const Pen& pen) {
-    if (points.size() == 2 && AlongAxes(points, false)) {
+    if (points.size() == 2 && (points[0].x == points[1].x || points[0].y == points[1].y)) {
         i64 passed = 0;
         FillBar(filler, points[0], points[1], pen, passed);
         return;

@@ -142,6 +142,31 @@ TEST_F(ShapesTest, ARingOfTwoEqualPointsIsOnePixel) {
     }
 }
 
+TEST_F(ShapesTest, RingsAboveEachOtherKeepTheirGap) {
+    const PixelPoint points[] = {{3, 2},  {9, 2},  {9, 5},  {3, 5},  {3, 8},  {9, 8},  {9, 12}, {3, 12},
+                                 {3, 12}, {8, 12}, {8, 14}, {3, 14}, {4, 14}, {8, 14}, {8, 17}, {4, 17}};
+    const u32 ends[] = {4, 8, 12, 16};
+    PolygonByRects(target, {points, ends}, FILL_WINDING, NO_PEN, {.colour = RED});
+    const std::vector<u32> filled = Taken();
+    for (const PixelRect& rect : {PixelRect{3, 2, 9, 5}, {3, 8, 9, 12}, {3, 12, 8, 14}, {4, 14, 8, 17}})
+        FillRect(target, rect, RED);
+    EXPECT_EQ(Taken(), filled);
+}
+
+TEST_F(ShapesTest, APenWiderThanAnythingIsAsWideAsTheWidest) {
+    for (const PenStyle style : {PEN_SOLID, PEN_DOT}) {
+        for (const ShapeKind kind : {SHAPE_RECTANGLE, SHAPE_ELLIPSE, SHAPE_ARC, SHAPE_CHORD, SHAPE_PIE}) {
+            std::vector<u32> shown[2];
+            for (const int at : {0, 1}) {
+                const Pen pen = {BLACK, style, at ? INT32_MAX : 1 << 16};
+                ShapeByRects(target, {kind, {3, 4, 22, 25}, {22, 4}, {3, 9}}, pen, NO_BRUSH);
+                shown[at] = Taken();
+            }
+            EXPECT_EQ(shown[0], shown[1]) << kind << " " << style;
+        }
+    }
+}
+
 // A point that repeats changes nothing, at any width.
 TEST_F(ShapesTest, RepeatedPointsChangeNothing) {
     const PixelPoint once[] = {{5, 5}, {24, 8}, {10, 24}},
