@@ -1,10 +1,4 @@
-#include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <sstream>
-
-#include "fileio/GoldenFolder.h"
+#include "support/Golden.h"
 #include "support/Saving.h"
 
 // Every byte of a saved book beside a kept dump of its records, one line a record. After a change that is
@@ -141,22 +135,7 @@ class GoldenRecords : public Saving {
     }
     void Compare(const std::string& name, u8 form) {
         Save(form);
-        const std::string path = std::string(GoldenFolder()) + "/" + name + (form == 8 ? "-97.txt" : "-95.txt");
-        if (std::getenv("TALLYMAN_RENEW_GOLDEN")) {
-            std::ofstream(path, std::ios::binary) << Dump();
-            return;
-        }
-        std::ifstream file(path, std::ios::binary);
-        const std::string kept{std::istreambuf_iterator<char>(file), {}};
-        ASSERT_FALSE(kept.empty()) << path;
-        std::istringstream before(kept), now(Dump());
-        std::string expected, found;
-        for (int line = 1; std::getline(before, expected); ++line) {
-            ASSERT_TRUE(std::getline(now, found))
-                << path << " goes on at line " << line << " with " << expected;
-            ASSERT_EQ(found, expected) << path << " line " << line;
-        }
-        EXPECT_FALSE(std::getline(now, found)) << path << " ends before " << found;
+        ExpectGolden(name + (form == 8 ? "-97.txt" : "-95.txt"), Dump());
     }
 };
 

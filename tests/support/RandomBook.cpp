@@ -1,7 +1,12 @@
 #include "support/RandomBook.h"
 
 #include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string_view>
 
+#include "base/Number.h"
+#include "base/Text.h"
 #include "formula/Compiler.h"
 #include "formula/FormulaText.h"
 #include "formula/Links.h"
@@ -12,88 +17,133 @@
 namespace tally {
 namespace {
 
-std::string Area(const RefArea& a) {
-    return std::to_string(a.firstRow) + "." + std::to_string(a.firstColumn) + "-" + std::to_string(a.lastRow) +
-           "." + std::to_string(a.lastColumn);
-}
+// Dumps are most of the time of the tests that make many: a plain buffer, which keeps its room from one to the
+// next, instead of a string for each number.
+class DumpOutput {
+  public:
+    DumpOutput& operator<<(std::string_view text) {
+        char* out = Room(text.size());
+        for (const char c : text) *out++ = c;
+        size_ += text.size();
+        return *this;
+    }
+    DumpOutput& operator<<(const char* text) { return *this << std::string_view(text); }
+    DumpOutput& operator<<(i64 number) {
+        char digits[24];
+        return *this << std::string_view(digits, PrintInteger(number, digits));
+    }
+    DumpOutput& operator<<(i32 number) { return *this << i64{number}; }
+    DumpOutput& operator<<(u32 number) { return *this << i64{number}; }
+    DumpOutput& operator<<(WideView text) {
+        size_ += Utf8FromWide(text, Room(3 * text.size()));
+        return *this;
+    }
+    DumpOutput& operator<<(const RefArea& a) {
+        return *this << a.firstRow << "." << a.firstColumn << "-" << a.lastRow << "." << a.lastColumn;
+    }
+    void Empty() { size_ = 0; }
+    std::string Text() const { return {bytes_.get(), size_}; }
 
-std::string Tokens(i32 book, const FormulaTokens& tokens) {
-    if (!HasFormula(tokens)) return "-";
+  private:
+    // At least so many bytes behind what stands.
+    char* Room(std::size_t more) {
+        if (size_ + more > room_) {
+            room_ = 2 * (size_ + more);
+            std::unique_ptr<char[]> grown(new char[room_]);
+            std::memcpy(grown.get(), bytes_.get(), size_);
+            bytes_ = std::move(grown);
+        }
+        return bytes_.get() + size_;
+    }
+    std::unique_ptr<char[]> bytes_{new char[1]};
+    std::size_t size_ = 0, room_ = 1;
+};
+
+void DumpTokens(DumpOutput& out, i32 book, const FormulaTokens& tokens) {
+    if (!HasFormula(tokens)) {
+        out << "-";
+        return;
+    }
     WideText text;
     EXPECT_TRUE(FormulaToText(book, tokens, 0, 0, true, text));
-    std::string out = Narrow(text) + " ";
+    out << text.View() << " ";
     static constexpr char digits[] = "0123456789ABCDEF";
     for (u32 i = 0; i < TokenBytes(tokens); ++i) {
-        out += digits[tokens.bytes[i] >> 4];
-        out += digits[tokens.bytes[i] & 15];
+        const char byte[2] = {digits[tokens.bytes[i] >> 4], digits[tokens.bytes[i] & 15]};
+        out << std::string_view(byte, 2);
     }
-    return out;
 }
 
-std::string ValueText(const Value& value) {
+void DumpValue(DumpOutput& out, const Value& value) {
+    char number[FIXED_TEXT_ROOM];
     switch (value.type) {
-        case VT_NUMBER: return std::to_string(value.number);
-        case VT_STRING: return "'" + Narrow(TextOf(value));
-        case VT_BOOL: return value.boolean ? "TRUE" : "FALSE";
-        case VT_ERROR: return Narrow(ErrorText(value.error));
-        default: return "empty";
+        case VT_NUMBER: out << std::string_view(number, PrintShortest(value.number, number)); break;
+        case VT_STRING: out << "'" << TextOf(value); break;
+        case VT_BOOL: out << (value.boolean ? "TRUE" : "FALSE"); break;
+        case VT_ERROR: out << ErrorText(value.error); break;
+        default: out << "empty"; break;
     }
 }
 
-void DumpRules(std::string& out, const Sheet& sheet) {
+void DumpRules(DumpOutput& out, const Sheet& sheet) {
     for (const ValidationRule& rule : sheet.validations) {
-        out += " validation " + std::to_string(rule.kind) + " " + Narrow(rule.inputTitle) + " " +
-               Tokens(sheet.book, rule.formula1) + " " + Tokens(sheet.book, rule.formula2);
-        for (const RefArea& area : rule.areas) out += " " + Area(area);
-        out += "\n";
+        out << " validation " << rule.kind << " " << rule.inputTitle.View() << " ";
+        DumpTokens(out, sheet.book, rule.formula1);
+        out << " ";
+        DumpTokens(out, sheet.book, rule.formula2);
+        for (const RefArea& area : rule.areas) out << " " << area;
+        out << "\n";
     }
     for (const ConditionalFormat& format : sheet.conditionalFormats) {
-        out += " conditional " + std::to_string(format.priority);
-        for (const ConditionalCondition& condition : format.conditions)
-            out += " " + std::to_string(condition.type) + " " + Tokens(sheet.book, condition.formula1);
-        for (const RefArea& area : format.areas) out += " " + Area(area);
-        out += "\n";
+        out << " conditional " << format.priority;
+        for (const ConditionalCondition& condition : format.conditions) {
+            out << " " << condition.type << " ";
+            DumpTokens(out, sheet.book, condition.formula1);
+        }
+        for (const RefArea& area : format.areas) out << " " << area;
+        out << "\n";
     }
 }
 
-void DumpLists(std::string& out, const Sheet& sheet) {
-    for (const ArrayEntry& entry : sheet.arrayFormulas) out += " array " + Area(entry.area) + "\n";
-    for (const RefArea& merge : sheet.mergedAreas) out += " merge " + Area(merge) + "\n";
+void DumpLists(DumpOutput& out, const Sheet& sheet) {
+    for (const ArrayEntry& entry : sheet.arrayFormulas) out << " array " << entry.area << "\n";
+    for (const RefArea& merge : sheet.mergedAreas) out << " merge " << merge << "\n";
     for (const Hyperlink& link : sheet.hyperlinks)
-        out += " link " + Area(link.area) + " " + Narrow(link.target) + "\n";
+        out << " link " << link.area << " " << link.target.View() << "\n";
     for (const RowInfo& row : sheet.rows)
-        out += " row " + std::to_string(row.row) + " " + std::to_string(row.flags) + " " +
-               std::to_string(row.height) + "\n";
+        out << " row " << row.row << " " << row.flags << " " << row.height << "\n";
     for (const ColumnInfo& column : sheet.columns)
-        out += " column " + std::to_string(column.column) + " " + std::to_string(column.flags) + " " +
-               std::to_string(column.width) + " " + std::to_string(column.format) + "\n";
+        out << " column " << column.column << " " << column.flags << " " << column.width << " " << column.format
+            << "\n";
 }
 
-void DumpSheet(std::string& out, Sheet& sheet) {
+void DumpSheet(DumpOutput& out, Sheet& sheet) {
     const SheetView& view = sheet.view;
-    out += "sheet " + Narrow(sheet.name) + " kind " + std::to_string(sheet.kind) + " hidden " +
-           std::to_string(sheet.hidden) + " zoom " + std::to_string(sheet.zoomPercent) + " flags " +
-           std::to_string(sheet.viewFlags) + " filter " + std::to_string(sheet.filterState) + " split " +
-           std::to_string(view.splitRow) + " " + std::to_string(view.splitColumn) + " first " +
-           std::to_string(view.firstRow) + " " + std::to_string(view.firstColumn) + " selection " +
-           Area(view.selection) + " cells " + std::to_string(sheet.cells.count) + " formulas " +
-           std::to_string(sheet.cells.formulas.Count()) + "\n";
+    out << "sheet " << WideView(sheet.name) << " kind " << sheet.kind << " hidden " << sheet.hidden << " zoom "
+        << sheet.zoomPercent << " flags " << sheet.viewFlags << " filter " << sheet.filterState << " split "
+        << view.splitRow << " " << view.splitColumn << " first " << view.firstRow << " " << view.firstColumn
+        << " selection " << view.selection << " cells " << sheet.cells.count << " formulas "
+        << sheet.cells.formulas.Count() << "\n";
     u32 count = 0, inColumns = 0;
     WalkArea(sheet.cells, {0, 65535, 0, 255}, [&](u16 row, const CellRecord& cell) {
         ++count;
-        out +=
-            " " + std::to_string(row) + "." + std::to_string(cell.column) + " f" + std::to_string(cell.format);
+        out << " " << row << "." << cell.column << " f" << cell.format;
         // A formula of a macro sheet is calculated when somebody happens to read it.
-        if (sheet.kind == SHEET_WORKSHEET || !cell.formula)
-            out += " " + ValueText(cell.value) + " state " + std::to_string(cell.calcState);
-        if (cell.formula) {
-            out += " " + Tokens(sheet.book, cell.formula->tokens);
-            EXPECT_EQ(cell.formula->row, row);
-            EXPECT_EQ(cell.formula->column, cell.column);
-            EXPECT_EQ(cell.formula->sheet, &sheet);
-            EXPECT_EQ(sheet.cells.formulas[cell.formula->listIndex], cell.formula);
+        if (sheet.kind == SHEET_WORKSHEET || !cell.formula) {
+            out << " ";
+            DumpValue(out, cell.value);
+            out << " state " << cell.calcState;
         }
-        out += "\n";
+        if (cell.formula) {
+            out << " ";
+            DumpTokens(out, sheet.book, cell.formula->tokens);
+            const bool linked = cell.formula->row == row && cell.formula->column == cell.column &&
+                                cell.formula->sheet == &sheet &&
+                                sheet.cells.formulas[cell.formula->listIndex] == cell.formula;
+            EXPECT_TRUE(linked) << "the formula at " << row << "." << u32{cell.column}
+                                << " is not where it says";
+        }
+        out << "\n";
         return true;
     });
     EXPECT_EQ(count, sheet.cells.count);
@@ -102,6 +152,8 @@ void DumpSheet(std::string& out, Sheet& sheet) {
     DumpLists(out, sheet);
     DumpRules(out, sheet);
 }
+
+DumpOutput dump;
 
 // ---- books at random ------------------------------------------------------------------------------
 
@@ -259,22 +311,28 @@ void AddNameTo(Maker& make, const char* name, u16 scope, const std::string& form
 
 }  // namespace
 
-std::string DumpBooks() {
+void CalculateBooks() {
     for (u32 b = 0; b < Books().books.Count(); ++b) CalculateBook(static_cast<i32>(b));
-    std::string out;
+}
+
+std::string DumpBooks() {
+    CalculateBooks();
+    DumpOutput& out = dump;
+    out.Empty();
     for (u32 b = 0; b < Books().books.Count(); ++b) {
         Workbook& book = *Books().books[b];
         const i32 index = static_cast<i32>(b);
-        out += "book " + Narrow(book.path) + "\n";
+        out << "book " << book.path.View() << "\n";
         for (const DefinedName& name : book.names) {
             // A row without a formula shows nowhere.
             if (!HasFormula(name.tokens)) continue;
-            out += " name " + Narrow(name.text) + " " + std::to_string(name.sheet) + " " +
-                   std::to_string(name.flags) + " " + Tokens(index, name.tokens) + "\n";
+            out << " name " << name.text.View() << " " << name.sheet << " " << name.flags << " ";
+            DumpTokens(out, index, name.tokens);
+            out << "\n";
         }
         for (Sheet* sheet : book.sheets) DumpSheet(out, *sheet);
     }
-    return out;
+    return out.Text();
 }
 
 void FillBookAtRandom(std::mt19937& random) {

@@ -8,6 +8,7 @@
 
 namespace tally {
 
+void CalculateBooks();
 // All books, calculated first. Formulas as tokens, with the extern rows that they use told by what those mean.
 std::string DumpBooks();
 

@@ -1,8 +1,0 @@
-#pragma once
-
-namespace tally {
-
-// Where the kept dumps lie in the checkout.
-const char* GoldenFolder();
-
-}  // namespace tally
