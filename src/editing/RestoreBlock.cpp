@@ -248,13 +248,28 @@ bool BringsCells(const RestoreOrder& order) {
     return order.mode != PASTE_COMMENTS && order.mode != PASTE_VALIDATION;
 }
 
+// Whether the contents that a block brings over its whole tiles alone are more than may stand, so that none of
+// them need be made.
+bool IsBeyondRoom(const Restorer& run) {
+    const RestoreOrder& order = run.order;
+    if (order.mode == PASTE_FORMATS || order.operation != PASTE_NONE) return false;
+    const Array<SavedCell>& cells = order.block->cells;
+    const auto full = static_cast<u64>(
+        std::count_if(cells.begin(), cells.end(), [](const SavedCell& cell) { return !IsBlank(&cell); }));
+    u64 tiles = 0;
+    for (const RefArea& target : order.targets)
+        tiles += u64{(target.lastRow - target.firstRow + 1u) / static_cast<u32>(run.tileRows)} *
+                 ((target.lastColumn - target.firstColumn + 1u) / static_cast<u32>(run.tileColumns));
+    return full * tiles > MAX_PASTED_CELLS;
+}
+
 // Everything that will stand in the union of the targets.
 bool PrepareAfter(const RestoreOrder& order, Sheet& sheet, AreaContents& after) {
     Restorer run{order, {sheet, after}, {}, {}};
     if (!StartRestorer(run)) return false;
     if (BringsCells(order)) {
         after.mask |= BLOCK_CELLS;
-        if (!PasteRows(run)) return false;
+        if (IsBeyondRoom(run) || !PasteRows(run)) return false;
     }
     if (order.move && !CollectFollowers(*order.move, after.tokens)) return false;
     return KeepArraysAndMerges(sheet, order.targets, after) && RestoreArrays(order, after) &&

@@ -267,6 +267,28 @@ TEST_F(PosixSaving, AFileThatMayNotBeReplacedIsWrittenInPlace) {
     }
 }
 
+// Whichever way a save takes, and however it ends.
+TEST_F(PosixSaving, NoSaveKeepsADescriptor) {
+    const auto open = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    IgnoreFailure(Write(folder / "first.xls", "x"));
+    const auto before = open();
+    for (const Way& way : ways) {
+        for (const FileStep step : {STEP_COUNT, STEP_BESIDE, STEP_LOOKS, STEP_WRITE, STEP_FLUSH, STEP_LINK,
+                                    STEP_RENAME, STEP_KEEP, STEP_RESERVE, STEP_OVERWRITE, STEP_SHORTEN}) {
+            for (const int error : {EACCES, EIO}) {
+                fault = {};
+                const fs::path path = Prepare(way, longText);
+                fault.only = step;
+                fault.onlyError = error;
+                IgnoreFailure(Write(path, shortText));
+                EXPECT_EQ(open(), before) << way.name << " " << int{step} << " " << error;
+            }
+        }
+    }
+}
+
 // The real thing, as a user without rights.
 TEST_F(PosixSaving, AFolderWithoutTheRightToWriteKeepsItsFileInPlace) {
     const fs::path path = folder / "book.xls";
