@@ -175,5 +175,20 @@ TEST_F(ForeignAccess, ALoadedLibraryNeedsNoSecondQuestion) {
     EXPECT_EQ(reached, (std::vector<std::string>{"load a", "find add", "free"}));
 }
 
+// What stood in the caller's bytes before is gone, whatever the answer.
+TEST_F(ForeignAccess, ARefusedReadLeavesNoBytes) {
+    for (const i32 answer : {i32{IDNO}, i32{IDYES}}) {
+        CurrentWorkbook()->trust[FOREIGN_READ] = TRUST_NOT_ASKED;
+        Headless().trust = TRUST_ASK;
+        Answer(answer);
+        Array<u8> out;
+        ASSERT_TRUE(out.Append(u8{1}) && out.Append(u8{2}));
+        FileRequest request;
+        request.path = u"a";
+        EXPECT_EQ(ReadForeignFile(0, request, out), answer == IDYES ? READ_GOOD : READ_REFUSED);
+        EXPECT_TRUE(out.IsEmpty());
+    }
+}
+
 }  // namespace
 }  // namespace tally

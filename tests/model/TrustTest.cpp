@@ -50,6 +50,23 @@ TEST_F(TrustQuestions, ABookIsAskedForOnceForEachUse) {
     }
 }
 
+// The box runs a loop of its own, in which the book may be closed.
+TEST_F(TrustQuestions, ABookThatIsClosedMeanwhileReachesNothing) {
+    static const PlatformTable* before = nullptr;
+    static PlatformTable closing;
+    before = &Platform();
+    closing = Platform();
+    closing.messageBox = [](WideView, WideView, u32) -> i32 {
+        RemoveBook(0);
+        return IDYES;
+    };
+    SetPlatform(&closing);
+    EXPECT_FALSE(MayReachOutside(0, FOREIGN_READ, u"a"));
+    SetPlatform(before);
+    EXPECT_EQ(BookAt(0), nullptr);
+    ASSERT_TRUE(CreateWorkbook(nullptr, false));
+}
+
 TEST_F(TrustQuestions, EveryUseHasItsWords) {
     for (u8 i = 0; i < FOREIGN_USES; ++i) {
         EXPECT_FALSE(TrustUseText(static_cast<ForeignUse>(i)).empty()) << u32{i};

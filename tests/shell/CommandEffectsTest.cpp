@@ -89,8 +89,7 @@ TEST_F(CommandEffects, TheFormatDialogIsAskedForTheAreaAsItIs) {
 }
 
 TEST_F(CommandEffects, AFontNameThatIsTooLongIsCut) {
-    Enter("B2", "x");
-    Select("B2");
+    CellFormatQuestion question;
     HeadlessDialogs().whileOpen = [](Dialog& dialog) {
         for (const Control& control : dialog.controls)
             if (control.row.kind == CONTROL_PAGES) UserChooses(dialog, control.row.id, 2);
@@ -101,12 +100,12 @@ TEST_F(CommandEffects, AFontNameThatIsTooLongIsCut) {
         }
         UserAccepts(dialog);
     };
-    PressKey('1', KEY_CTRL);
-    const CellRecord* cell = CellAtName("B2");
-    ASSERT_NE(cell, nullptr);
-    const Workbook& book = *CurrentWorkbook();
-    const FontRecord& font = ResolveFont(book, ResolveCellFormat(book, cell->format).font);
-    EXPECT_EQ(Narrow(WideView(font.faceName)), "abcdefghijklmnopqrstuvwxyzABCDE");
+    ASSERT_TRUE(AskCellFormat(question));
+    const FaceField& name = question.request.fontName;
+    ASSERT_TRUE(name.present);
+    EXPECT_EQ(Narrow(WideView(name.value, std::size(name.value) - 1)), "abcdefghijklmnopqrstuvwxyzABCDE");
+    EXPECT_EQ(name.value[std::size(name.value) - 1], 0);
+    EXPECT_FALSE(question.request.bold.present);
 }
 
 TEST_F(CommandEffects, ANameIsSeenFromTheRowAndTheColumnOfTheActiveCell) {
@@ -144,8 +143,11 @@ TEST_F(CommandEffects, ALinkThatLedOutLeavesNoGesture) {
     EXPECT_EQ(Shell().gesture, GESTURE_NONE);
     EXPECT_FALSE(HeadlessFrame().captured);
     Headless().trust = TRUST_OPEN;
+    HeadlessFrame().opensExternally = true;
     Select("A1");
+    const u32 opened = HeadlessFrame().opened.Count();
     IgnoreFailure(Send(WM_LBUTTONDOWN, x, y));
+    EXPECT_EQ(HeadlessFrame().opened.Count(), opened + 1);
     EXPECT_EQ(Shell().gesture, GESTURE_NONE);
 }
 

@@ -227,6 +227,15 @@ TEST_F(ShellLooks, OfTheDialogs) {
              {"conditions", [] { PickCommand(422); }},
              {"tab colour", [] { PickCommand(413); }},
              {"names", [] { PickCommand(168); }},
+             {"names, one chosen",
+              [] {
+                  HeadlessDialogs().whileOpen = [](Dialog& dialog) {
+                      for (const Control& control : dialog.controls)
+                          if (control.row.kind == CONTROL_LIST) UserChooses(dialog, control.row.id, 0);
+                      AddDialog(dialog);
+                  };
+                  PickCommand(168);
+              }},
          }) {
         kept += std::string("== ") + row.name + "\n";
         const u32 before = HeadlessDialogs().shown.Count();
