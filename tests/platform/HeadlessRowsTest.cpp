@@ -5,6 +5,7 @@
 #include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "platform/headless/HeadlessPrinting.h"
+#include "platform/headless/HeadlessShell.h"
 #include "platform/posix/PosixForeign.h"
 #include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
@@ -16,11 +17,14 @@ class HeadlessRows : public testing::Test {
   protected:
     void SetUp() override {
         UseHeadlessPlatform();
+        UseHeadlessShell();
+        ResetHeadlessShell();
         ResetHeadlessPrinter();
         Headless().filesInMemory = true;
     }
     void TearDown() override {
         ResetHeadlessPrinter();
+        ResetHeadlessShell();
         ResetHeadlessPlatform();
     }
 };
@@ -123,6 +127,50 @@ TEST_F(HeadlessRows, FieldsAreFoundByTheirPlace) {
     EXPECT_FALSE(FillIn(dialog, u"205", u"none"));
     const char* texts[] = {"", "first", "", "second", "third"};
     for (u32 i = 0; i < 5; ++i) EXPECT_EQ(Narrow(dialog.controls[i].text), texts[i]) << i;
+}
+
+TEST_F(HeadlessRows, OfSeveralFormsThatFitTheFirstIsTaken) {
+    const FileFilter filters[] = {
+        {u"texts", u"*.txt"}, {u"books", u"*.xls"}, {u"old books", u"*.xls"}, {u"other", u"*.XLS"}};
+    WideText path;
+    i32 filter = 0;
+    ASSERT_TRUE(HeadlessFrame().dialogPath.Assign(u"/a.xls"));
+    ASSERT_TRUE(ShellPlatform().saveFileDialog(std::span(filters), filter, path));
+    EXPECT_EQ(filter, 1);
+    EXPECT_EQ(Narrow(path), "/a.xls");
+}
+
+TEST_F(HeadlessRows, ARecordHoldsWhatAPictureAndAShapeHave) {
+    Array<DrawRecord> records;
+    DrawTarget target = MakeRecordTarget(records, 50, 50);
+    const u32 pixels[] = {1, 2, 3, 4, 5, 6};
+    const struct {
+        i32 width, height;
+        u32 kept;
+    } sizes[] = {{3, 2, 6}, {1, 1, 1}, {0, 2, 0}, {2, 0, 0}, {-1, 2, 0}, {2, -3, 0}};
+    for (const auto& size : sizes) {
+        DrawPicture(target, {1, 2, 9, 8}, {size.width, size.height, pixels});
+        const DrawRecord& record = records.Last();
+        EXPECT_EQ(record.kind, DRAW_PICTURE);
+        EXPECT_EQ(record.rect, (PixelRect{1, 2, 9, 8}));
+        EXPECT_EQ(record.picture.Count(), size.kept);
+        EXPECT_EQ(record.pictureWidth, size.kept ? size.width : 0);
+        EXPECT_EQ(record.pictureHeight, size.kept ? size.height : 0);
+    }
+    for (const ShapeKind kind : {SHAPE_RECTANGLE, SHAPE_ELLIPSE, SHAPE_ARC, SHAPE_CHORD, SHAPE_PIE}) {
+        const Pen pen = {7, PEN_DASH, 2, 3};
+        const Brush brush = {.colour = 8, .pattern = 4, .backColour = 9};
+        DrawShape(target, {kind, {1, 2, 30, 20}, {3, 4}, {5, 6}}, pen, brush);
+        const DrawRecord& record = records.Last();
+        EXPECT_EQ(record.kind, DRAW_SHAPE);
+        EXPECT_EQ(record.style, kind);
+        EXPECT_EQ(record.pen, pen);
+        EXPECT_EQ(record.brush, brush);
+        EXPECT_EQ(record.start, (PixelPoint{3, 4}));
+        EXPECT_EQ(record.end, (PixelPoint{5, 6}));
+        EXPECT_EQ(record.colour, 8u);
+    }
+    EXPECT_EQ(records.Count(), 11u);
 }
 
 TEST_F(HeadlessRows, AProgramIsStartedWithAllOfItsWordsOrNotAtAll) {
