@@ -85,6 +85,7 @@ struct DialogView {
     QTimer timer;
     QEventLoop loop;
     bool filling = false;  // changes come from the record, not from the user
+    i32 givenFocus = -1;   // the control that the record last wanted the focus for, or that the user gave it to
 };
 
 // Innermost last.
@@ -102,6 +103,7 @@ void DialogWindow::reject() {
 
 bool FocusTap::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::FocusIn && !view_.filling) {
+        view_.givenFocus = id_;
         UserFocuses(view_.dialog, id_);
         Settle(view_);
     }
@@ -406,7 +408,18 @@ bool CanFocus(const DialogView& view, u32 index) {
            view.dialog.controls[index].row.kind != CONTROL_PAGES;
 }
 
+bool HoldsFocus(const DialogView& view) {
+    const QWidget* focus = view.window.focusWidget();
+    for (u32 i = 0; focus && i < view.dialog.controls.Count(); ++i)
+        if (view.widgets[i] == focus) return CanFocus(view, i) || qobject_cast<const QTabBar*>(focus);
+    return false;
+}
+
+// The focus goes where the record wants it now. Where the user took it, it stays: the control that he left may
+// still tell of a change.
 void GiveFocus(DialogView& view) {
+    if (view.dialog.focus == view.givenFocus && HoldsFocus(view)) return;
+    view.givenFocus = view.dialog.focus;
     for (u32 i = 0; i < view.dialog.controls.Count(); ++i) {
         if (!CanFocus(view, i)) continue;
         if (view.dialog.focus && view.dialog.controls[i].row.id != view.dialog.focus) continue;

@@ -91,6 +91,7 @@ Extent LeafSize(const Control& control, const Units& units) {
         case CONTROL_MULTILINE:
             return {asked ? asked : 40 * units.digit, lines * (units.line + ScreenLength(1)) + units.gap};
         case CONTROL_PAINTED:
+            if ((row.flags & CONTROL_PICKER) && row.lines <= 1) return {asked ? asked : 20 * units.digit, edit};
             return {asked ? asked : 20 * units.digit, (row.lines > 0 ? row.lines : 1) * units.line + units.gap};
         default: return {asked ? asked : 20 * units.digit, edit};
     }
@@ -113,7 +114,7 @@ struct Layouter {
         if (container < 0) return units.margin;
         if (IsStrip(container)) return 0;
         switch (dialog.controls[static_cast<u32>(container)].row.kind) {
-            case CONTROL_GROUP: return units.line + units.gap;
+            case CONTROL_GROUP: return units.line + 2 * units.gap;
             case CONTROL_PAGES:
                 return dialog.controls[static_cast<u32>(container)].row.flags & CONTROL_NO_TABS
                            ? 0
@@ -165,7 +166,7 @@ struct Layouter {
         i32 sum = 0;
         for (i32 i = first; i < first + count; ++i) {
             const i32 size = sizes[static_cast<std::size_t>(i)];
-            sum += size + (i > first && size ? gap : 0);
+            sum += size + (sum && size ? gap : 0);
         }
         return sum;
     }
@@ -206,8 +207,39 @@ struct Layouter {
         return offset;
     }
 
+    // What takes all the height that there is.
+    static bool IsHigh(const Control& control) {
+        switch (control.row.kind) {
+            case CONTROL_GROUP:
+            case CONTROL_PAGES:
+            case CONTROL_PAGE:
+            case CONTROL_LIST:
+            case CONTROL_MULTILINE: return true;
+            case CONTROL_PAINTED: return !(control.row.flags & CONTROL_PICKER) || control.row.lines > 1;
+            default: return (control.row.flags & CONTROL_FILL_HEIGHT) != 0;
+        }
+    }
+
+    // Whether a label stands beside something high, whose first line it belongs to.
+    bool LeadsToHigh(u32 label) const {
+        const Control& control = dialog.controls[label];
+        if (control.row.kind != CONTROL_LABEL || label + 1 >= dialog.controls.Count()) return false;
+        const Control& next = dialog.controls[label + 1];
+        return next.container == control.container && next.row.cell.row == control.row.cell.row && IsHigh(next);
+    }
+
+    // What is left over of the height goes to the last line when something in it can use it.
+    bool LastLineIsHigh(i32 container, i32 rows) const {
+        for (const Control& control : dialog.controls)
+            if (Holds(container, control) && IsHigh(control) &&
+                CellOf(control).row + CellOf(control).rows == rows)
+                return true;
+        return false;
+    }
+
     // What is not stretched keeps its own size at the start of its cells, in the middle of their height.
-    PixelRect InCell(const Control& control, const PixelRect& cell, const Extent& own) const {
+    PixelRect InCell(u32 index, const PixelRect& cell, const Extent& own) const {
+        const Control& control = dialog.controls[index];
         const u16 flags = control.row.flags;
         PixelRect place = cell;
         const ControlKind kind = control.row.kind;
@@ -217,12 +249,10 @@ struct Layouter {
             if (flags & CONTROL_RIGHT) place.left = std::max(cell.left, cell.right - own.width);
             place.right = std::min(cell.right, place.left + own.width);
         }
-        const bool high = kind == CONTROL_GROUP || kind == CONTROL_PAGES || kind == CONTROL_PAGE ||
-                          kind == CONTROL_LIST || kind == CONTROL_MULTILINE || kind == CONTROL_PAINTED ||
-                          (flags & CONTROL_FILL_HEIGHT);
-        if (!high) {
+        if (!IsHigh(control)) {
             // Among buttons in one column the first stands at the top.
-            if (kind != CONTROL_BUTTON) place.top += std::max(0, (cell.bottom - cell.top - own.height) / 2);
+            if (kind != CONTROL_BUTTON && !LeadsToHigh(index))
+                place.top += std::max(0, (cell.bottom - cell.top - own.height) / 2);
             place.bottom = place.top + own.height;
         }
         return place;
@@ -234,7 +264,8 @@ struct Layouter {
         const i32 margin = MarginOf(container), left = room.left + margin, top = room.top + TopOf(container);
         // What is left over goes to the last line.
         Widen(lines.columns, 0, std::max(1, lines.columnCount), room.right - margin - left, 2 * units.gap);
-        Widen(lines.rows, 0, std::max(1, lines.rowCount), room.bottom - margin - top, units.gap);
+        if (LastLineIsHigh(container, lines.rowCount))
+            Widen(lines.rows, 0, std::max(1, lines.rowCount), room.bottom - margin - top, units.gap);
         for (u32 i = 0; i < dialog.controls.Count(); ++i) {
             Control& control = dialog.controls[i];
             if (!Holds(container, control)) continue;
@@ -243,7 +274,7 @@ struct Layouter {
             const i32 y = top + Offset(lines.rows, cell.row, units.gap);
             const PixelRect whole = {x, y, x + Sum(lines.columns, cell.column, cell.columns, 2 * units.gap),
                                      y + Sum(lines.rows, cell.row, cell.rows, units.gap)};
-            control.place = InCell(control, whole, SizeOf(i, depth + 1));
+            control.place = InCell(i, whole, SizeOf(i, depth + 1));
             Place(static_cast<i32>(i), control.place, depth + 1);
         }
     }
