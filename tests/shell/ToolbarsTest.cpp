@@ -3,6 +3,10 @@
 #include <set>
 
 #include "base/MessageTable.h"
+#include "model/BookTable.h"
+#include "shell/frame/Bands.h"
+#include "shell/frame/Settings.h"
+#include "shell/frame/Shell.h"
 #include "shell/frame/Tables.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/Selection.h"
@@ -102,6 +106,62 @@ TEST_F(ToolbarsTest, BandsStandInTheOrderOfTheirIndexesAndAreAsWideAsTheyWere) {
     // Where a band is hidden the others have its room.
     PickCommand(417);
     EXPECT_EQ(PlaceOf(432).left, 2);
+}
+
+// By its grip a band is drawn wider or narrower, past its neighbours and beneath the entry line; where it was
+// left it stands at the next start.
+TEST_F(ToolbarsTest, BandsAreMovedByTheirGripsAndStayWhereTheyWereLeft) {
+    for (const i32 command : {418, 438}) PickCommand(command);
+    const auto lefts = [] {
+        return std::to_string(PlaceOf(110).left) + " " + std::to_string(PlaceOf(432).left) + " " +
+               std::to_string(PlaceOf(439).left);
+    };
+    const auto drag = [](BandNumber band, i32 dx, i32 dy = 0) {
+        const PixelRect grip = GripPlace(band);
+        ASSERT_FALSE(IsEmptyRect(grip));
+        DragMouse(grip.left + 4, grip.top + 10, grip.left + 4 + dx, grip.top + 10 + dy);
+        EXPECT_FALSE(HeadlessFrame().captured);
+    };
+    ASSERT_EQ(lefts(), "2 209 350");
+    EXPECT_TRUE(IsEmptyRect(GripPlace(BAND_STANDARD)));  // nothing stands before it
+    EXPECT_EQ(GripPlace(BAND_FORMAT), (PixelRect{200, 0, 209, 25}));
+    drag(BAND_FORMAT, 91);
+    EXPECT_EQ(lefts(), "2 300 441");
+    drag(BAND_FORMAT, -40);
+    EXPECT_EQ(lefts(), "2 260 401");
+    drag(BAND_FORMAT, -58);  // no narrower than the buttons before it
+    EXPECT_EQ(lefts(), "2 209 350");
+    drag(BAND_FORMAT, 197);  // past the middle of the next one
+    EXPECT_EQ(lefts(), "2 406 209");
+    drag(BAND_FORMAT, -320);
+    EXPECT_EQ(lefts(), "143 2 350");  // past both at once
+    // The buttons are pressed where they stand now, and the space between them presses none.
+    MoveTo(PlaceOf(439).left + 3, 10);
+    EXPECT_EQ(Narrow(HeadlessFrame().toolTip), Narrow(Message(MSG_TIP_CANCEL)));
+    MoveTo(GripPlace(BAND_ENTRY).left + 3, 10);
+    EXPECT_TRUE(HeadlessFrame().toolTip.IsEmpty());
+    PaintHeadless();
+    const PixelRect strip = Shell().layout.toolbar, line = Shell().layout.entryLine;
+    drag(BAND_STANDARD, 0, 40);
+    EXPECT_EQ(Shell().layout.entryLine.top, 0);
+    EXPECT_EQ(Shell().layout.toolbar.top, Shell().layout.entryLine.bottom);
+    EXPECT_EQ(Shell().layout.toolbar.bottom, line.bottom);
+    EXPECT_EQ(Shell().layout.grid.top, line.bottom);
+    EXPECT_EQ(PlaceOf(110).top, Shell().layout.toolbar.top + 1);
+    drag(BAND_ENTRY, 15);
+    SaveSettings();
+    ResetShell();
+    ResetBooks();
+    StartShell(u"");
+    EXPECT_EQ(Shell().layout.entryLine.top, 0);
+    EXPECT_EQ(lefts(), "143 2 365");
+    drag(BAND_STANDARD, 0, -30);
+    EXPECT_EQ(Shell().layout.toolbar, strip);
+    EXPECT_EQ(Shell().layout.entryLine, line);
+    // Without the entry line there is nothing to go below.
+    PickCommand(419);
+    drag(BAND_STANDARD, 0, 100);
+    EXPECT_EQ(Shell().layout.toolbar, strip);
 }
 
 TEST_F(ToolbarsTest, AButtonRunsItsCommandWhenItIsReleasedOverIt) {

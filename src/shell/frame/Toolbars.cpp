@@ -1,12 +1,12 @@
 #include "shell/frame/Toolbars.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <utility>
 
 #include "base/MessageTable.h"
 #include "model/BookTable.h"
+#include "shell/frame/Bands.h"
 #include "shell/frame/Tables.h"
 #include "shell/grid/Layout.h"
 
@@ -28,7 +28,7 @@ constexpr ToolbarButton buttons[] = {
 constexpr std::size_t BUTTONS = std::size(buttons);
 
 // Lengths on a screen with 96 pixels to the inch.
-constexpr i32 BUTTON_SIZE = 22, BAND_GAP = 9, STRIP_MARGIN = 2, IMAGE_SIZE = 16;
+constexpr i32 BUTTON_SIZE = 22, IMAGE_SIZE = 16;
 constexpr u32 FACE = 0xF0F0F0, LIGHT = 0xE0D8D0, PRESSED = 0xD0C0B0, EDGE = 0xA0A0A0;
 constexpr u32 INK = 0x404040, GREY = 0xB0B0B0, WHITE = 0xFFFFFF, BLUE = 0xB06030, RED = 0x3030C0,
               GREEN = 0x309030, SAND = 0x80C8E8;
@@ -84,38 +84,6 @@ constexpr Letters letters[] = {
     {167, u"fx", 400, true, false}, {389, u"Σ", 700, false, false}, {432, u"B", 700, false, false},
     {433, u"I", 400, true, false},  {434, u"U", 400, false, true},  {441, u"{ }", 700, false, false},
 };
-
-i32 ButtonsWidth(BandNumber band) {
-    const auto count = std::count_if(std::begin(buttons), std::end(buttons),
-                                     [band](const ToolbarButton& button) { return button.band == band; });
-    return static_cast<i32>(count) * ScreenLength(BUTTON_SIZE);
-}
-
-// Where a shown band begins in the strip. The bands stand in the order of their indexes, those of the same in
-// that of their numbers. Each takes the room of its buttons, and what its own width wants beyond that as long
-// as all the others keep theirs; a width as large as the strip's wants nothing.
-i32 BandLeft(BandNumber band) {
-    const PixelRect& strip = Shell().layout.toolbar;
-    std::array<BandNumber, 3> order = {BAND_STANDARD, BAND_FORMAT, BAND_ENTRY};
-    std::stable_sort(order.begin(), order.end(), [](BandNumber a, BandNumber b) {
-        return Shell().bands[a].index < Shell().bands[b].index;
-    });
-    const i32 gap = ScreenLength(BAND_GAP), margin = ScreenLength(STRIP_MARGIN);
-    const i32 whole = strip.right - strip.left;
-    i32 spare = whole - 2 * margin + gap;
-    for (const BandNumber each : order)
-        if (IsBandShown(each)) spare -= ButtonsWidth(each) + gap;
-    i32 left = strip.left + margin;
-    for (const BandNumber each : order) {
-        if (each == band) break;
-        if (!IsBandShown(each)) continue;
-        const i32 width = Shell().bands[each].width, least = ButtonsWidth(each);
-        const i32 more = width < whole ? std::clamp(width - least, 0, std::max(0, spare)) : 0;
-        spare -= more;
-        left += least + more + gap;
-    }
-    return left;
-}
 
 i32 ButtonAt(i32 x, i32 y) {
     for (std::size_t i = 0; i < BUTTONS; ++i)
@@ -193,6 +161,12 @@ void PaintButton(DrawTarget& target, std::size_t index) {
 
 std::span<const ToolbarButton> ToolbarButtons() { return buttons; }
 
+i32 ButtonsWidth(BandNumber band) {
+    const auto count = std::count_if(std::begin(buttons), std::end(buttons),
+                                     [band](const ToolbarButton& button) { return button.band == band; });
+    return static_cast<i32>(count) * ScreenLength(BUTTON_SIZE);
+}
+
 PixelRect ButtonPlace(std::size_t button) {
     const PixelRect& strip = Shell().layout.toolbar;
     const BandNumber band = buttons[button].band;
@@ -218,6 +192,7 @@ void RefreshToolbars() {
 void PaintToolbars(DrawTarget& target) {
     const PixelRect& strip = Shell().layout.toolbar;
     FillRect(target, strip, FACE);
+    PaintGrips(target);
     for (std::size_t i = 0; i < BUTTONS; ++i)
         if (!IsEmptyRect(ButtonPlace(i))) PaintButton(target, i);
 }
@@ -225,17 +200,20 @@ void PaintToolbars(DrawTarget& target) {
 bool PressToolbar(i32 x, i32 y) {
     if (!RectHolds(Shell().layout.toolbar, x, y)) return false;
     SetHover(ButtonAt(x, y));
+    if (PressGrip(x, y)) return true;
     Shell().toolbar.pressed = Shell().toolbar.hover;
     InvalidateButton(Shell().toolbar.pressed);
     return true;
 }
 
 bool MoveOnToolbar(i32 x, i32 y) {
+    if (DragGrip(x, y)) return true;
     SetHover(ButtonAt(x, y));
     return Shell().toolbar.pressed >= 0 || RectHolds(Shell().layout.toolbar, x, y);
 }
 
 bool ReleaseToolbar(i32 x, i32 y) {
+    if (ReleaseGrip()) return true;
     const i32 pressed = std::exchange(Shell().toolbar.pressed, -1);
     if (pressed < 0) return false;
     InvalidateButton(pressed);

@@ -12,6 +12,8 @@ struct ToolbarButton {
 };
 std::span<const ToolbarButton> ToolbarButtons();
 
+// Pixels that the buttons of a band take side by side.
+i32 ButtonsWidth(BandNumber band);
 // The place of a button in the strip; empty while its band is hidden.
 PixelRect ButtonPlace(std::size_t button);
 // What has changed about the buttons since the last call is painted anew.

@@ -105,6 +105,17 @@ void UpdateScrollBars(bool showVertical, bool showHorizontal) {
     ShellPlatform().setScrollBar(false, horizontal);
 }
 
+// Bands stand in the order of their indexes, those of the same in that of their numbers.
+bool IsLineAboveToolbars() {
+    if (!IsBandShown(BAND_FORMULA)) return false;
+    const i32 line = Shell().bands[BAND_FORMULA].index;
+    for (const i32 band : {BAND_STANDARD, BAND_FORMAT, BAND_ENTRY})
+        if (IsBandShown(band) &&
+            (Shell().bands[band].index < line || (Shell().bands[band].index == line && band < BAND_FORMULA)))
+            return false;
+    return true;
+}
+
 bool FullScreen() { return (Shell().options5 & OPTION_FULL_SCREEN) != 0; }
 
 // The strips around the grid, from the top and the bottom inwards.
@@ -118,15 +129,19 @@ void PlaceStrips(const Workbook* book, const Sheet* sheet, const ScreenMetrics& 
                             layout.width, bottom};
         bottom = layout.statusBar.top;
     }
-    if (IsBandShown(BAND_STANDARD) || IsBandShown(BAND_FORMAT) || IsBandShown(BAND_ENTRY)) {
-        layout.toolbar = {0, 0, layout.width, ScreenLength(TOOLBAR_HEIGHT)};
+    const bool lineFirst = book && IsLineAboveToolbars();
+    const auto placeToolbars = [&] {
+        if (!IsBandShown(BAND_STANDARD) && !IsBandShown(BAND_FORMAT) && !IsBandShown(BAND_ENTRY)) return;
+        layout.toolbar = {0, top, layout.width, top + ScreenLength(TOOLBAR_HEIGHT)};
         top = layout.toolbar.bottom;
-    }
+    };
+    if (!lineFirst) placeToolbars();
     if (!book) return;
     if (IsBandShown(BAND_FORMULA)) {
         layout.entryLine = {0, top, layout.width, top + screen.fontHeight + ScreenLength(ENTRY_LINE_PADDING)};
         top = layout.entryLine.bottom;
     }
+    if (lineFirst) placeToolbars();
     const bool showBar = book->showHorizontalScrollBar && !full && HasCells(sheet);
     const bool showTabs = book->showSheetTabs && !full;
     const i32 bar = ScreenLength(SCROLL_BAR_SIZE);

@@ -59,6 +59,8 @@ struct Toolbar {
     u32 enabled = 0;  // bit by bit, as they were last shown
     i32 hover = -1;   // under the pointer
     i32 pressed = -1;
+    i32 dragged = -1;    // the band that is moved by its grip
+    i32 dragOffset = 0;  // of the pointer from where the band begins
 };
 
 // While a reference is written into the entry line by keys or the mouse.
