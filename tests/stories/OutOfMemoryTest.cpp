@@ -20,7 +20,7 @@
 #include "shell/state/ShellState.h"
 #include "support/BiffBuilder.h"
 #include "support/FailingAllocator.h"
-#include "support/Sandbox.h"
+#include "support/ShellSandbox.h"
 
 namespace tally {
 namespace {
@@ -211,20 +211,8 @@ u32 MemoryBoxes() {
 }
 
 void SetUpWorld(const std::vector<u8>& file) {
-    UseHeadlessPlatform();
-    Headless().filesInMemory = true;
-    Headless().fixedClock = true;
+    BeginBareProgram();
     ASSERT_TRUE(PutMemoryFile(u"/book.xls", ByteView(file.data(), file.size())));
-    ResetHeadlessShell();
-    UseHeadlessShell();
-    ResetShell();
-}
-
-void TearDownWorld() {
-    StopShell();
-    ResetHeadlessShell();
-    ResetLocaleSettings();
-    ResetHeadlessPlatform();
 }
 
 // What a refused start needs before it is tried again.
@@ -237,8 +225,7 @@ class OutOfMemory : public testing::Test {
   protected:
     void SetUp() override {
         UseHeadlessPlatform();
-        UseHeadlessShell();
-        TearDownWorld();
+        EndBareProgram();
     }
     void TearDown() override {
         UseHeadlessPlatform();
@@ -277,7 +264,7 @@ bool Walk(std::size_t refused, u64 n, test::FailingAllocator& allocator, const s
                                      << steps[refused].name << " was refused";
         if (testing::Test::HasFailure()) break;
     }
-    TearDownWorld();
+    EndBareProgram();
     return failed;
 }
 

@@ -1,6 +1,7 @@
 #include "support/ShellSandbox.h"
 
 #include "base/Memory.h"
+#include "display/LocaleSettings.h"
 #include "formula/FormulaText.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "shell/frame/FramePaint.h"
@@ -11,6 +12,23 @@
 #include "shell/state/ShellState.h"
 
 namespace tally {
+
+void BeginBareProgram() {
+    UseHeadlessPlatform();
+    Headless().filesInMemory = true;
+    Headless().fixedClock = true;
+    ResetHeadlessShell();
+    UseHeadlessShell();
+    ResetShell();
+}
+
+void EndBareProgram() {
+    UseHeadlessShell();
+    StopShell();
+    ResetHeadlessShell();
+    ResetLocaleSettings();
+    ResetHeadlessPlatform();
+}
 
 void ShellSandbox::SetUp() {
     Sandbox::SetUp();
