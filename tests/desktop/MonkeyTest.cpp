@@ -37,6 +37,8 @@ constexpr Qt::Key keys[] = {Qt::Key_Return, Qt::Key_Return,   Qt::Key_Escape, Qt
 struct RandomUser {
     std::mt19937 random{20261122};
     int acts = 0, dialogs = 0, menus = 0;
+    QWidget* front = nullptr;
+    int patience = 0;   // acts that are left to what lies in front
     bool ends = false;  // closes what is open, and then the program
     std::string fault;
 };
@@ -136,6 +138,11 @@ void Act() {
     if (user->acts % 64 == 0 && user->fault.empty()) user->fault = BrokenInvariant();
     QWidget* front = FrontWindow();
     if (!front) return;
+    if (front != user->front) user->patience = 100;
+    user->front = front;
+    const bool inTheWay =
+        front == QApplication::activePopupWidget() || front == QApplication::activeModalWidget();
+    if (inTheWay && user->patience-- <= 0) return CloseFront();
     user->dialogs += front == QApplication::activeModalWidget();
     user->menus += qobject_cast<QMenu*>(front) != nullptr;
     // No file but those of the tests is written.

@@ -6,8 +6,8 @@
 
 namespace tally {
 
-// The platform and the shell around a program that a test starts itself (StartShell), and their end, after which
-// they hold no memory: for tests with an allocator of their own.
+// The platform and the shell around a program that a test starts itself (StartShell), and their end, after
+// which they hold no memory: for tests with an allocator of their own.
 void BeginBareProgram();
 void EndBareProgram();
 
