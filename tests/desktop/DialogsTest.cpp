@@ -222,6 +222,27 @@ TEST_F(DialogsOnScreen, ADoubleClickOnAnItemAccepts) {
     EXPECT_EQ(seen.item, 0);
 }
 
+TEST_F(DialogsOnScreen, OneInAnotherTakesKeysAndTheMouseWhichTheOuterDoesNot) {
+    EXPECT_TRUE(Show([](QDialog& outer) {
+        QTimer::singleShot(10, [&outer] {
+            auto* inner = qobject_cast<QDialog*>(TopDialogWindow());
+            ASSERT_NE(inner, nullptr);
+            ASSERT_NE(inner, &outer);
+            EXPECT_TRUE(inner->isEnabled());
+            EXPECT_FALSE(outer.isEnabled());
+            auto* name = inner->findChild<QLineEdit*>();
+            name->selectAll();
+            QTest::keyClicks(name, "inner");
+            QTest::mouseClick(Button(*inner, QStringLiteral("确定")), Qt::LeftButton);
+        });
+        EXPECT_TRUE(RunDialog(table, nullptr));
+        EXPECT_EQ(seen.name, "inner");
+        EXPECT_TRUE(outer.isEnabled());
+        QTest::mouseClick(Button(outer, QStringLiteral("确定")), Qt::LeftButton);
+    }));
+    EXPECT_EQ(seen.name, "given");
+}
+
 TEST_F(DialogsOnScreen, OneThatDoesNotAcceptStays) {
     EXPECT_FALSE(Show([](QDialog& dialog) {
         auto* name = dialog.findChild<QLineEdit*>();

@@ -110,10 +110,16 @@ void UseMenu(QWidget* front) {
 QWidget* FrontWindow() {
     if (QWidget* popup = QApplication::activePopupWidget()) return popup;
     if (QWidget* modal = QApplication::activeModalWidget()) return modal;
-    if (QWidget* active = QApplication::activeWindow()) return active;
-    for (QWidget* window : QApplication::topLevelWidgets())
-        if (window->isVisible()) return window;
-    return nullptr;
+    // A dialog disables the one that it lies on; without a window manager it need not become the active window.
+    QWidget* active = QApplication::activeWindow();
+    if (active && active->isEnabled()) return active;
+    QWidget* frame = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (!window->isVisible() || !window->isEnabled()) continue;
+        if (qobject_cast<QDialog*>(window)) return window;
+        frame = window;
+    }
+    return frame;
 }
 
 void Press(QAbstractButton* button) {
@@ -140,10 +146,9 @@ void Act() {
     if (!front) return;
     if (front != user->front) user->patience = 100;
     user->front = front;
-    const bool inTheWay =
-        front == QApplication::activePopupWidget() || front == QApplication::activeModalWidget();
+    const bool inTheWay = front == QApplication::activePopupWidget() || qobject_cast<QDialog*>(front);
     if (inTheWay && user->patience-- <= 0) return CloseFront();
-    user->dialogs += front == QApplication::activeModalWidget();
+    user->dialogs += qobject_cast<QDialog*>(front) != nullptr;
     user->menus += qobject_cast<QMenu*>(front) != nullptr;
     // No file but those of the tests is written.
     if (auto* files = qobject_cast<QFileDialog*>(front)) return files->reject();

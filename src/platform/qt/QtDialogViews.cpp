@@ -498,6 +498,8 @@ void QtRunDialog(Dialog& dialog) {
     Frame* frame = FrameInUse();
     DialogView view(dialog, DialogParent());
     if (!modalViews.empty()) modalViews.back()->window.setEnabled(false);
+    // A window is disabled with the one that it belongs to.
+    view.window.setEnabled(true);
     if (frame) frame->menuBar.setEnabled(false);
     modalViews.push_back(&view);
     Open(view);
