@@ -2,7 +2,8 @@
 build_packages="ca-certificates g++ cmake ninja-build libicu-dev qt6-base-dev zlib1g-dev libpng-dev
   libcli11-dev nlohmann-json3-dev fonts-liberation fonts-wqy-microhei qt6-translations-l10n
   fonts-crosextra-carlito fonts-crosextra-caladea"
-test_packages="libgtest-dev libbenchmark-dev clang-format xvfb xauth xdotool matchbox-window-manager poppler-utils"
+test_packages="libgtest-dev libbenchmark-dev clang-format xvfb xauth xdotool matchbox-window-manager poppler-utils
+  x11-xkb-utils dbus ibus ibus-libpinyin"
 
 # ensure_packages NAME...: asks for the rights only when something is missing.
 ensure_packages() {

@@ -47,7 +47,7 @@ class InputMethodTest : public testing::Test {
         QApplication::sendEvent(Focus(), &event);
     }
     static QWidget* Focus() { return FrameInUse()->window.focusWidget(); }
-    static bool IsInLine() { return Focus() == &EditBox(ENTRY_LINE); }
+    static bool IsInLine() { return FrameInUse()->wanted == ENTRY_LINE; }
     static void Press(Qt::Key key) { QTest::keyClick(Focus(), key); }
     static std::string Line() {
         WideText text;
@@ -68,7 +68,7 @@ class InputMethodTest : public testing::Test {
 TEST_F(InputMethodTest, TheLineOwnsTheCompositionFromTheFirstKey) {
     Compose("n");
     EXPECT_TRUE(IsEditing());
-    EXPECT_FALSE(IsInLine());  // the focus would end the composition
+    EXPECT_TRUE(IsInLine());
     EXPECT_EQ(Unfinished(), "n");
     EXPECT_EQ(Line(), "");
     Compose("ni");
@@ -98,7 +98,7 @@ TEST_F(InputMethodTest, APartMayBeCommittedWhileTheRestGoesOn) {
     Compose("hao", "你");
     EXPECT_EQ(Line(), "你");
     EXPECT_EQ(Unfinished(), "hao");
-    EXPECT_FALSE(IsInLine());
+    EXPECT_TRUE(IsInLine());
     Compose("", "好");
     EXPECT_EQ(Line(), "你好");
     EXPECT_TRUE(IsInLine());
@@ -145,7 +145,7 @@ TEST_F(InputMethodTest, ADeadKeyThatShowsItselfGivesOneLetter) {
 TEST_F(InputMethodTest, QuestionsAreAnsweredForTheLineWhileItComposes) {
     const auto ask = [](Qt::InputMethodQuery query) {
         QInputMethodQueryEvent event(query);
-        QApplication::sendEvent(&FrameInUse()->client, &event);
+        QApplication::sendEvent(&EditBox(ENTRY_LINE), &event);
         return event.value(query);
     };
     EXPECT_TRUE(ask(Qt::ImEnabled).toBool());
@@ -155,8 +155,37 @@ TEST_F(InputMethodTest, QuestionsAreAnsweredForTheLineWhileItComposes) {
     EXPECT_EQ(ask(Qt::ImSurroundingText).toString().toStdString(), "你好");
     EXPECT_EQ(ask(Qt::ImCursorPosition).toInt(), 2);
     const QRect place = ask(Qt::ImCursorRectangle).toRect();
-    EXPECT_TRUE(EditBox(ENTRY_LINE).geometry().intersects(place));
+    EXPECT_TRUE(EditBox(ENTRY_LINE).rect().intersects(place));
     Compose("", "");
+}
+
+// Each change of the focus would take from an input method what it composes.
+TEST_F(InputMethodTest, TheFocusStaysInTheLine) {
+    EXPECT_EQ(Focus(), &EditBox(ENTRY_LINE));
+    EXPECT_FALSE(IsInLine());
+    Compose("n");
+    Compose("", "你");
+    Press(Qt::Key_Return);
+    EXPECT_FALSE(IsInLine());
+    QtShellPlatform().placeEdit(ENTRY_LINE, {}, false);
+    QTest::mouseClick(&FrameInUse()->client, Qt::LeftButton, {}, QPoint(200, 200));
+    EXPECT_EQ(Focus(), &EditBox(ENTRY_LINE));
+    EXPECT_LT(EditBox(ENTRY_LINE).geometry().bottom(), 0);
+}
+
+TEST_F(InputMethodTest, AClickOrAnotherWindowEndsTheComposition) {
+    const RefArea first = CurrentSheet()->view.selection;
+    Compose("ni");
+    QTest::mouseClick(&FrameInUse()->client, Qt::LeftButton, {}, QPoint(200, 200));
+    EXPECT_NE(CurrentSheet()->view.selection.firstRow, first.firstRow);
+    EXPECT_EQ(TextAt(first.firstRow, first.firstColumn), "ni");
+    EXPECT_EQ(Unfinished(), "");
+    Compose("hao");
+    QFocusEvent away(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(&EditBox(ENTRY_LINE), &away);
+    EXPECT_EQ(Line(), "hao");
+    EXPECT_EQ(Unfinished(), "");
+    EXPECT_TRUE(IsEditing());
 }
 
 TEST_F(InputMethodTest, WhereNothingCanBeTypedNothingIsComposed) {

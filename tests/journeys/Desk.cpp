@@ -7,9 +7,11 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -23,7 +25,7 @@ constexpr auto PATIENCE = std::chrono::seconds(20);
 constexpr auto STEP = std::chrono::milliseconds(10);
 
 struct DeskState {
-    pid_t server = 0, manager = 0, program = 0;
+    pid_t server = 0, manager = 0, program = 0, bus = 0, inputMethod = 0;
     std::string scratch;
 };
 DeskState desk;
@@ -92,27 +94,40 @@ Output Tool(std::vector<std::string> arguments) {
     return RunTool(arguments);
 }
 
+std::uint32_t BigEndian(const std::string& bytes, std::size_t at) {
+    std::uint32_t number = 0;
+    for (std::size_t i = at; i < at + 4 && i < bytes.size(); ++i)
+        number = number << 8 | static_cast<unsigned char>(bytes[i]);
+    return number;
+}
+
 bool CanRun(const std::string& name) { return RunTool({"sh", "-c", "command -v " + name}).code == 0; }
 
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
-// The display's number, as the server tells it once it takes clients.
-bool StartServer() {
+// A process that tells in the first line of its output where it can be reached, once it can; empty when it
+// ends before.
+std::string StartTelling(const std::vector<std::string>& arguments, pid_t& child) {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return false;
-    // The server writes to its standard output here.
-    desk.server = SpawnBound({"Xvfb", "-displayfd", "1", "-screen", "0",
-                              std::to_string(SCREEN_WIDTH) + "x" + std::to_string(SCREEN_HEIGHT) + "x24",
-                              "-nolisten", "tcp", "-dpi", "96"},
-                             ends[1]);
+    if (pipe2(ends, O_CLOEXEC) != 0) return "";
+    child = SpawnBound(arguments, ends[1]);
     close(ends[1]);
-    std::string number;
-    char digit = 0;
-    while (read(ends[0], &digit, 1) == 1 && digit != '\n') number += digit;
+    std::string line;
+    char unit = 0;
+    while (read(ends[0], &unit, 1) == 1 && unit != '\n') line += unit;
     close(ends[0]);
-    if (number.empty()) return false;
+    if (line.empty()) End(child);
+    return line;
+}
+
+bool StartServer() {
+    const std::string number =
+        StartTelling({"Xvfb", "-displayfd", "1", "-screen", "0",
+                      std::to_string(SCREEN_WIDTH) + "x" + std::to_string(SCREEN_HEIGHT) + "x24", "-nolisten",
+                      "tcp", "-dpi", "96", "-fbdir", desk.scratch},
+                     desk.server);
     setenv("DISPLAY", (":" + number).c_str(), 1);
-    return true;
+    return !number.empty();
 }
 
 // Nothing has the keyboard before the window manager gives it, so it must be there first.
@@ -160,7 +175,9 @@ bool OpenDisplay(std::string& missing) {
     setenv("LANG", "en_US.UTF-8", 1);
     setenv("TALLYMAN_LANGUAGE", "zh", 1);
     setenv("QT_QPA_PLATFORM", "xcb", 1);
-    for (const char* name : {"QT_SCALE_FACTOR", "QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "WAYLAND_DISPLAY"})
+    setenv("GSETTINGS_BACKEND", "memory", 1);
+    for (const char* name : {"QT_SCALE_FACTOR", "QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "WAYLAND_DISPLAY",
+                             "QT_IM_MODULE", "XMODIFIERS", "XDG_CACHE_HOME", "XDG_DATA_HOME"})
         unsetenv(name);
     if (!StartServer()) {
         missing = "a display: Xvfb does not start";
@@ -171,11 +188,42 @@ bool OpenDisplay(std::string& missing) {
     return false;
 }
 
-void CloseDisplay() {
+bool OpenBus(std::string& missing) {
+    const std::string address =
+        StartTelling({"dbus-daemon", "--session", "--nofork", "--print-address=1"}, desk.bus);
+    if (address.empty()) missing = "a message bus: dbus-daemon does not start";
+    else setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    return !address.empty();
+}
+
+bool OpenInputMethod(const std::string& engine) {
+    // Nothing is kept, and no window shows the candidates.
+    desk.inputMethod = SpawnBound({"ibus-daemon", "--panel", "disable", "--emoji-extension", "disable",
+                                   "--config", "/usr/libexec/ibus-memconf"},
+                                  -1);
+    setenv("QT_IM_MODULE", "ibus", 1);
+    return WaitFor([&] {
+        RunTool({"timeout", "20", "ibus", "engine", engine});
+        return FirstLine(RunTool({"timeout", "20", "ibus", "engine"}).text) == engine;
+    });
+}
+
+void CloseInputMethod() {
     StopProgram();
+    End(desk.inputMethod);
+    End(desk.bus);
+    setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    unsetenv("QT_IM_MODULE");
+}
+
+void CloseDisplay() {
+    CloseInputMethod();
     End(desk.manager);
     End(desk.server);
-    if (!desk.scratch.empty()) std::filesystem::remove_all(desk.scratch);
+    // A daemon's children may still be writing there while they end.
+    std::error_code error;
+    if (!desk.scratch.empty())
+        WaitFor([&] { return std::filesystem::remove_all(desk.scratch, error), !error; });
     desk = DeskState();
 }
 
@@ -248,6 +296,33 @@ bool WaitForTitle(const std::string& title) {
 
 bool WaitForOtherTitle(const std::string& title) {
     return WaitFor([&] { return Title() != title; }, std::chrono::seconds(1));
+}
+
+// The server keeps the screen in a file of the form of window dumps: numbers of 32 bits in front, then colours
+// of 12 bytes, then the lines.
+Picture Screen() {
+    const std::string path = desk.scratch + "/Xvfb_screen0";
+    std::string bytes(std::filesystem::file_size(path), '\0');
+    std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    constexpr std::size_t HEADER_SIZE = 0, HEIGHT = 20, LINE_BYTES = 48, COLOURS = 76;
+    const std::size_t start = BigEndian(bytes, HEADER_SIZE) + BigEndian(bytes, COLOURS) * 12u;
+    const std::size_t line = BigEndian(bytes, LINE_BYTES), height = BigEndian(bytes, HEIGHT);
+    // A server that does not answer as expected gives a picture that never changes.
+    if (line < SCREEN_WIDTH * 4u || bytes.size() < start + line * height) return Picture();
+    return {bytes.substr(start, line * height), line};
+}
+
+bool WaitForOtherPicture(const Picture& before) {
+    constexpr std::size_t CARET_WIDTH = 2, PIXEL = 4;
+    return WaitFor([&] {
+        const Picture now = Screen();
+        std::set<std::size_t> different;
+        if (now.lines == before.lines || now.lines.size() != before.lines.size()) return false;
+        const char *left = now.lines.data(), *right = before.lines.data();
+        for (std::size_t at = 0, end = now.lines.size(); at < end; ++at)
+            if (left[at] != right[at]) different.insert(at % now.lineBytes / PIXEL);
+        return different.size() > CARET_WIDTH;
+    });
 }
 
 std::string SavedText(const std::string& path) {

@@ -18,6 +18,13 @@ Output RunTool(const std::vector<std::string>& arguments);
 bool OpenDisplay(std::string& missing);
 void CloseDisplay();
 
+// A message bus of this run's own, on an open display. False, with what is missing, when it does not start.
+bool OpenBus(std::string& missing);
+// An input method on the bus, with this engine; programs that start from now on use it.
+bool OpenInputMethod(const std::string& engine);
+// Ends the program, the input method and the bus.
+void CloseInputMethod();
+
 // Starts the program with these arguments; one at a time.
 void StartProgram(const std::vector<std::string>& arguments);
 // Waits for the end of the program and gives its exit code; -1 when it does not end.
@@ -47,6 +54,14 @@ bool WaitForTitle(const std::string& title);
 bool WaitForOtherTitle(const std::string& title);
 // Title of the window in front now.
 std::string Title();
+// The pixels of the screen, line by line.
+struct Picture {
+    std::string lines;
+    std::size_t lineBytes = 0;
+};
+Picture Screen();
+// Waits until more than a blinking caret is different on the screen.
+bool WaitForOtherPicture(const Picture& before);
 // Waits for a file and gives its bytes; empty when it never comes.
 std::string SavedText(const std::string& path);
 

@@ -22,6 +22,12 @@ void TellChange(EditHandle edit) {
     if (frame && frame->edits[edit] && !frame->edits[edit]->ownChanges) frame->calls.editChanged(edit);
 }
 
+// A widget that is not shown could not have the focus.
+void HideLine(QPlainTextEdit& box) {
+    constexpr int HEIGHT = 20;
+    box.setGeometry(0, -HEIGHT, 1, HEIGHT);
+}
+
 // The control as far as there is one.
 QPlainTextEdit* FindEdit(EditHandle edit) {
     Frame* frame = FrameInUse();
@@ -40,7 +46,8 @@ EditControl::EditControl(EditHandle edit, QWidget& parent)
     box.setLineWrapMode(wraps ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
     box.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     box.document()->setDocumentMargin(1);
-    box.hide();
+    if (edit == ENTRY_LINE) HideLine(box);
+    else box.hide();
     box.installEventFilter(&keys);
     box.viewport()->installEventFilter(&clicks);
     const auto tell = [edit] { TellChange(edit); };
@@ -58,6 +65,10 @@ QPlainTextEdit& EditBox(EditHandle edit) {
 void QtPlaceEdit(EditHandle edit, const PixelRect& place, bool shown) {
     if (!FrameInUse() || (!shown && !FindEdit(edit))) return;
     QPlainTextEdit& box = EditBox(edit);
+    if (!shown && edit == ENTRY_LINE) {
+        HideLine(box);
+        return;
+    }
     box.setGeometry(place.left, place.top, std::max(0, place.right - place.left),
                     std::max(0, place.bottom - place.top));
     box.setVisible(shown);
@@ -109,11 +120,17 @@ void QtReplaceEditSelection(EditHandle edit, WideView text) {
     box.setTextCursor(cursor);
 }
 
-void QtFocusEdit(EditHandle edit) {
+void FocusWanted() {
     Frame* frame = FrameInUse();
-    if (!frame) return;
-    frame->wanted = edit;
-    if (frame->composing == EDIT_NONE) EditBox(edit).setFocus();
+    EditBox(ENTRY_LINE).setCursorWidth(frame->wanted == EDIT_NONE ? 0 : 1);
+    EditBox(frame->wanted == EDIT_NONE ? ENTRY_LINE : frame->wanted).setFocus();
+}
+
+void QtFocusEdit(EditHandle edit) {
+    if (!FrameInUse()) return;
+    FrameInUse()->wanted = edit;
+    // An unfinished text would end with the focus.
+    if (FrameInUse()->composing == EDIT_NONE) FocusWanted();
 }
 
 void QtEditAction(EditHandle edit, EditAction action) {

@@ -1,6 +1,4 @@
 #include <QApplication>
-#include <QInputMethod>
-#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -13,12 +11,6 @@
 
 namespace tally {
 namespace {
-
-bool SendPlain(u32 number) {
-    ShellMessage message;
-    message.message = number;
-    return Send(message);
-}
 
 bool SendMouse(u32 number, const QMouseEvent* event) {
     ShellMessage message;
@@ -96,17 +88,6 @@ bool PaintClient(const QPaintEvent* event) {
     return true;
 }
 
-bool SendCharacters(const QString& text, u32 modifiers) {
-    ShellMessage message;
-    message.message = WM_CHAR;
-    message.modifiers = modifiers;
-    for (QChar unit : text) {
-        message.key = unit.unicode();
-        Send(message);
-    }
-    return true;
-}
-
 bool SendMenuKey() {
     ShellMessage message;
     message.message = WM_CONTEXTMENU;
@@ -114,7 +95,7 @@ bool SendMenuKey() {
     return Send(message);
 }
 
-bool PressClientKey(const QKeyEvent* event) {
+bool PressGridKey(const QKeyEvent* event) {
     Frame* frame = FrameInUse();
     ShellMessage message;
     message.message = WM_KEYDOWN;
@@ -123,64 +104,10 @@ bool PressClientKey(const QKeyEvent* event) {
     if (message.key && frame->calls.translateAccelerator(message.key, message.modifiers)) return true;
     if (event->key() == Qt::Key_F1) return SendPlain(WM_HELP), true;
     // With Alt a key is the menu bar's.
-    if (message.modifiers & KEY_ALT) return false;
+    if (message.modifiers & KEY_ALT) return true;
     const bool taken = message.key && Send(message);
-    if (message.key == VK_APPS) return taken || SendMenuKey();
+    if (message.key == VK_APPS) return taken || SendMenuKey(), true;
     return SendCharacters(TypedText(event->key(), event->modifiers(), event->text()), message.modifiers);
-}
-
-// An input method composes in the window that had the focus when it began. It is the text of the edit control
-// that the shell opens all the same: that shows what is unfinished and takes what is committed. The focus
-// follows when the composition is over, as it would end with the focus.
-bool ComposeInClient(QInputMethodEvent* event) {
-    Frame* frame = FrameInUse();
-    const bool unfinished = !event->preeditString().isEmpty();
-    if (frame->composing == EDIT_NONE) {
-        if (!unfinished) return SendCharacters(event->commitString(), 0);
-        // The line, as long as the shell has not said which: it keeps the focus from moving.
-        frame->composing = ENTRY_LINE;
-        frame->wanted = EDIT_NONE;
-        SendPlain(WM_IME_STARTCOMPOSITION);
-        if (!FrameInUse()) return true;
-        frame->composing = frame->wanted;
-        if (frame->composing == EDIT_NONE) {
-            // There is nothing here to type into.
-            QGuiApplication::inputMethod()->reset();
-            return true;
-        }
-    }
-    QCoreApplication::sendEvent(&EditBox(frame->composing), event);
-    if (!FrameInUse() || unfinished) return true;
-    frame->composing = EDIT_NONE;
-    if (frame->wanted != EDIT_NONE) EditBox(frame->wanted).setFocus();
-    return true;
-}
-
-// What the input method wants to know of the text around its place: that is the edit control's while it
-// composes.
-bool AnswerInputMethod(QInputMethodQueryEvent* event) {
-    Frame* frame = FrameInUse();
-    const bool composing = frame->composing != EDIT_NONE;
-    const QWidget& box = EditBox(composing ? frame->composing : ENTRY_LINE);
-    const u32 asked = static_cast<u32>(event->queries().toInt());
-    for (int bit = 0; bit < 32; ++bit) {
-        const auto query = static_cast<Qt::InputMethodQuery>(asked & 1u << bit);
-        if (!query) continue;
-        if (query == Qt::ImEnabled) {
-            event->setValue(query, true);
-        } else if (query == Qt::ImCursorRectangle || query == Qt::ImAnchorRectangle) {
-            event->setValue(query, box.inputMethodQuery(query).toRect().translated(box.pos()));
-        } else if (composing) {
-            event->setValue(query, box.inputMethodQuery(query));
-        }
-    }
-    event->accept();
-    return true;
-}
-
-// A press of the mouse may store what the line holds, so that what is unfinished goes into it first.
-void FinishComposition() {
-    if (FrameInUse()->composing != EDIT_NONE) QGuiApplication::inputMethod()->commit();
 }
 
 // The pointer is no longer over what the shell paints.
@@ -191,13 +118,6 @@ bool SendPointerLeft() {
     message.x = message.y = -1;
     Send(message);
     return false;
-}
-
-// True when the shell swallowed one of the characters.
-bool OfferCharacters(EditHandle edit, const QString& text, u32 modifiers) {
-    bool swallowed = false;
-    for (QChar unit : text) swallowed |= FrameInUse()->calls.editChar(edit, unit.unicode(), modifiers);
-    return swallowed;
 }
 
 bool PressEditKey(EditHandle edit, const QKeyEvent* event) {
@@ -218,7 +138,43 @@ bool PressEditKey(EditHandle edit, const QKeyEvent* event) {
     return OfferCharacters(edit, TypedText(event->key(), event->modifiers(), event->text()), modifiers);
 }
 
+bool PressKey(EditHandle edit, QKeyEvent* event) {
+    // What an input method leaves to the program ends what is unfinished, but for keys that only hold.
+    if (KeyCodeOf(event->key(), event->modifiers()) || !event->text().isEmpty()) FinishComposition();
+    Frame* frame = FrameInUse();
+    if (!frame) return true;
+    if (frame->wanted == EDIT_NONE) return PressGridKey(event);
+    if (frame->wanted == edit) return PressEditKey(edit, event);
+    // The focus is still on its way.
+    FocusWanted();
+    return frame->wanted == edit || QCoreApplication::sendEvent(&EditBox(frame->wanted), event);
+}
+
 }  // namespace
+
+bool SendPlain(u32 number) {
+    ShellMessage message;
+    message.message = number;
+    return Send(message);
+}
+
+bool SendCharacters(const QString& text, u32 modifiers) {
+    ShellMessage message;
+    message.message = WM_CHAR;
+    message.modifiers = modifiers;
+    for (QChar unit : text) {
+        message.key = unit.unicode();
+        Send(message);
+    }
+    return true;
+}
+
+bool OfferCharacters(EditHandle edit, const QString& text, u32 modifiers) {
+    bool swallowed = false;
+    for (QChar unit : text)
+        swallowed |= FrameInUse() && FrameInUse()->calls.editChar(edit, unit.unicode(), modifiers);
+    return swallowed;
+}
 
 bool HandleWindowEvent(QEvent* event) {
     switch (event->type()) {
@@ -229,6 +185,7 @@ bool HandleWindowEvent(QEvent* event) {
         case QEvent::Close:
             // The shell asks its questions and quits itself, or stays.
             event->ignore();
+            FinishComposition();
             SendPlain(WM_CLOSE);
             return true;
         default: return false;
@@ -239,10 +196,7 @@ bool HandleClientEvent(QEvent* event) {
     switch (event->type()) {
         case QEvent::Paint: return PaintClient(static_cast<QPaintEvent*>(event));
         case QEvent::Resize: SendSize(false); return false;
-        case QEvent::FocusIn: SendPlain(WM_SETFOCUS); return false;
-        case QEvent::KeyPress: return PressClientKey(static_cast<QKeyEvent*>(event));
-        case QEvent::InputMethod: return ComposeInClient(static_cast<QInputMethodEvent*>(event));
-        case QEvent::InputMethodQuery: return AnswerInputMethod(static_cast<QInputMethodQueryEvent*>(event));
+        case QEvent::KeyPress: return PressGridKey(static_cast<QKeyEvent*>(event));
         case QEvent::MouseButtonPress:
             FinishComposition();
             return FrameInUse() && PressMouse(static_cast<QMouseEvent*>(event), false);
@@ -258,20 +212,35 @@ bool HandleClientEvent(QEvent* event) {
 }
 
 bool HandleEditEvent(EditHandle edit, QEvent* event) {
-    if (event->type() == QEvent::Enter) return SendPointerLeft();
-    if (event->type() == QEvent::KeyPress) return PressEditKey(edit, static_cast<QKeyEvent*>(event));
-    if (event->type() == QEvent::InputMethod) {
-        return OfferCharacters(edit, static_cast<QInputMethodEvent*>(event)->commitString(), 0);
+    Frame* frame = FrameInUse();
+    switch (event->type()) {
+        case QEvent::Enter: return SendPointerLeft();
+        case QEvent::FocusIn:
+            // A click on the grid has led here, or the window came to the front.
+            if (edit != ENTRY_LINE || frame->wanted == ENTRY_LINE || frame->composing != EDIT_NONE)
+                return false;
+            frame->wanted = EDIT_NONE;
+            SendPlain(WM_SETFOCUS);
+            return false;
+        case QEvent::FocusOut: FinishComposition(); return false;
+        case QEvent::KeyPress: return PressKey(edit, static_cast<QKeyEvent*>(event));
+        case QEvent::InputMethod: return Compose(edit, static_cast<QInputMethodEvent*>(event));
+        case QEvent::InputMethodQuery:
+            return AnswerInputMethod(edit, static_cast<QInputMethodQueryEvent*>(event));
+        default: return false;
     }
-    return false;
 }
 
 bool HandleEditClick(EditHandle edit, QEvent* event) {
     if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseButtonDblClick) return false;
-    if (FrameInUse()->calls.editClick(edit)) return false;
+    FinishComposition();
+    if (!FrameInUse()) return true;
+    const bool passes = FrameInUse()->calls.editClick(edit);
+    if (!FrameInUse()) return true;
     // The toolkit has given the control the focus already.
-    FrameInUse()->client.setFocus();
-    return true;
+    if (passes) QtFocusEdit(edit);
+    else FocusWanted();
+    return !passes;
 }
 
 void ConnectScrollBar(QScrollBar& bar, u32 number) {

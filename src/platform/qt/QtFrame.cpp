@@ -72,7 +72,7 @@ void QtQuit() {
 void QtFocusFrame() {
     if (!frame) return;
     frame->wanted = EDIT_NONE;
-    frame->client.setFocus();
+    FocusWanted();
 }
 
 void QtSetToolTip(WideView text) {
@@ -176,7 +176,6 @@ Frame::Frame(const FrameCalls& frameCalls)
     : calls(frameCalls), windowTap(HandleWindowEvent), clientTap(HandleClientEvent) {
     // The shell paints every pixel of the client area.
     client.setAttribute(Qt::WA_OpaquePaintEvent);
-    client.setAttribute(Qt::WA_InputMethodEnabled);
     client.setFocusPolicy(Qt::StrongFocus);
     client.setMouseTracking(true);
     for (QScrollBar* bar : {&vertical, &horizontal}) {
@@ -228,6 +227,7 @@ void OpenFrame(const FrameCalls& calls) {
     ConnectWaiting();
     ConnectClipboardChanges();
     ConnectSession();
+    ConnectInputMethod();
     frame->window.installEventFilter(&frame->windowTap);
     frame->client.installEventFilter(&frame->clientTap);
     ConnectScrollBar(frame->vertical, WM_VSCROLL);
@@ -236,6 +236,7 @@ void OpenFrame(const FrameCalls& calls) {
         QObject::connect(&frame->timers[timer], &QTimer::timeout, &frame->window,
                          [timer] { SendTimer(timer); });
     }
+    frame->client.setFocusProxy(&EditBox(ENTRY_LINE));
     PlaceChildren();
 }
 
@@ -243,7 +244,7 @@ void ShowFrame() {
     FillMenuBar();
     frame->window.show();
     ConnectScreens();
-    frame->client.setFocus();
+    FocusWanted();
 }
 
 int RunMessageLoop() { return QApplication::exec(); }

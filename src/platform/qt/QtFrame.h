@@ -1,6 +1,7 @@
 #pragma once
 // The frame's widgets and how their events become messages.
 
+#include <QInputMethodEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
@@ -52,6 +53,8 @@ struct EditControl {
     i32 ownChanges = 0;  // rows of the table that act on it now
 };
 
+// While the grid has the keyboard, the toolkit's focus is in the entry line: an input method would lose what it
+// composes if the focus went there with the first letter.
 struct Frame {
     explicit Frame(const FrameCalls& frameCalls);
 
@@ -64,15 +67,21 @@ struct Frame {
     QScrollBar vertical{Qt::Vertical, &client}, horizontal{Qt::Horizontal, &client};
     QTimer timers[TIMER_COUNT];
     int wheel = 0, sidewaysWheel = 0;  // of the wheel, what is not yet a notch
-    // An input method has an unfinished text, which began in the client and is shown by this control.
+    EditHandle wanted = EDIT_NONE;     // what the shell gave the keyboard; none: the grid
+    // An input method has an unfinished text, which began in the line and is shown by this other control.
     EditHandle composing = EDIT_NONE;
-    EditHandle wanted = EDIT_NONE;       // where the shell wants the focus; none: in the client
+    QTimer givenUp;                      // since a composition ended with nothing
     bool quitting = false;               // the message loop has been told to end
     i32 dpi = 96;                        // that everything is laid out for
     QMetaObject::Connection resolution;  // to the screen that the window is on
 };
 
 bool Send(const ShellMessage& message);
+bool SendPlain(u32 number);
+// A WM_CHAR for each unit; true.
+bool SendCharacters(const QString& text, u32 modifiers);
+// True when the shell swallowed one of the characters, which the control must not take then.
+bool OfferCharacters(EditHandle edit, const QString& text, u32 modifiers);
 // The parent of dialogs: the dialog that is open, else the frame, when there is one.
 QWidget* DialogParent();
 
@@ -90,6 +99,16 @@ u32 KeyCodeOf(int key, Qt::KeyboardModifiers modifiers);
 u32 ModifiersOf(Qt::KeyboardModifiers modifiers);
 // The text that a key types, as characters arrive: nothing while Ctrl or Alt is held.
 QString TypedText(int key, Qt::KeyboardModifiers modifiers, const QString& text);
+
+// ---- the input method (QtInputMethod.cpp) -------------------------------------------------------------
+void ConnectInputMethod();
+// What it composes where the focus is. True when the control must not take it.
+bool Compose(EditHandle edit, QInputMethodEvent* event);
+// True when it has been told what it asks.
+bool AnswerInputMethod(EditHandle edit, QInputMethodQueryEvent* event);
+// What is unfinished goes into the control that shows it, as it stands. To be called before what may store its
+// text.
+void FinishComposition();
 
 // ---- menus -------------------------------------------------------------------------------------------
 // Fills the menu bar anew; its popups fill themselves when they open.
@@ -145,6 +164,8 @@ void QtEditSelection(EditHandle edit, i32& start, i32& end);
 void QtSelectEdit(EditHandle edit, i32 start, i32 end);
 void QtReplaceEditSelection(EditHandle edit, WideView text);
 void QtFocusEdit(EditHandle edit);
+// Puts the toolkit's focus where it belongs.
+void FocusWanted();
 void QtEditAction(EditHandle edit, EditAction action);
 bool QtEditCanUndo(EditHandle edit);
 
