@@ -16,6 +16,8 @@
 // - An ellipse fills the pixels whose middle lies inside the ellipse in its rectangle; its outline lies
 //   inside.
 // - Lines and fills are never smoothed; of a text the font decides.
+// - Paper gets lines, polygons, curves and patterns as such: their edges lie where these rules put them, to a
+//   pixel of the printer. What is on paper cannot be inverted: nothing happens.
 // - Dashes are counted in pixels from the start of a polyline, whatever the clip shows of it; what lies
 //   between them is left as it was. The dots of a pattern lie on a raster that begins at the target's corner,
 //   so that neighbours meet without a seam; each is one pixel, at a printer as many as show one of the screen.

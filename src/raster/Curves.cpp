@@ -163,4 +163,18 @@ i32 StraightSides(const Shape& shape, PixelPoint (&points)[3]) {
     return pie ? 2 : 1;
 }
 
+CurveSweep SweepOf(const Shape& shape, double inset) {
+    Ellipse ellipse = EllipseIn(shape.rect, 0);
+    const Cut cut = CutOf({SHAPE_ARC, shape.rect, shape.start, shape.end}, ellipse);
+    if (cut.whole || shape.kind == SHAPE_ELLIPSE) return {};
+    ellipse.width = std::max(1.0, ellipse.width - 2 * inset);
+    ellipse.height = std::max(1.0, ellipse.height - 2 * inset);
+    const auto degrees = [&](const Ray& ray) {
+        constexpr double DEGREE = 3.14159265358979323846 / 180;
+        return std::atan2((0 - ray.y) / ellipse.height, ray.x / ellipse.width) / DEGREE;
+    };
+    const double from = degrees(cut.start), to = degrees(cut.end);
+    return {from, to <= from ? to + 360 - from : to - from};
+}
+
 }  // namespace tally

@@ -14,4 +14,12 @@ void ScanCurveBorder(const Shape& shape, i32 width, const PixelRect& clip, Pixel
 // The corners of a chord or a pie, as the pixels in which its straight sides begin and end: one side or two.
 i32 StraightSides(const Shape& shape, PixelPoint (&points)[3]);
 
+// A curve for targets that know curves: where it begins and how far it runs counter-clockwise, in degrees of
+// the circle that was stretched to the ellipse `inset` pixels inside the shape's rectangle; a whole one runs
+// 360.
+struct CurveSweep {
+    double from = 0, length = 360;
+};
+CurveSweep SweepOf(const Shape& shape, double inset);
+
 }  // namespace tally

@@ -21,6 +21,7 @@ u32* RowOf(DrawTarget& target, i32 y) {
 void RasterFillRect(DrawTarget& target, const PixelRect& rect, const Brush& brush) {
     const PixelRect cut = Drawable(target, rect);
     if (IsEmptyRect(cut) || brush.pattern == BRUSH_NULL) return;
+    const i32 across = ScreenPixelX(target), down = ScreenPixelY(target);
     for (i32 y = cut.top; y < cut.bottom; ++y) {
         u32* const row = RowOf(target, y);
         if (brush.pattern == BRUSH_SOLID) {
@@ -28,7 +29,7 @@ void RasterFillRect(DrawTarget& target, const PixelRect& rect, const Brush& brus
             continue;
         }
         for (i32 x = cut.left; x < cut.right; ++x) {
-            if (PatternDot(brush.pattern, x, y)) row[x] = brush.colour;
+            if (PatternDot(brush.pattern, x / across, y / down)) row[x] = brush.colour;
             else if (!brush.clear) row[x] = brush.backColour;
         }
     }

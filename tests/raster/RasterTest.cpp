@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/headless/HeadlessDrawing.h"
+#include "raster/Curves.h"
 #include "support/FailingAllocator.h"
 #include "support/Sandbox.h"
 
@@ -299,6 +300,46 @@ TEST_F(RasterTest, PatternsAndTheirGround) {
         constexpr int share[] = {32, 48, 16, 32, 32, 32, 32, 32, 48, 16, 16, 16, 16, 28, 24, 8, 4};
         FillRect(target, {3, 1, 11, 9}, {.colour = BLACK, .pattern = pattern, .backColour = WHITE});
         EXPECT_EQ(Ink(), share[pattern - BRUSH_FIRST_PATTERN]) << int{pattern};
+    }
+}
+
+TEST_F(RasterTest, DotsForAPrinterAreAsLargeAsThoseOfAScreen) {
+    const Brush brush = {.colour = BLACK, .pattern = 7, .backColour = WHITE};
+    FillRect(target, {0, 0, 8, 4}, brush);
+    const Rows screen = Shown();
+    target = MakeRasterTarget(surface, 192, 288);
+    target.printer = true;
+    FillRect(target, {0, 0, 12, 9}, brush);
+    const Rows paper = Shown();
+    for (std::size_t y = 0; y < 9; ++y)
+        for (std::size_t x = 0; x < 12; ++x) EXPECT_EQ(paper[y][x], screen[y / 3][x / 2]) << x << " " << y;
+}
+
+// Degrees are those of the circle: a ray through the corner of the rectangle is at 45 of them.
+TEST(CurvesTest, ASweepRunsCounterClockwiseBetweenItsRays) {
+    const PixelRect flat = {0, 0, 200, 100};
+    const PixelPoint east = {200, 50}, corner = {200, 0}, north = {100, 0}, west = {0, 50}, south = {100, 99};
+    const struct {
+        ShapeKind kind;
+        PixelPoint start, end;
+        double inset, from, length;
+    } rows[] = {
+        {SHAPE_ARC, east, north, 0, 0, 90},
+        {SHAPE_ARC, north, east, 0, 90, 270},
+        {SHAPE_PIE, corner, west, 0, 45, 135},
+        {SHAPE_CHORD, west, corner, 0, 180, 225},
+        {SHAPE_PIE, south, east, 10, -90, 90},
+        {SHAPE_PIE, east, east, 0, 0, 360},
+        {SHAPE_ELLIPSE, east, north, 0, 0, 360},
+        {SHAPE_PIE, east, {900, 50}, 0, 0, 360},
+        {SHAPE_ARC, {100, 50}, north, 0, 0, 360},
+        // Farther inside the ellipse is flatter: the same ray meets it at a steeper place.
+        {SHAPE_ARC, east, corner, 30, 0, 60.2551},
+    };
+    for (const auto& row : rows) {
+        const CurveSweep sweep = SweepOf({row.kind, flat, row.start, row.end}, row.inset);
+        EXPECT_NEAR(sweep.from, row.from, 1e-4) << row.from << "+" << row.length;
+        EXPECT_NEAR(sweep.length, row.length, 1e-4) << row.from << "+" << row.length;
     }
 }
 

@@ -10,14 +10,12 @@
 #include "raster/Shapes.h"
 
 namespace tally {
-namespace {
 
 QtSurface& SurfaceOf(DrawTarget& target) { return *static_cast<QtSurface*>(target.own); }
 QRect ToQRect(const PixelRect& rect) {
     return QRect(rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top);
 }
 QColor ToQColor(u32 colour) { return QColor::fromRgb(colour & 0xFF, colour >> 8 & 0xFF, colour >> 16 & 0xFF); }
-// The toolkit counts the other way round.
 u32 ToPixel(u32 colour) {
     return 0xFF000000u | (colour & 0xFF) << 16 | (colour & 0xFF00) | (colour >> 16 & 0xFF);
 }
@@ -37,7 +35,6 @@ bool CutToClip(DrawTarget& target, const PixelRect& rect, PixelRect& cut) {
     return true;
 }
 
-// The dots of a pattern, each as many pixels as one of the screen takes.
 const QBrush& DotsOf(DrawTarget& target, const Brush& brush) {
     QtSurface& surface = SurfaceOf(target);
     if (surface.brush == brush) return surface.dots;
@@ -63,6 +60,23 @@ void QtFillRect(DrawTarget& target, const PixelRect& rect, const Brush& brush) {
     else painter.fillRect(ToQRect(cut), DotsOf(target, brush));
 }
 
+void QtDrawText(DrawTarget& target, i32 x, i32 y, FontHandle font, u32 colour, WideView text) {
+    QtSurface& surface = SurfaceOf(target);
+    const PixelRect cut = IntersectRects(target.clip, surface.whole);
+    if (text.empty() || IsEmptyRect(cut)) return;
+    ApplyClip(surface, cut);
+    const LoadedFont& loaded = FontOf(font);
+    QPainter& painter = *surface.painter;
+    if (surface.font != font) {
+        painter.setFont(loaded.font);
+        surface.font = font;
+    }
+    painter.setPen(ToQColor(colour));
+    PaintFontText(painter, loaded, x, y, text);
+}
+
+namespace {
+
 void QtInvertRect(DrawTarget& target, const PixelRect& rect) {
     PixelRect cut;
     if (!CutToClip(target, rect, cut)) return;
@@ -84,21 +98,6 @@ void QtDrawPicture(DrawTarget& target, const PixelRect& place, const PictureView
     SurfaceOf(target).painter->drawImage(QPoint(cut.left, cut.top), image);
 }
 
-void QtDrawText(DrawTarget& target, i32 x, i32 y, FontHandle font, u32 colour, WideView text) {
-    QtSurface& surface = SurfaceOf(target);
-    const PixelRect cut = IntersectRects(target.clip, surface.whole);
-    if (text.empty() || IsEmptyRect(cut)) return;
-    ApplyClip(surface, cut);
-    const LoadedFont& loaded = FontOf(font);
-    QPainter& painter = *surface.painter;
-    if (surface.font != font) {
-        painter.setFont(loaded.font);
-        surface.font = font;
-    }
-    painter.setPen(ToQColor(colour));
-    PaintFontText(painter, loaded, x, y, text);
-}
-
 constexpr DrawingTable drawingTable = {
     QtFillRect, QtInvertRect, PolylineByRects, PolygonByRects, ShapeByRects, QtDrawPicture, QtDrawText,
 };
@@ -111,7 +110,7 @@ DrawTarget MakePaintTarget(QtSurface& surface, QPainter& painter, const PixelRec
     surface.painter = &painter;
     surface.whole = whole;
     ApplyClip(surface, whole);
-    return {.table = &drawingTable,
+    return {.table = printer ? &QtPaperTable() : &drawingTable,
             .own = &surface,
             .width = device ? device->width() : whole.right,
             .height = device ? device->height() : whole.bottom,

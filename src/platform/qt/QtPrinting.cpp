@@ -91,6 +91,7 @@ bool BeginDocument(WideView name) {
     printing.printer->setDocName(ToQString(name));
     auto painter = std::make_unique<QPainter>();
     if (!painter->begin(printing.printer.get())) return false;
+    painter->setRenderHint(QPainter::LosslessImageRendering);
     printing.painter = std::move(painter);
     return true;
 }
