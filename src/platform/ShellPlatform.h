@@ -20,7 +20,6 @@ enum MessageNumber : u32 {
     WM_PAINT = 0x000F,
     WM_CLOSE = 0x0010,
     WM_DRAWITEM = 0x002B,
-    WM_MEASUREITEM = 0x002C,
     WM_NOTIFY = 0x004E,
     WM_HELP = 0x0053,
     WM_CONTEXTMENU = 0x007B,  // by a key; the mouse sends WM_RBUTTONDOWN
@@ -96,9 +95,11 @@ struct ShellMessage {
     i32 scrollCode = 0;  // WM_HSCROLL, WM_VSCROLL
     i32 scrollPosition = 0;
     CommandSender sender = SENDER_MENU;
-    bool minimised = false;        // WM_SIZE
-    DrawTarget* target = nullptr;  // WM_PAINT: the frame's client area
-    PixelRect paint;               // WM_PAINT: what must be painted
+    bool minimised = false;  // WM_SIZE
+    // WM_PAINT: the frame's client area; WM_DRAWITEM: where the item of the menu is shown
+    DrawTarget* target = nullptr;
+    PixelRect paint;    // WM_PAINT: what must be painted; WM_DRAWITEM: the item's place
+    u32 itemState = 0;  // WM_DRAWITEM of the item with the number `command`: MenuItemState
 };
 
 // ---- menus -------------------------------------------------------------------------------------------
@@ -134,14 +135,21 @@ enum MenuId : i32 {
     MENU_COUNT,
 };
 
-// An item as it is now. The text has "&" for the letter and "\t" before the key that it names.
+enum MenuItemState : u32 { ITEM_SELECTED = 1, ITEM_GREY = 2, ITEM_CHECKED = 4 };
+
+// An item as it is now. The text has "&" for the letter and "\t" before the key that it names. In a popup with
+// columns or painted items no item is a popup.
 struct MenuItem {
     i32 command = 0;           // 0: a popup or a separator
     MenuId popup = MENU_NONE;  // of a popup item
     bool enabled = true;
     bool checked = false;
-    WideText text;  // empty: a separator
+    WideText text;           // empty: a separator
+    bool newColumn = false;  // it stands on top of a column beside the items before it
+    // In pixels: the shell paints the item by WM_DRAWITEM. Its text is what it is called.
+    i32 paintedWidth = 0, paintedHeight = 0;
 };
+inline bool IsPainted(const MenuItem& item) { return item.paintedWidth > 0 && item.paintedHeight > 0; }
 
 // ---- edit controls -----------------------------------------------------------------------------------
 

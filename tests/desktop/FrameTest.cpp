@@ -82,6 +82,7 @@ class FrameTest : public testing::Test {
   protected:
     void SetUp() override {
         heard = Heard();
+        SetShellPlatform(&shell);
         OpenFrame({HearMessage, TakeAccelerator, HearEntryKey, HearEntryCharacter, HearEntryClick, GiveItems});
         ShowFrame();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));

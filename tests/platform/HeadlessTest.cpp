@@ -329,9 +329,40 @@ TEST_F(Headlessly, APopupGivesTheScriptedItemOnceUnlessItIsGrey) {
         EXPECT_EQ(HeadlessFrame().popupX, 30);
         EXPECT_EQ(HeadlessFrame().popupY, 40);
         EXPECT_EQ(HeadlessFrame().popupChecked, 2);
-        ASSERT_EQ(HeadlessFrame().popupTexts.Count(), 4u);
-        EXPECT_EQ(HeadlessFrame().popupTexts[1].View(), WideView(u"grey"));
+        ASSERT_EQ(HeadlessFrame().popupItems.Count(), 4u);
+        EXPECT_EQ(HeadlessFrame().popupItems[1].text.View(), WideView(u"grey"));
     }
+}
+
+TEST_F(Headlessly, APopupIsRememberedWithItsColumnsAndItsItemsAreShownAsTheShellPaintsThem) {
+    Array<MenuItem> items;
+    ASSERT_TRUE(AddMenuItem(items, 7, u"text", true, false) && AddMenuItem(items, 8, u"oval", true, true));
+    items[1].newColumn = true;
+    items[1].paintedWidth = 16;
+    items[1].paintedHeight = 18;
+    IgnoreFailure(ShellPlatform().trackPopup(items, 0, 0));
+    ASSERT_EQ(HeadlessFrame().popupItems.Count(), 2u);
+    EXPECT_FALSE(HeadlessFrame().popupItems[0].newColumn);
+    EXPECT_FALSE(IsPainted(HeadlessFrame().popupItems[0]));
+    EXPECT_TRUE(HeadlessFrame().popupItems[1].newColumn);
+    EXPECT_TRUE(HeadlessFrame().popupItems[1].checked);
+    const FrameCalls former = FrameCallsInUse();
+    FrameCalls calls = former;
+    calls.sendMessage = [](const ShellMessage& message) {
+        EXPECT_EQ(message.message, u32{WM_DRAWITEM});
+        EXPECT_EQ(message.command, 8);
+        FillRect(*message.target, message.paint, message.itemState);
+        return true;
+    };
+    UseFrameCalls(calls);
+    PaintPopupItem(0, 0);  // a text is not painted
+    PaintPopupItem(2, 0);
+    EXPECT_TRUE(HeadlessFrame().drawing.IsEmpty());
+    PaintPopupItem(1, ITEM_SELECTED | ITEM_CHECKED);
+    UseFrameCalls(former);
+    ASSERT_EQ(HeadlessFrame().drawing.Count(), 1u);
+    EXPECT_EQ(HeadlessFrame().drawing[0].rect, (PixelRect{0, 0, 16, 18}));
+    EXPECT_EQ(HeadlessFrame().drawing[0].colour, u32{ITEM_SELECTED | ITEM_CHECKED});
 }
 
 TEST_F(Headlessly, TheFrameRemembersWhatItWasTold) {

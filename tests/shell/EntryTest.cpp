@@ -192,8 +192,8 @@ TEST_F(EntryTest, TheListOfARuleIsOfferedBesideItsCell) {
     PaintHeadless();
     HeadlessFrame().popupAnswer = 3;
     ClickMouse(arrow.left + 3, arrow.top + 3);
-    ASSERT_EQ(HeadlessFrame().popupTexts.Count(), 3u);
-    EXPECT_EQ(Narrow(HeadlessFrame().popupTexts[0]), "red && green");
+    ASSERT_EQ(HeadlessFrame().popupItems.Count(), 3u);
+    EXPECT_EQ(Narrow(HeadlessFrame().popupItems[0].text), "red && green");
     EXPECT_EQ(Shown("A2"), "24");
     EXPECT_EQ(Active(), "A2");
     EXPECT_EQ(UndoRecords()[UndoCount() - 1].kind, UNDO_DATA_FORM);

@@ -22,8 +22,8 @@ class MouseMenusTest : public ShellSandbox {
     }
     static std::string Texts() {
         std::string all;
-        for (const WideText& text : HeadlessFrame().popupTexts)
-            all += (all.empty() ? "" : " ") + (text.IsEmpty() ? "-" : Narrow(text));
+        for (const MenuItem& item : HeadlessFrame().popupItems)
+            all += (all.empty() ? "" : " ") + (item.text.IsEmpty() ? "-" : Narrow(item.text));
         return all;
     }
     static i32 MiddleOf(const ShownLine& line) { return (line.start + line.end) / 2; }
@@ -60,7 +60,7 @@ TEST_F(MouseMenusTest, TheMenuKeyShowsTheMenuOfTheCellsAtTheActiveOne) {
     Send(WM_RBUTTONDOWN, cell.left + 1, cell.top + 1);
     const std::string byMouse = Texts();
     EXPECT_FALSE(byMouse.empty());
-    HeadlessFrame().popupTexts.Clear();
+    HeadlessFrame().popupItems.Clear();
     HeadlessFrame().popupX = HeadlessFrame().popupY = -7;
     PressKey(VK_APPS);
     EXPECT_EQ(Selection(), "B2:D5");

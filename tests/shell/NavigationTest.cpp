@@ -456,9 +456,9 @@ TEST_F(NavigationTest, ThePopupsOfTheStatusLineAndTheTabs) {
     HeadlessFrame().popupAnswer = 3;
     Send(WM_RBUTTONDOWN, 100, layout.statusBar.top + 5);
     EXPECT_EQ(Shell().aggregate, 2);
-    ASSERT_EQ(HeadlessFrame().popupTexts.Count(), 7u);
-    EXPECT_EQ(Narrow(HeadlessFrame().popupTexts[0]), "无");
-    EXPECT_EQ(Narrow(HeadlessFrame().popupTexts[6]), "求和");
+    ASSERT_EQ(HeadlessFrame().popupItems.Count(), 7u);
+    EXPECT_EQ(Narrow(HeadlessFrame().popupItems[0].text), "无");
+    EXPECT_EQ(Narrow(HeadlessFrame().popupItems[6].text), "求和");
     EXPECT_EQ(HeadlessFrame().popupChecked, 6);
     Send(WM_LBUTTONDBLCLK, 100, layout.statusBar.top + 5);  // dismissed
     EXPECT_EQ(HeadlessFrame().popupChecked, 2);
@@ -468,7 +468,7 @@ TEST_F(NavigationTest, ThePopupsOfTheStatusLineAndTheTabs) {
     CurrentWorkbook()->sheets[1]->hidden = 1;
     HeadlessFrame().popupAnswer = 1;
     Send(WM_LBUTTONDBLCLK, layout.tabs.left + 5, layout.tabs.top + 5);
-    ASSERT_EQ(HeadlessFrame().popupTexts.Count(), 2u);
+    ASSERT_EQ(HeadlessFrame().popupItems.Count(), 2u);
     EXPECT_EQ(HeadlessFrame().popupChecked, 1);
     EXPECT_EQ(CurrentWorkbook()->currentSheet, 0);
 }
@@ -486,9 +486,9 @@ TEST_F(NavigationTest, TheRightButtonPicksTheCellUnderItUnlessItIsSelected) {
     EXPECT_EQ(Selection(), "B2:D4");
     CellPoint("F6", x, y);
     TypeText(u"1");
-    HeadlessFrame().popupTexts.Truncate(0);
+    HeadlessFrame().popupItems.Truncate(0);
     Send(WM_RBUTTONDOWN, x, y);
-    EXPECT_TRUE(HeadlessFrame().popupTexts.IsEmpty());
+    EXPECT_TRUE(HeadlessFrame().popupItems.IsEmpty());
     EXPECT_TRUE(IsEditing());
 }
 

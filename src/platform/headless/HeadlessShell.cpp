@@ -34,15 +34,22 @@ void FocusFrame() { frame.focus = EDIT_NONE; }
 void SetToolTip(WideView text) { IgnoreFailure(frame.toolTip.Assign(text)); }
 void SetPointer(PointerShape shape) { frame.pointer = shape; }
 i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
-    frame.popupTexts.Truncate(0);
+    frame.popupItems.Clear();
     frame.popupX = x;
     frame.popupY = y;
     frame.popupChecked = -1;
     for (u32 i = items.Count(); i-- > 0;)
         if (items[i].checked) frame.popupChecked = static_cast<i32>(i);
     for (const MenuItem& item : items) {
-        WideText text;
-        if (!text.Assign(item.text) || !frame.popupTexts.Append(std::move(text))) break;
+        MenuItem* own = frame.popupItems.AppendDefault();
+        if (!own || !own->text.Assign(item.text)) break;
+        own->command = item.command;
+        own->popup = item.popup;
+        own->enabled = item.enabled;
+        own->checked = item.checked;
+        own->newColumn = item.newColumn;
+        own->paintedWidth = item.paintedWidth;
+        own->paintedHeight = item.paintedHeight;
     }
     const i32 answer = std::exchange(frame.popupAnswer, 0);
     // What is grey cannot be chosen.
@@ -374,6 +381,21 @@ void PaintHeadless(bool all) {
 void PaintHeadlessPart(const PixelRect& rect) {
     frame.drawing.Truncate(0);
     SendPaint(rect);
+}
+
+void PaintPopupItem(u32 item, u32 state) {
+    frame.drawing.Truncate(0);
+    if (item >= frame.popupItems.Count() || !IsPainted(frame.popupItems[item])) return;
+    const MenuItem& painted = frame.popupItems[item];
+    DrawTarget target = MakeRecordTarget(frame.drawing, painted.paintedWidth, painted.paintedHeight,
+                                         Headless().dotsPerInch, Headless().dotsPerInch);
+    ShellMessage message;
+    message.message = WM_DRAWITEM;
+    message.command = painted.command;
+    message.target = &target;
+    message.paint = target.clip;
+    message.itemState = state;
+    IgnoreFailure(FrameCallsInUse().sendMessage(message));
 }
 
 }  // namespace tally

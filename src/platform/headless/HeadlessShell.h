@@ -41,8 +41,8 @@ struct HeadlessShellState {
     i32 dialogFilter = -1;
     WideText offeredPath;  // what the last save dialog began with
     i32 offeredFilter = 0;
-    i32 popupAnswer = 0;  // command that the next popup gives
-    Array<WideText> popupTexts;
+    i32 popupAnswer = 0;         // command that the next popup gives
+    Array<MenuItem> popupItems;  // of the last popup
     i32 popupX = 0, popupY = 0;
     i32 popupChecked = -1;         // the first item with a check mark
     Array<DrawRecord> drawing;     // of the last paint
@@ -74,6 +74,8 @@ void CloseFrame();
 void PaintHeadless(bool all = true);
 // Paints one rectangle; what was invalidated stays so.
 void PaintHeadlessPart(const PixelRect& rect);
+// Paints an item of the last popup, at its own size and with its MenuItemState, as it is shown in a menu.
+void PaintPopupItem(u32 item, u32 state);
 // Another program copies a text; a null one something that is no text.
 void CopyElsewhere(const WideView* text);
 // A format is no longer on the clipboard.

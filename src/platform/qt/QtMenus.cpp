@@ -1,10 +1,12 @@
 #include "platform/qt/QtFrame.h"
+#include "platform/qt/QtMenuColumns.h"
 #include "platform/qt/QtText.h"
 
 namespace tally {
 namespace {
 
 void SendMenuCommand(i32 command) {
+    if (!command) return;
     ShellMessage message;
     message.message = WM_COMMAND;
     message.command = command;
@@ -38,6 +40,7 @@ QMenu* AddPopup(QWidget& parent, const MenuItem& item) {
 }
 
 void FillMenu(QMenu& menu, const Array<MenuItem>& items) {
+    if (NeedsColumns(items)) return AddColumns(menu, items);
     for (const MenuItem& item : items) {
         if (item.text.IsEmpty()) {
             menu.addSeparator();
@@ -76,8 +79,10 @@ i32 QtTrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
     if (!frame) return 0;
     QMenu menu(&frame->client);
     FillMenu(menu, items);
-    const QAction* chosen = menu.exec(frame->client.mapToGlobal(QPoint(x, y)));
-    return chosen ? chosen->data().toInt() : 0;
+    i32 command = 0;
+    QObject::connect(&menu, &QMenu::triggered, [&](QAction* action) { command = action->data().toInt(); });
+    menu.exec(frame->client.mapToGlobal(QPoint(x, y)));
+    return command;
 }
 
 }  // namespace tally
