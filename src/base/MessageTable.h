@@ -276,6 +276,8 @@ enum MessageId : u16 {
     MSG_GRID_FORMAT_PICTURE,
     MSG_GRID_FORMAT_CONTROL,
     MSG_GRID_FORMAT_CHART,
+    // 1570 to 1599: gestures of the mouse.
+    MSG_REPLACE_CELLS = 1570,
     // 1600 to 1999: the forms, each from a number of its own on. Inserting and deleting cells.
     MSG_INSERT_TITLE = 1600,
     MSG_INSERT_RIGHT,

@@ -355,6 +355,7 @@ constexpr MessageRow rows[] = {
     {MSG_GRID_FORMAT_PICTURE, u"图片格式(&O)..."},
     {MSG_GRID_FORMAT_CONTROL, u"控制格式(&O)..."},
     {MSG_GRID_FORMAT_CHART, u"图表格式(&O)..."},
+    {MSG_REPLACE_CELLS, u"目标单元格中已有内容。\n是否替换？"},
     {MSG_INSERT_TITLE, u"插入"},
     {MSG_INSERT_RIGHT, u"活动单元格右移"},
     {MSG_INSERT_DOWN, u"活动单元格下移"},

@@ -355,6 +355,7 @@ constexpr MessageRow rows[] = {
     {MSG_GRID_FORMAT_PICTURE, u"F&ormat Picture..."},
     {MSG_GRID_FORMAT_CONTROL, u"F&ormat Control..."},
     {MSG_GRID_FORMAT_CHART, u"F&ormat Chart..."},
+    {MSG_REPLACE_CELLS, u"The target cells are not empty.\nReplace what they hold?"},
     {MSG_INSERT_TITLE, u"Insert"},
     {MSG_INSERT_RIGHT, u"Shift cells right"},
     {MSG_INSERT_DOWN, u"Shift cells down"},

@@ -200,14 +200,27 @@ bool CellsBehindCut(AreaContents& after, const Sheet& sheet, const CellBlock& bl
     return true;
 }
 
-bool TakeAway(const Sheet& sheet, const CellBlock& block) {
+bool TakeAway(const Sheet& sheet, const CellBlock& block, i32 undoKind) {
     AreaContents after;
     StartContents(after, sheet, block.area, BLOCK_CELLS);
     if (IsWholeColumns(block.area) && !(sheet.viewFlags & VIEW_PROTECTED)) after.mask |= BLOCK_COLUMNS;
     const bool good = CellsBehindCut(after, sheet, block) && EmptyLists(sheet, after) &&
-                      ReplaceArea(after, UNDO_CUT, BLOCK_ALL);
+                      ReplaceArea(after, undoKind, BLOCK_ALL);
     FreeContents(after);
     return good;
+}
+
+bool CutAway(i32 book, i32 sheet, const RefArea& area, i32 undoKind) {
+    Sheet* source = SheetAt(book, sheet);
+    if (!source || RefuseEdit(*source, area)) return false;
+    CalculateArea(*source, area);
+    ClipboardBlock held;
+    if (!CaptureBlock(held.block, book, sheet, area, BLOCK_ALL) || !TakeAway(*source, held.block, undoKind)) {
+        FreeClipboard(held);
+        return false;
+    }
+    Keep(held, true);
+    return true;
 }
 
 }  // namespace
@@ -250,17 +263,20 @@ bool CopyCells(i32 book, i32 sheet, const RefArea& area) {
     return true;
 }
 
-bool CutCells(i32 book, i32 sheet, const RefArea& area) {
-    Sheet* source = SheetAt(book, sheet);
-    if (!source || RefuseEdit(*source, area)) return false;
-    CalculateArea(*source, area);
-    ClipboardBlock held;
-    if (!CaptureBlock(held.block, book, sheet, area, BLOCK_ALL) || !TakeAway(*source, held.block)) {
-        FreeClipboard(held);
-        return false;
-    }
-    Keep(held, true);
-    return true;
+bool CutCells(i32 book, i32 sheet, const RefArea& area) { return CutAway(book, sheet, area, UNDO_CUT); }
+bool CutCellsContinued(i32 book, i32 sheet, const RefArea& area) {
+    return CutAway(book, sheet, area, UNDO_CONTINUED);
+}
+
+ClipboardBlock SetClipboardAside() {
+    ClipboardBlock aside = std::move(clipboard);
+    clipboard = ClipboardBlock();
+    return aside;
+}
+
+void ReturnClipboard(ClipboardBlock&& aside) {
+    FreeClipboard(clipboard);
+    clipboard = std::move(aside);
 }
 
 bool ClipboardBlockText(WideText& out) {

@@ -28,6 +28,12 @@ void DropClipboardBlock();
 // Keeps an area and takes its cells and all that hangs on them away. A protected, cut array's or cut merge's
 // cell refuses, with a box. False with block and book as they were.
 [[nodiscard]] bool CutCells(i32 book, i32 sheet, const RefArea& area);
+// The same as one step of an operation that has recorded all of it.
+[[nodiscard]] bool CutCellsContinued(i32 book, i32 sheet, const RefArea& area);
+
+// The held block steps aside for an operation that uses the clipboard's ways, and comes back.
+[[nodiscard]] ClipboardBlock SetClipboardAside();
+void ReturnClipboard(ClipboardBlock&& aside);
 
 // What the block shows: a tab between cells, "\r\n" between rows, up to the last cell that shows something.
 // False when memory fails.

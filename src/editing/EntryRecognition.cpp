@@ -251,6 +251,10 @@ bool TakesProposedFormat(u16 current, i32 proposed) {
            !(current >= 14 && current <= 22) && current < 49;
 }
 
+bool ShowsDate(const Workbook& book, u16 numberFormat) {
+    return HoldsAny(GetNumberFormatText(book, numberFormat), u"dy");
+}
+
 bool EditableText(i32 book, const Value& value, u16 numberFormat, WideText& out) {
     out.Truncate(0);
     const Workbook* workbook = BookAt(book);

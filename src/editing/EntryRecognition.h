@@ -50,6 +50,8 @@ EntryKind ClassifyEntry(const FormulaPlace& place, WideView text, EntryResult& r
 WideView WithoutOfferedPercent(WideView text);
 // Whether a cell of format `current` takes a proposed id.
 bool TakesProposedFormat(u16 current, i32 proposed);
+// Whether a number of that format shows a day or a year.
+bool ShowsDate(const Workbook& book, u16 numberFormat);
 // A value as the entry line shows it for editing.
 [[nodiscard]] bool EditableText(i32 book, const Value& value, u16 numberFormat, WideText& out);
 

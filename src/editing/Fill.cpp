@@ -62,7 +62,7 @@ bool FillSelection(const FillRow& row, bool record) {
 
 }  // namespace
 
-bool FillBlock(const RefArea& source, const RefArea& target, bool record, i32 kind) {
+bool FillBlock(const RefArea& source, const RefArea& target, bool record, i32 kind, const FillWay& way) {
     const Sheet* sheet = CurrentSheet();
     if (RefuseMetMerge(*sheet, target)) return false;
     Array<RefArea> parts;
@@ -77,8 +77,12 @@ bool FillBlock(const RefArea& source, const RefArea& target, bool record, i32 ki
     order.targets = parts.Span();
     // Each column of a part takes its own cell of the source, and each row.
     order.origin = &target;
+    order.rowsBefore = way.rowsBefore;
+    order.columnsBefore = way.columnsBefore;
+    order.place = way.place;
+    order.context = way.context;
     order.mask = BLOCK_VALIDATION | BLOCK_CONDITIONAL | BLOCK_HYPERLINKS;
-    order.undoKind = record ? kind : -1;
+    order.undoKind = record ? kind : UNDO_NONE;
     order.undoMask = BLOCK_NO_OBJECTS;
     const bool good = RestoreBlock(order);
     FreeBlock(block);

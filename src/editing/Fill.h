@@ -1,7 +1,7 @@
 #pragma once
 // One edge of the selection over the rest of it, with all that hangs on the cells.
 
-#include "model/ModelTypes.h"
+#include "model/SavedCells.h"
 
 namespace tally {
 
@@ -13,8 +13,16 @@ namespace tally {
 [[nodiscard]] bool FillUp(bool record);
 [[nodiscard]] bool FillLeft(bool record);
 
-// Copies one row or column over an area beside it that is as wide or as high; `kind` is the UndoKind. Rows and
+// What a fill does beyond laying its source over the target: see RestoreOrder.
+struct FillWay {
+    i32 rowsBefore = 0, columnsBefore = 0;
+    bool (*place)(const void* context, i32 row, i32 column, SavedCell& cell) = nullptr;
+    const void* context = nullptr;
+};
+
+// Copies rows or columns over an area beside them that is as wide or as high; `kind` is the UndoKind. Rows and
 // columns that a filter hides are left as they are.
-[[nodiscard]] bool FillBlock(const RefArea& source, const RefArea& target, bool record, i32 kind);
+[[nodiscard]] bool FillBlock(const RefArea& source, const RefArea& target, bool record, i32 kind,
+                             const FillWay& way = {});
 
 }  // namespace tally

@@ -56,6 +56,7 @@ bool PasteBlock(const PasteRequest& request) {
     order.transpose = request.transpose;
     order.isCut = held.fromCut;
     order.mask = MaskOfMode(request.mode);
+    order.undoKind = request.undoKind;
     AreaMove move;
     if (MovesBlock(request, held, *sheet, targets)) {
         move = {request.book, request.sheet, held.block.area, targets[0].firstRow - held.block.area.firstRow,

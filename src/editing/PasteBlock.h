@@ -13,6 +13,7 @@ struct PasteRequest {
     bool skipBlanks = false;
     bool transpose = false;
     bool growSelection = true;
+    i32 undoKind = UNDO_PASTE;
     bool special = false;  // Paste Special brings no drawing objects
 };
 

@@ -147,6 +147,11 @@ bool PasteCell(Restorer& run, const SavedCell* source, const CellWay& way) {
     }
     cell.tokens = content.tokens;
     cell.value = content.value;
+    const RestoreOrder& order = run.order;
+    if (order.place && !order.place(order.context, way.targetRow, way.targetColumn, cell)) {
+        FreeContent(content);
+        return true;
+    }
     StoreWorkCell(run.work, way.targetColumn, cell, run.newFormats[way.targetColumn]);
     return true;
 }
@@ -154,8 +159,8 @@ bool PasteCell(Restorer& run, const SavedCell* source, const CellWay& way) {
 // ---- rows -------------------------------------------------------------------------------------------------
 
 bool PasteRow(Restorer& run, const RefArea& target, i32 row) {
-    const RefArea& origin = TileOrigin(run.order, target);
-    const i32 inTile = (row - origin.firstRow) % run.tileRows;
+    const TileStart origin = TileOrigin(run.order, target);
+    const i32 inTile = (row - origin.row) % run.tileRows;
     const bool transpose = run.order.transpose;
     CellWay way;
     way.targetRow = row;
@@ -163,7 +168,7 @@ bool PasteRow(Restorer& run, const RefArea& target, i32 row) {
     if (transpose) way.column = run.whole.firstColumn + inTile;
     else way.row = run.whole.firstRow + inTile;
     ReadLine(run, transpose ? way.column : way.row);
-    i32 along = (target.firstColumn - origin.firstColumn) % run.tileColumns;
+    i32 along = (target.firstColumn - origin.column) % run.tileColumns;
     for (i32 column = target.firstColumn; column <= target.lastColumn; ++column) {
         way.targetColumn = column;
         way.tile.firstColumn = static_cast<u8>(column - along);
@@ -210,8 +215,7 @@ bool RestoreColumns(Restorer& run) {
             if (column >= t.firstColumn && column <= t.lastColumn) target = &t;
         i32 wanted = column;
         if (target)
-            wanted =
-                run.whole.firstColumn + (column - TileOrigin(run.order, *target).firstColumn) % run.tileColumns;
+            wanted = run.whole.firstColumn + (column - TileOrigin(run.order, *target).column) % run.tileColumns;
         for (const ColumnInfo& info : target ? source : run.work.sheet.columns) {
             if (info.column != wanted) continue;
             ColumnInfo placed = info;

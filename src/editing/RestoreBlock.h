@@ -28,6 +28,11 @@ struct RestoreOrder {
     // The tiles of all targets are counted from its first cell, so that a target may show a part of one; null:
     // each target has its own from its first cell on.
     const RefArea* origin = nullptr;
+    // Rows and columns of the first tile that lie before that.
+    i32 rowsBefore = 0, columnsBefore = 0;
+    // Has the last word on a cell before it is stored; false: the target's stays. Null: none.
+    bool (*place)(const void* context, i32 row, i32 column, SavedCell& cell) = nullptr;
+    const void* context = nullptr;
     i32 mode = PASTE_ALL;
     i32 operation = PASTE_NONE;
     bool skipBlanks = false;

@@ -52,18 +52,18 @@ bool IsTakenOver(std::span<const RefArea> targets, std::size_t own, const RefAre
 template <typename Visit>
 bool VisitTarget(const RestoreOrder& order, std::size_t number, const RefArea& area, bool join, Visit visit) {
     const RefArea& target = order.targets[number];
-    const RefArea& origin = TileOrigin(order, target);
+    const TileStart origin = TileOrigin(order, target);
     const i32 height = TileRows(order), width = TileColumns(order);
     TileArea reach = AtTile(order, 0, 0, area);
     const bool tall = join && reach.lastRow - reach.firstRow + 1 == height,
                wide = join && reach.lastColumn - reach.firstColumn + 1 == width;
-    const i32 first = (target.firstRow - origin.firstRow) / height,
-              last = tall ? first : (target.lastRow - origin.firstRow) / height;
-    const i32 left = (target.firstColumn - origin.firstColumn) / width,
-              right = wide ? left : (target.lastColumn - origin.firstColumn) / width;
+    const i32 first = (target.firstRow - origin.row) / height,
+              last = tall ? first : (target.lastRow - origin.row) / height;
+    const i32 left = (target.firstColumn - origin.column) / width,
+              right = wide ? left : (target.lastColumn - origin.column) / width;
     for (i32 r = first; r <= last; ++r) {
         for (i32 c = left; c <= right; ++c) {
-            TileArea tile = AtTile(order, origin.firstRow + r * height, origin.firstColumn + c * width, area);
+            TileArea tile = AtTile(order, origin.row + r * height, origin.column + c * width, area);
             if (tall) tile.lastRow = target.lastRow;
             if (wide) tile.lastColumn = target.lastColumn;
             RefArea cut;

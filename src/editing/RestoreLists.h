@@ -20,8 +20,12 @@ inline i32 PlaceOfColumn(const RestoreOrder& order, i32 column) {
                : order.columnPlaces[static_cast<std::size_t>(column - order.block->area.firstColumn)];
 }
 // Where the tiles of a target begin.
-inline const RefArea& TileOrigin(const RestoreOrder& order, const RefArea& target) {
-    return order.origin ? *order.origin : target;
+struct TileStart {
+    i32 row, column;  // below 0 where the first tile begins before the sheet
+};
+inline TileStart TileOrigin(const RestoreOrder& order, const RefArea& target) {
+    const RefArea& origin = order.origin ? *order.origin : target;
+    return {origin.firstRow - order.rowsBefore, origin.firstColumn - order.columnsBefore};
 }
 // Rows and columns that a tile takes at the target.
 inline i32 TileRows(const RestoreOrder& order) {

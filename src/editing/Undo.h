@@ -69,6 +69,8 @@ enum UndoKind : i32 {
     UNDO_TAB_COLOUR = 59,
     UNDO_KINDS = 60,
 };
+// Where an operation wants a kind: no record of its own, or the last record goes on over this step, too.
+constexpr i32 UNDO_NONE = -1, UNDO_CONTINUED = -2;
 
 // The view of a sheet as it was.
 struct SavedView {

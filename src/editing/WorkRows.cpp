@@ -126,7 +126,7 @@ bool ReplaceArea(AreaContents& after, i32 undoKind, u32 undoMask) {
         if (recorded) DropLastUndo();
         return false;
     }
-    if (recorded) LastUndo()->contents.tokens = std::move(after.tokens);
+    if (recorded || undoKind == UNDO_CONTINUED) LastUndo()->contents.tokens = std::move(after.tokens);
     BookAt(sheet->book)->dirty = 1;
     IgnoreFailure(MarkVolatileCells());
     return true;

@@ -38,7 +38,7 @@ void StoreWorkCell(WorkRows& work, i32 column, SavedCell cell, u16 columnFormat)
 
 // Tells the user that there are too many cells; false.
 bool RefuseSize();
-// Records what stands there, unless the kind is below 0, and puts `after` in its place. False with nothing
+// Records what stands there, unless the kind says otherwise, and puts `after` in its place. False with nothing
 // changed when memory fails.
 [[nodiscard]] bool ReplaceArea(AreaContents& after, i32 undoKind, u32 undoMask);
 // The same for contents that a user's paste or fill has made: `good` tells whether that went well. The rows

@@ -181,7 +181,9 @@ enum PointerShape : u8 {
     POINTER_COLUMN_EDGE,
     POINTER_ROW_EDGE,
     POINTER_LINK,
-    POINTER_WAIT
+    POINTER_WAIT,
+    POINTER_FILL,  // a thin cross
+    POINTER_MOVE   // four arrows
 };
 
 enum TimerId : i32 {

@@ -5,7 +5,9 @@
 
 #include "display/LocaleSettings.h"
 #include "editing/ApplyFormat.h"
+#include "editing/CarryCells.h"
 #include "editing/ClearArea.h"
+#include "editing/ExtendFill.h"
 #include "editing/Fill.h"
 #include "editing/FillSeries.h"
 #include "editing/InsertDelete.h"
@@ -275,6 +277,31 @@ TEST_F(ShortMemory, AnOperationIsRefusedOrDoneWhole) {
         {"cut", nullptr,
          [] {
              return CutCells(0, 0, RefArea{1, 5, 0, 2});
+         },
+         1},
+        {"extend", nullptr,
+         [] {
+             return ExtendFill({RefArea{4, 5, 0, 2}, RefArea{6, 8, 0, 2}});
+         },
+         1},
+        {"move", nullptr,
+         [] {
+             return CarryCells({0, 0, RefArea{4, 5, 0, 2}, 6, 9});
+         },
+         1},
+        {"move over itself", nullptr,
+         [] {
+             return CarryCells({0, 0, RefArea{4, 5, 0, 2}, 5, 1});
+         },
+         1},
+        {"move columns", nullptr,
+         [] {
+             return CarryCells({0, 0, RefArea{0, 65535, 1, 1}, 0, 12});
+         },
+         1},
+        {"copy elsewhere", nullptr,
+         [] {
+             return CarryCells({0, 0, RefArea{4, 5, 0, 2}, 6, 9, true});
          },
          1},
         {"paste formats",

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QLibraryInfo>
+#include <QPainter>
 #include <QTranslator>
 #include <algorithm>
 #include <clocale>
@@ -79,10 +80,26 @@ void QtSetToolTip(WideView text) {
     if (frame) frame->client.setToolTip(ToQString(text));
 }
 
+// A broad white cross with a dark edge, beside which the toolkit's own thin one can be told.
+QCursor CellCursor() {
+    constexpr int SIZE = 19, ARM = 5, MARGIN = 2;
+    QImage image(SIZE, SIZE, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    const QRect across(MARGIN, (SIZE - ARM) / 2, SIZE - 2 * MARGIN, ARM);
+    const QRect upright((SIZE - ARM) / 2, MARGIN, ARM, SIZE - 2 * MARGIN);
+    for (const QRect& arm : {across, upright}) painter.fillRect(arm, Qt::black);
+    for (const QRect& arm : {across, upright}) painter.fillRect(arm.adjusted(1, 1, -1, -1), Qt::white);
+    painter.end();
+    return QCursor(QPixmap::fromImage(image), SIZE / 2, SIZE / 2);
+}
+
 void QtSetPointer(PointerShape shape) {
-    constexpr Qt::CursorShape shapes[] = {Qt::ArrowCursor,  Qt::CrossCursor,        Qt::SplitHCursor,
-                                          Qt::SplitVCursor, Qt::PointingHandCursor, Qt::WaitCursor};
-    if (frame && frame->client.cursor().shape() != shapes[shape]) frame->client.setCursor(shapes[shape]);
+    constexpr Qt::CursorShape shapes[] = {Qt::ArrowCursor,  Qt::BitmapCursor,       Qt::SplitHCursor,
+                                          Qt::SplitVCursor, Qt::PointingHandCursor, Qt::WaitCursor,
+                                          Qt::CrossCursor,  Qt::SizeAllCursor};
+    if (!frame || frame->client.cursor().shape() == shapes[shape]) return;
+    frame->client.setCursor(shape == POINTER_CELL ? CellCursor() : QCursor(shapes[shape]));
 }
 
 // What is invalidated waits as a request to the window.

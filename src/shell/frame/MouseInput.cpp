@@ -1,12 +1,14 @@
 #include "shell/frame/MouseInput.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "editing/Guards.h"
 #include "model/BookTable.h"
 #include "shell/commands/Places.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/entry/RuleList.h"
+#include "shell/frame/BlockDrag.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/Tables.h"
 #include "shell/frame/Toolbars.h"
@@ -22,17 +24,6 @@ namespace {
 constexpr i32 SCROLL_STEP_MILLISECONDS = 60;
 
 bool IsResizing() { return Shell().gesture == GESTURE_RESIZE_ROW || Shell().gesture == GESTURE_RESIZE_COLUMN; }
-
-void StartGesture(Gesture gesture) {
-    Shell().gesture = gesture;
-    ShellPlatform().setCapture(true);
-}
-
-void EndGesture() {
-    Shell().gesture = GESTURE_NONE;
-    ShellPlatform().setCapture(false);
-    ShellPlatform().killTimer(TIMER_AUTO_SCROLL);
-}
 
 // The line whose far edge is near the pixel: `inside` before it, `behind` after it, both as lengths on a screen
 // with 96 pixels to the inch.
@@ -237,6 +228,7 @@ PointerShape PointerAt(i32 x, i32 y) {
     if (inColumns)
         return mayResize && EdgeAt(layout.columns, x, 6, 3) >= 0 ? POINTER_COLUMN_EDGE : POINTER_ARROW;
     if (inRows) return mayResize && EdgeAt(layout.rows, y, 5, 3) >= 0 ? POINTER_ROW_EDGE : POINTER_ARROW;
+    if (const PointerShape shape = BlockPointer(x, y); shape != POINTER_ARROW) return shape;
     const bool link =
         !IsEditing() && FindHyperlink(LineAtPixel(layout.rows, y), LineAtPixel(layout.columns, x)) >= 0;
     return link ? POINTER_LINK : POINTER_CELL;
@@ -273,6 +265,28 @@ bool EditAtPointer(const ShellMessage& message) {
 
 }  // namespace
 
+void StartGesture(Gesture gesture) {
+    Shell().gesture = gesture;
+    ShellPlatform().setCapture(true);
+}
+
+void EndGesture() {
+    const Gesture gesture = std::exchange(Shell().gesture, GESTURE_NONE);
+    ShellPlatform().setCapture(false);
+    ShellPlatform().killTimer(TIMER_AUTO_SCROLL);
+    if (gesture != GESTURE_FILL && gesture != GESTURE_CARRY) return;
+    InvalidateArea(Shell().drag.frame);
+    InvalidateArea(Shell().drag.from);
+}
+
+bool BreakGesture() {
+    const Gesture gesture = Shell().gesture;
+    if (IsResizing()) InvalidateResizeEdge();
+    else if (gesture != GESTURE_FILL && gesture != GESTURE_CARRY) return false;
+    EndGesture();
+    return true;
+}
+
 bool MouseDown(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
     if (PressToolbar(message.x, message.y) || PressListArrow(message.x, message.y)) return true;
@@ -290,7 +304,7 @@ bool MouseDown(const ShellMessage& message) {
         if (!PointLines(0, 0, false, true, true) && CommitBeforeMove()) SelectSheetCells();
     } else if (inColumns || inRows) {
         ClickHeader(message, inColumns);
-    } else {
+    } else if (!PressBlock(message)) {
         ClickCell(message);
     }
     return true;
@@ -321,7 +335,8 @@ bool MouseMove(const ShellMessage& message) {
     const i32 column = LineAtPixel(shell.layout.columns,
                                    std::clamp(message.x, cells.left, std::max(cells.left, cells.right - 1)));
     const PointState& point = shell.point;
-    if (shell.gesture == GESTURE_POINT)
+    if (shell.gesture == GESTURE_FILL || shell.gesture == GESTURE_CARRY) DragBlock(row, column);
+    else if (shell.gesture == GESTURE_POINT)
         IgnoreFailure(PointLines(row, column, true, point.wholeRows, point.wholeColumns));
     else if (row != shell.cornerRow || column != shell.cornerColumn) DragTo(row, column);
     return true;
@@ -336,6 +351,9 @@ bool MouseUp(const ShellMessage& message) {
         shell.gestureY = message.y;
         StoreSize();
     }
+    if (shell.gesture == GESTURE_FILL || shell.gesture == GESTURE_CARRY) {
+        if (!DropBlock(message)) ClickCell(message);
+    }
     if (shell.gesture != GESTURE_NONE) EndGesture();
     return true;
 }
@@ -344,7 +362,8 @@ bool MouseDouble(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
     if (RectHolds(layout.statusBar, message.x, message.y)) AggregatePopup(message.x, message.y);
     else if (RectHolds(layout.tabs, message.x, message.y)) TabsPopup(message.x, message.y);
-    else if (!FitAtEdge(message)) return MouseDown(message) && EditAtPointer(message);
+    else if (!DoubleOnHandle(message) && !FitAtEdge(message))
+        return MouseDown(message) && EditAtPointer(message);
     return true;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // The mouse on the frame.
 
-#include "platform/ShellPlatform.h"
+#include "shell/state/ShellState.h"
 
 namespace tally {
 
@@ -14,5 +14,11 @@ bool MouseRight(const ShellMessage& message);
 bool MenuByKey(const ShellMessage& message);
 bool MouseWheel(const ShellMessage& message);
 bool GestureTimer(const ShellMessage& message);
+
+// What the mouse does from a press on until it is let go.
+void StartGesture(Gesture gesture);
+void EndGesture();
+// Ends one that would change something, with nothing changed. False when there is none.
+bool BreakGesture();
 
 }  // namespace tally

@@ -98,6 +98,7 @@ bool OnComposition(const ShellMessage&) {
 bool OnMenu(const ShellMessage&) { return true; }
 
 bool OnKey(const ShellMessage& message) {
+    if (message.key == VK_ESCAPE && BreakGesture()) return true;
     if (IsEditing()) return LineKeyDown(message.key, message.modifiers);
     NoteDecimalKey(message.key);
     if (GridKey(message.key, message.modifiers)) return true;

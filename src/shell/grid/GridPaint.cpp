@@ -5,50 +5,13 @@
 #include "model/BookTable.h"
 #include "shell/grid/CellPaint.h"
 #include "shell/grid/Layout.h"
+#include "shell/grid/SelectionMarks.h"
 #include "shell/grid/ShownCells.h"
 
 namespace tally {
 namespace {
 
 constexpr u32 FROZEN_COLOUR = 0x000000;
-
-// Whether the edge of an area stands at the edge of its first shown line: nothing visible lies between.
-bool IsFirstShown(i32 first, i32 shown, const Sheet& sheet, i32 (*size)(const Sheet&, i32)) {
-    while (first < shown && !size(sheet, first)) ++first;
-    return first == shown;
-}
-
-// Which edges of an area's rectangle are the area's own; the others are where the view ends.
-struct OwnEdges {
-    bool left, top, right, bottom;
-};
-OwnEdges EdgesOf(const Sheet& sheet, const RefArea& area) {
-    const Layout& layout = Shell().layout;
-    const auto from = [](const Array<ShownLine>& lines, i32 index) {
-        return std::lower_bound(lines.begin(), lines.end(), index,
-                                [](const ShownLine& line, i32 wanted) { return line.index < wanted; });
-    };
-    const ShownLine* row = from(layout.rows, area.firstRow);
-    const ShownLine* column = from(layout.columns, area.firstColumn);
-    const ShownLine* lastRow = from(layout.rows, area.lastRow + 1) - 1;
-    const ShownLine* lastColumn = from(layout.columns, area.lastColumn + 1) - 1;
-    return {IsFirstShown(area.firstColumn, column->index, sheet, ColumnPixels),
-            IsFirstShown(area.firstRow, row->index, sheet, RowPixels),
-            IsFirstShown(lastColumn->index + 1, area.lastColumn + 1, sheet, ColumnPixels),
-            IsFirstShown(lastRow->index + 1, area.lastRow + 1, sheet, RowPixels)};
-}
-
-// One pixel along the top and left edges, two along the bottom and right, each pixel flipped once.
-void PaintOutline(DrawTarget& target, const Sheet& sheet, const RefArea& area) {
-    const PixelRect rect = AreaPixels(area);
-    if (IsEmptyRect(rect)) return;
-    const OwnEdges own = EdgesOf(sheet, area);
-    const i32 left = own.left ? rect.left - 1 : rect.left, bottom = own.bottom ? rect.bottom - 2 : rect.bottom;
-    if (own.top) InvertRect(target, {left, rect.top - 1, rect.right, rect.top});
-    if (own.left) InvertRect(target, {rect.left - 1, rect.top, rect.left, bottom});
-    if (own.bottom) InvertRect(target, {left, rect.bottom - 2, rect.right, rect.bottom});
-    if (own.right) InvertRect(target, {rect.right - 2, rect.top, rect.right, bottom});
-}
 
 // The lines that meet a stretch of pixels, and those beside them, whose thick borders reach into it.
 std::span<const ShownLine> LinesIn(std::span<const ShownLine> lines, i32 from, i32 to) {
@@ -99,6 +62,8 @@ void PaintPanes(DrawTarget& target, Sheet& sheet, const PixelRect& paint) {
         PaintCellArea(pane);
         const PixelRect former = PushClip(target, pane.clip);
         PaintOutline(target, sheet, sheet.view.selection);
+        PaintFillHandle(target, sheet);
+        PaintDragFrame(target, sheet);
         if (Shell().point.active) PaintOutline(target, sheet, Shell().point.area);
         PaintFrozenEdges(target, layout);
         PopClip(target, former);

@@ -20,7 +20,9 @@ enum Gesture : u8 {
     GESTURE_RESIZE_ROW,
     GESTURE_RESIZE_COLUMN,
     GESTURE_POINT,
-    GESTURE_PICK,  // a reference for a dialog
+    GESTURE_PICK,   // a reference for a dialog
+    GESTURE_FILL,   // the selection's corner is drawn over the cells that it is to fill
+    GESTURE_CARRY,  // the selection is drawn elsewhere by its edge
 };
 
 // A row or column on the screen; `end` lies outside.
@@ -71,6 +73,14 @@ struct PointState {
     i32 anchorRow = 0, anchorColumn = 0;
     i32 row = 0, column = 0;  // the moving corner
     bool wholeRows = false, wholeColumns = false;
+};
+
+// A selection that is drawn by its corner or its edge.
+struct BlockDrag {
+    RefArea from;             // it
+    RefArea frame;            // what a release would fill it to, or where it would go
+    i32 row = 0, column = 0;  // of the press
+    bool moved = false;
 };
 
 // The last used column, which costs a walk over all rows, as long as the sheet holds as many cells and merges.
@@ -133,6 +143,7 @@ struct ShellState {
     i32 gestureOffset = 0;                // distance of the pointer from its edge
     i32 gestureX = 0, gestureY = 0;       // last pointer position
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
+    BlockDrag drag;
     PointState point;
     Toolbar toolbar;
     RepeatState repeat;

@@ -1,0 +1,103 @@
+#include "shell/grid/SelectionMarks.h"
+
+#include <algorithm>
+
+#include "model/CellStore.h"
+#include "shell/grid/Layout.h"
+
+namespace tally {
+namespace {
+
+// Lengths on a screen with 96 pixels to the inch.
+constexpr i32 HANDLE_SIZE = 7;    // with the white line around it
+constexpr i32 HANDLE_BEYOND = 2;  // of it lies outside the area
+constexpr i32 EDGE_REACH = 2;     // from an edge to either side
+constexpr i32 FRAME_THICKNESS = 2;
+constexpr u32 BLACK = 0, WHITE = 0xFFFFFF, FRAME = 0x808080;
+
+// Whether the edge of an area stands at the edge of its first shown line: nothing visible lies between.
+bool IsFirstShown(i32 first, i32 shown, const Sheet& sheet, i32 (*size)(const Sheet&, i32)) {
+    while (first < shown && !size(sheet, first)) ++first;
+    return first == shown;
+}
+
+// Which edges of an area's rectangle are the area's own; the others are where the view ends.
+struct OwnEdges {
+    bool left, top, right, bottom;
+};
+OwnEdges EdgesOf(const Sheet& sheet, const RefArea& area) {
+    const Layout& layout = Shell().layout;
+    const auto from = [](const Array<ShownLine>& lines, i32 index) {
+        return std::lower_bound(lines.begin(), lines.end(), index,
+                                [](const ShownLine& line, i32 wanted) { return line.index < wanted; });
+    };
+    const ShownLine* row = from(layout.rows, area.firstRow);
+    const ShownLine* column = from(layout.columns, area.firstColumn);
+    const ShownLine* lastRow = from(layout.rows, area.lastRow + 1) - 1;
+    const ShownLine* lastColumn = from(layout.columns, area.lastColumn + 1) - 1;
+    return {IsFirstShown(area.firstColumn, column->index, sheet, ColumnPixels),
+            IsFirstShown(area.firstRow, row->index, sheet, RowPixels),
+            IsFirstShown(lastColumn->index + 1, area.lastColumn + 1, sheet, ColumnPixels),
+            IsFirstShown(lastRow->index + 1, area.lastRow + 1, sheet, RowPixels)};
+}
+
+bool IsDragged() { return Shell().gesture == GESTURE_FILL || Shell().gesture == GESTURE_CARRY; }
+
+}  // namespace
+
+void PaintOutline(DrawTarget& target, const Sheet& sheet, const RefArea& area) {
+    const PixelRect rect = AreaPixels(area);
+    if (IsEmptyRect(rect)) return;
+    const OwnEdges own = EdgesOf(sheet, area);
+    const i32 left = own.left ? rect.left - 1 : rect.left, bottom = own.bottom ? rect.bottom - 2 : rect.bottom;
+    if (own.top) InvertRect(target, {left, rect.top - 1, rect.right, rect.top});
+    if (own.left) InvertRect(target, {rect.left - 1, rect.top, rect.left, bottom});
+    if (own.bottom) InvertRect(target, {left, rect.bottom - 2, rect.right, rect.bottom});
+    if (own.right) InvertRect(target, {rect.right - 2, rect.top, rect.right, bottom});
+}
+
+PixelRect FillHandlePlace(const Sheet& sheet) {
+    const RefArea& area = sheet.view.selection;
+    const PixelRect rect = AreaPixels(area);
+    const i32 size = ScreenLength(HANDLE_SIZE);
+    if (rect.right - rect.left < 2 * size || rect.bottom - rect.top < 2 * size) return PixelRect();
+    const OwnEdges own = EdgesOf(sheet, area);
+    const PixelRect& cells = Shell().layout.cells;
+    if (!own.right || !own.bottom || rect.right > cells.right || rect.bottom > cells.bottom) return PixelRect();
+    return {rect.right + HANDLE_BEYOND - size, rect.bottom + HANDLE_BEYOND - size, rect.right + HANDLE_BEYOND,
+            rect.bottom + HANDLE_BEYOND};
+}
+
+bool IsOnSelectionEdge(const Sheet& sheet, i32 x, i32 y) {
+    const RefArea& area = sheet.view.selection;
+    const PixelRect rect = AreaPixels(area);
+    const i32 reach = ScreenLength(EDGE_REACH);
+    // Where little is left between the edges, all of it stays the cell's.
+    if (rect.right - rect.left < 6 * reach || rect.bottom - rect.top < 6 * reach) return false;
+    if (!RectHolds({rect.left - reach, rect.top - reach, rect.right + reach, rect.bottom + reach}, x, y))
+        return false;
+    const OwnEdges own = EdgesOf(sheet, area);
+    return (own.left && x < rect.left + reach) || (own.right && x >= rect.right - reach) ||
+           (own.top && y < rect.top + reach) || (own.bottom && y >= rect.bottom - reach);
+}
+
+void PaintFillHandle(DrawTarget& target, const Sheet& sheet) {
+    const PixelRect place = FillHandlePlace(sheet);
+    if (IsEmptyRect(place) || IsDragged()) return;
+    FillRect(target, place, WHITE);
+    FillRect(target, {place.left + 1, place.top + 1, place.right - 1, place.bottom - 1}, BLACK);
+}
+
+void PaintDragFrame(DrawTarget& target, const Sheet& sheet) {
+    const RefArea& area = Shell().drag.frame;
+    const PixelRect rect = AreaPixels(area);
+    if (!IsDragged() || IsEmptyRect(rect)) return;
+    const OwnEdges own = EdgesOf(sheet, area);
+    const i32 width = FRAME_THICKNESS;
+    if (own.top) FillRect(target, {rect.left, rect.top, rect.right, rect.top + width}, FRAME);
+    if (own.left) FillRect(target, {rect.left, rect.top, rect.left + width, rect.bottom}, FRAME);
+    if (own.bottom) FillRect(target, {rect.left, rect.bottom - width, rect.right, rect.bottom}, FRAME);
+    if (own.right) FillRect(target, {rect.right - width, rect.top, rect.right, rect.bottom}, FRAME);
+}
+
+}  // namespace tally
