@@ -374,6 +374,7 @@ TEST_F(DialogTables, EachPageIsWholeInBothLanguages) {
 }
 
 TEST_F(DialogTables, EachPageIsWholeOnAFinerScreen) {
+    if (QGuiApplication::screens().size() < 2) GTEST_SKIP() << "the toolkit shows one screen only";
     FrameInUse()->window.move(4900, 100);
     QTest::qWait(0);
     ASSERT_EQ(Shell().layout.dpi, 168);
