@@ -670,6 +670,16 @@ TEST_F(FrameTest, WhatIsInvalidIsPaintedAtOnceWhenAskedFor) {
     EXPECT_TRUE(heard.messages.empty());
 }
 
+TEST_F(FrameTest, TheWindowBringsItsIconAndItsName) {
+    const QIcon icon = FrameInUse()->window.windowIcon();
+    for (const int size : {16, 22, 24, 32, 48, 64, 128}) {
+        const QImage image = icon.pixmap(size, size).toImage();
+        EXPECT_EQ(image.size(), QSize(size, size));
+        EXPECT_GT(image.pixelColor(size / 2, size / 8).green(), image.pixelColor(size / 2, size / 8).red());
+    }
+    EXPECT_EQ(QGuiApplication::desktopFileName(), QStringLiteral("tallyman"));
+}
+
 TEST_F(FrameTest, ThePointerWaits) {
     shell.setPointer(POINTER_WAIT);
     EXPECT_EQ(FrameInUse()->client.cursor().shape(), Qt::WaitCursor);

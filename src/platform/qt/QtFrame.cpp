@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QIcon>
 #include <QLibraryInfo>
 #include <QPainter>
 #include <QTranslator>
@@ -176,6 +177,15 @@ void TranslateToolkit() {
         QCoreApplication::installTranslator(&*translator);
 }
 
+// Desktops take the icon of the file of this name, or what the window brings along.
+void ShowIcon() {
+    QGuiApplication::setDesktopFileName(QStringLiteral("tallyman"));
+    QIcon icon;
+    for (const int size : {16, 22, 24, 32, 48, 64, 128})
+        icon.addFile(QStringLiteral(":/icons/tallyman-%1.png").arg(size), QSize(size, size));
+    QApplication::setWindowIcon(icon);
+}
+
 // Of what the toolkit says while it starts only its failure counts, in one line; it would end with a core file.
 void HearStart(QtMsgType type, const QMessageLogContext&, const QString&) {
     if (type != QtFatalMsg) return;
@@ -233,6 +243,7 @@ void OpenDesktop(int& count, char** arguments) {
     TranslateToolkit();
     ReadUserRegion();
     QApplication::setFont(FontOf(0).font);
+    ShowIcon();
     QApplication::setQuitOnLastWindowClosed(false);
     SetPlatform(&QtPlatform());
     SetForeignPlatform(&PosixForeign());
