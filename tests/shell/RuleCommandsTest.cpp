@@ -1,6 +1,7 @@
 // The rules of cells by their commands: validation and conditional formats.
 
 #include "base/MessageTable.h"
+#include "editing/RuleFormulas.h"
 #include "editing/RuleOperations.h"
 #include "editing/Undo.h"
 #include "model/Tokens.h"
@@ -425,38 +426,161 @@ TEST_F(ConditionalCommands, PagesWithoutAnythingAreNoConditionsAndThreeAreTaken)
 
 // ---- the colour of a tab -----------------------------------------------------------------------------------
 
-TEST_F(RuleCommands, ATabTakesTheColourThatIsPressed) {
+TEST_F(RuleCommands, ATabTakesTheColourThatIsPicked) {
+    constexpr i32 COLOUR = 101, NO_COLOUR = 102;
     HeadlessDialogs().whileOpen = [](Dialog& dialog) {
-        const PixelRect& place = FindControl(dialog, 101)->place;
-        const i32 width = place.right - place.left, height = place.bottom - place.top;
-        EXPECT_TRUE(IsChecked(dialog, 102));
-        // The third field of the second line.
-        IgnoreFailure(SendDialogEvent(dialog, {.kind = DIALOG_MOUSE,
-                                               .control = 101,
-                                               .value = WM_LBUTTONDOWN,
-                                               .x = width * 5 / 16,
-                                               .y = height * 3 / 14}));
-        EXPECT_FALSE(IsChecked(dialog, 102));
+        EXPECT_TRUE(IsChecked(dialog, NO_COLOUR));
+        EXPECT_EQ(ControlChoice(dialog, COLOUR), 0);
+        EXPECT_EQ(FindControl(dialog, COLOUR)->items.Count(), 57u);
+        UserChooses(dialog, COLOUR, 11);
+        EXPECT_FALSE(IsChecked(dialog, NO_COLOUR));
         UserAccepts(dialog);
     };
     PickCommand(TAB_COLOUR);
-    EXPECT_EQ(CurrentSheet()->tabColour, 8 + 8 + 2);
+    EXPECT_EQ(CurrentSheet()->tabColour, 8 + 10);
     HeadlessDialogs().whileOpen = [](Dialog& dialog) {
-        for (const i32 key : {VK_UP, VK_UP, VK_LEFT, VK_RIGHT, VK_RIGHT, VK_DOWN})
-            IgnoreFailure(SendDialogEvent(dialog, {.kind = DIALOG_KEY, .control = 101, .value = key}));
+        EXPECT_EQ(ControlChoice(dialog, COLOUR), 11);
+        // Taken away and given again it is the first one.
+        UserChooses(dialog, NO_COLOUR, 1);
+        EXPECT_EQ(ControlChoice(dialog, COLOUR), 0);
+        UserChooses(dialog, NO_COLOUR, 0);
+        EXPECT_EQ(ControlChoice(dialog, COLOUR), 1);
+        UserChooses(dialog, COLOUR, 0);
+        EXPECT_TRUE(IsChecked(dialog, NO_COLOUR));
+        UserChooses(dialog, COLOUR, 56);
         UserAccepts(dialog);
     };
     PickCommand(TAB_COLOUR);
-    EXPECT_EQ(CurrentSheet()->tabColour, 8 + 8 + 3);
+    EXPECT_EQ(CurrentSheet()->tabColour, 63);
     HeadlessDialogs().whileOpen = nullptr;
     Fill({{u"无颜色", u"1"}});
     PickCommand(TAB_COLOUR);
     EXPECT_EQ(CurrentSheet()->tabColour, 0);
     PickCommand(130);
-    EXPECT_EQ(CurrentSheet()->tabColour, 8 + 8 + 3);
+    EXPECT_EQ(CurrentSheet()->tabColour, 63);
     Fill({{u"无颜色", u"1"}}, false);
     PickCommand(TAB_COLOUR);
-    EXPECT_EQ(CurrentSheet()->tabColour, 8 + 8 + 3);
+    EXPECT_EQ(CurrentSheet()->tabColour, 63);
+}
+
+// ---- the look of a condition -------------------------------------------------------------------------------
+
+class ConditionLooks : public RuleCommands {
+  protected:
+    static constexpr i32 TYPE = 111, FIRST = 113, FORMAT = 117;
+    // Controls of the pages of looks.
+    static constexpr i32 PAGES_OF_LOOK = 400, FACE = 181, STYLE = 183, SIZE = 185, FONT_COLOUR = 187,
+                         UNDERLINE = 188, STRIKEOUT = 189;
+    static constexpr i32 LINE = 221, OUTLINE = 226, TOP = 229, HORIZONTAL = 233, PATTERN = 261, FORE = 263,
+                         BACK = 265;
+
+    // The command, with what the user does in the pages of looks.
+    static void Ask(void (*user)(Dialog& dialog)) {
+        look = user;
+        HeadlessDialogs().whileOpen = [](Dialog& dialog) {
+            if (dialog.title == Message(MSG_CELL_FORMAT_TITLE)) return look(dialog);
+            UserChooses(dialog, TYPE, 1);
+            if (ControlText(dialog, FIRST).empty()) UserEdits(dialog, FIRST, u"=A1>1");
+            UserPresses(dialog, FORMAT);
+            UserAccepts(dialog);
+        };
+        PickCommand(CONDITIONAL);
+        HeadlessDialogs().whileOpen = nullptr;
+    }
+    static const ConditionalCondition& Condition() { return Formats()[0].conditions[0]; }
+    static void (*look)(Dialog& dialog);
+};
+void (*ConditionLooks::look)(Dialog& dialog) = nullptr;
+
+TEST_F(ConditionLooks, TheButtonAsksForWhatAConditionHolds) {
+    SelectCells("A1", "A3");
+    Ask([](Dialog& dialog) {
+        // Fonts are not chosen by name and size, and there is neither a number nor a line inside.
+        EXPECT_EQ(FindControl(dialog, FACE)->row.container, FindControl(dialog, STYLE)->row.container);
+        EXPECT_FALSE(IsControlReachable(dialog, *FindControl(dialog, FACE)));
+        EXPECT_FALSE(IsControlReachable(dialog, *FindControl(dialog, SIZE)));
+        EXPECT_EQ(FindControl(dialog, 110), nullptr);
+        EXPECT_EQ(FindControl(dialog, 140), nullptr);
+        EXPECT_EQ(FindControl(dialog, 300), nullptr);
+        EXPECT_EQ(ControlChoice(dialog, STYLE), -1);
+        UserChooses(dialog, STYLE, 3);
+        UserChooses(dialog, FONT_COLOUR, 3);
+        UserChooses(dialog, UNDERLINE, 1);
+        UserChooses(dialog, STRIKEOUT, 1);
+        UserChooses(dialog, PAGES_OF_LOOK, 1);
+        UserChooses(dialog, LINE, 2);
+        UserPresses(dialog, OUTLINE);
+        UserChooses(dialog, PAGES_OF_LOOK, 2);
+        UserChooses(dialog, FORE, 6);
+        EXPECT_EQ(ControlChoice(dialog, PATTERN), 1);
+        UserAccepts(dialog);
+    });
+    ASSERT_EQ(Formats().Count(), 1u);
+    const ConditionalCondition& c = Condition();
+    EXPECT_TRUE(c.bold.present && c.bold.value == 1 && c.italic.present && c.italic.value == 1);
+    EXPECT_TRUE(c.underline.present && c.underline.value == 1 && c.strikeout.present && c.strikeout.value == 1);
+    EXPECT_TRUE(c.hasFontColour);
+    EXPECT_EQ(c.fontColour, 10);
+    EXPECT_TRUE(c.hasBorders);
+    for (const OverrideByte& style : {c.topStyle, c.leftStyle, c.bottomStyle, c.rightStyle})
+        EXPECT_TRUE(style.present && style.value == 2);
+    // A solid fill is told by its back colour.
+    EXPECT_TRUE(c.hasPattern && c.pattern.present && c.pattern.value == 1);
+    EXPECT_TRUE(c.backColour.present);
+    EXPECT_EQ(c.backColour.value, 13);
+    EXPECT_EQ(UndoCount(), 1u);
+}
+
+TEST_F(ConditionLooks, WhatIsThereIsShownAndKeptUnlessItIsTouched) {
+    SelectCells("A1", "A3");
+    ConditionEdit edit;
+    edit.condition.type = 2;
+    edit.condition.bold = {true, 1};
+    edit.condition.hasPattern = true;
+    edit.condition.backColour = {true, 20};
+    edit.condition.hasBorders = true;
+    edit.condition.topStyle = {true, 5};
+    edit.condition.topColour = 11;
+    FormulaPlace place;
+    ASSERT_EQ(ReadConditionValue(place, u"=A1>2", edit.condition.formula1), 0);
+    ASSERT_TRUE(ApplyConditionalFormats({0, 0, CurrentSheet()->view.selection, std::span(&edit, 1)}));
+    FreeCondition(edit.condition);
+    Ask([](Dialog& dialog) {
+        EXPECT_EQ(ControlChoice(dialog, STYLE), 2);  // bold
+        EXPECT_EQ(ControlChoice(dialog, UNDERLINE), -1);
+        EXPECT_EQ(ControlChoice(dialog, FONT_COLOUR), -1);
+        EXPECT_TRUE(IsChecked(dialog, TOP));
+        EXPECT_EQ(ControlChoice(dialog, PATTERN), 1);
+        EXPECT_EQ(ControlChoice(dialog, FORE), 13);
+        UserChooses(dialog, UNDERLINE, 1);
+        UserAccepts(dialog);
+    });
+    const ConditionalCondition& c = Condition();
+    EXPECT_TRUE(c.underline.present && c.underline.value == 1);
+    EXPECT_TRUE(c.bold.present && c.bold.value == 1);
+    EXPECT_FALSE(c.italic.present || c.strikeout.present || c.hasFontColour || c.leftStyle.present);
+    EXPECT_TRUE(c.topStyle.present && c.topStyle.value == 5 && c.topColour == 11);
+    EXPECT_FALSE(c.pattern.present || c.patternColour.present);
+    EXPECT_EQ(c.backColour.value, 20);
+    // A pattern of its own shows both colours, each in its place.
+    Ask([](Dialog& dialog) {
+        UserChooses(dialog, PAGES_OF_LOOK, 2);
+        UserChooses(dialog, PATTERN, 4);
+        UserChooses(dialog, BACK, 2);
+        UserChooses(dialog, PAGES_OF_LOOK, 1);
+        UserChooses(dialog, TOP, 0);
+        UserAccepts(dialog);
+    });
+    EXPECT_EQ(Condition().pattern.value, 4);
+    EXPECT_EQ(Condition().patternColour.value, 20);
+    EXPECT_EQ(Condition().backColour.value, 9);
+    EXPECT_TRUE(Condition().topStyle.present && !Condition().topStyle.value);
+    // Cancelled it stays as it is.
+    Ask([](Dialog& dialog) {
+        UserChooses(dialog, STRIKEOUT, 1);
+        UserCancels(dialog);
+    });
+    EXPECT_FALSE(Condition().strikeout.present);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "model/BookTable.h"
 #include "model/RuleLists.h"
 #include "shell/commands/Commands.h"
+#include "shell/dialogs/ConditionLook.h"
 #include "shell/dialogs/Questions.h"
 #include "shell/selection/ActiveCell.h"
 
@@ -24,6 +25,18 @@ FormulaPlace ActivePlace(const Sheet& sheet) {
 bool MayEraseSeveral() {
     return Platform().messageBox(Message(MSG_VALIDATION_SEVERAL), PROGRAM_NAME, MB_YESNO | MB_ICONQUESTION) ==
            IDYES;
+}
+
+// The pages of looks, as far as a condition holds them.
+bool AskConditionLook(ConditionalCondition& condition) {
+    CellFormatQuestion question;
+    question.book = CurrentBook();
+    question.pages = FORMAT_PAGE_FONT | FORMAT_PAGE_BORDER | FORMAT_PAGE_PATTERN;
+    question.look = LookOfCondition(condition);
+    question.namedFonts = question.rows = question.columns = false;
+    if (!AskCellFormat(question)) return false;
+    PutLook(condition, question.request);
+    return true;
 }
 
 }  // namespace
@@ -53,6 +66,7 @@ void ConditionalCommand(i32) {
     const ConditionalCondition* old[MAX_CONDITIONS] = {};
     ConditionalQuestion question;
     question.place = ActivePlace(*sheet);
+    question.askLook = AskConditionLook;
     question.count = GatherConditions(*sheet, area, old);
     for (u32 i = 0; i < question.count; ++i) CopyCondition(question.edits[i].condition, *old[i]);
     const bool asked = AskConditionalFormats(question) && HasCells(CurrentSheet());

@@ -100,7 +100,7 @@ void TabColourCommand(i32) {
     const Sheet* sheet = CurrentSheet();
     if (!sheet || IsEditing()) return;
     u8 colour = sheet->tabColour;
-    if (!AskTabColour(*CurrentWorkbook(), colour) || !CurrentSheet()) return;
+    if (!AskTabColour(CurrentBook(), colour) || !CurrentSheet()) return;
     if (SetTabColour(CurrentBook(), CurrentSheet()->index, colour))
         ShellPlatform().invalidate(Shell().layout.tabs);
 }

@@ -122,7 +122,7 @@ struct MoveSheetChoice {
 };
 bool AskMoveSheet(i32 book, MoveSheetChoice& choice);
 // A palette index, 0 for none; comes in as what the tab has.
-bool AskTabColour(const Workbook& book, u8& colour);
+bool AskTabColour(i32 book, u8& colour);
 // A hidden sheet of a book; -1 when cancelled or there is none.
 i32 AskHiddenSheet(i32 book);
 
