@@ -61,7 +61,9 @@ enum KeyCode : u32 {
     VK_APPS = 0x5D,     // the menu key
     VK_DECIMAL = 0x6E,  // of the number pad
     VK_F2 = 0x71,
+    VK_F3 = 0x72,
     VK_F4 = 0x73,
+    VK_F5 = 0x74,
     VK_F9 = 0x78,
     VK_OEM_1 = 0xBA,       // ;
     VK_OEM_PLUS = 0xBB,    // =
@@ -155,12 +157,12 @@ inline bool IsPainted(const MenuItem& item) { return item.paintedWidth > 0 && it
 
 // The controls that text is typed into within the frame's client area, above what the shell paints there. Each
 // is there once and holds text, caret and place for itself, shown or not; one at most has the focus.
-enum EditHandle : i32 { EDIT_NONE = -1, ENTRY_LINE, COMMENT_EDIT, TEXT_BOX_EDIT, EDIT_COUNT };
+enum EditHandle : i32 { EDIT_NONE = -1, ENTRY_LINE, COMMENT_EDIT, TEXT_BOX_EDIT, NAME_BOX, EDIT_COUNT };
 
 struct EditTraits {
     bool wraps;  // lines break at the edge; otherwise they run on behind it
 };
-constexpr EditTraits editTraits[] = {{.wraps = false}, {.wraps = true}, {.wraps = true}};
+constexpr EditTraits editTraits[] = {{.wraps = false}, {.wraps = true}, {.wraps = true}, {.wraps = false}};
 static_assert(std::size(editTraits) == EDIT_COUNT);
 
 enum EditAction : i32 { EDIT_UNDO, EDIT_CUT, EDIT_COPY, EDIT_PASTE };

@@ -256,7 +256,7 @@ TEST_F(FrameStripsTest, TheStatusLineHasThreeParts) {
 TEST_F(FrameStripsTest, TheStripsAreShownAndHiddenFromTheMenu) {
     const Layout& layout = Lay();
     EXPECT_EQ(layout.toolbar, (PixelRect{0, 0, 800, 25}));
-    EXPECT_EQ(layout.entryLine, (PixelRect{0, 25, 800, 49}));
+    EXPECT_EQ(layout.entryLine, (PixelRect{110, 25, 800, 49}));
     EXPECT_EQ(layout.grid, (PixelRect{0, 49, 784, 562}));
     EXPECT_EQ(layout.tabs, (PixelRect{34, 562, 400, 578}));
     EXPECT_EQ(HeadlessFrame().edits[ENTRY_LINE].place, layout.entryLine);

@@ -67,6 +67,11 @@ bool RepeatedArgument(i32 command, i32& argument);
 // False when there is none, or something is being typed.
 bool RepeatLastCommand();
 
+// The selection as a new name's formula, "=Sheet1!$A$1"; a merged area by its first cell.
+[[nodiscard]] bool SelectionFormula(const Sheet& sheet, WideText& out);
+// Moves the current sheet, or a copy of it, in front of another; the count of sheets: to the end.
+void PlaceCurrentSheet(i32 before, bool copy);
+
 // The band that a command shows or hides, or -1.
 i32 BandOfCommand(i32 command);
 

@@ -94,12 +94,14 @@ void DeleteSheetCommand(i32) {
     if (DeleteSheet(CurrentWorkbook()->currentSheet, -1)) ShowOperation();
 }
 
+void PlaceCurrentSheet(i32 before, bool copy) {
+    const i32 sheet = CurrentWorkbook()->currentSheet;
+    if (copy ? CopySheet(before) : MoveSheet(CurrentBook(), sheet, before)) ShowOperation();
+}
+
 void MoveSheetCommand(i32) {
     MoveSheetChoice choice;
-    if (!AskMoveSheet(CurrentBook(), choice) || !CurrentWorkbook()) return;
-    const i32 sheet = CurrentWorkbook()->currentSheet;
-    if (choice.copy ? CopySheet(choice.before) : MoveSheet(CurrentBook(), sheet, choice.before))
-        ShowOperation();
+    if (AskMoveSheet(CurrentBook(), choice) && CurrentWorkbook()) PlaceCurrentSheet(choice.before, choice.copy);
 }
 
 }  // namespace tally

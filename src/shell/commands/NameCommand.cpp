@@ -13,6 +13,15 @@
 
 namespace tally {
 
+bool SelectionFormula(const Sheet& sheet, WideText& out) {
+    const SheetView& view = sheet.view;
+    const RefArea area = view.selection == ActiveArea(sheet)
+                             ? RefArea{view.activeRow, view.activeRow, view.activeColumn, view.activeColumn}
+                             : view.selection;
+    return AreaToText(sheet.book, sheet.index, area, AREA_USE_A1 | AREA_WITH_SHEET | AREA_WITH_EQUALS, 0, 0,
+                      out);
+}
+
 void NameCommand(i32) {
     const Sheet* sheet = CurrentSheet();
     if (!HasCells(sheet)) return;
@@ -25,12 +34,7 @@ void NameCommand(i32) {
         return defined;
     };
     question.remove = [](i32 book, i32 name) { IgnoreFailure(DeleteName(book, name)); };
-    const RefArea area = view.selection == ActiveArea(*sheet)
-                             ? RefArea{view.activeRow, view.activeRow, view.activeColumn, view.activeColumn}
-                             : view.selection;
-    if (!AreaToText(CurrentBook(), sheet->index, area, AREA_USE_A1 | AREA_WITH_SHEET | AREA_WITH_EQUALS, 0, 0,
-                    question.formula))
-        return;
+    if (!SelectionFormula(*sheet, question.formula)) return;
     AskNames(question);
     if (!HasCells(CurrentSheet())) return;
     ShowChangedCells();

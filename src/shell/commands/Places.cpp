@@ -105,6 +105,13 @@ bool FollowHyperlink(i32 row, i32 column) {
     return true;
 }
 
+void GoToPlace(const SheetArea& place) {
+    // The way back is what the next one begins with.
+    WideText back;
+    if (WayBack(place.book != CurrentBook(), back)) Shell().goToTarget = std::move(back);
+    ShowPlace(place);
+}
+
 void GoToCommand(i32) {
     SheetArea place;
     LineQuestion question;
@@ -118,10 +125,7 @@ void GoToCommand(i32) {
     if (!question.text.Assign(Shell().goToTarget) || !AskLine(question) || !HasCells(CurrentSheet()) ||
         !FindPlace(question.text, place))
         return;
-    // The way back is what the next one begins with.
-    WideText back;
-    if (WayBack(place.book != CurrentBook(), back)) Shell().goToTarget = std::move(back);
-    ShowPlace(place);
+    GoToPlace(place);
 }
 
 }  // namespace tally

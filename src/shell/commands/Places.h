@@ -9,6 +9,8 @@ namespace tally {
 bool FindPlace(WideView text, SheetArea& place);
 // Makes its sheet the current one and selects the area.
 void ShowPlace(const SheetArea& place);
+// The same, and the next Go To leads back.
+void GoToPlace(const SheetArea& place);
 // Follows the hyperlink of a cell; false when it has none.
 bool FollowHyperlink(i32 row, i32 column);
 

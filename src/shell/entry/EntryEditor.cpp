@@ -256,6 +256,7 @@ bool LineKeyDown(u32 key, u32 modifiers) {
         return true;
     }
     if (key == VK_F4 && !modifiers) return TurnReferences();
+    if (key == VK_F3 && modifiers == KEY_SHIFT) return SendCommand(167);
     if (!IsMoveKey(key) && key != VK_SPACE) return false;
     if (shell.entryMode == ENTRY_ENTER) return EnterModeKey(key, modifiers);
     return key == VK_SPACE && shell.point.active && PointKey(key, modifiers);

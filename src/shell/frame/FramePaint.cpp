@@ -20,6 +20,7 @@ constexpr u32 FACE = 0xF0F0F0;
 constexpr u32 SHADE = 0xD8D8D8;
 constexpr u32 EDGE = 0x808080;
 constexpr u32 BLACK = 0;
+constexpr u32 INK = 0x303030;
 constexpr u32 WHITE = 0xFFFFFF;
 
 void Centred(DrawTarget& target, const PixelRect& rect, WideView text, FontHandle font = 0) {
@@ -90,6 +91,31 @@ void PaintHeaders(DrawTarget& target, const Sheet& sheet, const PixelRect& paint
                 Message(MSG_STATUS_CIRCULAR), font);
 }
 
+// Where a tab that is drawn elsewhere would stand.
+static void PaintTabMark(DrawTarget& target, const Array<SheetTab>& tabs) {
+    const i32 before = Shell().gesture == GESTURE_TAB ? Shell().tab.before : -1;
+    if (before < 0 || tabs.IsEmpty()) return;
+    const PixelRect& strip = Shell().layout.tabs;
+    i32 x = tabs.Last().right;
+    for (u32 i = tabs.Count(); i-- > 0;)
+        if (tabs[i].sheet >= before) x = tabs[i].left;
+    const i32 width = ScreenLength(3),
+              left = std::clamp(x - width / 2, strip.left, std::max(strip.left, strip.right - width));
+    FillRect(target, {left, strip.top, left + width, strip.bottom}, BLACK);
+}
+
+// The arrow of the name box's list; its text is an edit control's.
+void PaintNameBox(DrawTarget& target) {
+    const Layout& layout = Shell().layout;
+    if (IsEmptyRect(layout.nameBox)) return;
+    FillRect(target, layout.nameBox, FACE);
+    const PixelRect& arrow = layout.nameArrow;
+    const i32 height = ScreenLength(4);
+    const i32 middle = (arrow.left + arrow.right) / 2, top = (arrow.top + arrow.bottom - height) / 2;
+    for (i32 i = 0; i < height; ++i)
+        DrawLine(target, middle - height + 1 + i, top + i, middle + height - i, top + i, {INK});
+}
+
 void PaintTabs(DrawTarget& target) {
     const Layout& layout = Shell().layout;
     const Workbook* book = CurrentWorkbook();
@@ -115,6 +141,7 @@ void PaintTabs(DrawTarget& target) {
         DrawLine(target, rect.right - 1, rect.top, rect.right - 1, rect.bottom, {EDGE});
         Centred(target, rect, WideView(sheet.name));
     }
+    PaintTabMark(target, tabs);
     PopClip(target, former);
 }
 
@@ -165,6 +192,7 @@ void PaintFrame(DrawTarget& target, const PixelRect& paint) {
     }
     PaintResizeEdge(target, paint);
     if (RectsMeet(layout.toolbar, paint)) PaintToolbars(target);
+    if (RectsMeet(layout.nameBox, paint)) PaintNameBox(target);
     if (RectsMeet(layout.tabScroller, paint) || RectsMeet(layout.tabs, paint)) PaintTabs(target);
     if (RectsMeet(layout.statusBar, paint)) PaintStatusBar(target);
     PopClip(target, whole);

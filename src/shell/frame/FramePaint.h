@@ -9,6 +9,7 @@ void PaintFrame(DrawTarget& target, const PixelRect& paint);
 void PaintFrameBackground(DrawTarget& target, const PixelRect& paint);
 void PaintHeaders(DrawTarget& target, const Sheet& sheet, const PixelRect& paint);
 void PaintTabs(DrawTarget& target);
+void PaintNameBox(DrawTarget& target);
 void PaintStatusBar(DrawTarget& target);
 // Text of the status bar's parts: the active cell's address, the readout, "END".
 bool StatusText(i32 part, WideText& out);

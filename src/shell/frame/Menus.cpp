@@ -281,6 +281,27 @@ bool BuildMenu(MenuId menu, Array<MenuItem>& items) {
     return true;
 }
 
+bool SheetMenu(Array<MenuItem>& items) {
+    items.Truncate(0);
+    // Those of the menus, but for a text of their own.
+    struct SheetRow {
+        i32 command;
+        u16 text;
+    };
+    constexpr SheetRow rows[] = {{163, MSG_GRID_INSERT}, {145, NO_TEXT}, {400, NO_TEXT}, {146, NO_TEXT},
+                                 {0, NO_TEXT},           {413, NO_TEXT}, {411, NO_TEXT}, {0, NO_TEXT},
+                                 {401, NO_TEXT},         {402, NO_TEXT}};
+    for (const SheetRow& row : rows) {
+        if (!row.command && !AddMenuItem(items, 0, WideView(), true, false)) return false;
+        for (const MenuRow& known : menuRows) {
+            if (!row.command || known.command != row.command) continue;
+            const u16 text = row.text ? row.text : LabelOf(known);
+            if (!AddMenuItem(items, row.command, Message(text), IsEnabled(known), false)) return false;
+        }
+    }
+    return true;
+}
+
 bool GridMenu(Array<MenuItem>& items) {
     items.Truncate(0);
     const bool rows = !RulesThatHold(NOT_ROWS), columns = !RulesThatHold(NOT_COLUMNS),

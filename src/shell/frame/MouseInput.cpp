@@ -10,12 +10,15 @@
 #include "shell/entry/RuleList.h"
 #include "shell/frame/BlockDrag.h"
 #include "shell/frame/FramePaint.h"
+#include "shell/frame/NameBox.h"
+#include "shell/frame/TabDrag.h"
 #include "shell/frame/Tables.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/RuleHints.h"
 #include "shell/grid/ShownCells.h"
 #include "shell/grid/Sizes.h"
+#include "shell/selection/ActiveCell.h"
 #include "shell/selection/Selection.h"
 
 namespace tally {
@@ -53,16 +56,6 @@ void DragTo(i32 row, i32 column) {
     SelectArea(area, false, 0, 0, false);
     Shell().cornerRow = row;
     Shell().cornerColumn = column;
-}
-
-void ClickTabs(i32 x) {
-    Array<SheetTab> tabs;
-    if (!ShownTabs(tabs)) return;
-    for (const SheetTab& tab : tabs) {
-        if (x < tab.left || x >= tab.right) continue;
-        if (CommitBeforeMove()) SelectSheet(tab.sheet);
-        return;
-    }
 }
 
 // A whole row or column, of which the first shown cell becomes active.
@@ -175,21 +168,6 @@ void AggregatePopup(i32 x, i32 y) {
     InvalidateStatus();
 }
 
-void TabsPopup(i32 x, i32 y) {
-    const Workbook* book = CurrentWorkbook();
-    Array<MenuItem> items;
-    for (u32 i = 0; book && i < book->sheets.Count(); ++i) {
-        if (book->sheets[i]->hidden) continue;
-        WideText label;
-        if (!AppendPlainLabel(label, WideView(book->sheets[i]->name)) ||
-            !AddMenuItem(items, static_cast<i32>(i) + 1, label, true,
-                         static_cast<i32>(i) == book->currentSheet))
-            return;
-    }
-    const i32 chosen = ShellPlatform().trackPopup(items, x, y);
-    if (chosen > 0 && CommitBeforeMove()) SelectSheet(chosen - 1);
-}
-
 // The menu of the cells, over what is selected now.
 void GridPopup(i32 x, i32 y) {
     Array<MenuItem> items;
@@ -274,6 +252,8 @@ void EndGesture() {
     const Gesture gesture = std::exchange(Shell().gesture, GESTURE_NONE);
     ShellPlatform().setCapture(false);
     ShellPlatform().killTimer(TIMER_AUTO_SCROLL);
+    if (gesture == GESTURE_TAB) ShellPlatform().invalidate(Shell().layout.tabs);
+    if (IsCellGesture(gesture)) RefreshNameBox();
     if (gesture != GESTURE_FILL && gesture != GESTURE_CARRY) return;
     InvalidateArea(Shell().drag.frame);
     InvalidateArea(Shell().drag.from);
@@ -282,7 +262,7 @@ void EndGesture() {
 bool BreakGesture() {
     const Gesture gesture = Shell().gesture;
     if (IsResizing()) InvalidateResizeEdge();
-    else if (gesture != GESTURE_FILL && gesture != GESTURE_CARRY) return false;
+    else if (gesture != GESTURE_FILL && gesture != GESTURE_CARRY && gesture != GESTURE_TAB) return false;
     EndGesture();
     return true;
 }
@@ -290,8 +270,9 @@ bool BreakGesture() {
 bool MouseDown(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
     if (PressToolbar(message.x, message.y) || PressListArrow(message.x, message.y)) return true;
+    if (PressNameArrow(message.x, message.y)) return true;
     if (RectHolds(layout.tabs, message.x, message.y)) {
-        ClickTabs(message.x);
+        PressTab(message);
         return true;
     }
     if (RectHolds(layout.tabScroller, message.x, message.y)) {
@@ -317,6 +298,11 @@ bool MouseMove(const ShellMessage& message) {
         if (!MoveOnToolbar(message.x, message.y)) ShowCellHint(message.x, message.y);
         else if (shell.toolbar.hover < 0) ShowCellHint(-1, -1);
         ShellPlatform().setPointer(PointerAt(message.x, message.y));
+    }
+    if (shell.gesture == GESTURE_TAB) {
+        shell.gestureX = message.x;
+        DragTab(message.x);
+        return true;
     }
     if (shell.gesture == GESTURE_NONE || !HasCells(CurrentSheet())) return true;
     if (IsResizing()) InvalidateResizeEdge();
@@ -354,6 +340,7 @@ bool MouseUp(const ShellMessage& message) {
     if (shell.gesture == GESTURE_FILL || shell.gesture == GESTURE_CARRY) {
         if (!DropBlock(message)) ClickCell(message);
     }
+    if (shell.gesture == GESTURE_TAB) DropTab(message);
     if (shell.gesture != GESTURE_NONE) EndGesture();
     return true;
 }
@@ -361,7 +348,7 @@ bool MouseUp(const ShellMessage& message) {
 bool MouseDouble(const ShellMessage& message) {
     const Layout& layout = Shell().layout;
     if (RectHolds(layout.statusBar, message.x, message.y)) AggregatePopup(message.x, message.y);
-    else if (RectHolds(layout.tabs, message.x, message.y)) TabsPopup(message.x, message.y);
+    else if (RectHolds(layout.tabs, message.x, message.y)) SheetsPopup(message.x, message.y);
     else if (!DoubleOnHandle(message) && !FitAtEdge(message))
         return MouseDown(message) && EditAtPointer(message);
     return true;
@@ -373,6 +360,8 @@ bool MouseRight(const ShellMessage& message) {
         AggregatePopup(message.x, message.y);
         return true;
     }
+    if (RectHolds(layout.tabs, message.x, message.y)) TabPopup(message.x, message.y);
+    if (RectHolds(layout.tabScroller, message.x, message.y)) SheetsPopup(message.x, message.y);
     if (!HasCells(CurrentSheet()) || !RectHolds(layout.grid, message.x, message.y) || IsEditing()) return true;
     SelectForMenu(message.x, message.y);
     GridPopup(message.x, message.y);
@@ -399,6 +388,10 @@ bool MouseWheel(const ShellMessage& message) {
 bool GestureTimer(const ShellMessage& message) {
     ShellState& shell = Shell();
     if (message.command != TIMER_AUTO_SCROLL) return true;
+    if (shell.gesture == GESTURE_TAB) {
+        ScrollTabDrag();
+        return true;
+    }
     if (shell.gesture == GESTURE_NONE || !HasCells(CurrentSheet())) {
         ShellPlatform().killTimer(TIMER_AUTO_SCROLL);
         return true;

@@ -20,6 +20,7 @@
 #include "shell/entry/EntryEditor.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/MouseInput.h"
+#include "shell/frame/NameBox.h"
 #include "shell/frame/PaintGuard.h"
 #include "shell/frame/Settings.h"
 #include "shell/frame/Tables.h"
@@ -232,7 +233,18 @@ void SettleCall(bool refreshToolbars, bool askForLinks) {
     if (askForLinks) AskSoonForLinks();
 }
 
+// What the user does beside the name box takes its focus away.
+bool LeavesNameBox(u32 message) {
+    constexpr u32 messages[] = {WM_LBUTTONDOWN, WM_LBUTTONDBLCLK, WM_RBUTTONDOWN, WM_COMMAND,
+                                WM_KEYDOWN,     WM_CHAR,          WM_CONTEXTMENU, WM_SETFOCUS};
+    return std::find(std::begin(messages), std::end(messages), message) != std::end(messages);
+}
+
 bool SendMessageToFrame(const ShellMessage& message) {
+    if (Shell().naming && LeavesNameBox(message.message)) {
+        LeaveNameBox();
+        ShellPlatform().focusFrame();
+    }
     for (const FrameMessageRow& row : frameMessages) {
         if (row.message != message.message) continue;
         const MessageScope scope;
@@ -247,6 +259,7 @@ bool SendMessageToFrame(const ShellMessage& message) {
 bool TranslateAccelerator(u32 key, u32 modifiers) {
     for (const Accelerator& row : AcceleratorTable()) {
         if (row.key != key || row.modifiers != modifiers) continue;
+        if (NameBoxCommand(row.command)) return true;
         SendCommand(row.command);
         return true;
     }
@@ -259,7 +272,8 @@ struct EditRow {
     bool (*character)(u32 character, u32 modifiers) = [](u32, u32) { return false; };
     bool (*click)() = [] { return true; };
 };
-constexpr EditRow editRows[] = {{LineKeyDown, LineChar, LineClick}, {}, {}};
+constexpr EditRow editRows[] = {
+    {LineKeyDown, LineChar, LineClick}, {}, {}, {.keyDown = NameBoxKey, .click = NameBoxClick}};
 static_assert(std::size(editRows) == EDIT_COUNT);
 
 bool EditKeyDown(EditHandle edit, u32 key, u32 modifiers) {
@@ -278,6 +292,7 @@ bool EditChar(EditHandle edit, u32 character, u32 modifiers) {
 
 bool EditClick(EditHandle edit) {
     const MessageScope scope;
+    if (edit != NAME_BOX) LeaveNameBox();
     const bool taken = !Shell().modal && editRows[edit].click();
     SettleCall(true, true);
     return taken;

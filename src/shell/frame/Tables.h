@@ -70,5 +70,7 @@ std::span<const Accelerator> AcceleratorTable();
 // WM_INITMENUPOPUP and the items themselves.
 bool BuildMenu(MenuId menu, Array<MenuItem>& items);
 bool GridMenu(Array<MenuItem>& items);
+// Of the current sheet's tab.
+bool SheetMenu(Array<MenuItem>& items);
 
 }  // namespace tally

@@ -15,6 +15,8 @@ constexpr i32 TOOLBAR_HEIGHT = 25;
 constexpr i32 STATUS_PADDING = 6;
 constexpr i32 SCROLL_BAR_SIZE = 16;
 constexpr i32 ENTRY_LINE_PADDING = 8;
+constexpr i32 NAME_BOX_WIDTH = 110;  // with the arrow
+constexpr i32 NAME_ARROW_WIDTH = 17;
 constexpr i32 TAB_ARROW_WIDTH = 17;
 constexpr i32 TAB_PADDING = 8;
 
@@ -123,7 +125,7 @@ void PlaceStrips(const Workbook* book, const Sheet* sheet, const ScreenMetrics& 
     const bool full = FullScreen();
     i32 top = 0, bottom = layout.height;
     layout.toolbar = layout.entryLine = layout.tabs = layout.tabScroller = PixelRect();
-    layout.statusBar = layout.grid = PixelRect();
+    layout.statusBar = layout.grid = layout.nameBox = layout.nameArrow = PixelRect();
     if (Shell().statusBarShown && !full && book) {
         layout.statusBar = {0, std::max(0, bottom - screen.fontHeight - ScreenLength(STATUS_PADDING)),
                             layout.width, bottom};
@@ -138,7 +140,13 @@ void PlaceStrips(const Workbook* book, const Sheet* sheet, const ScreenMetrics& 
     if (!lineFirst) placeToolbars();
     if (!book) return;
     if (IsBandShown(BAND_FORMULA)) {
-        layout.entryLine = {0, top, layout.width, top + screen.fontHeight + ScreenLength(ENTRY_LINE_PADDING)};
+        const i32 bottomOfLine = top + screen.fontHeight + ScreenLength(ENTRY_LINE_PADDING);
+        // A narrow window keeps room for what is typed.
+        const i32 left = std::min(ScreenLength(NAME_BOX_WIDTH), layout.width / 4);
+        layout.nameBox = {0, top, left, bottomOfLine};
+        layout.nameArrow = layout.nameBox;
+        layout.nameArrow.left = std::max(0, left - ScreenLength(NAME_ARROW_WIDTH));
+        layout.entryLine = {left, top, layout.width, bottomOfLine};
         top = layout.entryLine.bottom;
     }
     if (lineFirst) placeToolbars();
@@ -221,7 +229,11 @@ void RefreshChrome() {
     ShellState& shell = Shell();
     ShellPlatform().clientSize(shell.layout.width, shell.layout.height);
     LayOut();
-    ShellPlatform().placeEdit(ENTRY_LINE, shell.layout.entryLine, !IsEmptyRect(shell.layout.entryLine));
+    const Layout& layout = shell.layout;
+    ShellPlatform().placeEdit(ENTRY_LINE, layout.entryLine, !IsEmptyRect(layout.entryLine));
+    PixelRect name = layout.nameBox;
+    name.right = layout.nameArrow.left;
+    ShellPlatform().placeEdit(NAME_BOX, name, !IsEmptyRect(name));
     InvalidateAll();
 }
 

@@ -1,5 +1,6 @@
 #include "shell/selection/ActiveCell.h"
 
+#include "base/Number.h"
 #include "display/LocaleSettings.h"
 #include "editing/StoreEntry.h"
 #include "formula/FormulaText.h"
@@ -28,7 +29,27 @@ bool LineText(const Sheet& sheet, i32 row, i32 column, WideText& out) {
     return out.Insert(0, u"{") && out.Append(u'}');
 }
 
+bool IsCellGesture(Gesture gesture) {
+    return gesture == GESTURE_CELLS || gesture == GESTURE_ROWS || gesture == GESTURE_COLUMNS;
+}
+
+void RefreshNameBox() {
+    if (Shell().naming) return;
+    const Sheet* sheet = CurrentSheet();
+    WideText text;
+    bool good = true;
+    if (HasCells(sheet)) {
+        const RefArea& area = sheet->view.selection;
+        if (IsCellGesture(Shell().gesture) && area != ActiveArea(*sheet))
+            good = AppendInteger(text, area.lastRow - area.firstRow + 1) && text.Append(u" × ") &&
+                   AppendInteger(text, area.lastColumn - area.firstColumn + 1);
+        else good = CellToText(sheet->view.activeRow, sheet->view.activeColumn, false, false, text);
+    }
+    ShellPlatform().setEditText(NAME_BOX, good ? text.View() : WideView());
+}
+
 void RefreshEntryLine() {
+    RefreshNameBox();
     if (IsEditing()) return;
     const Sheet* sheet = CurrentSheet();
     WideText text;

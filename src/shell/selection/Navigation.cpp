@@ -271,6 +271,8 @@ bool GridKey(u32 key, u32 modifiers) {
     switch (key) {
         case VK_DELETE: SetEndMode(false); return SendCommand(142);
         case VK_F2: return SendCommand(150);
+        case VK_F3: return (modifiers & KEY_SHIFT) && SendCommand(167);
+        case VK_F5: return SendCommand(149);
         case VK_F9:
             MarkAllStale();
             InvalidateAll();

@@ -86,6 +86,7 @@ void SelectArea(RefArea area, bool setActive, i32 row, i32 column, bool scrollIn
     }
     if (scrollIntoView) ScrollIntoView(view.activeRow, view.activeColumn);
     if (moved) RefreshEntryLine();
+    else RefreshNameBox();
     InvalidateStatus();
 }
 

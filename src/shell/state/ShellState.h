@@ -23,6 +23,7 @@ enum Gesture : u8 {
     GESTURE_PICK,   // a reference for a dialog
     GESTURE_FILL,   // the selection's corner is drawn over the cells that it is to fill
     GESTURE_CARRY,  // the selection is drawn elsewhere by its edge
+    GESTURE_TAB,    // a sheet's tab is drawn to another place
 };
 
 // A row or column on the screen; `end` lies outside.
@@ -39,6 +40,8 @@ struct Layout {
     GridMetrics metrics;  // of the window, zoomed
     i32 headerHeight = 0, headerWidth = 0;
     PixelRect toolbar;
+    PixelRect nameBox;    // with its arrow, at the left of the entry line
+    PixelRect nameArrow;  // within it
     PixelRect entryLine;
     PixelRect grid;   // GridArea: headers and cells
     PixelRect cells;  // without the headers
@@ -81,6 +84,14 @@ struct BlockDrag {
     RefArea frame;            // what a release would fill it to, or where it would go
     i32 row = 0, column = 0;  // of the press
     bool moved = false;
+};
+
+// A tab on its way: the sheet that it would stand before, counted with hidden ones, below 0 while it has not
+// left its place.
+struct TabDrag {
+    i32 sheet = 0;
+    i32 before = -1;
+    i32 pressX = 0;
 };
 
 // The last used column, which costs a walk over all rows, as long as the sheet holds as many cells and merges.
@@ -144,6 +155,8 @@ struct ShellState {
     i32 gestureX = 0, gestureY = 0;       // last pointer position
     i32 cornerRow = 0, cornerColumn = 0;  // moving corner of the selection
     BlockDrag drag;
+    TabDrag tab;
+    bool naming = false;  // the name box has the focus
     PointState point;
     Toolbar toolbar;
     RepeatState repeat;
