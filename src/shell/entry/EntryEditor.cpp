@@ -57,19 +57,18 @@ i64 AreaCells(const RefArea& area) {
 bool IsMoveKey(u32 key) { return key >= VK_PRIOR && key <= VK_DOWN; }
 
 bool CommitThenMove(u32 key, u32 modifiers) {
-    if (!RefuseActiveArray() && CommitEntry(false, false)) IgnoreFailure(GridKey(key, modifiers));
+    if (CommitEntry(false, false)) IgnoreFailure(GridKey(key, modifiers));
     return true;
 }
 
 bool EnterModeKey(u32 key, u32 modifiers) {
     if (PointKey(key, modifiers)) return true;
-    if (key == VK_END && !(modifiers & KEY_CTRL)) {
+    const bool ctrl = (modifiers & KEY_CTRL) != 0;
+    if (key == VK_SPACE && !ctrl) return false;
+    if (RefuseActiveArray()) return true;
+    if (key == VK_END && !ctrl) {
         SetEndMode(!Shell().endMode);
         return true;
-    }
-    if (key == VK_SPACE) {
-        if (!(modifiers & KEY_CTRL)) return false;
-        return CommitThenMove(key, modifiers);
     }
     return CommitThenMove(key, modifiers);
 }
@@ -252,12 +251,16 @@ bool LineKeyDown(u32 key, u32 modifiers) {
         return false;
     }
     if (key == VK_F2) {
+        EndPoint();
         shell.entryMode = 3 - shell.entryMode;
         return true;
     }
     if (key == VK_F4 && !modifiers) return TurnReferences();
     if (key == VK_F3 && modifiers == KEY_SHIFT) return SendCommand(167);
-    if (!IsMoveKey(key) && key != VK_SPACE) return false;
+    if (!IsMoveKey(key) && key != VK_SPACE) {
+        EndPoint();
+        return false;
+    }
     if (shell.entryMode == ENTRY_ENTER) return EnterModeKey(key, modifiers);
     return key == VK_SPACE && shell.point.active && PointKey(key, modifiers);
 }

@@ -169,7 +169,7 @@ void WalkMove(bool byColumn, bool backward) {
     RefArea own{view.activeRow, view.activeRow, view.activeColumn, view.activeColumn};
     WidenOverMerges(*sheet, own);
     const bool many = view.selection != own;
-    const bool isProtected = (sheet->viewFlags & VIEW_PROTECTED) != 0 && !byColumn;
+    const bool isProtected = (sheet->viewFlags & VIEW_PROTECTED) != 0;
     i32 row = view.activeRow, column = view.activeColumn;
     if (!many && !isProtected) {
         const i32 step = backward ? -1 : 1;
