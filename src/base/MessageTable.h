@@ -473,6 +473,11 @@ enum MessageId : u16 {
     MSG_NAMES_DELETE,
     MSG_DEFINED_NAME_INVALID,
     MSG_DEFINED_NAME_TAKEN,
+    // What the parts of the window are called for those who do not see them.
+    MSG_ACCESSIBLE_TOOLBAR = 1950,
+    MSG_ACCESSIBLE_ENTRY_LINE,
+    MSG_ACCESSIBLE_TABS,
+    MSG_ACCESSIBLE_STATUS_BAR,
     // 2000 to 2299: the command-line program. First its help: the program, its options, its words for the
     // parts.
     MSG_TALLY_ABOUT = 2000,

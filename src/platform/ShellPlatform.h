@@ -204,6 +204,7 @@ struct FileFilter {
 enum WaitingKeys : u8 { WAITING_ESCAPE, WAITING_ANY };
 
 struct Dialog;
+struct AccessibleItem;
 
 struct ShellPlatformTable {
     // ---- the frame ---------------------------------------------------------------------------------
@@ -278,6 +279,13 @@ struct ShellPlatformTable {
     // WM_PAINT comes at once for what was invalidated.
     void (*repaintNow)();
 
+    // ---- those who do not see the window (Accessible.h) ---------------------------------------------
+    // Whether anybody listens; as long as nobody does nothing is worked out.
+    bool (*accessibleWatched)();
+    // AccessibleChange bits, after each call that may have changed something. What FrameCalls::accessibleItems
+    // told before is out of date.
+    void (*accessibleChanged)(u32 changes);
+
     // ---- printing ----------------------------------------------------------------------------------
     const PrinterTable* printer;
 };
@@ -312,6 +320,8 @@ struct FrameCalls {
     // The user has changed the text or the caret of an edit control. What the shell does through the rows of
     // the platform it knows and is not told; one change may be told more than once.
     void (*editChanged)(EditHandle edit) = [](EditHandle) {};
+    // All that is painted, told as a tree of items (Accessible.h). False when memory fails.
+    bool (*accessibleItems)(Array<AccessibleItem>& items) = [](Array<AccessibleItem>&) { return true; };
 };
 const FrameCalls& FrameCallsInUse();
 void UseFrameCalls(const FrameCalls& calls);

@@ -179,6 +179,8 @@ void RepaintNow() {
     ++frame.repaints;
     PaintHeadless(false);
 }
+bool AccessibleWatched() { return frame.accessibleWatched; }
+void AccessibleChanged(u32 changes) { IgnoreFailure(frame.accessibleChanges.Append(changes)); }
 bool OpenExternally(WideView path) {
     WideText own;
     IgnoreFailure(own.Assign(path) && frame.opened.Append(std::move(own)));
@@ -222,6 +224,8 @@ const ShellPlatformTable shellTable = {
     OpenExternally,
     KeyWaits,
     RepaintNow,
+    AccessibleWatched,
+    AccessibleChanged,
     &HeadlessPrinting(),
 };
 

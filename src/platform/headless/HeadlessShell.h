@@ -54,6 +54,8 @@ struct HeadlessShellState {
     Array<u32> waitingKeys;  // KeyCodes that the user presses while something lasts; one question takes all
     u32 keyQuestions = 0;
     u32 repaints = 0;  // at once
+    bool accessibleWatched = false;
+    Array<u32> accessibleChanges;  // as they were told
 };
 HeadlessShellState& HeadlessFrame();
 

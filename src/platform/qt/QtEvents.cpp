@@ -5,6 +5,7 @@
 #include <QWheelEvent>
 #include <cstdlib>
 
+#include "platform/qt/QtAccessible.h"
 #include "platform/qt/QtFrame.h"
 #include "platform/qt/QtPainting.h"
 #include "platform/qt/QtText.h"
@@ -221,6 +222,7 @@ bool HandleEditEvent(EditHandle edit, QEvent* event) {
                 return false;
             frame->wanted = EDIT_NONE;
             SendPlain(WM_SETFOCUS);
+            TellAccessibleFocus();
             return false;
         case QEvent::FocusOut: FinishComposition(); return false;
         case QEvent::KeyPress: return PressKey(edit, static_cast<QKeyEvent*>(event));

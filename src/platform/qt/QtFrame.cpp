@@ -17,6 +17,7 @@
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixForeign.h"
+#include "platform/qt/QtAccessible.h"
 #include "platform/qt/QtFonts.h"
 #include "platform/qt/QtText.h"
 
@@ -158,6 +159,8 @@ const ShellPlatformTable shellTable = {
     .openExternally = QtOpenExternally,
     .keyWaits = QtKeyWaits,
     .repaintNow = QtRepaintNow,
+    .accessibleWatched = QtAccessibleWatched,
+    .accessibleChanged = QtAccessibleChanged,
     .printer = &QtPrinting(),
 };
 
@@ -256,6 +259,7 @@ void OpenFrame(const FrameCalls& calls) {
     ConnectClipboardChanges();
     ConnectSession();
     ConnectInputMethod();
+    ConnectAccessible();
     frame->window.installEventFilter(&frame->windowTap);
     frame->client.installEventFilter(&frame->clientTap);
     ConnectScrollBar(frame->vertical, WM_VSCROLL);
@@ -279,6 +283,7 @@ int RunMessageLoop() { return QApplication::exec(); }
 
 void CloseDesktop() {
     CloseDialogViews();
+    CloseAccessible();
     frame.reset();
     CloseSettings();
     QtPrinting().release();

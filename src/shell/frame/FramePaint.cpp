@@ -22,6 +22,7 @@ constexpr u32 EDGE = 0x808080;
 constexpr u32 BLACK = 0;
 constexpr u32 INK = 0x303030;
 constexpr u32 WHITE = 0xFFFFFF;
+constexpr i32 STATUS_PADDING = 3;  // pixels of a screen with 96 to the inch
 
 void Centred(DrawTarget& target, const PixelRect& rect, WideView text, FontHandle font = 0) {
     i32 width = 0, height = 0;
@@ -154,24 +155,29 @@ bool StatusText(i32 part, WideText& out) {
     return !Shell().endMode || out.Assign(Message(MSG_STATUS_END));
 }
 
-void PaintStatusBar(DrawTarget& target) {
+PixelRect StatusPartPlace(i32 part) {
     const PixelRect& bar = Shell().layout.statusBar;
     ScreenMetrics screen;
     Platform().getScreenMetrics(screen);
-    const i32 grip = ScreenLength(16), padding = ScreenLength(3);
+    const i32 grip = ScreenLength(16), padding = ScreenLength(STATUS_PADDING);
     i32 endWidth = 0, height = 0;
     Fonts().textExtent(0, Message(MSG_STATUS_END), endWidth, height);
     const i32 first = bar.left + 7 * screen.digitWidth + 2 * padding;
     const i32 last = bar.right - grip - endWidth - 2 * padding;
-    const PixelRect parts[3] = {{bar.left, bar.top, first, bar.bottom},
-                                {first, bar.top, last, bar.bottom},
-                                {last, bar.top, bar.right - grip, bar.bottom}};
+    const i32 edges[STATUS_PARTS + 1] = {bar.left, first, last, bar.right - grip};
+    return {edges[part], bar.top, edges[part + 1], bar.bottom};
+}
+
+void PaintStatusBar(DrawTarget& target) {
+    const PixelRect& bar = Shell().layout.statusBar;
+    const i32 padding = ScreenLength(STATUS_PADDING);
     FillRect(target, bar, FACE);
     DrawLine(target, bar.left, bar.top, bar.right, bar.top, {EDGE});
     WideText text;
-    for (i32 i = 0; i < 3; ++i) {
+    for (i32 i = 0; i < STATUS_PARTS; ++i) {
         if (!StatusText(i, text) || text.IsEmpty()) continue;
-        DrawClippedText(target, parts[i].left + padding, bar.top + padding, parts[i], 0, BLACK, text);
+        const PixelRect place = StatusPartPlace(i);
+        DrawClippedText(target, place.left + padding, bar.top + padding, place, 0, BLACK, text);
     }
 }
 

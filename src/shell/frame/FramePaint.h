@@ -13,6 +13,8 @@ void PaintNameBox(DrawTarget& target);
 void PaintStatusBar(DrawTarget& target);
 // Text of the status bar's parts: the active cell's address, the readout, "END".
 bool StatusText(i32 part, WideText& out);
+constexpr i32 STATUS_PARTS = 3;
+PixelRect StatusPartPlace(i32 part);
 // Works the readout over the selection out anew when what it counts may have changed; empty when there is none.
 // Calculates the cells of the selection, so that it has no place in a paint.
 void RefreshAggregate();

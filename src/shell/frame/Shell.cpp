@@ -18,6 +18,7 @@
 #include "shell/commands/Places.h"
 #include "shell/dialogs/Dialogs.h"
 #include "shell/entry/EntryEditor.h"
+#include "shell/frame/AccessibleItems.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/MouseInput.h"
 #include "shell/frame/NameBox.h"
@@ -228,6 +229,7 @@ void SettleCall(bool refreshToolbars, bool askForLinks) {
         BringShownUpToDate();
         RefreshAggregate();
         TellStop();
+        TellAccessible();
     }
     if (refreshToolbars) RefreshToolbars();
     if (askForLinks) AskSoonForLinks();
@@ -298,8 +300,14 @@ bool EditClick(EditHandle edit) {
     return taken;
 }
 
-constexpr FrameCalls shellCalls = {SendMessageToFrame, TranslateAccelerator, EditKeyDown, EditChar, EditClick,
-                                   BuildMenu,          DialogFocused,        LayOutDialog};
+void EditChanged(EditHandle) {
+    const MessageScope scope;
+    SettleCall(false, false);
+}
+
+constexpr FrameCalls shellCalls = {
+    SendMessageToFrame, TranslateAccelerator, EditKeyDown,  EditChar,    EditClick,
+    BuildMenu,          DialogFocused,        LayOutDialog, EditChanged, BuildAccessibleItems};
 
 // The path of a command line, without the quotes around it.
 WideView CommandPath(WideView line) {

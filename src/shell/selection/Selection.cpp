@@ -152,12 +152,15 @@ void SelectBook(i32 book) {
     SelectSheet(CurrentWorkbook()->currentSheet);
 }
 
+bool AppendTitle(WideText& title) {
+    const Workbook* book = CurrentWorkbook();
+    if (!title.Append(PROGRAM_NAME)) return false;
+    return !book || (title.Append(u" - ") && title.Append(FileNameOf(book->path)));
+}
+
 void UpdateTitle() {
     WideText title;
-    const Workbook* book = CurrentWorkbook();
-    bool good = title.Assign(PROGRAM_NAME);
-    if (book) good = good && title.Append(u" - ") && title.Append(FileNameOf(book->path));
-    if (good) ShellPlatform().setTitle(title);
+    if (AppendTitle(title)) ShellPlatform().setTitle(title);
 }
 
 void SetEndMode(bool on) {

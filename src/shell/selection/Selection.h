@@ -30,6 +30,8 @@ void JumpPosition(const Sheet& sheet, i32& row, i32& column, i32 rowStep, i32 co
 
 // Book name and program into the title bar.
 void UpdateTitle();
+// Appends the title of the frame. False when memory fails.
+[[nodiscard]] bool AppendTitle(WideText& title);
 
 // A key on the grid with nothing being typed: true when it is one of the grid's.
 bool GridKey(u32 key, u32 modifiers);

@@ -141,6 +141,15 @@ struct RepeatState {
     bool running = false;
 };
 
+// What was last told to those who do not see the window.
+struct ToldState {
+    bool any = false;
+    bool editing = false;
+    u32 serial = 0;  // of the sheet
+    RefArea active, selection;
+    WideText value;  // of the active cell
+};
+
 struct ShellState {
     ShownState shown;
     bool circle = false;  // the mark of a circular reference stands in the column headers
@@ -177,7 +186,8 @@ struct ShellState {
     u32 options5 = 0;
     bool trustClosed = false;  // no book reaches outside, and nobody is asked
     bool closing = false;
-    i32 messageDepth = 0;                 // messages that are being handled, one inside the other
+    i32 messageDepth = 0;  // messages that are being handled, one inside the other
+    ToldState told;
     PaintGuard* paintGuard = nullptr;     // of the paint under way
     u32 paintFaults = 0;                  // what paints did and must not
     bool countsPaintFaults = false;       // and which then do not end a program with its checks
