@@ -25,12 +25,17 @@ namespace {
 
 struct HeardEvents {
     std::string focused;  // cells that came to the focus, as "name|value|description "
-    int values = 0, selections = 0;
+    std::string texts;    // names and descriptions that have changed
+    int values = 0, selections = 0, states = 0;
 };
 HeardEvents heard;
 
 void Hear(QAccessibleEvent* event) {
     heard.values += event->type() == QAccessible::ValueChanged;
+    heard.states += event->type() == QAccessible::StateChanged;
+    for (const auto& [kind, text] : {std::pair{QAccessible::NameChanged, QAccessible::Name},
+                                     {QAccessible::DescriptionChanged, QAccessible::Description}})
+        if (event->type() == kind) heard.texts += event->accessibleInterface()->text(text).toStdString() + " ";
     heard.selections += event->type() == QAccessible::SelectionWithin;
     if (event->type() != QAccessible::Focus) return;
     const QAccessibleInterface& object = *event->accessibleInterface();
@@ -180,6 +185,28 @@ TEST_F(DesktopAccessible, TheKeyboardComesBackFromTheLineToTheCell) {
     Key(Qt::Key_Escape);
     EXPECT_NE(Focused().find("A1||"), std::string::npos);
     EXPECT_TRUE(Find(QAccessible::Cell, "A1")->state().focused);
+}
+
+TEST_F(DesktopAccessible, WhatAClientMayHaveTakenOverIsToldWhenItChanges) {
+    QAccessible::setActive(true);
+    QAccessibleInterface* tab = Find(QAccessible::PageTab, "Sheet2");
+    ASSERT_NE(tab, nullptr);
+    Key(Qt::Key_Right);
+    Key(Qt::Key_Left);
+    heard = HeardEvents();
+    Type("=1+2");
+    Key(Qt::Key_Return);
+    Key(Qt::Key_Up);
+    EXPECT_EQ(heard.texts, "=1+2 ") << "of a cell that was visited while it was empty";
+    heard = HeardEvents();
+    WideText name;
+    ASSERT_TRUE(name.Assign(u"Second"));
+    std::copy(name.View().begin(), name.View().end() + 1, CurrentWorkbook()->sheets[1]->name);
+    SelectSheet(1);
+    Key(Qt::Key_Down);
+    EXPECT_NE(heard.texts.find("Second "), std::string::npos) << heard.texts;
+    EXPECT_EQ(tab->text(QAccessible::Name), "Second");
+    EXPECT_GE(heard.states, 2) << "one tab is no longer selected, another is";
 }
 
 TEST_F(DesktopAccessible, ManyVisitedCellsLeaveFewObjects) {

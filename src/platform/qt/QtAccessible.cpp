@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/Accessible.h"
@@ -22,11 +23,18 @@ struct ItemKey {
     auto operator<=>(const ItemKey&) const = default;
 };
 
+// What was made for an item, and what a client that keeps such things knows of it.
+struct MadeObject {
+    ItemInterface* object = nullptr;
+    QString name, description;
+    u32 states = 0;
+};
+
 // The items as the shell last told them, and the objects made for them.
 struct AccessibleTree {
     bool stale = true;
     Array<AccessibleItem> items;
-    std::map<ItemKey, ItemInterface*> objects;
+    std::map<ItemKey, MadeObject> objects;
     std::vector<ItemKey> cells;  // visited cells that still have an object, the last one last
     QString value;               // of the active cell, as it was last told
 };
@@ -195,7 +203,7 @@ class ItemInterface final : public QAccessibleInterface,
 void DropObject(const ItemKey& key) {
     const auto found = tree->objects.find(key);
     if (found == tree->objects.end()) return;
-    QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(found->second));
+    QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(found->second.object));
     tree->objects.erase(found);
 }
 
@@ -218,9 +226,9 @@ QAccessibleInterface* ObjectOf(const AccessibleItem& item) {
         return QAccessible::queryAccessibleInterface(&box);
     }
     const ItemKey key{item.role, item.key};
-    if (const auto found = tree->objects.find(key); found != tree->objects.end()) return found->second;
+    if (const auto found = tree->objects.find(key); found != tree->objects.end()) return found->second.object;
     auto* object = new ItemInterface(key);
-    tree->objects[key] = object;
+    tree->objects[key] = {object, ToQString(item.name), ToQString(item.description), item.states};
     QAccessible::registerAccessibleInterface(object);
     KeepLastCells(key);
     return object;
@@ -253,9 +261,6 @@ class ClientInterface final : public QAccessibleWidget {
         const AccessibleItem* item = ItemInState(ACCESSIBLE_FOCUSED);
         return item ? ObjectOf(*item) : nullptr;
     }
-    QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Name && Root() ? ToQString(Root()->name) : QAccessibleWidget::text(kind);
-    }
 
   private:
     static const AccessibleItem* Root() { return Items().empty() ? nullptr : &Items()[0]; }
@@ -271,7 +276,33 @@ class ClientInterface final : public QAccessibleWidget {
 
 QAccessibleInterface* MakeInterface(const QString&, QObject* object) {
     Frame* frame = FrameInUse();
-    return frame && object == &frame->client ? new ClientInterface(&frame->client) : nullptr;
+    if (frame && object == &frame->client) return new ClientInterface(&frame->client);
+    if (frame && object == &frame->window) return new QAccessibleWidget(&frame->window, QAccessible::Window);
+    return nullptr;
+}
+
+// Names, formulas and states that have changed since a client may have taken them over.
+void TellDifferences() {
+    for (const AccessibleItem& item : Items()) {
+        const auto found = tree->objects.find(ItemKey{item.role, item.key});
+        if (found == tree->objects.end()) continue;
+        MadeObject& made = found->second;
+        const auto tell = [&](QString& told, const WideText& now, QAccessible::Event kind) {
+            if (ViewOf(told) == now.View()) return;
+            told = ToQString(now);
+            QAccessibleEvent event(made.object, kind);
+            Emit(&event);
+        };
+        tell(made.name, item.name, QAccessible::NameChanged);
+        tell(made.description, item.description, QAccessible::DescriptionChanged);
+        const u32 changed = std::exchange(made.states, item.states) ^ item.states;
+        QAccessible::State state;
+        state.selected = (changed & ACCESSIBLE_SELECTED) != 0;
+        state.disabled = (changed & ACCESSIBLE_DISABLED) != 0;
+        if (!state.selected && !state.disabled) continue;
+        QAccessibleStateChangeEvent event(made.object, state);
+        Emit(&event);
+    }
 }
 
 // The active cell; what it shows is noted as told.
@@ -317,6 +348,7 @@ void TellAccessibleFocus() {
 void QtAccessibleChanged(u32 changes) {
     if (!QtAccessibleWatched()) return;
     if (tree) tree->stale = true;
+    if (tree && !tree->objects.empty()) TellDifferences();
     if (changes & ACCESSIBLE_VALUE_CHANGED) TellValue();
     if (changes & ACCESSIBLE_FOCUS_MOVED) {
         NoteValue();
@@ -338,8 +370,8 @@ void CloseAccessible() {
     QAccessible::removeActivationObserver(&listeners);
     listeners.any = false;
     if (!tree) return;
-    for (const auto& [key, object] : tree->objects)
-        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(object));
+    for (const auto& [key, made] : tree->objects)
+        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(made.object));
     tree.reset();
 }
 
