@@ -131,6 +131,28 @@ TEST_F(RepaintStory, MovesAndSelections) {
     Step("and out of the merge", [] { PressKey(VK_TAB); });
 }
 
+TEST_F(RepaintStory, WhatIsShownOfAFormulaWhileItIsTyped) {
+    ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf("C6", "D7")));
+    Select("D4");
+    Step("a call", [] { TypeText(u"=SUM("); });
+    Step("a reference", [] { TypeText(u"A1"); });
+    Step("another one", [] { TypeText(u",B2:C3"); });
+    Step("a third argument", [] { TypeText(u","); });
+    Key("one that is pointed at", VK_DOWN);
+    Key("and grows", VK_DOWN, KEY_SHIFT);
+    Step("into a merge", [] { TypeText(u"+C7"); });
+    Key("shorter", VK_BACK);
+    Step("the end of the call", [] { TypeText(u"1)"); });
+    Step("another call", [] { TypeText(u"*LEN("); });
+    Step("and its end", [] { TypeText(u"A1)"); });
+    Key("stored", VK_RETURN);
+    Key("there", VK_UP);
+    Step("edited", [] { PressKey('E', KEY_CTRL); });
+    Key("the caret", VK_LEFT);
+    Key("before the call", VK_HOME);
+    Key("given up", VK_ESCAPE);
+}
+
 TEST_F(RepaintStory, EntriesAndTheirUndo) {
     Step("a number", [] {
         TypeText(u"5");

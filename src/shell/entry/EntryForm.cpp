@@ -1,8 +1,7 @@
 // The form of the references in the entry line: "A1", "$A$1", "A$1", "$A1".
 
-#include "formula/TextReferences.h"
-#include "model/BookTable.h"
 #include "shell/entry/EntryEditor.h"
+#include "shell/entry/EntryMarks.h"
 
 namespace tally {
 namespace {
@@ -14,11 +13,8 @@ WideView CellsOf(WideView text, const TextReference& reference) {
 
 // The references that the caret touches, or that lie in the selected span or over one of its ends.
 bool TouchedReferences(WideView text, i32 start, i32 end, Array<TextReference>& touched) {
-    FormulaPlace place;
-    place.book = CurrentBook();
-    place.sheet = CurrentWorkbook()->currentSheet;
     Array<TextReference> all;
-    if (!FindTextReferences(place, text, all)) return false;
+    if (!ReferencesInLine(text, all)) return false;
     for (const TextReference& reference : all) {
         const bool meets = start == end ? reference.start <= start && start <= reference.end
                                         : reference.start < end && start < reference.end;
@@ -32,9 +28,7 @@ bool TouchedReferences(WideView text, i32 start, i32 end, Array<TextReference>& 
 bool TurnReferences() {
     WideText text, turned;
     i32 start = 0, end = 0;
-    if (!IsEditing() || !ShellPlatform().editText(ENTRY_LINE, text) || text.IsEmpty() ||
-        WideView(u"=-+").find(text[0]) == WideView::npos)
-        return false;
+    if (!IsEditing() || !ShellPlatform().editText(ENTRY_LINE, text) || !BeginsAsFormula(text)) return false;
     ShellPlatform().editSelection(ENTRY_LINE, start, end);
     Array<TextReference> touched;
     if (!TouchedReferences(text, start, end, touched) || touched.IsEmpty()) return false;

@@ -7,6 +7,7 @@
 #include "formula/FormulaText.h"
 #include "model/BookTable.h"
 #include "model/Formats.h"
+#include "shell/entry/EntryMarks.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/GridPaint.h"
 #include "shell/grid/InputMessage.h"
@@ -194,6 +195,7 @@ void PaintFrame(DrawTarget& target, const PixelRect& paint) {
         PopClip(target, former);
         IgnoreFailure(PushClip(target, layout.grid));
         if (sheet->viewFlags & VIEW_HEADERS) PaintHeaders(target, *sheet, paint);
+        PaintCallHint(target);
         PopClip(target, former);
     }
     PaintResizeEdge(target, paint);

@@ -18,6 +18,7 @@
 #include "shell/commands/Places.h"
 #include "shell/dialogs/Dialogs.h"
 #include "shell/entry/EntryEditor.h"
+#include "shell/entry/EntryMarks.h"
 #include "shell/frame/AccessibleItems.h"
 #include "shell/frame/FramePaint.h"
 #include "shell/frame/MouseInput.h"
@@ -226,6 +227,7 @@ void TellStop() {
 void SettleCall(bool refreshToolbars, bool askForLinks) {
     FitWantedRows();
     if (Shell().messageDepth == 1) {
+        SettleEntryMarks();
         BringShownUpToDate();
         RefreshAggregate();
         TellStop();

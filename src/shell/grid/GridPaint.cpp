@@ -61,6 +61,7 @@ void PaintPanes(DrawTarget& target, Sheet& sheet, const PixelRect& paint) {
         pane.columns = LinesIn(pane.columns, pane.clip.left, pane.clip.right);
         PaintCellArea(pane);
         const PixelRect former = PushClip(target, pane.clip);
+        PaintReferenceFrames(target, sheet);
         PaintOutline(target, sheet, sheet.view.selection);
         PaintFillHandle(target, sheet);
         PaintDragFrame(target, sheet);

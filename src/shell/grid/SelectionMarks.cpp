@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "shell/grid/Layout.h"
 
@@ -42,6 +43,24 @@ OwnEdges EdgesOf(const Sheet& sheet, const RefArea& area) {
 }
 
 bool IsDragged() { return Shell().gesture == GESTURE_FILL || Shell().gesture == GESTURE_CARRY; }
+
+// The edges of a reference's frame, within those of the outline around what is pointed at.
+struct FrameEdges {
+    PixelRect top, left, bottom, right;
+};
+FrameEdges EdgesOfFrame(const PixelRect& cells) {
+    const i32 right = cells.right - FRAME_THICKNESS, bottom = cells.bottom - FRAME_THICKNESS;
+    return {{cells.left, cells.top, right, cells.top + FRAME_THICKNESS},
+            {cells.left, cells.top, cells.left + FRAME_THICKNESS, bottom},
+            {cells.left, std::max(cells.top, bottom - FRAME_THICKNESS), right, bottom},
+            {std::max(cells.left, right - FRAME_THICKNESS), cells.top, right, bottom}};
+}
+
+// The cells of a frame on the sheet that is shown; empty for one on another.
+PixelRect FramedCells(const Sheet& sheet, const ReferenceFrame& frame) {
+    const bool here = Shell().marks.book == sheet.book && frame.sheet == sheet.index;
+    return here ? AreaPixels(frame.area) : PixelRect();
+}
 
 }  // namespace
 
@@ -98,6 +117,33 @@ void PaintDragFrame(DrawTarget& target, const Sheet& sheet) {
     if (own.left) FillRect(target, {rect.left, rect.top, rect.left + width, rect.bottom}, FRAME);
     if (own.bottom) FillRect(target, {rect.left, rect.bottom - width, rect.right, rect.bottom}, FRAME);
     if (own.right) FillRect(target, {rect.right - width, rect.top, rect.right, rect.bottom}, FRAME);
+}
+
+// Dark enough on white, and each unlike its neighbours.
+constexpr u32 referenceColours[REFERENCE_COLOURS] = {0xD2501E, 0x1E1EC8, 0x14820A, 0xA0288C,
+                                                     0x0078DC, 0x968200, 0x7814DC};
+
+void InvalidateReferenceFrame(const ReferenceFrame& frame) {
+    const Sheet* sheet = CurrentSheet();
+    const PixelRect cells = HasCells(sheet) ? FramedCells(*sheet, frame) : PixelRect();
+    if (IsEmptyRect(cells)) return;
+    const FrameEdges edges = EdgesOfFrame(cells);
+    for (const PixelRect& edge : {edges.top, edges.left, edges.bottom, edges.right})
+        ShellPlatform().invalidate(IntersectRects(edge, Shell().layout.cells));
+}
+
+void PaintReferenceFrames(DrawTarget& target, const Sheet& sheet) {
+    for (const ReferenceFrame& frame : Shell().marks.frames) {
+        const PixelRect cells = FramedCells(sheet, frame);
+        if (IsEmptyRect(cells)) continue;
+        const OwnEdges own = EdgesOf(sheet, frame.area);
+        const FrameEdges edges = EdgesOfFrame(cells);
+        const u32 colour = referenceColours[frame.colour];
+        if (own.top) FillRect(target, edges.top, colour);
+        if (own.left) FillRect(target, edges.left, colour);
+        if (own.bottom) FillRect(target, edges.bottom, colour);
+        if (own.right) FillRect(target, edges.right, colour);
+    }
 }
 
 }  // namespace tally

@@ -18,4 +18,10 @@ void PaintFillHandle(DrawTarget& target, const Sheet& sheet);
 // The frame of the gesture under way, nothing without one.
 void PaintDragFrame(DrawTarget& target, const Sheet& sheet);
 
+// The colours of the frames around references that are typed, one after the other.
+constexpr u8 REFERENCE_COLOURS = 7;
+extern const u32 referenceColours[REFERENCE_COLOURS];
+void InvalidateReferenceFrame(const ReferenceFrame& frame);
+void PaintReferenceFrames(DrawTarget& target, const Sheet& sheet);
+
 }  // namespace tally

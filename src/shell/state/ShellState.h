@@ -141,6 +141,31 @@ struct RepeatState {
     bool running = false;
 };
 
+// The frame around the cells that references in the entry line stand for; the colour is a place in the table.
+struct ReferenceFrame {
+    i32 sheet = 0;
+    RefArea area;
+    u8 colour = 0;
+    bool operator==(const ReferenceFrame&) const = default;
+};
+
+// A call in a formula: its row of the function table and which of its arguments, from 0. A row below 0: none,
+// or one of something that the table does not hold.
+struct CallPlace {
+    i32 row = -1;
+    i32 argument = 0;
+    bool operator==(const CallPlace&) const = default;
+};
+
+// What is shown of the formula in the entry line.
+struct EntryMarks {
+    bool active = false;
+    i32 book = 0, sheet = 0;  // that the entry is for
+    WideText text;            // that the frames are of
+    Array<ReferenceFrame> frames;
+    CallPlace call;  // that the caret is in
+};
+
 // What was last told to those who do not see the window.
 struct ToldState {
     bool any = false;
@@ -167,6 +192,7 @@ struct ShellState {
     TabDrag tab;
     bool naming = false;  // the name box has the focus
     PointState point;
+    EntryMarks marks;
     Toolbar toolbar;
     RepeatState repeat;
     Dialog* modal = nullptr;            // the innermost one that the user must end first
