@@ -2,6 +2,7 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QApplication>
 #include <QWindow>
 #include <algorithm>
 #include <map>
@@ -68,6 +69,12 @@ const AccessibleItem* ItemInState(u32 state) {
     for (const AccessibleItem& item : Items())
         if (item.states & state) return &item;
     return nullptr;
+}
+
+// Whether the keyboard is the shell's, be it for the grid or an edit control.
+bool HasKeyboard() {
+    const QWidget* focus = QApplication::focusWidget();
+    return FrameInUse() && focus && FrameInUse()->client.isAncestorOf(focus);
 }
 
 QRect OnScreen(const PixelRect& place) {
@@ -144,7 +151,7 @@ class ItemInterface final : public QAccessibleInterface,
         }
         const bool cell = key_.role == ACCESSIBLE_CELL;
         state.focusable = cell;
-        state.focused = (item->states & ACCESSIBLE_FOCUSED) && FrameInUse()->client.hasFocus();
+        state.focused = (item->states & ACCESSIBLE_FOCUSED) && HasKeyboard();
         state.active = state.focused;
         state.selectable = cell || key_.role == ACCESSIBLE_TAB;
         state.selected = (item->states & ACCESSIBLE_SELECTED) != 0;
@@ -226,7 +233,14 @@ QAccessibleInterface* ObjectOf(const AccessibleItem& item) {
         return QAccessible::queryAccessibleInterface(&box);
     }
     const ItemKey key{item.role, item.key};
-    if (const auto found = tree->objects.find(key); found != tree->objects.end()) return found->second.object;
+    if (const auto found = tree->objects.find(key); found != tree->objects.end()) {
+        // Clients keep descriptions and few listen for a new one: a cell with another formula is another
+        // object.
+        if (key.role != ACCESSIBLE_CELL || ViewOf(found->second.description) == item.description.View())
+            return found->second.object;
+        DropObject(key);
+        std::erase(tree->cells, key);
+    }
     auto* object = new ItemInterface(key);
     tree->objects[key] = {object, ToQString(item.name), ToQString(item.description), item.states};
     QAccessible::registerAccessibleInterface(object);
@@ -257,7 +271,7 @@ class ClientInterface final : public QAccessibleWidget {
         return nullptr;
     }
     QAccessibleInterface* focusChild() const override {
-        if (!FrameInUse() || !FrameInUse()->client.hasFocus()) return QAccessibleWidget::focusChild();
+        if (!HasKeyboard()) return nullptr;
         const AccessibleItem* item = ItemInState(ACCESSIBLE_FOCUSED);
         return item ? ObjectOf(*item) : nullptr;
     }
@@ -281,20 +295,17 @@ QAccessibleInterface* MakeInterface(const QString&, QObject* object) {
     return nullptr;
 }
 
-// Names, formulas and states that have changed since a client may have taken them over.
+// Names and states that have changed since a client may have taken them over.
 void TellDifferences() {
     for (const AccessibleItem& item : Items()) {
         const auto found = tree->objects.find(ItemKey{item.role, item.key});
         if (found == tree->objects.end()) continue;
         MadeObject& made = found->second;
-        const auto tell = [&](QString& told, const WideText& now, QAccessible::Event kind) {
-            if (ViewOf(told) == now.View()) return;
-            told = ToQString(now);
-            QAccessibleEvent event(made.object, kind);
+        if (ViewOf(made.name) != item.name.View()) {
+            made.name = ToQString(item.name);
+            QAccessibleEvent event(made.object, QAccessible::NameChanged);
             Emit(&event);
-        };
-        tell(made.name, item.name, QAccessible::NameChanged);
-        tell(made.description, item.description, QAccessible::DescriptionChanged);
+        }
         const u32 changed = std::exchange(made.states, item.states) ^ item.states;
         QAccessible::State state;
         state.selected = (changed & ACCESSIBLE_SELECTED) != 0;
@@ -338,7 +349,7 @@ void TellSelection() {
 bool QtAccessibleWatched() { return FrameInUse() && (listeners.any || QAccessible::isActive()); }
 
 void TellAccessibleFocus() {
-    if (!QtAccessibleWatched() || !FrameInUse()->client.hasFocus()) return;
+    if (!QtAccessibleWatched() || !HasKeyboard()) return;
     const AccessibleItem* item = ItemInState(ACCESSIBLE_FOCUSED);
     if (!item) return;
     QAccessibleEvent event(ObjectOf(*item), QAccessible::Focus);

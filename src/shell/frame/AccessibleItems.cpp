@@ -200,7 +200,7 @@ void TellAccessible() {
     if (cells && !ShownValue(*sheet, active.firstRow, active.firstColumn, value)) value.Truncate(0);
     const bool same = told.any && told.serial == serial && told.active == active;
     u32 changes = 0;
-    if (!same || (told.editing && !IsEditing())) changes |= ACCESSIBLE_FOCUS_MOVED;
+    if (!same || told.editing != IsEditing()) changes |= ACCESSIBLE_FOCUS_MOVED;
     if (same && told.value.View() != value.View()) changes |= ACCESSIBLE_VALUE_CHANGED;
     if (!same || told.selection != selection) changes |= ACCESSIBLE_SELECTION_CHANGED;
     told = {true, IsEditing(), serial, active, selection, std::move(value)};
