@@ -1,6 +1,9 @@
 // What the menus offer and mark, state by state.
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
+#include <vector>
 
 #include "editing/Undo.h"
 #include "formula/Links.h"
@@ -28,6 +31,8 @@ class MenuStatesTest : public ShellSandbox {
         names[MENU_NAME] = "Name";
         names[MENU_CONTROLS] = "Controls";
         names[MENU_DRAWING] = "Drawing";
+        names[MENU_SHAPES] = "Shapes";
+        for (i32 i = MENU_SHAPE_FIRST; i <= MENU_SHAPE_LAST; ++i) names[i] = "Palette";
         names[MENU_ROW] = "Row";
         names[MENU_COLUMN] = "Column";
         names[MENU_SHEET] = "Sheet";
@@ -244,6 +249,79 @@ TEST_F(MenuStatesTest, WhatIsFormattedIsNamedByWhatIsSelected) {
     ASSERT_TRUE(Headless().answers.Append(IDNO));
     PickCommand(112);
     EXPECT_EQ(Label(MENU_FORMAT, 390), "单元格(&E)...\tCtrl+1");
+}
+
+// The numbers of the shapes run along the rows of a palette, its items down the columns.
+TEST_F(MenuStatesTest, ThePalettesOfShapesHaveTheirPlacesAndNumbers) {
+    Array<MenuItem> items;
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_DRAWING, items));
+    ASSERT_EQ(items.Count(), 5u);
+    EXPECT_EQ(items[4].popup, MENU_SHAPES);
+    EXPECT_EQ(Narrow(items[4].text), "自选图形(&U)");
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_SHAPES, items));
+    struct Case {
+        const char* name;
+        u32 items;
+        i32 perColumn;
+        const char* commands;  // of the first column and the first of the second
+    };
+    const Case cases[] = {
+        {"坐标轴(&L)", 6, 2, "185 188 186"},
+        {"连接符(&N)", 9, 3, "191 194 197 192"},
+        {"形状(&B)", 32, 8, "200 204 208 212 216 220 224 228 201"},
+        {"箭头(&A)", 28, 7, "232 236 240 244 248 252 256 233"},
+        {"流程图(&F)", 28, 7, "260 264 268 272 276 280 284 261"},
+        {"横幅(&S)", 16, 4, "288 292 296 300 289"},
+        {"标注(&C)", 20, 5, "304 308 312 316 320 305"},
+    };
+    ASSERT_EQ(items.Count(), std::size(cases));
+    std::vector<i32> all;
+    for (u32 i = 0; i < items.Count(); ++i) {
+        const Case& row = cases[i];
+        EXPECT_EQ(Narrow(items[i].text), row.name);
+        EXPECT_TRUE(items[i].enabled);
+        Array<MenuItem> shapes;
+        ASSERT_TRUE(FrameCallsInUse().menuItems(items[i].popup, shapes));
+        ASSERT_EQ(shapes.Count(), row.items);
+        std::string commands;
+        for (u32 n = 0; n < shapes.Count(); ++n) {
+            const MenuItem& shape = shapes[n];
+            if (static_cast<i32>(n) <= row.perColumn)
+                commands += (n ? " " : "") + std::to_string(shape.command);
+            EXPECT_EQ(shape.newColumn, n && static_cast<i32>(n) % row.perColumn == 0) << n;
+            EXPECT_EQ(shape.paintedWidth, 22);
+            EXPECT_EQ(shape.paintedHeight, 22);
+            EXPECT_FALSE(shape.text.IsEmpty());
+            EXPECT_FALSE(shape.enabled);  // nothing can be drawn yet
+            all.push_back(shape.command);
+        }
+        EXPECT_EQ(commands, row.commands);
+    }
+    std::sort(all.begin(), all.end());
+    for (std::size_t i = 0; i < all.size(); ++i) EXPECT_EQ(all[i], 185 + static_cast<i32>(i));
+    EXPECT_EQ(all.size(), 139u);
+    // They open where a shape could be placed.
+    CurrentSheet()->viewFlags |= VIEW_PROTECTED;
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_SHAPES, items));
+    for (const MenuItem& item : items) EXPECT_FALSE(item.enabled);
+}
+
+TEST_F(MenuStatesTest, ACellOfAPaletteHasAFrameUnderThePointer) {
+    Array<MenuItem> shapes;
+    ASSERT_TRUE(FrameCallsInUse().menuItems(MENU_SHAPE_FIRST, shapes));
+    EXPECT_EQ(ShellPlatform().trackPopup(shapes, 0, 0), 0);
+    const auto fills = [] {
+        int count = 0;
+        for (const DrawRecord& record : HeadlessFrame().drawing) count += record.kind == DRAW_FILL;
+        return count;
+    };
+    PaintPopupItem(1, ITEM_GREY);
+    EXPECT_EQ(fills(), 1);
+    EXPECT_EQ(CountDrawn("4"), 1);
+    const u32 plain = FindDrawn("4")->colour;
+    PaintPopupItem(1, ITEM_SELECTED);
+    EXPECT_EQ(fills(), 5);
+    EXPECT_NE(FindDrawn("4")->colour, plain);
 }
 
 TEST_F(MenuStatesTest, RecentFilesAndOpenBooksAreListedByName) {

@@ -9,6 +9,7 @@
 #include "objects/ObjectKinds.h"
 #include "shell/commands/Commands.h"
 #include "shell/frame/FramePaint.h"
+#include "shell/frame/ShapePalettes.h"
 #include "shell/frame/Tables.h"
 #include "shell/state/ShellState.h"
 
@@ -21,6 +22,8 @@ struct MenuRow {
     MenuId popup;
     u16 text;  // of the message table
 };
+
+constexpr MenuId ShapePopup(i32 palette) { return static_cast<MenuId>(MENU_SHAPE_FIRST + palette); }
 
 // In the order of the screen; a row without a text is a separator.
 constexpr u16 NO_TEXT = 0;
@@ -92,6 +95,14 @@ constexpr MenuRow menuRows[] = {
     {MENU_DRAWING, 182, MENU_NONE, MSG_MENU_RECTANGLE},
     {MENU_DRAWING, 183, MENU_NONE, MSG_MENU_OVAL},
     {MENU_DRAWING, 184, MENU_NONE, MSG_MENU_TEXT_BOX},
+    {MENU_DRAWING, 0, MENU_SHAPES, MSG_MENU_SHAPE_POPUP},
+    {MENU_SHAPES, 0, ShapePopup(0), MSG_MENU_SHAPE_LINES},
+    {MENU_SHAPES, 0, ShapePopup(1), MSG_MENU_SHAPE_CONNECTORS},
+    {MENU_SHAPES, 0, ShapePopup(2), MSG_MENU_SHAPE_BASIC},
+    {MENU_SHAPES, 0, ShapePopup(3), MSG_MENU_SHAPE_ARROWS},
+    {MENU_SHAPES, 0, ShapePopup(4), MSG_MENU_SHAPE_FLOW},
+    {MENU_SHAPES, 0, ShapePopup(5), MSG_MENU_SHAPE_BANNERS},
+    {MENU_SHAPES, 0, ShapePopup(6), MSG_MENU_SHAPE_CALLOUTS},
     {MENU_FORMAT, 390, MENU_NONE, MSG_MENU_FORMAT_CELLS},
     {MENU_FORMAT, 0, MENU_ROW, MSG_MENU_ROW_POPUP},
     {MENU_FORMAT, 0, MENU_COLUMN, MSG_MENU_COLUMN_POPUP},
@@ -255,6 +266,7 @@ bool HasWhatItNeeds(const MenuRow& row) {
 bool MayOpen(MenuId popup) {
     if (popup == MENU_RECENT) return RulesThatHold(NOT_EDITING) != 0;
     if (popup == MENU_WINDOWS) return RulesThatHold(NEEDS_BOOK) != 0;
+    if (FindShapePalette(popup)) return RulesThatHold(FREE_WORKSHEET) == FREE_WORKSHEET;
     for (const MenuRow& row : menuRows)
         if (row.menu == popup && row.text && HasWhatItNeeds(row)) return true;
     return false;
@@ -271,6 +283,7 @@ bool BuildMenu(MenuId menu, Array<MenuItem>& items) {
     items.Truncate(0);
     if (menu == MENU_RECENT) return RecentItems(items);
     if (menu == MENU_WINDOWS) return WindowItems(items);
+    if (const ShapePalette* palette = FindShapePalette(menu)) return ShapeItems(*palette, items);
     for (const MenuRow& row : menuRows) {
         if (row.menu != menu) continue;
         if (!AddMenuItem(items, row.command, Message(LabelOf(row)), IsEnabled(row), IsChecked(row.command)))

@@ -25,6 +25,7 @@
 #include "shell/frame/NameBox.h"
 #include "shell/frame/PaintGuard.h"
 #include "shell/frame/Settings.h"
+#include "shell/frame/ShapePalettes.h"
 #include "shell/frame/Tables.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/GridPaint.h"
@@ -183,6 +184,7 @@ constexpr FrameMessageRow frameMessages[] = {
     {WM_RBUTTONDOWN, MouseRight},
     {WM_MOUSEWHEEL, MouseWheel},
     {WM_MOUSEHWHEEL, MouseWheel},
+    {WM_DRAWITEM, PaintShapeItem},
     {WM_PAINT, OnPaint},
     {WM_SETFOCUS, OnFocus},
     {WM_SIZE, OnSize},
@@ -253,7 +255,7 @@ bool SendMessageToFrame(const ShellMessage& message) {
         if (row.message != message.message) continue;
         const MessageScope scope;
         const bool taken = TakenByDialog(message) || row.handler(message);
-        if (message.message != WM_PAINT)
+        if (message.message != WM_PAINT && message.message != WM_DRAWITEM)
             SettleCall(message.message != WM_MOUSEMOVE, message.message != WM_TIMER);
         return taken;
     }
