@@ -95,6 +95,112 @@ TEST_F(IniFileTest, ValuesStandInTheirSections) {
     for (const Case& row : cases) EXPECT_EQ(Value(text, row.section, row.key), row.value);
 }
 
+// Whatever stands in the file, a value is found where there is one and nothing else is taken for one.
+TEST_F(IniFileTest, DamagedTextsGiveWhatCanBeReadOfThem) {
+    using namespace std::literals;
+    struct Case {
+        std::u16string text;
+        const char* value;
+    };
+    const Case cases[] = {
+        {u"", "none"},
+        {u"k=1", "none"},
+        {u"[S", "none"},
+        {u"[S\nk=1", "none"},
+        {u"[S]k=1", "none"},
+        {u"]S[\nk=1", "none"},
+        {u"[]\nk=1", "none"},
+        {u"[S]\nk", "none"},
+        {u"[S]\nk=", ""},
+        {u"[S]\nk=\n[T]\nk=2", ""},
+        {u"[S]\n=1\nk=2", "2"},
+        {u"[S]\nkk=1\nk=2", "2"},
+        {u"[S]\n\0k=1\nk=2"s, "2"},
+        {u"[S]\nk=1]", "1]"},
+        {u"[S]\nk=[1", "[1"},
+        {u"[S] ; why\n\tk =\t1 ; why", "1"},
+        {u"[S]\n;k=1\nk=2", "2"},
+        {u"[S\n[S]\nk=1", "1"},
+        {u"\r\r\n\n[S]\rk=1\r", "1"},
+        {u"[S]\nk=1\nk=2", "1"},
+        {u"[S]\nk=" + std::u16string(100000, u'x'), "long"},
+    };
+    for (const Case& row : cases) {
+        const std::string value = Value(row.text, u"S", u"k");
+        EXPECT_EQ(value.size() > 1000 ? "long" : value, row.value) << Narrow(row.text.substr(0, 40));
+        // What is put into it can be read again.
+        WideText text;
+        ASSERT_TRUE(text.Assign(row.text) && PutIniValue(text, u"S", u"k", u"new"));
+        EXPECT_EQ(Value(text.View(), u"S", u"k"), "new") << Narrow(row.text.substr(0, 40));
+    }
+}
+
+TEST_F(IniFileTest, FilesOfBrokenBytesAreRead) {
+    for (const std::string& bytes :
+         {std::string(), std::string("\xFF"), std::string("\xFF\xFE"), std::string("\xFF\xFE["),
+          std::string("\xEF\xBB"), std::string("\xEF\xBB\xBF"), std::string("[S]\n\xC3\x28=\xFF\n\0\0", 11)}) {
+        PutFile(u"/p/x.ini", bytes);
+        WideText value;
+        EXPECT_TRUE(IniRead(u"S", u"k", u"7", value, u"/p/x.ini"));
+        EXPECT_EQ(Narrow(value), "7");
+        EXPECT_TRUE(IniWrite(u"S", u"k", u"1", u"/p/x.ini"));
+        EXPECT_TRUE(IniRead(u"S", u"k", u"7", value, u"/p/x.ini"));
+        EXPECT_EQ(Narrow(value), "1");
+    }
+}
+
+TEST_F(IniFileTest, WithoutAKeyAllKeysOfTheSectionAreGiven) {
+    PutFile(u"/p/x.ini", "a=1\n[S]\nOne=1\n two =2;\n;three=3\nfour\n[T]\nfive=5\n[s]\nsix=6\n");
+    WideText keys;
+    const auto given = [&](WideView section) {
+        EXPECT_TRUE(IniRead(section, u"", u"none", keys, u"/p/x.ini"));
+        std::string all = Narrow(keys);
+        for (char& c : all) c = c ? c : '|';
+        return all;
+    };
+    EXPECT_EQ(given(u"S"), "One|two|six|");
+    EXPECT_EQ(given(u"T"), "five|");
+    EXPECT_EQ(given(u"U"), "");
+    EXPECT_TRUE(IniRead(u"S", u"", u"none", keys, u"/p/missing.ini"));
+    EXPECT_EQ(Narrow(keys), "none");
+}
+
+// An empty file takes over from the user's store, which stays as it was; without the file that store counts
+// again.
+TEST_F(IniFileTest, AnEmptyFileTakesAllSettingsAndLeavesTheUsersStoreAlone) {
+    Shell().aggregate = 3;
+    Shell().statusBarShown = false;
+    SaveSettings();
+    const auto stored = [] {
+        std::string all;
+        for (const SettingRow& row : HeadlessFrame().settings)
+            all += Narrow(row.section) + "/" + Narrow(row.key) + "=" + Narrow(row.value) + "\n";
+        return all;
+    };
+    const std::string before = stored();
+    EXPECT_NE(before.find("StsBarFunc=3"), std::string::npos);
+    PutFile(u"/program/tallyman.ini", "");
+    ResetShell();
+    LoadSettings();
+    EXPECT_EQ(Shell().aggregate, 6);
+    EXPECT_TRUE(Shell().statusBarShown);
+    EXPECT_FALSE(Shell().bandHidden[BAND_STANDARD]);
+    EXPECT_FALSE(Shell().bandHidden[BAND_FORMULA]);
+    EXPECT_TRUE(Shell().bandHidden[BAND_FORMAT]);
+    EXPECT_TRUE(Shell().bandHidden[BAND_ENTRY]);
+    Shell().aggregate = 1;
+    SaveSettings();
+    EXPECT_EQ(stored(), before);
+    ResetShell();
+    LoadSettings();
+    EXPECT_EQ(Shell().aggregate, 1);
+    Headless().files.Clear();
+    ResetShell();
+    LoadSettings();
+    EXPECT_EQ(Shell().aggregate, 3);
+    EXPECT_FALSE(Shell().statusBarShown);
+}
+
 TEST_F(IniFileTest, AValueIsReplacedWhereItStandsOrAdded) {
     EXPECT_EQ(Put(u"", u"S", u"k", u"1"), "[S]\r\nk=1\r\n");
     EXPECT_EQ(Put(u"; mine", u"S", u"k", u"1"), "; mine\r\n[S]\r\nk=1\r\n");

@@ -488,5 +488,35 @@ TEST_F(ShellTest, TheReadoutCountsWhatItsSelectorLooksAt) {
     EXPECT_EQ(Readout(), "计数=2");
 }
 
+// Hidden rows, blanks, errors and truths: what each selector counts, and results without a number.
+TEST_F(ShellTest, TheReadoutPassesWhatIsHiddenAndTakesNumbersOnly) {
+    const char* cells[] = {"4", "x", "=1/0", "TRUE", "10", "", "=3*2"};
+    for (int i = 0; i < 7; ++i) {
+        const std::string name = "A" + std::to_string(i + 1);
+        if (*cells[i]) Enter(name, cells[i]);
+    }
+    Enter("B1", "1E308");
+    Enter("B2", "1E308");
+    const auto readouts = [] {
+        std::string all;
+        for (i32 i = 1; i < 7; ++i) {
+            Shell().aggregate = i;
+            all += (i > 1 ? " " : "") + Readout();
+        }
+        return all;
+    };
+    SelectArea({0, 6, 0, 0}, true, 0, 0, true);
+    EXPECT_EQ(readouts(), "平均值=6.66666666666667 计数=6 计数值=3 最大值=10 最小值=4 求和=20");
+    SelectArea({4, 4, 0, 0}, true, 4, 0, true);
+    PickCommand(393);
+    SelectArea({0, 6, 0, 0}, true, 0, 0, true);
+    EXPECT_EQ(readouts(), "平均值=5 计数=5 计数值=2 最大值=6 最小值=4 求和=10");
+    // A sum beyond all numbers is not shown; the mean of the same is.
+    SelectArea({0, 1, 1, 1}, true, 0, 1, true);
+    EXPECT_EQ(readouts(), "平均值=1E+308 计数=2 计数值=2 最大值=1E+308 最小值=1E+308 ");
+    SelectArea({1, 3, 0, 0}, true, 1, 0, true);
+    EXPECT_EQ(readouts(), " 计数=3    ");
+}
+
 }  // namespace
 }  // namespace tally

@@ -119,6 +119,18 @@ bool FindIniValue(WideView text, WideView section, WideView key, WideText& out) 
     return !place.found.key.empty() && out.Assign(place.found.value);
 }
 
+bool FindIniKeys(WideView text, WideView section, WideText& out) {
+    out.Truncate(0);
+    bool inside = false;
+    for (std::size_t at = 0; at < text.size();) {
+        const IniLine line = LineAt(text, at);
+        at = line.next;
+        if (!line.section.empty()) inside = EqualIgnoringCase(line.section, section);
+        if (inside && !line.key.empty() && !(out.Append(line.key) && out.Append(u'\0'))) return false;
+    }
+    return true;
+}
+
 bool PutIniValue(WideText& text, WideView section, WideView key, WideView value) {
     const IniPlace place = FindPlace(text, section, key);
     const WideView old = text;
@@ -142,7 +154,9 @@ bool PutIniValue(WideText& text, WideView section, WideView key, WideView value)
 
 bool IniRead(WideView section, WideView key, WideView standard, WideText& out, WideView path) {
     IniText file;
-    return (ReadIniFile(path, file) && FindIniValue(file.text, section, key, out)) || out.Assign(standard);
+    const bool read = ReadIniFile(path, file);
+    if (read && key.empty()) return FindIniKeys(file.text, section, out);
+    return (read && FindIniValue(file.text, section, key, out)) || out.Assign(standard);
 }
 
 bool IniWrite(WideView section, WideView key, WideView value, WideView path) {

@@ -25,11 +25,14 @@ struct IniText {
 // The first value of a key, names compared without regard to case and blanks around them. False when it is
 // absent.
 bool FindIniValue(WideView text, WideView section, WideView key, WideText& out);
+// The keys of a section as they are written, a zero character behind each. False when memory fails.
+[[nodiscard]] bool FindIniKeys(WideView text, WideView section, WideText& out);
 // Replaces that value where it stands, or adds the key to its section or the section at the end; the rest of
 // the text stays as it is. False when memory fails.
 [[nodiscard]] bool PutIniValue(WideText& text, WideView section, WideView key, WideView value);
 
-// The same on a file, for one value. A key that is absent gives `standard`.
+// The same on a file, for one value. A key that is absent gives `standard`,
+// an empty one all keys of the section.
 bool IniRead(WideView section, WideView key, WideView standard, WideText& out, WideView path);
 bool IniWrite(WideView section, WideView key, WideView value, WideView path);
 
