@@ -115,7 +115,7 @@ QWidget* FrontWindow() {
     if (active && active->isEnabled()) return active;
     QWidget* frame = nullptr;
     for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (!window->isVisible() || !window->isEnabled()) continue;
+        if (!window->isVisible() || !window->isEnabled() || window->windowType() == Qt::ToolTip) continue;
         if (qobject_cast<QDialog*>(window)) return window;
         frame = window;
     }
