@@ -124,13 +124,20 @@ class DialogsOnScreen : public testing::Test {
     // Runs the dialog and `act` while it is shown; Esc ends it if that did not.
     static bool Show(void (*act)(QDialog& dialog)) {
         use = act;
-        QTimer::singleShot(10, [] {
-            auto* dialog = qobject_cast<QDialog*>(TopDialogWindow());
-            ASSERT_NE(dialog, nullptr);
-            use(*dialog);
-            if (dialog->isVisible()) QTest::keyClick(dialog, Qt::Key_Escape);
+        OnceShown(nullptr, [](QDialog& dialog) {
+            use(dialog);
+            if (dialog.isVisible()) QTest::keyClick(&dialog, Qt::Key_Escape);
         });
         return RunDialog(table, nullptr);
+    }
+    // Acts on the dialog in front as soon as one other than `below` is to be seen, however long that takes.
+    template <typename Act>
+    static void OnceShown(QDialog* below, Act act) {
+        QTimer::singleShot(1, [below, act] {
+            auto* dialog = qobject_cast<QDialog*>(TopDialogWindow());
+            if (dialog && dialog != below && dialog->isVisible()) act(*dialog);
+            else OnceShown(below, act);
+        });
     }
     static QAbstractButton* Button(QDialog& dialog, const QString& text) {
         for (QAbstractButton* button : dialog.findChildren<QAbstractButton*>())
@@ -224,16 +231,13 @@ TEST_F(DialogsOnScreen, ADoubleClickOnAnItemAccepts) {
 
 TEST_F(DialogsOnScreen, OneInAnotherTakesKeysAndTheMouseWhichTheOuterDoesNot) {
     EXPECT_TRUE(Show([](QDialog& outer) {
-        QTimer::singleShot(10, [&outer] {
-            auto* inner = qobject_cast<QDialog*>(TopDialogWindow());
-            ASSERT_NE(inner, nullptr);
-            ASSERT_NE(inner, &outer);
-            EXPECT_TRUE(inner->isEnabled());
+        OnceShown(&outer, [&outer](QDialog& inner) {
+            EXPECT_TRUE(inner.isEnabled());
             EXPECT_FALSE(outer.isEnabled());
-            auto* name = inner->findChild<QLineEdit*>();
+            auto* name = inner.findChild<QLineEdit*>();
             name->selectAll();
             QTest::keyClicks(name, "inner");
-            QTest::mouseClick(Button(*inner, QStringLiteral("确定")), Qt::LeftButton);
+            QTest::mouseClick(Button(inner, QStringLiteral("确定")), Qt::LeftButton);
         });
         EXPECT_TRUE(RunDialog(table, nullptr));
         EXPECT_EQ(seen.name, "inner");
