@@ -71,6 +71,10 @@ enum MessageId : u16 {
     MSG_CALCULATION_BOUND = 1030,
     MSG_CALCULATION_STOPPED,
     MSG_NO_NUMBER,
+    MSG_RECOVERED_IN_PART = 1040,
+    MSG_NOT_RECOVERED,
+    MSG_RECOVERY_NAME_OPEN,
+    MSG_TITLE_RECOVERED,  // behind a book's name
     // 1050 to 1099: what a file will not hold, by the bits of SaveLoss.
     MSG_LOSS_FIRST = 1050,
     // 1100 to 1149: buttons and the dialogs of files.
@@ -364,6 +368,12 @@ enum MessageId : u16 {
     MSG_PROTECT_TITLE,
     MSG_UNPROTECT_TITLE,
     MSG_PASSWORD_LABEL,
+    // Books that were not saved.
+    MSG_LOST_BOOKS_TITLE = 1712,
+    MSG_LOST_BOOKS_LIST,
+    MSG_LOST_BOOKS_OPEN,
+    MSG_LOST_BOOKS_DISCARD,
+    MSG_LOST_BOOKS_LATER,
     // 1720 to 1799: the looks of cells and what is picked from small pictures.
     MSG_CELL_FORMAT_TITLE = 1720,
     MSG_FORMAT_PAGE_NUMBER,

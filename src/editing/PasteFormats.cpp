@@ -8,23 +8,6 @@ namespace {
 
 constexpr u32 KNOWN_FORMATS = 1024;
 
-bool SameFont(const FontRecord& a, const FontRecord& b) {
-    return a.height == b.height && a.attributes == b.attributes && a.colour == b.colour &&
-           a.weight == b.weight && a.underline == b.underline && a.family == b.family &&
-           a.charSet == b.charSet && WideView(a.faceName) == WideView(b.faceName);
-}
-
-bool FindOrAddFontRecord(Workbook& book, const FontRecord& font, u16& index) {
-    for (u32 i = 0; i < book.fonts.Count(); ++i) {
-        if (!SameFont(book.fonts[i], font)) continue;
-        index = static_cast<u16>(i);
-        return true;
-    }
-    if (book.fonts.Count() > 0xFFFE || !book.fonts.Append(font)) return false;
-    index = static_cast<u16>(book.fonts.Count() - 1);
-    return true;
-}
-
 i32 Distance(u32 a, u32 b) {
     i32 sum = 0;
     for (u32 shift = 0; shift < 24; shift += 8) {
@@ -85,6 +68,23 @@ bool WorkOut(const PasteFormats& formats, u16 source, u16 kept, u16& result) {
 }
 
 }  // namespace
+
+bool SameFont(const FontRecord& a, const FontRecord& b) {
+    return a.height == b.height && a.attributes == b.attributes && a.colour == b.colour &&
+           a.weight == b.weight && a.underline == b.underline && a.family == b.family &&
+           a.charSet == b.charSet && WideView(a.faceName) == WideView(b.faceName);
+}
+
+bool FindOrAddFontRecord(Workbook& book, const FontRecord& font, u16& index) {
+    for (u32 i = 0; i < book.fonts.Count(); ++i) {
+        if (!SameFont(book.fonts[i], font)) continue;
+        index = static_cast<u16>(i);
+        return true;
+    }
+    if (book.fonts.Count() > 0xFFFE || !book.fonts.Append(font)) return false;
+    index = static_cast<u16>(book.fonts.Count() - 1);
+    return true;
+}
 
 bool PastedFormat(PasteFormats& formats, u16 source, u16 kept, u16& result) {
     if (!formats.keepsBorders) kept = 0;

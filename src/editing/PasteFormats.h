@@ -18,6 +18,10 @@ struct PasteFormats {
     Array<KnownPasteFormat> known;  // by a hash of source and kept format
 };
 
+bool SameFont(const FontRecord& a, const FontRecord& b);
+// The index of a font equal to this one, added when there is none. False when memory fails.
+[[nodiscard]] bool FindOrAddFontRecord(Workbook& book, const FontRecord& font, u16& index);
+
 // The target book's format for a cell whose source had `source` and that has `kept`. False when memory fails.
 [[nodiscard]] bool PastedFormat(PasteFormats& formats, u16 source, u16 kept, u16& result);
 

@@ -11,6 +11,8 @@ namespace tally {
 namespace {
 
 Array<UndoRecord> records;
+u64 lastNumber = 0;
+void (*undoneCall)(const UndoRecord& record) = nullptr;
 
 void SaveView(SavedView& saved, const Sheet& sheet) {
     std::memcpy(saved.name, sheet.name, sizeof saved.name);
@@ -79,6 +81,7 @@ bool RecordUndo(i32 book, i32 sheet, i32 kind) {
     if (records.Count() >= u32{UNDO_DEPTH}) FreeUndoRecord(0);
     UndoRecord* record = records.AppendDefault();
     if (!record) return false;
+    record->number = ++lastNumber;
     record->book = book;
     record->kind = kind;
     record->sheet = sheet;
@@ -115,6 +118,8 @@ UndoRecord* LastUndo() { return records.IsEmpty() ? nullptr : &records.Last(); }
 void DropLastUndo() {
     if (!records.IsEmpty()) FreeUndoRecord(records.Count() - 1);
 }
+u64 LastUndoNumber() { return lastNumber; }
+void SetUndoneCall(void (*call)(const UndoRecord& record)) { undoneCall = call; }
 u32 UndoCount() { return records.Count(); }
 
 WideView UndoLabel() {
@@ -126,6 +131,7 @@ WideView UndoLabel() {
 
 bool UndoLast() {
     if (records.IsEmpty()) return false;
+    if (undoneCall) undoneCall(records.Last());
     if (!RunInverse(records.Last())) return false;
     DropLastUndo();
     return true;

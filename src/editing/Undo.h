@@ -92,6 +92,7 @@ struct SavedName {
 };
 
 struct UndoRecord {
+    u64 number = 0;  // one above that of the record made before
     i32 book = 0;
     i32 kind = 0;
     i32 sheet = 0;   // index; of sheet operations the sheet that was made or removed
@@ -133,6 +134,10 @@ WideView UndoLabel();
 // Undoes the last operation and makes its book and sheet current. False when there is none, or memory
 // failed: the record then stays and nothing has changed.
 [[nodiscard]] bool UndoLast();
+// The number of the record made last, whether it still stands or not.
+u64 LastUndoNumber();
+// Called with each record before it is undone; null for nobody.
+void SetUndoneCall(void (*call)(const UndoRecord& record));
 // Removes a book's records; those of later books count one less.
 void DropUndoOfBook(i32 book);
 void FreeUndoRecord(u32 index);

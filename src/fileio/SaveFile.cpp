@@ -49,19 +49,23 @@ bool CalculateForSave(i32 book, i32 sheet) {
 
 bool IsPocket(FileType type) { return type == FILE_PXL || type == FILE_PXT; }
 
-bool BuildStream(SaveState& save, FileType type) {
+bool BuildForm(SaveState& save, u8 form) {
     const Workbook& book = SavedBook(save);
-    if (IsPocket(type)) {
-        save.losses |= CarriedLosses(book);
-        WritePocket(save);
-        return !save.writer.failed;
-    }
-    save.biffVersion = book.biffVersion == 7 ? 7 : 8;
+    save.biffVersion = form;
     save.codePage = save.biffVersion == 8 ? book.codePage : ChooseCodePage(book);
     if (save.biffVersion != 8 && !FitNames(save)) return false;
     if (!PlanCarried(save)) return false;
     WriteGlobals(save);
     for (u32 i = 0; i < book.sheets.Count() && !save.writer.failed; ++i) WriteSheet(save, static_cast<i32>(i));
+    return !save.writer.failed;
+}
+
+u8 FormOf(const Workbook& book) { return book.biffVersion == 7 ? 7 : 8; }
+
+bool BuildStream(SaveState& save, FileType type) {
+    if (!IsPocket(type)) return BuildForm(save, FormOf(SavedBook(save)));
+    save.losses |= CarriedLosses(SavedBook(save));
+    WritePocket(save);
     return !save.writer.failed;
 }
 
@@ -146,6 +150,15 @@ bool WriteTextFile(i32 book, WideView path, FileType type, u32& losses, LossQues
 }  // namespace
 
 bool CanWrite(FileType type) { return type != FILE_BMP && type != FILE_UNKNOWN; }
+
+bool WriteBookCopy(i32 book, OutputHandle file, bool mayBeOlder) {
+    const QuietMemoryScope quiet;
+    SaveState newer, older;
+    newer.book = older.book = book;
+    if (!BuildForm(newer, 8)) return false;
+    const bool better = mayBeOlder && newer.losses && BuildForm(older, 7) && !older.losses;
+    return WriteStream(better ? older : newer, FILE_XLS, file);
+}
 
 bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses, LossQuestion mayLose) {
     losses = 0;

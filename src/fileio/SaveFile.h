@@ -16,4 +16,10 @@ bool CanWrite(FileType type);
 [[nodiscard]] bool WriteBookFile(i32 book, WideView path, FileType type, u32& losses,
                                  LossQuestion mayLose = nullptr);
 
+// Writes a book as it stands, stale values and all, behind what an output file has already: for a copy that is
+// read by OpenFileFromMemory. Nothing is calculated or changed, and nobody is told or asked. It has the 97
+// form; where `mayBeOlder`, the 95 form when only that holds all of the book. False when memory or a write
+// fails.
+[[nodiscard]] bool WriteBookCopy(i32 book, OutputHandle file, bool mayBeOlder);
+
 }  // namespace tally

@@ -19,6 +19,7 @@ enum MessageNumber : u32 {
     WM_SETFOCUS = 0x0007,
     WM_PAINT = 0x000F,
     WM_CLOSE = 0x0010,
+    WM_QUERYENDSESSION = 0x0011,  // the process may be ended soon, without another word
     WM_DRAWITEM = 0x002B,
     WM_NOTIFY = 0x004E,
     WM_HELP = 0x0053,
@@ -191,7 +192,9 @@ enum PointerShape : u8 {
 enum TimerId : i32 {
     TIMER_AUTO_SCROLL = 1,
     TIMER_COMMENT_HINT = 2,
-    TIMER_TRUST = 3,  // a formula wanted a file, and the user is asked outside the calculation
+    TIMER_TRUST = 3,       // a formula wanted a file, and the user is asked outside the calculation
+    TIMER_JOURNAL = 4,     // something is to be written to the journal
+    TIMER_LOST_BOOKS = 5,  // books that were not saved may be there to be offered
 };
 
 // A row of a file dialog's type list: "*.csv" and what it is called.

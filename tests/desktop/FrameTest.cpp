@@ -267,7 +267,35 @@ TEST_F(FrameTest, ASignalToEndClosesTheFrameAsTheUserDoes) {
     heard.quitOnClose = false;
     raise(SIGTERM);
     Settle();
+    EXPECT_EQ(Of(WM_QUERYENDSESSION).size(), 1u);
     EXPECT_EQ(Of(WM_CLOSE).size(), 1u);
+    EXPECT_TRUE(FrameInUse()->window.isVisible());
+}
+
+// The number of the messages that the shell got at the end of a session, and what became of it.
+std::string MessagesAtTheEnd(bool mayAsk) {
+    const SessionEnd end = EndOfSession([](void* asks) { return *static_cast<bool*>(asks); }, &mayAsk);
+    std::string text = end == SESSION_ENDS ? "ends" : end == SESSION_STAYS ? "stays" : "was not asked";
+    for (const ShellMessage& message : heard.messages)
+        if (message.message == WM_QUERYENDSESSION || message.message == WM_CLOSE)
+            text += message.message == WM_CLOSE ? ", close" : ", keep";
+    return text;
+}
+
+TEST_F(FrameTest, TheEndOfTheSessionKeepsWhatIsUnsavedAndThenClosesTheFrame) {
+    heard.messages.clear();
+    EXPECT_EQ(MessagesAtTheEnd(true), "ends, keep, close");
+}
+
+TEST_F(FrameTest, ACancelKeepsTheSession) {
+    heard.quitOnClose = false;
+    heard.messages.clear();
+    EXPECT_EQ(MessagesAtTheEnd(true), "stays, keep, close");
+}
+
+TEST_F(FrameTest, WhereNobodyMayBeAskedWhatIsUnsavedIsKeptAndNothingClosed) {
+    heard.messages.clear();
+    EXPECT_EQ(MessagesAtTheEnd(false), "was not asked, keep");
     EXPECT_TRUE(FrameInUse()->window.isVisible());
 }
 

@@ -29,6 +29,8 @@ bool DescribeScreens(const QString& path) {
 int main(int count, char** arguments) {
     testing::InitGoogleTest(&count, arguments);
     QTemporaryDir folder;
+    // What a test leaves unsaved is not the user's.
+    qputenv("XDG_STATE_HOME", folder.path().toUtf8());
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         const QString path = folder.filePath(QStringLiteral("screens.json"));
         qputenv("QT_QPA_PLATFORM",

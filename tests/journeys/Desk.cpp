@@ -169,6 +169,7 @@ bool OpenDisplay(std::string& missing) {
     // Nothing of the user's own: settings, region and scale are those of a first start.
     setenv("HOME", desk.scratch.c_str(), 1);
     setenv("XDG_CONFIG_HOME", (desk.scratch + "/settings").c_str(), 1);
+    setenv("XDG_STATE_HOME", (desk.scratch + "/state").c_str(), 1);
     setenv("XDG_RUNTIME_DIR", desk.scratch.c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
     setenv("LC_ALL", "C.UTF-8", 1);
@@ -238,6 +239,15 @@ int ProgramEnd() {
     if (desk.program && Ended(desk.program, code)) desk.program = 0;
     return code;
 }
+
+void KillProgram() {
+    if (!desk.program) return;
+    kill(desk.program, SIGKILL);
+    waitpid(desk.program, nullptr, 0);
+    desk.program = 0;
+}
+
+void ForgetState() { std::filesystem::remove_all(desk.scratch + "/state"); }
 
 void StopProgram() { End(desk.program); }
 

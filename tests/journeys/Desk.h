@@ -29,6 +29,10 @@ void CloseInputMethod();
 void StartProgram(const std::vector<std::string>& arguments);
 // Waits for the end of the program and gives its exit code; -1 when it does not end.
 int ProgramEnd();
+// Ends the program without giving it the time for anything.
+void KillProgram();
+// What the program keeps for its next start is gone.
+void ForgetState();
 // Ends a program that a failed test has left running.
 void StopProgram();
 

@@ -13,6 +13,7 @@ class Journey : public testing::Test {
     static void TearDownTestSuite() { CloseDisplay(); }
     void SetUp() override {
         if (!open_) GTEST_SKIP() << "No virtual display; missing: " << missing_;
+        ForgetState();
     }
     void TearDown() override { StopProgram(); }
 

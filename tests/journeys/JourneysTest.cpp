@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include "journeys/Journey.h"
 #include "support/BiffBuilder.h"
@@ -93,6 +95,30 @@ TEST_F(Journey, AFileIsOpenedFromTheMenuAndClosingAsksWhetherToSave) {
     Press({"y"});
     EXPECT_EQ(ProgramEnd(), 0);
     EXPECT_EQ(SavedText(Scratch() + "list.csv"), "apple,3\r\npear,4\r\nplum,\r\n");
+}
+
+TEST_F(Journey, WhatAKilledProgramHadNotSavedIsOfferedByTheNext) {
+    StartWithText("kept.csv", "apple,3\r\n");
+    Press({"Down"});
+    Type("plum");
+    Press({"Return"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    KillProgram();
+    EXPECT_EQ(SavedText(Scratch() + "kept.csv"), "apple,3\r\n");
+    StartProgram({});
+    ASSERT_TRUE(WaitForTitle("未保存的工作簿"));
+    Press({"Return"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - kept.csv（已恢复）"));
+    Press({"ctrl+s"});
+    ASSERT_TRUE(WaitForTitle("Tallyman - kept.csv"));
+    EXPECT_EQ(SavedText(Scratch() + "kept.csv"), "apple,3\r\nplum,\r\n");
+    Exit();
+    // Nothing is left to offer.
+    StartProgram({});
+    ASSERT_TRUE(WaitForTitle("Tallyman - Book1"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    EXPECT_EQ(Title(), "Tallyman - Book1");
+    Exit();
 }
 
 TEST_F(Journey, SeveralFilesOpenAndTheLastIsShown) {

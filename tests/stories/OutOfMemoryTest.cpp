@@ -12,6 +12,7 @@
 #include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessPlatform.h"
 #include "platform/headless/HeadlessShell.h"
+#include "recovery/JournalState.h"
 #include "shell/commands/Commands.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/frame/Shell.h"
@@ -153,6 +154,15 @@ const Step steps[] = {
          PickCommand(UndoLabel() == u"插入行" ? 130 : 144);
      },
      [] { return GetCell(CurrentSheet()->cells, 21, 2) && GetCell(CurrentSheet()->cells, 21, 2)->formula; }},
+    {"keep what is unsaved",
+     [] {
+         ShellMessage tick;
+         tick.message = WM_TIMER;
+         tick.command = TIMER_JOURNAL;
+         for (int i = 0; i < 20 && HeadlessFrame().timers[TIMER_JOURNAL]; ++i)
+             IgnoreFailure(FrameCallsInUse().sendMessage(tick));
+     },
+     [] { return !HeadlessFrame().timers[TIMER_JOURNAL] && FindJournal(0) && FindJournal(0)->snapshot; }},
     {"save as text",
      [] {
          QuietMemoryScope quiet;

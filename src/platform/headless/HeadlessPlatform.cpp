@@ -7,10 +7,12 @@
 #include "base/Number.h"
 #include "base/Text.h"
 #include "platform/headless/HeadlessForeign.h"
+#include "platform/headless/HeadlessRecovery.h"
 #include "platform/headless/MemoryFiles.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixForeign.h"
+#include "platform/posix/PosixRecovery.h"
 #include "platform/posix/Regions.h"
 #include "platform/posix/SystemFacts.h"
 
@@ -19,9 +21,7 @@ namespace {
 
 HeadlessState state;
 
-bool NextFileOperationFails() {
-    return ++state.fileOperations == state.failFileOperation && state.failFileOperation != 0;
-}
+bool NextFileOperationFails() { return HeadlessFileOperationFails(); }
 
 bool HeadlessReadFile(WideView path, Array<u8>& out) {
     if (NextFileOperationFails()) return false;
@@ -153,9 +153,17 @@ const PlatformTable headlessTable = {
 
 HeadlessState& Headless() { return state; }
 
+bool HeadlessFileOperationFails() {
+    ++state.fileOperations;
+    if (!state.failFileOperation) return false;
+    return state.failsFromThere ? state.fileOperations >= state.failFileOperation
+                                : state.fileOperations == state.failFileOperation;
+}
+
 void ResetHeadlessPlatform() {
     ResetPosixFiles();
     ResetPosixForeign();
+    ResetPosixRecovery();
     ResetMemoryFiles();
     ResetCodePages();
     state = HeadlessState();
@@ -166,6 +174,7 @@ void UseHeadlessPlatform() {
     ResetHeadlessPlatform();
     SetPlatform(&headlessTable);
     SetForeignPlatform(&HeadlessForeign());
+    SetRecoveryPlatform(&HeadlessRecovery());
 }
 
 bool SetHeadlessRegion(std::string_view tag) {

@@ -49,7 +49,10 @@ struct HeadlessState {
     Array<MemoryFile> files;
     // The n-th file operation from now on fails, counted from 1; 0 none does.
     u32 failFileOperation = 0;
+    bool failsFromThere = false;  // and so does every one behind it
     u32 fileOperations = 0;
+    bool recoversOnDisk = false;  // unsaved books are kept among the user's own files when these are on disk
+    u32 process = 1;              // the process that is played: what another one has locked in memory is lost
     // Files that were asked for, by the user and by a book; the refused ones count.
     u32 ownReads = 0;
     u32 foreignReads = 0;
@@ -63,6 +66,8 @@ struct HeadlessState {
     u32 librariesFreed = 0;
 };
 HeadlessState& Headless();
+// Counts a file operation; true for one that is to fail.
+bool HeadlessFileOperationFails();
 
 // Puts the headless platform in force in its first state: en-US, the real clock, files on disk.
 void UseHeadlessPlatform();

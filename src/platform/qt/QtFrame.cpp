@@ -17,6 +17,7 @@
 #include "platform/posix/CodePages.h"
 #include "platform/posix/PosixFiles.h"
 #include "platform/posix/PosixForeign.h"
+#include "platform/posix/PosixRecovery.h"
 #include "platform/qt/QtAccessible.h"
 #include "platform/qt/QtFonts.h"
 #include "platform/qt/QtText.h"
@@ -250,6 +251,7 @@ void OpenDesktop(int& count, char** arguments) {
     QApplication::setQuitOnLastWindowClosed(false);
     SetPlatform(&QtPlatform());
     SetForeignPlatform(&PosixForeign());
+    SetRecoveryPlatform(&PosixRecovery());
 }
 
 void OpenFrame(const FrameCalls& calls) {
@@ -295,6 +297,8 @@ void CloseDesktop() {
     translator.reset();
     application.reset();
     SetForeignPlatform(nullptr);
+    SetRecoveryPlatform(nullptr);
+    ResetPosixRecovery();
     SetPlatform(nullptr);
 }
 

@@ -124,6 +124,10 @@ void ConnectScreens();
 // ---- the end of the session -------------------------------------------------------------------------
 // A signal to end and the end of the session close the frame as the user does.
 void ConnectSession();
+enum SessionEnd : unsigned char { SESSION_ENDS, SESSION_STAYS, SESSION_WAS_NOT_ASKED };
+// The session is about to end: what is unsaved is kept, then, where the user may be asked, the frame closes as
+// ever. A Cancel keeps the session.
+SessionEnd EndOfSession(bool (*mayAsk)(void* context), void* context);
 
 // ---- waiting ----------------------------------------------------------------------------------------
 // Escape ends what lasts long.

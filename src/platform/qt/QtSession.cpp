@@ -39,23 +39,39 @@ void CloseAsTheUserDoes() {
     QTimer::singleShot(0, &FrameInUse()->window, CloseAsTheUserDoes);
 }
 
+// Whoever asked may not wait for the answers.
+void KeepWhatIsUnsaved() {
+    ShellMessage message;
+    message.message = WM_QUERYENDSESSION;
+    if (FrameInUse()) Send(message);
+}
+
 void ReadSignals() {
     char bytes[16];
     while (read(signalPipe[0], bytes, sizeof bytes) > 0) {
     }
+    KeepWhatIsUnsaved();
     CloseAsTheUserDoes();
 }
 
-// The session waits for the answers where it lets a program ask; a Cancel keeps the session.
 void CommitSession(QSessionManager& manager) {
-    if (!FrameInUse() || !manager.allowsInteraction()) return;
-    FrameInUse()->quitting = false;
-    CloseAsTheUserDoes();
-    if (FrameInUse() && !FrameInUse()->quitting) manager.cancel();
-    else manager.release();
+    switch (EndOfSession(
+        [](void* context) { return static_cast<QSessionManager*>(context)->allowsInteraction(); }, &manager)) {
+        case SESSION_STAYS: return manager.cancel();
+        case SESSION_ENDS: return manager.release();
+        case SESSION_WAS_NOT_ASKED: return;
+    }
 }
 
 }  // namespace
+
+SessionEnd EndOfSession(bool (*mayAsk)(void* context), void* context) {
+    KeepWhatIsUnsaved();
+    if (!FrameInUse() || !mayAsk(context)) return SESSION_WAS_NOT_ASKED;
+    FrameInUse()->quitting = false;
+    CloseAsTheUserDoes();
+    return FrameInUse() && !FrameInUse()->quitting ? SESSION_STAYS : SESSION_ENDS;
+}
 
 void ConnectSession() {
     QWidget* window = &FrameInUse()->window;

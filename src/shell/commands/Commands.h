@@ -81,6 +81,8 @@ enum CloseMode : i32 { CLOSE_ASK = 0, CLOSE_DISCARD = 1, CLOSE_SAVE = 2 };
 bool CloseBook(i32 book, CloseMode mode);
 // Closes every book, current first. False when one was cancelled.
 bool CloseAllBooks();
+// Everything that shows a book, after the current one changed.
+void ShowCurrentBook();
 bool OpenBookFile(WideView path, bool addToRecent);
 bool MakeFirstBook();
 // Saves a book to a path whose end tells the form. Without an end that does, and for a template unless

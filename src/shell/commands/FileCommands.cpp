@@ -5,6 +5,7 @@
 #include "fileio/OpenFile.h"
 #include "formula/KeptNumbers.h"
 #include "model/BookTable.h"
+#include "recovery/Journal.h"
 #include "shell/commands/Commands.h"
 #include "shell/entry/EntryEditor.h"
 #include "shell/grid/Layout.h"
@@ -26,7 +27,8 @@ void ForgetEdit() {
     if (IsEditing()) CancelEntry();
 }
 
-// Everything that shows a book, after the current one changed.
+}  // namespace
+
 void ShowCurrentBook() {
     Shell().firstTab = 0;
     Shell().endMode = false;
@@ -38,8 +40,6 @@ void ShowCurrentBook() {
         RefreshEntryLine();
     }
 }
-
-}  // namespace
 
 void AddRecentFile(WideView path) {
     Array<WideText>& recent = Shell().recent;
@@ -60,6 +60,8 @@ bool OpenBookFile(WideView path, bool addToRecent) {
     if (open >= 0) BookAt(open)->hiddenLink = 0;
     const bool good = OpenFile(own, OPEN_VISIBLE);
     if (good && addToRecent) AddRecentFile(own);
+    // What changes by itself when a book is opened is no work of the user's.
+    if (good && open < 0) ForgetChanges(CurrentBook());
     ShowCurrentBook();
     return good;
 }

@@ -4,6 +4,7 @@
 #include "base/Text.h"
 #include "fileio/SaveFile.h"
 #include "model/BookTable.h"
+#include "recovery/Journal.h"
 #include "shell/commands/Commands.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/Selection.h"
@@ -142,6 +143,8 @@ bool SaveBook(i32 book, WideView path, bool askForName) {
     if (!WriteBookFile(book, path, type, losses, MayLose)) return false;
     BookAt(book)->acceptedLosses |= losses;
     BookAt(book)->dirty = 0;
+    ForgetChanges(book);
+    UpdateTitle();
     RefreshChrome();
     return true;
 }

@@ -35,6 +35,15 @@ struct ItemQuestion {
 };
 bool AskItem(ItemQuestion& question);
 
+// ---- books that were not saved -----------------------------------------------------------------------------
+
+enum LostBookChoice : u8 { LOST_BOOK_LATER, LOST_BOOK_OPEN, LOST_BOOK_DISCARD };
+struct LostBooksQuestion {
+    std::span<const WideView> items;
+    std::span<LostBookChoice> choices;  // of each; what nothing is chosen for stays as it comes in
+};
+void AskLostBooks(LostBooksQuestion& question);
+
 // ---- cells -------------------------------------------------------------------------------------------------
 
 // The four ways of inserting and deleting cells, in the order of the screen.

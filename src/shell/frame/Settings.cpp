@@ -82,6 +82,7 @@ void LoadSettings() {
     shell.options5 = static_cast<u32>(ReadNumber(store, u"Options5", 0));
     shell.trustClosed = ReadNumber(store, u"TrustClosed", 0) != 0;
     CloseTrust(shell.trustClosed);
+    shell.journalOn = ReadNumber(store, u"Journal", 1) != 0;
     shell.recent.Truncate(0);
     for (u32 i = 1; i <= RECENT_FILES; ++i) {
         WideText key, path;
@@ -110,6 +111,7 @@ void SaveSettings() {
     WriteNumber(store, u"StsBarFunc", shell.aggregate);
     WriteNumber(store, u"Options5", shell.options5);
     WriteNumber(store, u"TrustClosed", shell.trustClosed);
+    WriteNumber(store, u"Journal", shell.journalOn);
     if (store.ini) IgnoreFailure(WriteIniFile(store.path, store.file));
 }
 

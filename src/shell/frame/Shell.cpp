@@ -14,6 +14,7 @@
 #include "functions/Random.h"
 #include "model/BookTable.h"
 #include "model/Trust.h"
+#include "recovery/Journal.h"
 #include "shell/commands/Commands.h"
 #include "shell/commands/Places.h"
 #include "shell/dialogs/Dialogs.h"
@@ -24,6 +25,7 @@
 #include "shell/frame/MouseInput.h"
 #include "shell/frame/NameBox.h"
 #include "shell/frame/PaintGuard.h"
+#include "shell/frame/Recovery.h"
 #include "shell/frame/Settings.h"
 #include "shell/frame/ShapePalettes.h"
 #include "shell/frame/Tables.h"
@@ -115,6 +117,7 @@ bool OnPaint(const ShellMessage& message) {
     const PaintGuard guard;
     // What memory refuses is left out of the picture; a box would only ask for the next paint.
     const QuietMemoryScope quiet;
+    Shell().painted = true;
     Shell().shown.painted |= Shell().shown.changed;
     if (message.target) PaintFrame(*message.target, message.paint);
     return true;
@@ -122,6 +125,12 @@ bool OnPaint(const ShellMessage& message) {
 
 bool OnFocus(const ShellMessage&) {
     if (IsEditing()) ShellPlatform().focusEdit(ENTRY_LINE);
+    return true;
+}
+
+// Nobody may be there to answer a question any more.
+bool OnEndSession(const ShellMessage&) {
+    FlushJournal();
     return true;
 }
 
@@ -135,6 +144,7 @@ void AskSoonForLinks() {
 
 // What a formula wanted to read is asked for when nothing else goes on.
 bool OnTimer(const ShellMessage& message) {
+    if (message.command == TIMER_JOURNAL || message.command == TIMER_LOST_BOOKS) return RecoveryTimer(message);
     if (message.command != TIMER_TRUST) return GestureTimer(message);
     ShellPlatform().killTimer(TIMER_TRUST);
     if (IsEditing() || Shell().messageDepth > 1 || Shell().gesture != GESTURE_NONE) {
@@ -168,6 +178,7 @@ bool OnResolution(const ShellMessage&) {
 constexpr FrameMessageRow frameMessages[] = {
     {WM_CHAR, OnChar},
     {WM_CLOSE, OnClose},
+    {WM_QUERYENDSESSION, OnEndSession},
     {WM_COMMAND, OnCommand},
     {WM_CONTEXTMENU, MenuByKey},
     {WM_DPICHANGED, OnResolution},
@@ -234,6 +245,7 @@ void SettleCall(bool refreshToolbars, bool askForLinks) {
         RefreshAggregate();
         TellStop();
         TellAccessible();
+        KeepChanges();
     }
     if (refreshToolbars) RefreshToolbars();
     if (askForLinks) AskSoonForLinks();
@@ -336,6 +348,7 @@ void StartShell(WideView commandLine) {
     ConnectUndo();
     ConnectClipboard();
     LoadSettings();
+    ConnectJournal(Shell().journalOn);
     const WideView path = CommandPath(commandLine);
     const bool opened = !path.empty() && Platform().fileExists(path) && OpenBookFile(path, true);
     if (!opened) IgnoreFailure(MakeFirstBook());
@@ -345,6 +358,7 @@ void StartShell(WideView commandLine) {
     BringShownUpToDate();
     RefreshAggregate();
     AskSoonForLinks();
+    SearchLostBooks();
     ShellPlatform().focusFrame();
 }
 
@@ -357,6 +371,7 @@ void OpenAnotherFile(WideView path) {
 void StopShell() {
     SaveSettings();
     SetOutOfMemoryNotice(nullptr);
+    CloseJournal();
     ResetBooks();
     ResetFormulaEngine();
     ResetFunctions();

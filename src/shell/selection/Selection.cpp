@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "base/MessageTable.h"
 #include "base/Text.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
+#include "recovery/Journal.h"
 #include "shell/grid/Layout.h"
 #include "shell/grid/RuleHints.h"
 #include "shell/selection/ActiveCell.h"
@@ -155,7 +157,9 @@ void SelectBook(i32 book) {
 bool AppendTitle(WideText& title) {
     const Workbook* book = CurrentWorkbook();
     if (!title.Append(PROGRAM_NAME)) return false;
-    return !book || (title.Append(u" - ") && title.Append(FileNameOf(book->path)));
+    if (!book) return true;
+    return title.Append(u" - ") && title.Append(FileNameOf(book->path)) &&
+           (!IsRecoveredBook(CurrentBook()) || title.Append(Message(MSG_TITLE_RECOVERED)));
 }
 
 void UpdateTitle() {

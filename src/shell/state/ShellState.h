@@ -212,7 +212,11 @@ struct ShellState {
     u32 options5 = 0;
     bool trustClosed = false;  // no book reaches outside, and nobody is asked
     bool closing = false;
-    i32 messageDepth = 0;  // messages that are being handled, one inside the other
+    bool painted = false;       // at least once
+    bool journalOn = true;      // unsaved changes are kept for the next start
+    bool journalWaits = false;  // its timer runs
+    u32 lostSearches = 0;       // for books that were not saved
+    i32 messageDepth = 0;       // messages that are being handled, one inside the other
     ToldState told;
     PaintGuard* paintGuard = nullptr;     // of the paint under way
     u32 paintFaults = 0;                  // what paints did and must not
