@@ -139,7 +139,7 @@ TEST_F(SizesTest, ADoubleClickOnAHeaderEdgeFits) {
     EXPECT_EQ(ColumnPixels(*CurrentSheet(), 1), 26 * 7 + 3);
     DoubleClick(layout.grid.left + 2, layout.rows[3].start + 2);  // the edge of the row above
     EXPECT_EQ(Height(2), 44 * 15);
-    EXPECT_EQ(CurrentWorkbook()->dirty, 1u);
+    EXPECT_NE(CurrentWorkbook()->dirty, 0u);
 }
 
 TEST_F(SizesTest, AnEdgeOfOneOfManySelectedColumnsSizesThemAll) {

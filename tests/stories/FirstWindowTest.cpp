@@ -286,7 +286,7 @@ TEST_F(FirstWindow, AHeaderEdgeDraggedSizesTheColumnAndDrawnToNothingHidesIt) {
     const ShownLine wide = layout.columns[1];
     DragMouse(wide.end - 1, y, wide.start - 20, y);
     EXPECT_EQ(ColumnPixels(*CurrentSheet(), 1), 0);
-    EXPECT_EQ(CurrentWorkbook()->dirty, 1u);
+    EXPECT_NE(CurrentWorkbook()->dirty, 0u);
 }
 
 TEST_F(FirstWindow, TheWheelScrollsOneLineANotch) {
