@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::string_view LOCK_NAME = "lock";
 constexpr mode_t PRIVATE_FOLDER = 0700, PRIVATE_FILE = 0600;
-constexpr int LOW_PRIORITY = 15;
+constexpr int LOW_PRIORITY = 5;           // a busy machine must not keep it from its end
 constexpr unsigned WRITER_SECONDS = 300;  // a writer that is not done by then will never be
 constexpr int WAIT_STEPS = 1000;          // of WAIT_MILLISECONDS
 constexpr long WAIT_MILLISECONDS = 10;
