@@ -146,6 +146,23 @@ TEST_P(KilledKinds, ComesBackAfterItWasDoneAndAfterItWasUndone) {
 INSTANTIATE_TEST_SUITE_P(Kinds, KilledKinds, testing::ValuesIn(kindRows),
                          [](const auto& info) { return "Kind" + std::to_string(info.param.kind); });
 
+TEST_F(KilledWalk, FindsFormulasElsewhereThatFollowedWhatWasCut) {
+    Enter("A1", "5");
+    Enter("D1", "=A1+1");
+    CurrentWorkbook()->dirty = 1;
+    KeepNow();
+    const u32 snapshot = FindJournal(CurrentBook())->snapshot;
+    Select("A1");
+    PickCommand(131);
+    Select("B5");
+    PickCommand(133);
+    ASSERT_EQ(FormulaOf("D1"), "=B5+1");
+    ASSERT_NO_FATAL_FAILURE(Tick());
+    EXPECT_EQ(FindJournal(CurrentBook())->snapshot, snapshot);
+    ASSERT_NO_FATAL_FAILURE(KillAndRecover());
+    EXPECT_EQ(FormulaOf("D1") + " " + Shown("D1"), "=B5+1 6");
+}
+
 TEST_F(KilledWalk, FindsNamesAsTheyWere) {
     ASSERT_NO_FATAL_FAILURE(StartKeptBook(1));
     DefineName("tax", "Sheet1!$A$1*2");
