@@ -162,6 +162,19 @@ bool FitDecimals(const Writer& w, double value, i32 room, WideText& text) {
     return true;
 }
 
+// A whole number that is too wide as it stands, with an exponent when that is narrow enough.
+bool FitExponent(const Writer& w, double value, i32 room, WideText& text) {
+    WideText shorter;
+    for (i32 precision = GENERAL_DIGITS - 1; precision > 0; --precision) {
+        shorter.Truncate(0);
+        if (!FormatGeneral(value, precision, shorter)) return false;
+        if (shorter.View().find(u'E') == WideView::npos || Measured(w, shorter) > room) continue;
+        text = std::move(shorter);
+        return true;
+    }
+    return true;
+}
+
 void PutGeneral(Writer& w) {
     const double value = w.run.value;
     if (!w.run.measure) {
@@ -174,6 +187,7 @@ void PutGeneral(Writer& w) {
         const i32 room = w.run.width - Measured(w, w.out);
         if (text.View().find(u'E') == WideView::npos) {
             w.good = FitDecimals(w, value, room, text);
+            if (w.good && Measured(w, text) > room) w.good = FitExponent(w, value, room, text);
         } else {
             for (i32 precision = GENERAL_DIGITS - 1; w.good && precision >= 2 && Measured(w, text) > room;
                  --precision) {

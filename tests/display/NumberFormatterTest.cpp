@@ -481,6 +481,36 @@ TEST_F(NumberFormatter, PowersOfTenAreThoseOfTheLibrary) {
     for (i32 n = -300; n <= 300; ++n) EXPECT_EQ(PowerOfTen(n), std::pow(10.0, n)) << n;
 }
 
+TEST_F(NumberFormatter, AWholeNumberTooWideForItsRoomGetsAnExponentWhereThatIsNarrowEnough) {
+    const TextMeasure sevenPixels = {
+        [](const void*, WideView text) { return static_cast<i32>(text.size()) * 7; }, nullptr};
+    const struct {
+        double value;
+        i32 characters;
+        const char* text;
+    } rows[] = {
+        {87178291200, 11, "87178291200"},
+        {87178291200, 10, "8.7178E+10"},
+        {87178291200, 8, "8.72E+10"},
+        {87178291200, 7, "8.7E+10"},
+        {87178291200, 6, "9E+10"},
+        {87178291200, 4, "87178291200"},
+        {-87178291200, 9, "-8.72E+10"},
+        {-87178291200, 8, "-8.7E+10"},
+        {21994149.7753329, 8, "21994150"},
+        {21994149.7753329, 7, "2.2E+07"},
+        {12345.678, 5, "12346"},
+        {12345.678, 4, "12346"},
+        {123, 2, "123"},
+        {99999999999, 7, "1E+11"},
+    };
+    for (const auto& row : rows) {
+        WideText out;
+        ASSERT_TRUE(FormatNumber(row.value, u"General", &sevenPixels, row.characters * 7, false, nullptr, out));
+        EXPECT_EQ(Narrow(out), row.text) << row.characters;
+    }
+}
+
 TEST_F(NumberFormatter, PlainGeneralIsThatOfItsSection) {
     for (double value : {0.0, -0.0, 1.5, -1.5, 1e20, -1e-9, 123456.789})
         EXPECT_EQ(Shown(value, u"General"), Shown(value, u"General;-General;General")) << value;
