@@ -7,8 +7,10 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 
+#include "platform/qt/QtDesktop.h"
 #include "platform/qt/QtFonts.h"
 #include "platform/qt/QtText.h"
+#include "shell/grid/CellLook.h"
 
 namespace tally {
 namespace {
@@ -72,6 +74,39 @@ TEST(Faces, AFontOfAMissingFaceIsMadeOfTheOneThatStandsIn) {
         request.pixelHeight = 20;
         if (QFontDatabase::hasFamily(ToQString(wished))) continue;
         EXPECT_EQ(QFontInfo(FontOf(QtFindFont(request)).font).family().toStdString(), found);
+    }
+}
+
+// Columns are counted in it: the digit of the first font of a book, at the resolution of the screen.
+TEST(DigitWidthTest, IsThatOfTheBooksOwnFont) {
+    SetShellPlatform(&QtShellPlatform());
+    const struct {
+        WideView face;
+        u16 height;
+        const char* stands;  // the face that stands for it here; the row is passed without it
+        i32 digit;
+    } rows[] = {
+        {u"Arial", 160, "Liberation Sans", 6},
+        {u"Arial", 200, "Liberation Sans", 7},
+        {u"Arial", 240, "Liberation Sans", 9},
+        {u"Times New Roman", 200, "Liberation Serif", 7},
+        {u"Times New Roman", 240, "Liberation Serif", 8},
+        {u"Courier New", 200, "Liberation Mono", 8},
+        {u"Courier New", 240, "Liberation Mono", 10},
+        {u"Calibri", 220, "Carlito", 8},
+        {u"Cambria", 220, "Caladea", 8},
+    };
+    ScreenMetrics screen = {};
+    QtPlatform().getScreenMetrics(screen);
+    screen.logPixelsX = screen.logPixelsY = 96;
+    for (const auto& row : rows) {
+        if (!QFontDatabase::hasFamily(QString::fromLatin1(row.stands))) continue;
+        Workbook book;
+        ASSERT_TRUE(book.fonts.AppendDefault());
+        FontRecord& font = book.fonts.Last();
+        font.height = row.height;
+        std::copy(row.face.begin(), row.face.end(), font.faceName);
+        EXPECT_EQ(DigitWidth(book, screen), row.digit) << row.stands << " " << row.height;
     }
 }
 
