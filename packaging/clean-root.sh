@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # packaging/clean-root.sh DEB: installs the package in a new minimal Debian and tries both programs there.
-# Needs root and mmdebstrap. The root lies in a temporary folder, which goes at the end.
+# Needs root and mmdebstrap. The root lies in a temporary folder, which goes at the end. BASE=FOLDER takes a copy of
+# a minimal root that was made before.
 set -euo pipefail
 deb=$(realpath "${1:?which package?}")
 suite=${SUITE:-bookworm} mirror=${MIRROR:-http://deb.debian.org/debian}
@@ -16,12 +17,16 @@ inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root D
 used() { du -xsm "$root" | cut -f1; }
 
 step "a minimal Debian"
-mmdebstrap --quiet --variant=apt "$suite" "$root" "$mirror"
+if [ -n "${BASE:-}" ]; then cp -a "$BASE" "$root"
+else mmdebstrap --quiet --variant=apt "$suite" "$root" "$mirror"
+fi
+cp -L /etc/resolv.conf "$root/etc/resolv.conf" 2>/dev/null || true
 mount -t proc proc "$root/proc" 2>/dev/null || true
 bare=$(used)
 
 step "the package, with what it needs and nothing recommended"
 cp "$deb" "$root/tmp/tallyman.deb"
+inside apt-get -qq update
 inside apt-get -qq install -y --no-install-recommends /tmp/tallyman.deb >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 inside rm -rf /var/cache/apt/archives
 echo "bare $bare MB, with the package $(used) MB"
