@@ -4,6 +4,7 @@
 // menu bar, the edit controls, the two scroll bars and the dialogs of files.
 
 #include <iterator>
+#include <span>
 
 #include "base/Platform.h"
 #include "platform/Clipboard.h"
@@ -224,6 +225,8 @@ struct ShellPlatformTable {
     // What is shown beside the pointer when it rests on the frame; empty for nothing.
     void (*setToolTip)(WideView text);
     void (*setPointer)(PointerShape shape);
+    // Whether files may be dropped on the frame, to come by FrameCalls::filesDropped. At first they may not.
+    void (*acceptFiles)(bool on);
     // The fonts of the frame and of all that is drawn in pixels.
     const FontTable* fonts;
 
@@ -325,6 +328,8 @@ struct FrameCalls {
     void (*editChanged)(EditHandle edit) = [](EditHandle) {};
     // All that is painted, told as a tree of items (Accessible.h). False when memory fails.
     bool (*accessibleItems)(Array<AccessibleItem>& items) = [](Array<AccessibleItem>&) { return true; };
+    // The user has dropped files on the frame, one at least. Called when the program they came from is done.
+    void (*filesDropped)(std::span<const WideText> paths) = [](std::span<const WideText>) {};
 };
 const FrameCalls& FrameCallsInUse();
 void UseFrameCalls(const FrameCalls& calls);

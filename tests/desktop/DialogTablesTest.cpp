@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
@@ -34,6 +35,7 @@
 
 #include "base/MessageTable.h"
 #include "base/Number.h"
+#include "desktop/Contrast.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
 #include "platform/Dialog.h"
@@ -51,6 +53,7 @@ std::set<std::string> titles;
 std::string where;  // the dialog, its page and the language, for messages
 std::string prefix;
 i32 pagesSeen = 0;
+bool contrastOnly = false;
 
 QString Plain(QString text) {
     text.replace(QStringLiteral("&&"), QStringLiteral("\x01"));
@@ -268,6 +271,40 @@ void CheckLetters(const Dialog& dialog) {
     }
 }
 
+// What can be used now can be read; what is grey may be faint.
+void CheckContrast(QDialog& window) {
+    const QImage image = window.grab().toImage();
+    for (const QWidget* child : window.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (!child->isVisible() || !child->isEnabled()) continue;
+        QString text;
+        QRect part = child->geometry();
+        if (auto* label = qobject_cast<const QLabel*>(child)) text = label->text();
+        if (auto* button = qobject_cast<const QAbstractButton*>(child)) text = button->text();
+        if (auto* combo = qobject_cast<const QComboBox*>(child)) text = combo->currentText();
+        if (auto* list = qobject_cast<const QListWidget*>(child); list && list->count())
+            text = list->item(0)->text();
+        if (auto* tabs = qobject_cast<const QTabBar*>(child)) text = tabs->tabText(tabs->currentIndex());
+        if (auto* edit = qobject_cast<const QLineEdit*>(child)) {
+            text = edit->text();
+            for (const QAction* action : edit->actions()) {
+                const QImage icon = action->icon().pixmap(16, 16).toImage();
+                QImage shown(16, 16, QImage::Format_RGB32);
+                shown.fill(edit->palette().color(QPalette::Base));
+                QPainter(&shown).drawImage(0, 0, icon);
+                EXPECT_GE(ContrastOf(shown, shown.rect()), READABLE) << where << " the picture in an edit";
+            }
+        }
+        if (auto* group = qobject_cast<const QGroupBox*>(child)) {
+            text = group->title();
+            part.setHeight(group->fontMetrics().height());
+        }
+        // The frame around a text stands out, too.
+        part.adjust(3, 1, -3, -1);
+        if (!text.trimmed().isEmpty())
+            EXPECT_GE(ContrastOf(image, part), READABLE) << where << " \"" << text.toStdString() << '"';
+    }
+}
+
 void CheckShown(Dialog& dialog, QDialog& window, i32 page) {
     QTest::qWait(0);
     where = prefix + " " + ToQString(dialog.title).toStdString() + " page " + std::to_string(page);
@@ -278,6 +315,7 @@ void CheckShown(Dialog& dialog, QDialog& window, i32 page) {
                                                  .arg(pagesSeen, 3, 10, QLatin1Char('0'))
                                                  .arg(QString::fromStdString(prefix))));
     }
+    if (contrastOnly) return CheckContrast(window);
     CheckPlaces(dialog, window);
     CheckTabs(dialog, window);
     CheckLetters(dialog);
@@ -371,6 +409,17 @@ TEST_F(DialogTables, EachPageIsWholeInBothLanguages) {
     }
     EXPECT_EQ(titles.size(), 2u * 21u);
     EXPECT_GE(pagesSeen, 60);
+}
+
+TEST_F(DialogTables, EachPageIsReadableOnADarkDesktop) {
+    QApplication::setPalette(DarkPalette());
+    contrastOnly = true;
+    SetLanguage(LANGUAGE_ENGLISH);
+    prefix = "dark";
+    ShowEveryDialog();
+    EXPECT_EQ(titles.size(), 21u);
+    contrastOnly = false;
+    QApplication::setPalette(QPalette());
 }
 
 TEST_F(DialogTables, EachPageIsWholeOnAFinerScreen) {

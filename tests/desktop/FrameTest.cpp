@@ -30,7 +30,8 @@ struct Heard {
     std::vector<ShellMessage> messages;
     std::vector<u32> entryCharacters, entryKeys;
     std::vector<EditHandle> asked, changed;  // edit controls
-    u32 accelerator = 0;                     // the key that is taken
+    std::vector<std::string> dropped;
+    u32 accelerator = 0;  // the key that is taken
     bool swallowCharacters = false;
     bool clicksPass = true;
     bool quitOnClose = true;
@@ -706,6 +707,39 @@ TEST_F(FrameTest, TheWindowBringsItsIconAndItsName) {
         EXPECT_GT(image.pixelColor(size / 2, size / 8).green(), image.pixelColor(size / 2, size / 8).red());
     }
     EXPECT_EQ(QGuiApplication::desktopFileName(), QStringLiteral("tallyman"));
+}
+
+TEST_F(FrameTest, FilesAreTakenOnceTheProgramTheyComeFromIsDone) {
+    FrameInUse()->calls.filesDropped = [](std::span<const WideText> paths) {
+        for (const WideText& path : paths) heard.dropped.push_back(Narrow(path));
+    };
+    QMimeData files, links;
+    files.setUrls({QUrl::fromLocalFile(QStringLiteral("/a b/\u4E2D.xls")),
+                   QUrl(QStringLiteral("http://there/x.xls")), QUrl::fromLocalFile(QStringLiteral("/c.csv"))});
+    links.setUrls({QUrl(QStringLiteral("http://there/x.xls"))});
+    QWidget& window = FrameInUse()->window;
+    EXPECT_FALSE(window.acceptDrops());
+    shell.acceptFiles(true);
+    EXPECT_TRUE(window.acceptDrops());
+    // Over the edit controls as well.
+    EXPECT_FALSE(EditBox(ENTRY_LINE).acceptDrops() || EditBox(ENTRY_LINE).viewport()->acceptDrops());
+    QDragEnterEvent link(QPoint(5, 5), Qt::CopyAction, &links, Qt::LeftButton, Qt::NoModifier);
+    link.accept();
+    QApplication::sendEvent(&window, &link);
+    EXPECT_FALSE(link.isAccepted());
+    QDragEnterEvent enter(QPoint(5, 5), Qt::MoveAction | Qt::CopyAction, &files, Qt::LeftButton,
+                          Qt::NoModifier);
+    enter.ignore();
+    QApplication::sendEvent(&window, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(5, 5), Qt::MoveAction | Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    drop.setDropAction(Qt::MoveAction);
+    QApplication::sendEvent(&window, &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    EXPECT_EQ(drop.dropAction(), Qt::CopyAction) << "a move would delete the file";
+    EXPECT_TRUE(heard.dropped.empty());
+    Settle();
+    EXPECT_EQ(heard.dropped, (std::vector<std::string>{"/a b/\u4E2D.xls", "/c.csv"}));
 }
 
 TEST_F(FrameTest, ThePointerWaits) {

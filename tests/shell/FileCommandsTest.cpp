@@ -66,6 +66,37 @@ TEST_F(FileCommandsTest, ATemplateBesideTheProgramIsTheFirstBook) {
     EXPECT_EQ(Shown("B2"), "5");
 }
 
+TEST_F(FileCommandsTest, FilesDroppedOnTheFrameAreOpenedInTurn) {
+    Put(u"/one.csv", "1\n");
+    Put(u"/two.csv", "2\n");
+    const WideView both[] = {u"/one.csv", u"/missing.csv", u"/two.csv"};
+    DropFiles(both);
+    EXPECT_EQ(Headless().boxes.Count(), 1u);  // of the missing one, as when it is opened by its name
+    EXPECT_EQ(Books().books.Count(), 2u);
+    EXPECT_EQ(Narrow(HeadlessFrame().title), "Tallyman - two.csv");
+    ASSERT_EQ(Shell().recent.Count(), 2u);
+    EXPECT_EQ(Narrow(Shell().recent[0]), "/two.csv");
+    EXPECT_EQ(Narrow(Shell().recent[1]), "/one.csv");
+}
+
+TEST_F(FileCommandsTest, FilesAreNotDroppedIntoAnEntryOrADialog) {
+    Put(u"/one.csv", "1\n");
+    const WideView one[] = {u"/one.csv"};
+    TypeText(u"12");
+    DropFiles(one);
+    EXPECT_TRUE(IsEditing());
+    EXPECT_EQ(Narrow(HeadlessFrame().title), "Tallyman - Book1");
+    PressKey(VK_RETURN);
+    EXPECT_EQ(Shown("A1"), "12");
+    Dialog dialog;
+    Shell().modal = &dialog;
+    DropFiles(one);
+    Shell().modal = nullptr;
+    EXPECT_EQ(Narrow(HeadlessFrame().title), "Tallyman - Book1");
+    DropFiles(one);
+    EXPECT_EQ(Narrow(HeadlessFrame().title), "Tallyman - one.csv");
+}
+
 TEST_F(FileCommandsTest, ATemplateThatCannotBeReadIsToldAndTheBuiltInBookIsMade) {
     Put(u"/program/Book.xlt", "no workbook");
     PickCommand(110);

@@ -33,6 +33,7 @@ void Quit() { frame.hasQuit = true; }
 void FocusFrame() { frame.focus = EDIT_NONE; }
 void SetToolTip(WideView text) { IgnoreFailure(frame.toolTip.Assign(text)); }
 void SetPointer(PointerShape shape) { frame.pointer = shape; }
+void AcceptFiles(bool on) { frame.acceptsFiles = on; }
 i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
     frame.popupItems.Clear();
     frame.popupX = x;
@@ -188,45 +189,16 @@ bool OpenExternally(WideView path) {
 }
 
 const ShellPlatformTable shellTable = {
-    SetTitle,
-    ClientSize,
-    Invalidate,
-    SetCapture,
-    StartTimer,
-    KillTimer,
-    SetFullScreen,
-    Quit,
-    FocusFrame,
-    SetToolTip,
-    SetPointer,
-    &HeadlessFonts(),
-    TrackPopup,
-    PlaceEdit,
-    EditText,
-    SetEditText,
-    EditSelection,
-    SelectEdit,
-    ReplaceEditSelection,
-    FocusEdit,
-    ActOnEdit,
-    EditCanUndo,
-    SetScrollBar,
-    OpenFileDialog,
-    SaveFileDialog,
-    RunHeadlessDialog,
-    ShowHeadlessDialog,
-    SyncHeadlessDialog,
-    ReadSetting,
-    WriteSetting,
-    ClipboardHas,
-    ReadClipboard,
-    PutClipboard,
-    OpenExternally,
-    KeyWaits,
-    RepaintNow,
-    AccessibleWatched,
-    AccessibleChanged,
-    &HeadlessPrinting(),
+    SetTitle,           ClientSize,        Invalidate,        SetCapture,
+    StartTimer,         KillTimer,         SetFullScreen,     Quit,
+    FocusFrame,         SetToolTip,        SetPointer,        AcceptFiles,
+    &HeadlessFonts(),   TrackPopup,        PlaceEdit,         EditText,
+    SetEditText,        EditSelection,     SelectEdit,        ReplaceEditSelection,
+    FocusEdit,          ActOnEdit,         EditCanUndo,       SetScrollBar,
+    OpenFileDialog,     SaveFileDialog,    RunHeadlessDialog, ShowHeadlessDialog,
+    SyncHeadlessDialog, ReadSetting,       WriteSetting,      ClipboardHas,
+    ReadClipboard,      PutClipboard,      OpenExternally,    KeyWaits,
+    RepaintNow,         AccessibleWatched, AccessibleChanged, &HeadlessPrinting(),
 };
 
 ShellMessage MouseMessage(u32 number, i32 x, i32 y, u32 modifiers = 0) {
@@ -351,6 +323,15 @@ void PickCommand(i32 command) {
     message.message = WM_COMMAND;
     message.command = command;
     IgnoreFailure(FrameCallsInUse().sendMessage(message));
+}
+
+void DropFiles(std::span<const WideView> paths) {
+    Array<WideText> owned;
+    for (const WideView path : paths) {
+        WideText* own = owned.AppendDefault();
+        if (!own || !own->Assign(path)) return;
+    }
+    if (frame.acceptsFiles && owned.Count()) FrameCallsInUse().filesDropped({owned.begin(), owned.Count()});
 }
 
 void CloseFrame() {

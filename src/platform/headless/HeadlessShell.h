@@ -31,6 +31,7 @@ struct HeadlessShellState {
     bool captured = false;
     WideText toolTip;
     PointerShape pointer = POINTER_ARROW;
+    bool acceptsFiles = false;
     HeadlessEdit edits[EDIT_COUNT];
     ScrollBarState verticalBar, horizontalBar;
     bool timers[8] = {};
@@ -72,6 +73,8 @@ void DragMouse(i32 fromX, i32 fromY, i32 toX, i32 toY);
 void TurnWheel(i32 notches);
 void PickCommand(i32 command);
 void CloseFrame();
+// Files dropped on the frame; lost where it does not accept them.
+void DropFiles(std::span<const WideView> paths);
 // Paints what was invalidated, or all.
 void PaintHeadless(bool all = true);
 // Paints one rectangle; what was invalidated stays so.

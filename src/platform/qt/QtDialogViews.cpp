@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QEventLoop>
 #include <QGroupBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -165,7 +166,7 @@ QIcon ShrinkIcon() {
     QPixmap picture(16, 16);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
-    painter.setPen(QColor(0x40, 0x40, 0x40));
+    painter.setPen(QGuiApplication::palette().color(QPalette::Text));
     painter.drawRect(2, 3, 11, 9);
     painter.fillRect(2, 3, 12, 3, QColor(0x40, 0x70, 0xC0));
     return QIcon(picture);

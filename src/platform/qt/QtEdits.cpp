@@ -40,6 +40,7 @@ EditControl::EditControl(EditHandle edit, QWidget& parent)
     : keys(edit, HandleEditEvent), clicks(edit, HandleEditClick), box(&parent) {
     // Into the control leads only what the shell allows: a click, or its own word.
     box.setFocusPolicy(Qt::ClickFocus);
+    box.setAcceptDrops(false);
     box.viewport()->setAcceptDrops(false);
     box.setContextMenuPolicy(Qt::NoContextMenu);
     const bool wraps = editTraits[edit].wraps;

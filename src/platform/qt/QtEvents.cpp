@@ -1,7 +1,10 @@
 #include <QApplication>
+#include <QDropEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
+#include <QUrl>
 #include <QWheelEvent>
 #include <cstdlib>
 
@@ -151,6 +154,41 @@ bool PressKey(EditHandle edit, QKeyEvent* event) {
     return frame->wanted == edit || QCoreApplication::sendEvent(&EditBox(frame->wanted), event);
 }
 
+// Those that lie on this machine; the others the toolkit could not name by a path.
+QStringList FilesOf(const QMimeData* data) {
+    QStringList paths;
+    for (const QUrl& url : data->urls())
+        if (url.isLocalFile()) paths.append(url.toLocalFile());
+    return paths;
+}
+
+bool OfferFiles(QDropEvent* event) {
+    if (FilesOf(event->mimeData()).isEmpty()) return event->ignore(), true;
+    // The files stay where they are, whatever the other program proposes.
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    return true;
+}
+
+void OpenDropped(const QStringList& paths) {
+    Array<WideText> owned;
+    for (const QString& path : paths) {
+        WideText* own = owned.AppendDefault();
+        if (!own || !own->Assign(ViewOf(path))) return;
+    }
+    if (FrameInUse()) FrameInUse()->calls.filesDropped({owned.begin(), owned.Count()});
+}
+
+// The other program waits for the end of the event, and opening may ask.
+bool TakeFiles(QDropEvent* event) {
+    const QStringList paths = FilesOf(event->mimeData());
+    OfferFiles(event);
+    if (!paths.isEmpty())
+        QMetaObject::invokeMethod(
+            &FrameInUse()->window, [paths] { OpenDropped(paths); }, Qt::QueuedConnection);
+    return true;
+}
+
 }  // namespace
 
 bool SendPlain(u32 number) {
@@ -183,6 +221,9 @@ bool HandleWindowEvent(QEvent* event) {
         case QEvent::WindowStateChange:
             if (FrameInUse()->window.isMinimized()) SendSize(true);
             return false;
+        case QEvent::DragEnter:
+        case QEvent::DragMove: return OfferFiles(static_cast<QDropEvent*>(event));
+        case QEvent::Drop: return TakeFiles(static_cast<QDropEvent*>(event));
         case QEvent::Close:
             // The shell asks its questions and quits itself, or stays.
             event->ignore();

@@ -105,6 +105,10 @@ void QtSetPointer(PointerShape shape) {
     frame->client.setCursor(shape == POINTER_CELL ? CellCursor() : QCursor(shapes[shape]));
 }
 
+void QtAcceptFiles(bool on) {
+    if (frame) frame->window.setAcceptDrops(on);
+}
+
 // What is invalidated waits as a request to the window.
 void QtRepaintNow() {
     if (frame) QCoreApplication::sendPostedEvents(&frame->window, QEvent::UpdateRequest);
@@ -135,6 +139,7 @@ const ShellPlatformTable shellTable = {
     .focusFrame = QtFocusFrame,
     .setToolTip = QtSetToolTip,
     .setPointer = QtSetPointer,
+    .acceptFiles = QtAcceptFiles,
     .fonts = &QtFontTable(),
     .trackPopup = QtTrackPopup,
     .placeEdit = QtPlaceEdit,

@@ -321,9 +321,21 @@ void EditChanged(EditHandle) {
     SettleCall(false, false);
 }
 
+constexpr i32 OPEN_FILE = 111;
+
+// As that command does it, where that is not grey and nothing is asked.
+void FilesDropped(std::span<const WideText> paths) {
+    const MessageScope scope;
+    for (const WideText& path : paths)
+        if (Shell().messageDepth == 1 && !Shell().modal && CommandEnabled(OPEN_FILE))
+            IgnoreFailure(OpenBookFile(path, true));
+    SettleCall(true, true);
+}
+
 constexpr FrameCalls shellCalls = {
     SendMessageToFrame, TranslateAccelerator, EditKeyDown,  EditChar,    EditClick,
-    BuildMenu,          DialogFocused,        LayOutDialog, EditChanged, BuildAccessibleItems};
+    BuildMenu,          DialogFocused,        LayOutDialog, EditChanged, BuildAccessibleItems,
+    FilesDropped};
 
 // The path of a command line, without the quotes around it.
 WideView CommandPath(WideView line) {
@@ -360,6 +372,7 @@ void StartShell(WideView commandLine) {
     AskSoonForLinks();
     SearchLostBooks();
     ShellPlatform().focusFrame();
+    ShellPlatform().acceptFiles(true);
 }
 
 void OpenAnotherFile(WideView path) {
