@@ -3,7 +3,7 @@ build_packages="ca-certificates g++ cmake ninja-build libicu-dev qt6-base-dev zl
   libcli11-dev nlohmann-json3-dev fonts-liberation fonts-wqy-microhei qt6-translations-l10n
   fonts-crosextra-carlito fonts-crosextra-caladea"
 test_packages="libgtest-dev libbenchmark-dev clang-format xvfb xauth xdotool matchbox-window-manager poppler-utils
-  x11-xkb-utils dbus ibus ibus-libpinyin"
+  x11-xkb-utils dbus ibus ibus-libpinyin at-spi2-core python3-pyatspi"
 
 # ensure_packages NAME...: asks for the rights only when something is missing.
 ensure_packages() {
