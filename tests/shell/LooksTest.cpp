@@ -3,16 +3,21 @@
 //   TALLYMAN_RENEW_GOLDEN=1 build/dev/test_shell --gtest_filter='ShellLooks*'
 // writes them anew; what has changed is then to be read in the difference.
 
+#include <optional>
 #include <string>
 
 #include "model/BookTable.h"
 #include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessDrawing.h"
+#include "platform/headless/HeadlessPlatform.h"
 #include "shell/dialogs/Questions.h"
+#include "shell/frame/Shell.h"
 #include "shell/frame/Tables.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/selection/Selection.h"
 #include "shell/state/ShellState.h"
+#include "support/DrawingText.h"
+#include "support/FailingAllocator.h"
 #include "support/Golden.h"
 #include "support/ShellSandbox.h"
 
@@ -21,49 +26,7 @@ namespace {
 
 std::string kept;
 
-std::string RectText(const PixelRect& rect) {
-    return std::to_string(rect.left) + "," + std::to_string(rect.top) + "-" + std::to_string(rect.right) + "," +
-           std::to_string(rect.bottom);
-}
-
-std::string HexText(u32 colour) {
-    std::string out;
-    for (i32 shift = 20; shift >= 0; shift -= 4) out += "0123456789ABCDEF"[colour >> shift & 15];
-    return out;
-}
-
-// Line breaks and tabs of a text shown.
-std::string LineText(WideView text) {
-    std::string out;
-    for (const char c : Narrow(text)) out += c == '\n' ? "\\n" : c == '\t' ? "\\t" : std::string(1, c);
-    return out;
-}
-
-void AddRecords(const Array<DrawRecord>& records, const char* indent) {
-    static constexpr const char* names[] = {"fill",     "pattern", "line",  "invert", "text",
-                                            "polyline", "polygon", "shape", "picture"};
-    for (const DrawRecord& record : records) {
-        kept += indent + std::string(names[record.kind]) + " " + RectText(record.rect) + " in " +
-                RectText(record.clip);
-        kept += " " + HexText(record.colour) + " " + HexText(record.backColour) + " " +
-                std::to_string(record.style);
-        if (record.kind == DRAW_TEXT) {
-            const HeadlessFont font =
-                record.font > 0 ? HeadlessFontList()[static_cast<u32>(record.font) - 1] : HeadlessFont();
-            kept += " '" + LineText(record.text) + "' " + LineText(font.faceName) + " " +
-                    std::to_string(font.pixelHeight) + " " + std::to_string(font.weight) +
-                    (font.italic ? " italic" : "") + (font.underline ? " underline" : "") + " " +
-                    std::to_string(font.escapement);
-        }
-        if (record.kind == DRAW_LINE || record.kind == DRAW_POLYLINE || record.kind == DRAW_SHAPE ||
-            record.kind == DRAW_POLYGON)
-            kept += " pen " + HexText(record.pen.colour) + " " + std::to_string(record.pen.style) + " " +
-                    std::to_string(record.pen.width);
-        for (const PixelPoint& point : record.points)
-            kept += " " + std::to_string(point.x) + "," + std::to_string(point.y);
-        kept += "\n";
-    }
-}
+void AddRecords(const Array<DrawRecord>& records, const char* indent) { kept += DrawingText(records, indent); }
 
 void AddPainted(Dialog& dialog) {
     for (const Control& control : dialog.controls) {
@@ -114,20 +77,161 @@ void AddDialog(Dialog& dialog) {
     }
 }
 
+// What is done with each dialog while it is open.
+void (*whileShown)(Dialog& dialog) = AddDialog;
+
+void SelectCells(const RefArea& area) { SelectArea(area, true, area.firstRow, area.firstColumn, true); }
+
+// Every dialog that the program has, as a user meets it; each is cancelled.
+struct DialogRow {
+    const char* name;
+    void (*ask)();
+    bool acts = false;  // something is done while it is open
+};
+constexpr DialogRow dialogRows[] = {
+    {"insert", [] { EXPECT_EQ(AskInsertWay(), WAY_NONE); }},
+    {"delete", [] { EXPECT_EQ(AskDeleteWay(), WAY_NONE); }},
+    {"paste special",
+     [] {
+         PasteRequest request;
+         EXPECT_FALSE(AskPasteSpecial(request));
+     }},
+    {"series",
+     [] {
+         SeriesRequest request;
+         EXPECT_FALSE(AskSeries(request));
+     }},
+    {"hyperlink",
+     [] {
+         LinkChoice choice;
+         if (!choice.target.Assign(u"http://a.b/c") || !choice.location.Assign(u"A1")) return;
+         EXPECT_FALSE(AskHyperlink(choice));
+     }},
+    {"function",
+     [] {
+         u16 function = 0;
+         EXPECT_FALSE(AskFunction(true, function));
+     }},
+    {"move sheet",
+     [] {
+         MoveSheetChoice choice;
+         EXPECT_FALSE(AskMoveSheet(CurrentBook(), choice));
+     }},
+    {"line",
+     [] {
+         LineQuestion question;
+         question.title = question.label = 26;
+         EXPECT_FALSE(AskLine(question));
+     }},
+    {"secret",
+     [] {
+         LineQuestion question;
+         question.title = question.label = 26;
+         question.secret = true;
+         EXPECT_FALSE(AskLine(question));
+     }},
+    {"reference",
+     [] {
+         LineQuestion question;
+         question.title = question.label = 26;
+         question.reference = true;
+         EXPECT_FALSE(AskLine(question));
+     }},
+    {"item",
+     [] {
+         const WideView items[] = {u"a", u"b"};
+         ItemQuestion question;
+         question.title = question.label = 26;
+         question.items = items;
+         EXPECT_FALSE(AskItem(question));
+     }},
+    {"cell format of one cell",
+     [] {
+         SelectCells({4, 4, 2, 2});
+         PressKey('1', KEY_CTRL);
+     }},
+    {"cell format of a row",
+     [] {
+         SelectCells({1, 1, 0, 2});
+         PressKey('1', KEY_CTRL);
+     }},
+    {"cell format of a column",
+     [] {
+         SelectCells({0, 2, 1, 1});
+         PressKey('1', KEY_CTRL);
+     }},
+    {"cell format of several",
+     [] {
+         SelectCells({0, 2, 0, 2});
+         PressKey('1', KEY_CTRL);
+     }},
+    {"validation",
+     [] {
+         SelectCells({1, 1, 1, 1});
+         PickCommand(429);
+     }},
+    {"conditions", [] { PickCommand(422); }},
+    {"tab colour", [] { PickCommand(413); }},
+    {"names", [] { PickCommand(168); }},
+    {"names, one chosen",
+     [] {
+         HeadlessDialogs().whileOpen = [](Dialog& dialog) {
+             for (const Control& control : dialog.controls)
+                 if (control.row.kind == CONTROL_LIST) UserChooses(dialog, control.row.id, 0);
+             whileShown(dialog);
+         };
+         PickCommand(168);
+     },
+     true},
+    {"cell format with a fill",
+     [] {
+         CellFormatQuestion question;
+         question.pages = FORMAT_PAGES_ALL;
+         question.look.pattern = {true, 1};
+         question.look.patternColour = {true, 10};
+         question.look.backColour = {true, 13};
+         EXPECT_FALSE(AskCellFormat(question));
+     }},
+    {"cell format with an automatic fill",
+     [] {
+         CellFormatQuestion question;
+         question.look.pattern = {true, 1};
+         EXPECT_FALSE(AskCellFormat(question));
+     }},
+    {"cell format with a pattern and edges",
+     [] {
+         CellFormatQuestion question;
+         question.look.pattern = {true, 4};
+         question.look.backColour = {true, 11};
+         question.look.topEdge = {true, 5, 10};
+         question.look.leftEdge = {true, 6, 11};
+         question.look.bottomEdge = {true, 1, 12};
+         question.look.rightEdge = {true, 13, 64};
+         question.look.innerHorizontal = {true, 3, 13};
+         question.look.innerVertical = {true, 0, 64};
+         question.look.locked = {true, 1};
+         question.look.hidden = {true, 0};
+         question.look.wrap = {true, 1};
+         question.look.horizontal = {true, 2};
+         question.look.vertical = {true, 1};
+         question.look.rotation = {true, 45};
+         question.look.fontColour = {true, 10};
+         question.look.fontSize = {true, 400};
+         question.look.bold = question.look.italic = question.look.underline = {true, 1};
+         EXPECT_FALSE(AskCellFormat(question));
+     }},
+};
+
 class ShellLooks : public ShellSandbox {
   protected:
     void SetUp() override {
         ShellSandbox::SetUp();
         kept.clear();
-        HeadlessDialogs().whileOpen = AddDialog;
+        HeadlessDialogs().whileOpen = whileShown = AddDialog;
     }
     void TearDown() override {
         ShellSandbox::TearDown();
         std::string().swap(kept);
-    }
-    static void SelectCells(std::string_view first, std::string_view last) {
-        const RefArea area = AreaOf(first, last);
-        SelectArea(area, true, area.firstRow, area.firstColumn, true);
     }
 };
 
@@ -138,111 +242,91 @@ TEST_F(ShellLooks, OfTheDialogs) {
     DefineName("rate", "=Sheet1!$A$1", 0);
     ASSERT_TRUE(InsertSheet(1, nullptr, SHEET_WORKSHEET, false, false));
     CurrentWorkbook()->currentSheet = 0;
-    struct Case {
-        const char* name;
-        void (*ask)();
-    };
-    for (const Case& row : {
-             Case{"insert", [] { EXPECT_EQ(AskInsertWay(), WAY_NONE); }},
-             {"delete", [] { EXPECT_EQ(AskDeleteWay(), WAY_NONE); }},
-             {"paste special",
-              [] {
-                  PasteRequest request;
-                  EXPECT_FALSE(AskPasteSpecial(request));
-              }},
-             {"series",
-              [] {
-                  SeriesRequest request;
-                  EXPECT_FALSE(AskSeries(request));
-              }},
-             {"hyperlink",
-              [] {
-                  LinkChoice choice;
-                  EXPECT_TRUE(choice.target.Assign(u"http://a.b/c") && choice.location.Assign(u"A1"));
-                  EXPECT_FALSE(AskHyperlink(choice));
-              }},
-             {"function",
-              [] {
-                  u16 function = 0;
-                  EXPECT_FALSE(AskFunction(true, function));
-              }},
-             {"move sheet",
-              [] {
-                  MoveSheetChoice choice;
-                  EXPECT_FALSE(AskMoveSheet(CurrentBook(), choice));
-              }},
-             {"line",
-              [] {
-                  LineQuestion question;
-                  question.title = question.label = 26;
-                  EXPECT_FALSE(AskLine(question));
-              }},
-             {"secret",
-              [] {
-                  LineQuestion question;
-                  question.title = question.label = 26;
-                  question.secret = true;
-                  EXPECT_FALSE(AskLine(question));
-              }},
-             {"reference",
-              [] {
-                  LineQuestion question;
-                  question.title = question.label = 26;
-                  question.reference = true;
-                  EXPECT_FALSE(AskLine(question));
-              }},
-             {"item",
-              [] {
-                  const WideView items[] = {u"a", u"b"};
-                  ItemQuestion question;
-                  question.title = question.label = 26;
-                  question.items = items;
-                  EXPECT_FALSE(AskItem(question));
-              }},
-             {"cell format of one cell",
-              [] {
-                  Select("C5");
-                  PressKey('1', KEY_CTRL);
-              }},
-             {"cell format of a row",
-              [] {
-                  SelectCells("A2", "C2");
-                  PressKey('1', KEY_CTRL);
-              }},
-             {"cell format of a column",
-              [] {
-                  SelectCells("B1", "B3");
-                  PressKey('1', KEY_CTRL);
-              }},
-             {"cell format of several",
-              [] {
-                  SelectCells("A1", "C3");
-                  PressKey('1', KEY_CTRL);
-              }},
-             {"validation",
-              [] {
-                  Select("B2");
-                  PickCommand(429);
-              }},
-             {"conditions", [] { PickCommand(422); }},
-             {"tab colour", [] { PickCommand(413); }},
-             {"names", [] { PickCommand(168); }},
-             {"names, one chosen",
-              [] {
-                  HeadlessDialogs().whileOpen = [](Dialog& dialog) {
-                      for (const Control& control : dialog.controls)
-                          if (control.row.kind == CONTROL_LIST) UserChooses(dialog, control.row.id, 0);
-                      AddDialog(dialog);
-                  };
-                  PickCommand(168);
-              }},
-         }) {
+    for (const DialogRow& row : dialogRows) {
         kept += std::string("== ") + row.name + "\n";
         const u32 before = HeadlessDialogs().shown.Count();
         row.ask();
         EXPECT_EQ(HeadlessDialogs().shown.Count(), before + 1) << row.name;
     }
     ExpectGolden("dialogs.txt", kept);
+}
+
+// ---- without memory
+// ------------------------------------------------------------------------------------------
+
+// What a dialog says and offers, in one number; where memory fails its controls may stand elsewhere.
+u64 Mark(const Dialog& dialog) {
+    u64 mark = dialog.controls.Count();
+    const auto add = [&mark](u64 number) { mark = (mark ^ number) * 1099511628211u; };
+    const auto addText = [&add](WideView text) {
+        for (const char16_t c : text) add(c);
+        add(0x10000);
+    };
+    addText(dialog.title);
+    for (const Control& control : dialog.controls) {
+        addText(control.label);
+        addText(control.text);
+        add(static_cast<u64>(control.choice));
+        add(u64{control.enabled} * 2 + control.shown);
+        for (const auto& item : control.items) addText(item.text);
+    }
+    return mark;
+}
+
+u64 shownMark;
+void KeepMark(Dialog& dialog) { shownMark = Mark(dialog); }
+
+class ShellLooksWithoutMemory : public ShellSandbox {
+  protected:
+    void SetUp() override {
+        UseHeadlessPlatform();
+        EndBareProgram();
+        allocator.emplace();
+        BeginBareProgram();
+        StartShell(u"");
+        ASSERT_EQ(CurrentBook(), 0);
+    }
+    void TearDown() override {
+        EndBareProgram();
+        EXPECT_EQ(allocator->LiveBlocks(), 0u);
+        allocator.reset();
+    }
+    std::optional<test::FailingAllocator> allocator;
+};
+
+TEST_F(ShellLooksWithoutMemory, ADialogIsShownWholeOrNotAtAll) {
+    Enter("A1", "1.5");
+    Enter("A2", "text");
+    Enter("C5", "1234.5");
+    DefineName("rate", "=Sheet1!$A$1", 0);
+    whileShown = KeepMark;
+    for (const DialogRow& row : dialogRows) {
+        if (row.acts) continue;
+        HeadlessDialogs().whileOpen = KeepMark;
+        row.ask();  // fonts are found once
+        const u64 first = allocator->Requests();
+        shownMark = 0;
+        row.ask();
+        const u64 whole = shownMark;
+        // Of a large dialog a part of them, evenly spread.
+        const u64 step = (allocator->Requests() - first) / 60 + 1;
+        EXPECT_NE(whole, 0u) << row.name;
+        u32 refused = 0;
+        for (u64 n = 1;; n += step) {
+            HeadlessDialogs().whileOpen = KeepMark;
+            shownMark = 0;
+            Headless().boxes.Truncate(0);
+            const u64 before = FailedAllocations();
+            allocator->FailAt(n);
+            row.ask();
+            allocator->StopFailing();
+            EXPECT_TRUE(shownMark == whole || shownMark == 0) << row.name << ", request " << n;
+            EXPECT_LE(Headless().boxes.Count(), 1u);
+            refused += !shownMark;
+            if (FailedAllocations() == before || HasFailure()) break;
+        }
+        EXPECT_GT(refused, 0u) << row.name;
+    }
 }
 
 TEST_F(ShellLooks, OfTheMenus) {
