@@ -1,5 +1,5 @@
-// Where commands, keys and the mouse begin and end to do something: the last number, pixel or cell that they
-// take and the first that they do not.
+// Where commands, keys and the mouse begin and end to do something: the last
+// number, pixel or cell that they take and the first that they do not.
 
 #include <string>
 
@@ -77,7 +77,8 @@ TEST_F(CommandBounds, NumbersOfTheSettings) {
     }
 }
 
-// From the last pixel that is the line's own to the first that is the next one's.
+// From the last pixel that is the line's own to the first that is the next
+// one's.
 TEST_F(CommandBounds, ADoubleClickFitsNearAnEdge) {
     Select("A1");
     const Layout& layout = Shell().layout;
@@ -136,6 +137,7 @@ TEST_F(CommandBounds, TheListOpensBelowItsCell) {
         IgnoreFailure(Send(WM_LBUTTONDOWN, arrow.left + 1, arrow.top + 1));
         IgnoreFailure(Send(WM_LBUTTONUP, arrow.left + 1, arrow.top + 1));
         EXPECT_EQ(Shown("B3"), stored[i - 1]);
+        EXPECT_EQ(Line(), stored[i - 1]);
     }
 }
 
@@ -193,7 +195,71 @@ TEST_F(CommandBounds, EachButtonOfALookTurnsItOnAndOff) {
     }
 }
 
-// ---- every kind of number -----------------------------------------------------------------------------------
+TEST_F(CommandBounds, WhatStandsAtAnotherRowThanColumnIsFound) {
+    EnterArray("E10", "E11", "=ROW(A1:A2)");
+    Enter("C5", "=1+1");
+    Select("E10");
+    EXPECT_EQ(Line(), "{=ROW(A1:A2)}");
+    Select("E11");
+    EXPECT_EQ(Line(), "{=ROW(A1:A2)}");
+    Select("C5");
+    EXPECT_EQ(Line(), "=1+1");
+    // An arrow into a merge stops at its first cell, one out of it passes all of
+    // it.
+    ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf("C15", "E17")));
+    const struct {
+        const char* from;
+        u32 key;
+        const char* to;
+    } moves[] = {{"B16", VK_RIGHT, "C15"}, {"F17", VK_LEFT, "C15"},  {"D14", VK_DOWN, "C15"},
+                 {"E18", VK_UP, "C15"},    {"C15", VK_RIGHT, "F15"}, {"C15", VK_DOWN, "C18"},
+                 {"C15", VK_LEFT, "B15"},  {"C15", VK_UP, "C14"}};
+    for (const auto& move : moves) {
+        Select(move.from);
+        PressKey(move.key);
+        const SheetView& view = CurrentSheet()->view;
+        i32 row = 0, column = 0;
+        ReadCellName(move.to, row, column);
+        EXPECT_EQ(view.activeRow, row) << move.from << " to " << move.to;
+        EXPECT_EQ(view.activeColumn, column) << move.from << " to " << move.to;
+    }
+}
+
+// In both ways of Enter and Tab each cell of a selection has its turn, but for
+// those inside of merges.
+TEST_F(CommandBounds, AWalkPassesEachCellOfTheSelection) {
+    ASSERT_TRUE(CurrentSheet()->mergedAreas.Append(AreaOf("C4", "D5")));
+    const struct {
+        u32 key, modifiers;
+        const char* cells;
+    } rows[] = {{VK_TAB, 0, "C3 D3 B4 C4 B5 B3 "},
+                {VK_TAB, KEY_SHIFT, "B5 C4 B4 D3 C3 B3 "},
+                {VK_RETURN, 0, "B4 B5 C3 C4 D3 B3 "},
+                {VK_RETURN, KEY_SHIFT, "D3 C4 C3 B5 B4 B3 "}};
+    for (const auto& row : rows) {
+        SelectArea(AreaOf("B3", "D5"), true, 2, 1, true);
+        std::string cells;
+        for (int i = 0; i < 6; ++i) {
+            PressKey(row.key, row.modifiers);
+            cells += Active() + " ";
+        }
+        EXPECT_EQ(cells, row.cells);
+        EXPECT_EQ(Selection(), "B3:D5");
+    }
+}
+
+TEST_F(CommandBounds, AnotherBookBeginsWithItsFirstTab) {
+    for (int i = 1; i < 4; ++i) ASSERT_TRUE(InsertSheet(i, nullptr, SHEET_WORKSHEET, false, false));
+    Shell().firstTab = 2;
+    Shell().endMode = true;
+    PickCommand(110);
+    EXPECT_EQ(Shell().firstTab, 0);
+    EXPECT_FALSE(Shell().endMode);
+    EXPECT_EQ(CurrentBook(), 1);
+}
+
+// ---- every kind of number
+// -----------------------------------------------------------------------------------
 
 i32 wantedCategory, wantedType, types;
 std::string shownSample;

@@ -1,5 +1,5 @@
-// What the window offers, as kept texts: every dialog with its controls, places and painted parts, every menu,
-// and the drawing of the toolbars.
+// What the window offers, as kept texts: every dialog with its controls, places
+// and painted parts, every menu, and the drawing of the toolbars.
 //   TALLYMAN_RENEW_GOLDEN=1 build/dev/test_shell --gtest_filter='ShellLooks*'
 // writes them anew; what has changed is then to be read in the difference.
 
@@ -10,6 +10,7 @@
 #include "platform/headless/HeadlessDialogs.h"
 #include "platform/headless/HeadlessDrawing.h"
 #include "platform/headless/HeadlessPlatform.h"
+#include "shell/commands/Commands.h"
 #include "shell/dialogs/Questions.h"
 #include "shell/frame/Shell.h"
 #include "shell/frame/Tables.h"
@@ -106,6 +107,11 @@ constexpr DialogRow dialogRows[] = {
          LinkChoice choice;
          if (!choice.target.Assign(u"http://a.b/c") || !choice.location.Assign(u"A1")) return;
          EXPECT_FALSE(AskHyperlink(choice));
+     }},
+    {"hyperlink of a cell",
+     [] {
+         SelectCells({6, 6, 3, 3});
+         PickCommand(330);
      }},
     {"function",
      [] {
@@ -236,6 +242,9 @@ class ShellLooks : public ShellSandbox {
 };
 
 TEST_F(ShellLooks, OfTheDialogs) {
+    Hyperlink* link = CurrentSheet()->hyperlinks.AppendDefault();
+    ASSERT_TRUE(link && link->target.Assign(u"http://d.e/f") && link->location.Assign(u"Sheet1!B2"));
+    link->area = AreaOf("D7", "D8");
     Enter("A1", "1.5");
     Enter("A2", "text");
     Enter("C5", "1234.5");
@@ -254,7 +263,8 @@ TEST_F(ShellLooks, OfTheDialogs) {
 // ---- without memory
 // ------------------------------------------------------------------------------------------
 
-// What a dialog says and offers, in one number; where memory fails its controls may stand elsewhere.
+// What a dialog says and offers, in one number; where memory fails its controls
+// may stand elsewhere.
 u64 Mark(const Dialog& dialog) {
     u64 mark = dialog.controls.Count();
     const auto add = [&mark](u64 number) { mark = (mark ^ number) * 1099511628211u; };
@@ -295,6 +305,9 @@ class ShellLooksWithoutMemory : public ShellSandbox {
 };
 
 TEST_F(ShellLooksWithoutMemory, ADialogIsShownWholeOrNotAtAll) {
+    Hyperlink* link = CurrentSheet()->hyperlinks.AppendDefault();
+    ASSERT_TRUE(link && link->target.Assign(u"http://d.e/f") && link->location.Assign(u"Sheet1!B2"));
+    link->area = AreaOf("D7", "D8");
     Enter("A1", "1.5");
     Enter("A2", "text");
     Enter("C5", "1234.5");
@@ -327,6 +340,49 @@ TEST_F(ShellLooksWithoutMemory, ADialogIsShownWholeOrNotAtAll) {
         }
         EXPECT_GT(refused, 0u) << row.name;
     }
+}
+
+TEST_F(ShellLooksWithoutMemory, AChangedBookIsClosedOnlyAfterItsQuestion) {
+    for (u64 n = 1;; ++n) {
+        Enter("A1", "1");
+        CurrentWorkbook()->dirty = 1;
+        Headless().boxes.Truncate(0);
+        Headless().answers.Truncate(0);
+        Headless().answersUsed = 0;
+        ASSERT_TRUE(Headless().answers.Append(IDNO));
+        const u64 before = FailedAllocations();
+        allocator->FailAt(n);
+        const bool stays = CloseBook(0, CLOSE_ASK);
+        allocator->StopFailing();
+        EXPECT_EQ(CurrentBook() >= 0, stays) << n;
+        if (!stays) EXPECT_EQ(Headless().answersUsed, 1u) << n;
+        const bool failed = FailedAllocations() != before;
+        if (!stays) {
+            PickCommand(110);
+            ASSERT_EQ(CurrentBook(), 0);
+        }
+        if (!failed || HasFailure()) break;
+    }
+}
+
+TEST_F(ShellLooksWithoutMemory, AFileIsOpenedOrNotAndRememberedByItsWholeName) {
+    const std::string_view text = "1,2\n";
+    ASSERT_TRUE(PutMemoryFile(u"/kept.csv", ByteView(reinterpret_cast<const u8*>(text.data()), text.size())));
+    Enter("A1", "1");
+    CurrentWorkbook()->dirty = 1;
+    const u32 books = Books().books.Count();
+    for (u64 n = 1;; ++n) {
+        const u64 before = FailedAllocations();
+        allocator->FailAt(n);
+        const bool good = OpenBookFile(u"/kept.csv", true);
+        allocator->StopFailing();
+        EXPECT_EQ(Books().books.Count(), books + good) << n << " " << Shell().recent.Count();
+        EXPECT_LE(Shell().recent.Count(), 1u);
+        for (const WideText& path : Shell().recent) EXPECT_EQ(Narrow(path), "/kept.csv") << n;
+        if (good) EXPECT_FALSE(CloseBook(CurrentBook(), CLOSE_DISCARD));
+        if (FailedAllocations() == before || HasFailure()) break;
+    }
+    EXPECT_EQ(Shell().recent.Count(), 1u);
 }
 
 TEST_F(ShellLooks, OfTheMenus) {
