@@ -379,7 +379,7 @@ TEST_F(EntryKeysTest, TheArrowOfAListStandsBesideItsCellOrInsideTheView) {
     const PixelRect tall = AreaPixels(AreaOf("B2", "B2"));
     EXPECT_EQ(ListArrowPlace(), (PixelRect{tall.right, tall.bottom - 18, tall.right + 17, tall.bottom - 1}));
     const i32 edge = Shell().layout.cells.right;
-    Select("L1");
+    Select("N1");
     ScrollTo(0, 0);
     EXPECT_EQ(ListArrowPlace().right, edge);
     EXPECT_EQ(ListArrowPlace().left, edge - 17);

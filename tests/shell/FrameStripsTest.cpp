@@ -334,9 +334,9 @@ TEST_F(FrameStripsTest, HeadersGridLinesAndFormulasAreShownAndHiddenFromTheMenu)
 
 TEST_F(FrameStripsTest, TheScalesOfTheMenu) {
     struct Case {
-        i32 command, zoom, pixels;  // eight digits of whole pixels, and the room beside them
+        i32 command, zoom, pixels;  // eight digits, each of whole pixels
     };
-    for (const Case& row : {Case{405, 200, 128}, {406, 150, 101}, {408, 75, 46}, {407, 100, 64}}) {
+    for (const Case& row : {Case{405, 200, 112}, {406, 150, 88}, {408, 75, 40}, {407, 100, 56}}) {
         PickCommand(row.command);
         EXPECT_EQ(CurrentSheet()->zoomPercent, row.zoom);
         for (i32 other = 405; other <= 408; ++other)
@@ -353,18 +353,18 @@ TEST_F(FrameStripsTest, TheScalesOfTheMenu) {
 }
 
 TEST_F(FrameStripsTest, TheSelectionIsScaledToTheGrid) {
-    // 784 by 513 pixels for columns of 64 and rows of 17.
+    // 784 by 513 pixels for columns of 56 and rows of 17.
     struct Case {
         RefArea area;
         i32 zoom;
     };
     for (const Case& row : {
-             Case{{2, 5, 1, 2}, 400},    // 128 by 68: more than the largest
-             Case{{0, 3, 1, 4}, 305},    // 256 wide
+             Case{{2, 5, 1, 2}, 400},    // 112 by 68: more than the largest
+             Case{{0, 3, 1, 4}, 350},    // 224 wide
              Case{{10, 29, 3, 4}, 150},  // 340 high
-             Case{{0, 9, 0, 27}, 40},    // 1792 wide
+             Case{{0, 9, 0, 27}, 50},    // 1568 wide
              Case{{0, 999, 0, 0}, 10},   // far too high
-             Case{{0, 9, 0, 15}, 75},    // 76.6 is rounded down to a step of 5
+             Case{{0, 9, 0, 15}, 85},    // 87.5 is rounded down to a step of 5
          }) {
         CurrentSheet()->zoomPercent = 100;
         RefreshChrome();
@@ -379,21 +379,21 @@ TEST_F(FrameStripsTest, TheSelectionIsScaledToTheGrid) {
 TEST_F(FrameStripsTest, TheScrollBarsFollowWhatIsUsedAndShown) {
     ScrollBarState& down = HeadlessFrame().verticalBar;
     ScrollBarState& across = HeadlessFrame().horizontalBar;
-    // 496 pixels of rows, 760 of columns: 29 and 11 of them are whole.
+    // 496 pixels of rows, 760 of columns: 29 and 13 of them are whole.
     EXPECT_EQ(down.page, 29);
-    EXPECT_EQ(across.page, 11);
+    EXPECT_EQ(across.page, 13);
     EXPECT_EQ(down.maximum, 1 + 29);
-    EXPECT_EQ(across.maximum, 1 + 11);
+    EXPECT_EQ(across.maximum, 1 + 13);
     Enter("H200", "1");
     RefreshChrome();
     EXPECT_EQ(down.maximum, 199 + 29);
-    EXPECT_EQ(across.maximum, 7 + 11);
+    EXPECT_EQ(across.maximum, 7 + 13);
     Scroll(true, SB_THUMBPOSITION, 500);
     EXPECT_EQ(down.position, 500);
     EXPECT_EQ(down.maximum, 500 + 29);
     Scroll(false, SB_THUMBTRACK, 20);
     EXPECT_EQ(across.position, 20);
-    EXPECT_EQ(across.maximum, 20 + 11);
+    EXPECT_EQ(across.maximum, 20 + 13);
     Scroll(true, SB_THUMBTRACK, 70000);
     EXPECT_EQ(down.position, 65535);
     EXPECT_EQ(down.maximum, 65535);
@@ -409,10 +409,10 @@ TEST_F(FrameStripsTest, TheScrollBarsStepByLinesAndPages) {
         i32 code, row, column;
     };
     for (const Case& step : {Case{SB_LINEDOWN, 1, 1},
-                             {SB_PAGEDOWN, 30, 12},
-                             {SB_PAGEDOWN, 59, 23},
-                             {SB_LINEUP, 58, 22},
-                             {SB_PAGEUP, 29, 11},
+                             {SB_PAGEDOWN, 30, 14},
+                             {SB_PAGEDOWN, 59, 27},
+                             {SB_LINEUP, 58, 26},
+                             {SB_PAGEUP, 29, 13},
                              {SB_PAGEUP, 0, 0},
                              {SB_LINEUP, 0, 0}}) {
         Scroll(true, step.code);

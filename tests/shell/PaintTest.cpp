@@ -168,12 +168,12 @@ TEST_F(PaintTest, ADistributedTextFillsItsCell) {
     Give("B2", spread);
     Enter("B2", "ab c d");
     PaintHeadless();
-    // 61 pixels for pieces of 14, 7 and 7: 33 to spare on two gaps.
+    // 53 pixels for pieces of 14, 7 and 7: 25 to spare on two gaps.
     const i32 left = Cell(1, 1).left + 1;
-    EXPECT_EQ(LeftEdges({"ab", "c", "d"}), (std::vector<i32>{left, left + 14 + 17, left + 21 + 33}));
+    EXPECT_EQ(LeftEdges({"ab", "c", "d"}), (std::vector<i32>{left, left + 14 + 13, left + 21 + 25}));
     Enter("B2", "一二x");
     PaintHeadless();
-    EXPECT_EQ(LeftEdges({"一", "二", "x"}), (std::vector<i32>{left, left + 13 + 14, left + 26 + 28}));
+    EXPECT_EQ(LeftEdges({"一", "二", "x"}), (std::vector<i32>{left, left + 13 + 10, left + 26 + 20}));
 }
 
 TEST_F(PaintTest, ADistributedTextWithoutAGapIsCentredAndANumberStandsLeft) {
@@ -185,7 +185,7 @@ TEST_F(PaintTest, ADistributedTextWithoutAGapIsCentredAndANumberStandsLeft) {
     Enter("B3", "77");
     PaintHeadless();
     const PixelRect cell = Cell(1, 1);
-    EXPECT_EQ(FindDrawn("abcd")->rect.left, cell.left + (64 - 28 - 1) / 2);
+    EXPECT_EQ(FindDrawn("abcd")->rect.left, cell.left + (56 - 28 - 1) / 2);
     EXPECT_EQ(FindDrawn("77")->rect.left, cell.left + 1);
 }
 

@@ -147,8 +147,8 @@ TEST_F(SizesTest, AnEdgeOfOneOfManySelectedColumnsSizesThemAll) {
     const ShownLine third = Shell().layout.columns[2];
     const i32 y = Shell().layout.grid.top + 3;
     DragMouse(third.end - 1, y, third.end + 13, y);
-    for (i32 column : {1, 2, 3}) EXPECT_EQ(ColumnPixels(*CurrentSheet(), column), 64 + 14);
-    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 4), 64);
+    for (i32 column : {1, 2, 3}) EXPECT_EQ(ColumnPixels(*CurrentSheet(), column), 56 + 14);
+    EXPECT_EQ(ColumnPixels(*CurrentSheet(), 4), 56);
 }
 
 TEST_F(SizesTest, TheEdgeIsSeenWhileItIsDragged) {

@@ -12,7 +12,6 @@
 #include "model/Formats.h"
 #include "shell/grid/CellLook.h"
 #include "shell/grid/CellPaint.h"
-#include "shell/grid/GridMetrics.h"
 #include "shell/grid/Layout.h"
 
 namespace tally {
@@ -23,15 +22,12 @@ struct Fitter {
     const Workbook& book;
     Sheet& sheet;
     ScreenMetrics screen;
-    GridMetrics metrics;
     Array<i32> lineHeights;  // by cell format, 0 not asked yet
 };
 
 bool StartFitter(Fitter& fitter) {
     Platform().getScreenMetrics(fitter.screen);
-    ScreenMetrics& screen = fitter.screen;
-    screen.digitWidth = DigitWidth(fitter.book, screen);
-    fitter.metrics = MetricsAt(fitter.sheet, screen.digitWidth, screen.logPixelsX, screen.logPixelsY, 100);
+    fitter.screen.digitWidth = DigitWidth(fitter.book, fitter.screen);
     return fitter.lineHeights.Resize(fitter.book.cellFormats.Count());
 }
 
@@ -56,7 +52,7 @@ i32 WantedPixels(Fitter& fitter, i32 row, const CellRecord& cell) {
     const i32 line = LineHeight(fitter, cell.format);
     const CellFormat& format = ResolveCellFormat(fitter.book, cell.format);
     if (merge || cell.value.type != VT_STRING || !(format.flags & FORMAT_WRAP)) return line + 1;
-    const i32 width = ColumnPixels(fitter.metrics, fitter.sheet, cell.column);
+    const i32 width = MulDiv(fitter.screen.digitWidth, GetColumnWidth(fitter.sheet, cell.column), 256);
     if (width <= 0) return line + 1;
     return line * CountTextLines(FontFor(fitter, cell.format), TextOf(cell.value), width) + 1;
 }
@@ -97,7 +93,7 @@ i32 TextPixels(const Fitter& fitter, u16 cellFormat, WideView text) {
 }  // namespace
 
 bool FitRows(Sheet& sheet, const RefArea& area, bool automatic) {
-    Fitter fitter{*BookAt(sheet.book), sheet, {}, {}, {}};
+    Fitter fitter{*BookAt(sheet.book), sheet, {}, {}};
     if (!StartFitter(fitter)) return false;
     const auto passes = [automatic](const RowInfo& info) {
         return automatic && (info.flags & (ROW_CUSTOM_HEIGHT | ROW_HIDDEN));
@@ -134,7 +130,7 @@ bool FitRows(Sheet& sheet, const RefArea& area, bool automatic) {
 
 bool FitColumns(Sheet& sheet, const RefArea& area) {
     CalculateArea(sheet, area);
-    Fitter fitter{*BookAt(sheet.book), sheet, {}, {}, {}};
+    Fitter fitter{*BookAt(sheet.book), sheet, {}, {}};
     if (!StartFitter(fitter)) return false;
     i32 widest[MAX_COLUMNS] = {};
     WideText text;

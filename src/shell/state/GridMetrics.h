@@ -8,7 +8,6 @@ namespace tally {
 
 struct GridMetrics {
     i32 digitWidth = 7;        // of the digit "0"; twice of it while formulas are shown
-    i32 defaultColumn = 2341;  // of a column without a width of its own, in 1/256 of the digit
     i32 dpiX = 96, dpiY = 96;  // pixels to the inch
     i32 lineX = 1, lineY = 1;  // pixels of an upright and of a level line; also of a text's margin
 };
