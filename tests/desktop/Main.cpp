@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -24,6 +25,16 @@ bool DescribeScreens(const QString& path) {
     return file.open(QIODevice::WriteOnly) && file.write(SCREENS) == static_cast<qint64>(sizeof SCREENS - 1);
 }
 
+// What one test leaves unsaved is not offered back in the next.
+class KeepsNothing : public testing::EmptyTestEventListener {
+  public:
+    explicit KeepsNothing(const QString& folder) : folder_(folder) {}
+    void OnTestEnd(const testing::TestInfo&) override { QDir(folder_).removeRecursively(); }
+
+  private:
+    QString folder_;
+};
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -31,6 +42,7 @@ int main(int count, char** arguments) {
     QTemporaryDir folder;
     // What a test leaves unsaved is not the user's.
     qputenv("XDG_STATE_HOME", folder.path().toUtf8());
+    testing::UnitTest::GetInstance()->listeners().Append(new KeepsNothing(folder.filePath("tallyman")));
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         const QString path = folder.filePath(QStringLiteral("screens.json"));
         qputenv("QT_QPA_PLATFORM",
