@@ -315,14 +315,14 @@ TEST_F(Headlessly, EachEditControlHasItsOwnTextCaretAndPlace) {
     UseFrameCalls(former);
 }
 
-TEST_F(Headlessly, APopupGivesTheScriptedItemOnceUnlessItIsGrey) {
+TEST_F(Headlessly, APopupGivesTheScriptedItemOnceUnlessItIsGreyOrNotThere) {
     Array<MenuItem> items;
     ASSERT_TRUE(AddMenuItem(items, 7, u"first", true, false) && AddMenuItem(items, 8, u"grey", false, false) &&
                 AddMenuItem(items, 9, u"checked", true, true) && AddMenuItem(items, 10, u"too", true, true));
     struct Case {
         i32 answer, chosen;
     };
-    for (const Case& row : {Case{7, 7}, {8, 0}, {9, 9}, {0, 0}}) {
+    for (const Case& row : {Case{7, 7}, {8, 0}, {9, 9}, {11, 0}, {0, 0}}) {
         HeadlessFrame().popupAnswer = row.answer;
         EXPECT_EQ(ShellPlatform().trackPopup(items, 30, 40), row.chosen) << row.answer;
         EXPECT_EQ(ShellPlatform().trackPopup(items, 30, 40), 0);

@@ -163,7 +163,8 @@ void UseMouse(Monkey& monkey) {
             Send(WM_LBUTTONUP, x, y, modifiers);
             return;
         case 4: {
-            frame.popupAnswer = AnyCommand(monkey);
+            // Popups of lists number their items from 1.
+            frame.popupAnswer = Below(monkey, 2) ? AnyCommand(monkey) : static_cast<i32>(Below(monkey, 12));
             Send(WM_RBUTTONDOWN, x, y, modifiers);
             frame.popupAnswer = 0;
             return;

@@ -53,10 +53,10 @@ i32 TrackPopup(const Array<MenuItem>& items, i32 x, i32 y) {
         own->paintedHeight = item.paintedHeight;
     }
     const i32 answer = std::exchange(frame.popupAnswer, 0);
-    // What is grey cannot be chosen.
+    // What is grey or not there cannot be chosen.
     for (const MenuItem& item : items)
-        if (item.command == answer && !item.enabled) return 0;
-    return answer;
+        if (item.command == answer && item.enabled) return answer;
+    return 0;
 }
 
 // ---- edit controls -------------------------------------------------------------------------------------
