@@ -4,7 +4,7 @@
 # a minimal root that was made before.
 set -euo pipefail
 deb=$(realpath "${1:?which package?}")
-suite=${SUITE:-bookworm} mirror=${MIRROR:-http://deb.debian.org/debian}
+suite=${SUITE:-bookworm} mirror=${MIRROR:-}
 [ "$(id -u)" = 0 ] || { echo "This needs root." >&2; exit 1; }
 command -v mmdebstrap >/dev/null || { echo "Missing package: mmdebstrap" >&2; exit 1; }
 
@@ -18,7 +18,7 @@ used() { du -xsm "$root" | cut -f1; }
 
 step "a minimal Debian"
 if [ -n "${BASE:-}" ]; then cp -a "$BASE" "$root"
-else mmdebstrap --quiet --variant=apt "$suite" "$root" "$mirror"
+else mmdebstrap --quiet --variant=apt "$suite" "$root" ${mirror:+"$mirror"}
 fi
 cp -L /etc/resolv.conf "$root/etc/resolv.conf" 2>/dev/null || true
 mount -t proc proc "$root/proc" 2>/dev/null || true
