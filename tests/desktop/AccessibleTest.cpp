@@ -5,16 +5,14 @@
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QApplication>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 #include <utility>
 
 #include "base/MessageTable.h"
+#include "desktop/WholeProgram.h"
 #include "model/BookTable.h"
 #include "platform/qt/QtAccessible.h"
 #include "platform/qt/QtText.h"
-#include "shell/frame/Shell.h"
 #include "shell/frame/Toolbars.h"
 #include "shell/grid/Layout.h"
 #include "shell/selection/Selection.h"
@@ -42,17 +40,10 @@ void Hear(QAccessibleEvent* event) {
         heard.focused += object.text(kind).toStdString() + (kind == QAccessible::Description ? " " : "|");
 }
 
-class DesktopAccessible : public testing::Test {
+class DesktopAccessible : public WholeProgram {
   protected:
     void SetUp() override {
-        CloseSettings();
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-        SetPlatform(&QtPlatform());
-        SetShellPlatform(&QtShellPlatform());
-        OpenFrame(ShellFrameCalls());
-        StartShell(WideView());
-        ShowFrame();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));
+        ASSERT_NO_FATAL_FAILURE(WholeProgram::SetUp());
         FrameInUse()->window.activateWindow();
         ASSERT_TRUE(QTest::qWaitFor([] { return EditBox(ENTRY_LINE).hasFocus(); }));
         // A book of two sheets.
@@ -65,8 +56,7 @@ class DesktopAccessible : public testing::Test {
         QAccessible::setActive(false);
         UseAccessibleSink(nullptr);
         CloseAccessible();
-        StopShell();
-        CloseSettings();
+        WholeProgram::TearDown();
     }
     static QAccessibleInterface* Client() {
         return QAccessible::queryAccessibleInterface(&FrameInUse()->client);
@@ -87,7 +77,6 @@ class DesktopAccessible : public testing::Test {
     static void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QTest::keyClick(FrameInUse()->window.focusWidget(), key, modifiers);
     }
-    QTemporaryDir folder;
 };
 
 TEST_F(DesktopAccessible, NothingIsToldOrMadeBeforeAClientAsks) {

@@ -5,34 +5,20 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMimeData>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 
+#include "desktop/WholeProgram.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "platform/qt/QtFrame.h"
-#include "shell/frame/Shell.h"
 
 namespace tally {
 namespace {
 
-class DesktopClipboard : public testing::Test {
+class DesktopClipboard : public WholeProgram {
   protected:
     void SetUp() override {
-        CloseSettings();
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-        SetPlatform(&QtPlatform());
-        SetShellPlatform(&QtShellPlatform());
-        OpenFrame(ShellFrameCalls());
-        StartShell(WideView());
-        ShowFrame();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));
+        ASSERT_NO_FATAL_FAILURE(WholeProgram::SetUp());
         FrameInUse()->client.setFocus();
-    }
-    void TearDown() override {
-        StopShell();
-        CloseSettings();
     }
     static void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QTest::keyClick(&FrameInUse()->client, key, modifiers);
@@ -50,8 +36,6 @@ class DesktopClipboard : public testing::Test {
         const CellRecord* cell = GetCell(CurrentSheet()->cells, row, column);
         return cell && cell->value.type == VT_NUMBER ? cell->value.number : -1;
     }
-
-    QTemporaryDir folder;
 };
 
 TEST_F(DesktopClipboard, CellsGoOutAsTextAndComeBackAsCells) {

@@ -4,17 +4,14 @@
 
 #include <QApplication>
 #include <QInputMethodEvent>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextLayout>
 
+#include "desktop/WholeProgram.h"
 #include "editing/SheetOperations.h"
 #include "model/BookTable.h"
 #include "model/CellStore.h"
-#include "platform/qt/QtFrame.h"
-#include "shell/frame/Shell.h"
 #include "shell/selection/Selection.h"
 #include "shell/state/ShellState.h"
 #include "support/Sandbox.h"
@@ -22,23 +19,12 @@
 namespace tally {
 namespace {
 
-class InputMethodTest : public testing::Test {
+class InputMethodTest : public WholeProgram {
   protected:
     void SetUp() override {
-        CloseSettings();
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-        SetPlatform(&QtPlatform());
-        SetShellPlatform(&QtShellPlatform());
-        OpenFrame(ShellFrameCalls());
-        StartShell(WideView());
-        ShowFrame();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));
+        ASSERT_NO_FATAL_FAILURE(WholeProgram::SetUp());
         FrameInUse()->client.setFocus();
         QApplication::processEvents();
-    }
-    void TearDown() override {
-        StopShell();
-        CloseSettings();
     }
     // As an input method sends it: to the window that has the focus.
     static void Compose(const char* unfinished, const char* committed = "") {
@@ -61,8 +47,6 @@ class InputMethodTest : public testing::Test {
         const CellRecord* cell = GetCell(CurrentSheet()->cells, row, column);
         return cell && cell->value.type == VT_STRING ? Narrow(TextOf(cell->value)) : "";
     }
-
-    QTemporaryDir folder;
 };
 
 TEST_F(InputMethodTest, TheLineOwnsTheCompositionFromTheFirstKey) {

@@ -5,33 +5,16 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QKeyEvent>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include "base/LongOperation.h"
-#include "platform/qt/QtFrame.h"
-#include "shell/frame/Shell.h"
+#include "desktop/WholeProgram.h"
 
 namespace tally {
 namespace {
 
-class DesktopWait : public testing::Test {
+class DesktopWait : public WholeProgram {
   protected:
-    void SetUp() override {
-        CloseSettings();
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-        SetPlatform(&QtPlatform());
-        SetShellPlatform(&QtShellPlatform());
-        OpenFrame(ShellFrameCalls());
-        StartShell(WideView());
-        ShowFrame();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&FrameInUse()->window));
-    }
-    void TearDown() override {
-        StopShell();
-        CloseSettings();
-    }
     static void Post(int key) {
         QCoreApplication::postEvent(&FrameInUse()->client,
                                     new QKeyEvent(QEvent::KeyPress, key, Qt::NoModifier));
@@ -45,7 +28,6 @@ class DesktopWait : public testing::Test {
         }
         return false;
     }
-    QTemporaryDir folder;
 };
 
 TEST_F(DesktopWait, EscapeEndsWhatLasts) {
