@@ -29,9 +29,8 @@ class OnDisk : public RecoverySandbox {
 
     void SetUp() override {
         RecoverySandbox::SetUp();
-        char name[] = "/tmp/tallyman-recovery-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        root = name;
+        root = (fs::temp_directory_path() / "tallyman-recovery-XXXXXX").string();
+        ASSERT_NE(mkdtemp(root.data()), nullptr);
         ASSERT_EQ(setenv("XDG_STATE_HOME", root.c_str(), 1), 0);
         Headless().filesInMemory = false;
         Headless().recoversOnDisk = true;
